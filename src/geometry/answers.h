@@ -1,0 +1,17 @@
+// Handlers of polygons, wireframes, faults and vendor data.
+#pragma once
+
+namespace qrd {
+
+int server_answer_faults(const char* request);
+int server_answer_write_faults(const char* request);
+int server_answer_vendor_data_version(const char* request);
+int server_answer_vendor_data_read(const char* request);
+int server_answer_vendor_data_write(const char* request);
+int server_answer_vendor_data_exists(const char* request);
+int server_answer_polygons(const char* request);
+int server_answer_polygons_new(const char* request);
+int server_answer_wireframes_read(const char* request);
+int server_answer_new_wireframes(const char* request);
+
+}  // namespace qrd

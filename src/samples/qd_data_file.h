@@ -1,0 +1,42 @@
+// The sample data file "DATAVAR": a bare sequence of stored samples.
+//
+//   bits  stored form           missing          decoded
+//   1     bit                   none             bit 0 is 1.0 (selected), bit 1 is 0.0
+//   2, 4  unsigned field        3, 15            the number
+//   8     unsigned byte         255              the number
+//   16    unsigned, big-endian  65535            the number
+//   32    binary32, big-endian  missing_float    the number (IEEE 754, RFC 4506)
+//   64    binary64, big-endian  missing_double   the number (IEEE 754, RFC 4506)
+//   8 w   w text bytes, blank padded, no terminator
+//
+// Fields below 8 bits are packed from the most significant bit of each byte.
+#pragma once
+
+#include <cstdint>
+
+#include "util/qu_constants.h"
+#include "util/qu_memory.h"
+
+namespace qrd {
+
+inline constexpr char data_file_name[] = "DATAVAR";
+
+// One of 1, 2, 4, 8, 16, 32, 64.
+bool is_numeric_bit_length(std::int64_t bit_length);
+
+// Stored length in bytes of the samples first to last (from 1, both included).
+std::int64_t _qd_file_byte_count(std::int64_t first, std::int64_t last, std::int64_t bit_length);
+// Offset in bytes of the first stored byte of a sample.
+std::int64_t qd_sample_offset(std::int64_t sample, std::int64_t bit_length);
+
+// The fill of 512 samples for a numeric bit length or, with `text`, for text of that many bits. False
+// without memory. REQUIRES: a bit length of the table.
+bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
+
+// Appends the block `repeats` times to a data file (undoing a compressed form first). 1, or 0 after a
+// failed write or when the file system has too little room (nothing is written then). `bit_length` is
+// -1 for text. For 16, 32 and 64 bits the block holds items in host order.
+int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
+                   std::int64_t bit_length);
+
+}  // namespace qrd

@@ -1,0 +1,39 @@
+// Lines files, growth of files by samples, links between a lines file and its header.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "store/qd_records.h"
+
+namespace qrd {
+
+inline constexpr char line_file_name[] = "LINE";
+
+// The table of first samples, read and checked: line_count + 1 entries ascending from 1 to the sample
+// count plus 1. False if it can't be read or doesn't hold.
+enum class line_table_status { ok, cannot_open, cannot_read, cannot_close };
+line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
+                                     std::vector<std::int64_t>& offsets);
+// A table with the single entry 1. 1 or 0.
+int qd_line_table_create(const char* file_path);
+
+// Samples of each line: 1, or 0 when too many files are open.
+int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
+
+// Adds samples (above 0) to every variable of a file: 1, or 0 after reports.
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples);
+int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro);
+// Removes the derived files of a file's folder.
+void qd_delete_derived_files(const char* file_path);
+
+void qd_create_link(const char* directory, const char* lines_file, const char* points_file);
+// 1, or 0 when too many files are open. `reset_line_name` makes the Line Name variable of the points
+// side a plain one.
+int qd_delete_link(const char* directory, const char* file, bool reset_line_name);
+// 0 linked, 1 no link, 2 problem.
+int qd_get_link(const char* directory, const char* file, name_text& partner);
+// 0 done, 1 refused with a message, 2 problem.
+int qd_var_as_line_name(const char* directory, const char* file, const char* variable);
+
+}  // namespace qrd

@@ -1,0 +1,56 @@
+// The sample engine: moves ranges of samples between data files and the caller's arrays. Sample numbers
+// count from 1, a range includes both ends. Violated preconditions are fatal; the numbers stand in the
+// source.
+#pragma once
+
+#include <cstdint>
+
+#include "samples/qd_select.h"
+
+namespace qrd {
+
+// What a selection in the io record does to a transfer.
+enum selection_mode : int {
+  SEL_COMPRESSED = 0,     // the array holds the selected samples only
+  SEL_UNMASKED_HEAD = 1,  // as SEL_MASKED, the first unmasked_count variables are not masked
+  SEL_MASKED = 2          // the array holds all samples; unselected ones are missing or ignored
+};
+
+// Samples of one pass of a write under a selection.
+inline constexpr std::int64_t samples_chunk = 100000;
+
+// Non-zero on success, 0 without memory for a buffer; a write that doesn't reach the file is fatal.
+// Several variables stand one after the other. The array has room for last - first + 1 samples of each.
+int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                       std::int64_t* count, double* values);
+int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                      std::int64_t* count, unsigned char* texts);
+// All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
+// (N - 1) / 8 + 1 bytes per variable.
+int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows);
+// The array is changed during the call and put back at its end (the last digit may differ).
+int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                        double* values);
+int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                       unsigned char* texts);
+int qd_write_selection_free(std::int64_t io, unsigned char* rows);
+// How many samples a selection leaves ("None": all); negative if that can't be told.
+std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
+
+// One selected entry, stored bytes (host byte order at 16, 32 and 64 bits, except where told).
+int _qd_file_read_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* destination);
+void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                     double* destination);
+void _qd_file_encode(const double* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                     void* destination);
+int _qd_file_write_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* stored);
+int _qd_file_read_char_buffer(std::int64_t entry, std::int64_t first, std::int64_t last,
+                              unsigned char* destination);
+int _qd_file_write_char_buffer(std::int64_t entry, std::int64_t first, std::int64_t last,
+                               unsigned char* texts);
+
+// Copies bits; bit numbers count from the least significant one, 7 is the top bit.
+void qd_bits_shift(const unsigned char* source, unsigned char* destination, int source_bit,
+                   int destination_bit, std::int64_t count);
+
+}  // namespace qrd

@@ -1,0 +1,137 @@
+// The table of all requests, and the dispatch by it.
+#include <cstring>
+#include <iterator>
+
+#include "colour/answers.h"
+#include "geometry/answers.h"
+#include "samples/answers.h"
+#include "server/answering.h"
+#include "server/answers.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "units/answers.h"
+
+namespace qrd {
+
+namespace {
+
+struct request_row {
+  const char* name;
+  int (*handler)(const char* request);
+  const char* traced_name;
+};
+
+constexpr request_row request_table[] = {
+    {"CHELLO", server_answer_hello, "server_answer_hello"},
+    {"CNEWSESS", server_answer_session, "server_answer_session"},
+    {"CQRDDATA", server_answer_qrd_init, "server_answer_qrd_init"},
+    {"CSUPREQ", st_answer_supported_req, "st_answer_supported_req"},
+    {"CARCH", st_answer_arch, "st_answer_arch"},
+    {"CBYE BYE", server_answer_byebye, "server_answer_byebye"},
+    {"CUNITMODE", nullptr, "server_answer_set_unit_mode"},
+    {"CDISTUSET", nullptr, "server_answer_set_dist_unit"},
+    {"CUNITCR", nullptr, "server_answer_set_creation_units"},
+    {"CSTUDYLST", nullptr, "server_answer_study_list"},
+    {"CSTUDYSET", nullptr, "server_answer_study_set"},
+    {"CSTUDYNEW", nullptr, "server_answer_study_new"},
+    {"CSTUDYDEL", nullptr, "server_answer_study_del"},
+    {"CDIRNEW", nullptr, "server_answer_dir_new"},
+    {"CDIRLST", nullptr, "server_answer_dir_list"},
+    {"CDIRXIST", nullptr, "server_answer_dir_exists"},
+    {"CDIRSET", nullptr, "server_answer_dir_set"},
+    {"CDIRDEL", nullptr, "server_answer_dir_del"},
+    {"CFILELST", nullptr, "server_answer_file_list"},
+    {"CFILETLST", nullptr, "server_answer_file_list"},
+    {"CFILEXIST", nullptr, "server_answer_file_exists"},
+    {"CFILESET", nullptr, "server_answer_file_set"},
+    {"CFILEDEL", nullptr, "server_answer_file_del"},
+    {"CFILEINFO", nullptr, "server_answer_file_info"},
+    {"CPFILENEW", nullptr, "server_answer_points_file_new"},
+    {"CPFILEAPP", nullptr, "server_answer_points_file_append"},
+    {"CGFILENEW", nullptr, "server_answer_grid_file_new"},
+    {"CLFILENEW", nullptr, "server_answer_lines_file_new"},
+    {"CLFILEAPP", nullptr, "server_answer_lines_file_append"},
+    {"CLFILEAPC", nullptr, "server_answer_lines_file_append_cores"},
+    {"CLFILELNK", nullptr, "server_answer_lines_file_create_link"},
+    {"CLFILECNT", nullptr, "server_answer_lines_file_samples_count"},
+    {"GRIDMODO", nullptr, "server_answer_grid_file_modify_origin"},
+    {"GRIDMODM", nullptr, "server_answer_grid_file_modify_mesh"},
+    {"GRIDMODR", nullptr, "server_answer_grid_file_modify_rotation"},
+    {"CSELSET", nullptr, "server_answer_sel_set"},
+    {"CCOMGET", nullptr, "server_answer_comment_get"},
+    {"CCOMSET", nullptr, "server_answer_comment_set"},
+    {"CVARLST", nullptr, "server_answer_var_list"},
+    {"CVARTLST", nullptr, "server_answer_var_list"},
+    {"CVARXIST", nullptr, "server_answer_var_exists"},
+    {"CVARSET", nullptr, "server_answer_var_set"},
+    {"CVARDEL", nullptr, "server_answer_var_del"},
+    {"CINDSET", nullptr, "server_answer_indice_set"},
+    {"CINDASET", nullptr, "server_answer_indice_set"},
+    {"CVARINFO", nullptr, "server_answer_var_info"},
+    {"CMACROIND", nullptr, "server_answer_macro_indices"},
+    {"CMACROALP", nullptr, "server_answer_macro_indices"},
+    {"CMACROADD", nullptr, "server_answer_add_macro_indices"},
+    {"CREADVARF", nullptr, "server_answer_read_float_var"},
+    {"CREADLINF", nullptr, "server_answer_read_float_var"},
+    {"CREADVARS", nullptr, "server_answer_read_selection_var"},
+    {"CREADVARC", nullptr, "server_answer_read_char_var"},
+    {"CVARFNEW", nullptr, "server_answer_var_float_new"},
+    {"CVARMNEW", nullptr, "server_answer_var_float_new"},
+    {"CVARCNEW", nullptr, "server_answer_var_char_new"},
+    {"CVARCOMM", nullptr, "server_answer_comment_set"},
+    {"CWRITVARF", nullptr, "server_answer_write_float_var"},
+    {"CWRITLINF", nullptr, "server_answer_write_line_float_var"},
+    {"CWRITVARS", nullptr, "server_answer_write_selection_var"},
+    {"CWRITVARC", nullptr, "server_answer_write_char_var"},
+    {"CVARUNIT", nullptr, "server_answer_set_var_unit"},
+    {"CVARLNAME", nullptr, "server_answer_var_as_line_name"},
+    {"CFAULTS", nullptr, "server_answer_faults"},
+    {"CWRITFAUL", nullptr, "server_answer_write_faults"},
+    {"CVDATVERS", nullptr, "server_answer_vendor_data_version"},
+    {"CVDATREAD", nullptr, "server_answer_vendor_data_read"},
+    {"CVDATWRIT", nullptr, "server_answer_vendor_data_write"},
+    {"CVDATEXIS", nullptr, "server_answer_vendor_data_exists"},
+    {"CPOLYGONS", nullptr, "server_answer_polygons"},
+    {"CPOLYNEW", nullptr, "server_answer_polygons_new"},
+    {"CWIREREAD", nullptr, "server_answer_wireframes_read"},
+    {"CWIRENEW", nullptr, "server_answer_new_wireframes"},
+    {"CPALLST", nullptr, "server_answer_palette_list"},
+    {"CPALXIST", nullptr, "server_answer_palette_exists"},
+    {"CPALWRIT", nullptr, "server_answer_palette_write"},
+    {"CPALREAD", nullptr, "server_answer_palette_read"},
+    {"CPALDEL", nullptr, "server_answer_palette_delete"},
+    {"CSCALST", nullptr, "server_answer_cscale_list"},
+    {"CSCAXIST", nullptr, "server_answer_cscale_exists"},
+    {"CSCANEW", nullptr, "server_answer_cscale_new"},
+    {"CSCAREAD", nullptr, "server_answer_cscale_read"},
+    {"CSCADEL", nullptr, "server_answer_cscale_delete"},
+};
+static_assert(std::size(request_table) == 83);
+
+}  // namespace
+
+int server_answer(const char* request) {
+  for (const request_row& row : request_table) {
+    if (std::strcmp(request, row.name) != 0 || row.handler == nullptr) continue;
+    if (trace_level >= 1) _qrd_trace_enter(row.traced_name, 0);
+    int status = row.handler(request);
+    if (trace_level >= 1) _qrd_trace_exit("%d", status);
+    if (status == -1) server_debug(1, "Error while processing [%s] request.", request);
+    return status;
+  }
+  clean_packet();
+  server_send_error("Unrecognized request [%s]", request);
+  server_debug(1, "Unrecognized request [%s]", request);
+  return -1;
+}
+
+// CSUPREQ: lists the request names.
+int st_answer_supported_req(const char* /*request*/) {
+  server_debug(0, "Sending List of Supported Requests");
+  const char* names[std::size(request_table)];
+  for (std::size_t i = 0; i < std::size(request_table); ++i) names[i] = request_table[i].name;
+  constexpr auto count = static_cast<std::int32_t>(std::size(request_table));
+  return answer("SSUPREQ", wire_int{count}, wire_strings{names, count});
+}
+
+}  // namespace qrd

@@ -1,0 +1,133 @@
+// What every handler does: read its arguments, refuse, answer.
+//
+// A handler gives 0 (served), -1 (not served), 1 (end the server) or 2 (the client's socket is closed).
+// The dispatch traces its entry and exit.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "server/read_write.h"
+#include "util/qu_constants.h"
+#include "util/qu_list.h"
+
+namespace qrd {
+
+// 0 if the name went into the write buffer, 1 if not.
+int server_send_type(const char* name);
+// Flushes: 0 or 1.
+int server_send_end();
+// SERROR with a text, cut to 1024 characters.
+void server_send_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// The same; gives the status -1.
+int refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// A string that came off the socket. An absent one (length -1) is the empty text.
+class request_text {
+ public:
+  request_text() = default;
+  request_text(const request_text&) = delete;
+  request_text& operator=(const request_text&) = delete;
+  ~request_text() { std::free(text_); }
+  const char* c_str() const { return text_ == nullptr ? "" : text_; }
+  char** address() { return &text_; }
+
+ private:
+  char* text_ = nullptr;
+};
+
+// Owns `count` strings that came off the socket as an array.
+class request_texts {
+ public:
+  request_texts() = default;
+  request_texts(const request_texts&) = delete;
+  request_texts& operator=(const request_texts&) = delete;
+  ~request_texts();
+  // False without memory. REQUIRES: count >= 0.
+  bool allocate(std::int64_t count);
+  bool read();
+  const char* operator[](std::int64_t i) const { return texts_[i] == nullptr ? "" : texts_[i]; }
+  std::int64_t count() const { return count_; }
+  // Null where a string was absent.
+  const char* const* data() const { return texts_; }
+
+ private:
+  char** texts_ = nullptr;
+  std::int64_t count_ = 0;
+};
+
+// One argument each: an int, a long, a double, a string(10000), and fixed texts whose room is the limit
+// (string(50), string(11)).
+bool read_argument(std::int32_t& value);
+bool read_argument(std::int64_t& value);
+bool read_argument(double& value);
+bool read_argument(request_text& text);
+bool read_fixed_text(char* text, std::uint32_t room);
+template <std::uint32_t Room>
+bool read_argument(char (&text)[Room]) {
+  return read_fixed_text(text, Room);
+}
+bool read_unlimited(request_text& text);
+
+template <typename... Arguments>
+bool read_arguments(Arguments&... arguments) {
+  return (read_argument(arguments) && ...);
+}
+
+// Values of an answer's body.
+struct wire_int {
+  std::int32_t value;
+};
+struct wire_bool {
+  bool value;
+};
+struct wire_long {
+  std::int64_t value;
+};
+struct wire_double {
+  double value;
+};
+struct wire_string {
+  const char* text;
+  std::uint32_t limit = text_limit;
+};
+struct wire_ints {
+  const std::int32_t* values;
+  std::int64_t count;
+};
+struct wire_doubles {
+  const double* values;
+  std::int64_t count;
+};
+struct wire_strings {
+  const char* const* texts;
+  std::int64_t count;
+};
+struct wire_bytes {
+  const void* data;
+  std::int64_t count;
+};
+// An int count and so many strings.
+struct wire_names {
+  const string_list& names;
+};
+bool write_value(wire_int value);
+bool write_value(wire_bool value);
+bool write_value(wire_long value);
+bool write_value(wire_double value);
+bool write_value(wire_string value);
+bool write_value(wire_ints value);
+bool write_value(wire_doubles value);
+bool write_value(wire_strings value);
+bool write_value(wire_bytes value);
+bool write_value(wire_names value);
+
+// Sends an answer: its name, its values, the flush. The handler's status.
+template <typename... Values>
+int answer(const char* name, const Values&... values) {
+  if (server_send_type(name) != 0) return -1;
+  if (!(write_value(values) && ...)) return -1;
+  return server_send_end() == 0 ? 0 : -1;
+}
+
+}  // namespace qrd

@@ -1,0 +1,16 @@
+// Handlers of the handshake.
+#pragma once
+
+namespace qrd {
+
+int server_answer_hello(const char* request);
+int server_answer_session(const char* request);
+int server_answer_qrd_init(const char* request);
+int st_answer_supported_req(const char* request);
+int st_answer_arch(const char* request);
+int server_answer_byebye(const char* request);
+
+// Serves one request by the table of all requests.
+int server_answer(const char* request);
+
+}  // namespace qrd

@@ -1,0 +1,32 @@
+// State of the process that all request handlers share: its sockets and what the client said of itself.
+#pragma once
+
+#include <cstdint>
+
+namespace qrd {
+
+using socket_handle = std::int64_t;
+inline constexpr socket_handle no_socket = -1;
+
+inline constexpr std::int32_t protocol_version = 1300030;
+inline constexpr char server_version[] = "15.03";
+inline constexpr char server_release[] = "2015.3";
+inline constexpr char server_program[] = "QRDserver";
+
+extern socket_handle listen_socket;
+extern socket_handle client_socket;
+extern std::int32_t multi_session;
+// Version of the client's protocol; several handlers choose older layouts by it.
+extern std::int32_t client_version;
+extern std::int32_t request_count;
+// `long` travels in 8 bytes when both are non-zero.
+extern std::int32_t client_is_64bits;
+extern std::int32_t server_is_64bits;
+
+// An old client lacks some fields of the information requests: below 401000 and at least 400000, or
+// below 410.
+inline bool is_old_client() {
+  return client_version < 401000 && (client_version >= 400000 || client_version < 410);
+}
+
+}  // namespace qrd

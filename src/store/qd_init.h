@@ -1,0 +1,53 @@
+// The study session: open, lock, version.
+#pragma once
+
+#include <cstdint>
+
+#include "util/qu_constants.h"
+
+namespace qrd {
+
+// Version 14.0.0 of the database, (major * 100 + minor) * 100 + patch.
+inline constexpr std::int64_t PROGRAM_VERSION = 140000;
+inline constexpr std::int64_t STUDY_DESCRIPTOR_VERSION = 520;
+
+struct study_record {
+  std::int64_t unit_flag = 1;
+  std::int64_t study_version = PROGRAM_VERSION;
+  std::int64_t is_64bit = 0;
+};
+
+// The open study.
+extern name_text study_name;  // "None" before a study is open
+extern root_text study_path;
+extern path_text catalogue_path;
+extern path_text def_path, param_path, tmp_path, u_color_path, u_litho_path, images_path, metafile_path,
+    transfo_path, cscale_path;
+extern std::int64_t is_64bit;    // of the last descriptor read
+extern std::int64_t has_marker;  // DESCR.500 exists
+extern std::int64_t lock_taken;  // qd_init has run
+
+// 0 done, 1 exists, 2 failed (nothing is left). `template_path` may be "None".
+int qu_study_create(const char* path, const char* template_path, std::int64_t with_units);
+void qu_study_copy_environment(bool first_use, const char* from, const char* to);
+// 0, or 1 if the study found has another version. "None" takes the current name or the first that fits.
+int qu_study_open(const char* name);
+// 0 usable; 1 not readable; 2 another version.
+int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
+int qu_study_descriptor_write(const char* path, study_record* record);
+std::int64_t qu_version_read(const char* root);
+void qu_version_write(const char* root, std::int64_t version);
+// 0 accepted; 1 refused, with the message in version_message.
+int qd_version_check(const char* root);
+extern char version_message[1001];
+// Empties the selection tables and installs the hooks of the library.
+void qd_tables_init();
+// 1 if the lock file was made, 0 if it was there.
+int qd_init();
+void qd_end(int strict);
+// What a signal handler may remove when the process can't end in good order: the path of the lock
+// file, empty while no study is open.
+extern path_text lock_path;
+void qu_study_mark_64bit();
+
+}  // namespace qrd

@@ -1,0 +1,34 @@
+// Creating and deleting directories, files and variables of the catalogue.
+#pragma once
+
+#include <cstdint>
+
+#include "samples/qd_select.h"
+#include "store/qd_records.h"
+
+namespace qrd {
+
+// Codes of the name check.
+enum name_code : int {
+  NAME_VALID = 0,
+  NAME_BLANK = 1,
+  NAME_RESERVED = 2,
+  NAME_NOT_PRINTABLE = 3,
+  NAME_FORBIDDEN = 4,
+  NAME_TOO_LONG = 5,
+  NAME_BAD_MACRO = 6
+};
+int qd_name_check(const char* name);
+
+// 1 or 0 after reports; a violated precondition (see the numbers in the source) is fatal.
+int qd_create_directory(const char* name);
+int qd_delete_directory(const char* name);
+int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
+                   const qd_grid_record* grid);
+int qd_delete_file(const char* directory, const char* name);
+int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
+                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format);
+// The handle's new, empty value.
+qd_variable_handle qd_delete_variable(const qd_variable_handle& handle);
+
+}  // namespace qrd

@@ -1,0 +1,40 @@
+// Descriptors on disk and the way from names to paths. Every call reads the disk.
+#pragma once
+
+#include <string>
+
+#include "store/qd_records.h"
+
+namespace qrd {
+
+// Paths of DIRE.<n>, FILE.<m>, VARI.<k>: 1 found, 0 not found or a sibling is corrupted.
+int qd_directory_path(const char* directory, path_text& path);
+int qd_file_path(const char* directory, const char* file, path_text& path);
+// `variable` carries no index.
+int qd_variable_path(const char* directory, const char* file, const char* variable, path_text& path);
+// The same below a known parent path.
+int qd_file_path_in(const char* directory_path, const char* file, path_text& path);
+int qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
+
+// 1 or 0 after a report. Reading rewrites an old version. A missing DESCR is fatal, unless the
+// object's folder has gone with it (another server deleted it): then 0 without a report, and
+// qd_object_gone tells so.
+int qd_directory_descriptor_read(const char* path, name_text& name);
+int qd_directory_descriptor_write(const char* path, const char* name);
+int qd_file_descriptor_read(const char* path, qd_file_record& record);
+int qd_file_descriptor_write(const char* path, const qd_file_record& record);
+int qd_variable_descriptor_read(const char* path, qd_variable_record& record);
+int qd_variable_descriptor_write(const char* path, const qd_variable_record& record);
+// True if the last descriptor read failed because its object's folder is no longer there.
+bool qd_object_gone();
+
+// Sets rotated, m and t from the angles.
+void qd_grid_compute(qd_grid_record& grid);
+
+// 0 read; 1 no comment file (empty text); 2 no such object. Null variable: the file's comment.
+int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text);
+// 0 written; 1 failure; 2 no such object. The text always replaces the old one.
+int qd_comment_write(const char* directory, const char* file, const char* variable, int append,
+                     const char* text);
+
+}  // namespace qrd

@@ -1,0 +1,43 @@
+// The root: where it is, whether it can be written, and the registry of studies in it.
+#pragma once
+
+#include <cstdint>
+
+#include "util/qu_constants.h"
+#include "util/qu_list.h"
+
+namespace qrd {
+
+inline constexpr char default_study_name[] = "Velmar-Init";
+inline constexpr char template_study_name[] = "Template";
+inline constexpr char catalogue_folder[] = "QRD";
+
+// Settings of the store, set by qu_init.
+extern char program_short_name[10];
+extern char program_name[20];
+extern char program_version_text[15];
+extern char program_version_long[20];
+extern root_text root_path;
+extern root_text root_windows;  // what "$root$" expands to
+extern root_text root_unix;     // only kept and written back
+extern std::int64_t running_test;
+
+// The word lists of parameter files: "Free".., "3".. to "19", "0".. to "9", and the unit names.
+extern string_list length_unit_names;
+extern string_list format_names;
+extern string_list width_names;
+extern string_list digit_names;
+extern string_list other_unit_names;
+
+// Opens the root for the process; null means QRD_INIT, else the per-user data folder. Failures are
+// fatal. `mode` is 0 for a server.
+void qu_init(int mode, const char* root, const char* short_name, const char* name, const char* version,
+             const char* long_version);
+
+// The registry. Each wanted output is replaced; null means not wanted. Gives the number of valid
+// names if these are wanted, else the number of pairs. `mode` 1 puts "None" first, -1 doesn't.
+int qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_names,
+                        string_list* valid_paths, string_list* all_names, string_list* all_paths);
+void qu_study_names_write(const string_list& all_names, const string_list& all_paths);
+
+}  // namespace qrd

@@ -1,0 +1,71 @@
+// Length units and format records. Lengths are stored in centimetres; a client's value is the stored
+// value divided by a factor, the number of centimetres per unit.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "util/qu_constants.h"
+
+namespace qrd {
+
+enum number_format : std::int64_t {
+  FORMAT_FREE = 0,
+  FORMAT_INTEGER = 1,
+  FORMAT_DECIMAL = 2,
+  FORMAT_EXPONENT = 3,
+  FORMAT_SHIFTED = 4
+};
+
+struct qd_format_record {
+  std::int64_t format = FORMAT_DECIMAL;  // number_format
+  std::int64_t width = 10;               // 3 to 19
+  std::int64_t digits = 2;               // 0 to 9, at most width - 3
+  std::int64_t length_flag = 0;          // 1: a length with a unit
+  unit_text unit = "";                   // symbol or display text
+  double factor = 1.0;                   // centimetres per unit; 1.0 when there is no length unit
+};
+
+struct length_unit {
+  const char* symbol;
+  const char* name;
+  double factor;  // cm
+};
+extern const std::span<const length_unit> length_units;
+
+struct volume_unit {
+  const char* name;
+  const char* symbol;
+  double factor;  // cm3
+};
+extern const std::span<const volume_unit> volume_units;
+
+// What a variable without a length gets.
+extern const qd_format_record float_default;
+
+// The units in which the client talks.
+extern qd_format_record distance_format;
+extern qd_format_record axis_format_x;
+extern qd_format_record axis_format_y;
+extern qd_format_record axis_format_z;
+// The axis format of axis 0, 1 or 2.
+qd_format_record& axis_format(int axis);
+
+// Non-zero: the open study keeps lengths with units. Set by the study store.
+extern std::int64_t unit_flag;
+
+// 1 if the symbol is a length unit. The factor is the unit's if unit_flag is set, and 1.0 otherwise.
+int qu_unit_factor(const char* symbol, double* factor);
+// 1 and the symbol of the unit with exactly that factor, or 0 and an empty text.
+int qu_unit_symbol(double factor, unit_text& symbol);
+// The name that belongs to a factor, or null.
+const char* qu_unit_name(double factor);
+void qu_format_copy(const qd_format_record& source, qd_format_record& destination);
+void qu_format_default(qd_format_record& destination);
+// Fills a record from the words of a parameter file.
+void qu_format_set(const char* format, const char* width, const char* digits, const char* unit,
+                   std::int64_t length_flag, double factor, qd_format_record& destination);
+// Sets the distance format and the three axis formats to metres ("Decimal", 10, 2, "m").
+void qu_formats_reset();
+
+}  // namespace qrd

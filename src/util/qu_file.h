@@ -1,0 +1,131 @@
+// Every access to the file system: opening with checks, lines, listings, deleting and copying trees,
+// and the undoing of compression. Reports go to the console; nothing here reaches a client.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "util/qu_constants.h"
+
+namespace qrd {
+
+// Open modes; the order is fixed.
+enum file_mode : int {
+  read_text = 0,           // "rb", and the first 1024 bytes must look like text in qu_file_open_n
+  update_text = 1,         // "rb+", likewise
+  read_binary = 2,         // "rb"
+  update_binary = 3,       // "rb+"
+  append_text = 4,         // "a"
+  append_read_text = 5,    // "a+"
+  append_binary = 6,       // "ab"
+  append_read_binary = 7,  // "ab+"
+  write_text = 8,          // "w"
+  write_read_text = 9,     // "w+"
+  write_binary = 10,       // "wb"
+  write_read_binary = 11   // "wb+"
+};
+
+// A stream, close-on-exec; a directory doesn't open. The _f form ends the process on failure, the
+// _n form gives null.
+std::FILE* qu_file_open_f(const char* path, file_mode mode);
+std::FILE* qu_file_open_n(const char* path, file_mode mode);
+
+// Owns a stream of the two openers.
+class file_stream {
+ public:
+  file_stream() = default;
+  explicit file_stream(std::FILE* stream) : stream_(stream) {}
+  file_stream(const file_stream&) = delete;
+  file_stream& operator=(const file_stream&) = delete;
+  file_stream(file_stream&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
+  file_stream& operator=(file_stream&& other) noexcept {
+    std::swap(stream_, other.stream_);
+    return *this;
+  }
+  ~file_stream() { close(); }
+
+  explicit operator bool() const { return stream_ != nullptr; }
+  std::FILE* get() const { return stream_; }
+  std::FILE* release() { return std::exchange(stream_, nullptr); }
+  // True if all that was written has reached the file. Closing nothing is true.
+  bool close() {
+    std::FILE* stream = release();
+    return stream == nullptr || std::fclose(stream) == 0;
+  }
+
+ private:
+  std::FILE* stream_ = nullptr;
+};
+
+// Readable by access(), and not a directory.
+bool qu_file_readable(const char* path);
+// Anything of that name that access() finds readable, directories included.
+bool qu_path_readable(const char* path);
+
+// The file that qu_test_open_file opens; set when a root is opened.
+extern path_text handle_test_path;
+// 1 if `count` (at most 512) more files can be open at once.
+int qu_test_open_file(int count);
+
+// The next line in a shared buffer, or null at the end. The _r form works on the caller's buffer,
+// which starts as null and 0, grows by 1000 bytes, and is released when null is returned.
+char* qu_file_next_line(std::FILE* stream, bool keep_line_end);
+char* qu_file_next_line_r(std::FILE* stream, bool keep_line_end, char** buffer, std::int64_t* size);
+
+int qu_file_isdirectory(const char* path);
+// The parent of a path; source and destination may be the same text. REQUIRES: room for the path and 2.
+char* qu_file_dirname(const char* path, char* destination);
+int qu_file_rename(const char* directory, const char* old_name, const char* new_name);
+// 0 created, 1 already there, 2 failed.
+int qu_file_mkdir(const char* path, bool with_parents);
+int qu_file_copy(const char* source, const char* target);
+int qu_file_concat(const char* source, const char* target);
+// Symbolic links are removed, never followed. 1 if done.
+int qu_file_delete_tree(const char* directory, bool remove_itself);
+// Symbolic links are passed over. 0 if done.
+int qu_dir_copy(const char* source, const char* target);
+
+// All names of a directory, "." and ".." included, read at once.
+struct qu_dir {
+  std::int64_t given = 0;
+  std::vector<std::string> names;
+};
+qu_dir* qu_dir_open(const char* path);
+// The next name, or null; valid until the close.
+const char* qu_dir_read(qu_dir* directory);
+void qu_dir_close(qu_dir* directory);
+
+// Owns a qu_dir.
+class directory_listing {
+ public:
+  explicit directory_listing(const char* path) : directory_(qu_dir_open(path)) {}
+  directory_listing(const directory_listing&) = delete;
+  directory_listing& operator=(const directory_listing&) = delete;
+  ~directory_listing() {
+    if (directory_ != nullptr) qu_dir_close(directory_);
+  }
+  explicit operator bool() const { return directory_ != nullptr; }
+  const char* next() { return qu_dir_read(directory_); }
+
+ private:
+  qu_dir* directory_;
+};
+
+std::int64_t qu_file_tell(std::FILE* stream);
+// Origin 0 is the start, 1 the current position, 2 the end. 0 if done.
+int qu_file_seek(std::FILE* stream, std::int64_t offset, int origin);
+
+// A data file P may lie on disk as P.gz or P.Z.
+int qu_file_is_compressed(const char* path);
+// Puts the plain file back: 0 failed, 1 done, 5 after a failed write.
+int qu_file_uncompress(const char* path);
+// 0 unknown, 1 gzip, 2 compress: by the first two bytes.
+int qu_file_compression(const char* path);
+
+// Fatal: a catalogue entry whose name holds lower-case letters.
+[[noreturn]] void qu_lower_case_directory(const char* path, const char* name);
+
+}  // namespace qrd

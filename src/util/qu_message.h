@@ -1,0 +1,30 @@
+// How the library speaks: warnings on the console, and errors that end the process.
+#pragma once
+
+namespace qrd {
+
+// Prints one message line (at most 1000 characters, a newline is added) on standard output.
+// In the finished text "%%" shows as one percent sign, and any other conversion as nothing.
+void qu_message(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Prints "\n\nFatal Software Error\n<text>\n\n" and ends the process with status 1 through qu_exit(2).
+[[noreturn]] void qu_fatal(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// The same, with the text "Fatal Software Error No <number> in function <function>()\n".
+[[noreturn]] void qu_fatal_number(const char* function, int number);
+
+// The text of errno; `mode` must be 1 (fatal otherwise). Not re-entrant.
+const char* qu_strerror(int mode);
+
+// Tells how to repair a project whose files are in doubt; ends the process if `fatal`.
+void qu_recover_advice(bool fatal);
+
+// Ends the open study through the hook (strict unless status is 2), flushes standard output and
+// ends the process: exit code 0 for status 0, else 1.
+[[noreturn]] void qu_exit(int status);
+
+// Ends the study if one is open; `strict` tests that nothing is selected any more. Null until the
+// study store installs it.
+extern void (*qu_exit_hook)(int strict);
+
+}  // namespace qrd
