@@ -3,9 +3,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -45,16 +42,7 @@ class bytes {
   std::string data_;
 };
 
-inline std::string read_file(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  if (!stream) throw std::runtime_error("cannot read " + path);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-inline void write_file(const std::string& path, std::string_view content) {
-  std::ofstream stream(path, std::ios::binary);
-  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-  if (!stream.flush()) throw std::runtime_error("cannot write " + path);
-}
+std::string read_file(const std::string& path);
+void write_file(const std::string& path, std::string_view content);
 
 }  // namespace qrd::test

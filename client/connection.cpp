@@ -1,0 +1,1 @@
+namespace qrd::client {}
