@@ -1,0 +1,30 @@
+# Sourced by the scripts of the top folder: where to build, and with what.
+# shellcheck shell=sh
+
+# A checkout that belongs to somebody else is built in a folder of one's own.
+build_root=$PWD
+for folder in "$PWD" "$PWD/build" "$PWD/build-sanitizers" "$PWD/build-clang"; do
+  if [ -e "$folder" ] && [ ! -w "$folder" ]; then
+    build_root=${TMPDIR:-/tmp}/QRDserver-build-$(id -u)
+    mkdir -p "$build_root"
+  fi
+done
+
+export CXX="${CXX:-g++}"
+export CMAKE_GENERATOR="${CMAKE_GENERATOR:-Ninja}"
+if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+
+title() { printf '\n== %s\n' "$*"; }
+
+# configure PRESET FOLDER [OPTION...]
+configure() {
+  preset=$1
+  folder=$2
+  shift 2
+  cmake --preset "$preset" -B "$folder" -Wno-dev "$@" >"$build_root/configure.log" 2>&1 || {
+    cat "$build_root/configure.log" >&2
+    return 1
+  }
+}
+
+build() { cmake --build "$1" --parallel "$(nproc)" -- ${BUILD_FLAGS:-}; }
