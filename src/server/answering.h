@@ -130,4 +130,12 @@ int answer(const char* name, const Values&... values) {
   return server_send_end() == 0 ? 0 : -1;
 }
 
+// The same for a body of varying shape: `write_body` writes it, and gives false after a failed write.
+template <typename Body>
+int answer_with(const char* name, const Body& write_body) {
+  if (server_send_type(name) != 0) return -1;
+  if (!write_body()) return -1;
+  return server_send_end() == 0 ? 0 : -1;
+}
+
 }  // namespace qrd
