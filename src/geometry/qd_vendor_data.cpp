@@ -1,0 +1,246 @@
+#include "geometry/qd_vendor_data.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "samples/qd_macro.h"
+#include "store/qd_init.h"
+#include "store/qd_tools.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_named_file.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr named_file_kind vendor_files = {"VENDOR.", "WARNING: A DATA VENDOR IS CORRUPTED:",
+                                          "WARNING: MAXIMUM NUMBER OF VENDOR DATA FILES REACHED"};
+constexpr std::int64_t vendor_word = 520;
+constexpr std::uint32_t vendor_name_limit = 50;
+// A multiple of 4, so that no padding falls inside a text.
+constexpr std::uint32_t text_step = 1 << 16;
+
+// What reading came to: a damaged array or text spoils the bag, anything else damaged is fatal.
+enum class decoding { done, spoilt, corrupted };
+
+bool owner_folder(const vendor_owner& owner, path_text& folder) {
+  if (owner.directory == nullptr) {
+    qu_path_join(folder, {study_path});
+    return true;
+  }
+  if (owner.file == nullptr) return qd_directory_path(owner.directory, folder) != 0;
+  if (owner.variable == nullptr) return qd_file_path(owner.directory, owner.file, folder) != 0;
+  name_text generic;
+  qu_string_copy(owner.variable, generic);
+  qd_macro_name_generic(generic);
+  return qd_variable_path(owner.directory, owner.file, generic, folder) != 0;
+}
+
+bool move_head(XDR* xdr, vendor_data& bag) {
+  std::int64_t word = vendor_word;
+  return qu_xdr_int(xdr, &word) && qu_xdr_text(xdr, bag.name, vendor_name_limit) &&
+         qu_xdr_int(xdr, &bag.version);
+}
+
+// A text whose room (its length and a terminator) stands before it.
+bool read_text(XDR* xdr, std::string& text) {
+  std::int64_t room = 0;
+  u_int length = 0;
+  if (!qu_xdr_int(xdr, &room) || !xdr_u_int(xdr, &length) || std::int64_t{length} >= room) return false;
+  // The length may lie: memory grows with what the file really holds.
+  while (text.size() < length) {
+    const std::size_t held = text.size();
+    const u_int step = std::min(text_step, length - static_cast<u_int>(held));
+    text.resize(held + step);
+    if (!xdr_opaque(xdr, text.data() + held, step)) return false;
+  }
+  // Texts end at their terminator, wherever it stands.
+  text.resize(std::min(text.size(), text.find('\0')));
+  return true;
+}
+
+bool write_text(XDR* xdr, std::string& text) {
+  auto room = static_cast<std::int64_t>(text.size()) + 1;
+  char* characters = text.data();
+  return qu_xdr_int(xdr, &room) && xdr_string(xdr, &characters, static_cast<u_int>(room));
+}
+
+template <typename Item, typename Move>
+bool read_items(XDR* xdr, std::vector<Item>& items, Move move) {
+  std::int64_t count = 0;
+  if (!qu_xdr_int(xdr, &count)) return false;
+  for (std::int64_t i = 0; i < count; ++i)
+    if (!move(xdr, items.emplace_back())) return false;
+  return true;
+}
+
+template <typename Item, typename Move>
+bool write_items(XDR* xdr, std::vector<Item>& items, Move move) {
+  auto count = static_cast<std::int64_t>(items.size());
+  return qu_xdr_int(xdr, &count) &&
+         std::all_of(items.begin(), items.end(), [&](Item& item) { return move(xdr, item); });
+}
+
+constexpr auto move_int = [](XDR* xdr, std::int32_t& value) { return xdr_int(xdr, &value) != 0; };
+constexpr auto move_double = [](XDR* xdr, double& value) { return xdr_double(xdr, &value) != 0; };
+
+decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
+  const auto in_array = [](bool read) { return read ? decoding::done : decoding::spoilt; };
+  const auto scalar = [](bool read) { return read ? decoding::done : decoding::corrupted; };
+  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit)) return decoding::spoilt;
+  std::int32_t type = 0;
+  if (!move_int(xdr, type)) return decoding::corrupted;
+  if (!qd_vendor_data_set_type(attribute, type))
+    qu_fatal("%s: Wrong Vendor Data Type (%d)", "qd_vendor_data_read", type);
+  switch (type) {
+    case 1:
+      return scalar(move_int(xdr, std::get<1>(attribute.value)));
+    case 2:
+      return scalar(move_double(xdr, std::get<2>(attribute.value)));
+    case 3:
+      return in_array(read_text(xdr, std::get<3>(attribute.value)));
+    case 4:
+      return in_array(read_items(xdr, std::get<4>(attribute.value), move_int));
+    case 5:
+      return in_array(read_items(xdr, std::get<5>(attribute.value), move_double));
+    case 6:
+      return in_array(read_items(xdr, std::get<6>(attribute.value), read_text));
+    default:
+      return decoding::done;
+  }
+}
+
+bool write_attribute(XDR* xdr, vendor_attribute& attribute) {
+  std::int32_t type = attribute.type();
+  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit) || !move_int(xdr, type)) return false;
+  switch (type) {
+    case 1:
+      return move_int(xdr, std::get<1>(attribute.value));
+    case 2:
+      return move_double(xdr, std::get<2>(attribute.value));
+    case 3:
+      return write_text(xdr, std::get<3>(attribute.value));
+    case 4:
+      return write_items(xdr, std::get<4>(attribute.value), move_int);
+    case 5:
+      return write_items(xdr, std::get<5>(attribute.value), move_double);
+    case 6:
+      return write_items(xdr, std::get<6>(attribute.value), write_text);
+    default:
+      return true;
+  }
+}
+
+bool write_bag(XDR* xdr, vendor_data& bag) {
+  auto count = static_cast<std::int64_t>(bag.attributes.size());
+  return move_head(xdr, bag) && qu_xdr_int(xdr, &count) &&
+         std::all_of(bag.attributes.begin(), bag.attributes.end(),
+                     [xdr](vendor_attribute& attribute) { return write_attribute(xdr, attribute); });
+}
+
+const char* shown(const char* name) {
+  return name == nullptr ? no_name : name;
+}
+
+}  // namespace
+
+bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type) {
+  switch (type) {
+    case 0:
+      attribute.value.emplace<0>();
+      return true;
+    case 1:
+      attribute.value.emplace<1>();
+      return true;
+    case 2:
+      attribute.value.emplace<2>();
+      return true;
+    case 3:
+      attribute.value.emplace<3>();
+      return true;
+    case 4:
+      attribute.value.emplace<4>();
+      return true;
+    case 5:
+      attribute.value.emplace<5>();
+      return true;
+    case 6:
+      attribute.value.emplace<6>();
+      return true;
+    default:
+      return false;
+  }
+}
+
+int st_get_vendor_data_path(const char* name, const vendor_owner& owner, path_text& path) {
+  if (!qu_named_file_room(2)) return 2;
+  path_text folder;
+  if (!owner_folder(owner, folder)) return 1;
+  const int result = qu_named_file_find(folder, vendor_files, name, path);
+  if (result == 2) qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
+  return result;
+}
+
+int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
+  path_text path;
+  if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
+  file_stream stream(qu_file_open_n(path, read_binary));
+  vendor_data bag;
+  bool read = false;
+  if (stream) {
+    xdr_stream xdr(stream.get(), XDR_DECODE);
+    read = xdr && move_head(xdr.get(), bag);
+  }
+  stream.close();
+  if (!read) qu_named_file_corrupted(vendor_files, path);
+  version = bag.version;
+  return 0;
+}
+
+int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name) {
+  bag = {};
+  path_text path;
+  if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
+  file_stream stream(qu_file_open_n(path, read_binary));
+  auto state = decoding::corrupted;
+  if (stream) {
+    xdr_stream xdr(stream.get(), XDR_DECODE);
+    std::int64_t count = 0;
+    if (xdr && move_head(xdr.get(), bag) && qu_xdr_int(xdr.get(), &count)) state = decoding::done;
+    for (std::int64_t i = 0; i < count && state == decoding::done; ++i)
+      state = read_attribute(xdr.get(), bag.attributes.emplace_back());
+  }
+  stream.close();
+  if (state == decoding::corrupted) qu_named_file_corrupted(vendor_files, path);
+  if (state == decoding::done) return 0;
+  qu_message("An error occured during Vendor Data decoding");
+  return 2;
+}
+
+int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
+  std::int64_t old_version = 0;
+  const int present = qd_vendor_data_version(bag.name, owner, old_version);
+  if (present == 2) return 1;
+  path_text path;
+  if (present == 0 && (st_get_vendor_data_path(bag.name, owner, path) != 0 || std::remove(path) != 0)) {
+    qu_message("WARNING: Cannot Delete VENDOR DATA named %s in %s/%s/%s", bag.name, shown(owner.directory),
+               shown(owner.file), shown(owner.variable));
+    return 1;
+  }
+  path_text folder;
+  if (!owner_folder(owner, folder) || !qu_named_file_new_path(folder, vendor_files, path)) return 1;
+  file_stream stream(qu_file_open_n(path, write_binary));
+  bool written = false;
+  if (stream) {
+    xdr_stream xdr(stream.get(), XDR_ENCODE);
+    written = xdr && write_bag(xdr.get(), bag);
+  }
+  if (stream.close() && written) return 0;
+  qu_named_file_write_failed(path);
+  return 1;
+}
+
+}  // namespace qrd
