@@ -1,0 +1,113 @@
+// The line table "LINE" of a lines file: line_count + 1 XDR hypers (RFC 4506) without a header.
+//
+//   entry 0   1
+//   entry i   number of the first sample behind line i; the last one is the sample count plus 1
+#include "samples/qd_lines.h"
+
+#include <sys/stat.h>
+
+#include "store/qd_tools.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t entry_bytes = 8;
+
+// True if the file holds so many entries. It is asked before memory is taken for them.
+bool holds_entries(std::FILE* stream, std::int64_t entries) {
+  struct stat status;
+  return fstat(fileno(stream), &status) == 0 && status.st_size / entry_bytes >= entries;
+}
+
+bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<std::int64_t>& offsets) {
+  if (record.line_count < 0 || record.line_count > record.sample_count) return false;
+  if (!holds_entries(stream, record.line_count + 1)) return false;
+  xdr_stream xdr(stream, XDR_DECODE);
+  if (!xdr) return false;
+
+  offsets.resize(static_cast<std::size_t>(record.line_count + 1));
+  std::int64_t before = 0;
+  for (std::int64_t& offset : offsets) {
+    if (qu_xdr_long(xdr.get(), &offset) == 0 || offset <= before) return false;
+    before = offset;
+  }
+  return offsets.front() == 1 && offsets.back() - 1 == record.sample_count;
+}
+
+}  // namespace
+
+line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
+                                     std::vector<std::int64_t>& offsets) {
+  offsets.clear();
+  path_text path;
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+  file_stream stream(qu_file_open_n(path, read_binary));
+  if (!stream) return line_table_status::cannot_open;
+  if (!read_entries(stream.get(), record, offsets)) {
+    offsets.clear();
+    return line_table_status::cannot_read;
+  }
+  return stream.close() ? line_table_status::ok : line_table_status::cannot_close;
+}
+
+int qd_line_table_create(const char* file_path) {
+  path_text path;
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+  file_stream stream(qu_file_open_n(path, write_binary));
+  if (!stream) return 0;
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  std::int64_t first = 1;
+  if (!xdr || qu_xdr_long(xdr.get(), &first) == 0) return 0;
+  return stream.close() ? 1 : 0;
+}
+
+int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
+  path_text path;
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+  file_stream stream(qu_file_open_n(path, update_binary));
+  if (!stream || !holds_entries(stream.get(), record.line_count + 1)) return 0;
+  // What an interrupted growth left behind the table is overwritten.
+  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return 0;
+  return stream.close() ? 1 : 0;
+}
+
+// Fatal numbers: 1 no such file, 2 no file record, 7 not a lines file, 3 the table can't be opened, 5 it
+// can't be read or doesn't hold, 6 it can't be closed.
+int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {
+  constexpr char function[] = "qd_samples_per_line";
+  counts.clear();
+  if (qu_test_open_file(2) == 0) {
+    qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
+    qu_message("         FILE SYSTEM ACCESS FAILED...\n\n");
+    return 0;
+  }
+  path_text path;
+  if (qd_file_path(directory, file, path) == 0) qu_fatal_number(function, 1);
+  qd_file_record record;
+  if (qd_file_descriptor_read(path, record) == 0) qu_fatal_number(function, 2);
+  if (!is_lines(record.organisation)) qu_fatal_number(function, 7);
+
+  std::vector<std::int64_t> offsets;
+  switch (qd_line_table_read(path, record, offsets)) {
+    case line_table_status::ok:
+      break;
+    case line_table_status::cannot_open:
+      qu_fatal_number(function, 3);
+    case line_table_status::cannot_read:
+      qu_fatal_number(function, 5);
+    case line_table_status::cannot_close:
+      qu_fatal_number(function, 6);
+  }
+  counts.reserve(offsets.size() - 1);
+  for (std::size_t i = 1; i < offsets.size(); ++i) counts.push_back(offsets[i] - offsets[i - 1]);
+  return 1;
+}
+
+}  // namespace qrd
