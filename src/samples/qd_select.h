@@ -56,8 +56,13 @@ enum unit_choice : int {
 extern qd_selected_entry* tab_selected[table_slots];
 extern qd_io* tab_io[table_slots];
 
+// The entry of an id, or null.
+qd_selected_entry* qd_entry(std::int64_t id);
 // The open entry of a variable folder, or null.
 qd_selected_entry* qd_selected_find(const char* variable_path);
+
+// 1, or 0 after the report that too many files are open; `failed` says in capitals what fails by that.
+int qd_two_files_available(const char* failed = "FILE SYSTEM ACCESS FAILED");
 
 // 1, or 0 when too many files are open or the data file can't be decompressed.
 int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
@@ -70,6 +75,8 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
                         qd_variable_handle& handle);
 // The empty handle; harmless on an empty one.
 qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle);
+// Closes and frees an entry (not its slot): 1, or 0 for a null pointer and for a failed close that isn't
+// fatal.
 std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close);
 
 // An io id. All variables belong to one file, and are all text or all not.

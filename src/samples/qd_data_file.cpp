@@ -1,0 +1,122 @@
+#include "samples/qd_data_file.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "store/qd_records.h"
+#include "util/qu_big_endian.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+// Fill of 512 samples: one byte repeated. Fresh 2-bit variables show the pattern 2, 1, missing, missing;
+// other programs that share the tree make and know it.
+constexpr unsigned char text_fill = 0x20;
+constexpr unsigned char missing_fill = 0xFF;
+constexpr unsigned char two_bit_fill = 0x9F;
+
+// Blocks are joined to writes of about this size.
+constexpr std::int64_t write_size = std::int64_t{1} << 20;
+
+template <typename Item>
+void fill_items(unsigned char* block, Item item) {
+  for (std::int64_t i = 0; i < block_samples; ++i, block += sizeof item)
+    std::memcpy(block, &item, sizeof item);
+}
+
+int disk_failure(const char* path, double bytes) {
+  last_resource_failure.kind = 2;
+  last_resource_failure.requested_megabytes = bytes * 0.0009765625 * 0.0009765625;
+  qu_string_copy(path, last_resource_failure.path);
+  return 0;
+}
+
+// False only if the file system says that it can't take so many bytes more.
+bool file_system_has_room(const char* path, std::int64_t bytes) {
+  struct statvfs status;
+  if (statvfs(path, &status) != 0 || status.f_blocks == 0) return true;
+  return static_cast<double>(bytes) <=
+         static_cast<double>(status.f_bavail) * static_cast<double>(status.f_frsize);
+}
+
+void to_file_order(void* block, std::int64_t length, std::int64_t bit_length) {
+  if (bit_length == 16) qu_big_endian_block<std::uint16_t>(block, length / 2);
+  if (bit_length == 32) qu_big_endian_block<std::uint32_t>(block, length / 4);
+  if (bit_length == 64) qu_big_endian_block<std::uint64_t>(block, length / 8);
+}
+
+}  // namespace
+
+bool is_numeric_bit_length(std::int64_t bit_length) {
+  return bit_length == 1 || bit_length == 2 || bit_length == 4 || bit_length == 8 || bit_length == 16 ||
+         bit_length == 32 || bit_length == 64;
+}
+
+std::FILE* qd_data_file_open(const char* path) {
+  std::FILE* stream = qu_file_open_f(path, update_binary);
+  std::setvbuf(stream, nullptr, _IONBF, 0);
+  return stream;
+}
+
+std::int64_t _qd_file_byte_count(std::int64_t first, std::int64_t last, std::int64_t bit_length) {
+  if (bit_length >= 8) return (last - first + 1) * (bit_length / 8);
+  std::int64_t per_byte = 8 / bit_length;
+  return (last - 1) / per_byte - (first - 1) / per_byte + 1;
+}
+
+std::int64_t qd_sample_offset(std::int64_t sample, std::int64_t bit_length) {
+  if (bit_length >= 8) return (sample - 1) * (bit_length / 8);
+  return (sample - 1) / (8 / bit_length);
+}
+
+bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block) {
+  std::int64_t length = block_samples / 8 * bit_length;
+  if (!block.allocate(length)) return false;
+  if (text) {
+    std::memset(block.data(), text_fill, static_cast<std::size_t>(length));
+  } else if (bit_length == 32) {
+    fill_items(block.data(), missing_float);
+  } else if (bit_length == 64) {
+    fill_items(block.data(), missing_double);
+  } else {
+    std::memset(block.data(), bit_length == 2 ? two_bit_fill : missing_fill,
+                static_cast<std::size_t>(length));
+  }
+  return true;
+}
+
+int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
+                   std::int64_t bit_length) {
+  if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return 0;
+  if (repeats <= 0 || length <= 0) return 1;
+
+  file_stream stream(qu_file_open_f(path, append_binary));
+  // Large pieces go straight to the file: a buffer would only copy them once more.
+  std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+  std::int64_t start = qu_file_seek(stream.get(), 0, 2) == 0 ? qu_file_tell(stream.get()) : 0;
+  double wanted = static_cast<double>(start) + static_cast<double>(length) * static_cast<double>(repeats);
+  std::int64_t added = 0;
+  if (__builtin_mul_overflow(length, repeats, &added) || !file_system_has_room(path, added))
+    return disk_failure(path, wanted);
+
+  // One piece holds as many repeats as make a good size for a write.
+  std::int64_t in_piece = std::min(repeats, std::max<std::int64_t>(1, write_size / length));
+  checked_array<unsigned char> piece;
+  if (!piece.allocate(in_piece * length)) return 0;
+  for (std::int64_t i = 0; i < in_piece; ++i)
+    std::memcpy(piece.data() + i * length, block, static_cast<std::size_t>(length));
+  to_file_order(piece.data(), piece.count(), bit_length);
+
+  for (std::int64_t left = repeats; left > 0; left -= in_piece) {
+    auto bytes = static_cast<std::size_t>(std::min(left, in_piece) * length);
+    if (std::fwrite(piece.data(), 1, bytes, stream.get()) != bytes) return disk_failure(path, wanted);
+  }
+  return stream.close() ? 1 : disk_failure(path, wanted);
+}
+
+}  // namespace qrd
