@@ -18,15 +18,18 @@ namespace {
 
 constexpr std::int64_t entry_bytes = 8;
 
-// True if the file holds so many entries. It is asked before memory is taken for them.
-bool holds_entries(std::FILE* stream, std::int64_t entries) {
+// True if a file of that length holds the table. It is asked before memory is taken for it.
+bool holds_table(const struct stat& status, const qd_file_record& record) {
+  return record.line_count >= 0 && status.st_size / entry_bytes > record.line_count;
+}
+
+bool holds_table(std::FILE* stream, const qd_file_record& record) {
   struct stat status;
-  return fstat(fileno(stream), &status) == 0 && status.st_size / entry_bytes >= entries;
+  return fstat(fileno(stream), &status) == 0 && holds_table(status, record);
 }
 
 bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<std::int64_t>& offsets) {
-  if (record.line_count < 0 || record.line_count > record.sample_count) return false;
-  if (!holds_entries(stream, record.line_count + 1)) return false;
+  if (!holds_table(stream, record)) return false;
   xdr_stream xdr(stream, XDR_DECODE);
   if (!xdr) return false;
 
@@ -66,11 +69,18 @@ int qd_line_table_create(const char* file_path) {
   return stream.close() ? 1 : 0;
 }
 
+bool qd_line_table_holds(const char* file_path, const qd_file_record& record) {
+  path_text path;
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+  struct stat status;
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode) && holds_table(status, record);
+}
+
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
   path_text path;
   qu_path_join(path, {file_path, path_separator, line_file_name});
   file_stream stream(qu_file_open_n(path, update_binary));
-  if (!stream || !holds_entries(stream.get(), record.line_count + 1)) return 0;
+  if (!stream || !holds_table(stream.get(), record)) return 0;
   // What an interrupted growth left behind the table is overwritten.
   if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
   xdr_stream xdr(stream.get(), XDR_ENCODE);

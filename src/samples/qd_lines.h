@@ -17,6 +17,8 @@ line_table_status qd_line_table_read(const char* file_path, const qd_file_record
                                      std::vector<std::int64_t>& offsets);
 // A table with the single entry 1. 1 or 0.
 int qd_line_table_create(const char* file_path);
+// True if the table is there and as long as the record tells.
+bool qd_line_table_holds(const char* file_path, const qd_file_record& record);
 // Adds the entry of one more line to the table of a file of that record: the number of the first sample
 // behind it. 1, or 0 when the table can't be written or is shorter than the record tells.
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end);
