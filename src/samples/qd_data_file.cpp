@@ -36,14 +36,6 @@ int disk_failure(const char* path, double bytes) {
   return 0;
 }
 
-// False only if the file system says that it can't take so many bytes more.
-bool file_system_has_room(const char* path, std::int64_t bytes) {
-  struct statvfs status;
-  if (statvfs(path, &status) != 0 || status.f_blocks == 0) return true;
-  return static_cast<double>(bytes) <=
-         static_cast<double>(status.f_bavail) * static_cast<double>(status.f_frsize);
-}
-
 void to_file_order(void* block, std::int64_t length, std::int64_t bit_length) {
   if (bit_length == 16) qu_big_endian_block<std::uint16_t>(block, length / 2);
   if (bit_length == 32) qu_big_endian_block<std::uint32_t>(block, length / 4);
@@ -90,6 +82,13 @@ bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned ch
   return true;
 }
 
+bool qd_file_system_has_room(const char* path, std::int64_t bytes) {
+  struct statvfs status;
+  if (statvfs(path, &status) != 0 || status.f_blocks == 0) return true;
+  return static_cast<double>(bytes) <=
+         static_cast<double>(status.f_bavail) * static_cast<double>(status.f_frsize);
+}
+
 int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
                    std::int64_t bit_length) {
   if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return 0;
@@ -101,7 +100,7 @@ int st_file_concat(const char* path, const void* block, std::int64_t length, std
   std::int64_t start = qu_file_seek(stream.get(), 0, 2) == 0 ? qu_file_tell(stream.get()) : 0;
   double wanted = static_cast<double>(start) + static_cast<double>(length) * static_cast<double>(repeats);
   std::int64_t added = 0;
-  if (__builtin_mul_overflow(length, repeats, &added) || !file_system_has_room(path, added))
+  if (__builtin_mul_overflow(length, repeats, &added) || !qd_file_system_has_room(path, added))
     return disk_failure(path, wanted);
 
   // One piece holds as many repeats as make a good size for a write.

@@ -39,6 +39,9 @@ std::int64_t qd_sample_offset(std::int64_t sample, std::int64_t bit_length);
 // without memory. REQUIRES: a bit length of the table.
 bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
 
+// False only if the file system of a path says that it can't take so many bytes more.
+bool qd_file_system_has_room(const char* path, std::int64_t bytes);
+
 // Appends the block `repeats` times to a data file (undoing a compressed form first). 1, or 0 after a
 // failed write or when the file system has too little room (nothing is written then). `bit_length` is
 // -1 for text. For 16, 32 and 64 bits the block holds items in host order.
