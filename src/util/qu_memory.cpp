@@ -1,0 +1,223 @@
+#include "util/qu_memory.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "util/qu_message.h"
+
+#ifdef __has_feature
+#if __has_feature(address_sanitizer)
+#define QRD_ADDRESS_SANITIZER
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(QRD_ADDRESS_SANITIZER)
+// Too large a block is a null result in a checked build too, or the paths behind it would go unchecked.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+#endif
+
+namespace qrd {
+
+std::uint64_t UV_MEM_SIZE = 0;
+std::uint64_t working_buffer_size = 0;
+std::uint64_t maximum_capacity = 0;
+std::int64_t memory_debug = 0;
+resource_failure_record last_resource_failure;
+
+namespace {
+
+// Blocks below this size are neither logged nor reported.
+constexpr std::uint64_t reported_size = 102400;
+constexpr std::uint64_t largest_size = std::numeric_limits<std::uint64_t>::max();
+
+// Who asks: what every message quotes.
+struct caller {
+  const char* operation;
+  const char* file;
+  std::int64_t line;
+  bool fatal;
+};
+
+double megabytes(std::uint64_t size) {
+  return static_cast<double>(size) / 1048576.0;
+}
+
+void record_failure(double requested) {
+  last_resource_failure.kind = 1;
+  last_resource_failure.requested_megabytes = requested;
+  last_resource_failure.allocated_megabytes = megabytes(UV_MEM_SIZE);
+}
+
+void report_head(const caller& from) {
+  qu_message("MEMORY ALLOCATION ERROR: (%s: %" PRId64 ")", from.file, from.line);
+  qu_message("=======================\n");
+}
+
+void report_tail(double requested) {
+  qu_message("Unable to Allocate           :%7.1f MegaBytes", requested);
+  qu_message("Already Allocated            :%7.1f MegaBytes", megabytes(UV_MEM_SIZE));
+  qu_message("\nTHIS ERROR IS NOT DUE TO THE WORKING BUFFER SIZE");
+  qu_message("YOU SHOULD CHANGE OTHER CALCULATION PARAMETERS\n");
+  qu_message("(See: Help/Preferences/Study Environment/Miscellaneous/Memory Management)\n");
+}
+
+// The system refused `size` bytes.
+void system_report(const caller& from, std::uint64_t size) {
+  record_failure(megabytes(size));
+  if (size < reported_size) return;
+  report_head(from);
+  qu_message("Your system cannot allocate the requested memory\n");
+  report_tail(megabytes(size));
+}
+
+// The product of size and count can't be represented.
+void size_report(const caller& from, std::uint64_t size, std::int64_t count) {
+  double requested = static_cast<double>(count) / 1048576.0 * static_cast<double>(size);
+  record_failure(requested);
+  report_head(from);
+  qu_message("The size of the memory to allocate is greater than the Velmar Maximum Capacity\n");
+  qu_message("This message only occurs in DEBUG mode and the program will still continue !");
+  qu_message("Velmar Maximum Capacity      :%7.1f MegaBytes", megabytes(maximum_capacity));
+  report_tail(requested);
+}
+
+bool product_overflows(std::uint64_t size, std::int64_t count) {
+  return size != 0 && static_cast<std::uint64_t>(count) > largest_size / size;
+}
+
+void log_total() {
+  qu_message("MEMORY DEBUG: %s: %7.1f MB (Buffers: %7.1f MB)", "NEW ALLOCATION AMOUNT",
+             megabytes(UV_MEM_SIZE), megabytes(working_buffer_size));
+}
+
+bool is_logged(std::uint64_t size) {
+  return memory_debug != 0 && size >= reported_size;
+}
+
+void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
+  if (count < 0)
+    qu_fatal("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+             from.line);
+  if (product_overflows(size, count)) {
+    size_report(from, size, count);
+    if (from.fatal) qu_fatal_number(from.operation, 1);
+    return nullptr;
+  }
+  std::uint64_t total = size * static_cast<std::uint64_t>(count);
+  if (total == 0) qu_fatal("%s, length = 0 (%s:%" PRId64 ")", from.operation, from.file, from.line);
+
+  void* block = std::malloc(total);
+  if (block == nullptr) {
+    system_report(from, total);
+    if (from.fatal) qu_fatal_number(from.operation, 20);
+    return nullptr;
+  }
+  UV_MEM_SIZE += total;
+  if (is_logged(total)) {
+    qu_message("MEMORY DEBUG: ALLOC %" PRIu64 " * %" PRIu64 " bytes at %s:%" PRId64 "... New_Ptr=%p%s",
+               static_cast<std::uint64_t>(count), size, from.file, from.line, block, "");
+    log_total();
+  }
+  return block;
+}
+
+void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64_t old_count,
+                 std::int64_t new_count) {
+  if (old_count < 0)
+    qu_fatal("%s, old_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+             from.line);
+  if (new_count < 0)
+    qu_fatal("%s, new_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+             from.line);
+  if (block == nullptr) return allocate(from, size, new_count);
+  if (old_count == new_count) return block;
+  if (size == 0 || new_count < 1) qu_fatal_number(from.operation, 1);
+  if (product_overflows(size, new_count)) {
+    size_report(from, size, new_count);
+    if (from.fatal) qu_fatal_number(from.operation, 10);
+    return nullptr;
+  }
+  std::uint64_t old_size = size * static_cast<std::uint64_t>(old_count);
+  std::uint64_t new_size = size * static_cast<std::uint64_t>(new_count);
+  std::uint64_t difference = new_size > old_size ? new_size - old_size : old_size - new_size;
+  if (new_size < old_size && difference > UV_MEM_SIZE)
+    qu_fatal("%s: You deallocate more memory than allocated", from.operation);
+
+  bool logged = is_logged(new_size);
+  char old_block[24] = "";
+  if (logged) std::snprintf(old_block, sizeof old_block, "%p", block);
+  void* moved = std::realloc(block, new_size);
+  if (moved == nullptr) {
+    system_report(from, difference);
+    if (from.fatal) qu_fatal_number(from.operation, 4);
+    std::free(block);
+    UV_MEM_SIZE -= old_size;
+    return nullptr;
+  }
+  UV_MEM_SIZE += new_size - old_size;  // modulo 2^64: a shrunk block takes the difference out
+  if (logged) {
+    qu_message("MEMORY DEBUG: REALLOC %" PRIu64 " * %" PRIu64 " bytes -> %" PRIu64 " * %" PRIu64
+               " bytes at %s:%" PRId64 ". Ptr=%s... New_ptr=%p%s",
+               static_cast<std::uint64_t>(old_count), size, static_cast<std::uint64_t>(new_count), size,
+               from.file, from.line, old_block, moved, "");
+    log_total();
+  }
+  return moved;
+}
+
+void* release(const caller& from, void* block, std::uint64_t size, std::int64_t count) {
+  if (block == nullptr) return nullptr;
+  if (count < 0)
+    qu_fatal("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+             from.line);
+  std::uint64_t total = size * static_cast<std::uint64_t>(count);
+  if (total == 0)
+    qu_fatal("Illegal call to: %s, length =%" PRIu64 " (%s:%" PRId64 ")", from.operation, total, from.file,
+             from.line);
+  if (total > UV_MEM_SIZE)
+    qu_fatal("%s: length > UV_MEM_SIZE (%s:%" PRId64 ")", from.operation, from.file, from.line);
+  UV_MEM_SIZE -= total;
+  if (is_logged(total)) {
+    qu_message("MEMORY DEBUG: FREE %" PRIu64 " * %" PRIu64 " bytes at %s:%" PRId64 ". Ptr=%p, New_Ptr=nil",
+               static_cast<std::uint64_t>(count), size, from.file, from.line, block);
+    log_total();
+  }
+  std::free(block);
+  return nullptr;
+}
+
+}  // namespace
+
+void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count) {
+  return allocate({"qu_mem_alloc_nn", file, line, false}, size, count);
+}
+
+void* qu_mem_alloc_fn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count) {
+  return allocate({"qu_mem_alloc_fn", file, line, true}, size, count);
+}
+
+void* qu_mem_realloc_nn(const char* file, std::int64_t line, void* block, std::uint64_t size,
+                        std::int64_t old_count, std::int64_t new_count) {
+  return reallocate({"qu_mem_realloc_nn", file, line, false}, block, size, old_count, new_count);
+}
+
+void* qu_mem_realloc_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
+                        std::int64_t old_count, std::int64_t new_count) {
+  return reallocate({"qu_mem_realloc_fn", file, line, true}, block, size, old_count, new_count);
+}
+
+void* qu_mem_free_nn(const char* file, std::int64_t line, void* block, std::uint64_t size,
+                     std::int64_t count) {
+  return release({"qu_mem_free_nn", file, line, false}, block, size, count);
+}
+
+void* qu_mem_free_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
+                     std::int64_t count) {
+  return release({"qu_mem_free_fn", file, line, false}, block, size, count);
+}
+
+}  // namespace qrd
