@@ -35,4 +35,11 @@ inline constexpr float missing_float = std::bit_cast<float>(std::uint32_t{0x7EB9
 inline constexpr std::int64_t missing_int64 = std::numeric_limits<std::int64_t>::max();
 inline constexpr std::int32_t missing_int32 = std::numeric_limits<std::int32_t>::max();
 
+// Clamped to 32 bits, so that the missing integer stays missing.
+constexpr std::int32_t narrow_int(std::int64_t value) {
+  if (value > std::numeric_limits<std::int32_t>::max()) return std::numeric_limits<std::int32_t>::max();
+  if (value < std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min();
+  return static_cast<std::int32_t>(value);
+}
+
 }  // namespace qrd

@@ -1,0 +1,94 @@
+// CPALLST, CPALXIST, CPALREAD, CPALWRIT, CPALDEL.
+#include <algorithm>
+#include <span>
+
+#include "colour/answers.h"
+#include "colour/qu_palette.h"
+#include "server/answering.h"
+#include "server/context.h"
+
+namespace qrd {
+
+namespace {
+
+// Reads `count` values and keeps the first ones that fit.
+bool read_channel(std::int32_t count, std::span<std::int32_t, palette_maximum> kept) {
+  const std::int32_t fitting = std::clamp(count, 0, palette_maximum);
+  if (!_qrd_read_int_array(client_socket, kept.data(), fitting)) return false;
+  for (std::int32_t i = fitting; i < count; ++i)
+    if (std::int32_t dropped = 0; !read_arguments(dropped)) return false;
+  return true;
+}
+
+bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_t count) {
+  return std::all_of(values.begin(), values.begin() + count,
+                     [](std::int32_t value) { return value >= 0 && value <= palette_value_maximum; });
+}
+
+bool root_is_open() {
+  return is_set(current_context.qrd_init);
+}
+
+constexpr char no_root[] = "QRD_INIT is not set";
+
+}  // namespace
+
+int server_answer_palette_list(const char* /*request*/) {
+  if (!root_is_open()) return refuse("%s", no_root);
+  return answer("SPALLST", wire_names{qu_palette_get_list(-1)});
+}
+
+int server_answer_palette_exists(const char* /*request*/) {
+  name_text name;
+  if (!read_arguments(name)) return -1;
+  if (!root_is_open()) return refuse("%s", no_root);
+  return answer("SEXIST", wire_bool{qu_palette_exists(name) != 0});
+}
+
+int server_answer_palette_read(const char* /*request*/) {
+  name_text name;
+  if (!read_arguments(name)) return -1;
+  if (!root_is_open()) return refuse("%s", no_root);
+  palette_colours colours;
+  if (qu_palette_read(name, colours) != 0) return refuse("An error happened during Palette %s read", name);
+  return answer("SPAL", wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
+                wire_ints{colours.green.data(), colours.count},
+                wire_ints{colours.blue.data(), colours.count});
+}
+
+int server_answer_palette_write(const char* /*request*/) {
+  name_text name;
+  palette_colours colours;
+  if (!read_arguments(name, colours.count)) return -1;
+  if (!read_channel(colours.count, colours.red) || !read_channel(colours.count, colours.green) ||
+      !read_channel(colours.count, colours.blue))
+    return -1;
+  if (!root_is_open()) return refuse("%s", no_root);
+  if (colours.count < 0 || colours.count > palette_maximum)
+    return refuse("Palettes cannot have more than %d colors", palette_maximum);
+  if (!in_range(colours.red, colours.count) || !in_range(colours.green, colours.count) ||
+      !in_range(colours.blue, colours.count))
+    return refuse("RGBs for Palettes must be in the [0-255] interval");
+  if (qu_palette_exists(name) == 0 && qu_palit_new_name(name, palette_prefix) != 0)
+    return refuse("Cannot create new Palette named %s.", name);
+  // A full disk may have taken the new palette back at once.
+  if (qu_palette_exists(name) == 0 || qu_palette_save(name, colours) != 0)
+    return refuse("An error occured during Palette %s writing", name);
+  return answer("SDONE");
+}
+
+int server_answer_palette_delete(const char* /*request*/) {
+  name_text name;
+  if (!read_arguments(name)) return -1;
+  if (!root_is_open()) return refuse("%s", no_root);
+  switch (qu_palit_delete(name, palette_prefix)) {
+    case 0:
+      return answer("SDONE");
+    case 2:
+      return refuse("Cannot delete palette named %s as it is used by a Color Scale.", name);
+    default:
+      return refuse("An error happened during Palette deletion");
+  }
+}
+
+}  // namespace qrd

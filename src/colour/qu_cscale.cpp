@@ -1,0 +1,247 @@
+// The file CSCA.<n>, XDR, version 501003; older versions lack fields, which then keep their defaults.
+//
+//   xint                version
+//   xstring(50) x 2     name, palette name
+//   xint x 3            readonly, scale type, class count
+//   xint                interval count                        from 501000, before it the class count
+//   xdouble x 2 count   minima, then maxima                   manual and facies; before 501000 count + 1
+//                                                             bounds that neighbours share
+//   xint x count        palette indices                       manual and facies
+//   xint x 3            display modes                         from 501003, before it one flag
+//   xint x 9            three colours
+//   xint x 3 classes    red, green, blue of the classes       facies, from 501000
+//   xstring(50) x classes  labels                             facies, from 501000
+//   xint                legend flag                           from 501002
+//   xint, xstring(50)   other flag and label                  from 501001
+//   xint, xstring(50)   no-data flag and label                from 501001
+//   xint x 2            integer bounds, flag a                from 501000
+//   xdouble x 3         three values                          from 501000
+//   xint                default unit                          from 501002
+//   xint x 4, xstring(11), xdouble   format record            from 501000
+#include "colour/qu_cscale.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "colour/qu_palette.h"
+#include "store/qd_init.h"
+#include "util/qu_file.h"
+#include "util/qu_list_head.h"
+#include "util/qu_message.h"
+#include "util/qu_named_file.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr named_file_kind scale_files = {
+    "CSCA.", "WARNING: A COLOR SCALE FILE IS CORRUPTED:", "WARNING: MAXIMUM NUMBER OF COLOR SCALES REACHED"};
+constexpr std::int64_t scale_version = 501003;
+constexpr std::int64_t version_with_legend = 501002;
+constexpr std::int64_t version_with_labels = 501001;
+constexpr std::int64_t version_with_intervals = 501000;
+constexpr std::uint32_t text_limit = 50;
+constexpr std::uint32_t unit_limit = 11;
+constexpr std::int64_t least_classes = 2;
+
+bool has_intervals(const color_scale& scale) {
+  return scale.scale_type == SCALE_MANUAL || scale.scale_type == SCALE_FACIES;
+}
+
+// Bytes behind the position of a file that is read: no count can stand for more.
+std::int64_t bytes_left(std::FILE* stream) {
+  struct stat status;
+  if (fstat(fileno(stream), &status) != 0) return 0;
+  return status.st_size - qu_file_tell(stream);
+}
+
+bool move_ints(XDR* xdr, std::int64_t* values, std::size_t count) {
+  return std::all_of(values, values + count,
+                     [xdr](std::int64_t& value) { return qu_xdr_int(xdr, &value) != 0; });
+}
+
+bool move_doubles(XDR* xdr, double* values, std::size_t count) {
+  return std::all_of(values, values + count, [xdr](double& value) { return xdr_double(xdr, &value) != 0; });
+}
+
+bool move_label(XDR* xdr, std::string& label) {
+  name_text text;
+  qu_string_copy(label.c_str(), text);
+  if (!qu_xdr_text(xdr, text, text_limit)) return false;
+  label = text;
+  return true;
+}
+
+// Bounds of the time before intervals had two of their own: value i is the minimum of interval i and
+// the maximum of interval i - 1.
+bool read_shared_bounds(XDR* xdr, interval_table& intervals) {
+  const std::int64_t count = intervals.count();
+  for (std::int64_t i = 0; i <= count; ++i) {
+    double bound = 0;
+    if (!xdr_double(xdr, &bound)) return false;
+    if (i < count) intervals.minimum(i) = bound;
+    if (i > 0) intervals.maximum(i - 1) = bound;
+  }
+  return true;
+}
+
+bool move_intervals(XDR* xdr, std::int64_t version, std::int64_t left, color_scale& scale) {
+  interval_table& intervals = scale.intervals;
+  std::int64_t count = intervals.count();
+  if (version < version_with_intervals)
+    count = scale.class_count;
+  else if (!qu_xdr_int(xdr, &count))
+    return false;
+  if (!has_intervals(scale)) return true;
+  if (xdr->x_op == XDR_DECODE) {
+    if (count > left / static_cast<std::int64_t>(sizeof(double))) return false;
+    qu_interval_resize(intervals, count, scale.class_count);
+  }
+  if (version < version_with_intervals) {
+    if (!read_shared_bounds(xdr, intervals)) return false;
+  } else if (!move_doubles(xdr, intervals.bounds.data(), intervals.bounds.size())) {
+    return false;
+  }
+  return move_ints(xdr, intervals.palette_indices.data(), intervals.palette_indices.size());
+}
+
+bool move_modes(XDR* xdr, std::int64_t version, color_scale& scale) {
+  if (version >= scale_version) return move_ints(xdr, scale.mode, 3);
+  std::int64_t flag = 0;
+  if (!qu_xdr_int(xdr, &flag)) return false;
+  scale.mode[0] = scale.mode[2] = flag > 0 ? 2 : 0;
+  scale.mode[1] = 0;
+  return true;
+}
+
+bool move_facies(XDR* xdr, std::int64_t version, std::int64_t left, color_scale& scale) {
+  if (scale.scale_type != SCALE_FACIES || version < version_with_intervals) return true;
+  if (xdr->x_op == XDR_DECODE) {
+    const std::int64_t classes = std::max(scale.class_count, std::int64_t{0});
+    if (classes > left / 4) return false;
+    scale.facies_rgbs.resize(static_cast<std::size_t>(3 * classes));
+    scale.facies_labels.resize(static_cast<std::size_t>(classes));
+  }
+  return move_ints(xdr, scale.facies_rgbs.data(), scale.facies_rgbs.size()) &&
+         std::all_of(scale.facies_labels.begin(), scale.facies_labels.end(),
+                     [xdr](std::string& label) { return move_label(xdr, label); });
+}
+
+bool move_legend(XDR* xdr, std::int64_t version, color_scale& scale) {
+  if (version >= version_with_legend && !qu_xdr_int(xdr, &scale.legend_flag)) return false;
+  return version < version_with_labels ||
+         (qu_xdr_int(xdr, &scale.other_flag) && qu_xdr_text(xdr, scale.other_label, text_limit) &&
+          qu_xdr_int(xdr, &scale.na_flag) && qu_xdr_text(xdr, scale.na_label, text_limit));
+}
+
+bool move_unit(XDR* xdr, std::int64_t version, color_scale& scale) {
+  if (version < version_with_intervals) return true;
+  if (!qu_xdr_enum(xdr, &scale.intervals.integer_bounds) || !qu_xdr_int(xdr, &scale.flag_a) ||
+      !move_doubles(xdr, scale.value, 3))
+    return false;
+  if (version >= version_with_legend && !qu_xdr_int(xdr, &scale.default_unit)) return false;
+  qd_format_record& unit = scale.unit;
+  return qu_xdr_int(xdr, &unit.format) && qu_xdr_int(xdr, &unit.width) && qu_xdr_int(xdr, &unit.digits) &&
+         qu_xdr_int(xdr, &unit.length_flag) && qu_xdr_text(xdr, unit.unit, unit_limit) &&
+         xdr_double(xdr, &unit.factor);
+}
+
+// The whole file, in both directions. `left` bounds what counts may promise when reading.
+bool move_scale(XDR* xdr, std::int64_t left, color_scale& scale) {
+  std::int64_t version = scale_version;
+  return qu_xdr_int(xdr, &version) && qu_xdr_text(xdr, scale.name, text_limit) &&
+         qu_xdr_text(xdr, scale.palette_name, text_limit) && qu_xdr_int(xdr, &scale.readonly) &&
+         qu_xdr_int(xdr, &scale.scale_type) && qu_xdr_int(xdr, &scale.class_count) &&
+         move_intervals(xdr, version, left, scale) && move_modes(xdr, version, scale) &&
+         move_ints(xdr, &scale.color[0][0], 9) && move_facies(xdr, version, left, scale) &&
+         move_legend(xdr, version, scale) && move_unit(xdr, version, scale);
+}
+
+}  // namespace
+
+void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name) {
+  scale = {};
+  qu_format_default(scale.unit);
+  qu_string_copy(name, scale.name);
+  qu_string_copy(palette_name, scale.palette_name);
+  if (qu_palette_exists(palette_name) != 0) scale.palette_size = qu_palette_size(palette_name);
+  scale.class_count = std::max(scale.palette_size, least_classes);
+  if (white) std::fill(&scale.color[0][0], &scale.color[0][0] + 9, palette_value_maximum);
+}
+
+int qu_cscale_test(const char* name, path_text& path) {
+  if (!qu_named_file_room(2)) return 2;
+  const int result = qu_named_file_find(cscale_path, scale_files, name, path);
+  if (result == 2) qu_fatal("Fatal Error in qu_cscale_test: bad directory...");
+  return result;
+}
+
+string_list qu_cscale_get_list(int mode) {
+  string_list list;
+  const std::int64_t head = qu_list_head(list, mode, "New Color Scale");
+  if (head < 0) qu_fatal("Fatal Error in qu_cscale_get_list (1)");
+  if (qu_test_open_file(3) == 0) return list;
+  const auto add = [&list](const char*, const char* name) {
+    list.add(name, name_size);
+    return false;
+  };
+  if (qu_named_file_scan(cscale_path, scale_files, add) == 2)
+    qu_fatal("Fatal Error in qu_cscale_get_list (2)");
+  list.sort(head);
+  return list;
+}
+
+int qu_cscale_read(const char* name, bool white, color_scale& scale) {
+  qu_cscale_init(scale, white, no_name, no_name);
+  path_text path;
+  if (qu_cscale_test(name, path) != 0) {
+    qu_message("Cannot read Color Scale named \"%s\"", name);
+    return 1;
+  }
+  file_stream stream(qu_file_open_n(path, read_binary));
+  bool read = false;
+  if (stream) {
+    xdr_stream xdr(stream.get(), XDR_DECODE);
+    read = xdr && move_scale(xdr.get(), bytes_left(stream.get()), scale);
+  }
+  if (!stream.close() || !read) qu_named_file_corrupted(scale_files, path);
+  if (scale.default_unit != 0) qu_format_default(scale.unit);
+  return 0;
+}
+
+int qu_cscale_write(color_scale& scale) {
+  path_text path;
+  const int present = qu_cscale_test(scale.name, path);
+  if (present == 2) return 1;
+  // A read-only scale stays beside the new one.
+  if (present == 0) qu_cscale_delete(scale.name);
+  if (!qu_named_file_new_path(cscale_path, scale_files, path)) return 1;
+  file_stream stream(qu_file_open_n(path, write_binary));
+  bool written = false;
+  if (stream) {
+    xdr_stream xdr(stream.get(), XDR_ENCODE);
+    written = xdr && move_scale(xdr.get(), 0, scale);
+  }
+  if (stream.close() && written) return 0;
+  qu_named_file_write_failed(path);
+  return 1;
+}
+
+int qu_cscale_delete(const char* name) {
+  path_text path;
+  if (int result = qu_cscale_test(name, path); result != 0) return result;
+  color_scale scale;
+  if (qu_cscale_read(name, false, scale) == 0 && scale.readonly != 0) {
+    qu_message("Color Scale is readonly. It cannot be deleted");
+    return 1;
+  }
+  std::remove(path);
+  return 0;
+}
+
+}  // namespace qrd

@@ -1,0 +1,41 @@
+// Palettes: named lists of up to 256 RGB colours, one small text file each. Line 1 is the name, each
+// further line one colour as "%3d %3d %3d". The user's palettes stand in the study and hide system
+// palettes of the same name, which stand in the root and are only read.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "util/qu_constants.h"
+#include "util/qu_list.h"
+
+namespace qrd {
+
+inline constexpr int palette_maximum = 256;
+inline constexpr int palette_value_maximum = 255;
+inline constexpr char palette_prefix[] = "PAL.";
+inline constexpr char lithology_prefix[] = "LIT.";
+
+struct palette_colours {
+  std::int32_t count = 0;
+  std::array<std::int32_t, palette_maximum> red{}, green{}, blue{};
+};
+
+// 0 and the path if a file of that name exists in the directory, else 1.
+int qu_palit_path(const char* directory, const char* name, const char* prefix, path_text& path);
+// 0 when a file was made; 1 when the name is "None" or taken.
+int qu_palit_new_name(const char* name, const char* prefix);
+// All names, sorted. Mode -1 plain, 0 with "None" and "New File", 1 with "None".
+string_list qu_palette_get_list(int mode);
+// 1 or 0.
+int qu_palette_exists(const char* name);
+// 0 read; 1 not found.
+int qu_palette_read(const char* name, palette_colours& colours);
+// 0 if it can't be read.
+std::int32_t qu_palette_size(const char* name);
+// 0 written; 1 when the palette is not one of the user's. REQUIRES: it exists.
+int qu_palette_save(const char* name, const palette_colours& colours);
+// 0 deleted; 1 not found among the user's; 2 a colour scale uses it or can't be read.
+int qu_palit_delete(const char* name, const char* prefix);
+
+}  // namespace qrd
