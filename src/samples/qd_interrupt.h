@@ -32,5 +32,7 @@ class log_pause {
 // Names of deeper levels are null when the change is of a higher one.
 void qd_interrupt_add_modif(const char* directory, const char* file, const char* variable,
                             const char* new_name, change_code code);
+// The same for a writer that knows only the folder of the object.
+void qd_interrupt_add_object(const char* object_path, change_code code);
 
 }  // namespace qrd

@@ -15,6 +15,9 @@ int qd_variable_path(const char* directory, const char* file, const char* variab
 // The same below a known parent path.
 int qd_file_path_in(const char* directory_path, const char* file, path_text& path);
 int qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
+// The name under which the catalogue holds a variable: stem[12] and stem{gold} become stem[xxxxx]. False if
+// no object can have it, because it doesn't fit a descriptor.
+bool qd_catalogue_name(const char* variable, name_text& name);
 
 // 1 or 0 after a report. Reading rewrites an old version. A missing DESCR is fatal, unless the
 // object's folder has gone with it (another server deleted it): then 0 without a report, and

@@ -1,0 +1,83 @@
+// The comment of a file or variable: the plain text COMMENT in its folder.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "samples/qd_interrupt.h"
+#include "store/qd_descriptor.h"
+#include "store/qd_tools.h"
+#include "store/qd_walk.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+void comment_path(const char* object_path, path_text& path) {
+  qu_path_join(path, {object_path, path_separator, "COMMENT"});
+}
+
+// The folder of a file, or of a variable if there is one. 1, or 0 after a report that ends in `outcome`.
+int find_object(const char* directory, const char* file, const char* variable, const char* outcome,
+                path_text& path) {
+  if (variable == nullptr) {
+    if (qd_file_path(directory, file, path)) return 1;
+    qu_message("Warning: %s/%s does not exist. Description not %s.", directory, file, outcome);
+    return 0;
+  }
+  name_text name;
+  if (qd_catalogue_name(variable, name) && qd_variable_path(directory, file, name, path)) return 1;
+  qu_message("Warning: %s/%s/%s does not exist. Description not %s.", directory, file, variable, outcome);
+  return 0;
+}
+
+}  // namespace
+
+int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text) {
+  text.clear();
+  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_read", 1);
+  path_text object_path;
+  if (!find_object(directory, file, variable, "read", object_path)) return 2;
+
+  path_text path;
+  comment_path(object_path, path);
+  file_stream stream(qu_file_open_n(path, read_text));
+  if (!stream) return 1;
+  while (const char* line = qu_file_next_line(stream.get(), true)) text += line;
+  return 0;
+}
+
+int qd_comment_replace(const char* object_path, const char* text) {
+  path_text path;
+  comment_path(object_path, path);
+  file_stream stream(qu_file_open_n(path, write_read_text));
+  if (!stream) {
+    qu_message("Cannot open file or variable descrition file for writing:\n %s", path);
+    qu_message("Description will not be updated.");
+    qu_message("Check directory permissions and disk space.\n");
+    return 1;
+  }
+  const bool written = std::fputs(text, stream.get()) >= 0;
+  if (!stream.close() || !written) {
+    qu_message(
+        "Error while updating file or variable description.\nComment has not been updated.\n"
+        "Check disk space and quotas\n");
+    return 1;
+  }
+  return 0;
+}
+
+int qd_comment_write(const char* directory, const char* file, const char* variable, int /*append*/,
+                     const char* text) {
+  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_write", 1);
+  path_text object_path;
+  if (!find_object(directory, file, variable, "updated", object_path)) return 2;
+  // Appending reads what is there, and the opening has just emptied it: clients count on the replacement.
+  if (qd_comment_replace(object_path, text) != 0) return 1;
+  qd_interrupt_add_modif(directory, file, variable, nullptr, CHANGE_DESCRIPTION);
+  return 0;
+}
+
+}  // namespace qrd

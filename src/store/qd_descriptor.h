@@ -1,0 +1,40 @@
+// What the descriptor files "DESCR" of directories, files and variables have in common.
+//
+// A descriptor is one XDR record (RFC 4506) that begins with an xint, the version of its writer. Versions
+// from 2 to 1099 are old: they are read, and rewritten at once. A later version than ours is taken as it
+// stands if its fields can be read. Bytes behind the last field are nobody's business.
+#pragma once
+
+#include <cstdint>
+
+#include "store/qd_records.h"
+#include "util/qu_file.h"
+
+namespace qrd {
+
+inline constexpr std::int64_t oldest_descriptor_version = 2;
+
+// `version` is at least the oldest one.
+inline bool is_old_descriptor(std::int64_t version) {
+  return version < DESCRIPTOR_VERSION;
+}
+
+// True if another server has deleted a folder. One that can't be looked at counts as there.
+bool qd_folder_gone(const char* path);
+
+// The path of an object's descriptor.
+void qd_descriptor_path(const char* object_path, path_text& path);
+
+// The descriptor of an object, for reading. Without one the process ends, unless the object's whole
+// folder has gone since it was listed: then no stream, and qd_object_gone() tells so.
+file_stream qd_descriptor_open(const char* object_path);
+
+// The descriptor for writing, and the end of the writing: true if the new fields are all that the file
+// holds. A descriptor that can't be opened ends the process.
+file_stream qd_descriptor_rewrite(const char* object_path);
+bool qd_descriptor_rewritten(file_stream& stream);
+
+// Puts a text into the COMMENT file of an object's folder in place of the old one: 0, or 1 after reports.
+int qd_comment_replace(const char* object_path, const char* text);
+
+}  // namespace qrd

@@ -1,0 +1,57 @@
+// The descriptor of a catalogue directory, DIRE.<n>/DESCR; the same layout in all versions.
+//
+//   xint         version, 1100
+//   xstring(50)  name
+#include "samples/qd_interrupt.h"
+#include "store/qd_descriptor.h"
+#include "store/qd_tools.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+// A name of 50 characters, which the format allows, loses its last one in memory.
+bool move_fields(XDR* xdr, std::int64_t* version, name_text& name) {
+  return qu_xdr_int(xdr, version) && *version >= oldest_descriptor_version &&
+         qu_xdr_text(xdr, name, descriptor_name_limit);
+}
+
+}  // namespace
+
+int qd_directory_descriptor_read(const char* path, name_text& name) {
+  name[0] = '\0';
+  file_stream stream = qd_descriptor_open(path);
+  if (!stream) return 0;
+  path_text descriptor_path;
+  qd_descriptor_path(path, descriptor_path);
+
+  std::int64_t version = 0;
+  xdr_stream xdr(stream.get(), XDR_DECODE);
+  if (!xdr || !move_fields(xdr.get(), &version, name)) {
+    qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
+    return 0;
+  }
+  stream.close();
+  if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {
+    qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
+    return 0;
+  }
+  return 1;
+}
+
+int qd_directory_descriptor_write(const char* path, const char* name) {
+  name_text text;
+  qu_path_join(text, {name});
+  std::int64_t version = DESCRIPTOR_VERSION;
+  file_stream stream = qd_descriptor_rewrite(path);
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  if (!xdr || !move_fields(xdr.get(), &version, text)) return 0;
+  if (!qd_descriptor_rewritten(stream)) return 0;
+  qd_interrupt_add_modif(text, nullptr, nullptr, nullptr, CHANGE_DESCRIPTION);
+  return 1;
+}
+
+}  // namespace qrd
