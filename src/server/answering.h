@@ -43,17 +43,21 @@ class request_texts {
   request_texts(const request_texts&) = delete;
   request_texts& operator=(const request_texts&) = delete;
   ~request_texts();
-  // False without memory. REQUIRES: count >= 0.
+  // States how many shall be read. False without memory. REQUIRES: count >= 0.
   bool allocate(std::int64_t count);
   bool read();
+  // Once they have been read.
   const char* operator[](std::int64_t i) const { return texts_[i] == nullptr ? "" : texts_[i]; }
   std::int64_t count() const { return count_; }
   // Null where a string was absent.
   const char* const* data() const { return texts_; }
 
  private:
+  bool grow(std::int64_t room);
+
   char** texts_ = nullptr;
   std::int64_t count_ = 0;
+  std::int64_t room_ = 0;
 };
 
 // One argument each: an int, a long, a double, a string(10000), and fixed texts whose room is the limit

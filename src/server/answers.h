@@ -10,6 +10,9 @@ int st_answer_supported_req(const char* request);
 int st_answer_arch(const char* request);
 int server_answer_byebye(const char* request);
 
+// Opens the database root for CHELLO and CQRDDATA. False after a refusal, which leaves the path in use.
+bool set_root(const char* path);
+
 // Serves one request by the table of all requests.
 int server_answer(const char* request);
 

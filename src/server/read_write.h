@@ -38,6 +38,8 @@ int _qrd_write_string(socket_handle socket, const char* const* text, std::uint32
 int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t count);
 
 // Arrays have no count of their own. A trace shows the first ten values.
+// Calls the element operation for 0 to count - 1, and stops when one fails.
+int _qrd_transfer_array(std::int64_t count, int (*element)(void* context, std::int64_t i), void* context);
 int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t count);
 int _qrd_read_int_array(socket_handle socket, std::int32_t* values, std::int64_t count);
 int _qrd_read_string_array(socket_handle socket, char** texts, std::int64_t count);

@@ -1,0 +1,14 @@
+// CARCH: from here on `long` takes 8 bytes if both sides are 64-bit.
+#include "server/answering.h"
+#include "server/answers.h"
+#include "server/trace.h"
+
+namespace qrd {
+
+int st_answer_arch(const char* /*request*/) {
+  server_debug(0, "Sending Architecture");
+  if (!read_arguments(client_is_64bits)) return -1;
+  return answer("SARCH", wire_int{server_is_64bits});
+}
+
+}  // namespace qrd

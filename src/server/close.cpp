@@ -1,0 +1,29 @@
+#include <cerrno>
+#include <ctime>
+
+#include "server/init.h"
+#include "server/network.h"
+#include "server/trace.h"
+#include "store/qd_init.h"
+
+namespace qrd {
+
+namespace {
+
+// Whole, whatever signals arrive.
+void sleep_one_second() {
+  timespec left = {1, 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+}
+
+}  // namespace
+
+void server_close() {
+  if (trace_level >= 1) _qrd_trace_enter("server_close", 0);
+  sleep_one_second();
+  _qrd_network_stop();
+  if (lock_taken != 0) qd_end(0);
+  if (trace_level >= 1) _qrd_trace_exit(nullptr, 0);
+}
+
+}  // namespace qrd

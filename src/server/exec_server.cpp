@@ -1,0 +1,103 @@
+#include "server/exec_server.h"
+
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <string>
+
+#include "server/trace.h"
+
+namespace qrd {
+
+namespace {
+
+std::string command_line(const char* path, const char* const* arguments) {
+  std::string line = path != nullptr ? std::string("\"") + path + "\"" : arguments[0];
+  for (const char* const* argument = arguments + 1; *argument != nullptr; ++argument)
+    line.append(" ").append(*argument);
+  return line;
+}
+
+// Where a bare name is found beside the running program; empty if it isn't there.
+std::string beside_this_program(const char* name) {
+  char own_path[PATH_MAX];
+  ssize_t length = readlink("/proc/self/exe", own_path, sizeof own_path);
+  if (length <= 0) return "";
+  std::string path(own_path, static_cast<std::size_t>(length));
+  path.resize(path.rfind('/') + 1);
+  path += name;
+  return access(path.c_str(), X_OK) == 0 ? path : "";
+}
+
+class spawn_settings {
+ public:
+  spawn_settings() {
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawn_file_actions_init(&file_actions);
+    // Also those that this process itself was started with.
+    posix_spawn_file_actions_addclosefrom_np(&file_actions, STDERR_FILENO + 1);
+  }
+  spawn_settings(const spawn_settings&) = delete;
+  spawn_settings& operator=(const spawn_settings&) = delete;
+  ~spawn_settings() {
+    posix_spawn_file_actions_destroy(&file_actions);
+    posix_spawnattr_destroy(&attributes);
+  }
+
+  posix_spawnattr_t attributes;
+  posix_spawn_file_actions_t file_actions;
+};
+
+}  // namespace
+
+child_watch::~child_watch() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+void child_watch::watch(int process) {
+  descriptor_ = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
+
+std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch) {
+  std::string line = command_line(path, arguments);
+  if (trace_level >= 2) {
+    _qrd_trace("_qrd_exec_server(%s)", line.c_str());
+    _qrd_trace("Creating Process with command line: %s", line.c_str());
+  }
+  std::string program = path != nullptr ? path : arguments[0];
+  bool is_bare = program.find('/') == std::string::npos;
+  if (std::string found = is_bare ? beside_this_program(program.c_str()) : ""; !found.empty())
+    program = found;
+
+  // While the child is being started it may not vanish, so that its id stands for it; afterwards the
+  // system itself disposes of the children that end.
+  std::signal(SIGCHLD, SIG_DFL);
+  spawn_settings settings;
+  pid_t process = -1;
+  int error = posix_spawnp(&process, program.c_str(), &settings.file_actions, &settings.attributes,
+                           const_cast<char* const*>(arguments), environ);
+  if (error == 0 && watch != nullptr) watch->watch(process);
+  std::signal(SIGCHLD, SIG_IGN);
+  if (error != 0) {
+    _qrd_error("_qrd_exec_server: %s", std::strerror(error));
+    return -1;
+  }
+  waitpid(process, nullptr, WNOHANG);
+  if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);
+  return process;
+}
+
+}  // namespace qrd

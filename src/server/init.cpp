@@ -1,0 +1,62 @@
+#include "server/init.h"
+
+#include <cstdlib>
+
+#include "server/context.h"
+#include "server/network.h"
+#include "server/read_write.h"
+#include "server/trace.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+// Tells the program that started this one where to find it.
+int report_port(std::uint16_t control_port, std::uint16_t port) {
+  if (trace_level >= 4) _qrd_trace("Connecting to client control port...");
+  open_socket control;
+  if (int status = _qrd_connect("localhost", control_port, control.address()); status != 0) return status;
+  const std::int32_t word = port;
+  bool done = _qrd_write_int(control.get(), &word) != 0 && _qrd_flush_write(control.get()) != 0;
+  return done ? 0 : 1;
+}
+
+int start_serving(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
+                  socket_handle* client) {
+  if (trace_level >= 4) _qrd_trace("Initializing Windows Socket");
+  if (_qrd_network_start() != 0) {
+    server_debug(0, "Unable to initialize winsock.");
+    return 1;
+  }
+  if (trace_level >= 4) _qrd_trace("Initializing ONC/RPC");
+  if (qu_rpc_start() == -1) {
+    server_debug(0, "Could not initialize ONC/RPC.");
+    std::exit(1);
+  }
+  if (control_port != 0) port = 0;
+  const int backlog = multi_session != 0 ? 5 : 1;
+  if (int status = _qrd_listen_port(&port, backlog, listening); status != 0) return status;
+  if (control_port != 0)
+    if (int status = report_port(control_port, port); status != 0) return status;
+  if (int status = _qrd_wait_connect(*listening, client, 1, 0); status != 0) return status;
+  if (multi_session == 0) _qrd_close_socket(listening);
+  reset_context();
+  return 0;
+}
+
+}  // namespace
+
+int server_init(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
+                socket_handle* client) {
+  if (trace_level >= 1) {
+    _qrd_trace_enter("server_init", 1);
+    _qrd_trace("(%d,%d,%p,%p)", port, control_port, static_cast<void*>(listening),
+               static_cast<void*>(client));
+  }
+  int status = start_serving(port, control_port, listening, client);
+  if (trace_level >= 1) _qrd_trace_exit("%d", status);
+  return status;
+}
+
+}  // namespace qrd

@@ -1,0 +1,18 @@
+// The start and the end of serving.
+#pragma once
+
+#include <cstdint>
+
+#include "server/connection.h"
+
+namespace qrd {
+
+// Listens, reports the port to a control port other than 0, and accepts the first client. 0, or the
+// status of the step that failed.
+int server_init(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
+                socket_handle* client);
+
+// Gives the client time to read the last answer, then releases the study.
+void server_close();
+
+}  // namespace qrd

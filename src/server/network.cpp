@@ -1,0 +1,208 @@
+#include "server/network.h"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "server/read_write.h"
+#include "server/signals.h"
+#include "server/trace.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr char any_address[] = "0.0.0.0";
+constexpr char own_machine[] = "127.0.0.1";
+
+bool network_is_up = false;
+
+const char* listening_address(listen_for whom) {
+  const char* wanted = std::getenv("QRD_LISTEN_ADDRESS");
+  if (wanted == nullptr) return any_address;
+  return whom == listen_for::clients ? wanted : own_machine;
+}
+
+bool bind_to(int socket, const char* address_text, std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  if (inet_pton(AF_INET, address_text, &address.sin_addr) != 1) {
+    errno = EADDRNOTAVAIL;
+    return false;
+  }
+  // A port whose last connections are still fading out can be bound again; two listeners still can't
+  // share one.
+  const int on = 1;
+  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  return bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+void set_connection_options(int socket) {
+  const int on = 1;
+  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  setsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+}
+
+// The first IPv4 address of a host; 0 or the error of the look-up.
+int resolve(const char* host, in_addr* address) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  int error = getaddrinfo(host, nullptr, &hints, &found);
+  if (error == EAI_SYSTEM) return errno;
+  if (error != 0) return error;
+  *address = reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr;
+  freeaddrinfo(found);
+  return 0;
+}
+
+int accept_connection(int listening, sockaddr_in* peer) {
+  for (;;) {
+    socklen_t size = sizeof *peer;
+    int accepted = accept4(listening, reinterpret_cast<sockaddr*>(peer), &size, SOCK_CLOEXEC);
+    // A peer that went away before it was accepted is no failure of the listening socket.
+    bool again = accepted < 0 && (errno == EINTR || errno == ECONNABORTED) && !end_requested();
+    if (!again) return accepted;
+  }
+}
+
+}  // namespace
+
+int _qrd_network_start() {
+  network_is_up = true;
+  return 0;
+}
+
+void _qrd_network_stop() {
+  network_is_up = false;
+}
+
+int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, listen_for whom) {
+  if (trace_level >= 4)
+    _qrd_trace("_qrd_listen_port(%p=%d,%d,%p)", static_cast<void*>(port), *port, backlog,
+               static_cast<void*>(socket));
+  *socket = no_socket;
+  if (_qrd_network_start() != 0) return 1;
+  int created = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (created < 0) {
+    _qrd_error("Error during socket creation.");
+    return 1;
+  }
+  *socket = created;
+  const char* address = listening_address(whom);
+  if (trace_level >= 4) {
+    _qrd_trace("Created Listening socket: %d", created);
+    _qrd_trace("Binding socket to %s:%d", address, *port);
+  }
+  if (!bind_to(created, address, *port)) {
+    _qrd_error_socket("Cannot bind socket");
+    _qrd_close_socket(socket);
+    _qrd_network_stop();
+    return 2;
+  }
+  if (trace_level >= 4) _qrd_trace("Set socket to listen for %d connections", backlog);
+  if (listen(created, backlog) != 0) {
+    _qrd_error_socket("Cannot listen to socket");
+    _qrd_close_socket(socket);
+    _qrd_network_stop();
+    return 3;
+  }
+  watch_socket(created);
+  if (trace_level >= 4) _qrd_trace("Socket listening.");
+  if (*port != 0) return 0;
+
+  sockaddr_in chosen{};
+  socklen_t size = sizeof chosen;
+  if (getsockname(created, reinterpret_cast<sockaddr*>(&chosen), &size) != 0) {
+    _qrd_error("Cannot get new port.");
+    return 4;
+  }
+  *port = ntohs(chosen.sin_port);
+  _qrd_debug("New Socket Port: %d", *port);
+  return 0;
+}
+
+int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocking, int seconds) {
+  if (trace_level >= 4)
+    _qrd_trace("_qrd_wait_connect(%d,%p,%d,%d)", static_cast<int>(listening), static_cast<void*>(socket),
+               blocking, seconds);
+  *socket = no_socket;
+  _qrd_debug("Wait for connection...");
+  auto handle = static_cast<int>(listening);
+  if (blocking == 0) {
+    pollfd waiting = {handle, POLLIN, 0};
+    int ready = poll(&waiting, 1, std::clamp(seconds, 0, INT_MAX / 1000) * 1000);
+    if (ready < 0) {
+      _qrd_error_system("_qrd_wait_connect: select() failed.");
+      return -1;
+    }
+    if (ready == 0) return 1;
+  }
+  sockaddr_in peer{};
+  int accepted = accept_connection(handle, &peer);
+  if (accepted < 0) {
+    _qrd_error_socket("Call to accept() failed.\n");
+    _qrd_close_socket(&listening);
+    _qrd_network_stop();
+    return -1;
+  }
+  *socket = accepted;
+  watch_socket(accepted);
+  set_connection_options(accepted);
+  std::uint32_t address = ntohl(peer.sin_addr.s_addr);
+  _qrd_debug("Get a client connection from %d.%d.%d.%d:%d.", address >> 24, address >> 16 & 255,
+             address >> 8 & 255, address & 255, ntohs(peer.sin_port));
+  return 0;
+}
+
+void _qrd_close_socket(socket_handle* socket) {
+  if (trace_level >= 4)
+    _qrd_trace("_qrd_close_socket(%p=%d)", static_cast<void*>(socket), static_cast<int>(*socket));
+  if (*socket == no_socket) return;
+  unwatch_socket(*socket);
+  close(static_cast<int>(*socket));
+  *socket = no_socket;
+}
+
+int _qrd_connect(const char* host, std::uint16_t port, socket_handle* socket) {
+  if (trace_level >= 4) _qrd_trace("_qrd_connect(%s,%d,%p)", host, port, static_cast<void*>(socket));
+  *socket = no_socket;
+  _qrd_empty_write();
+  if (std::strcmp(host, "localhost") == 0) host = own_machine;
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  if (int error = resolve(host, &address.sin_addr); error != 0) {
+    errno = error;
+    _qrd_error_socket("_qrd_connect(%s:%d), gethostbyname", host, port);
+    return 1;
+  }
+  int created = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (created < 0) {
+    _qrd_error("_qrd_connect(%s:%d), socket creation failed", host, port);
+    return 2;
+  }
+  *socket = created;
+  watch_socket(created);
+  if (connect(created, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    _qrd_error_socket("_qrd_connect(%s:%d), connect", host, port);
+    _qrd_close_socket(socket);
+    return 3;
+  }
+  set_connection_options(created);
+  return 0;
+}
+
+}  // namespace qrd

@@ -1,0 +1,131 @@
+#include "server/options.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "server/connection.h"
+#include "server/trace.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr int exit_done = 0;
+constexpr int exit_failed = 1;
+
+void print_usage_line(const char* program) {
+  std::printf("Usage: %s [-help] [-port port_number] [-multisession]\n", program);
+}
+
+void print_help(const char* program) {
+  print_usage_line(program);
+  std::printf(
+      " -help             : Prints this message.\n"
+      " -debug            : Print client/server messages.\n"
+      " -fork             : Detach server from the shell and run as a daemon.\n"
+      " -port port_number : Starts server on the given port.\n"
+      " -multi[session]   : Create a new process for each session\n");
+}
+
+// Values count in their low 16 bits, and trailing characters don't matter: only a text without any
+// number is wrong.
+std::optional<std::uint16_t> read_number(const char* text) {
+  char* end = nullptr;
+  auto number = static_cast<std::uint16_t>(std::strtol(text, &end, 10) & 0xFFFF);
+  if (number == 0 && end == text) return std::nullopt;
+  return number;
+}
+
+// Hands the arguments out one by one; each is traced when its turn comes.
+class argument_reader {
+ public:
+  argument_reader(int count, const char* const* arguments) : count_(count), arguments_(arguments) {}
+  const char* next() {
+    if (next_ >= count_) return nullptr;
+    const char* argument = arguments_[next_++];
+    if (trace_level >= 1) _qrd_trace("  %s", argument);
+    return argument;
+  }
+
+ private:
+  int count_;
+  const char* const* arguments_;
+  int next_ = 1;
+};
+
+std::optional<int> read_port(const char* program, argument_reader& arguments, std::uint16_t& port) {
+  const char* text = arguments.next();
+  std::optional<std::uint16_t> number;
+  if (text != nullptr) {
+    number = read_number(text);
+    if (!number) _qrd_error("Invalid number in -port argument.");
+  }
+  if (!number) {
+    print_usage_line(program);
+    return exit_failed;
+  }
+  port = *number;
+  return std::nullopt;
+}
+
+std::optional<int> read_control_port(argument_reader& arguments, std::uint16_t& port) {
+  const char* text = arguments.next();
+  if (text == nullptr) {
+    _qrd_error("Control Socket Port undefined.");
+    return std::nullopt;
+  }
+  std::optional<std::uint16_t> number = read_number(text);
+  if (!number) {
+    _qrd_error("Control Socket Port (%s) should be a number.", text);
+    return exit_failed;
+  }
+  port = *number;
+  return std::nullopt;
+}
+
+std::optional<int> read_client_version(argument_reader& arguments) {
+  const char* text = arguments.next();
+  if (text == nullptr) {
+    _qrd_error("Client version undefined.");
+    return std::nullopt;
+  }
+  std::optional<std::uint16_t> number = read_number(text);
+  if (!number) {
+    _qrd_error("Client version (%s) should be a number.", text);
+    return exit_failed;
+  }
+  client_version = *number;
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<int> read_options(int argument_count, const char* const* arguments, server_options& options) {
+  argument_reader reader(argument_count, arguments);
+  const char* program = arguments[0];
+  while (const char* argument = reader.next()) {
+    auto is = [argument](const char* option) { return std::strcmp(argument, option) == 0; };
+    std::optional<int> exit_status;
+    if (is("-port")) {
+      exit_status = read_port(program, reader, options.port);
+    } else if (is("-fork")) {
+      options.fork = true;
+    } else if (is("-multi") || is("-multisession")) {
+      multi_session = 1;
+    } else if (is("-debug")) {
+      server_debug_mode(1);
+    } else if (is("-help")) {
+      print_help(program);
+      exit_status = exit_done;
+    } else if (is("-control")) {
+      exit_status = read_control_port(reader, options.control_port);
+    } else if (is("-client_version")) {
+      exit_status = read_client_version(reader);
+    }
+    if (exit_status) return exit_status;
+  }
+  return std::nullopt;
+}
+
+}  // namespace qrd

@@ -1,0 +1,19 @@
+// The command line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace qrd {
+
+struct server_options {
+  std::uint16_t port = 0;
+  std::uint16_t control_port = 0;
+  bool fork = false;
+};
+
+// Reads the options from left to right; -multi, -debug and -client_version act at once. An exit status
+// when the process shall end here.
+std::optional<int> read_options(int argument_count, const char* const* arguments, server_options& options);
+
+}  // namespace qrd

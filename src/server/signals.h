@@ -1,0 +1,21 @@
+// How the process reacts to signals.
+//
+// SIGTERM and SIGINT end it in good order from any state: the handler shuts the watched sockets down, so
+// that a call that blocks on one returns, and so does any later one. A timer ends the process when it is
+// still busy elsewhere (a long write to disk) shortly before two seconds have passed.
+#pragma once
+
+#include "server/connection.h"
+
+namespace qrd {
+
+// Also makes the process ignore SIGPIPE and SIGXFSZ: the write that would raise them fails instead.
+void install_signal_handlers();
+bool end_requested();
+
+// From here on a request to end shuts the socket down; at once if it has come already.
+void watch_socket(socket_handle socket);
+// REQUIRES: called before the socket is closed.
+void unwatch_socket(socket_handle socket);
+
+}  // namespace qrd
