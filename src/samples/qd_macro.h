@@ -66,4 +66,11 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
                                      std::int64_t count, const std::int64_t* indices,
                                      const char* const* alpha);
 
+// Adding a present index with another text than its own is fatal, with this text (the function's name, the
+// index, its text, the given text). The rank of the first such index that the operation would meet, or -1.
+inline constexpr char macro_text_conflict[] =
+    "%s : trying to create an existing numerical index (%d) with different alpha index (%s != %s)";
+std::int64_t qd_macro_text_conflict(const qd_macro_descr& descriptor, std::int64_t count,
+                                    const std::int64_t* indices, const char* const* alpha);
+
 }  // namespace qrd

@@ -1,0 +1,292 @@
+// Growth of a file by samples. Data files grow in blocks of 512 samples; the columns of a macro variable
+// stand at a distance of the sample count, so they are laid out again when that changes.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_interrupt.h"
+#include "samples/qd_lines.h"
+#include "samples/qd_macro.h"
+#include "samples/qd_read_write.h"
+#include "samples/qd_select.h"
+#include "store/qd_info.h"
+#include "store/qd_tools.h"
+#include "util/qu_file.h"
+#include "util/qu_list.h"
+#include "util/qu_memory.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+struct growing_variable {
+  path_text path;
+  std::int64_t bit_length;
+  std::int64_t columns;
+  bool text;
+  bool implicit;
+};
+
+// Bytes by which one more block lengthens the data file.
+std::int64_t block_bytes(const growing_variable& variable) {
+  return variable.implicit ? 0 : block_samples / 8 * variable.bit_length * variable.columns;
+}
+
+void data_path_of(const growing_variable& variable, path_text& path) {
+  qu_path_join(path, {variable.path, path_separator, data_file_name});
+}
+
+bool read_macro_columns(const char* variable_path, std::int64_t& columns) {
+  path_text path;
+  qu_path_join(path, {variable_path, path_separator, macro_file_name});
+  if (!qu_file_readable(path)) return false;
+  macro_descriptor macro(qd_macro_descr_read(variable_path));
+  if (macro) columns = macro->slot_count();
+  return static_cast<bool>(macro);
+}
+
+// Reads each variable's descriptor once, before anything changes: a file with one that can't grow stays
+// as it is.
+bool read_variables(const char* file_path, std::vector<growing_variable>& variables, bool* has_macro) {
+  directory_listing listing(file_path);
+  if (!listing) return false;
+  while (const char* name = listing.next()) {
+    if (std::strstr(name, "VARI.") == nullptr) continue;
+    growing_variable variable = {};
+    qu_path_join(variable.path, {file_path, path_separator, name});
+    qd_variable_record record;
+    if (qd_variable_descriptor_read(variable.path, record) == 0) {
+      if (qd_object_gone()) continue;
+      return false;
+    }
+    variable.bit_length = record.bit_length;
+    variable.columns = 1;
+    variable.text = record.type == VAR_CHAR;
+    variable.implicit = record.implicit != 0;
+    bool fits = variable.text ? record.bit_length >= 8 && record.bit_length % 8 == 0 &&
+                                    record.bit_length < missing_int32
+                              : is_numeric_bit_length(record.bit_length);
+    if (!fits && !variable.implicit) return false;
+    if (record.type == VAR_MACRO) {
+      *has_macro = true;
+      if (!read_macro_columns(variable.path, variable.columns)) return false;
+    }
+    variables.push_back(variable);
+  }
+  return true;
+}
+
+// How much a file grows; the counts are checked so that all positions fit 63 bits.
+struct growth {
+  std::int64_t samples;    // the new sample count
+  std::int64_t blocks;     // blocks that each column gets
+  std::int64_t allocated;  // the new capacity
+};
+
+bool plan_growth(const qd_file_record& record, std::int64_t samples, growth& plan) {
+  if (record.sample_count < 0 || record.allocated_samples < 0) return false;
+  if (qu_number_exceeds("%d+%d", {record.sample_count, samples}) != 0) return false;
+  plan = {record.sample_count + samples, 0, record.allocated_samples};
+  if (plan.samples > record.allocated_samples)
+    plan.blocks = (plan.samples - record.allocated_samples - 1) / block_samples + 1;
+  if (qu_number_exceeds("%d*%d+%d", {plan.blocks, block_samples, record.allocated_samples}) != 0)
+    return false;
+  plan.allocated += plan.blocks * block_samples;
+  return true;
+}
+
+bool sizes_fit(const std::vector<growing_variable>& variables, const growth& plan) {
+  for (const growing_variable& variable : variables) {
+    if (variable.implicit) continue;
+    if (qu_number_exceeds("%d*%d*%d", {plan.allocated / 8, variable.bit_length, variable.columns}) != 0)
+      return false;
+    if (qu_number_exceeds("%d*%d", {plan.allocated, variable.columns}) != 0) return false;
+  }
+  return true;
+}
+
+// A file system hands out whole blocks: what a file gets may take one more than its bytes tell.
+constexpr std::int64_t disk_block = 4096;
+
+// True when all data files lie on disk as such and the file system has room for what they and the line
+// table get. So a disk that is full stops a growth before it has begun.
+bool ready_to_grow(const char* file_path, const std::vector<growing_variable>& variables,
+                   const growth& plan) {
+  std::int64_t needed = disk_block;
+  for (const growing_variable& variable : variables) {
+    std::int64_t added = 0;
+    if (variable.implicit || plan.blocks == 0) continue;
+    path_text path;
+    data_path_of(variable, path);
+    if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return false;
+    if (__builtin_mul_overflow(plan.blocks, block_bytes(variable), &added) ||
+        __builtin_add_overflow(needed, added, &needed) || __builtin_add_overflow(needed, disk_block, &needed))
+      return false;
+  }
+  return qd_file_system_has_room(file_path, needed);
+}
+
+bool grow_data_file(const growing_variable& variable, const growth& plan) {
+  checked_array<unsigned char> block;
+  if (!qd_fill_block(variable.bit_length, variable.text, block)) return false;
+  path_text path;
+  data_path_of(variable, path);
+  return st_file_concat(path, block.data(), block.count(), plan.blocks * variable.columns,
+                        variable.text ? -1 : variable.bit_length) != 0;
+}
+
+// The streams of selected variables have no buffer and see the longer file as it is.
+bool grow_files(const char* file_path, const std::vector<growing_variable>& variables, const growth& plan,
+                std::int64_t samples, qd_file_record& record) {
+  for (const growing_variable& variable : variables) {
+    if (plan.blocks > 0 && !variable.implicit && !grow_data_file(variable, plan)) return false;
+    if (qd_selected_entry* entry = qd_selected_find(variable.path)) entry->sample_count += samples;
+  }
+  qd_delete_derived_files(file_path);
+  if (is_lines(record.organisation)) {
+    if (qd_line_table_append(file_path, record, plan.samples + 1) == 0) return false;
+    ++record.line_count;
+  }
+  record.allocated_samples = plan.allocated;
+  record.sample_count = plan.samples;
+  return qd_file_descriptor_write(file_path, record) != 0;
+}
+
+void report_full_disk(const char* directory, const char* file) {
+  qu_message("WARNING: ERROR DURING SAMPLES CREATION, FILE SYSTEM FULL\n");
+  qu_message("         OR WRITE PROTECTED ?\n");
+  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
+  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+}
+
+// Samples of one piece of a move. Any size gives the same bytes.
+constexpr std::int64_t piece_samples = 16384;
+
+// A macro variable whose columns are addressed one behind the other, by sample numbers that run over
+// all of them.
+class macro_columns {
+ public:
+  macro_columns(const char* directory, const char* file, const char* variable) {
+    if (qd_variable_select(directory, file, variable, UNIT_NONE, selected_.handle) == 0) fail(20);
+    io_.id = qd_set_io(qd_variable_handle{}, 1, &selected_.handle);
+    qd_selected_entry* entry = qd_entry(selected_.handle.entry);
+    macro_descriptor macro(qd_macro_descr_read(entry->variable_path));
+    if (!macro) fail(30);
+    if (!piece_.allocate(piece_samples)) fail(40);
+    samples_ = entry->sample_count;
+    columns_ = entry->implicit != 0 ? 0 : macro->slot_count();
+    entry->sample_count = samples_ * columns_;
+  }
+  macro_columns(const macro_columns&) = delete;
+  macro_columns& operator=(const macro_columns&) = delete;
+  ~macro_columns() { qd_entry(selected_.handle.entry)->sample_count = samples_; }
+
+  // Puts the columns of a file that has got `added` samples at their new distance. From the end to the
+  // start: a column's new place never lies before its old one, so nothing is overwritten before it
+  // has been moved.
+  void spread(std::int64_t added) {
+    const std::int64_t old_samples = samples_ - added;
+    for (std::int64_t column = columns_ - 1; column >= 0; --column) {
+      fill(column * samples_ + old_samples + 1, added);
+      if (column > 0) move(column * old_samples + 1, column * samples_ + 1, old_samples);
+    }
+  }
+
+ private:
+  [[noreturn]] static void fail(int number) { qu_fatal_number("qd_append_sample", number); }
+
+  void fill(std::int64_t first, std::int64_t count) {
+    std::fill_n(piece_.data(), std::min(count, piece_samples), missing_double);
+    for (std::int64_t left = count; left > 0;) {
+      std::int64_t samples = std::min(left, piece_samples);
+      left -= samples;
+      write(first + left, samples, 50);
+    }
+  }
+
+  void move(std::int64_t from, std::int64_t to, std::int64_t count) {
+    for (std::int64_t left = count; left > 0;) {
+      std::int64_t samples = std::min(left, piece_samples), given = 0;
+      left -= samples;
+      std::int64_t first = from + left;
+      if (qd_read_float_free(io_.id, SEL_MASKED, first, first + samples - 1, &given, piece_.data()) == 0)
+        fail(55);
+      write(to + left, samples, 60);
+    }
+  }
+
+  void write(std::int64_t first, std::int64_t count, int number) {
+    if (qd_write_float_free(io_.id, SEL_MASKED, first, first + count - 1, piece_.data()) == 0) fail(number);
+  }
+
+  selected_variable selected_;
+  io_record io_;
+  checked_array<double> piece_;
+  std::int64_t samples_ = 0;
+  std::int64_t columns_ = 0;
+};
+
+}  // namespace
+
+void qd_delete_derived_files(const char* file_path) {
+  for (const char* name : {"RPD", "PTD"}) {
+    path_text path;
+    qu_path_join(path, {file_path, path_separator, name});
+    std::remove(path);
+  }
+}
+
+// Fatal number 25: grids don't grow.
+int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro) {
+  *has_macro = false;
+  if (qu_test_open_file(2) == 0) {
+    qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
+    qu_message("         SAMPLES CREATION FAILED...\n");
+    return 0;
+  }
+  path_text path;
+  qd_file_record record;
+  if (qd_file_path(directory, file, path) == 0 || qd_file_descriptor_read(path, record) == 0) return 0;
+  if (record.organisation == ORG_GRID) qu_fatal_number("st_append_sample", 25);
+
+  growth plan;
+  std::vector<growing_variable> variables;
+  bool lines_hold = !is_lines(record.organisation) ||
+                    (qd_line_table_holds(path, record) && record.line_count < missing_int32 - 1);
+  if (!plan_growth(record, samples, plan) || !lines_hold || !read_variables(path, variables, has_macro)) {
+    qu_message("CANNOT APPEND SAMPLES.\n");
+    return 0;
+  }
+  if (!sizes_fit(variables, plan)) {
+    qu_message("CANNOT APPEND SAMPLES. FILE WOULD BE TOO BIG.\n");
+    return 0;
+  }
+  if ((plan.blocks > 0 || is_lines(record.organisation)) && !ready_to_grow(path, variables, plan)) {
+    report_full_disk(directory, file);
+    return 0;
+  }
+  if (grow_files(path, variables, plan, samples, record)) return 1;
+  report_full_disk(directory, file);
+  qu_file_delete_tree(path, true);
+  return 0;
+}
+
+// Fatal numbers: 10 less than one sample; in the move of macro columns 20 selection, 30 descriptor, 40
+// memory, 50 fill, 55 read, 60 write.
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples) {
+  if (samples < 1) qu_fatal_number("qd_append_sample", 10);
+  bool has_macro = false;
+  if (st_append_sample(directory, file, samples, &has_macro) == 0) return 0;
+  qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
+  if (!has_macro) return 1;
+
+  string_list macros(qd_get_variable_list(nullptr, directory, file, -1, MASK_MACRO));
+  for (std::int64_t i = 0; i < macros.count(); ++i) macro_columns(directory, file, macros[i]).spread(samples);
+  return 1;
+}
+
+}  // namespace qrd

@@ -1,0 +1,68 @@
+#include "samples/qd_coordinates.h"
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_read_write.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+#include "units/qu_units.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t coordinate_bits = 64;
+
+// Coordinates that no transfer of numbers can take are as good as none.
+bool is_stored_number(const qd_selected_entry& entry) {
+  return entry.type == VAR_FLOAT && entry.implicit == 0 && is_numeric_bit_length(entry.bit_length);
+}
+
+}  // namespace
+
+const char* qd_create_axis_variables(const char* directory, const char* file,
+                                     const builtin_variable (&table)[3], std::int64_t dimension) {
+  for (int axis = 0; axis < dimension; ++axis) {
+    const builtin_variable& variable = table[axis];
+    if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
+                           &axis_format(axis)) == 0)
+      return variable.name;
+  }
+  return nullptr;
+}
+
+coordinate_variables::status coordinate_variables::select(
+    const char* directory, const char* file,
+    std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension) {
+  for (auto table : tables) {
+    for (std::int64_t axis = 0; axis < dimension; ++axis) {
+      status result = select_one(directory, file, table[static_cast<std::size_t>(axis)]);
+      if (result != status::done) return result;
+      ++count_;
+    }
+  }
+  qd_variable_handle handles[most];
+  for (std::int64_t i = 0; i < count_; ++i) {
+    handles[i] = variables_[i].handle;
+    if (!is_stored_number(*qd_entry(handles[i].entry))) return status::not_bound;
+  }
+  io_.id = qd_set_io(qd_variable_handle{}, count_, handles);
+  return status::done;
+}
+
+coordinate_variables::status coordinate_variables::select_one(const char* directory, const char* file,
+                                                              const builtin_variable& wanted) {
+  if (qd_special_var_name(directory, file, wanted.kind, name_) != 0) {
+    qu_string_copy(wanted.name, name_);
+    return status::not_found;
+  }
+  if (qd_variable_select(directory, file, name_, UNIT_VARIABLE, variables_[count_].handle) == 0)
+    return status::not_selected;
+  return status::done;
+}
+
+int coordinate_variables::write(std::int64_t first, std::int64_t last, double* values) const {
+  return qd_write_float_free(io_.id, SEL_MASKED, first, last, values);
+}
+
+}  // namespace qrd

@@ -1,0 +1,41 @@
+// The stored coordinates of points and lines files.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "samples/qd_select.h"
+#include "store/qd_records.h"
+
+namespace qrd {
+
+// Creates the variables of one table for the axes of a file. Null, or the name that can't be created.
+const char* qd_create_axis_variables(const char* directory, const char* file,
+                                     const builtin_variable (&table)[3], std::int64_t dimension);
+
+// The coordinates of a file, selected with their own units and bound for transfer: those of each table in
+// turn, axis by axis.
+class coordinate_variables {
+ public:
+  enum class status { done, not_found, not_selected, not_bound };
+  status select(const char* directory, const char* file,
+                std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension);
+  // Where select() failed: the position of the variable, and its name in the file (or, if the file has
+  // none of its kind, its usual name).
+  std::int64_t position() const { return count_; }
+  const char* name() const { return name_; }
+
+  // Values variable by variable, for the samples first to last. 1 or 0.
+  int write(std::int64_t first, std::int64_t last, double* values) const;
+
+ private:
+  status select_one(const char* directory, const char* file, const builtin_variable& wanted);
+
+  static constexpr std::int64_t most = 9;
+  selected_variable variables_[most];
+  io_record io_;
+  std::int64_t count_ = 0;
+  name_text name_ = "";
+};
+
+}  // namespace qrd
