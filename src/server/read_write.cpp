@@ -14,6 +14,7 @@
 #include <limits>
 
 #include "server/trace.h"
+#include "util/qu_big_endian.h"
 
 namespace qrd {
 
@@ -130,9 +131,7 @@ bool store(socket_handle socket, const void* value, std::int32_t size) {
 
 template <typename Unsigned>
 Unsigned big_endian(Unsigned value) {
-  if constexpr (std::endian::native == std::endian::big) return value;
-  if constexpr (sizeof(Unsigned) == 8) return __builtin_bswap64(value);
-  return static_cast<Unsigned>(__builtin_bswap32(static_cast<std::uint32_t>(value)));
+  return std::endian::native == std::endian::big ? value : qu_swapped(value);
 }
 
 template <typename Value>
