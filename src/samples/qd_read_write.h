@@ -19,7 +19,8 @@ enum selection_mode : int {
 // Samples of one pass of a write under a selection.
 inline constexpr std::int64_t samples_chunk = 100000;
 
-// Non-zero on success, 0 without memory for a buffer; a write that doesn't reach the file is fatal.
+// Non-zero on success. 0 without memory for a buffer, or when a damaged descriptor puts the samples beyond
+// any file; a write that doesn't reach the file is fatal.
 // Several variables stand one after the other. The array has room for last - first + 1 samples of each.
 int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
                        std::int64_t* count, double* values);
@@ -28,16 +29,28 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
 // All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
 // (N - 1) / 8 + 1 bytes per variable.
 int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows);
-// The array is changed during the call and put back at its end (the last digit may differ).
+// Writes have reached the file when they return. Samples that a selection leaves out keep their stored bits.
+// `available` is the length of a compressed array, in samples: 0, and nothing is written, if it isn't what
+// the selection asks for. A negative one is not tested.
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        double* values);
+                        const double* values, std::int64_t available = -1);
+// The texts that are written are blank-padded in place.
 int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       unsigned char* texts);
-int qd_write_selection_free(std::int64_t io, unsigned char* rows);
+                       unsigned char* texts, std::int64_t available = -1);
+int qd_write_selection_free(std::int64_t io, const unsigned char* rows);
 // How many samples a selection leaves ("None": all); negative if that can't be told.
 std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
+// How many samples of a range a selection selects: -1 if it can't be selected, -2 without memory. A macro
+// selection counts at its column, or at slot 0 under its generic name.
+std::int64_t qd_selected_samples_count(const char* directory, const char* file, const char* selection,
+                                       std::int64_t first, std::int64_t last);
+// Set bits among the bits first to last (from 1, the top bit of the first byte).
+std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::int64_t last);
 
-// One selected entry, stored bytes (host byte order at 16, 32 and 64 bits, except where told).
+// One selected entry, stored bytes: host byte order at 32 and 64 bits, that of the file otherwise. Reading
+// an implicit variable gives doubles. Decoding may work in place; encoding too, and without a source it
+// gives missing values. Writing changes the block. A data file that ends early gives missing samples at 16
+// bits and less, and is fatal otherwise.
 int _qd_file_read_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* destination);
 void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      double* destination);

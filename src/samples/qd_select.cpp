@@ -89,6 +89,10 @@ int qd_two_files_available(const char* failed) {
   return 0;
 }
 
+int qd_free_entries() {
+  return static_cast<int>(std::count(std::begin(tab_selected), std::end(tab_selected), nullptr));
+}
+
 qd_selected_entry* qd_entry(std::int64_t id) {
   return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
 }
@@ -194,7 +198,11 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
   if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, &info) == 0) return 0;
   // A column that the macro has lost is no selection either.
   if (qd_macro_name_kind(selection) > 0 && qd_variable_test(true, directory, file, selection) != 0) return 0;
-  return qd_variable_select(directory, file, selection, UNIT_NONE, handle);
+  if (qd_variable_select(directory, file, selection, UNIT_NONE, handle) == 0) return 0;
+  // A descriptor that calls it computed has no bits to offer.
+  if (qd_entry(handle.entry)->bit_length == 1) return 1;
+  handle = qd_variable_deselect(handle);
+  return 0;
 }
 
 qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle) {
@@ -225,6 +233,10 @@ std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_cl
   return closed ? 1 : 0;
 }
 
+bool qd_can_be_bound(const qd_variable_handle& handle) {
+  return handle.entry <= last_bindable_entry;
+}
+
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles) {
   constexpr char function[] = "qd_set_io";
@@ -234,7 +246,7 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
   const qd_selected_entry* reference = qd_entry(handles[0].entry);
   for (std::int64_t v = 0; v < count; ++v) {
     const qd_selected_entry* entry = qd_entry(handles[v].entry);
-    if (entry == nullptr || handles[v].entry > last_bindable_entry) qu_fatal_number(function, 15);
+    if (entry == nullptr || !qd_can_be_bound(handles[v])) qu_fatal_number(function, 15);
     if (std::strcmp(entry->file_path, reference->file_path) != 0) qu_fatal_number(function, 20);
     if ((entry->type == VAR_CHAR) != (reference->type == VAR_CHAR)) qu_fatal_number(function, 21);
   }

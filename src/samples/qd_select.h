@@ -56,6 +56,8 @@ enum unit_choice : int {
 extern qd_selected_entry* tab_selected[table_slots];
 extern qd_io* tab_io[table_slots];
 
+// How many more variables can be selected.
+int qd_free_entries();
 // The entry of an id, or null.
 qd_selected_entry* qd_entry(std::int64_t id);
 // The open entry of a variable folder, or null.
@@ -79,6 +81,8 @@ qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle);
 // fatal.
 std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close);
 
+// False for the last slot of the table, which can be selected but not bound.
+bool qd_can_be_bound(const qd_variable_handle& handle);
 // An io id. All variables belong to one file, and are all text or all not.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);

@@ -1,0 +1,230 @@
+// Between stored samples and doubles, and shifting of packed bits. The stored forms stand in
+// samples/qd_data_file.h.
+#include <algorithm>
+#include <cstring>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_read_write.h"
+#include "samples/qd_transfer.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+// Numbers beyond this are missing, in 64 bits too, though the form could carry them.
+constexpr double largest_stored = 1e30;
+
+// The rules for one value. A not-a-number fails every comparison and so is missing in all forms.
+
+// m is the largest number of the unsigned form, which stands for missing.
+template <typename Stored, int m>
+Stored encode_unsigned(double x) {
+  return x >= 0.0 && x <= m ? static_cast<Stored>(x) : static_cast<Stored>(m);
+}
+
+unsigned char encode_bit(double x) {
+  return x == 1.0 ? 0 : 1;
+}
+
+float encode_float(double x) {
+  return x >= -largest_stored && x <= largest_stored ? static_cast<float>(x) : missing_float;
+}
+
+double encode_double(double x) {
+  return x >= -largest_stored && x <= largest_stored ? x : missing_double;
+}
+
+template <int bits>
+unsigned char encode_field(double x) {
+  if constexpr (bits == 1)
+    return encode_bit(x);
+  else
+    return encode_unsigned<unsigned char, (1 << bits) - 1>(x);
+}
+
+template <int bits>
+double decode_field(unsigned field) {
+  if constexpr (bits == 1) return field == 0 ? 1.0 : 0.0;
+  return field == (1U << bits) - 1 ? missing_double : field;
+}
+
+// Place of a field in its byte: how far it stands above the lowest bits.
+template <int bits>
+int field_shift(std::int64_t sample) {
+  constexpr int per_byte = 8 / bits;
+  return 8 - bits - bits * static_cast<int>((sample - 1) % per_byte);
+}
+
+void put_16(std::uint16_t item, unsigned char* place) {
+  place[0] = static_cast<unsigned char>(item >> 8);
+  place[1] = static_cast<unsigned char>(item);
+}
+
+template <int bits>
+void decode_fields(const unsigned char* source, std::int64_t first, std::int64_t last, double* destination) {
+  constexpr int per_byte = 8 / bits;
+  std::int64_t first_byte = (first - 1) / per_byte;
+  for (std::int64_t sample = last; sample >= first; --sample) {
+    unsigned byte = source[(sample - 1) / per_byte - first_byte];
+    destination[sample - first] = decode_field<bits>(byte >> field_shift<bits>(sample) & ((1U << bits) - 1));
+  }
+}
+
+template <typename Value>
+void encode_items_16(std::int64_t count, Value value, unsigned char* destination) {
+  for (std::int64_t i = 0; i < count; ++i)
+    put_16(encode_unsigned<std::uint16_t, 65535>(value(i)), destination + 2 * i);
+}
+
+template <int bits, typename Value>
+void encode_fields(std::int64_t first, std::int64_t last, Value value, unsigned char* destination) {
+  unsigned byte = 0;
+  for (std::int64_t sample = first; sample <= last; ++sample) {
+    int shift = field_shift<bits>(sample);
+    byte |= static_cast<unsigned>(encode_field<bits>(value(sample - first))) << shift;
+    if (shift != 0 && sample != last) continue;
+    *destination++ = static_cast<unsigned char>(byte);
+    byte = 0;
+  }
+}
+
+// Items that need no packing. Each value is read before its place is written, so that the destination
+// may be the source.
+template <typename Item, typename Value, typename Rule>
+void encode_items(std::int64_t count, Value value, Rule rule, unsigned char* destination) {
+  for (std::int64_t i = 0; i < count; ++i, destination += sizeof(Item)) {
+    Item item = rule(value(i));
+    std::memcpy(destination, &item, sizeof item);
+  }
+}
+
+template <typename Value>
+void encode_range(std::int64_t first, std::int64_t last, std::int64_t bit_length, Value value,
+                  unsigned char* destination) {
+  std::int64_t count = last - first + 1;
+  switch (bit_length) {
+    case 1:
+      return encode_fields<1>(first, last, value, destination);
+    case 2:
+      return encode_fields<2>(first, last, value, destination);
+    case 4:
+      return encode_fields<4>(first, last, value, destination);
+    case 8:
+      return encode_items<unsigned char>(count, value, encode_unsigned<unsigned char, 255>, destination);
+    case 16:
+      return encode_items_16(count, value, destination);
+    case 32:
+      return encode_items<float>(count, value, encode_float, destination);
+    default:
+      return encode_items<double>(count, value, encode_double, destination);
+  }
+}
+
+// The `count` (1 to 8) bits that stand `position` bits behind the top of the first byte.
+unsigned bits_at(const unsigned char* source, std::int64_t position, int count) {
+  source += position / 8;
+  int skipped = static_cast<int>(position % 8);
+  unsigned pair = static_cast<unsigned>(source[0]) << 8;
+  if (skipped + count > 8) pair |= source[1];
+  return pair >> (16 - skipped - count) & ((1U << count) - 1);
+}
+
+}  // namespace
+
+void qd_require_numeric(std::int64_t bit_length) {
+  if (!is_numeric_bit_length(bit_length)) qu_fatal_number("_qd_file_decode", 10);
+}
+
+void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                     double* destination) {
+  qd_require_numeric(bit_length);
+  const auto* bytes = static_cast<const unsigned char*>(source);
+  std::int64_t count = last - first + 1;
+  // From the last sample to the first: the doubles then only overwrite stored bytes that are consumed.
+  switch (bit_length) {
+    case 1:
+      return decode_fields<1>(bytes, first, last, destination);
+    case 2:
+      return decode_fields<2>(bytes, first, last, destination);
+    case 4:
+      return decode_fields<4>(bytes, first, last, destination);
+    case 8:
+      for (std::int64_t i = count - 1; i >= 0; --i) destination[i] = decode_field<8>(bytes[i]);
+      return;
+    case 16:
+      for (std::int64_t i = count - 1; i >= 0; --i)
+        destination[i] = decode_field<16>(static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]));
+      return;
+    case 32:
+      for (std::int64_t i = count - 1; i >= 0; --i) {
+        float item;
+        std::memcpy(&item, bytes + 4 * i, sizeof item);
+        destination[i] = item == missing_float ? missing_double : static_cast<double>(item);
+      }
+      return;
+    default:
+      if (source != destination && count > 0)
+        std::memmove(destination, source, static_cast<std::size_t>(count) * sizeof(double));
+  }
+}
+
+void _qd_file_encode(const double* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                     void* destination) {
+  qd_require_numeric(bit_length);
+  auto* bytes = static_cast<unsigned char*>(destination);
+  if (source != nullptr)
+    encode_range(
+        first, last, bit_length, [source](std::int64_t i) { return source[i]; }, bytes);
+  else
+    encode_range(
+        first, last, bit_length, [](std::int64_t) { return missing_double; }, bytes);
+}
+
+void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std::int64_t bit_length,
+                      void* block) {
+  auto* bytes = static_cast<unsigned char*>(block);
+  std::int64_t i = sample - first;
+  auto put_field = [&]<int bits>() {
+    unsigned char& byte = bytes[(sample - 1) / (8 / bits) - (first - 1) / (8 / bits)];
+    int shift = field_shift<bits>(sample);
+    unsigned kept = byte & ~(((1U << bits) - 1) << shift);
+    byte = static_cast<unsigned char>(kept | static_cast<unsigned>(encode_field<bits>(value)) << shift);
+  };
+  switch (bit_length) {
+    case 1:
+      return put_field.template operator()<1>();
+    case 2:
+      return put_field.template operator()<2>();
+    case 4:
+      return put_field.template operator()<4>();
+    case 8:
+      bytes[i] = encode_unsigned<unsigned char, 255>(value);
+      return;
+    case 16:
+      return put_16(encode_unsigned<std::uint16_t, 65535>(value), bytes + 2 * i);
+    case 32: {
+      float item = encode_float(value);
+      std::memcpy(bytes + 4 * i, &item, sizeof item);
+      return;
+    }
+    default:
+      value = encode_double(value);
+      std::memcpy(bytes + 8 * i, &value, sizeof value);
+  }
+}
+
+void qd_bits_shift(const unsigned char* source, unsigned char* destination, int source_bit,
+                   int destination_bit, std::int64_t count) {
+  std::int64_t from = 7 - source_bit;
+  int room = destination_bit + 1;  // bits of the present destination byte that are still to fill
+  while (count > 0) {
+    int taken = static_cast<int>(std::min<std::int64_t>(room, count));
+    *destination++ = static_cast<unsigned char>(bits_at(source, from, taken) << (room - taken));
+    from += taken;
+    count -= taken;
+    room = 8;
+  }
+}
+
+}  // namespace qrd

@@ -1,0 +1,120 @@
+// Values of the variables that have no data file: they follow from the numbering of the samples, the
+// line table or the geometry of the grid.
+#include "samples/qd_implicit.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "samples/qd_lines.h"
+#include "store/qd_tools.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr char function[] = "_qd_file_read_float_buffer";
+
+void line_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
+  qd_file_record record;
+  if (qd_file_descriptor_read(entry.file_path, record) == 0) qu_fatal_number(function, 50);
+  std::vector<std::int64_t> offsets;
+  switch (qd_line_table_read(entry.file_path, record, offsets)) {
+    case line_table_status::ok:
+      break;
+    case line_table_status::cannot_open:
+      qu_fatal_number(function, 60);
+    case line_table_status::cannot_read:
+      qu_fatal_number(function, 70);
+    case line_table_status::cannot_close:
+      qu_fatal_number(function, 80);
+  }
+  // Samples, but no line that could hold them.
+  if (offsets.size() < 2) qu_fatal_number(function, 70);
+
+  // Line j holds the samples offsets[j - 1] to offsets[j] - 1.
+  std::size_t j = 1;
+  for (std::int64_t s = first; s <= last; ++s) {
+    while (j < offsets.size() - 1 && offsets[j] <= s) ++j;
+    values[s - first] = static_cast<double>(entry.kind == KIND_LINE_NUMBER ? static_cast<std::int64_t>(j)
+                                                                           : s - offsets[j - 1] + 1);
+  }
+}
+
+// Calls row(i, j, k, count, place) for each run of nodes along Z. Z varies fastest, X slowest; all
+// indices count from 0.
+template <typename Row>
+void walk_grid(const qd_grid_record& grid, std::int64_t first, std::int64_t last, double* values, Row row) {
+  std::int64_t ny = std::max<std::int64_t>(grid.ny, 1);
+  std::int64_t nz = std::max<std::int64_t>(grid.nz, 1);
+  std::int64_t node = first - 1;
+  std::int64_t k = node % nz;
+  std::int64_t j = node / nz % ny;
+  std::int64_t i = node / nz / ny;
+  for (std::int64_t left = last - first + 1; left > 0;) {
+    std::int64_t run = std::min(nz - k, left);
+    row(i, j, k, run, values);
+    values += run;
+    left -= run;
+    k = 0;
+    if (++j < ny) continue;
+    j = 0;
+    ++i;
+  }
+}
+
+void grid_index(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
+  int kind = entry.kind;
+  walk_grid(entry.grid, first, last, values,
+            [kind](std::int64_t i, std::int64_t j, std::int64_t k, std::int64_t run, double* place) {
+              if (kind == KIND_IZ)
+                for (std::int64_t n = 0; n < run; ++n) place[n] = static_cast<double>(k + n + 1);
+              else
+                std::fill_n(place, run, static_cast<double>((kind == KIND_IX ? i : j) + 1));
+            });
+}
+
+// x = x0 + (i dx) t[0] + (j dy) t[1] + (k dz) t[2], added in this order, and likewise for y and z.
+void grid_coordinate(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
+  const qd_grid_record& grid = entry.grid;
+  int axis = entry.kind - KIND_X;
+  const double origin = axis == 0 ? grid.x0 : axis == 1 ? grid.y0 : grid.z0;
+  const double* t = grid.t + 3 * axis;
+  walk_grid(grid, first, last, values,
+            [&](std::int64_t i, std::int64_t j, std::int64_t k, std::int64_t run, double* place) {
+              double along_x = origin + static_cast<double>(i) * grid.dx * t[0];
+              double along_y = along_x + static_cast<double>(j) * grid.dy * t[1];
+              for (std::int64_t n = 0; n < run; ++n)
+                place[n] = along_y + static_cast<double>(k + n) * grid.dz * t[2];
+            });
+}
+
+}  // namespace
+
+bool qd_is_computed_kind(int kind) {
+  return kind >= KIND_SAMPLE_NUMBER && kind <= KIND_Z;
+}
+
+void qd_implicit_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last,
+                        double* values) {
+  switch (entry.kind) {
+    case KIND_SAMPLE_NUMBER:
+      for (std::int64_t s = first; s <= last; ++s) values[s - first] = static_cast<double>(s);
+      return;
+    case KIND_RELATIVE_NUMBER:
+    case KIND_LINE_NUMBER:
+      return line_values(entry, first, last, values);
+    case KIND_IX:
+    case KIND_IY:
+    case KIND_IZ:
+      return grid_index(entry, first, last, values);
+    case KIND_X:
+    case KIND_Y:
+    case KIND_Z:
+      return grid_coordinate(entry, first, last, values);
+    default:
+      qu_fatal_number(function, 48);
+  }
+}
+
+}  // namespace qrd

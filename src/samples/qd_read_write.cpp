@@ -1,0 +1,141 @@
+// Ranges of numeric samples.
+#include "samples/qd_read_write.h"
+
+#include <algorithm>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_transfer.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+// Values of an array with one value for each sample of each variable become those that the selection
+// keeps, moved together at the front.
+std::int64_t compress(const selection_mask& mask, std::int64_t variables, std::int64_t samples,
+                      double* values) {
+  double* kept = values;
+  for (std::int64_t v = 0; v < variables; ++v)
+    for (std::int64_t i = 0; i < samples; ++i)
+      if (!mask.leaves_out(i)) *kept++ = values[v * samples + i];
+  return (kept - values) / variables;
+}
+
+void blank_out(const selection_mask& mask, std::int64_t samples, double* values) {
+  for (std::int64_t i = 0; i < samples; ++i)
+    if (mask.leaves_out(i)) values[i] = missing_double;
+}
+
+double stored_value(double value, double unit_factor) {
+  return value == missing_double ? value : value * unit_factor;
+}
+
+// Writes a whole range from an array with a value for each sample. The array stays as it is.
+bool write_all(const range_transfer& range, std::int64_t v, const double* values) {
+  const qd_selected_entry& entry = range.entry(v);
+  double factor = range.unit_factor(v);
+  for (std::int64_t done = 0; done < range.count(); done += samples_chunk) {
+    std::int64_t count = std::min(samples_chunk, range.count() - done);
+    std::int64_t first = range.file_sample(v, range.first + done);
+    std::int64_t last = first + count - 1;
+    const double* source = values + done;
+    std::int64_t room = factor == 1.0 ? _qd_file_byte_count(first, last, entry.bit_length)
+                                      : count * static_cast<std::int64_t>(sizeof(double));
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, room) == 0) return false;
+    if (factor != 1.0) {
+      auto* scaled = static_cast<double*>(work_buffer.data);
+      for (std::int64_t i = 0; i < count; ++i) scaled[i] = stored_value(source[i], factor);
+      source = scaled;
+    }
+    _qd_file_encode(source, first, last, entry.bit_length, work_buffer.data);
+    _qd_file_write_float_buffer(range.io.variables[static_cast<std::size_t>(v)], first, last,
+                                work_buffer.data);
+  }
+  return true;
+}
+
+// Writes the samples that the mask keeps; `values` moves on as values are taken. The others keep their
+// stored bits.
+bool write_kept(const range_transfer& range, std::int64_t v, const selection_mask& mask, bool compressed,
+                const double*& values) {
+  const qd_selected_entry& entry = range.entry(v);
+  std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+  double factor = range.unit_factor(v);
+  for (std::int64_t done = 0; done < range.count(); done += samples_chunk) {
+    std::int64_t count = std::min(samples_chunk, range.count() - done);
+    std::int64_t first = range.file_sample(v, range.first + done);
+    std::int64_t last = first + count - 1;
+    std::int64_t bytes = _qd_file_byte_count(first, last, entry.bit_length);
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, bytes) == 0) return false;
+    _qd_file_read_float_buffer(id, first, last, work_buffer.data);
+    for (std::int64_t i = 0; i < count; ++i) {
+      bool keep = !mask.leaves_out(done + i);
+      if (keep)
+        qd_encode_sample(stored_value(*values, factor), first, first + i, entry.bit_length, work_buffer.data);
+      if (keep || !compressed) ++values;
+    }
+    _qd_file_write_float_buffer(id, first, last, work_buffer.data);
+  }
+  return true;
+}
+
+}  // namespace
+
+int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                       std::int64_t* count, double* values) {
+  range_transfer range("qd_read_float_free", io, first, last);
+  if (!range.addressable()) return 0;
+  std::int64_t n = range.count();
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    const qd_selected_entry& entry = range.entry(v);
+    std::int64_t from = range.file_sample(v, first);
+    std::int64_t to = range.file_sample(v, last);
+    double* place = values + v * n;
+    _qd_file_read_float_buffer(range.io.variables[static_cast<std::size_t>(v)], from, to, place);
+    if (entry.implicit == 0) _qd_file_decode(place, from, to, entry.bit_length, place);
+  }
+
+  *count = n;
+  selection_mask mask;
+  if (!mask.load(range)) return 0;
+  if (mask && mode == SEL_COMPRESSED) *count = compress(mask, range.variable_count(), n, values);
+  if (mask && mode != SEL_COMPRESSED)
+    for (std::int64_t v = mode == SEL_UNMASKED_HEAD ? range.io.unmasked_count : 0; v < range.variable_count();
+         ++v)
+      blank_out(mask, n, values + v * n);
+
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    double factor = range.unit_factor(v);
+    if (factor == 1.0) continue;
+    double* place = values + v * *count;
+    for (std::int64_t i = 0; i < *count; ++i)
+      place[i] = place[i] == missing_double ? missing_double : place[i] / factor;
+  }
+  return 1;
+}
+
+int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                        double* values, std::int64_t available) {
+  range_transfer range("qd_write_float_free", io, first, last);
+  if (!range.addressable()) return 0;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) qd_require_numeric(range.entry(v).bit_length);
+  if (range.io.selection == 0) {
+    for (std::int64_t v = 0; v < range.variable_count(); ++v)
+      if (!write_all(range, v, values + v * range.count())) return 0;
+    return 1;
+  }
+
+  selection_mask mask;
+  if (!mask.load(range)) return 0;
+  bool compressed = mode == SEL_COMPRESSED;
+  // Another server may have changed the selection since the caller counted it.
+  if (compressed && available >= 0 && mask.kept(range.count()) * range.variable_count() != available)
+    return 0;
+  const double* next = values;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v)
+    if (!write_kept(range, v, mask, compressed, next)) return 0;
+  return 1;
+}
+
+}  // namespace qrd

@@ -1,0 +1,109 @@
+// Ranges of text samples: fixed width, no terminator.
+#include <algorithm>
+#include <cstring>
+
+#include "samples/qd_read_write.h"
+#include "samples/qd_transfer.h"
+
+namespace qrd {
+
+namespace {
+
+// Bytes of one pass of a write under a selection, whatever the width.
+constexpr std::int64_t pass_bytes = samples_chunk * 8;
+
+bool write_kept(const range_transfer& range, std::int64_t v, const selection_mask& mask, bool compressed,
+                unsigned char*& texts) {
+  std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+  std::int64_t width = range.entry(v).bytes_per_sample;
+  std::int64_t pass = std::max<std::int64_t>(1, pass_bytes / width);
+  for (std::int64_t done = 0; done < range.count(); done += pass) {
+    std::int64_t count = std::min(pass, range.count() - done);
+    std::int64_t first = range.file_sample(v, range.first + done);
+    std::int64_t last = first + count - 1;
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, count * width) == 0) return false;
+    auto* stored = static_cast<unsigned char*>(work_buffer.data);
+    _qd_file_read_char_buffer(id, first, last, stored);
+    for (std::int64_t i = 0; i < count; ++i, stored += width) {
+      bool keep = !mask.leaves_out(done + i);
+      if (keep) {
+        // Only what is taken is padded: the other samples keep their stored bytes.
+        qd_pad_texts(texts, 1, width);
+        std::memcpy(stored, texts, static_cast<std::size_t>(width));
+      }
+      if (keep || !compressed) texts += width;
+    }
+    qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(work_buffer.data));
+  }
+  return true;
+}
+
+// Texts have a width of at least one byte, unless a descriptor is damaged.
+bool have_width(const range_transfer& range) {
+  for (std::int64_t v = 0; v < range.variable_count(); ++v)
+    if (range.entry(v).bytes_per_sample < 1) return false;
+  return range.addressable();
+}
+
+}  // namespace
+
+int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                      std::int64_t* count, unsigned char* texts) {
+  range_transfer range("qd_read_char_free", io, first, last);
+  if (!have_width(range)) return 0;
+  std::int64_t n = range.count();
+  std::int64_t widths = 0;
+  unsigned char* place = texts;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    std::int64_t width = range.entry(v).bytes_per_sample;
+    _qd_file_read_char_buffer(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, first),
+                              range.file_sample(v, last), place);
+    place += n * width;
+    widths += width;
+  }
+
+  *count = n;
+  selection_mask mask;
+  if (!mask.load(range)) return 0;
+  if (!mask) return 1;
+  const unsigned char* sample = texts;
+  unsigned char* kept = texts;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    auto width = static_cast<std::size_t>(range.entry(v).bytes_per_sample);
+    for (std::int64_t i = 0; i < n; ++i, sample += width) {
+      bool left_out = mask.leaves_out(i);
+      if (left_out && mode == SEL_COMPRESSED) continue;
+      if (left_out)
+        std::memset(kept, ' ', width);
+      else if (kept != sample)
+        std::memmove(kept, sample, width);
+      kept += width;
+    }
+  }
+  *count = (kept - texts) / widths;
+  return 1;
+}
+
+int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                       unsigned char* texts, std::int64_t available) {
+  range_transfer range("qd_write_char_free", io, first, last);
+  if (!have_width(range)) return 0;
+  selection_mask mask;
+  if (!mask.load(range)) return 0;
+  bool compressed = mode == SEL_COMPRESSED;
+  // Another server may have changed the selection since the caller counted it.
+  if (mask && compressed && available >= 0 && mask.kept(range.count()) * range.variable_count() != available)
+    return 0;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    if (!mask) {
+      _qd_file_write_char_buffer(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, first),
+                                 range.file_sample(v, last), texts);
+      texts += range.count() * range.entry(v).bytes_per_sample;
+    } else if (!write_kept(range, v, mask, compressed, texts)) {
+      return 0;
+    }
+  }
+  return 1;
+}
+
+}  // namespace qrd

@@ -1,0 +1,142 @@
+// Whole selections, 8 samples to a byte. On disk a set bit leaves a sample out; in the rows of the
+// callers it selects it.
+#include <cstring>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_read_write.h"
+#include "samples/qd_transfer.h"
+#include "store/qd_info.h"
+#include "util/qu_memory.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+std::int64_t row_length(std::int64_t samples) {
+  return samples < 1 ? 0 : (samples - 1) / 8 + 1;
+}
+
+bool reserve(scratch_buffer& buffer, std::int64_t bytes) {
+  return _qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), buffer, bytes) != 0;
+}
+
+// Place of a column's first sample in its byte, counted from the top.
+int first_bit(std::int64_t column_start) {
+  return static_cast<int>((column_start - 1) % 8);
+}
+
+// The stored bits of the whole column that begins at a sample of the file, sample 1 on the top bit of
+// the row. Uses work_buffer. False without memory.
+bool load_column(std::int64_t entry, std::int64_t start, std::int64_t samples, unsigned char* row) {
+  std::int64_t end = start + samples - 1;
+  int bit = first_bit(start);
+  if (bit == 0) {
+    _qd_file_read_float_buffer(entry, start, end, row);
+    return true;
+  }
+  if (!reserve(work_buffer, _qd_file_byte_count(start, end, 1))) return false;
+  _qd_file_read_float_buffer(entry, start, end, work_buffer.data);
+  qd_bits_shift(static_cast<unsigned char*>(work_buffer.data), row, 7 - bit, 7, samples);
+  return true;
+}
+
+// The mask of the record's selection in mask_buffer, sample 1 on the top bit; null without one.
+bool load_mask(const range_transfer& range, const unsigned char*& mask) {
+  mask = nullptr;
+  if (range.io.selection == 0) return true;
+  if (!reserve(mask_buffer, row_length(range.samples))) return false;
+  auto* bits = static_cast<unsigned char*>(mask_buffer.data);
+  mask = bits;
+  return load_column(range.io.selection, range.io.selection_slot * range.samples + 1, range.samples, bits);
+}
+
+void require_selections(const char* function, const range_transfer& range) {
+  for (std::int64_t v = 0; v < range.variable_count(); ++v)
+    if (range.entry(v).bit_length != 1) qu_fatal_number(function, 30);
+}
+
+}  // namespace
+
+int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows) {
+  constexpr char function[] = "qd_read_selection_free";
+  range_transfer range(function, io);
+  require_selections(function, range);
+  std::int64_t length = row_length(range.samples);
+  *row_bytes = length;
+  if (length == 0) return 1;
+  if (!range.addressable()) return 0;
+
+  const unsigned char* mask = nullptr;
+  if (!load_mask(range, mask)) return 0;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
+    if (!load_column(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, 1), range.samples,
+                     rows))
+      return 0;
+    for (std::int64_t i = 0; i < length; ++i)
+      rows[i] = static_cast<unsigned char>(~(mask == nullptr ? rows[i] : rows[i] | mask[i]));
+  }
+  return 1;
+}
+
+int qd_write_selection_free(std::int64_t io, const unsigned char* rows) {
+  constexpr char function[] = "qd_write_selection_free";
+  range_transfer range(function, io);
+  require_selections(function, range);
+  std::int64_t length = row_length(range.samples);
+  if (length == 0) return 1;
+  if (!range.addressable()) return 0;
+
+  const unsigned char* mask = nullptr;
+  if (!load_mask(range, mask)) return 0;
+  for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
+    std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+    std::int64_t start = range.file_sample(v, 1);
+    std::int64_t end = start + range.samples - 1;
+    if (!reserve(work_buffer2, length)) return 0;
+    auto* column = static_cast<unsigned char*>(work_buffer2.data);
+    // A sample that the mask leaves out keeps its stored bit.
+    if (mask != nullptr && !load_column(id, start, range.samples, column)) return 0;
+    for (std::int64_t i = 0; i < length; ++i) {
+      int kept = mask == nullptr ? 0 : mask[i];
+      column[i] = static_cast<unsigned char>((~rows[i] & ~kept) | (kept == 0 ? 0 : column[i] & kept));
+    }
+    int bit = first_bit(start);
+    if (bit != 0) {
+      if (!reserve(work_buffer, _qd_file_byte_count(start, end, 1))) return 0;
+      qd_bits_shift(column, static_cast<unsigned char*>(work_buffer.data), 7, 7 - bit, range.samples);
+      column = static_cast<unsigned char*>(work_buffer.data);
+    }
+    _qd_file_write_float_buffer(id, start, end, column);
+  }
+  return 1;
+}
+
+std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection) {
+  if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0) return -1;
+  qd_file_info info;
+  if (qd_info_file(directory, file, info, nullptr) == 0) return -1;
+  if (info.sample_count <= 0) return 0;
+  if (std::strcmp(selection, no_name) == 0) return info.sample_count;
+  return qd_selected_samples_count(directory, file, selection, 1, info.sample_count);
+}
+
+std::int64_t qd_selected_samples_count(const char* directory, const char* file, const char* selection,
+                                       std::int64_t first, std::int64_t last) {
+  selected_variable selected;
+  if (qd_selection_select(directory, file, selection, selected.handle) == 0) return -1;
+  const qd_selected_entry* entry = qd_entry(selected.handle.entry);
+  // As a bound variable it needs a slot that can be bound, and a column that can be told.
+  if (entry == nullptr || !qd_can_be_bound(selected.handle) || entry->bit_length != 1 ||
+      last > entry->sample_count)
+    return -1;
+  io_record io;
+  io.id = qd_set_io({}, 1, &selected.handle);
+  checked_array<unsigned char> bits;
+  std::int64_t row_bytes = 0;
+  if (!bits.allocate(row_length(entry->sample_count))) return -2;
+  if (qd_read_selection_free(io.id, &row_bytes, bits.data()) == 0) return -2;
+  return qd_count_bits(bits.data(), first, last);
+}
+
+}  // namespace qrd

@@ -1,0 +1,95 @@
+#include "samples/qd_transfer.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_read_write.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+qd_io& io_of(const char* function, std::int64_t io) {
+  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
+  if (tab_io[io - 1]->variables.empty()) qu_fatal_number(function, 20);
+  return *tab_io[io - 1];
+}
+
+std::int64_t samples_of(const char* function, const qd_io& io) {
+  const qd_selected_entry* entry = qd_entry(io.variables[0]);
+  if (entry == nullptr) qu_fatal_number(function, 20);
+  return entry->sample_count;
+}
+
+// Whether the sample `last` of a column can be addressed, in bits, in 63 bits.
+bool fits(std::int64_t slot, std::int64_t samples, std::int64_t last, std::int64_t bit_length) {
+  std::int64_t sample = 0;
+  std::int64_t bits = 0;
+  return bit_length >= 1 && slot >= 0 && !__builtin_mul_overflow(slot, samples, &sample) &&
+         !__builtin_add_overflow(sample, last, &sample) &&
+         !__builtin_mul_overflow(sample, std::max<std::int64_t>(bit_length, 64), &bits);
+}
+
+}  // namespace
+
+range_transfer::range_transfer(const char* function, std::int64_t io_id)
+    : io(io_of(function, io_id)), samples(samples_of(function, io)), first(1), last(samples) {}
+
+range_transfer::range_transfer(const char* function, std::int64_t io_id, std::int64_t first_sample,
+                               std::int64_t last_sample)
+    : range_transfer(function, io_id) {
+  if (first_sample < 1 || first_sample > samples) qu_fatal_number(function, 30);
+  if (last_sample < first_sample || last_sample > samples) qu_fatal_number(function, 40);
+  first = first_sample;
+  last = last_sample;
+}
+
+const qd_selected_entry& range_transfer::entry(std::int64_t variable) const {
+  const qd_selected_entry* entry = qd_entry(io.variables[static_cast<std::size_t>(variable)]);
+  if (entry == nullptr) qu_fatal_number("qd_set_io", 15);
+  return *entry;
+}
+
+bool range_transfer::addressable() const {
+  for (std::int64_t v = 0; v < variable_count(); ++v)
+    if (!fits(io.macro_slots[static_cast<std::size_t>(v)], samples, last, entry(v).bit_length)) return false;
+  if (io.selection == 0) return true;
+  const qd_selected_entry* selection = qd_entry(io.selection);
+  return selection != nullptr && selection->bit_length == 1 && fits(io.selection_slot, samples, last, 1);
+}
+
+bool selection_mask::load(const range_transfer& range) {
+  if (range.io.selection == 0) return true;
+  std::int64_t base = range.io.selection_slot * range.samples;
+  std::int64_t first = base + range.first;
+  std::int64_t last = base + range.last;
+  std::int64_t bytes = _qd_file_byte_count(first, last, 1);
+  if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), mask_buffer, bytes) == 0) return false;
+  _qd_file_read_float_buffer(range.io.selection, first, last, mask_buffer.data);
+  bits_ = static_cast<const unsigned char*>(mask_buffer.data);
+  skipped_ = (first - 1) % 8;
+  return true;
+}
+
+std::int64_t selection_mask::kept(std::int64_t count) const {
+  if (bits_ == nullptr || count <= 0) return count;
+  return count - qd_count_bits(bits_, skipped_ + 1, skipped_ + count);
+}
+
+std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::int64_t last) {
+  if (last < first) return 0;
+  std::int64_t first_byte = (first - 1) / 8;
+  std::int64_t last_byte = (last - 1) / 8;
+  std::int64_t count = 0;
+  for (std::int64_t i = first_byte; i <= last_byte; ++i) {
+    unsigned byte = bits[i];
+    if (i == first_byte) byte &= 0xFFU >> ((first - 1) % 8);
+    if (i == last_byte) byte &= 0xFFU << (7 - (last - 1) % 8);
+    count += std::popcount(byte);
+  }
+  return count;
+}
+
+}  // namespace qrd

@@ -1,0 +1,67 @@
+// What the range operations of the sample engine share, below samples/qd_read_write.h.
+#pragma once
+
+#include <cstdint>
+
+#include "samples/qd_select.h"
+
+namespace qrd {
+
+// Ends the process for a bit length that no numeric variable has.
+void qd_require_numeric(std::int64_t bit_length);
+// Stores one value into its place of a block of stored samples that begins with the sample `first`.
+void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std::int64_t bit_length,
+                      void* block);
+// Blank-pads each text sample: from the first NUL on, all is blank.
+void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width);
+// Writes text samples as they are.
+void qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
+                           const unsigned char* texts);
+
+// The io record of a range operation, with what is the same for all its variables. Wrong ids and an
+// empty record are fatal for `function`.
+struct range_transfer {
+  range_transfer(const char* function, std::int64_t io);
+  // The same for a range; one outside the file is fatal.
+  range_transfer(const char* function, std::int64_t io, std::int64_t first, std::int64_t last);
+
+  std::int64_t variable_count() const { return static_cast<std::int64_t>(io.variables.size()); }
+  const qd_selected_entry& entry(std::int64_t variable) const;
+  // The sample of the data file that is sample `sample` of the variable's column.
+  std::int64_t file_sample(std::int64_t variable, std::int64_t sample) const {
+    return io.macro_slots[static_cast<std::size_t>(variable)] * samples + sample;
+  }
+  double unit_factor(std::int64_t variable) const {
+    return io.unit_factors[static_cast<std::size_t>(variable)];
+  }
+  // False if a position of the range in one of the data files doesn't fit 63 bits, a sample has no width
+  // or the selection isn't one: a descriptor is damaged then.
+  bool addressable() const;
+
+  qd_io& io;
+  std::int64_t samples;  // in the file, which is also the distance of the columns of a macro
+  std::int64_t first, last;
+  std::int64_t count() const { return last - first + 1; }
+};
+
+// Which samples of a range a selection leaves out, from the stored bits.
+class selection_mask {
+ public:
+  // Loads the range of the record's selection into mask_buffer: false without memory. No selection
+  // leaves nothing out.
+  bool load(const range_transfer& range);
+  // `i` counts from 0 at the first sample of the range.
+  bool leaves_out(std::int64_t i) const {
+    std::int64_t bit = skipped_ + i;
+    return bits_ != nullptr && (bits_[bit / 8] >> (7 - bit % 8) & 1) != 0;
+  }
+  explicit operator bool() const { return bits_ != nullptr; }
+  // Samples among the first `count` that it keeps.
+  std::int64_t kept(std::int64_t count) const;
+
+ private:
+  const unsigned char* bits_ = nullptr;
+  std::int64_t skipped_ = 0;
+};
+
+}  // namespace qrd
