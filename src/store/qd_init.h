@@ -11,6 +11,14 @@ namespace qrd {
 inline constexpr std::int64_t PROGRAM_VERSION = 140000;
 inline constexpr std::int64_t STUDY_DESCRIPTOR_VERSION = 520;
 
+// A version number taken apart.
+struct version_parts {
+  std::int64_t major, minor, patch;
+};
+constexpr version_parts parts_of_version(std::int64_t version) {
+  return {version / 10000, version % 10000 / 100, version % 100};
+}
+
 struct study_record {
   std::int64_t unit_flag = 1;
   std::int64_t study_version = PROGRAM_VERSION;
@@ -34,7 +42,10 @@ void qu_study_copy_environment(bool first_use, const char* from, const char* to)
 int qu_study_open(const char* name);
 // 0 usable; 1 not readable; 2 another version.
 int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
+// 1 written, 0 not; the old descriptor then stays. The version written is always PROGRAM_VERSION. The
+// first form ends the process when the file can't be opened.
 int qu_study_descriptor_write(const char* path, study_record* record);
+int qu_study_descriptor_write_n(const char* path, study_record* record);
 std::int64_t qu_version_read(const char* root);
 void qu_version_write(const char* root, std::int64_t version);
 // 0 accepted; 1 refused, with the message in version_message.
@@ -49,5 +60,10 @@ void qd_end(int strict);
 // file, empty while no study is open.
 extern path_text lock_path;
 void qu_study_mark_64bit();
+
+// True if a name can be one element of a path.
+bool qu_is_path_element(const char* name);
+// True if the path is the folder or lies below it, whatever symbolic links stand between.
+bool qu_path_lies_within(const char* path, const char* folder);
 
 }  // namespace qrd

@@ -11,13 +11,14 @@ namespace qrd {
 inline constexpr char default_study_name[] = "Velmar-Init";
 inline constexpr char template_study_name[] = "Template";
 inline constexpr char catalogue_folder[] = "QRD";
+inline constexpr char registry_file_name[] = "study_names.def";
 
 // Settings of the store, set by qu_init.
 extern char program_short_name[10];
 extern char program_name[20];
 extern char program_version_text[15];
 extern char program_version_long[20];
-extern root_text root_path;
+extern root_text root_path;     // without a separator at its end
 extern root_text root_windows;  // what "$root$" expands to
 extern root_text root_unix;     // only kept and written back
 extern std::int64_t running_test;
@@ -34,10 +35,20 @@ extern string_list other_unit_names;
 void qu_init(int mode, const char* root, const char* short_name, const char* name, const char* version,
              const char* long_version);
 
+// Creates and deletes the file WRT_TRY_<pid> of a folder, which holds `text` for an instant. `path`
+// receives its name.
+enum class write_test { passed, cannot_create, cannot_delete };
+write_test qu_write_test(const char* folder, const char* text, path_text& path);
+
 // The registry. Each wanted output is replaced; null means not wanted. Gives the number of valid
 // names if these are wanted, else the number of pairs. `mode` 1 puts "None" first, -1 doesn't.
+//
+// `all_paths` holds the paths as the registry spells them, so that a rewrite gives back lines that
+// another platform wrote with "\"; `valid_paths` holds them as folders of this platform.
 int qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_names,
                         string_list* valid_paths, string_list* all_names, string_list* all_paths);
 void qu_study_names_write(const string_list& all_names, const string_list& all_paths);
+// The folder of this platform that a path of the registry means.
+void qu_study_folder(const char* registered_path, root_text& folder);
 
 }  // namespace qrd

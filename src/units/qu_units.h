@@ -40,6 +40,13 @@ struct volume_unit {
 };
 extern const std::span<const volume_unit> volume_units;
 
+// The words of parameter files: the formats in the order of number_format, and the bounds of width and
+// number of decimals.
+extern const std::span<const char* const> format_words;
+inline constexpr std::int64_t smallest_width = 3;
+inline constexpr std::int64_t largest_width = 19;
+inline constexpr std::int64_t largest_digits = 9;
+
 // What a variable without a length gets.
 extern const qd_format_record float_default;
 

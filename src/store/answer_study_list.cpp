@@ -1,0 +1,16 @@
+#include "server/answering.h"
+#include "server/context.h"
+#include "store/answers.h"
+#include "store/qu_init.h"
+
+namespace qrd {
+
+// CSTUDYLST: lists the studies. The first of the registry stays first, the others are in byte order.
+int server_answer_study_list(const char* /*request*/) {
+  if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not defined");
+  string_list names;
+  qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr);
+  return answer("SSTUDIES", wire_names{names});
+}
+
+}  // namespace qrd

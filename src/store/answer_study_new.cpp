@@ -1,0 +1,95 @@
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "server/answering.h"
+#include "server/connection.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "store/qd_init.h"
+#include "store/qu_init.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+// The registry is a file of lines.
+bool has_control_character(std::string_view text) {
+  return std::ranges::any_of(text, [](char c) {
+    auto code = static_cast<unsigned char>(c);
+    return code < 32 || code == 127;
+  });
+}
+
+// Old clients send no path: the study goes beside the first one of the registry, or below the root.
+// Empty if the name can't be an element of a path.
+std::string path_beside_first(const char* name, const string_list& all_paths) {
+  if (!qu_is_path_element(name)) return "";
+  char parent[root_size + 2];
+  qu_string_copy(root_path, parent);
+  if (all_paths.count() > 0) {
+    root_text first;
+    qu_study_folder(all_paths[0], first);
+    qu_file_dirname(first, parent);
+  }
+  return std::string(parent) + path_separator + name;
+}
+
+// False if the text can't be the folder of a new study.
+bool study_folder_of(std::string_view text, root_text& folder) {
+  if (text.size() >= root_size || has_control_character(text)) return false;
+  qu_study_folder(std::string(text).c_str(), folder);
+  std::size_t length = text.size();
+  while (length > 0 && folder[length - 1] == '/') folder[--length] = '\0';
+  return folder[0] == '/';
+}
+
+// A study inside the catalogue of another would break that catalogue.
+bool lies_in_catalogue(const char* folder, const string_list& all_paths) {
+  std::int64_t count = all_paths.count();
+  for (std::int64_t i = 0; i < count; ++i) {
+    root_text study;
+    path_text catalogue;
+    qu_study_folder(all_paths[i], study);
+    qu_path_join(catalogue, {study, path_separator, catalogue_folder});
+    if (qu_path_lies_within(folder, catalogue)) return true;
+  }
+  return false;
+}
+
+bool can_be_study_name(std::string_view name) {
+  return !name.empty() && name.size() < name_size && name != no_name && !has_control_character(name);
+}
+
+}  // namespace
+
+// CSTUDYNEW: creates a study and registers it. The current study stays.
+int server_answer_study_new(const char* /*request*/) {
+  request_text name, path;
+  if (!read_arguments(name)) return -1;
+  if (!is_old_client() && !read_arguments(path)) return -1;
+  if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
+
+  string_list all_names, all_paths;
+  qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths);
+  server_debug(1, "Creating Study: \"%s\".", name.c_str());
+  if (all_names.find(name.c_str()) >= 0)
+    return refuse("WARNING: This study already exists: %s", name.c_str());
+
+  root_text folder;
+  std::string wanted = is_old_client() ? path_beside_first(name.c_str(), all_paths) : path.c_str();
+  if (!can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
+      lies_in_catalogue(folder, all_paths) || qu_study_create(folder, no_name, 1) != 0)
+    return refuse("Impossible to create study %s. File system full?", name.c_str());
+
+  all_names.add(name.c_str(), name_size);
+  all_paths.add(folder, root_size);
+  qu_study_names_write(all_names, all_paths);
+  return answer("SDONE");
+}
+
+}  // namespace qrd

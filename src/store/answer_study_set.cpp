@@ -1,0 +1,40 @@
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "store/qd_init.h"
+#include "store/qu_init.h"
+#include "units/qu_units.h"
+
+namespace qrd {
+
+// CSTUDYSET: opens a study and makes it the current one.
+int server_answer_study_set(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return -1;
+  if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
+
+  string_list valid_names, valid_paths, all_names, all_paths;
+  qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths);
+  std::int64_t rank = all_names.find(name.c_str());
+  if (rank < 0) return refuse("Study Unknown: \"%s\"", name.c_str());
+  std::int64_t valid_rank = valid_names.find(name.c_str());
+  if (valid_rank < 0) return refuse("Study Directory not found or not a study: \"%s\"", all_paths[rank]);
+  study_record record;
+  if (qu_study_descriptor_read(true, name.c_str(), valid_paths[valid_rank], &record) != 0)
+    return refuse("Invalid Study version: \"%s\"", name.c_str());
+
+  set_current_study(name.c_str());
+  server_debug(1, "Setting Study: \"%s\".", current_context.study);
+  if (qu_study_open(current_context.study) != 0) {
+    set_current_study(no_name);
+    return refuse("Invalid Study version: \"%s\"", name.c_str());
+  }
+  qd_end(0);
+  qd_init();
+  qu_formats_reset();
+  current_context.unit_mode = 0;
+  return answer("SDONE");
+}
+
+}  // namespace qrd

@@ -1,0 +1,99 @@
+// The requests that change the units in which a client talks.
+#include <string>
+
+#include "samples/qd_macro.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_tools.h"
+#include "units/answers.h"
+#include "units/qu_units.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+void set_axis_formats_to_distance() {
+  for (int axis = 0; axis < 3; ++axis) qu_format_copy(distance_format, axis_format(axis));
+}
+
+// The first symbol is the unit of conversion, the second (or null) the one on display.
+void set_variable_unit(const char* symbol, const char* display, qd_format_record& format) {
+  if (unit_flag == 0) {
+    qu_string_copy(display != nullptr ? display : symbol, format.unit);
+    return;
+  }
+  format.length_flag = qu_unit_factor(symbol, &format.factor);
+  qu_string_copy(symbol, format.unit);
+  if (format.length_flag == 0 || display == nullptr) return;
+  double unused;
+  bool is_symbol = qu_unit_factor(display, &unused) != 0;
+  qu_string_copy(((is_symbol ? "_" : "") + std::string(display)).c_str(), format.unit);
+}
+
+}  // namespace
+
+// CDISTUSET: sets the distance unit, and with it the units of objects to be created.
+int server_answer_set_dist_unit(const char* /*request*/) {
+  request_text symbol;
+  if (!read_arguments(symbol)) return -1;
+  double factor = 1.0;
+  if (unit_flag != 0 && qu_unit_factor(symbol.c_str(), &factor) == 0)
+    return refuse("Not a valid Unit: \"%s\"", symbol.c_str());
+
+  qu_string_copy(symbol.c_str(), distance_format.unit);
+  distance_format.factor = factor;
+  set_axis_formats_to_distance();
+  server_debug(1, "Setting Unit: \"%s\".", symbol.c_str());
+  return answer("SDONE");
+}
+
+// CUNITMODE: 0 is the distance unit for every length, anything else each variable's own unit.
+int server_answer_set_unit_mode(const char* /*request*/) {
+  if (!read_arguments(current_context.unit_mode)) return -1;
+  if (current_context.unit_mode == 0) set_axis_formats_to_distance();
+  server_debug(1, "Setting Unit Mode to %d", current_context.unit_mode);
+  return answer("SDONE");
+}
+
+// CUNITCR: sets the units of objects to be created, axis by axis. Ignored in unit mode 0.
+int server_answer_set_creation_units(const char* /*request*/) {
+  unit_text symbols[3] = {"", "", ""};
+  if (!read_arguments(symbols[0], symbols[1], symbols[2])) return -1;
+  if (current_context.unit_mode == 0) return answer("SDONE");
+
+  double factors[3];
+  for (int axis = 0; axis < 3; ++axis)
+    if (qu_unit_factor(symbols[axis], &factors[axis]) == 0)
+      return refuse("unit %d (%s) is not a length unit symbol", axis + 1, symbols[axis]);
+  for (int axis = 0; axis < 3; ++axis) {
+    qu_string_copy(symbols[axis], axis_format(axis).unit);
+    axis_format(axis).factor = factors[axis];
+  }
+  server_debug(1, "Setting Creation Units: X=%s, Y=%s, Z=%s", symbols[0], symbols[1], symbols[2]);
+  return answer("SDONE");
+}
+
+// CVARUNIT: changes the unit of the current variable. Stored values stay as they are.
+int server_answer_set_var_unit(const char* /*request*/) {
+  std::int32_t count = 0;
+  unit_text symbol = "", display = "";
+  if (!read_arguments(count, symbol)) return -1;
+  if (count == 2 && !read_arguments(display)) return -1;
+  if (!is_set(current_context.variable)) return refuse("Variable is not set");
+
+  name_text variable;
+  qu_string_copy(current_context.variable, variable);
+  qd_macro_name_generic(variable);
+  path_text path;
+  qd_variable_record record;
+  if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0 ||
+      qd_variable_descriptor_read(path, record) == 0)
+    return refuse("Cannot get variable descriptor");
+  set_variable_unit(symbol, count == 2 ? display : nullptr, record.format);
+  if (qd_variable_descriptor_write(path, record) == 0) return refuse("Cannot write variable descriptor");
+  return answer("SDONE");
+}
+
+}  // namespace qrd

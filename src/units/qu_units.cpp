@@ -1,0 +1,139 @@
+#include "units/qu_units.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr length_unit length_rows[] = {
+    {"micr", "Micron", 0.0001},
+    {"mm", "Millimeter", 0.1},
+    {"cm", "Centimeter", 1.0},
+    {"dm", "Decimeter", 10.0},
+    {"m", "Meter", 100.0},
+    {"dam", "Decameter", 1000.0},
+    {"hm", "Hectometer", 10000.0},
+    {"km", "Kilometer", 100000.0},
+    {"in", "Inch", 2.54},
+    {"ft", "Foot", 30.48},
+    {"yd", "Yard", 91.44},
+    {"mile", "Mile", 160934.4},
+    {"nmil", "Nautical Mile", 185200.0},
+    {"dakm", "10 Kilometers", 1000000.0},
+    {"hkm", "100 Kilometers", 10000000.0},
+    {"kkm", "1000 Kilometers", 100000000.0},
+};
+
+constexpr volume_unit volume_rows[] = {
+    {"Liters", "l", 1000.0},           {"Millions of Liters", "Ml", 1000000000.0},
+    {"Cubic Meters", "m3", 1000000.0}, {"Cubic Kilometers", "km3", 1000000000000000.0},
+    {"Barrels", "bbl", 158987.2949},   {"Millions of Barrels", "Mbbl", 158987294900.0},
+};
+
+// In the order of number_format.
+constexpr const char* format_rows[] = {"Free", "Integer", "Decimal", "Exponent", "Shifted"};
+
+constexpr double metre_factor = 100.0;
+constexpr qd_format_record metres = {FORMAT_DECIMAL, 10, 2, 1, "m", metre_factor};
+
+// A decimal number exactly as std::to_string writes it, or `otherwise` for any other word.
+std::int64_t number_word(std::string_view word, std::int64_t minimum, std::int64_t maximum,
+                         std::int64_t otherwise) {
+  std::int64_t value = 0;
+  auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+  bool whole = error == std::errc() && end == word.data() + word.size();
+  bool canonical = word.size() == 1 || word.substr(0, 1).find_first_of("0-") == word.npos;
+  return whole && canonical && value >= minimum && value <= maximum ? value : otherwise;
+}
+
+const length_unit* unit_of_factor(double factor) {
+  const auto* row = std::ranges::find(length_rows, factor, &length_unit::factor);
+  return row == std::end(length_rows) ? nullptr : row;
+}
+
+}  // namespace
+
+const std::span<const length_unit> length_units = length_rows;
+const std::span<const volume_unit> volume_units = volume_rows;
+const std::span<const char* const> format_words = format_rows;
+const qd_format_record float_default;
+
+qd_format_record distance_format = metres;
+qd_format_record axis_format_x = metres;
+qd_format_record axis_format_y = metres;
+qd_format_record axis_format_z = metres;
+
+std::int64_t unit_flag = 1;
+
+qd_format_record& axis_format(int axis) {
+  return axis == 0 ? axis_format_x : axis == 1 ? axis_format_y : axis_format_z;
+}
+
+int qu_unit_factor(const char* symbol, double* factor) {
+  *factor = 1.0;
+  for (const length_unit& row : length_units) {
+    if (std::strcmp(row.symbol, symbol) != 0) continue;
+    if (unit_flag != 0) *factor = row.factor;
+    return 1;
+  }
+  return 0;
+}
+
+int qu_unit_symbol(double factor, unit_text& symbol) {
+  const length_unit* row = unit_of_factor(factor);
+  qu_string_copy(row == nullptr ? "" : row->symbol, symbol);
+  return row == nullptr ? 0 : 1;
+}
+
+const char* qu_unit_name(double factor) {
+  const length_unit* row = unit_of_factor(factor);
+  return row == nullptr ? nullptr : row->name;
+}
+
+void qu_format_copy(const qd_format_record& source, qd_format_record& destination) {
+  if (&source == &destination) return;
+  destination = source;
+  qu_string_copy(source.unit, destination.unit);
+}
+
+void qu_format_default(qd_format_record& destination) {
+  qu_format_copy(float_default, destination);
+}
+
+void qu_format_set(const char* format, const char* width, const char* digits, const char* unit,
+                   std::int64_t length_flag, double factor, qd_format_record& destination) {
+  const auto* word = std::ranges::find(format_rows, std::string_view(format));
+  destination.format = word == std::end(format_rows) ? FORMAT_FREE : word - format_rows;
+
+  // An unknown width is the tenth of the list.
+  destination.width = number_word(width, smallest_width, largest_width, smallest_width + 10);
+  destination.digits = 0;
+  if (destination.format == FORMAT_DECIMAL || destination.format == FORMAT_SHIFTED) {
+    std::int64_t wanted = number_word(digits, 0, largest_digits, 0);
+    destination.digits = std::min({wanted, destination.width - 3, largest_digits});
+  }
+  qu_string_copy(unit, destination.unit);
+
+  if (unit_flag == 0) {
+    destination.length_flag = 0;
+    destination.factor = 1.0;
+    return;
+  }
+  destination.length_flag = length_flag;
+  bool known = length_flag == 0 || unit_of_factor(factor) != nullptr;
+  destination.factor = known ? factor : metre_factor;
+}
+
+void qu_formats_reset() {
+  double factor = unit_flag != 0 ? metre_factor : 0.0;
+  for (qd_format_record* record : {&distance_format, &axis_format_x, &axis_format_y, &axis_format_z})
+    qu_format_set("Decimal", "10", "2", "m", 1, factor, *record);
+}
+
+}  // namespace qrd
