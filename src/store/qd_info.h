@@ -15,6 +15,9 @@ int qd_file_test(std::int64_t organisation, std::int64_t dimension, const char* 
 // With `test_index` a macro index in the name must exist as well.
 int qd_variable_test(bool test_index, const char* directory, const char* file, const char* variable);
 
+// Does a file pass the filter of qd_file_test?
+bool qd_file_fits(const qd_file_record& record, std::int64_t organisation, std::int64_t dimension);
+
 // Lists; `old_list` is freed. Mode -1 plain, 0 with "None" and "New ...", 1 with "None".
 qu_list qd_get_directory_list(qu_list old_list, int mode);
 qu_list qd_get_file_list(qu_list old_list, const char* directory, int mode, std::int64_t organisation,
@@ -29,11 +32,22 @@ enum variable_mask : int {
 };
 qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char* file, int mode, int mask);
 
-// 1 or 0.
+// The same names in mode -1, added to a list. 1, or 0 if the directory or file can't be found, which is fatal
+// above: what a client may ask for when another one has deleted it.
+int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
+                  string_list& list);
+int qd_list_variables(const char* directory, const char* file, int mask, string_list& list);
+
+// 1, or 0 if the object can't be found or too many files are open.
 int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
 int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info);
 // 0 found, 1 none, 2 unreadable.
 int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name);
+// All of them at once; those that the file doesn't have are empty. The result tells what such a name means:
+// 1 none, 2 unreadable.
+int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]);
+// 1, or 0 as above. A damaged line table is fatal. `grid` may be null; it is the default grid for any other
+// file.
 int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid);
 // 0 done, 1 not all found. Outputs may be null. `flag` 1 starts from the distance format.
 int qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,

@@ -1,0 +1,181 @@
+// What the catalogue knows of a file or a variable.
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "samples/qd_lines.h"
+#include "store/qd_access.h"
+#include "store/qd_info.h"
+#include "store/qd_walk.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+// All but `system`, which the queries tell in their own ways.
+void fill(const qd_file_record& file, const qd_variable_record& variable, qd_var_info& info) {
+  info.sample_count = file.sample_count;
+  info.type = variable.type;
+  info.kind = variable.kind;
+  info.implicit = variable.implicit;
+  info.bit_length = variable.bit_length;
+  info.has_unit = variable.format.length_flag != 0 || unit_flag == 0;
+  info.numeric = variable.type != VAR_CHAR;
+  qu_format_copy(variable.format, info.format);
+}
+
+// Samples in the longest line of a lines file.
+std::int64_t longest_line(const char* file_path, const qd_file_record& record) {
+  constexpr char function[] = "qd_info_file";
+  std::vector<std::int64_t> offsets;
+  switch (qd_line_table_read(file_path, record, offsets)) {
+    case line_table_status::ok:
+      break;
+    case line_table_status::cannot_open:
+      qu_fatal_number(function, 3);
+    case line_table_status::cannot_read:
+      qu_fatal_number(function, 6);
+    case line_table_status::cannot_close:
+      qu_fatal_number(function, 7);
+  }
+  std::int64_t longest = 0;
+  for (std::size_t i = 1; i < offsets.size(); ++i) longest = std::max(longest, offsets[i] - offsets[i - 1]);
+  return longest;
+}
+
+// The variables with a role in a file, read in one walk: the first float or text variable of each kind.
+struct role_records {
+  qd_variable_record records[kind_count];
+  bool found[kind_count] = {};
+  // What it means that a kind was not found.
+  lookup_result otherwise = LOOKUP_ABSENT;
+
+  void walk(const char* file_path) {
+    path_text path;
+    qd_variable_record record;
+    const walk_end end =
+        qd_walk<variable_level>(file_path, path, record, [this](const qd_variable_record& seen) {
+          const bool wanted = (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind >= 0 &&
+                              seen.kind < kind_count && !found[seen.kind];
+          if (wanted) {
+            records[seen.kind] = seen;
+            found[seen.kind] = true;
+          }
+          return false;
+        });
+    otherwise = qd_lookup_result(end);
+  }
+};
+
+}  // namespace
+
+int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
+  constexpr char function[] = "qd_info_var_ident";
+  info = qd_var_info();
+  if (!qd_can_access()) return 0;
+  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
+  const qd_selected_entry* entry = tab_selected[handle.entry - 1];
+  if (entry == nullptr) qu_fatal_number(function, 20);
+
+  // What another server has deleted since the selection is nobody's mistake.
+  qd_variable_record variable;
+  if (!qd_variable_descriptor_read(entry->variable_path, variable)) {
+    if (qd_object_gone()) return 0;
+    qu_fatal_number(function, 30);
+  }
+  qd_file_record file;
+  if (!qd_file_descriptor_read(entry->file_path, file)) {
+    if (qd_object_gone()) return 0;
+    qu_fatal_number(function, 40);
+  }
+  fill(file, variable, info);
+  info.system = variable.kind != KIND_PLAIN || variable.implicit != 0;
+  return 1;
+}
+
+int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {
+  info = qd_var_info();
+  if (!qd_can_access()) return 0;
+  name_text name;
+  if (!qd_catalogue_name(variable, name)) return 0;
+  path_text file_path, path;
+  qd_file_record file_record;
+  qd_variable_record record;
+  if (qd_find_variable(directory, file, name, file_path, file_record, path, record) != LOOKUP_FOUND) return 0;
+  fill(file_record, record, info);
+  info.system = record.kind != KIND_PLAIN && record.implicit == 0;
+  return 1;
+}
+
+int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
+  path_text file_path;
+  if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
+  role_records roles;
+  roles.walk(file_path);
+  for (int kind = 0; kind < kind_count; ++kind) {
+    std::strcpy(names[kind], roles.found[kind] ? roles.records[kind].name : "");
+  }
+  return roles.otherwise;
+}
+
+int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name) {
+  path_text file_path, path;
+  if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
+  qd_variable_record record;
+  const walk_end end =
+      qd_walk<variable_level>(file_path, path, record, [kind](const qd_variable_record& seen) {
+        return (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind == kind;
+      });
+  if (end == walk_end::stopped) std::strcpy(name, record.name);
+  return qd_lookup_result(end);
+}
+
+int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
+  info = qd_file_info();
+  if (!qd_can_access()) return 0;
+  // The numbers 1 and 2 are left out: a file that is gone, or that can't be looked up, is the caller's to
+  // refuse.
+  path_text path;
+  qd_file_record record;
+  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
+  info.organisation = record.organisation;
+  info.dimension = record.dimension;
+  info.sample_count = record.sample_count;
+  info.line_count = record.line_count;
+  if (is_lines(record.organisation)) info.longest_line = longest_line(path, record);
+  if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
+  return 1;
+}
+
+int qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
+                           qd_format_record* y, qd_format_record* z) {
+  struct {
+    qd_format_record* output;
+    variable_kind kind;
+  } const axes[] = {{x, KIND_X}, {y, KIND_Y}, {z, KIND_Z}};
+  for (const auto& axis : axes) {
+    if (axis.output != nullptr) qu_format_copy(flag == 1 ? distance_format : float_default, *axis.output);
+  }
+
+  path_text path;
+  qd_file_record file_record;
+  if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0 ||
+      qd_find_file(directory, file, path, file_record) != LOOKUP_FOUND) {
+    return 1;
+  }
+  role_records roles;
+  roles.walk(path);
+  int missing = 0;
+  for (const auto& axis : axes) {
+    if (axis.output == nullptr || (axis.kind == KIND_Z && file_record.dimension != 3)) continue;
+    if (roles.found[axis.kind]) {
+      qu_format_copy(roles.records[axis.kind].format, *axis.output);
+    } else {
+      missing = 1;
+    }
+  }
+  return missing;
+}
+
+}  // namespace qrd
