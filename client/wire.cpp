@@ -24,7 +24,7 @@ namespace {
 constexpr std::size_t buffer_size = 64 * 1024;
 // An array is allocated whole up to this many bytes, and beyond them as its values arrive, so that a wrong
 // count does not take all the memory at once.
-constexpr std::size_t trusted_array_size = std::size_t{256} << 20;
+constexpr std::size_t trusted_array_size = std::size_t{64} << 20;
 constexpr std::size_t trusted_text_size = std::size_t{1} << 20;
 
 std::uint32_t to_network(std::uint32_t value) {
@@ -184,6 +184,9 @@ stream::~stream() {
 void stream::close() {
   if (descriptor_ >= 0) ::close(descriptor_);
   descriptor_ = -1;
+  outgoing_.clear();
+  incoming_begin_ = 0;
+  incoming_end_ = 0;
 }
 
 void stream::fail(const std::string& text) {

@@ -1,0 +1,84 @@
+#include "client/numbers.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace qrd::client {
+
+namespace {
+
+struct length_unit {
+  std::string_view symbol;
+  double centimetres;
+};
+
+constexpr length_unit length_units[] = {
+    {"micr", 0.0001}, {"mm", 0.1},       {"cm", 1},         {"dm", 10},
+    {"m", 100},       {"dam", 1000},     {"hm", 10000},     {"km", 100000},
+    {"in", 2.54},     {"ft", 30.48},     {"yd", 91.44},     {"mile", 160934.4},
+    {"nmil", 185200}, {"dakm", 1000000}, {"hkm", 10000000}, {"kkm", 100000000},
+};
+
+constexpr float missing_single = 1.2345e+38F;
+
+bool is_single(double value) {
+  return std::abs(value) <= std::numeric_limits<float>::max();
+}
+
+bool same_single(double a, double b) {
+  return is_single(a) && is_single(b) && static_cast<float>(a) == static_cast<float>(b);
+}
+
+}  // namespace
+
+std::optional<double> parse_number(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  if (text.size() > 1 && text.front() == '+' && text[1] != '-') text.remove_prefix(1);
+  double value = 0;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (problem != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
+    return std::nullopt;
+  return value;
+}
+
+std::string number_text(double value) {
+  char text[32];
+  const auto [end, problem] = std::to_chars(text, text + sizeof text, value);
+  return problem == std::errc() ? std::string(text, end) : std::string();
+}
+
+std::string single_text(double value, double factor) {
+  // The value may have been stored as it is, or as a length; where both are possible both must come out the
+  // same.
+  const bool is_plain = is_single(value) && static_cast<double>(static_cast<float>(value)) == value;
+  for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
+    char text[32];
+    const auto [end, problem] =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
+    if (problem != std::errc()) break;
+    double candidate = 0;
+    std::from_chars(text, end, candidate);
+    if (!same_single(candidate * factor, value * factor)) continue;
+    if (is_plain && !same_single(candidate, value)) continue;
+    return number_text(candidate);
+  }
+  return number_text(value);
+}
+
+std::optional<double> length_factor(std::string_view symbol) {
+  for (const length_unit& unit : length_units)
+    if (unit.symbol == symbol) return unit.centimetres;
+  return std::nullopt;
+}
+
+bool fits_bits(double value, std::int32_t bits) {
+  if (bits > 32) return true;
+  if (bits == 32) return is_single(value) && static_cast<float>(value) != missing_single;
+  if (value != std::floor(value) || value < 0) return false;
+  if (bits == 1) return value <= 1;
+  return value < static_cast<double>((1 << bits) - 1);
+}
+
+}  // namespace qrd::client

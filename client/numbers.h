@@ -1,0 +1,28 @@
+// Numbers as text, and the length units.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qrd::client {
+
+// A finite decimal number, with blanks around it or not. Nothing for any other text.
+std::optional<double> parse_number(std::string_view text);
+
+// The shortest text that reads back as the same number.
+std::string number_text(double value);
+
+// The shortest text whose number is stored in the same 32 bits, for a value that was read from such a
+// variable. `factor` is what the server multiplies values with before it stores them.
+std::string single_text(double value, double factor);
+
+// Centimetres per unit, for the symbol of a length unit.
+std::optional<double> length_factor(std::string_view symbol);
+
+// Whether a variable of so many bits can hold the value. Up to 16 bits it holds whole numbers from 0, and the
+// highest one means missing.
+bool fits_bits(double value, std::int32_t bits);
+
+}  // namespace qrd::client

@@ -1,0 +1,139 @@
+#include "client/csv.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+
+#include "client/error.h"
+#include "client/numbers.h"
+
+namespace qrd::client {
+namespace {
+
+std::vector<std::string> cells(const csv_table& table, const std::string& name) {
+  const auto& column = table.column(name);
+  return {column.begin(), column.end()};
+}
+
+std::string written(const std::vector<std::vector<std::string>>& rows) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* stream = open_memstream(&text, &size);
+  csv_writer writer(stream);
+  for (const auto& row : rows) {
+    for (const std::string& cell : row) writer.cell(cell);
+    writer.end_row();
+  }
+  writer.flush();
+  std::fclose(stream);
+  std::string result(text, size);
+  std::free(text);
+  return result;
+}
+
+TEST(CsvTable, ReadsQuotesAndLineEnds) {
+  const csv_table table("\xEF\xBB\xBFname,\"a \"\"b\"\", c\"\r\n\"one\r\ntwo\",1\r\n\r\n,\"\"\nlast, 3 ");
+  EXPECT_EQ(table.names(), (std::vector<std::string>{"name", "a \"b\", c"}));
+  ASSERT_EQ(table.rows(), 3U);
+  EXPECT_EQ(cells(table, "name"), (std::vector<std::string>{"one\r\ntwo", "", "last"}));
+  EXPECT_EQ(cells(table, "a \"b\", c"), (std::vector<std::string>{"1", "", " 3 "}));
+}
+
+TEST(CsvTable, KeepsEmptyCellsAtEveryPlace) {
+  const csv_table table("a,b,c\n,,\n1,,\n,,3");
+  EXPECT_EQ(cells(table, "a"), (std::vector<std::string>{"", "1", ""}));
+  EXPECT_EQ(cells(table, "c"), (std::vector<std::string>{"", "", "3"}));
+  const csv_table single("a\n1\n\n3\n");
+  EXPECT_EQ(cells(single, "a"), (std::vector<std::string>{"1", "", "3"}));
+}
+
+TEST(CsvTable, TellsWhatIsWrong) {
+  const auto problem = [](const std::string& text) -> std::string {
+    try {
+      csv_table table(text);
+    } catch (const error& found) {
+      return found.what();
+    }
+    return "none";
+  };
+  EXPECT_EQ(problem("a,b\n1,2\n\"x\ny\",2,3\n"), "line 3 has 3 cells where the first line names 2");
+  EXPECT_EQ(problem("a\n\"x"), "line 2: a quoted cell has no end");
+  EXPECT_EQ(problem("a\n\"x\"y\n"), "line 2: text behind a quoted cell");
+  EXPECT_NE(problem(""), "none");
+  const csv_table table("a,b,b\n");
+  EXPECT_THROW(table.column("c"), error);
+  EXPECT_THROW(table.column("b"), error);
+  EXPECT_EQ(table.rows(), 0U);
+}
+
+TEST(CsvTable, ViewsSurviveAMove) {
+  csv_table table("a\nx\n");
+  const csv_table moved(std::move(table));
+  EXPECT_EQ(cells(moved, "a"), std::vector<std::string>{"x"});
+}
+
+TEST(CsvWriter, QuotesWhatNeedsIt) {
+  EXPECT_EQ(written({{"a", "b,c", "d\"e", "f\ng"}, {"", "", "", " "}}),
+            "a,\"b,c\",\"d\"\"e\",\"f\ng\"\n,,, \n");
+  EXPECT_EQ(written({{"a"}, {""}, {"b"}}), "a\n\"\"\nb\n");
+}
+
+TEST(CsvWriter, TellsAFullDevice) {
+  std::FILE* full = std::fopen("/dev/full", "w");
+  ASSERT_NE(full, nullptr);
+  csv_writer writer(full);
+  writer.cell("a");
+  writer.end_row();
+  EXPECT_THROW(writer.flush(), error);
+  std::fclose(full);
+}
+
+TEST(Numbers, AreReadWholeOrNotAtAll) {
+  EXPECT_EQ(parse_number("1.5"), 1.5);
+  EXPECT_EQ(parse_number(" +1e3 "), 1000);
+  EXPECT_EQ(parse_number("-.5"), -0.5);
+  for (const char* text : {"", " ", "1.5x", "1,5", "nan", "inf", "1e999", "+-1", "0x10", "Ah"})
+    EXPECT_EQ(parse_number(text), std::nullopt) << text;
+}
+
+TEST(Numbers, AreWrittenSoThatTheyReadBack) {
+  for (double value : {0.1, 1.0 / 3, 5e-324, 1.7976931348623157e308, -123456789.125, 0.0})
+    EXPECT_EQ(parse_number(number_text(value)), value);
+  EXPECT_EQ(number_text(27900713), "27900713");
+}
+
+TEST(Numbers, OfSinglePrecisionAreShortAndStoredTheSame) {
+  EXPECT_EQ(single_text(static_cast<double>(0.02F), 1), "0.02");
+  EXPECT_EQ(single_text(static_cast<double>(0.02F), 30.48), "0.02");
+  EXPECT_EQ(single_text(static_cast<double>(16777216.0F), 1), "16777216");
+  // 790.9 cm in single precision, told in metres.
+  const double metres = static_cast<double>(790.9F) / 100;
+  EXPECT_EQ(single_text(metres, 100), "7.909");
+  for (float stored : {1.0F / 3, 3.4e38F, 1e-45F, 12345.678F, -0.1F}) {
+    const double told = static_cast<double>(stored) / 30.48;
+    const double read_back = *parse_number(single_text(told, 30.48));
+    EXPECT_EQ(static_cast<float>(read_back * 30.48), static_cast<float>(told * 30.48));
+  }
+}
+
+TEST(Numbers, FitTheirBits) {
+  EXPECT_TRUE(fits_bits(1, 1));
+  EXPECT_FALSE(fits_bits(2, 1));
+  for (std::int32_t bits : {2, 4, 8, 16}) {
+    const double highest = static_cast<double>((1 << bits) - 1);
+    EXPECT_TRUE(fits_bits(highest - 1, bits));
+    EXPECT_FALSE(fits_bits(highest, bits));
+    EXPECT_FALSE(fits_bits(-1, bits));
+    EXPECT_FALSE(fits_bits(0.5, bits));
+  }
+  EXPECT_TRUE(fits_bits(-0.5, 32));
+  EXPECT_FALSE(fits_bits(1e39, 32));
+  EXPECT_FALSE(fits_bits(1.2345e38, 32));
+  EXPECT_TRUE(fits_bits(1e39, 64));
+  EXPECT_EQ(length_factor("ft"), 30.48);
+  EXPECT_EQ(length_factor("Ft"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace qrd::client
