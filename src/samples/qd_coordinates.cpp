@@ -24,6 +24,8 @@ const char* qd_create_axis_variables(const char* directory, const char* file,
                                      const builtin_variable (&table)[3], std::int64_t dimension) {
   for (int axis = 0; axis < dimension; ++axis) {
     const builtin_variable& variable = table[axis];
+    // Nothing keeps a client from taking such a name for a variable of its own.
+    if (qd_variable_test(false, directory, file, variable.name) != 1) return variable.name;
     if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
                            &axis_format(axis)) == 0)
       return variable.name;

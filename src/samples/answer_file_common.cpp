@@ -1,0 +1,57 @@
+#include "samples/answer_file_common.h"
+
+#include <algorithm>
+#include <cinttypes>
+
+#include "server/answering.h"
+#include "server/connection.h"
+#include "server/context.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+#include "store/qd_tools.h"
+
+namespace qrd {
+
+bool read_coordinates(std::int64_t samples, std::int32_t dimension, std::int64_t parts,
+                      checked_array<double>& values) {
+  std::int64_t count = 0, all = 0, bytes = 0;
+  if (samples < 1 || dimension < 1) return true;
+  bool too_big = __builtin_mul_overflow(samples, std::int64_t{dimension}, &count);
+  too_big = __builtin_mul_overflow(count, parts, &all) || too_big;
+  too_big = __builtin_mul_overflow(all, std::int64_t{sizeof(double)}, &bytes) || too_big;
+  if (too_big || !values.allocate(all)) {
+    clean_packet();
+    refuse("Memory allocation failed (%" PRId64 " bytes)", too_big ? missing_int64 : bytes);
+    return false;
+  }
+  double* place = values.data() + (all - count);
+  if (_qrd_read_double_array(client_socket, place, count) == 0) return false;
+  if (std::find(place, values.end(), missing_double) == values.end()) return true;
+  refuse("There should not be any test value in the coordinates");
+  return false;
+}
+
+bool may_create_file(const char* name) {
+  const server_context& context = current_context;
+  if (!is_set(context.directory)) {
+    refuse("Directory is not set");
+    return false;
+  }
+  int missing = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
+  if (missing == 2) refuse("Cannot open files");
+  if (missing == 0) refuse("File %s: %s/%s already exists", context.study, context.directory, name);
+  return missing == 1;
+}
+
+bool current_file(path_text& path, qd_file_record& record) {
+  return qd_file_path(current_context.directory, current_context.file, path) != 0 &&
+         qd_file_descriptor_read(path, record) != 0;
+}
+
+void remove_new_file(const char* name) {
+  // A growth that failed on a full disk has removed the file already.
+  if (qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0)
+    qd_delete_file(current_context.directory, name);
+}
+
+}  // namespace qrd

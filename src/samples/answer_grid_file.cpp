@@ -1,0 +1,127 @@
+// Grid files: creation, and changes of origin, mesh and rotation.
+#include "samples/answer_file_common.h"
+#include "samples/answers.h"
+#include "samples/qd_lines.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+#include "store/qd_tools.h"
+#include "units/qu_units.h"
+
+namespace qrd {
+
+namespace {
+
+struct grid_target {
+  path_text path;
+  qd_file_record file;
+  bool is_3d() const { return file.dimension == 3; }
+};
+
+// The current file, which must be a grid. False after a refusal.
+bool find_grid(grid_target& target) {
+  const char* problem = nullptr;
+  if (!is_set(current_context.directory))
+    problem = "Directory is not set";
+  else if (!is_set(current_context.file))
+    problem = "File is not set";
+  else if (!current_file(target.path, target.file))
+    problem = "Cannot get file info";
+  else if (target.file.organisation != ORG_GRID)
+    problem = "Current file is not a grid";
+  if (problem != nullptr) refuse("%s", problem);
+  return problem == nullptr;
+}
+
+// The client's units of the three axes. False after a refusal.
+bool find_factors(double (&factors)[3]) {
+  for (double& factor : factors) factor = distance_format.factor;
+  if (current_context.unit_mode == 0) return true;
+  qd_format_record formats[3];
+  if (qd_coordinates_formats(0, current_context.directory, current_context.file, &formats[0], &formats[1],
+                             &formats[2]) != 0) {
+    refuse("Cannot get coords formats");
+    return false;
+  }
+  for (int axis = 0; axis < 3; ++axis) factors[axis] = formats[axis].factor;
+  return true;
+}
+
+int write_grid(const grid_target& target) {
+  qd_delete_derived_files(target.path);
+  if (qd_file_descriptor_write(target.path, target.file) == 0)
+    return refuse("Impossible to write the file_descriptor");
+  return answer("SDONE");
+}
+
+// Puts three lengths off the socket into the grid fields of the current file.
+int modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y, double qd_grid_record::*z) {
+  double values[3] = {}, factors[3] = {};
+  grid_target target;
+  if (!read_arguments(values[0], values[1], values[2])) return -1;
+  if (!find_grid(target) || !find_factors(factors)) return -1;
+
+  server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
+  target.file.grid.*x = values[0] * factors[0];
+  target.file.grid.*y = values[1] * factors[1];
+  if (target.is_3d()) target.file.grid.*z = values[2] * factors[2];
+  return write_grid(target);
+}
+
+}  // namespace
+
+// CGFILENEW: makes a grid file. Its numbers come in the units of the axes.
+int server_answer_grid_file_new(const char* /*request*/) {
+  request_text name;
+  std::int32_t dimension = 0, nx = 1, ny = 1, nz = 1;
+  qd_grid_record grid;
+  if (!read_arguments(name, dimension, grid.x0, grid.dx, nx, grid.y0, grid.dy, ny)) return -1;
+  if (dimension == 3 && !read_arguments(grid.z0, grid.dz, nz)) return -1;
+  grid.x0 *= axis_format_x.factor;
+  grid.dx *= axis_format_x.factor;
+  grid.y0 *= axis_format_y.factor;
+  grid.dy *= axis_format_y.factor;
+  grid.z0 *= axis_format_z.factor;
+  grid.dz *= axis_format_z.factor;
+  grid.nx = nx;
+  grid.ny = ny;
+  grid.nz = nz;
+  if (!may_create_file(name.c_str())) return -1;
+
+  const server_context& context = current_context;
+  server_debug(1, "Creating Grid File: \"%s\".", name.c_str());
+  if (nx < 1 || ny < 1 || nz < 1 ||
+      qd_create_file(context.directory, name.c_str(), ORG_GRID, dimension == 2 ? 2 : 3, &grid) == 0)
+    return refuse("Cannot create grid file %s: %s/%s", context.study, context.directory, name.c_str());
+  return answer("SDONE");
+}
+
+// GRIDMODO: moves the origin of the current grid.
+int server_answer_grid_file_modify_origin(const char* /*request*/) {
+  return modify_lengths(&qd_grid_record::x0, &qd_grid_record::y0, &qd_grid_record::z0);
+}
+
+// GRIDMODM: changes the mesh of the current grid.
+int server_answer_grid_file_modify_mesh(const char* /*request*/) {
+  return modify_lengths(&qd_grid_record::dx, &qd_grid_record::dy, &qd_grid_record::dz);
+}
+
+// GRIDMODR: turns the current grid. The angle of a 2D grid is the first one.
+int server_answer_grid_file_modify_rotation(const char* /*request*/) {
+  double angle1 = 0.0, angle2 = 0.0, angle3 = 0.0;
+  grid_target target;
+  if (!read_arguments(angle1, angle2, angle3)) return -1;
+  if (!find_grid(target)) return -1;
+
+  server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
+  target.file.grid.angle1 = angle1;
+  if (target.is_3d()) {
+    target.file.grid.angle2 = angle2;
+    target.file.grid.angle3 = angle3;
+  }
+  return write_grid(target);
+}
+
+}  // namespace qrd

@@ -1,0 +1,187 @@
+// Lines files: creation, and more lines, as points or as core segments.
+#include <cinttypes>
+
+#include "samples/answer_file_common.h"
+#include "samples/answers.h"
+#include "samples/qd_coordinates.h"
+#include "samples/qd_lines.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_manage.h"
+#include "store/qd_tools.h"
+
+namespace qrd {
+
+namespace {
+
+struct lines_target {
+  path_text path;
+  qd_file_record file;
+};
+
+int refuse_samples(std::int32_t samples) {
+  return refuse("Cannot append %d samples to file. No space left ?", samples);
+}
+
+// The current file, which must be a lines file that can take a line of that kind. False after a refusal.
+bool find_lines(std::int32_t samples, std::int32_t dimension, bool cores_too, lines_target& target) {
+  if (!is_set(current_context.file)) {
+    refuse("File is not set");
+  } else if (!current_file(target.path, target.file)) {
+    refuse("Cannot get file info");
+  } else if (target.file.organisation != ORG_LINES_GRAVITY &&
+             !(cores_too && target.file.organisation == ORG_LINES_CORES)) {
+    refuse("Current file is not a lines file");
+  } else if (!is_file_dimension(dimension) || target.file.dimension != dimension) {
+    refuse("Current file dimension (%d) doesn't match append information (%dD)",
+           static_cast<int>(target.file.dimension), dimension);
+  } else if (samples < 1) {
+    refuse_samples(samples);
+  } else {
+    return true;
+  }
+  return false;
+}
+
+// A header of one sample per line stops matching when a line comes. False after a refusal.
+bool drop_link(qd_file_record& file) {
+  if (file.link_name[0] == '\0') return true;
+  if (qd_delete_link(current_context.directory, current_context.file, true) == 0) {
+    refuse(cannot_delete_link);
+    return false;
+  }
+  file.link_name[0] = '\0';
+  return true;
+}
+
+// False after a refusal.
+bool select_coordinates(coordinate_variables& coordinates,
+                        std::initializer_list<std::span<const builtin_variable, 3>> tables,
+                        std::int32_t dimension) {
+  const server_context& context = current_context;
+  using status = coordinate_variables::status;
+  switch (coordinates.select(context.directory, context.file, tables, dimension)) {
+    case status::done:
+      return true;
+    case status::not_found:
+      refuse("Cannot retrieve coordinate %d variable name in file%s/%s",
+             static_cast<int>(coordinates.position() + 1), context.directory, context.file);
+      return false;
+    case status::not_selected:
+      refuse("Cannot select variable %s/%s/%s", context.directory, context.file, coordinates.name());
+      return false;
+    case status::not_bound:
+      refuse("Canot set io for coordinates variables of %s/%s", context.directory, context.file);
+      return false;
+  }
+  return false;
+}
+
+// One line more, with the values of its samples variable by variable.
+int add_line(const coordinate_variables& coordinates, std::int64_t before, std::int32_t samples,
+             checked_array<double>& values) {
+  const server_context& context = current_context;
+  if (qd_append_sample(context.directory, context.file, samples) == 0) return refuse_samples(samples);
+  if (coordinates.write(before + 1, before + samples, values.data()) == 0)
+    return refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
+  return answer("SDONE");
+}
+
+// Fills the centres and the begins of segments in front of their ends, which stand in the last third. Each
+// begins where the one before ends.
+void complete_segments(const double (&start)[3], std::int32_t dimension, std::int64_t samples,
+                       double* values) {
+  for (std::int64_t axis = 0; axis < dimension; ++axis) {
+    double* centre = values + axis * samples;
+    double* begin = centre + dimension * samples;
+    const double* end = begin + dimension * samples;
+    double previous = start[axis];
+    for (std::int64_t i = 0; i < samples; ++i) {
+      begin[i] = previous;
+      centre[i] = (end[i] + begin[i]) * 0.5;
+      previous = end[i];
+    }
+  }
+}
+
+// Makes a lines file one of cores; the variables of the segments come with the first of them. False after a
+// refusal.
+bool become_cores(lines_target& target) {
+  const server_context& context = current_context;
+  bool first_cores = target.file.organisation == ORG_LINES_GRAVITY && target.file.sample_count == 0;
+  if (target.file.organisation != ORG_LINES_CORES) {
+    target.file.organisation = ORG_LINES_CORES;
+    if (qd_file_descriptor_write(target.path, target.file) == 0) {
+      refuse("Impossible to write the file_descriptor");
+      return false;
+    }
+  }
+  if (!first_cores) return true;
+  for (const auto* table : {&core_begins, &core_ends}) {
+    const char* failed =
+        qd_create_axis_variables(context.directory, context.file, *table, target.file.dimension);
+    if (failed == nullptr) continue;
+    refuse(cannot_create_variable, context.study, context.directory, context.file, failed);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+// CLFILENEW: makes a lines file without lines.
+int server_answer_lines_file_new(const char* /*request*/) {
+  request_text name;
+  std::int32_t dimension = 0;
+  if (!read_arguments(name, dimension)) return -1;
+  if (!is_file_dimension(dimension)) return refuse(unknown_dimension, dimension);
+  if (!may_create_file(name.c_str())) return -1;
+
+  const server_context& context = current_context;
+  server_debug(1, "Creating File: \"%s\".", name.c_str());
+  if (qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr) == 0)
+    return refuse(cannot_create_file, context.study, context.directory, name.c_str());
+  const char* failed = qd_create_axis_variables(context.directory, name.c_str(), gravity_centers, dimension);
+  int status = failed == nullptr
+                   ? answer("SDONE")
+                   : refuse(cannot_create_variable, context.study, context.directory, name.c_str(), failed);
+  if (status != 0) remove_new_file(name.c_str());
+  return status;
+}
+
+// CLFILEAPP: adds a line of points.
+int server_answer_lines_file_append(const char* /*request*/) {
+  std::int32_t samples = 0, dimension = 0;
+  checked_array<double> values;
+  if (!read_arguments(samples, dimension)) return -1;
+  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+
+  lines_target target;
+  coordinate_variables coordinates;
+  if (!find_lines(samples, dimension, false, target)) return -1;
+  if (!select_coordinates(coordinates, {gravity_centers}, dimension)) return -1;
+  if (!drop_link(target.file)) return -1;
+  server_debug(1, "Appending line to file: \"%s\".", current_context.file);
+  return add_line(coordinates, target.file.sample_count, samples, values);
+}
+
+// CLFILEAPC: adds a line of core segments, given by where the first begins and where each ends.
+int server_answer_lines_file_append_cores(const char* /*request*/) {
+  std::int32_t samples = 0, dimension = 0;
+  double start[3] = {};
+  checked_array<double> values;
+  if (!read_arguments(samples, dimension, start[0], start[1])) return -1;
+  if (dimension == 3 && !read_arguments(start[2])) return -1;
+  if (!read_coordinates(samples, dimension, 3, values)) return -1;
+
+  lines_target target;
+  coordinate_variables coordinates;
+  if (!find_lines(samples, dimension, true, target)) return -1;
+  if (!drop_link(target.file) || !become_cores(target)) return -1;
+  if (!select_coordinates(coordinates, {gravity_centers, core_begins, core_ends}, dimension)) return -1;
+  complete_segments(start, dimension, samples, values.data());
+  return add_line(coordinates, target.file.sample_count, samples, values);
+}
+
+}  // namespace qrd

@@ -1,0 +1,91 @@
+// The header of a lines file, and the lengths of its lines.
+#include <cinttypes>
+#include <cstring>
+#include <vector>
+
+#include "samples/answer_file_common.h"
+#include "samples/answers.h"
+#include "samples/qd_lines.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_info.h"
+#include "store/qd_tools.h"
+
+namespace qrd {
+
+namespace {
+
+// The record of a file of the current directory. False after a refusal.
+bool find_file(const char* name, qd_file_record& record) {
+  const server_context& context = current_context;
+  path_text path;
+  int missing = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
+  if (missing == 2)
+    refuse("Cannot open files");
+  else if (missing == 1)
+    refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
+  else if (qd_file_path(context.directory, name, path) == 0 || qd_file_descriptor_read(path, record) == 0)
+    refuse("Cannot get File Information for %s: %s/%s", context.study, context.directory, name);
+  else
+    return true;
+  return false;
+}
+
+// Ends the link of a file, if it has one. False after a refusal.
+bool drop_previous_link(const char* name) {
+  const server_context& context = current_context;
+  if (qd_delete_link(context.directory, name, true) != 0) return true;
+  refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory, name);
+  return false;
+}
+
+}  // namespace
+
+// CLFILELNK: makes a points file with one sample per line the header of the current lines file.
+int server_answer_lines_file_create_link(const char* /*request*/) {
+  request_text points_name;
+  if (!read_arguments(points_name)) return -1;
+  const server_context& context = current_context;
+  if (!is_set(context.directory) || !is_set(context.file)) return refuse("Directory or File is not set");
+
+  qd_file_record lines, points;
+  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return -1;
+  if (points.organisation != ORG_POINTS)
+    return refuse("Linked file should be a points file %s: %s/%s", context.study, context.directory,
+                  points_name.c_str());
+  if (!is_lines(lines.organisation) || lines.line_count != points.sample_count)
+    return refuse("Cannot link this Lines file (%" PRId64 " lines) with this %" PRId64 " samples Points file",
+                  lines.line_count, points.sample_count);
+  if (points.link_name[0] != '\0' && !drop_previous_link(points_name.c_str())) return -1;
+  if (lines.link_name[0] != '\0' && !drop_previous_link(context.file)) return -1;
+
+  server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
+  qd_create_link(context.directory, context.file, points_name.c_str());
+  return answer("SDONE");
+}
+
+// CLFILECNT: the number of samples of each line.
+int server_answer_lines_file_samples_count(const char* /*request*/) {
+  const server_context& context = current_context;
+  path_text path;
+  qd_file_record record;
+  if (!is_set(context.file)) return refuse("File is not set");
+  if (!current_file(path, record)) return refuse("Error while getting file information");
+  if (!is_lines(record.organisation)) return refuse("Current file is not a lines file");
+
+  std::vector<std::int64_t> counts;
+  if (qd_samples_per_line(context.directory, context.file, counts) == 0) return -1;
+  const auto lines = static_cast<std::int64_t>(counts.size());
+  checked_array<std::int32_t> lengths;
+  if (!lengths.allocate(lines)) {
+    clean_packet();
+    return refuse("Memory allocation failed (%" PRId64 " bytes)",
+                  lines * static_cast<std::int64_t>(sizeof(std::int32_t)));
+  }
+  for (std::int64_t i = 0; i < lines; ++i)
+    lengths[i] = static_cast<std::int32_t>(counts[static_cast<std::size_t>(i)]);
+  return answer("SLFILECNT", wire_int{static_cast<std::int32_t>(lines)}, wire_ints{lengths.data(), lines});
+}
+
+}  // namespace qrd

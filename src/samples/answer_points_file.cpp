@@ -1,0 +1,102 @@
+// Points files: creation with coordinates, and more points.
+#include <cinttypes>
+
+#include "samples/answer_file_common.h"
+#include "samples/answers.h"
+#include "samples/qd_coordinates.h"
+#include "samples/qd_lines.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_manage.h"
+
+namespace qrd {
+
+namespace {
+
+int refuse_samples(std::int64_t samples, const char* file) {
+  return refuse("Cannot add %" PRId64 " samples to file %s: %s/%s", samples, current_context.study,
+                current_context.directory, file);
+}
+
+int refuse_selection(coordinate_variables::status status, const coordinate_variables& coordinates,
+                     const char* file) {
+  if (status == coordinate_variables::status::not_bound)
+    return refuse("Error setting io entry for coordinates variables");
+  return refuse("Error selecting variable %s: %s/%s/%s", current_context.study, current_context.directory,
+                file, coordinates.name());
+}
+
+// The new samples of a file, behind those that it has.
+int add_points(const coordinate_variables& coordinates, const char* file, std::int64_t before,
+               std::int64_t samples, checked_array<double>& values) {
+  const char* directory = current_context.directory;
+  if (qd_append_sample(directory, file, samples) == 0) return refuse_samples(samples, file);
+  if (coordinates.write(before + 1, before + samples, values.data()) == 0)
+    return refuse("Problem while writing coordinates for %s/%s", directory, file);
+  return answer("SDONE");
+}
+
+int fill_new_file(const char* name, std::int32_t dimension, std::int64_t samples,
+                  checked_array<double>& values) {
+  const server_context& context = current_context;
+  if (const char* failed = qd_create_axis_variables(context.directory, name, gravity_centers, dimension))
+    return refuse(cannot_create_variable, context.study, context.directory, name, failed);
+  coordinate_variables coordinates;
+  auto status = coordinates.select(context.directory, name, {gravity_centers}, dimension);
+  if (status != coordinate_variables::status::done) return refuse_selection(status, coordinates, name);
+  return add_points(coordinates, name, 0, samples, values);
+}
+
+}  // namespace
+
+// CPFILENEW: makes a points file with its coordinates.
+int server_answer_points_file_new(const char* /*request*/) {
+  request_text name;
+  std::int64_t samples = 0;
+  std::int32_t dimension = 0;
+  checked_array<double> values;
+  if (!read_arguments(name, samples, dimension)) return -1;
+  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+  if (!is_file_dimension(dimension)) return refuse(unknown_dimension, dimension);
+  if (!may_create_file(name.c_str())) return -1;
+  if (samples < 1 && qd_name_check(name.c_str()) == NAME_VALID) return refuse_samples(samples, name.c_str());
+
+  server_debug(1, "Creating File: \"%s\".", name.c_str());
+  const server_context& context = current_context;
+  const qd_grid_record no_grid;
+  if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, &no_grid) == 0)
+    return refuse(cannot_create_file, context.study, context.directory, name.c_str());
+  int status = fill_new_file(name.c_str(), dimension, samples, values);
+  if (status != 0) remove_new_file(name.c_str());
+  return status;
+}
+
+// CPFILEAPP: adds points to the current file. Its header role for a lines file ends by that.
+int server_answer_points_file_append(const char* /*request*/) {
+  std::int64_t samples = 0;
+  std::int32_t dimension = 0;
+  checked_array<double> values;
+  if (!read_arguments(samples, dimension)) return -1;
+  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+
+  const server_context& context = current_context;
+  path_text path;
+  qd_file_record record;
+  if (!is_set(context.file)) return refuse("File is not set");
+  if (!current_file(path, record)) return refuse("Cannot get file info");
+  if (!is_file_dimension(dimension) || record.dimension != dimension)
+    return refuse("Current file is not %dD. Cannot append data.", dimension);
+  if (samples < 1 || record.organisation == ORG_GRID) return refuse_samples(samples, context.file);
+
+  // All that can be refused comes before the first change of the file.
+  coordinate_variables coordinates;
+  auto status = coordinates.select(context.directory, context.file, {gravity_centers}, dimension);
+  if (status != coordinate_variables::status::done)
+    return refuse_selection(status, coordinates, context.file);
+  if (record.link_name[0] != '\0' && qd_delete_link(context.directory, context.file, true) == 0)
+    return refuse(cannot_delete_link);
+  return add_points(coordinates, context.file, record.sample_count, samples, values);
+}
+
+}  // namespace qrd
