@@ -1,0 +1,114 @@
+// CWIRENEW.
+#include <algorithm>
+#include <cinttypes>
+#include <new>
+
+#include "geometry/answers.h"
+#include "geometry/qd_wireframe.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "store/qd_info.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr char read_failure[] = "Error while reading from network";
+constexpr char triangles_failure[] = "Error while reading triangles from network";
+// Arrays grow by so many items while they arrive, whatever count was announced.
+constexpr std::int64_t array_step = 1 << 16;
+
+// How a piece arrived; the texts are those that the client gets.
+struct arrival {
+  bool silent = false;            // the stream broke where nothing is answered
+  const char* refusal = nullptr;  // null: complete
+};
+
+template <typename Item, typename Read>
+const char* read_array(std::vector<Item>& items, std::int64_t count, Read read, const char* read_text,
+                       const char* memory_text) {
+  if (count < 0) return memory_text;
+  try {
+    for (std::int64_t held = 0; held < count; held += array_step) {
+      const std::int64_t step = std::min(array_step, count - held);
+      items.resize(static_cast<std::size_t>(held + step));
+      if (!read(client_socket, items.data() + held, step)) return read_text;
+    }
+  } catch (const std::bad_alloc&) {
+    return memory_text;
+  }
+  return nullptr;
+}
+
+arrival read_piece(wireframe_piece& piece) {
+  std::int32_t vertices = 0, triangles = 0;
+  if (!read_arguments(vertices, triangles)) return {true, read_failure};
+  if (const char* failure = read_array(piece.vertices, 3 * std::int64_t{vertices}, _qrd_read_double_array,
+                                       "Error while reading vertices from network",
+                                       "Not enough memory to store wireframes vertices in memory."))
+    return {false, failure};
+  if (const char* failure =
+          read_array(piece.triangles, 3 * std::int64_t{triangles}, _qrd_read_int_array, triangles_failure,
+                     "Not enough memory to store wireframes triangles in memory."))
+    return {false, failure};
+  for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
+    piece.vertices[i] *= axis_format_x.factor;
+    piece.vertices[i + 1] *= axis_format_y.factor;
+    piece.vertices[i + 2] *= axis_format_z.factor;
+  }
+  qu_piece_extend(piece);
+  return {};
+}
+
+arrival read_object(wireframe_object& object) {
+  std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
+  if (!read_arguments(object.name, red, green, blue, pieces)) return {false, read_failure};
+  object.red = red;
+  object.green = green;
+  object.blue = blue;
+  for (std::int32_t i = 0; i < pieces; ++i)
+    if (arrival state = read_piece(object.pieces.emplace_back()); state.refusal != nullptr) return state;
+  return {};
+}
+
+bool all_valid(const wireframe& root) {
+  return std::all_of(root.objects.begin(), root.objects.end(), [](const wireframe_object& object) {
+    return std::all_of(object.pieces.begin(), object.pieces.end(), qu_piece_valid);
+  });
+}
+
+}  // namespace
+
+int server_answer_new_wireframes(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return -1;
+  if (!is_set(current_context.directory)) return refuse("Directory is not set");
+  if (qd_directory_test(current_context.directory) != 0)
+    return refuse("Current directory does not exist %s: %s", current_context.study,
+                  current_context.directory);
+  const int test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
+  if (test == 2) return refuse("Cannot open files");
+  if (test == 0)
+    return refuse("File %s: %s/%s already exists", current_context.study, current_context.directory,
+                  name.c_str());
+
+  std::int32_t count = 0;
+  if (!read_arguments(count)) return clean_packet(), refuse("%s", read_failure);
+  auto root = qu_wireframe_new();
+  root->unit_x = root->unit_y = root->unit_z = distance_format;
+  try {
+    for (std::int32_t i = 0; i < count; ++i) {
+      const arrival state = read_object(root->objects.emplace_back());
+      if (state.silent) return -1;
+      if (state.refusal != nullptr) return clean_packet(), refuse("%s", state.refusal);
+    }
+  } catch (const std::bad_alloc&) {
+    return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
+  }
+  if (!all_valid(*root)) return refuse("%s", triangles_failure);
+  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) != 0) return -1;
+  return answer("SDONE");
+}
+
+}  // namespace qrd

@@ -1,0 +1,151 @@
+#include "geometry/qd_object_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "samples/qd_lines.h"
+#include "samples/qd_output.h"
+#include "samples/qd_read_write.h"
+#include "samples/qd_select.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+#include "util/qu_memory.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t float_bits = 64;
+constexpr std::int64_t character_bits = 8;
+constexpr std::int64_t longest_axis_count = 3;
+
+// Writes the places and the measures, all in one transfer.
+bool write_numbers(const char* directory, const char* file, const qd_variable_handle& measure,
+                   const object_samples& samples) {
+  const auto count = static_cast<std::int64_t>(samples.names.size());
+  std::int64_t dimension = 0;
+  qd_variable_handle found[longest_axis_count];
+  if (qd_coordinates_select(directory, file, UNIT_NONE, dimension, found) == 0) return false;
+  selected_variable coordinates[longest_axis_count];
+  qd_variable_handle handles[longest_axis_count + 1];
+  for (std::int64_t axis = 0; axis < dimension; ++axis)
+    handles[axis] = coordinates[axis].handle = found[axis];
+  handles[dimension] = measure;
+  std::vector<double> values = samples.centers;
+  values.insert(values.end(), samples.measures.begin(), samples.measures.end());
+  if (static_cast<std::int64_t>(values.size()) != (dimension + 1) * count) return false;
+  io_record io;
+  io.id = qd_set_io({}, dimension + 1, handles);
+  return qd_write_float_free(io.id, SEL_MASKED, 1, count, values.data()) != 0;
+}
+
+bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
+  std::string block(width * samples.names.size(), ' ');
+  for (std::size_t i = 0; i < samples.names.size(); ++i)
+    samples.names[i].copy(block.data() + i * width, width);
+  selected_variable names;
+  if (qd_variable_select(directory, file, object_name_variable, UNIT_NONE, names.handle) == 0) return false;
+  io_record io;
+  io.id = qd_set_io({}, 1, &names.handle);
+  return qd_write_char_free(io.id, SEL_MASKED, 1, static_cast<std::int64_t>(samples.names.size()),
+                            reinterpret_cast<unsigned char*>(block.data())) != 0;
+}
+
+}  // namespace
+
+int qd_object_points_new(const char* directory, const char* file, std::int64_t dimension,
+                         std::int64_t count) {
+  if (qd_create_file(directory, file, ORG_POINTS, dimension, nullptr) == 0) return 0;
+  return count == 0 ? 1 : qd_append_sample(directory, file, count);
+}
+
+bool qd_object_variable_delete(const char* directory, const char* file, const char* variable) {
+  const int test = qd_variable_test(false, directory, file, variable);
+  if (test != 0) return test == 1;
+  qd_variable_handle handle;
+  if (qd_variable_select(directory, file, variable, UNIT_NONE, handle) == 0) return false;
+  qd_delete_variable(handle);
+  return true;
+}
+
+int qd_object_variables_write(const char* directory, const char* file,
+                              std::span<const object_coordinate> coordinates, const char* measure,
+                              const qd_format_record& measure_format, const object_samples& samples) {
+  for (const object_coordinate& each : coordinates)
+    if (qd_create_variable(directory, file, each.variable.name, VAR_FLOAT, each.variable.kind, float_bits,
+                           each.format) == 0)
+      return 0;
+  std::size_t width = 1;
+  for (const std::string& name : samples.names) width = std::max(width, name.size());
+  if (qd_create_variable(directory, file, object_name_variable, VAR_CHAR, KIND_PLAIN,
+                         static_cast<std::int64_t>(width) * character_bits, nullptr) == 0)
+    return 0;
+  selected_variable measured;
+  if (qd_new_old_var_select(false, directory, file, measure, VAR_FLOAT, UNIT_NONE, float_bits,
+                            &measure_format, measured.handle) == 0)
+    return 0;
+  return write_numbers(directory, file, measured.handle, samples) &&
+                 write_names(directory, file, width, samples)
+             ? 1
+             : 0;
+}
+
+std::int64_t qd_object_user_variables(const char* directory, const char* file,
+                                      std::span<const char* const> generated) {
+  constexpr int every_variable = MASK_FLOAT | MASK_CHAR | MASK_MACRO | MASK_MACRO_TOO | MASK_SYSTEM;
+  const string_list names(qd_get_variable_list(nullptr, directory, file, -1, every_variable));
+  const std::int64_t count = names.count();
+  std::int64_t own = 0;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const auto same = [&](const char* name) { return std::strcmp(name, names[i]) == 0; };
+    if (!same(sample_number.name) && std::none_of(generated.begin(), generated.end(), same)) ++own;
+  }
+  return own;
+}
+
+std::string qd_trimmed(const char* text) {
+  const std::string whole = text;
+  const std::size_t first = whole.find_first_not_of(' ');
+  if (first == std::string::npos) return {};
+  return whole.substr(first, whole.find_last_not_of(' ') - first + 1);
+}
+
+std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
+                                                        const char* selection, const char* name_variable) {
+  if (qd_variable_test(false, directory, file, name_variable) != 0) return {};
+  qd_var_info info;
+  if (qd_info_var_name(directory, file, name_variable, info) == 0 || info.type != VAR_CHAR) return {};
+  if (info.sample_count < 1) return object_name_set{};
+  const std::int64_t width = info.bit_length / character_bits;
+  std::int64_t bytes = 0;
+  checked_array<unsigned char> block;
+  if (width < 1 || __builtin_mul_overflow(info.sample_count, width, &bytes) || !block.allocate(bytes))
+    return {};
+  selected_variable mask, names;
+  if (qd_selection_select(directory, file, selection, mask.handle) == 0 ||
+      qd_variable_select(directory, file, name_variable, UNIT_NONE, names.handle) == 0)
+    return {};
+  io_record io;
+  io.id = qd_set_io(mask.handle, 1, &names.handle);
+  std::int64_t count = 0;
+  if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, info.sample_count, &count, block.data()) == 0) return {};
+  object_name_set found;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::string name(reinterpret_cast<const char*>(block.data()) + i * width,
+                           static_cast<std::size_t>(width));
+    found.insert(qd_trimmed(name.c_str()));
+  }
+  return found;
+}
+
+bool qd_object_selection_usable(const char* kind, const char* directory, const char* file,
+                                const char* selection) {
+  if (std::strcmp(selection, no_name) == 0) return false;
+  if (qd_variable_test(true, directory, file, selection) == 0) return true;
+  qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, directory, file);
+  qu_message("-------  Selection will be ignored.");
+  return false;
+}
+
+}  // namespace qrd

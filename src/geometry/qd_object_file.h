@@ -1,0 +1,62 @@
+// What polygon and wireframe files share: a points file with one sample per object, whose generated
+// variables hold the place, the name and the measure of each.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "store/qd_records.h"
+
+namespace qrd {
+
+inline constexpr char object_name_variable[] = "N+ NAME";
+inline constexpr char object_volume_variable[] = "V+ VOLUME";
+
+// Makes a points file with `count` samples. 1 or 0.
+int qd_object_points_new(const char* directory, const char* file, std::int64_t dimension, std::int64_t count);
+
+// Deletes a variable if the file has it. False on a failure.
+bool qd_object_variable_delete(const char* directory, const char* file, const char* variable);
+
+struct object_coordinate {
+  builtin_variable variable;
+  const qd_format_record* format;
+};
+
+// One value of each object in order; lengths in centimetres.
+struct object_samples {
+  std::vector<double> centers;  // all x, all y, and in 3D all z
+  std::vector<std::string> names;
+  std::vector<double> measures;
+};
+
+// Makes the coordinate and the name variable, makes or keeps the measure variable, and writes all
+// samples. 1 or 0. REQUIRES: at least one object, and neither coordinates nor names exist.
+int qd_object_variables_write(const char* directory, const char* file,
+                              std::span<const object_coordinate> coordinates, const char* measure,
+                              const qd_format_record& measure_format, const object_samples& samples);
+
+// How many variables of the file are neither the sample number nor one of the generated names.
+std::int64_t qd_object_user_variables(const char* directory, const char* file,
+                                      std::span<const char* const> generated);
+
+// Names of the objects that a selection leaves, without blanks at their ends. Nothing when they can't
+// be read: all objects count then.
+using object_name_set = std::set<std::string, std::less<>>;
+std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
+                                                        const char* selection, const char* name_variable);
+
+// Without blanks at both ends.
+std::string qd_trimmed(const char* text);
+
+// True if `selection` stands for one that exists; one that is gone is told on the console and ignored.
+// `kind` is the word of the message, such as "Polygon".
+bool qd_object_selection_usable(const char* kind, const char* directory, const char* file,
+                                const char* selection);
+
+}  // namespace qrd

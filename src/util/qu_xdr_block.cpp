@@ -1,0 +1,46 @@
+#include "util/qu_xdr_block.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "util/qu_big_endian.h"
+
+namespace qrd {
+
+namespace {
+
+// Bytes of a block: a multiple of 8, so that no padding falls inside an array.
+constexpr std::int64_t block_bytes = 32768;
+
+template <typename Word, typename Value>
+int move_block(XDR* xdr, Value* values, std::int64_t count) {
+  static_assert(sizeof(Word) == sizeof(Value));
+  char block[block_bytes];
+  constexpr auto block_items = static_cast<std::int64_t>(block_bytes / sizeof(Value));
+  for (std::int64_t done = 0; done < count; done += block_items) {
+    const std::int64_t items = std::min(block_items, count - done);
+    const auto bytes = static_cast<u_int>(items * static_cast<std::int64_t>(sizeof(Value)));
+    if (xdr->x_op == XDR_ENCODE) {
+      std::memcpy(block, values + done, bytes);
+      qu_big_endian_block<Word>(block, items);
+    }
+    if (!xdr_opaque(xdr, block, bytes)) return 0;
+    if (xdr->x_op == XDR_DECODE) {
+      qu_big_endian_block<Word>(block, items);
+      std::memcpy(values + done, block, bytes);
+    }
+  }
+  return 1;
+}
+
+}  // namespace
+
+int qu_xdr_doubles(XDR* xdr, double* values, std::int64_t count) {
+  return move_block<std::uint64_t>(xdr, values, count);
+}
+
+int qu_xdr_ints(XDR* xdr, std::int32_t* values, std::int64_t count) {
+  return move_block<std::uint32_t>(xdr, values, count);
+}
+
+}  // namespace qrd

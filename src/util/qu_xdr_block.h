@@ -1,0 +1,14 @@
+// Arrays of persisted values, moved in blocks. The bytes are those of the values one by one (RFC 4506).
+#pragma once
+
+#include <cstdint>
+
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+// Non-zero on success; nothing at all is moved for a count of 0. Both directions.
+int qu_xdr_doubles(XDR* xdr, double* values, std::int64_t count);
+int qu_xdr_ints(XDR* xdr, std::int32_t* values, std::int64_t count);
+
+}  // namespace qrd
