@@ -1,0 +1,161 @@
+#include "samples/answer_data.h"
+
+#include <cinttypes>
+#include <limits>
+#include <numeric>
+
+#include "samples/qd_implicit.h"
+#include "samples/qd_macro.h"
+#include "server/connection.h"
+#include "server/context.h"
+#include "store/qd_info.h"
+
+namespace qrd {
+
+namespace {
+
+// Tests of the catalogue that must hold before a selection: what is missing there would end the process.
+bool variable_exists(bool test_index) {
+  return qd_variable_test(test_index, current_context.directory, current_context.file,
+                          current_context.variable) == 0;
+}
+
+}  // namespace
+
+std::int64_t limited_product(std::int64_t a, std::int64_t b) {
+  std::int64_t product = 0;
+  if (!__builtin_mul_overflow(a, b, &product)) return product;
+  using limits = std::numeric_limits<std::int64_t>;
+  return (a < 0) == (b < 0) ? limits::max() : limits::min();
+}
+
+void refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
+  refuse("Memory allocation failed%s (%" PRId64 " bytes)", purpose, limited_product(count, size));
+}
+
+data_request::~data_request() {
+  if (keeps_selection_) selection_.handle = {};
+}
+
+bool data_request::read_range() {
+  return read_arguments(first, last);
+}
+
+bool data_request::read_float_range() {
+  // Version 410 had no range again.
+  bool has_range = client_version >= 407 && client_version != 410;
+  return !has_range || read_range();
+}
+
+bool data_request::read_char_range() {
+  return client_version < 700000 || read_range();
+}
+
+bool data_request::find_variable() {
+  if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
+  variable_found_ = variable_exists(false) &&
+                    qd_info_file(current_context.directory, current_context.file, file, nullptr) != 0 &&
+                    qd_info_var_name(current_context.directory, current_context.file,
+                                     current_context.variable, variable) != 0;
+  if (!variable_found_) refuse("Error while getting file or Variable information");
+  return variable_found_;
+}
+
+bool data_request::check_index() const {
+  if (variable.type != VAR_MACRO || current_context.indice != -1) return true;
+  return refuse("No indice is defined for current macro variable") == 0;
+}
+
+bool data_request::check_range() {
+  const char* verb = way_ == reading ? "read" : "written";
+  const char* relation = way_ == reading ? "match" : "verify";
+  const std::int64_t n = file.sample_count;
+  if (first == -1) first = 1;
+  if (last == -1) last = n;
+  if (first < 1 || first > n)
+    refuse("First %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, first, relation, n);
+  else if (last < 1 || last > n)
+    refuse("Last %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, last, relation, n);
+  else if (last < first)
+    refuse("First %s Sample Number (%" PRId64 ") must be lower than Last (%" PRId64 ")", verb, first, last);
+  else
+    return true;
+  return false;
+}
+
+bool data_request::find_lines_file() {
+  if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
+  if (!is_set(current_context.file)) return refuse("File is not set") == 0;
+  if (qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, current_context.file) != 0 ||
+      qd_info_file(current_context.directory, current_context.file, file, nullptr) == 0)
+    return refuse("Error while getting file information") == 0;
+  if (!is_lines(file.organisation)) return refuse("Current file is not a lines file") == 0;
+  return true;
+}
+
+void data_request::set_line(const std::vector<std::int64_t>& lengths, std::int64_t line) {
+  first = std::accumulate(lengths.begin(), lengths.begin() + (line - 1), std::int64_t{1});
+  last = first + lengths[static_cast<std::size_t>(line - 1)] - 1;
+}
+
+bool data_request::select_selection() {
+  const char* name = current_context.selection;
+  if (!is_set(name)) return true;
+  // Both variables need a place in the table. A family of selections without an index selects nothing.
+  bool selected =
+      qd_free_entries() >= 2 &&
+      qd_selection_select(current_context.directory, current_context.file, name, selection_.handle) != 0 &&
+      selection_.handle.macro_slot != -1 &&
+      qd_entry(selection_.handle.entry)->sample_count == file.sample_count;
+  if (!selected) refuse("Cannot select selection variable %s", name);
+  return selected;
+}
+
+bool data_request::select_variable(unit_choice choice) {
+  // A column may have gone, or never have been: the current variable is only known by its macro's name.
+  bool is_column = qd_macro_name_kind(current_context.variable) > 0;
+  bool selected = ((variable_found_ && !is_column) || variable_exists(is_column)) && qd_free_entries() >= 1 &&
+                  qd_variable_select(current_context.directory, current_context.file,
+                                     current_context.variable, choice, variable_.handle) != 0 &&
+                  entry().sample_count == file.sample_count;
+  if (!selected) refuse("Cannot select variable");
+  return selected;
+}
+
+bool data_request::open(unit_choice choice) {
+  if (!select_selection() || !select_variable(choice)) return false;
+  if (qd_can_be_bound(variable_.handle)) io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
+  return io_.id != 0 || refuse("Cannot get io for variable") == 0;
+}
+
+bool data_request::open() {
+  return open(current_context.unit_mode != 0 ? UNIT_VARIABLE : UNIT_DISTANCE);
+}
+
+bool data_request::set_index() {
+  if (variable.type != VAR_MACRO) return true;
+  // The index may have left the macro since it was chosen.
+  bool known = variable_.handle.macro_slot != -1;
+  if (!known) {
+    macro_descriptor descriptor(qd_macro_descr_read(entry().variable_path));
+    known = descriptor && descriptor->slot_of(current_context.indice) >= 0;
+  }
+  if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice) != 0) return true;
+  return refuse("Cannot set macro indices for variable") == 0;
+}
+
+bool data_request::is_numeric() const {
+  const qd_selected_entry& selected = entry();
+  if (selected.type == VAR_CHAR) return false;
+  if (selected.implicit == 0) return true;
+  if (way_ == writing || !qd_is_computed_kind(selected.kind)) return false;
+  bool needs_lines = selected.kind == KIND_RELATIVE_NUMBER || selected.kind == KIND_LINE_NUMBER;
+  return !needs_lines || is_lines(file.organisation);
+}
+
+int data_request::refuse_transfer() const {
+  return refuse("Problem while %s %s/%s/%s", way_ == reading ? "reading" : "writing",
+                current_context.directory, current_context.file, current_context.variable);
+}
+
+}  // namespace qrd

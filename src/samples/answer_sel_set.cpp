@@ -1,0 +1,36 @@
+// CSELSET: makes a variable of the current file the selection, or sets none.
+#include "samples/answers.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/qd_info.h"
+
+namespace qrd {
+
+int server_answer_sel_set(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return -1;
+  const server_context& context = current_context;
+  if (!is_set(context.file)) return refuse("File is not set");
+  if (*name.c_str() == '\0') {
+    set_current_selection(no_name);
+    server_debug(1, "Unsetting Selection.");
+    return answer("SDONE");
+  }
+
+  // With the index: a column that the macro doesn't have is no variable.
+  if (qd_variable_test(true, context.directory, context.file, name.c_str()) != 0)
+    return refuse("Not a valid Velmar variable: %s: %s/%s/%s", context.study, context.directory, context.file,
+                  name.c_str());
+  qd_var_info info;
+  if (qd_info_var_name(context.directory, context.file, name.c_str(), info) == 0)
+    return refuse("Cannot get variable info");
+  bool is_selection = (info.type == VAR_FLOAT || info.type == VAR_MACRO) && info.kind == KIND_PLAIN &&
+                      info.bit_length == 1 && info.implicit == 0;
+  if (!is_selection) return refuse("Variable is not a selection");
+  set_current_selection(name.c_str());
+  server_debug(1, "Setting Selection: \"%s\".", context.selection);
+  return answer("SDONE");
+}
+
+}  // namespace qrd
