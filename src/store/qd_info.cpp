@@ -4,9 +4,7 @@
 #include <vector>
 
 #include "samples/qd_lines.h"
-#include "store/qd_access.h"
-#include "store/qd_info.h"
-#include "store/qd_walk.h"
+#include "store/qd_query.h"
 #include "util/qu_message.h"
 
 namespace qrd {
@@ -70,6 +68,14 @@ struct role_records {
 
 }  // namespace
 
+void qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+  info.organisation = record.organisation;
+  info.dimension = record.dimension;
+  info.sample_count = record.sample_count;
+  info.line_count = record.line_count;
+  info.longest_line = is_lines(record.organisation) ? longest_line(file_path, record) : 0;
+}
+
 int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   constexpr char function[] = "qd_info_var_ident";
   info = qd_var_info();
@@ -103,6 +109,8 @@ int qd_info_var_name(const char* directory, const char* file, const char* variab
   qd_file_record file_record;
   qd_variable_record record;
   if (qd_find_variable(directory, file, name, file_path, file_record, path, record) != LOOKUP_FOUND) return 0;
+  // Whoever asks for the values next works with their place in the data file.
+  if (!qd_data_length_fits(file_record, record)) return 0;
   fill(file_record, record, info);
   info.system = record.kind != KIND_PLAIN && record.implicit == 0;
   return 1;
@@ -139,11 +147,7 @@ int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd
   path_text path;
   qd_file_record record;
   if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
-  info.organisation = record.organisation;
-  info.dimension = record.dimension;
-  info.sample_count = record.sample_count;
-  info.line_count = record.line_count;
-  if (is_lines(record.organisation)) info.longest_line = longest_line(path, record);
+  qd_fill_file_info(path, record, info);
   if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
   return 1;
 }

@@ -2,9 +2,7 @@
 #include <cstring>
 
 #include "samples/qd_macro.h"
-#include "store/qd_access.h"
-#include "store/qd_info.h"
-#include "store/qd_walk.h"
+#include "store/qd_query.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 
@@ -12,39 +10,12 @@ namespace qrd {
 
 namespace {
 
-// The result of a test that ended with a look-up.
-int tested(lookup_result result) {
-  if (result == LOOKUP_UNREADABLE) qd_report_no_access();
-  return result;
-}
-
-lookup_result find_directory(const char* directory, path_text& path) {
-  if (std::strcmp(directory, no_name) == 0) return LOOKUP_ABSENT;
-  return qd_find_directory(directory, path);
-}
-
-lookup_result find_file(const char* directory, const char* file, path_text& path, qd_file_record& record) {
-  path_text directory_path;
-  const lookup_result result = find_directory(directory, directory_path);
-  return result == LOOKUP_FOUND ? qd_find<file_level>(directory_path, file, path, record) : result;
-}
-
 // Is the index of a name among those of the macro variable in that folder?
 lookup_result find_index(const char* variable_path, const qd_variable_record& record, const char* variable) {
   if (record.type != VAR_MACRO) return LOOKUP_ABSENT;
   macro_descriptor descriptor(qd_macro_descr_read(variable_path));
   if (!descriptor) return LOOKUP_UNREADABLE;
   return qd_macro_name_alpha_indice(*descriptor, variable, nullptr) > 0 ? LOOKUP_FOUND : LOOKUP_ABSENT;
-}
-
-lookup_result find_variable(bool test_index, const char* file_path, const char* variable) {
-  name_text name;
-  if (!qd_catalogue_name(variable, name)) return LOOKUP_ABSENT;
-  path_text path;
-  qd_variable_record record;
-  const lookup_result result = qd_find<variable_level>(file_path, name, path, record);
-  if (result != LOOKUP_FOUND || !test_index || qd_macro_name_kind(variable) <= 0) return result;
-  return find_index(path, record, variable);
 }
 
 }  // namespace
@@ -60,6 +31,33 @@ int qd_can_access(const char* before) {
   return 0;
 }
 
+lookup_result qd_tested(lookup_result result) {
+  if (result == LOOKUP_UNREADABLE) qd_report_no_access();
+  return result;
+}
+
+lookup_result qd_look_for_directory(const char* directory, path_text& path) {
+  if (std::strcmp(directory, no_name) == 0) return LOOKUP_ABSENT;
+  return qd_find_directory(directory, path);
+}
+
+lookup_result qd_look_for_file(const char* directory, const char* file, path_text& path,
+                               qd_file_record& record) {
+  path_text directory_path;
+  const lookup_result result = qd_look_for_directory(directory, directory_path);
+  return result == LOOKUP_FOUND ? qd_find<file_level>(directory_path, file, path, record) : result;
+}
+
+lookup_result qd_look_for_variable(bool test_index, const char* file_path, const char* variable,
+                                   qd_variable_record& record) {
+  name_text name;
+  if (!qd_catalogue_name(variable, name)) return LOOKUP_ABSENT;
+  path_text path;
+  const lookup_result result = qd_find<variable_level>(file_path, name, path, record);
+  if (result != LOOKUP_FOUND || !test_index || qd_macro_name_kind(variable) <= 0) return result;
+  return find_index(path, record, variable);
+}
+
 bool qd_file_fits(const qd_file_record& record, std::int64_t organisation, std::int64_t dimension) {
   const bool organised =
       organisation == ORG_ANY ||
@@ -69,37 +67,39 @@ bool qd_file_fits(const qd_file_record& record, std::int64_t organisation, std::
 
 int qd_directory_test(const char* directory) {
   path_text path;
-  return tested(find_directory(directory, path));
+  return qd_tested(qd_look_for_directory(directory, path));
 }
 
 int qd_file_test(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file) {
   path_text path;
   qd_file_record record;
-  lookup_result result = find_file(directory, file, path, record);
+  lookup_result result = qd_look_for_file(directory, file, path, record);
   if (result == LOOKUP_FOUND && !qd_file_fits(record, organisation, dimension)) result = LOOKUP_ABSENT;
-  return tested(result);
+  return qd_tested(result);
 }
 
 int qd_variable_test(bool test_index, const char* directory, const char* file, const char* variable) {
   path_text path;
-  qd_file_record record;
-  lookup_result result = find_file(directory, file, path, record);
-  if (result == LOOKUP_FOUND) result = find_variable(test_index, path, variable);
-  return tested(result);
+  qd_file_record file_record;
+  lookup_result result = qd_look_for_file(directory, file, path, file_record);
+  qd_variable_record record;
+  if (result == LOOKUP_FOUND) result = qd_look_for_variable(test_index, path, variable, record);
+  return qd_tested(result);
 }
 
 int qd_points_test(const char* directory, const char* file, char* variable) {
   constexpr int cannot_tell = 1, no_directory = 4, no_points_file = 5, no_variable = 6;
   path_text directory_path;
-  int result = tested(find_directory(directory, directory_path));
+  lookup_result result = qd_tested(qd_look_for_directory(directory, directory_path));
   if (result != LOOKUP_FOUND) return result == LOOKUP_ABSENT ? no_directory : cannot_tell;
   path_text path;
-  qd_file_record record;
-  result = tested(qd_find<file_level>(directory_path, file, path, record));
+  qd_file_record file_record;
+  result = qd_tested(qd_find<file_level>(directory_path, file, path, file_record));
   if (result == LOOKUP_UNREADABLE) return cannot_tell;
-  if (result == LOOKUP_ABSENT || record.organisation != ORG_POINTS) return no_points_file;
+  if (result == LOOKUP_ABSENT || file_record.organisation != ORG_POINTS) return no_points_file;
   if (variable == nullptr || std::strcmp(variable, no_name) == 0) return 0;
-  result = tested(find_variable(true, path, variable));
+  qd_variable_record record;
+  result = qd_tested(qd_look_for_variable(true, path, variable, record));
   if (result != LOOKUP_ABSENT) return result == LOOKUP_FOUND ? 0 : cannot_tell;
   std::strcpy(variable, no_name);
   return no_variable;

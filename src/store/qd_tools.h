@@ -31,6 +31,9 @@ int qd_variable_descriptor_write(const char* path, const qd_variable_record& rec
 // True if the last descriptor read failed because its object's folder is no longer there.
 bool qd_object_gone();
 
+// False if the data file of such a variable would be longer than 64 bits can tell.
+bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& variable);
+
 // Sets rotated, m and t from the angles.
 void qd_grid_compute(qd_grid_record& grid);
 

@@ -10,6 +10,7 @@
 //   below 900    type and kind are one code, and implicit is a code that may set the kind (tables below)
 //   below 411    the unit is an xstring(6) with trailing blanks, and there is no factor
 //   320 to 509   an xstring(500) behind the last field: the comment, which is a file today
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -96,10 +97,10 @@ bool move_fields(XDR* xdr, std::int64_t* version, qd_variable_record& record) {
          qu_xdr_int(xdr, &format.digits) && move_unit(xdr, *version, format);
 }
 
-// Sizes are worked out from the bit length, so it is a number. Any other oddity passes: an unknown type
-// or kind, a bit length in which nothing is stored.
+// Sizes are worked out from the bit length, which no program makes less than 1. Any other oddity passes: an
+// unknown type or kind, a bit length in which nothing can be stored.
 bool is_sound(const qd_variable_record& record) {
-  return record.bit_length >= 0 && record.bit_length != missing_int64;
+  return record.bit_length >= 1 && record.bit_length != missing_int64;
 }
 
 // What the factor on disk means: the flag of a length isn't stored, and counts in studies with units only.
@@ -132,6 +133,13 @@ bool read_fields(file_stream& stream, const char* path, std::int64_t* version, q
 }
 
 }  // namespace
+
+bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& variable) {
+  if (variable.implicit != 0 || variable.bit_length < 8) return true;
+  std::int64_t bytes = 0;
+  return !__builtin_mul_overflow(std::max(file.sample_count, file.allocated_samples), variable.bit_length / 8,
+                                 &bytes);
+}
 
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
   record = qd_variable_record();
