@@ -1,0 +1,91 @@
+#include "server/trace.h"
+
+#include <gtest/gtest.h>
+#include <netdb.h>
+
+#include <cerrno>
+
+#include "server/socket_errors.h"
+#include "server/wire.h"
+
+namespace qrd::test {
+namespace {
+
+TEST(Trace, IndentsByDepth) {
+  captured_trace trace(1);
+  _qrd_trace("start %d", 7);
+  _qrd_trace_enter("outer", 0);
+  _qrd_trace("inside");
+  _qrd_trace_enter("inner", 1);
+  _qrd_trace("(%d,%s)", 1, "two");
+  _qrd_trace_exit("%d", -1);
+  _qrd_trace_exit(nullptr, 0);
+  _qrd_trace("end");
+  EXPECT_EQ(trace.text(),
+            "start 7\nFunction outer\n  inside\n  Function inner(1,two)\n  Function returned -1\n"
+            "Function returned\nend\n");
+}
+
+TEST(Trace, DepthIsLimitedToFive) {
+  captured_trace trace(1);
+  for (int i = 1; i <= 6; ++i) _qrd_trace_enter("f", 0);
+  _qrd_trace("deep");
+  EXPECT_EQ(trace.text(),
+            "Function f\n  Function f\n    Function f\n      Function f\n        Function f\n"
+            "          Function f\nError in debug print (wrong indent) !!!!!!\n          deep\n");
+  EXPECT_EQ(trace_indent, 5);
+}
+
+TEST(Trace, AnExitTooManyIsTold) {
+  captured_trace trace(1);
+  _qrd_trace_exit("%d", 3);
+  EXPECT_EQ(trace.text(), "Error in debug print (wrong indent) !!!!!!\nFunction returned 3\n");
+  EXPECT_EQ(trace_indent, 0);
+}
+
+TEST(Errors, GoToTheSinkAndTheTrace) {
+  captured_trace trace(1);
+  captured_errors errors;
+  _qrd_error("bad %s", "100%d");
+  errno = ENOENT;
+  _qrd_error_system("open");
+  errno = ECONNREFUSED;
+  _qrd_error_socket("connect %d", 5);
+  errno = EPIPE;
+  _qrd_error_socket("send");
+  EXPECT_EQ(captured_errors::texts(),
+            (std::vector<std::string>{"bad 100%d", "open: No such file or directory",
+                                      "connect 5\nWinsock error: No connection could be made because the "
+                                      "target machine actively refused it",
+                                      "send\nWinsock error: No error"}));
+  EXPECT_TRUE(trace.text().starts_with(
+      "Error: bad 100%d\nError: open: No such file or directory\nError: connect 5\n"))
+      << trace.text();
+}
+
+TEST(Errors, SocketErrorsHaveTheirTexts) {
+  EXPECT_STREQ(socket_error_text(0), "No error");
+  EXPECT_STREQ(socket_error_text(ECONNRESET),
+               "An existing connection was forcibly closed by the remote host");
+  EXPECT_STREQ(socket_error_text(EAI_NONAME), "No such host is known");
+  EXPECT_STRNE(socket_error_text(EADDRINUSE), "No error");
+  EXPECT_STREQ(socket_error_text(123456), "No error");
+}
+
+TEST(Debug, WordsFollowTheRole) {
+  captured_trace trace(1);
+  testing::internal::CaptureStdout();
+  is_server = 0;
+  debug_network = 1;
+  _qrd_debug("New Socket Port: %d", 12);
+  is_server = 1;
+  _qrd_debug("x");
+  debug_network = 0;
+  _qrd_debug("only traced");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "QRDClient Debug: New Socket Port: 12\nQRDserver Debug: x\n");
+  EXPECT_EQ(trace.text(), "Debug: New Socket Port: 12\nDebug: x\nDebug: only traced\n");
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,106 @@
+// A socket pair whose one end the wire operations use, and what the far end sees.
+#pragma once
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/read_write.h"
+#include "server/trace.h"
+#include "server/trace_text.h"
+
+namespace qrd::test {
+
+class wire {
+ public:
+  // With SOCK_SEQPACKET every send stays a packet of its own.
+  explicit wire(int type = SOCK_SEQPACKET) {
+    if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends_) != 0) throw std::runtime_error("socketpair");
+    client_is_64bits = 0;
+    _qrd_empty_read();
+    _qrd_empty_write();
+  }
+  wire(const wire&) = delete;
+  wire& operator=(const wire&) = delete;
+  ~wire() {
+    ::close(ends_[0]);
+    hang_up();
+  }
+
+  socket_handle near() const { return ends_[0]; }
+  int far() const { return ends_[1]; }
+  void hang_up() {
+    if (ends_[1] >= 0) ::close(ends_[1]);
+    ends_[1] = -1;
+  }
+  void arrive(std::string_view data) {
+    if (::send(ends_[1], data.data(), data.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(data.size()))
+      throw std::runtime_error("send");
+  }
+  // What each send since the last call has carried.
+  std::vector<std::string> sends() {
+    std::vector<std::string> result;
+    char packet[4096];
+    for (;;) {
+      ssize_t size = recv(ends_[1], packet, sizeof packet, MSG_DONTWAIT);
+      if (size <= 0) return result;
+      result.emplace_back(packet, static_cast<std::size_t>(size));
+    }
+  }
+  // The same, with what the write side still holds.
+  std::vector<std::string> all_sends() {
+    _qrd_flush_write(near());
+    return sends();
+  }
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
+// Traces into memory for a scope.
+class captured_trace {
+ public:
+  explicit captured_trace(int level) {
+    trace_file = open_memstream(&text_, &size_);
+    trace_level = level;
+    trace_indent = 0;
+  }
+  captured_trace(const captured_trace&) = delete;
+  captured_trace& operator=(const captured_trace&) = delete;
+  ~captured_trace() {
+    std::fclose(trace_file);
+    trace_file = nullptr;
+    trace_level = 0;
+    std::free(text_);
+  }
+  // Without the time of day that begins a line.
+  std::string text() const { return without_times({text_, size_}); }
+
+ private:
+  char* text_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+// Collects what the network layer reports as errors.
+class captured_errors {
+ public:
+  captured_errors() {
+    texts().clear();
+    error_sink = [](const char* text) { texts().emplace_back(text); };
+  }
+  captured_errors(const captured_errors&) = delete;
+  captured_errors& operator=(const captured_errors&) = delete;
+  ~captured_errors() { error_sink = _qrd_print_error; }
+  static std::vector<std::string>& texts() {
+    static std::vector<std::string> collected;
+    return collected;
+  }
+};
+
+}  // namespace qrd::test
