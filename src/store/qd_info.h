@@ -32,8 +32,9 @@ enum variable_mask : int {
 };
 qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char* file, int mode, int mask);
 
-// The same names in mode -1, added to a list. 1, or 0 if the directory or file can't be found, which is fatal
-// above: what a client may ask for when another one has deleted it.
+// The same names in mode -1, added to a list. 1, or 0 if the catalogue, the directory or the file can't be
+// found, which is fatal above: what a client asks for may have been deleted by another one.
+int qd_list_directories(string_list& list);
 int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
                   string_list& list);
 int qd_list_variables(const char* directory, const char* file, int mask, string_list& list);

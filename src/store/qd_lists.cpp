@@ -94,6 +94,20 @@ bool passes(const qd_variable_record& record, int mask) {
 
 }  // namespace
 
+int qd_list_directories(string_list& list) {
+  std::vector<std::string> names;
+  path_text path;
+  qd_directory_record record;
+  const walk_end end =
+      qd_walk<directory_level>(catalogue_path, path, record, [&](const qd_directory_record& directory) {
+        names.emplace_back(directory.name);
+        return false;
+      });
+  if (!listed("qd_get_directory_list", end)) return 0;
+  add_sorted(names, list);
+  return 1;
+}
+
 int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
                   string_list& list) {
   path_text directory_path, path;
@@ -129,16 +143,7 @@ qu_list qd_get_directory_list(qu_list old_list, int mode) {
   const string_list freed(old_list);
   string_list list;
   add_head(function, mode, "New Directory", list);
-  std::vector<std::string> names;
-  path_text path;
-  qd_directory_record record;
-  const walk_end end =
-      qd_walk<directory_level>(catalogue_path, path, record, [&](const qd_directory_record& directory) {
-        names.emplace_back(directory.name);
-        return false;
-      });
-  if (!listed(function, end)) qu_fatal_number(function, cannot_list);
-  add_sorted(names, list);
+  if (!qd_list_directories(list)) qu_fatal_number(function, no_parent);
   return list.release();
 }
 

@@ -1,0 +1,39 @@
+// The directories of the current study: list, existence, choice.
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "store/qd_info.h"
+
+namespace qrd {
+
+// CDIRLST: lists the directories.
+int server_answer_dir_list(const char* /*request*/) {
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  string_list names;
+  if (!qd_list_directories(names)) return refuse("Study is not set");
+  return answer("SDIRS", wire_names{names});
+}
+
+// CDIRXIST: tells whether a directory exists.
+int server_answer_dir_exists(const char* /*request*/) {
+  name_text name;
+  if (!read_arguments(name)) return -1;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  return answer("SEXIST", wire_int{qd_directory_test(name) == 0});
+}
+
+// CDIRSET: makes a directory the current one.
+int server_answer_dir_set(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return -1;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  if (qd_directory_test(name.c_str()) != 0) {
+    return refuse("Not a valid Velmar directory: %s: %s", current_context.study, name.c_str());
+  }
+  set_current_directory(name.c_str());
+  server_debug(1, "Setting Directory: \"%s\".", current_context.directory);
+  return answer("SDONE");
+}
+
+}  // namespace qrd
