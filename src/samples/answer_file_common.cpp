@@ -8,7 +8,7 @@
 #include "server/context.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 
 namespace qrd {
 
@@ -44,8 +44,7 @@ bool may_create_file(const char* name) {
 }
 
 bool current_file(path_text& path, qd_file_record& record) {
-  return qd_file_path(current_context.directory, current_context.file, path) != 0 &&
-         qd_file_descriptor_read(path, record) != 0;
+  return qd_find_file(current_context.directory, current_context.file, path, record) == LOOKUP_FOUND;
 }
 
 void remove_new_file(const char* name) {

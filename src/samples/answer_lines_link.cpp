@@ -1,6 +1,5 @@
 // The header of a lines file, and the lengths of its lines.
 #include <cinttypes>
-#include <cstring>
 #include <vector>
 
 #include "samples/answer_file_common.h"
@@ -9,8 +8,7 @@
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/qd_info.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 
 namespace qrd {
 
@@ -20,15 +18,16 @@ namespace {
 bool find_file(const char* name, qd_file_record& record) {
   const server_context& context = current_context;
   path_text path;
-  int missing = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
-  if (missing == 2)
-    refuse("Cannot open files");
-  else if (missing == 1)
-    refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
-  else if (qd_file_path(context.directory, name, path) == 0 || qd_file_descriptor_read(path, record) == 0)
-    refuse("Cannot get File Information for %s: %s/%s", context.study, context.directory, name);
-  else
-    return true;
+  switch (qd_find_file(context.directory, name, path, record)) {
+    case LOOKUP_FOUND:
+      return true;
+    case LOOKUP_ABSENT:
+      refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
+      return false;
+    case LOOKUP_UNREADABLE:
+      refuse("Cannot open files");
+      return false;
+  }
   return false;
 }
 

@@ -12,7 +12,7 @@
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
 #include "store/qd_info.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_list.h"
 #include "util/qu_memory.h"
@@ -52,32 +52,25 @@ bool read_macro_columns(const char* variable_path, std::int64_t& columns) {
 // Reads each variable's descriptor once, before anything changes: a file with one that can't grow stays
 // as it is.
 bool read_variables(const char* file_path, std::vector<growing_variable>& variables, bool* has_macro) {
-  directory_listing listing(file_path);
-  if (!listing) return false;
-  while (const char* name = listing.next()) {
-    if (std::strstr(name, "VARI.") == nullptr) continue;
-    growing_variable variable = {};
-    qu_path_join(variable.path, {file_path, path_separator, name});
-    qd_variable_record record;
-    if (qd_variable_descriptor_read(variable.path, record) == 0) {
-      if (qd_object_gone()) continue;
-      return false;
-    }
-    variable.bit_length = record.bit_length;
+  growing_variable variable = {};
+  qd_variable_record record;
+  auto add = [&](const qd_variable_record& seen) {
+    variable.bit_length = seen.bit_length;
     variable.columns = 1;
-    variable.text = record.type == VAR_CHAR;
-    variable.implicit = record.implicit != 0;
-    bool fits = variable.text ? record.bit_length >= 8 && record.bit_length % 8 == 0 &&
-                                    record.bit_length < missing_int32
-                              : is_numeric_bit_length(record.bit_length);
-    if (!fits && !variable.implicit) return false;
-    if (record.type == VAR_MACRO) {
+    variable.text = seen.type == VAR_CHAR;
+    variable.implicit = seen.implicit != 0;
+    bool fits = variable.text
+                    ? seen.bit_length >= 8 && seen.bit_length % 8 == 0 && seen.bit_length < missing_int32
+                    : is_numeric_bit_length(seen.bit_length);
+    if (!fits && !variable.implicit) return true;
+    if (seen.type == VAR_MACRO) {
       *has_macro = true;
-      if (!read_macro_columns(variable.path, variable.columns)) return false;
+      if (!read_macro_columns(variable.path, variable.columns)) return true;
     }
     variables.push_back(variable);
-  }
-  return true;
+    return false;
+  };
+  return qd_walk<variable_level>(file_path, variable.path, record, add) == walk_end::all_seen;
 }
 
 // How much a file grows; the counts are checked so that all positions fit 63 bits.
@@ -250,7 +243,7 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   }
   path_text path;
   qd_file_record record;
-  if (qd_file_path(directory, file, path) == 0 || qd_file_descriptor_read(path, record) == 0) return 0;
+  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
   if (record.organisation == ORG_GRID) qu_fatal_number("st_append_sample", 25);
 
   growth plan;

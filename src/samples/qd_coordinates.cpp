@@ -36,9 +36,12 @@ const char* qd_create_axis_variables(const char* directory, const char* file,
 coordinate_variables::status coordinate_variables::select(
     const char* directory, const char* file,
     std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension) {
+  name_text names[kind_count];
+  qd_special_var_names(directory, file, names);
   for (auto table : tables) {
     for (std::int64_t axis = 0; axis < dimension; ++axis) {
-      status result = select_one(directory, file, table[static_cast<std::size_t>(axis)]);
+      const builtin_variable& wanted = table[static_cast<std::size_t>(axis)];
+      status result = select_one(directory, file, wanted, names[wanted.kind]);
       if (result != status::done) return result;
       ++count_;
     }
@@ -53,14 +56,14 @@ coordinate_variables::status coordinate_variables::select(
 }
 
 coordinate_variables::status coordinate_variables::select_one(const char* directory, const char* file,
-                                                              const builtin_variable& wanted) {
-  if (qd_special_var_name(directory, file, wanted.kind, name_) != 0) {
-    qu_string_copy(wanted.name, name_);
-    return status::not_found;
-  }
-  if (qd_variable_select(directory, file, name_, UNIT_VARIABLE, variables_[count_].handle) == 0)
-    return status::not_selected;
-  return status::done;
+                                                              const builtin_variable& wanted,
+                                                              const char* found) {
+  bool is_there = found[0] != '\0';
+  qu_string_copy(is_there ? found : wanted.name, name_);
+  if (!is_there) return status::not_found;
+  return qd_variable_select(directory, file, name_, UNIT_VARIABLE, variables_[count_].handle) == 0
+             ? status::not_selected
+             : status::done;
 }
 
 int coordinate_variables::write(std::int64_t first, std::int64_t last, double* values) const {

@@ -29,7 +29,8 @@ class coordinate_variables {
   int write(std::int64_t first, std::int64_t last, double* values) const;
 
  private:
-  status select_one(const char* directory, const char* file, const builtin_variable& wanted);
+  status select_one(const char* directory, const char* file, const builtin_variable& wanted,
+                    const char* found);
 
   static constexpr std::int64_t most = 9;
   selected_variable variables_[most];

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include "samples/qd_select.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
@@ -93,11 +94,7 @@ int qd_line_table_append(const char* file_path, const qd_file_record& record, st
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {
   constexpr char function[] = "qd_samples_per_line";
   counts.clear();
-  if (qu_test_open_file(2) == 0) {
-    qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
-    qu_message("         FILE SYSTEM ACCESS FAILED...\n\n");
-    return 0;
-  }
+  if (qd_two_files_available() == 0) return 0;
   path_text path;
   if (qd_file_path(directory, file, path) == 0) qu_fatal_number(function, 1);
   qd_file_record record;

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "samples/qd_lines.h"
+#include "samples/qd_select.h"
 #include "store/qd_info.h"
-#include "store/qd_tools.h"
-#include "util/qu_file.h"
+#include "store/qd_walk.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
@@ -59,11 +59,7 @@ void qd_create_link(const char* directory, const char* lines_file, const char* p
 // 80 the Line Name variable can't be searched, found, read, written; 90 the file can't be written.
 int qd_delete_link(const char* directory, const char* file, bool reset_line_name) {
   constexpr char function[] = "qd_delete_link";
-  if (qu_test_open_file(2) == 0) {
-    qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
-    qu_message("         LINK DELETION FAILED...\n\n");
-    return 0;
-  }
+  if (qd_two_files_available("LINK DELETION FAILED") == 0) return 0;
   path_text path, partner_path;
   qd_file_record record;
   read_record(function, directory, file, 10, 20, path, record);
@@ -87,14 +83,10 @@ int qd_delete_link(const char* directory, const char* file, bool reset_line_name
 }
 
 int qd_get_link(const char* directory, const char* file, name_text& partner) {
-  if (qu_test_open_file(2) == 0) {
-    qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
-    qu_message("         FILE SYSTEM ACCESS FAILED...\n\n");
-    return 2;
-  }
+  if (qd_two_files_available() == 0) return 2;
   path_text path;
   qd_file_record record;
-  if (qd_file_path(directory, file, path) == 0 || qd_file_descriptor_read(path, record) == 0) return 2;
+  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 2;
   if (record.link_name[0] == '\0') return 1;
   if (qd_file_path(directory, record.link_name, path) == 0) {
     qu_message("WARNING: Linked File %s does not exist", record.link_name);

@@ -1,0 +1,102 @@
+// More indices for a macro variable.
+#include <cstdint>
+
+#include "samples/answers.h"
+#include "samples/qd_data_file.h"
+#include "samples/qd_macro.h"
+#include "server/answering.h"
+#include "server/connection.h"
+#include "server/context.h"
+#include "store/qd_info.h"
+#include "store/qd_tools.h"
+#include "util/qu_file.h"
+#include "util/qu_memory.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+struct wire_indices {
+  std::int32_t count = 0;
+  std::int32_t has_numbers = 0;
+  std::int32_t has_texts = 0;
+  checked_array<std::int64_t> numbers;
+  request_texts texts;
+};
+
+bool read_numbers(wire_indices& indices) {
+  checked_array<std::int32_t> numbers;
+  if (!numbers.allocate(indices.count) || !indices.numbers.allocate(indices.count)) {
+    clean_packet();
+    return false;
+  }
+  if (_qrd_read_int_array(client_socket, numbers.data(), indices.count) == 0) return false;
+  for (std::int64_t i = 0; i < indices.count; ++i) indices.numbers[i] = numbers[i];
+  return true;
+}
+
+bool read_texts(wire_indices& indices) {
+  if (indices.texts.allocate(indices.count)) return indices.texts.read();
+  clean_packet();
+  return false;
+}
+
+// Null, or what could not be read. The whole packet is read first.
+const char* read_indices(wire_indices& indices) {
+  static constexpr char no_count[] = "Problem while reading number of indices";
+  static constexpr char no_numbers[] = "Problem while reading numerical indices";
+  if (!read_arguments(indices.count)) return no_count;
+  if (!read_arguments(indices.has_numbers)) return "Problem while reading numerical indices flag";
+  if (indices.has_numbers != 0 && indices.count > 0 && !read_numbers(indices)) return no_numbers;
+  if (!read_arguments(indices.has_texts)) return "Problem while reading alpha indices flag";
+  if (indices.has_texts != 0 && indices.count > 0 && !read_texts(indices))
+    return "Problem while reading alpha indices";
+  if (indices.count < 0) return no_count;
+  return indices.count != 0 && indices.has_numbers == 0 ? no_numbers : nullptr;
+}
+
+// The descriptor of the macro variable, or none when it can't be read.
+qd_macro_descr* read_macro(const char* variable) {
+  path_text path, macro_path;
+  if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0) return nullptr;
+  qu_path_join(macro_path, {path, path_separator, macro_file_name});
+  return qu_file_readable(macro_path) ? qd_macro_descr_read(path) : nullptr;
+}
+
+}  // namespace
+
+// CMACROADD: adds indices to the current macro variable.
+int server_answer_add_macro_indices(const char* /*request*/) {
+  wire_indices indices;
+  if (const char* problem = read_indices(indices)) return refuse("%s", problem);
+
+  const server_context& context = current_context;
+  qd_var_info info;
+  name_text name;
+  if (!is_set(context.variable)) return refuse("Variable is not set");
+  if (!qd_catalogue_name(context.variable, name) ||
+      qd_info_var_name(context.directory, context.file, name, info) == 0)
+    return refuse("Cannot get variable info");
+  if (info.type != VAR_MACRO)
+    return refuse("Not a valid Velmar macro: %s: %s/%s/%s", context.study, context.directory, context.file,
+                  context.variable);
+  macro_descriptor macro(read_macro(name));
+  if (!macro || !is_numeric_bit_length(info.bit_length)) return refuse("Cannot get variable info");
+
+  const char* no_text = "";
+  const char* const* texts = indices.count > 0 ? indices.texts.data() : &no_text;
+  if (indices.has_texts == 0) texts = nullptr;
+  const std::int64_t conflict = qd_macro_text_conflict(*macro, indices.count, indices.numbers.data(), texts);
+  if (conflict >= 0) {
+    const std::int64_t number = indices.numbers[conflict];
+    return refuse(macro_text_conflict, "qd_create_macro_variable_indices", static_cast<int>(number),
+                  macro->alpha_indices[macro->slot_of(number)], indices.texts[conflict]);
+  }
+  if (qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
+                                       indices.numbers.data(), texts) == 0)
+    return -1;
+  return answer("SDONE");
+}
+
+}  // namespace qrd
