@@ -1,7 +1,11 @@
-// Polygon files on disk: the companion file "POLYGON" of a points file.
+// Polygon files: a points file with one sample per polygon, whose geometry lies in the companion
+// "POLYGON" (or "POLYGON.TMP" where `temporary` is set).
 #pragma once
 
 #include <cstdint>
+#include <memory>
+
+#include "geometry/qu_polygon.h"
 
 namespace qrd {
 
@@ -19,5 +23,13 @@ struct polygon_info {
 // the result; null and "None" mean none.
 int qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
                     polygon_info& info);
+// The system or null. Status 0 read; 1 failed, the file was removed; 2 can't tell, or no such file; 3 no
+// polygons.
+std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const char* file,
+                                                const char* selection, bool temporary, int& status);
+// 0 written; 2 failed; 3 `temporary` is set and there is no such file.
+int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system);
+// Removes the polygons and, unless `temporary`, the points file.
+void qd_polygon_delete(const char* directory, const char* file, bool temporary);
 
 }  // namespace qrd
