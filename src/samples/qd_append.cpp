@@ -12,6 +12,7 @@
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
 #include "store/qd_info.h"
+#include "store/qd_placement.h"
 #include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_list.h"
@@ -264,7 +265,7 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   }
   if (grow_files(path, variables, plan, samples, record)) return 1;
   report_full_disk(directory, file);
-  qu_file_delete_tree(path, true);
+  qd_remove_object(path);
   return 0;
 }
 

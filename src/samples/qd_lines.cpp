@@ -35,9 +35,9 @@ bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<s
   if (!xdr) return false;
 
   offsets.resize(static_cast<std::size_t>(record.line_count + 1));
-  std::int64_t before = 0;
+  std::int64_t before = 1;
   for (std::int64_t& offset : offsets) {
-    if (qu_xdr_long(xdr.get(), &offset) == 0 || offset <= before) return false;
+    if (qu_xdr_long(xdr.get(), &offset) == 0 || offset < before) return false;
     before = offset;
   }
   return offsets.front() == 1 && offsets.back() - 1 == record.sample_count;

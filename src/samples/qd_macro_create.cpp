@@ -10,6 +10,7 @@
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "samples/qd_select.h"
+#include "store/qd_placement.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
@@ -248,7 +249,7 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
       grow_data_file(target, merged.slot_count() - old->slot_count(), descriptor_room(merged, texts.size()));
   if (grown == 1) return qd_macro_descr_write(target.path, merged);
   report_full_disk(directory, file, variable, target.path);
-  if (grown == 0) qu_file_delete_tree(target.path, true);
+  if (grown == 0) qd_remove_object(target.path);
   return 0;
 }
 
