@@ -20,7 +20,9 @@ enum name_code : int {
 };
 int qd_name_check(const char* name);
 
-// 1 or 0 after reports; a violated precondition (see the numbers in the source) is fatal.
+// 1 or 0 after reports; a violated precondition (see the numbers in the source) is fatal. What another
+// server may do between the caller's test and the operation is no precondition: that an object exists
+// already, or is no more, is a failure. A failed creation leaves nothing.
 int qd_create_directory(const char* name);
 int qd_delete_directory(const char* name);
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,

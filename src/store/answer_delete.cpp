@@ -1,0 +1,74 @@
+// Deleting the current directory, file or variable.
+#include <unistd.h>
+
+#include "samples/qd_select.h"
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+
+namespace qrd {
+
+namespace {
+
+bool can_change(const char* folder) {
+  return access(folder, W_OK | X_OK) == 0;
+}
+
+// A selection that an earlier request has left selected goes with its variable.
+void release_other_holders(const qd_variable_handle& handle) {
+  while (qd_entry(handle.entry)->reference_count > 1) qd_variable_deselect(handle);
+}
+
+}  // namespace
+
+// CDIRDEL: deletes the current directory with all it holds.
+int server_answer_dir_del(const char* /*request*/) {
+  if (!is_set(current_context.directory)) return refuse("Current Directory is not set");
+  server_debug(1, "Deleting Directory: %s:%s", current_context.study, current_context.directory);
+  int deleted = qd_delete_directory(current_context.directory);
+  set_current_directory(no_name);
+  if (deleted == 0) return refuse("An error happened during Directory deletion");
+  return answer("SDONE");
+}
+
+// CFILEDEL: deletes the current file, and its link.
+int server_answer_file_del(const char* /*request*/) {
+  if (!is_set(current_context.file)) return refuse("Current File is not set");
+  server_debug(1, "Deleting File: %s:%s/%s", current_context.study, current_context.directory,
+               current_context.file);
+  int deleted = qd_delete_file(current_context.directory, current_context.file);
+  set_current_file(no_name);
+  if (deleted <= 0) return refuse("An error happened during File deletion");
+  return answer("SDONE");
+}
+
+// CVARDEL: deletes the current variable; of a macro variable, all its columns. The current selection is
+// forgotten too, since it may be the variable itself.
+int server_answer_var_del(const char* /*request*/) {
+  const server_context& context = current_context;
+  if (!is_set(context.variable)) return refuse("Current Variable is not set");
+  server_debug(1, "Deleting Variable: %s:%s/%s/%s", context.study, context.directory, context.file,
+               context.variable);
+  if (qd_variable_test(true, context.directory, context.file, context.variable) != 0)
+    return refuse("Cannot get info on Variable %s", context.variable);
+  selected_variable variable;
+  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) == 0)
+    return -1;
+  qd_var_info info;
+  const qd_selected_entry* entry = qd_entry(variable.handle.entry);
+  if (qd_info_var_ident(variable.handle, info) == 0 || !can_change(entry->file_path) ||
+      !can_change(entry->variable_path))
+    return refuse("Cannot get info on Variable %s", context.variable);
+  if (info.implicit != 0) return refuse("Cannot delete implicit Variable %s", context.variable);
+
+  release_other_holders(variable.handle);
+  variable.handle = qd_delete_variable(variable.handle);
+  set_current_variable(no_name);
+  set_current_selection(no_name);
+  return answer("SDONE");
+}
+
+}  // namespace qrd

@@ -1,0 +1,25 @@
+#include "server/answering.h"
+#include "server/context.h"
+#include "server/trace.h"
+#include "store/answers.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+
+namespace qrd {
+
+// CDIRNEW: makes a directory in the current study. It does not become the current one.
+int server_answer_dir_new(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return -1;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  int test = qd_directory_test(name.c_str());
+  if (test == 2) return refuse("Cannot open file");
+  if (test == 0) return refuse("Directory %s: %s already exists", current_context.study, name.c_str());
+
+  server_debug(1, "Creating Directory: \"%s\".", name.c_str());
+  if (qd_create_directory(name.c_str()) == 0)
+    return refuse("Cannot create directory %s: %s", current_context.study, name.c_str());
+  return answer("SDONE");
+}
+
+}  // namespace qrd

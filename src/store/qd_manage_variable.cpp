@@ -1,0 +1,132 @@
+// Creating and deleting variables.
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_interrupt.h"
+#include "store/qd_manage.h"
+#include "store/qd_name.h"
+#include "store/qd_placement.h"
+#include "store/qd_variable_files.h"
+#include "store/qd_walk.h"
+#include "units/qu_units.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+void name_variable(const char* directory, const char* file, const char* variable) {
+  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
+  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+  qu_message("          VARIABLE NAME: >>>%s<<<\n\n", variable);
+}
+
+bool is_bit_length(std::int32_t type, std::int32_t kind, std::int64_t bit_length) {
+  if (bit_length < 1) return false;
+  if (type == VAR_CHAR || kind == KIND_LINE_NAME) return bit_length % 8 == 0;
+  return bit_length <= 64 && (bit_length % 2 == 0 || bit_length == 1);
+}
+
+// A stored coordinate, or what names the lines: of these, the file counts as changed as well.
+bool describes_file(std::int32_t kind) {
+  return kind == KIND_X || kind == KIND_Z || kind == KIND_X_BEGIN || kind == KIND_Z_BEGIN ||
+         kind == KIND_X_END || kind == KIND_Z_END || kind == KIND_LINE_NAME;
+}
+
+void log_change(const char* directory, const char* file, const char* variable, std::int32_t kind,
+                change_code code) {
+  qd_interrupt_add_modif(directory, file, variable, nullptr, code);
+  if (describes_file(kind)) qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
+}
+
+}  // namespace
+
+// Fatal numbers: 6 no bit length for that type; 40 a coordinate without a length unit in a study with units;
+// 48 a bit length in which nothing can be stored.
+int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
+                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format) {
+  constexpr char function[] = "qd_create_variable";
+  if (int code = qd_variable_name_check(name, type); code != NAME_VALID) {
+    qu_message("\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n");
+    qu_message("%s", qd_name_fault(code, named_object::variable));
+    qu_message(" *****Directory Name: >>>%s<<<\n", directory);
+    qu_message(" **********File Name= >>>%s<<<\n", file);
+    qu_message(" **Bad Variable Name= >>>%s<<<\n\n\n", name);
+    return 0;
+  }
+  if (!is_bit_length(type, kind, bit_length)) qu_fatal_number(function, 6);
+  qd_format_record wanted;
+  if (format != nullptr) {
+    wanted = *format;
+    if (std::strcmp(wanted.unit, " ") == 0) wanted.unit[0] = '\0';
+  }
+  if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return 0;
+
+  path_text file_path, existing_path;
+  qd_file_record file_record;
+  qd_variable_record existing;
+  if (qd_find_file(directory, file, file_path, file_record) != LOOKUP_FOUND ||
+      qd_find<variable_level>(file_path, name, existing_path, existing) != LOOKUP_ABSENT) {
+    qu_message("WARNING: THE VARIABLE TO BE CREATED EXISTS ALREADY, OR ITS FILE IS NO MORE,\n");
+    qu_message("         OR ITS NEIGHBOURS CANNOT BE READ\n");
+    name_variable(directory, file, name);
+    return 0;
+  }
+
+  qd_variable_record record = qd_new_variable_record(file_record.organisation, name, type, kind, bit_length,
+                                                     format != nullptr ? &wanted : nullptr);
+  bool is_coordinate = kind >= KIND_X && kind <= KIND_Z_END;
+  if (is_coordinate && unit_flag != 0 && record.format.length_flag == 0) qu_fatal_number(function, 40);
+  std::int64_t filled = qd_is_computed(file_record.organisation, kind) ? 0 : file_record.allocated_samples;
+  if (filled > 0 && record.type != VAR_CHAR && !is_numeric_bit_length(bit_length))
+    qu_fatal_number(function, 48);
+
+  prepared_object folder(file_path);
+  placement placed = placement::failed;
+  {
+    log_pause pause;
+    // A capacity that is no number of blocks comes from a damaged descriptor.
+    bool is_capacity = filled >= 0 && filled % block_samples == 0;
+    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled))
+      placed = folder.place(variable_numbering);
+  }
+  switch (placed) {
+    case placement::placed:
+      break;
+    case placement::numbers_used_up:
+      qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE REACHED\n");
+      qu_message("         MAXIMUM NUMBER OF VARIABLES (%d)\n", std::numeric_limits<std::int32_t>::max());
+      name_variable(directory, file, name);
+      return 0;
+    case placement::failed:
+      qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
+      qu_message("         OR WRITE PROTECTED ?\n");
+      name_variable(directory, file, name);
+      qu_message("       FILE PATH: >>>%s<<<\n\n", folder.path());
+      return 0;
+  }
+  log_change(directory, file, name, kind, CHANGE_CREATED);
+  return 1;
+}
+
+// Fatal numbers: 10 no handle; 20 nothing selected; 26 the data file can't be closed; 30 the folder can't be
+// deleted; 60 selected more than once.
+qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
+  constexpr char function[] = "qd_delete_variable";
+  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
+  qd_selected_entry* entry = qd_entry(handle.entry);
+  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry->stream != nullptr) {
+    bool closed = std::fclose(entry->stream) == 0;
+    entry->stream = nullptr;
+    if (!closed) qu_fatal_number(function, 26);
+  }
+  if (qd_remove_object(entry->variable_path) == 0) qu_fatal_number(function, 30);
+  if (entry->reference_count > 1) qu_fatal_number(function, 60);
+  log_change(entry->directory_name, entry->file_name, entry->variable_name, entry->kind, CHANGE_DELETED);
+  return qd_variable_deselect(handle);
+}
+
+}  // namespace qrd
