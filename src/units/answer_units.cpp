@@ -22,6 +22,8 @@ void set_axis_formats_to_distance() {
 void set_variable_unit(const char* symbol, const char* display, qd_format_record& format) {
   if (unit_flag == 0) {
     qu_string_copy(display != nullptr ? display : symbol, format.unit);
+    // A factor on disk shows as no length here; without the flag it would be written as none.
+    if (format.factor != 1.0) format.length_flag = 1;
     return;
   }
   format.length_flag = qu_unit_factor(symbol, &format.factor);

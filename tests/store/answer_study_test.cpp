@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "server/connection.h"
+#include "server/context.h"
+#include "store/qd_init.h"
+#include "store/qrd_init.h"
+#include "support/console.h"
+#include "support/request_session.h"
+#include "support/study_root.h"
+#include "units/qu_units.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+namespace {
+
+namespace fs = std::filesystem;
+using test::bytes;
+using test::done;
+using test::pair;
+using test::refusal;
+using test::study_descriptor;
+
+const std::string registry_head = "root_unix      =\nroot_windows   =\n";
+
+class study_requests : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pairs;
+    for (const char* name : {"Zinc", "Iron", "Gold"}) {
+      root.make_study(name, study_descriptor(1));
+      pairs += pair(std::string("$init$/") + name, name);
+    }
+    root.make_study("Old", study_descriptor(1, 130000));
+    pairs += pair("$init$/Old", "Old") + pair("$init$/Gone", "Gone");
+    root.write_registry(pairs);
+    registered = registry_head + pairs;
+    qu_string_copy(root.path().c_str(), current_context.qrd_init);
+    ASSERT_EQ(qrd_open_root(), nullptr);
+  }
+  void TearDown() override {
+    qu_exit_hook = nullptr;
+    lock_taken = 0;
+    unit_flag = 1;
+  }
+  std::string make_new(const std::string& name, const std::string& path) {
+    return session.ask("CSTUDYNEW", bytes().text(name).text(path).str());
+  }
+  std::string set(const std::string& name) { return session.ask("CSTUDYSET", bytes().text(name).str()); }
+
+  test::request_session session;
+  test::study_root root;
+  std::string registered;
+};
+
+TEST_F(study_requests, need_a_root) {
+  reset_context();
+  EXPECT_EQ(session.ask("CSTUDYLST"), refusal("QRD_INIT is not defined"));
+  EXPECT_EQ(session.status(), -1);
+  EXPECT_EQ(set("Gold"), refusal("QRD_INIT is not set"));
+  EXPECT_EQ(make_new("New", root / "New"), refusal("QRD_INIT is not set"));
+  EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("Current study is not set"));
+}
+
+TEST_F(study_requests, list_shows_the_first_first) {
+  EXPECT_EQ(session.ask("CSTUDYLST"),
+            bytes().text("SSTUDIES").i32(4).text("Zinc").text("Gold").text("Iron").text("Old").str());
+  EXPECT_EQ(session.status(), 0);
+}
+
+TEST_F(study_requests, set_opens_a_study_and_resets_the_rest) {
+  set_current_file("file");
+  current_context.unit_mode = 1;
+  distance_format.factor = 1.0;
+  EXPECT_EQ(set("Iron"), done());
+  EXPECT_STREQ(current_context.study, "Iron");
+  EXPECT_STREQ(current_context.file, "None");
+  EXPECT_EQ(current_context.unit_mode, 0);
+  EXPECT_EQ(distance_format.factor, 100.0);
+  EXPECT_EQ(study_path, root / "Iron");
+  EXPECT_EQ(lock_path, root / "Iron/LOCK");
+  // The flag of the study that was left lingers.
+  EXPECT_TRUE(fs::exists(root / "Zinc/LOCK"));
+}
+
+TEST_F(study_requests, set_refuses_what_cannot_be_opened) {
+  EXPECT_EQ(set("None"), refusal("Study Unknown: \"None\""));
+  EXPECT_EQ(set(""), refusal("Study Unknown: \"\""));
+  EXPECT_EQ(set("Gone"), refusal("Study Directory not found or not a study: \"" + root.path() + "/Gone\""));
+  EXPECT_EQ(set("Old"), refusal("Invalid Study version: \"Old\""));
+  EXPECT_STREQ(current_context.study, "None");
+  EXPECT_STREQ(study_name, "Zinc");
+  // A name whose first path is gone has a valid second one, and no descriptor to read or make.
+  root.write_registry(pair("$init$/Gone", "Gold") + pair("$init$/Gold", "Gold"));
+  EXPECT_EQ(set("Gold"), refusal("Invalid Study version: \"Gold\""));
+}
+
+TEST_F(study_requests, new_creates_and_registers) {
+  EXPECT_EQ(make_new("New study/1", root.path() + "\\deep\\New\\"), done());
+  EXPECT_EQ(test::read_file(root / "deep/New/DESCR"), study_descriptor(1));
+  EXPECT_EQ(root.registry(), registered + pair("$init$/deep/New", "New study/1"));
+  EXPECT_STREQ(current_context.study, "None");
+  EXPECT_EQ(set("New study/1"), done());
+}
+
+TEST_F(study_requests, new_refuses_names_and_paths_that_are_no_study) {
+  EXPECT_EQ(make_new("Gone", root / "New"), refusal("WARNING: This study already exists: Gone"));
+  auto refused = [&](const std::string& name, const std::string& path) {
+    EXPECT_EQ(make_new(name, path), refusal("Impossible to create study " + name + ". File system full?"))
+        << path;
+  };
+  for (const char* path : {"", "New", "$init$/New", "/", "//"}) refused("New", path);
+  refused("New", root.path());
+  refused("New", root / "Gold");
+  refused("New", root / "Gold/QRD/DIRE.1");
+  refused("New", root / "Gold/../Gold/QRD");
+  refused("New", root / "a\nlogical_name   =Evil");
+  refused("New", root / std::string(200, 'n'));
+  refused("New", root / "a*b");
+  for (const std::string& name :
+       {std::string(), std::string("None"), std::string("a\tb"), std::string(50, 'n')})
+    refused(name, root / "New");
+  EXPECT_EQ(root.registry(), registered);
+  EXPECT_FALSE(fs::exists(root / "New"));
+  EXPECT_FALSE(fs::exists(root / "Gold/QRD/DIRE.1"));
+}
+
+TEST_F(study_requests, old_clients_name_no_path) {
+  client_version = 400500;
+  EXPECT_EQ(session.ask("CSTUDYNEW", bytes().text("New").str()), done());
+  EXPECT_EQ(root.registry(), registered + pair("$init$/New", "New"));
+  for (const char* name : {"../New2", "a\\b", "..", "."})
+    EXPECT_EQ(session.ask("CSTUDYNEW", bytes().text(name).str()),
+              refusal(std::string("Impossible to create study ") + name + ". File system full?"));
+  EXPECT_FALSE(fs::exists(root / "../New2"));
+  root.write_registry("");
+  EXPECT_EQ(session.ask("CSTUDYNEW", bytes().text("New3").str()), done());
+  EXPECT_EQ(root.registry(), registry_head + pair("$init$/New3", "New3"));
+}
+
+TEST_F(study_requests, del_removes_the_study_and_opens_another) {
+  EXPECT_EQ(set("Iron"), done());
+  EXPECT_EQ(session.ask("CSTUDYDEL"), done());
+  EXPECT_FALSE(fs::exists(root / "Iron"));
+  EXPECT_EQ(root.registry(), registry_head + pair("$init$/Zinc", "Zinc") + pair("$init$/Gold", "Gold") +
+                                 pair("$init$/Old", "Old") + pair("$init$/Gone", "Gone"));
+  EXPECT_STREQ(current_context.study, "None");
+  EXPECT_STREQ(study_name, "Zinc");
+  EXPECT_EQ(test::read_file(root / "Zinc/LOCK"), "LOCKED");
+}
+
+TEST_F(study_requests, del_of_the_last_study_makes_the_default_one) {
+  root.write_registry(pair("$init$/Gold", "Gold"));
+  EXPECT_EQ(set("Gold"), done());
+  EXPECT_EQ(session.ask("CSTUDYDEL"), done());
+  EXPECT_STREQ(study_name, "Velmar-Init");
+  EXPECT_EQ(root.registry(), registry_head);
+
+  qu_string_copy("Gold", current_context.study);
+  EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("Study does not exist: Gold"));
+}
+
+TEST_F(study_requests, del_spares_the_root_and_studies_inside) {
+  fs::create_directory(root / "QRD");
+  for (const char* folder : {"PARAM", "DEF"}) fs::create_directory(root / folder);
+  fs::create_directory_symlink(".", root / "Loop");
+  std::string pairs = pair(root.path(), "Root") + pair("$init$/Loop", "Loop") + pair("$init$/Gold", "Gold") +
+                      pair("$init$/Gold/Inner", "Inner");
+  root.write_registry(pairs);
+  root.make_study("Gold/Inner", study_descriptor(1));
+  for (const char* name : {"Root", "Loop", "Gold"}) {
+    EXPECT_EQ(set(name), done());
+    EXPECT_EQ(session.ask("CSTUDYDEL"),
+              refusal(std::string("An error happened during Study deletion: ") + name));
+    EXPECT_STREQ(current_context.study, "None");
+  }
+  EXPECT_EQ(root.registry(), registry_head + pairs);
+  EXPECT_TRUE(fs::exists(root / "Gold/Inner/DESCR"));
+  EXPECT_EQ(set("Inner"), done());
+  EXPECT_EQ(session.ask("CSTUDYDEL"), done());
+  EXPECT_TRUE(fs::exists(root / "Gold/DESCR"));
+}
+
+}  // namespace
+}  // namespace qrd

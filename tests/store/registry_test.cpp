@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "store/qu_init.h"
+#include "support/console.h"
+#include "support/study_root.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+namespace {
+
+using test::pair;
+using test::study_root;
+
+std::vector<std::string> texts(const string_list& list) {
+  std::vector<std::string> result;
+  for (std::int64_t i = 0; i < list.count(); ++i) result.emplace_back(list[i]);
+  return result;
+}
+
+using words = std::vector<std::string>;
+
+class registry : public testing::Test {
+ protected:
+  void SetUp() override {
+    qu_string_copy(root.path().c_str(), root_path);
+    root_windows[0] = root_unix[0] = '\0';
+  }
+  int read(bool sort = false, bool no_check = false) {
+    return qu_study_names_read(-1, sort, no_check, &valid_names, &valid_paths, &names, &paths);
+  }
+  void rewrite() {
+    read();
+    qu_study_names_write(names, paths);
+  }
+  void make_catalogue(const std::string& study) {
+    std::filesystem::create_directories(root / study + "/QRD");
+  }
+
+  study_root root;
+  string_list valid_names, valid_paths, names, paths;
+};
+
+TEST_F(registry, pairs_come_in_either_order_and_lose_one_separator) {
+  root.write_registry(
+      "physical_name  =/a/Gold//\nlogical_name   =Gold\n"
+      "logical_name   =Zinc\r\nphysical_name  =/b/Zinc\\\r\n"
+      "logical_name   =Two\nlogical_name   =Iron\nphysical_name  =$init$/Iron");
+  EXPECT_EQ(read(), 0);
+  EXPECT_EQ(texts(names), (words{"Gold", "Zinc", "Iron"}));
+  EXPECT_EQ(texts(paths), (words{"/a/Gold/", "/b/Zinc", root / "Iron"}));
+}
+
+TEST_F(registry, prefixes_stand_for_the_two_roots) {
+  root.write_registry(pair("$root$\\Gold", "Gold") + pair("$init$2/Tin", "Tin") + pair("$other$/x", "Odd"),
+                      "C:\\data\\db");
+  read();
+  EXPECT_EQ(texts(paths), (words{"C:\\data\\db\\Gold", root.path() + "2/Tin", "$other$/x"}));
+}
+
+TEST_F(registry, a_study_is_a_folder_with_a_catalogue) {
+  make_catalogue("Gold");
+  std::filesystem::create_directory(root / "Bare");
+  root.write_registry(pair("$init$/Bare", "Bare") + pair("$init$/Gone", "Gone") +
+                      pair("$init$/Gold", "Gold"));
+  EXPECT_EQ(read(), 1);
+  EXPECT_EQ(texts(valid_names), (words{"Gold"}));
+  EXPECT_EQ(texts(valid_paths), (words{root / "Gold"}));
+  EXPECT_EQ(read(false, true), 3);
+  EXPECT_EQ(qu_study_names_read(-1, false, false, nullptr, nullptr, &names, nullptr), 3);
+}
+
+TEST_F(registry, sorting_leaves_the_first_study_first) {
+  for (const char* name : {"Zinc", "Iron", "Gold"}) make_catalogue(name);
+  root.write_registry(pair("$init$/Zinc", "Zinc") + pair("$init$/Iron", "Iron") +
+                      pair("$init$/Gold", "Gold"));
+  read(true);
+  EXPECT_EQ(texts(valid_names), (words{"Zinc", "Gold", "Iron"}));
+  EXPECT_EQ(texts(valid_paths), (words{root / "Zinc", root / "Gold", root / "Iron"}));
+  EXPECT_EQ(qu_study_names_read(1, true, false, &valid_names, nullptr, nullptr, nullptr), 4);
+  EXPECT_EQ(texts(valid_names), (words{"None", "Gold", "Iron", "Zinc"}));
+}
+
+TEST_F(registry, a_name_that_stands_twice_has_its_first_path) {
+  make_catalogue("B");
+  root.write_registry(pair("$init$/A", "Gold") + pair("$init$/B", "Gold"));
+  EXPECT_EQ(read(), 1);
+  EXPECT_EQ(texts(valid_paths), (words{root / "A"}));
+}
+
+TEST_F(registry, unknown_lines_are_reported_and_the_rest_is_read) {
+  root.write_registry("\nphysical_name=/x\n" + pair("/a", "Gold"));
+  std::string warning = "Warning: syntax error in your study_names.def file...\n";
+  EXPECT_EQ(test::console_of([&] { read(); }), warning + warning);
+  EXPECT_EQ(texts(names), (words{"Gold"}));
+}
+
+TEST_F(registry, a_missing_registry_is_an_empty_one) {
+  names.add("old", name_size);
+  EXPECT_EQ(test::console_of([&] { EXPECT_EQ(read(), 0); }), "");
+  EXPECT_EQ(names.count(), 0);
+  rewrite();
+  EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n");
+}
+
+TEST_F(registry, texts_beyond_their_room_are_cut_with_a_star) {
+  root.write_registry(pair("/" + std::string(250, 'p'), std::string(50, 'n')));
+  read();
+  EXPECT_EQ(texts(names), (words{std::string(48, 'n') + "*"}));
+  EXPECT_EQ(texts(paths), (words{"/" + std::string(197, 'p') + "*"}));
+}
+
+TEST_F(registry, a_rewrite_keeps_lines_of_another_platform) {
+  make_catalogue("OLD/ARCHIVE");
+  std::string pairs = pair("$root$\\Gold", "Gold") + pair("$root$2\\Tin", "Tin") +
+                      pair("$init$\\OLD\\ARCHIVE", "Archive") + pair("/far/away", "Far");
+  std::string text = "root_unix      =/data/db\nroot_windows   =C:\\data\\db\n" + pairs;
+  test::write_file(root / "study_names.def", text);
+  rewrite();
+  EXPECT_EQ(root.registry(), text);
+  EXPECT_EQ(texts(valid_names), (words{"Archive"}));
+  EXPECT_EQ(texts(valid_paths), (words{root / "OLD/ARCHIVE"}));
+}
+
+TEST_F(registry, a_rewrite_keeps_one_pair_for_a_folder_and_no_default_study) {
+  root.write_registry(pair("$init$/Gold", "First") + pair("$init$/Velmar-Init", "Velmar-Init") +
+                      pair("$init$/Tin", "Tin") + pair("$init$\\Gold\\", "Last"));
+  rewrite();
+  EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n" + pair("$init$/Tin", "Tin") +
+                                 pair("$init$\\Gold", "Last"));
+}
+
+TEST_F(registry, what_cannot_be_read_or_written_is_not_replaced) {
+  std::string damaged = "physical_name  =/a\x01\n";
+  test::write_file(root / "study_names.def", damaged);
+  std::string said = test::console_of([&] { rewrite(); });
+  EXPECT_NE(said.find("Cannot create the study_names file...\n"), std::string::npos);
+  EXPECT_EQ(root.registry(), damaged);
+
+  std::filesystem::remove(root / "study_names.def");
+  std::filesystem::create_directory(root / "study_names.def");
+  said = test::console_of([&] { rewrite(); });
+  EXPECT_EQ(said, "Cannot create the study_names file...\n");
+}
+
+}  // namespace
+}  // namespace qrd

@@ -1,0 +1,440 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "server/context.h"
+#include "store/qd_init.h"
+#include "store/qrd_init.h"
+#include "store/qu_init.h"
+#include "support/console.h"
+#include "support/study_root.h"
+#include "units/qu_units.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+namespace {
+
+namespace fs = std::filesystem;
+using test::bytes;
+using test::pair;
+using test::read_file;
+using test::study_descriptor;
+using test::study_root;
+using test::write_file;
+
+class study : public testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* name : {"QRD_INIT", "QRD_PLUGIN_PATH", "QRD_RUNNING_TEST"}) unsetenv(name);
+    start();
+  }
+  void TearDown() override { unit_flag = 1; }
+  void start(const char* program = "QRDserver") {
+    qu_init(0, root.path().c_str(), program, program, "15.03", "2015.3");
+  }
+  std::string make(const std::string& name, const std::string& descriptor = study_descriptor(1)) {
+    return root.make_study(name, descriptor);
+  }
+  void enter(const std::string& name) {
+    registered_ += pair("$init$/" + name, name);
+    root.write_registry(registered_);
+  }
+
+  study_root root;
+  study_record record;
+
+ private:
+  std::string registered_;
+};
+
+TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
+  std::string path = root / "deep/down/Gold";
+  EXPECT_EQ(qu_study_create(path.c_str(), "None", 1), 0);
+  EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520).i32(1).i32(140000).i32(0).str());
+  std::string found;
+  std::map<std::string, bool> entries;
+  for (const auto& entry : fs::recursive_directory_iterator(path))
+    entries[entry.path().lexically_relative(path)] = entry.is_directory();
+  for (const auto& [name, is_folder] : entries) found += name + (is_folder ? "/ " : " ");
+  EXPECT_EQ(found,
+            "CSCALE/ DEF/ DESCR IMAGES/ METAFILE/ PARAM/ PARAM/ANAM/ PARAM/DVARIO/ PARAM/MCORREL/ "
+            "PARAM/MREGR/ PARAM/MVARIO/ PARAM/NEIGH/ PARAM/PCAMOD/ PARAM/PROP/ QRD/ TMP/ TRANSFO/ "
+            "U_COLOR/ U_LITHO/ ");
+  EXPECT_EQ(std::distance(fs::directory_iterator(root / "deep/down"), {}), 1);
+  EXPECT_EQ(qu_study_create(path.c_str(), "None", 0), 1);
+  write_file(root / "file", "kept");
+  EXPECT_NE(qu_study_create((root / "file").c_str(), "None", 1), 0);
+  EXPECT_EQ(qu_study_create((root / "file/Gold").c_str(), "None", 1), 2);
+  // No file can be opened under such a name, so nothing stays.
+  EXPECT_EQ(qu_study_create((root / "a*b").c_str(), "None", 1), 2);
+  EXPECT_FALSE(fs::exists(root / "a*b"));
+  EXPECT_EQ(read_file(root / "file"), "kept");
+}
+
+TEST_F(study, descriptors_of_all_versions_are_read) {
+  std::string path = make("Gold", bytes().i32(410).i32(7).str());
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 2);
+  EXPECT_EQ(record.unit_flag, 7);
+  EXPECT_EQ(record.study_version, 40000);
+  write_file(path + "/DESCR", bytes().i32(411).i32(0).i32(140000).str());
+  is_64bit = 1;
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(record.unit_flag, 0);
+  EXPECT_EQ(is_64bit, 0);
+  write_file(path + "/DESCR", study_descriptor(1, 140000, 1));
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(is_64bit, 1);
+  is_64bit = 0;
+}
+
+TEST_F(study, only_the_own_version_is_opened_by_the_server) {
+  std::string path = make("Gold", study_descriptor(1, 139999));
+  EXPECT_EQ(test::console_of([&] {
+              EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record), 2);
+              write_file(path + "/DESCR", study_descriptor(1, 150000));
+              EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record), 2);
+            }),
+            "");
+  start("Velmar");
+  EXPECT_EQ(test::console_of([&] {
+              EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record), 2);
+              EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 2);
+            }),
+            "You cannot run Velmar 15.03 on Velmar 15.0.0 study (Gold)\n");
+}
+
+TEST_F(study, a_lost_descriptor_is_made_anew_and_a_damaged_one_stays) {
+  std::string path = make("Gold");
+  fs::remove(path + "/DESCR");
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(1));
+  std::string cut = study_descriptor(0).substr(0, 10);
+  write_file(path + "/DESCR", cut);
+  EXPECT_EQ(
+      test::console_of([&] { EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 1); }),
+      "Study descriptor corrupted:\n" + path + "\n\n");
+  EXPECT_EQ(read_file(path + "/DESCR"), cut);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record), 1);
+  EXPECT_FALSE(fs::exists(root / "Gone"));
+  EXPECT_FATAL(qu_study_descriptor_write((root / "Gone").c_str(), &record), "FATAL ERROR in qu_file_open_f");
+}
+
+TEST_F(study, the_first_study_that_fits_is_opened) {
+  make("Old", study_descriptor(1, 130000));
+  make("New", study_descriptor(1, 150000));
+  make("Gold", study_descriptor(0));
+  make("Tin");
+  for (const char* name : {"Old", "New", "Gold", "Tin"}) enter(name);
+  std::string before = root.registry();
+  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_EQ(study_path, root / "Gold");
+  EXPECT_EQ(catalogue_path, root / "Gold/QRD");
+  EXPECT_EQ(cscale_path, root / "Gold/CSCALE");
+  EXPECT_EQ(unit_flag, 0);
+  EXPECT_EQ(has_marker, 0);
+  EXPECT_EQ(qu_study_open("Tin"), 0);
+  EXPECT_STREQ(study_name, "Tin");
+  EXPECT_EQ(unit_flag, 1);
+  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_STREQ(study_name, "Tin");
+  EXPECT_EQ(qu_study_open("Old"), 0);
+  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_EQ(root.registry(), before);
+  EXPECT_FALSE(fs::exists(root / "Gold/WRT_TRY_" + std::to_string(getpid())));
+}
+
+TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
+  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_STREQ(study_name, "Velmar-Init");
+  EXPECT_EQ(read_file(root / "Velmar-Init/DESCR"), study_descriptor(1));
+  EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n");
+  EXPECT_EQ(qu_study_open("None"), 0);
+  write_file(root / "Velmar-Init/DESCR", study_descriptor(1, 130000));
+  EXPECT_EQ(qu_study_open("None"), 1);
+  fs::remove_all(root / "Velmar-Init");
+  write_file(root / "Velmar-Init", "");
+  EXPECT_FATAL(qu_study_open("None"), "Cannot set study \"Velmar-Init\" when \".*/Velmar-Init\" is a file");
+}
+
+TEST_F(study, a_test_run_makes_the_study_that_it_names) {
+  running_test = 1;
+  EXPECT_FATAL(qu_study_open("None"), "No more study and no study name on command line");
+  EXPECT_EQ(qu_study_open("../Gold"), 1);
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n" + pair("$init$/Gold", "Gold"));
+}
+
+TEST_F(study, an_older_program_upgrades_the_study_version) {
+  std::string path = make("Gold", bytes().i32(411).i32(3).i32(50000).str());
+  enter("Gold");
+  start("Velmar");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(3));
+  EXPECT_EQ(read_file(path + "/DESCR.500"), "");
+  EXPECT_EQ(has_marker, 1);
+}
+
+TEST_F(study, missing_folders_are_made_and_some_are_required) {
+  std::string path = make("Gold");
+  enter("Gold");
+  for (const char* name : {"DEF", "PARAM/PROP", "TMP", "METAFILE"}) fs::remove(path + "/" + name);
+  EXPECT_EQ(test::console_of([] { EXPECT_EQ(qu_study_open("Gold"), 0); }),
+            path + "/PARAM/PROP directory not found. Creating...\n\n" + path +
+                "/TMP directory not found. Creating...\n\n" + path +
+                "/METAFILE directory not found. Creating...\n\n");
+  for (const char* name : {"DEF", "PARAM/PROP", "TMP", "METAFILE"})
+    EXPECT_TRUE(fs::is_directory(path + "/" + name)) << name;
+
+  fs::remove(path + "/IMAGES");
+  write_file(path + "/IMAGES", "");
+  EXPECT_FATAL(qu_study_open("Gold"), "/IMAGES directory: Creation failed.");
+  fs::remove_all(path + "/PARAM");
+  EXPECT_FATAL(qu_study_open("Gold"), "/PARAM directory not found.");
+  fs::create_directory(path + "/WRT_TRY_" + std::to_string(getpid()));
+}
+
+TEST_F(study, the_folder_of_old_anamorphoses_gets_its_new_name) {
+  std::string path = make("Gold");
+  enter("Gold");
+  fs::create_directory(path + "/PARAM/MHISTO");
+  write_file(path + "/PARAM/MHISTO/A.1", "old");
+  EXPECT_EQ(test::console_of([] { EXPECT_EQ(qu_study_open("Gold"), 0); }),
+            "WARNING: Your study contains OLD anamorphosis directory (MHISTO) and NEW directory (ANAM)\n"
+            "         You have to move your old anamorphosis manually...\n");
+  fs::remove(path + "/PARAM/ANAM");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(read_file(path + "/PARAM/ANAM/A.1"), "old");
+  EXPECT_FALSE(fs::exists(path + "/PARAM/MHISTO"));
+}
+
+class environment : public study {
+ protected:
+  void SetUp() override {
+    study::SetUp();
+    source = make("Template");
+    target = make("Gold");
+    enter("Gold");
+    enter("Template");
+    write_file(source + "/CSCALE/CSCA.0", "scale");
+    write_file(source + "/DEF/environ_gene.def", "general\n");
+    write_file(source + "/DEF/environ.def", "words\n");
+    write_file(source + "/DEF/DISPLAY.1", "display");
+    write_file(source + "/DEF/OTHER", "other");
+    fs::create_directory(source + "/DEF/DISPLAYS");
+    fs::create_symlink("/etc/hostname", source + "/DEF/DISPLAY.2");
+  }
+  void strip() {
+    for (const char* name : {"U_COLOR", "CSCALE", "U_LITHO", "IMAGES", "TRANSFO"})
+      fs::remove_all(target + "/" + name);
+  }
+  bool is_copied() { return fs::exists(target + "/CSCALE/CSCA.0"); }
+  std::string source, target;
+};
+
+TEST_F(environment, exactly_five_missing_folders_bring_the_template) {
+  strip();
+  fs::remove(target + "/TMP");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_FALSE(is_copied());
+  strip();
+  fs::remove(target + "/METAFILE");
+  write_file(target + "/DEF/environ.def", "own\n");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_TRUE(is_copied());
+  EXPECT_EQ(read_file(target + "/DEF/environ.def"), "own\ngeneral\n");
+  EXPECT_EQ(read_file(target + "/DEF/DISPLAY.1"), "display");
+  for (const char* name : {"OTHER", "DISPLAYS", "DISPLAY.2"})
+    EXPECT_FALSE(fs::exists(target + "/DEF/" + name)) << name;
+}
+
+TEST_F(environment, the_template_is_never_copied_onto_itself) {
+  std::swap(source, target);
+  strip();
+  EXPECT_EQ(qu_study_open("Template"), 0);
+  fs::remove_all(source);
+  strip();
+  // Wanted is another study, so that the rule of the name doesn't hold.
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_STREQ(study_name, "Template");
+  EXPECT_EQ(read_file(target + "/DEF/environ_gene.def"), "general\n");
+  EXPECT_EQ(read_file(target + "/DEF/environ.def"), "words\n");
+  EXPECT_EQ(read_file(target + "/DEF/DISPLAY.1"), "display");
+}
+
+TEST_F(environment, a_study_made_from_a_template_has_its_words) {
+  std::string path = root / "New";
+  EXPECT_EQ(qu_study_create(path.c_str(), source.c_str(), 0), 0);
+  EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0));
+  EXPECT_EQ(read_file(path + "/DEF/environ.def"), "words\n");
+  EXPECT_EQ(read_file(path + "/CSCALE/CSCA.0"), "scale");
+}
+
+class lock : public study {
+ protected:
+  void SetUp() override {
+    study::SetUp();
+    path = make("Gold");
+    enter("Gold");
+    ASSERT_EQ(qu_study_open("Gold"), 0);
+    qd_tables_init();
+  }
+  void TearDown() override {
+    qu_exit_hook = nullptr;
+    lock_taken = 0;
+    study::TearDown();
+  }
+  std::string path;
+};
+
+TEST_F(lock, is_a_file_from_init_to_end) {
+  EXPECT_STREQ(lock_path, "");
+  EXPECT_EQ(qd_init(), 1);
+  EXPECT_EQ(lock_taken, 1);
+  EXPECT_EQ(read_file(path + "/LOCK"), "LOCKED");
+  EXPECT_EQ(lock_path, path + "/LOCK");
+  EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100).str());
+  qd_end(0);
+  EXPECT_FALSE(fs::exists(path + "/LOCK"));
+  EXPECT_STREQ(lock_path, "");
+}
+
+TEST_F(lock, of_another_process_changes_nothing) {
+  write_file(path + "/LOCK", "theirs");
+  EXPECT_EQ(qd_init(), 0);
+  EXPECT_EQ(read_file(path + "/LOCK"), "theirs");
+  EXPECT_EQ(lock_path, path + "/LOCK");
+  qd_end(0);
+  EXPECT_FALSE(fs::exists(path + "/LOCK"));
+}
+
+TEST_F(lock, cannot_end_before_it_is_taken_nor_be_a_directory) {
+  EXPECT_FATAL(qd_end(0), "Fatal Software Error No 7 in function qd_end\\(\\)");
+  fs::create_directory(path + "/LOCK");
+  EXPECT_FATAL(qd_init(), "Impossible to write the LOCK file: .*/LOCK");
+}
+
+TEST_F(lock, is_removed_by_a_fatal_end) {
+  qd_init();
+  EXPECT_FATAL(qu_fatal("end"), "Fatal Software Error\nend");
+  EXPECT_FALSE(fs::exists(path + "/LOCK"));
+}
+
+TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
+  write_file(path + "/QRD/DESCR", bytes().i32(900).i32(1).str());
+  qd_init();
+  EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100).str());
+  fs::remove(path + "/QRD/DESCR");
+  fs::create_directory(path + "/QRD/DESCR");
+  EXPECT_EQ(test::console_of([] { qd_init(); }), "Data descriptor corrupted:\n" + path + "/QRD/DESCR\n\n");
+}
+
+TEST_F(lock, a_counter_beyond_32_bits_marks_the_study) {
+  write_file(path + "/DESCR", study_descriptor(0));
+  ASSERT_EQ(qu_study_open("Gold"), 0);
+  qu_study_mark_64bit_hook();
+  EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0, 140000, 1));
+  write_file(path + "/DESCR", "");
+  is_64bit = 0;
+  std::string said = test::console_of([] { qu_study_mark_64bit(); });
+  EXPECT_NE(said.find("Failed to read study descriptor " + path + "/DESCR for 64-bit flag update\n"),
+            std::string::npos);
+  EXPECT_EQ(read_file(path + "/DESCR"), "");
+  is_64bit = 0;
+}
+
+class open_root : public study {
+ protected:
+  void SetUp() override {
+    study::SetUp();
+    reset_context();
+    root_path[0] = '\0';
+  }
+  void TearDown() override {
+    qu_exit_hook = nullptr;
+    lock_taken = 0;
+    study::TearDown();
+  }
+  std::string open(const std::string& path) {
+    qu_string_copy(path.c_str(), current_context.qrd_init);
+    const char* refusal = qrd_open_root();
+    return refusal == nullptr ? "" : refusal;
+  }
+};
+
+TEST_F(open_root, opens_the_first_study_and_resets_the_units) {
+  make("Gold");
+  enter("Gold");
+  current_context.unit_mode = 1;
+  distance_format.factor = 1.0;
+  EXPECT_EQ(open(root.path()), "");
+  EXPECT_EQ(current_context.qrd_init, root.path());
+  EXPECT_STREQ(current_context.study, "None");
+  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_EQ(current_context.unit_mode, 0);
+  EXPECT_EQ(distance_format.factor, 100.0);
+  EXPECT_EQ(read_file(root / "Gold/LOCK"), "LOCKED");
+  EXPECT_EQ(read_file(root / "DATA"), "14.0.0\n#generated by QRDserver 15.03\n");
+  EXPECT_EQ(lock_taken, 1);
+}
+
+TEST_F(open_root, refuses_what_is_no_root) {
+  EXPECT_EQ(open(root / "Gone"), "Cannot access directory");
+  std::string far = root / std::string(100, 'a') + "/" + std::string(100, 'b');
+  fs::create_directories(far);
+  write_file(far + "/study_names.def", "");
+  EXPECT_EQ(open(far), "Cannot access directory");
+  std::string without = "Not a valid Velmar path (does not contain a list of studies).";
+  EXPECT_EQ(open(root.path()), without);
+  fs::create_directory(root / "a*b");
+  write_file(root / "a*b/study_names.def", "");
+  EXPECT_EQ(open(root / "a*b"), without);
+  EXPECT_EQ(current_context.qrd_init, root / "a*b");
+  EXPECT_STREQ(root_path, "");
+}
+
+TEST_F(open_root, a_refused_root_leaves_the_open_one) {
+  make("Gold");
+  enter("Gold");
+  ASSERT_EQ(open(root.path()), "");
+  study_root other;
+  other.write_registry("");
+  write_file(other / "DATA", "13.0.0\n");
+  EXPECT_EQ(open(other.path()), "You are trying to run QRDserver 15.03 on Velmar 13.0.0 file system.");
+  EXPECT_EQ(root_path, root.path());
+  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_EQ(lock_taken, 1);
+  EXPECT_EQ(handle_test_path, root / "read_write.def");
+
+  write_file(other / "DATA", "14.0.0\n");
+  other.make_study("Velmar-Init", study_descriptor(1, 150000));
+  EXPECT_EQ(open(other.path()), "No valid study to use for this QRDserver version");
+  EXPECT_EQ(study_path, root / "Gold");
+  qd_end(0);
+  EXPECT_FALSE(fs::exists(root / "Gold/LOCK"));
+}
+
+TEST_F(open_root, a_root_too_deep_for_its_default_study_is_refused) {
+  std::string deep = root / std::string(root_size - 2 - root.path().size(), 'd');
+  fs::create_directory(deep);
+  write_file(deep + "/study_names.def", "");
+  EXPECT_EQ(open(deep), "No valid study to use for this QRDserver version");
+  EXPECT_FALSE(fs::exists(deep + "/Velmar-Init"));
+}
+
+TEST_F(open_root, without_a_path_the_default_root_is_made) {
+  setenv("XDG_DATA_HOME", (root / "data").c_str(), 1);
+  EXPECT_EQ(open("None"), "");
+  EXPECT_EQ(current_context.qrd_init, root / "data/Orvane/Velmar");
+  EXPECT_EQ(read_file(root / "data/Orvane/Velmar/Velmar-Init/LOCK"), "LOCKED");
+  unsetenv("XDG_DATA_HOME");
+}
+
+}  // namespace
+}  // namespace qrd
