@@ -1,0 +1,56 @@
+// The server under measurement, with a connection that has its root open.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "bench/bare.h"
+#include "bench/study_files.h"
+#include "client/connection.h"
+#include "client/server_process.h"
+
+namespace qrd::bench {
+
+class measured_server {
+ public:
+  explicit measured_server(const study_files& files, bool wide_longs = true)
+      : process_(options()), connection_(process_.connect(handshake(wide_longs))) {
+    connection_.open_root(files.root().string());
+    connection_.set_study(study_name);
+    connection_.set_directory(directory_name);
+  }
+
+  client::connection& connection() { return connection_; }
+  // Bytes in, bytes out, past the client's decoding: what is measured is the server.
+  void exchange(const std::string& request, std::size_t answer_size) {
+    const int socket = connection_.wire().descriptor();
+    send_all(socket, request.data(), request.size());
+    drain(socket, answer_size);
+  }
+  // A line of /proc/PID/status, such as VmRSS, in bytes.
+  double memory(const std::string& key) const;
+
+ private:
+  static client::server_options options() {
+    client::server_options chosen;
+    chosen.program = QRD_SERVER_PROGRAM;
+    return chosen;
+  }
+  static client::connection_options handshake(bool wide_longs) {
+    client::connection_options chosen;
+    chosen.wide_longs = wide_longs;
+    return chosen;
+  }
+
+  client::server_process process_;
+  client::connection connection_;
+};
+
+// Bytes on the wire of a text, and of an answer's name.
+inline std::size_t text_size(std::size_t characters) {
+  return 4 + (characters + 3) / 4 * 4;
+}
+inline constexpr std::size_t done_size = 12;   // "SDONE"
+inline constexpr std::size_t dataf_size = 12;  // "SDATAF"
+
+}  // namespace qrd::bench
