@@ -117,12 +117,13 @@ int qd_info_var_name(const char* directory, const char* file, const char* variab
 }
 
 int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
+  for (name_text& name : names) name[0] = '\0';
   path_text file_path;
   if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
   role_records roles;
   roles.walk(file_path);
   for (int kind = 0; kind < kind_count; ++kind) {
-    std::strcpy(names[kind], roles.found[kind] ? roles.records[kind].name : "");
+    if (roles.found[kind]) std::strcpy(names[kind], roles.records[kind].name);
   }
   return roles.otherwise;
 }
