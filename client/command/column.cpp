@@ -1,0 +1,201 @@
+#include "client/command/column.h"
+
+#include <algorithm>
+#include <charconv>
+#include <numeric>
+
+#include "client/command/progress.h"
+#include "client/numbers.h"
+
+namespace qrd::command {
+
+namespace {
+
+constexpr std::string_view generic_suffix = "[xxxxx]";
+constexpr std::int64_t values_per_piece = 1 << 20;
+
+std::optional<std::int32_t> parse_index(std::string_view text) {
+  std::int32_t number = 0;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (text.empty() || problem != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+std::string shown(const variable_name& variable) {
+  if (!variable.index) return variable.name;
+  const std::string stem = variable.name.substr(0, variable.name.size() - generic_suffix.size());
+  if (const auto* number = std::get_if<std::int32_t>(&*variable.index))
+    return stem + "[" + std::to_string(*number) + "]";
+  return stem + "{" + std::get<std::string>(*variable.index) + "}";
+}
+
+void trim_right(std::string& text) {
+  text.erase(text.find_last_not_of(' ') + 1);
+}
+
+}  // namespace
+
+variable_name parse_variable_name(const std::string& text) {
+  if (text.size() < 3 || text.ends_with(generic_suffix)) return {text, std::nullopt};
+  const char close = text.back();
+  if (close != ']' && close != '}') return {text, std::nullopt};
+  const std::size_t open = text.rfind(close == ']' ? '[' : '{');
+  if (open == std::string::npos) return {text, std::nullopt};
+  const std::string inside = text.substr(open + 1, text.size() - open - 2);
+  const std::string generic = text.substr(0, open).append(generic_suffix);
+  if (close == '}') return {generic, inside};
+  if (const auto number = parse_index(inside)) return {generic, *number};
+  return {text, std::nullopt};
+}
+
+column open_column(client::connection& server, const std::string& name, const std::string& index) {
+  column result{{}, parse_variable_name(name), {}};
+  const auto take_index = [&] {
+    if (const auto number = parse_index(index))
+      result.variable.index = *number;
+    else
+      result.variable.index = index;
+  };
+  if (!index.empty() && !result.variable.index && !name.ends_with(generic_suffix)) {
+    const std::string generic = name + std::string(generic_suffix);
+    if (generic.size() <= client::max_name && !server.variable_exists(name) &&
+        server.variable_exists(generic))
+      result.variable.name = generic;
+  }
+  server.set_variable(result.variable.name);
+  result.info = server.variable_info();
+  const bool is_macro = result.info.type == client::variable_type::macro;
+  if (is_macro && !result.variable.index && !index.empty()) take_index();
+  if (is_macro && !result.variable.index)
+    throw client::error("\"" + name + "\" is a macro variable: name one of its columns with --index");
+  result.title = shown(result.variable);
+  select_column(server, result);
+  return result;
+}
+
+std::vector<column> open_columns(client::connection& server, const std::string& name) {
+  if (!name.ends_with(generic_suffix)) return {open_column(server, name)};
+  server.set_variable(name);
+  const client::variable_info info = server.variable_info();
+  if (info.type != client::variable_type::macro) return {open_column(server, name)};
+  std::vector<column> columns;
+  if (info.indices == 0) return columns;
+  for (const std::int32_t number : server.macro_index_numbers()) {
+    column one{{}, {name, number}, info};
+    one.title = shown(one.variable);
+    columns.push_back(std::move(one));
+  }
+  return columns;
+}
+
+void select_column(client::connection& server, const column& chosen) {
+  server.set_variable(chosen.variable.name);
+  if (!chosen.variable.index) return;
+  if (const auto* number = std::get_if<std::int32_t>(&*chosen.variable.index))
+    server.set_index(*number);
+  else
+    server.set_index(std::get<std::string>(*chosen.variable.index));
+}
+
+bool column_values::is_missing(const column& of, std::size_t i) const {
+  return of.is_text() ? texts.values[i].empty() : numbers.values[i] == numbers.missing;
+}
+
+std::string cell_text(const column& of, const column_values& values, std::size_t i) {
+  constexpr std::int32_t single_precision = 32;
+  if (of.is_text()) return values.texts.values[i];
+  if (values.is_missing(of, i)) return {};
+  const double value = values.numbers.values[i];
+  if (of.info.bits != single_precision) return client::number_text(value);
+  const auto factor = of.info.has_unit.value_or(false)
+                          ? client::length_factor(of.info.unit_symbol.value_or(""))
+                          : std::optional<double>(1);
+  return factor ? client::single_text(value, *factor) : client::number_text(value);
+}
+
+void add_file_arguments(CLI::App& command, place_options& place) {
+  command.add_option("study", place.study, "Name of the study")->required()->type_name("STUDY");
+  command.add_option("directory", place.directory, "Name of the directory")
+      ->required()
+      ->type_name("DIRECTORY");
+  command.add_option("file", place.file, "Name of the file")->required()->type_name("FILE");
+}
+
+void add_range_options(CLI::App& command, place_options& place) {
+  auto* first = command.add_option("--first", place.first, "First sample, from 1")->type_name("N");
+  auto* last = command.add_option("--last", place.last, "Last sample")->type_name("N");
+  auto* line = command.add_option("--line", place.line, "The samples of one line, from 1")->type_name("N");
+  line->excludes(first)->excludes(last);
+  auto* selection =
+      command.add_option("--selection", place.selection, "Selection variable that masks samples")
+          ->type_name("VARIABLE");
+  command.add_flag("--compress", place.compress, "Leave out what the selection masks")->needs(selection);
+}
+
+void add_unit_options(CLI::App& command, place_options& place) {
+  auto* unit = command.add_option("--unit", place.unit, "Unit of all lengths, such as ft (default: m)")
+                   ->type_name("SYMBOL");
+  command.add_flag("--own-units", place.own_units, "Each length in its variable's own unit")->excludes(unit);
+}
+
+void open_place(client::connection& server, const place_options& place) {
+  server.set_study(place.study);
+  if (place.own_units) server.set_unit_mode(client::unit_mode::own);
+  if (!place.unit.empty()) server.set_distance_unit(place.unit);
+  server.set_directory(place.directory);
+  server.set_file(place.file);
+  if (!place.selection.empty()) server.set_selection(place.selection);
+}
+
+std::optional<client::sample_range> wanted_range(client::connection& server, const place_options& place,
+                                                 std::int64_t samples) {
+  if (place.line) {
+    const std::vector<std::int32_t> lengths = server.line_lengths();
+    const auto count = static_cast<std::int64_t>(lengths.size());
+    if (*place.line < 1 || *place.line > count)
+      throw client::error("there is no line " + std::to_string(*place.line) + ": the file has " +
+                          std::to_string(count) + " lines");
+    const auto here = lengths.begin() + (*place.line - 1);
+    const std::int64_t before = std::accumulate(lengths.begin(), here, std::int64_t{0});
+    return client::sample_range{before + 1, before + *here};
+  }
+  if (samples == 0 && !place.first && !place.last) return std::nullopt;
+  const client::sample_range range{place.first.value_or(1), place.last.value_or(samples)};
+  if (range.first < 1 || range.last > samples || range.last < range.first)
+    throw client::error("there are no samples " + std::to_string(range.first) + " to " +
+                        std::to_string(range.last) + ": the file has " + std::to_string(samples));
+  return range;
+}
+
+void read_pieces(client::connection& server, const std::vector<column>& columns, client::sample_range range,
+                 client::selection_use use, bool quiet,
+                 const std::function<void(const std::vector<column_values>&)>& act) {
+  const auto width = static_cast<std::int64_t>(columns.size());
+  const std::int64_t piece = std::max<std::int64_t>(1, values_per_piece / std::max<std::int64_t>(1, width));
+  progress_bar bar("reading", static_cast<std::uint64_t>((range.last - range.first + 1) * width), quiet);
+  std::uint64_t done = 0;
+  std::vector<column_values> values(columns.size());
+  for (std::int64_t first = range.first; first <= range.last; first += piece) {
+    const client::sample_range part{first, std::min(range.last, first + piece - 1)};
+    const auto samples = static_cast<std::uint64_t>(part.last - part.first + 1);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (columns.size() > 1 || first == range.first) select_column(server, columns[i]);
+      server.set_progress([&bar, done, samples](std::uint64_t now, std::uint64_t total) {
+        bar.show(done + samples * now / std::max<std::uint64_t>(1, total));
+      });
+      if (columns[i].is_text()) {
+        values[i].texts = server.read_texts(part, use);
+        for (std::string& text : values[i].texts.values) trim_right(text);
+      } else {
+        values[i].numbers = server.read_floats(part, use);
+      }
+      server.set_progress(nullptr);
+      done += samples;
+      if (values[i].size(columns[i]) != values[0].size(columns[0]))
+        throw client::protocol_error("the server sent columns of different lengths");
+    }
+    act(values);
+  }
+}
+
+}  // namespace qrd::command

@@ -1,0 +1,86 @@
+// Variables of the current file as columns of a table.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "client/command/session.h"
+
+namespace qrd::command {
+
+using macro_index = std::variant<std::int32_t, std::string>;
+
+// A variable as a user names it: "stem[12]" and "stem{gold}" are columns of the macro variable "stem[xxxxx]".
+struct variable_name {
+  std::string name;
+  std::optional<macro_index> index;
+};
+variable_name parse_variable_name(const std::string& text);
+
+struct column {
+  std::string title;
+  variable_name variable;
+  client::variable_info info;
+
+  bool is_text() const { return info.type == client::variable_type::text; }
+};
+
+// Makes a variable the current one and asks for its description. `index` stands for the columns of macro
+// variables that are named without one; empty for none. "stem" with an index is a column too.
+column open_column(client::connection& server, const std::string& name, const std::string& index = {});
+// One column for each index of a macro variable, else the one.
+std::vector<column> open_columns(client::connection& server, const std::string& name);
+void select_column(client::connection& server, const column& chosen);
+
+// What a column holds in a piece of the file.
+struct column_values {
+  client::float_samples numbers;
+  client::text_samples texts;  // trailing blanks removed; empty where missing
+  std::size_t size(const column& of) const {
+    return of.is_text() ? texts.values.size() : numbers.values.size();
+  }
+  bool is_missing(const column& of, std::size_t i) const;
+};
+// The value as a user reads it; empty for a missing one.
+std::string cell_text(const column& of, const column_values& values, std::size_t i);
+
+// Where to read or write, as given on the command line.
+struct place_options {
+  std::string study;
+  std::string directory;
+  std::string file;
+  std::optional<std::int64_t> first;
+  std::optional<std::int64_t> last;
+  std::optional<std::int64_t> line;
+  std::string selection;
+  bool compress = false;
+  std::string index;
+  std::string unit;
+  bool own_units = false;
+
+  client::selection_use use() const {
+    return compress && !selection.empty() ? client::selection_use::compressed : client::selection_use::masked;
+  }
+};
+void add_file_arguments(CLI::App& command, place_options& place);
+void add_range_options(CLI::App& command, place_options& place);
+void add_unit_options(CLI::App& command, place_options& place);
+
+// Sets study, units, directory, file and selection.
+void open_place(client::connection& server, const place_options& place);
+// The samples that the options tell, in a file of so many. A range or line that is not there is an error.
+// Nothing in a file without samples when no range was asked for.
+std::optional<client::sample_range> wanted_range(client::connection& server, const place_options& place,
+                                                 std::int64_t samples);
+
+// Reads the columns piece by piece, so that memory does not grow with the file.
+void read_pieces(client::connection& server, const std::vector<column>& columns, client::sample_range range,
+                 client::selection_use use, bool quiet,
+                 const std::function<void(const std::vector<column_values>&)>& act);
+
+}  // namespace qrd::command

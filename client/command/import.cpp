@@ -1,0 +1,255 @@
+#include "client/command/import.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "client/command/progress.h"
+#include "client/command/write_column.h"
+
+namespace qrd::command {
+
+namespace {
+
+constexpr std::int32_t all_bits[] = {1, 2, 4, 8, 16, 32, 64};
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// "COLUMN=VALUE", split at the last "=". The column is empty if there is none.
+std::pair<std::string, std::string> split_setting(const std::string& setting) {
+  const std::size_t split = setting.rfind('=');
+  if (split == std::string::npos) return {"", setting};
+  return {setting.substr(0, split), setting.substr(split + 1)};
+}
+
+std::int32_t parse_bits(const std::string& text) {
+  std::int32_t bits = 0;
+  std::from_chars(text.data(), text.data() + text.size(), bits);
+  if (std::find(std::begin(all_bits), std::end(all_bits), bits) == std::end(all_bits) ||
+      std::to_string(bits) != text)
+    throw client::error("--bits takes 1, 2, 4, 8, 16, 32 or 64, not \"" + text + "\"");
+  return bits;
+}
+
+// The settings by column; that for all columns under the empty name.
+std::map<std::string, std::string> settings(const std::vector<std::string>& given,
+                                            const client::csv_table& table) {
+  std::map<std::string, std::string> result;
+  for (const std::string& setting : given) {
+    const auto [name, value] = split_setting(setting);
+    if (!name.empty()) table.index_of(name);
+    result[name] = value;
+  }
+  return result;
+}
+
+std::vector<std::string> chosen_columns(const client::csv_table& table, const import_options& options,
+                                        const std::vector<std::string>& places) {
+  if (!options.columns.empty()) return options.columns;
+  std::vector<std::string> names;
+  for (const std::string& name : table.names())
+    if (!contains(places, name) && !contains(options.skipped, name)) names.push_back(name);
+  return names;
+}
+
+// The columns of each macro variable, by its name. They need numbers; named columns get those from 1.
+struct planned_macro {
+  std::vector<std::int32_t> numbers;
+  std::optional<std::vector<std::string>> names;
+};
+
+std::map<std::string, planned_macro> plan_macros(const std::vector<planned_variable>& plan) {
+  std::map<std::string, planned_macro> macros;
+  for (const planned_variable& one : plan) {
+    if (!one.variable.index) continue;
+    planned_macro& macro = macros[one.variable.name];
+    const auto* name = std::get_if<std::string>(&*one.variable.index);
+    if (!macro.numbers.empty() && macro.names.has_value() != (name != nullptr))
+      throw client::error("the columns of \"" + one.variable.name + "\" have numbers and names");
+    if (name != nullptr) {
+      if (!macro.names) macro.names.emplace();
+      macro.names->push_back(*name);
+      macro.numbers.push_back(static_cast<std::int32_t>(macro.numbers.size()) + 1);
+    } else {
+      macro.numbers.push_back(std::get<std::int32_t>(*one.variable.index));
+    }
+    constexpr std::int32_t highest = 99999;
+    if (macro.numbers.back() < 1 || macro.numbers.back() > highest)
+      throw client::error("the index of a column lies between 1 and " + std::to_string(highest) + ": " +
+                          one.title);
+  }
+  return macros;
+}
+
+void make_variable(client::connection& server, const planned_variable& planned,
+                   std::map<std::string, planned_macro>& macros) {
+  if (planned.characters > 0) {
+    server.new_text_variable(planned.variable.name, planned.characters);
+  } else if (!planned.variable.index) {
+    server.new_float_variable(planned.variable.name, planned.bits, {}, planned.unit);
+  } else if (const auto macro = macros.extract(planned.variable.name)) {
+    server.new_macro_variable(planned.variable.name, planned.bits, {}, planned.unit);
+    server.set_variable(planned.variable.name);
+    server.add_macro_indices(macro.mapped().numbers, macro.mapped().names);
+  }
+  select_column(server, {planned.title, planned.variable, {}});
+}
+
+template <typename T>
+std::vector<T> placed(std::vector<T> values, const sample_places& places, const T& missing) {
+  std::vector<T> samples(static_cast<std::size_t>(places.samples), missing);
+  for (std::size_t row = 0; row < values.size(); ++row) samples[places.of_row[row]] = std::move(values[row]);
+  return samples;
+}
+
+void fill_variable(client::connection& server, const client::csv_table& table,
+                   const planned_variable& planned, const import_options& options,
+                   const sample_places& places, const shown_progress& show) {
+  const cell_list& cells = table.column(planned.title);
+  const client::sample_range whole{1, places.samples};
+  if (planned.characters > 0) {
+    auto texts = to_texts(cells, options.missing, planned.title, planned.characters);
+    write_texts(server, placed(std::move(texts), places, std::string()), whole, client::selection_use::masked,
+                show);
+  } else {
+    // What no row fills is not selected in a selection, and missing elsewhere.
+    const double unfilled = planned.bits == 1 ? 0 : client::missing_value;
+    auto numbers = to_numbers(cells, options.missing, planned.title, planned.bits);
+    write_numbers(server, placed(std::move(numbers), places, unfilled), whole, client::selection_use::masked,
+                  show);
+  }
+}
+
+// For a file that was made but could not be filled. What went wrong first is what the user has to hear.
+void delete_again(client::connection& server, const std::string& file) {
+  try {
+    server.set_progress(nullptr);
+    server.set_file(file);
+    server.delete_file();
+  } catch (const client::error&) {
+    // The connection is gone: the file stays as it is.
+  }
+}
+
+void tell(const common_options& common, const import_options& options, std::size_t variables,
+          std::int64_t samples) {
+  if (common.json) {
+    const nlohmann::ordered_json told = {
+        {"file", options.file}, {"samples", samples}, {"variables", variables}};
+    std::printf("%s\n", told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+  } else {
+    std::printf("%s: %lld samples, %zu variables\n", options.file.c_str(), static_cast<long long>(samples),
+                variables);
+  }
+}
+
+}  // namespace
+
+void add_import_options(CLI::App& command, import_options& options) {
+  command.add_option("study", options.study, "Name of the study")->required()->type_name("STUDY");
+  command.add_option("directory", options.directory, "Name of the directory")
+      ->required()
+      ->type_name("DIRECTORY");
+  command.add_option("file", options.file, "Name of the file to make")->required()->type_name("FILE");
+  command.add_option("table", options.table, "Table to read, - for standard input")
+      ->required()
+      ->type_name("FILE.csv");
+  const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* text,
+                            const char* type) {
+    command.add_option(name, list, text)->type_name(type)->allow_extra_args(false);
+  };
+  add_list("--column", options.columns, "Column to store (default: all but those of the geometry)", "NAME");
+  add_list("--skip", options.skipped, "Column to leave out", "NAME");
+  add_list("--text", options.texts, "Column of texts, even if all are numbers", "NAME");
+  add_list("--bits", options.bits, "Bits of a number: 1, 2, 4, 8, 16, 32, 64 (default: 64)", "[COLUMN=]BITS");
+  add_list("--unit", options.units, "Unit; the symbol of a length unit makes a length of it",
+           "COLUMN=SYMBOL");
+  add_list("--missing", options.missing.texts, "Cells that stand for a missing value, beside blank ones",
+           "TEXT");
+  command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
+      ->type_name("SYMBOL");
+}
+
+std::vector<planned_variable> plan_variables(const client::csv_table& table, const import_options& options,
+                                             const std::vector<std::string>& places) {
+  const auto bits = settings(options.bits, table);
+  const auto units = settings(options.units, table);
+  if (units.contains("")) throw client::error("--unit takes COLUMN=SYMBOL");
+  for (const auto& names : {options.texts, options.skipped})
+    for (const std::string& name : names) table.index_of(name);
+
+  std::vector<planned_variable> plan;
+  std::set<std::string> taken;
+  for (const std::string& title : chosen_columns(table, options, places)) {
+    if (!taken.insert(title).second) throw client::error("column \"" + title + "\" is asked for twice");
+    planned_variable one;
+    one.title = title;
+    one.variable = parse_variable_name(title);
+    const cell_list& cells = table.column(title);
+    const bool all_missing =
+        std::all_of(cells.begin(), cells.end(), [&](auto cell) { return options.missing.contain(cell); });
+    const bool is_text =
+        contains(options.texts, title) || !(all_missing || are_numbers(cells, options.missing));
+    const auto own_bits = bits.find(title);
+    if (is_text && own_bits == bits.end()) {
+      if (one.variable.index) throw client::error("the columns of a macro variable hold numbers: " + title);
+      one.characters = longest(cells, options.missing);
+    } else {
+      const auto setting = own_bits != bits.end() ? own_bits : bits.find("");
+      if (setting != bits.end()) one.bits = parse_bits(setting->second);
+      to_numbers(cells, options.missing, title, one.bits);
+    }
+    if (const auto unit = units.find(title); unit != units.end()) one.unit = unit->second;
+    plan.push_back(std::move(one));
+  }
+  plan_macros(plan);
+  return plan;
+}
+
+void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
+                 const std::vector<planned_variable>& plan, const sample_places& places,
+                 const std::function<void(file_making&)>& make) {
+  with_session(common, [&](session& opened) {
+    client::connection& server = *opened;
+    server.set_study(options.study);
+    // Each value is given in its own unit: that of its column, that of the coordinates.
+    server.set_unit_mode(client::unit_mode::own);
+    server.set_creation_units(options.coordinate_unit, options.coordinate_unit, options.coordinate_unit);
+    server.set_directory(options.directory);
+
+    const auto samples = static_cast<std::uint64_t>(places.samples);
+    progress_bar bar("importing", samples * (plan.size() + 1), common.quiet);
+    std::uint64_t done = 0;
+    file_making making{server, [&](double part) {
+                         bar.show(static_cast<std::uint64_t>(part * static_cast<double>(samples)));
+                       }};
+    try {
+      make(making);
+      server.set_file(options.file);
+      auto macros = plan_macros(plan);
+      for (const planned_variable& one : plan) {
+        done += samples;
+        make_variable(server, one, macros);
+        fill_variable(server, table, one, options, places, [&](std::uint64_t now) { bar.show(done + now); });
+      }
+    } catch (const client::error&) {
+      if (making.made) delete_again(server, options.file);
+      throw;
+    }
+  });
+  tell(common, options, plan.size(), places.samples);
+}
+
+void add_import_commands(CLI::App& program, const common_options& common) {
+  CLI::App* parent = program.add_subcommand("import", "Make a file with its variables from a CSV table");
+  parent->require_subcommand(1);
+  add_points_import(*parent, common);
+  add_grid_import(*parent, common);
+  add_lines_import(*parent, common);
+}
+
+}  // namespace qrd::command

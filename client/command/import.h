@@ -1,0 +1,72 @@
+// What the imports of points, grids and lines have in common.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/command/cells.h"
+#include "client/command/column.h"
+#include "client/command/options.h"
+#include "client/command/session.h"
+#include "client/csv.h"
+
+namespace qrd::command {
+
+struct import_options {
+  std::string study;
+  std::string directory;
+  std::string file;
+  std::string table;
+  std::vector<std::string> columns;  // empty: all
+  std::vector<std::string> skipped;
+  std::vector<std::string> texts;  // columns that are texts even if all their cells are numbers
+  std::vector<std::string> bits;   // "BITS" for all, "COLUMN=BITS" for one
+  std::vector<std::string> units;  // "COLUMN=SYMBOL"
+  std::string coordinate_unit = "m";
+  missing_cells missing;
+};
+void add_import_options(CLI::App& command, import_options& options);
+
+// One variable to be made from one column. A column named "stem[12]" or "stem{gold}" belongs to a macro
+// variable.
+struct planned_variable {
+  std::string title;
+  variable_name variable;
+  std::int32_t bits = 64;       // of a number
+  std::int32_t characters = 0;  // of a text; 0 for a number
+  std::string unit;
+};
+
+// Which variables a table becomes. Every cell is checked, so that nothing is made from a table that does not
+// fit. `places` are columns that have gone into the geometry already; they become variables only if asked for
+// by name.
+std::vector<planned_variable> plan_variables(const client::csv_table& table, const import_options& options,
+                                             const std::vector<std::string>& places);
+
+// Where each row stands among the samples of the file, from 0.
+struct sample_places {
+  std::int64_t samples = 0;
+  std::vector<std::size_t> of_row;
+};
+
+// What the making of a file gets, and tells.
+struct file_making {
+  client::connection& server;
+  std::function<void(double part)> show;
+  bool made = false;  // the file is there, and is ours to delete if the rest fails
+};
+
+// Makes the file by `make` in the directory, makes and fills the variables in it, and deletes the file again
+// if anything of that fails. Tells what was made.
+void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
+                 const std::vector<planned_variable>& plan, const sample_places& places,
+                 const std::function<void(file_making&)>& make);
+
+void add_points_import(CLI::App& parent, const common_options& common);
+void add_grid_import(CLI::App& parent, const common_options& common);
+void add_lines_import(CLI::App& parent, const common_options& common);
+
+}  // namespace qrd::command

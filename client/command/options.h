@@ -1,0 +1,26 @@
+// The options that all subcommands share, and the subcommands.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace qrd::command {
+
+struct common_options {
+  std::string server;  // HOST or HOST:PORT; empty: one of its own
+  std::string root;
+  bool json = false;
+  bool quiet = false;
+  int timeout = 600;  // seconds of silence; 0: none
+};
+
+// Each adds its subcommands to the program. `common` has to outlive the parsing.
+void add_list_commands(CLI::App& program, const common_options& common);    // ls, info
+void add_read_commands(CLI::App& program, const common_options& common);    // read, export
+void add_stat_command(CLI::App& program, const common_options& common);     // stat
+void add_write_command(CLI::App& program, const common_options& common);    // write
+void add_create_commands(CLI::App& program, const common_options& common);  // new, link
+void add_remove_command(CLI::App& program, const common_options& common);   // rm
+void add_import_commands(CLI::App& program, const common_options& common);  // import
+
+}  // namespace qrd::command

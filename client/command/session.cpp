@@ -1,0 +1,122 @@
+#include "client/command/session.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <filesystem>
+#include <utility>
+
+#include "client/error.h"
+
+namespace qrd::command {
+
+namespace {
+
+constexpr std::uint16_t default_port = 5500;
+
+std::pair<std::string, std::uint16_t> parse_place(const std::string& place) {
+  const std::size_t split = place.rfind(':');
+  if (split == std::string::npos) return {place, default_port};
+  const std::string number = place.substr(split + 1);
+  std::uint16_t port = 0;
+  const auto [end, problem] = std::from_chars(number.data(), number.data() + number.size(), port);
+  if (problem != std::errc() || end != number.data() + number.size() || port == 0 || split == 0)
+    throw client::error("--server needs HOST:PORT, not \"" + place + "\"");
+  return {place.substr(0, split), port};
+}
+
+// A file without a name for what the server prints. Its name is there until the server has opened it.
+struct output_file {
+  std::string path = (std::filesystem::temp_directory_path() / "qrd_XXXXXX").string();
+  int descriptor = mkostemp(path.data(), O_CLOEXEC);
+  output_file() = default;
+  output_file(const output_file&) = delete;
+  output_file& operator=(const output_file&) = delete;
+  ~output_file() {
+    if (descriptor >= 0) unlink(path.c_str());
+  }
+};
+
+std::string last_line(int descriptor) {
+  constexpr off_t looked_at = 2000;
+  const off_t size = lseek(descriptor, 0, SEEK_END);
+  if (size <= 0) return {};
+  std::string text(static_cast<std::size_t>(std::min(size, looked_at)), '\0');
+  const ssize_t got = pread(descriptor, text.data(), text.size(), size - static_cast<off_t>(text.size()));
+  text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+  const std::size_t line_end = text.rfind('\n');
+  return line_end == std::string::npos ? text : text.substr(line_end + 1);
+}
+
+}  // namespace
+
+session::session(const common_options& common, root_use use) {
+  client::connection_options options;
+  options.timeout = std::chrono::seconds(common.timeout);
+  if (!common.server.empty()) {
+    const auto [host, port] = parse_place(common.server);
+    options.new_session = true;
+    connection_.emplace(client::connection::connect(host, port, options));
+    connection_->open_root(common.root);
+    return;
+  }
+  if (common.root.empty() && std::getenv("QRD_INIT") == nullptr)
+    throw client::error("no database: give --root DIR or --server HOST:PORT");
+
+  std::string root = common.root;
+  client::server_options server;
+  if (!root.empty()) {
+    root = std::filesystem::absolute(root).lexically_normal().string();
+    // A server makes nothing but its default root.
+    if (use == root_use::made_if_missing && access((root + "/study_names.def").c_str(), R_OK) != 0)
+      server.environment.emplace_back("QRD_INIT", std::exchange(root, ""));
+  }
+  output_file output;
+  if (output.descriptor >= 0) server.output_file = output.path;
+  output_ = output.descriptor;
+  try {
+    process_.emplace(server);
+  } catch (const client::error& problem) {
+    const std::string words = last_words();
+    if (output_ >= 0) close(output_);
+    throw client::error(problem.what() + (words.empty() ? words : ": " + words));
+  }
+  connection_.emplace(process_->connect(options));
+  try {
+    connection_->open_root(root);
+  } catch (const client::protocol_error& problem) {
+    throw client::error(std::string(problem.what()) + ": " + last_words());
+  }
+}
+
+session::~session() {
+  connection_.reset();
+  // The server takes a second to end after its goodbye; nothing depends on it any more.
+  if (process_) process_->leave();
+  if (output_ >= 0) close(output_);
+}
+
+std::string session::last_words() const {
+  if (output_ < 0) return {};
+  // The server may just be about to say why.
+  constexpr useconds_t time_to_speak = 100000;
+  usleep(time_to_speak);
+  return last_line(output_);
+}
+
+void with_session(const common_options& common, const std::function<void(session&)>& act, root_use use) {
+  session opened(common, use);
+  try {
+    act(opened);
+  } catch (const client::protocol_error& problem) {
+    const std::string words = opened.last_words();
+    if (words.empty()) throw;
+    throw client::error(std::string(problem.what()) + ": " + words);
+  }
+}
+
+}  // namespace qrd::command

@@ -1,0 +1,145 @@
+// qrd stat: what the values of a variable are like.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <unordered_set>
+
+#include "client/command/column.h"
+#include "client/command/options.h"
+#include "client/command/session.h"
+#include "client/numbers.h"
+
+namespace qrd::command {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+struct stat_options {
+  place_options place;
+  std::vector<std::string> variables;
+};
+
+// Mean and squared deviation in one pass, without the loss that a sum of squares has (Welford 1962).
+class number_summary {
+ public:
+  void add(const client::float_samples& samples) {
+    for (const double value : samples.values) {
+      ++count_;
+      if (value == samples.missing) {
+        ++missing_;
+        continue;
+      }
+      minimum_ = std::min(minimum_, value);
+      maximum_ = std::max(maximum_, value);
+      sum_ += value;
+      const double step = value - mean_;
+      mean_ += step / static_cast<double>(count_ - missing_);
+      deviation_ += step * (value - mean_);
+    }
+  }
+
+  json told() const {
+    json result = {{"count", count_}, {"missing", missing_}};
+    if (count_ == missing_) return result;
+    result["minimum"] = minimum_;
+    result["maximum"] = maximum_;
+    result["sum"] = sum_;
+    result["mean"] = mean_;
+    result["standard deviation"] = std::sqrt(deviation_ / static_cast<double>(count_ - missing_));
+    return result;
+  }
+
+ private:
+  std::int64_t count_ = 0;
+  std::int64_t missing_ = 0;
+  double minimum_ = HUGE_VAL;
+  double maximum_ = -HUGE_VAL;
+  double sum_ = 0;
+  double mean_ = 0;
+  double deviation_ = 0;
+};
+
+class text_summary {
+ public:
+  void add(const client::text_samples& samples) {
+    for (const std::string& text : samples.values) {
+      ++count_;
+      if (text.empty())
+        ++blank_;
+      else
+        distinct_.insert(text);
+    }
+  }
+
+  json told() const { return {{"count", count_}, {"blank", blank_}, {"distinct", distinct_.size()}}; }
+
+ private:
+  std::int64_t count_ = 0;
+  std::int64_t blank_ = 0;
+  std::unordered_set<std::string> distinct_;
+};
+
+json summarise(client::connection& server, const column& chosen,
+               const std::optional<client::sample_range>& range, const place_options& place, bool quiet) {
+  number_summary numbers;
+  text_summary texts;
+  if (range)
+    read_pieces(server, {chosen}, *range, place.use(), quiet, [&](const std::vector<column_values>& values) {
+      if (chosen.is_text())
+        texts.add(values[0].texts);
+      else
+        numbers.add(values[0].numbers);
+    });
+  json result = {{"variable", chosen.title}};
+  result.update(chosen.is_text() ? texts.told() : numbers.told());
+  return result;
+}
+
+void print_summary(const json& summary) {
+  for (const auto& [key, value] : summary.items()) {
+    if (key == "variable")
+      std::printf("%s\n", value.get_ref<const std::string&>().c_str());
+    else
+      std::printf(
+          "  %-20s%s\n", key.c_str(),
+          value.is_number_float() ? client::number_text(value.get<double>()).c_str() : value.dump().c_str());
+  }
+}
+
+void tell(const common_options& common, const stat_options& options) {
+  with_session(common, [&](session& server) {
+    open_place(*server, options.place);
+    const auto range = wanted_range(*server, options.place, server->file_info().samples);
+    json all = json::array();
+    for (const std::string& name : options.variables) {
+      const column chosen = open_column(*server, name, options.place.index);
+      all.push_back(summarise(*server, chosen, range, options.place, common.quiet));
+    }
+    if (common.json)
+      std::printf("%s\n", all.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+    else
+      for (const json& one : all) print_summary(one);
+  });
+}
+
+}  // namespace
+
+void add_stat_command(CLI::App& program, const common_options& common) {
+  CLI::App* command = program.add_subcommand(
+      "stat",
+      "Count, missing values, minimum, maximum, sum, mean, standard deviation (divided by the count)");
+  auto options = std::make_shared<stat_options>();
+  add_file_arguments(*command, options->place);
+  command->add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
+      ->required()
+      ->type_name("VARIABLE");
+  add_range_options(*command, options->place);
+  command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
+  add_unit_options(*command, options->place);
+  command->callback([options, &common] { tell(common, *options); });
+}
+
+}  // namespace qrd::command
