@@ -116,7 +116,7 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
 }
 
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        double* values, std::int64_t available) {
+                        const double* values, std::int64_t available) {
   range_transfer range("qd_write_float_free", io, first, last);
   if (!range.addressable()) return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) qd_require_numeric(range.entry(v).bit_length);
