@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/console.h"
+#include "support/temporary_directory.h"
+#include "util/qu_file.h"
+
+namespace qrd::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Directory : public testing::Test {
+ protected:
+  temporary_directory folder_;
+  std::string tree_ = folder_ / "TREE";
+};
+
+std::string parent_of(const std::string& path) {
+  std::vector<char> room(path.size() + 2);
+  std::string parent = qu_file_dirname(path.c_str(), room.data());
+  std::copy(path.c_str(), path.c_str() + path.size() + 1, room.data());
+  EXPECT_STREQ(qu_file_dirname(room.data(), room.data()), parent.c_str());
+  return parent;
+}
+
+TEST(Dirname, TakesBothSeparators) {
+  EXPECT_EQ(parent_of("abc"), ".");
+  EXPECT_EQ(parent_of("/abc"), "/");
+  EXPECT_EQ(parent_of("\\abc"), "\\");
+  EXPECT_EQ(parent_of("a/b/"), "a");
+  EXPECT_EQ(parent_of("a\\b"), "a");
+  EXPECT_EQ(parent_of("/a/b/c"), "/a/b");
+  EXPECT_EQ(parent_of("/"), "/");
+  EXPECT_EQ(parent_of(""), ".");
+  EXPECT_EQ(parent_of("a/"), ".");
+}
+
+TEST_F(Directory, IsOneWithTrailingSeparatorsToo) {
+  std::string root = folder_.path().string();
+  for (const char* tail : {"", "/", "//", "\\", "/\\"})
+    EXPECT_EQ(qu_file_isdirectory((root + tail).c_str()), 1);
+  write_file(folder_ / "F", "");
+  EXPECT_EQ(qu_file_isdirectory((folder_ / "F").c_str()), 0);
+  EXPECT_EQ(qu_file_isdirectory((folder_ / "F/").c_str()), 0);
+  EXPECT_EQ(qu_file_isdirectory(""), 0);
+}
+
+TEST_F(Directory, IsMadeWithItsParents) {
+  std::string deep = folder_ / "a/b/c";
+  EXPECT_EQ(qu_file_mkdir(deep.c_str(), true), 0);
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_mkdir(deep.c_str(), true), 1); }), "");
+  std::string report = console_of([&] { EXPECT_EQ(qu_file_mkdir((folder_ / "x/y").c_str(), false), 2); });
+  EXPECT_EQ(report,
+            "WARNING: AN ERROR OCCURED WHEN CREATING A DIRECTORY\n"
+            "IN THE VELMAR FILE SYSTEM... DIRECTORY NAME:\n" +
+                (folder_ / "x/y") +
+                "\n\nSYSTEM ERROR MESSAGE: \nNo such file or directory\n\n"
+                "CHECK DISK SPACE AND DISK QUOTAS\n");
+  write_file(folder_ / "F", "");
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_mkdir((folder_ / "F/y").c_str(), true), 2); }),
+            (folder_ / "F") + " already exists and is not a directory\n");
+}
+
+TEST_F(Directory, ListingIsReadAtOnce) {
+  write_file(folder_ / "A", "");
+  directory_listing listing(folder_.path().c_str());
+  write_file(folder_ / "B", "");
+  std::vector<std::string> names;
+  while (const char* name = listing.next()) names.emplace_back(name);
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{".", "..", "A"}));
+  EXPECT_EQ(listing.next(), nullptr);
+  EXPECT_FALSE(directory_listing((folder_ / "none").c_str()));
+  EXPECT_FALSE(directory_listing((folder_ / "A").c_str()));
+}
+
+TEST_F(Directory, DeletionNeverFollowsALink) {
+  fs::create_directories(fs::path(tree_) / "sub/deep");
+  fs::create_directory(folder_ / "kept");
+  write_file(folder_ / "kept/file", "x");
+  write_file(tree_ + "/sub/deep/file", "x");
+  fs::create_symlink(folder_ / "kept", tree_ + "/sub/link");
+  fs::create_symlink(folder_ / "nowhere", tree_ + "/dangling");
+
+  EXPECT_EQ(qu_file_delete_tree((folder_ / "kept/file").c_str(), true), 0);
+  EXPECT_EQ(qu_file_delete_tree(tree_.c_str(), false), 1);
+  EXPECT_TRUE(fs::is_empty(tree_));
+  EXPECT_EQ(qu_file_delete_tree(tree_.c_str(), true), 1);
+  EXPECT_FALSE(fs::exists(tree_));
+  EXPECT_EQ(qu_file_delete_tree(tree_.c_str(), true), 0);
+
+  fs::create_symlink(folder_ / "kept", tree_);
+  EXPECT_EQ(qu_file_delete_tree((tree_ + "/").c_str(), false), 0);
+  EXPECT_EQ(qu_file_delete_tree((tree_ + "/").c_str(), true), 1);
+  EXPECT_FALSE(fs::is_symlink(tree_));
+  EXPECT_EQ(read_file(folder_ / "kept/file"), "x");
+}
+
+TEST_F(Directory, CopyPassesOverLinksAndPipes) {
+  fs::create_directories(fs::path(tree_) / "sub");
+  write_file(tree_ + "/sub/file", "content");
+  fs::create_symlink("file", tree_ + "/sub/link");
+  ASSERT_EQ(mkfifo((tree_ + "/pipe").c_str(), 0600), 0);
+  std::string copy = folder_ / "COPY";
+  fs::create_directory(copy);
+  write_file(copy + "/old", "");
+
+  EXPECT_EQ(qu_dir_copy(tree_.c_str(), copy.c_str()), 0);
+  EXPECT_EQ(read_file(copy + "/sub/file"), "content");
+  EXPECT_EQ(std::distance(fs::recursive_directory_iterator(copy), {}), 2);
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_dir_copy(copy.c_str(), copy.c_str()), 1); }),
+            "Copy directory error: source and target are identical\n");
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_dir_copy((folder_ / "none").c_str(), copy.c_str()), 1); }),
+            "WARNING: CANNOT OPEN DIRECTORY\n" + (folder_ / "none") +
+                "\n\nSYSTEM ERROR MESSAGE:\n\nNo such file or directory\n");
+  EXPECT_TRUE(fs::exists(copy));
+}
+
+}  // namespace
+}  // namespace qrd::test

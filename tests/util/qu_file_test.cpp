@@ -1,0 +1,188 @@
+#include "util/qu_file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/console.h"
+#include "support/file_size_limit.h"
+#include "support/temporary_directory.h"
+#include "util/qu_memory.h"
+#include "util/qu_string.h"
+
+namespace qrd::test {
+namespace {
+
+class File : public testing::Test {
+ protected:
+  temporary_directory folder_;
+  std::string path_ = folder_ / "A";
+};
+
+TEST_F(File, RefusesNamesThatOtherPlatformsCannotHold) {
+  auto opens = [&](const std::string& name) {
+    file_stream stream(qu_file_open_n(name.c_str(), write_binary));
+    return static_cast<bool>(stream);
+  };
+  std::string report = console_of([&] {
+    for (char c : std::string("?*|\"<>")) EXPECT_FALSE(opens(folder_ / (std::string("a") + c))) << c;
+    EXPECT_FALSE(opens(folder_ / "X:Y"));
+  });
+  EXPECT_NE(report.find("File name \"" + (folder_ / "X:Y") + "\" contains invalid characters\n"),
+            std::string::npos);
+  std::filesystem::current_path(folder_.path());
+  EXPECT_TRUE(opens("A:B"));
+  EXPECT_TRUE(opens("ab:c"));
+  EXPECT_FALSE(opens("abc:"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
+}
+
+TEST_F(File, OpensCloseOnExecAndNoDirectory) {
+  write_file(path_, "text");
+  for (int mode = read_text; mode <= write_binary + 1; mode++) {
+    file_stream stream(qu_file_open_n(path_.c_str(), static_cast<file_mode>(mode)));
+    ASSERT_TRUE(stream) << mode;
+    EXPECT_EQ(fcntl(fileno(stream.get()), F_GETFD), FD_CLOEXEC) << mode;
+    EXPECT_EQ(qu_file_open_n(folder_.path().c_str(), static_cast<file_mode>(mode)), nullptr) << mode;
+  }
+  EXPECT_FATAL(qu_file_open_f(folder_.path().c_str(), read_binary),
+               "WARNING: A FATAL ERROR OCCURED WHEN OPENING A FILE\n"
+               "IN THE VELMAR FILE SYSTEM... FILE NAME:\n.*\n\nSYSTEM ERROR MESSAGE:\nIs a directory\n"
+               "FATAL ERROR in qu_file_open_f while opening:\n(.*\n)*.*Please proceed with a Workspace");
+  EXPECT_FALSE(qu_file_readable(folder_.path().c_str()));
+  EXPECT_TRUE(qu_path_readable(folder_.path().c_str()));
+  EXPECT_TRUE(qu_file_readable(path_.c_str()));
+}
+
+TEST_F(File, JudgesTextByItsFirst1024Bytes) {
+  write_file(path_, std::string(1023, '\xE9') + '\0');
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_open_n(path_.c_str(), read_text), nullptr); }),
+            "Warning: File named " + path_ +
+                " seems to be a binary when an ASCII file was expected.\n"
+                "-------  Reading cancelled.\n");
+  EXPECT_TRUE(file_stream(qu_file_open_f(path_.c_str(), read_text)));
+  EXPECT_TRUE(file_stream(qu_file_open_n(path_.c_str(), read_binary)));
+  write_file(path_, "ab\t\r\n" + std::string(1019, 'x') + '\0');
+  file_stream stream(qu_file_open_n(path_.c_str(), update_text));
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(std::fgetc(stream.get()), 'a');
+  write_file(path_, "");
+  stream = file_stream(qu_file_open_n(path_.c_str(), read_text));
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(std::fgetc(stream.get()), EOF);
+}
+
+std::vector<std::string> lines(const std::string& path, bool keep_line_end) {
+  std::vector<std::string> all;
+  file_stream stream(qu_file_open_f(path.c_str(), read_binary));
+  char* buffer = nullptr;
+  std::int64_t size = 0;
+  while (const char* line = qu_file_next_line_r(stream.get(), keep_line_end, &buffer, &size))
+    all.emplace_back(line);
+  EXPECT_EQ(buffer, nullptr);
+  EXPECT_EQ(size, 0);
+  return all;
+}
+
+TEST_F(File, ReadsLinesOfAnyLength) {
+  std::uint64_t start = UV_MEM_SIZE;
+  std::string longest(5000, 'x');
+  for (std::size_t length : {998U, 999U, 1000U, 1998U, 1999U, 2000U}) {
+    std::string line(length, 'y');
+    write_file(path_, line);
+    EXPECT_EQ(lines(path_, false), std::vector<std::string>{line});
+    EXPECT_EQ(lines(path_, true), std::vector<std::string>{line + "\n"});
+    write_file(path_, line + "\n" + longest + "\r\n");
+    EXPECT_EQ(lines(path_, false), (std::vector<std::string>{line, longest}));
+    EXPECT_EQ(lines(path_, true), (std::vector<std::string>{line + "\n", longest + "\n"}));
+  }
+  write_file(path_, std::string("\r\n\n a\rb \nend\0\nc\nd", 17));
+  EXPECT_EQ(lines(path_, false), (std::vector<std::string>{"", "", " a\rb ", "endc", "d"}));
+  write_file(path_, "");
+  EXPECT_TRUE(lines(path_, true).empty());
+  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(qu_file_next_line(nullptr, true), nullptr);
+}
+
+TEST_F(File, KeepsTheBufferFromLineToLine) {
+  write_file(path_, std::string(998, 'x') + "\n" + std::string(999, 'y') + "\n");
+  file_stream stream(qu_file_open_f(path_.c_str(), read_binary));
+  char* buffer = nullptr;
+  std::int64_t size = 0;
+  qu_file_next_line_r(stream.get(), false, &buffer, &size);
+  EXPECT_EQ(size, 1000);
+  qu_file_next_line_r(stream.get(), false, &buffer, &size);
+  EXPECT_EQ(size, 2000);
+  qu_file_next_line_r(nullptr, false, &buffer, &size);
+  EXPECT_EQ(buffer, nullptr);
+}
+
+TEST_F(File, KnowsHowManyMoreFilesCanBeOpened) {
+  write_file(path_, "");
+  qu_path_join(handle_test_path, {path_});
+  EXPECT_EQ(qu_test_open_file(2), 1);
+  EXPECT_EQ(qu_test_open_file(513), 0);
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  rlimit few{24, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &few);
+  EXPECT_EQ(qu_test_open_file(30), 0);
+  EXPECT_EQ(qu_test_open_file(2), 1);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_FATAL(
+      {
+        handle_test_path[0] = '\0';
+        qu_test_open_file(1);
+      },
+      "SYSTEM ERROR MESSAGE:\nNo such file or directory\n\n\nFatal Software Error\n"
+      "FATAL ERROR in qu_test_open_file\n");
+}
+
+TEST_F(File, CopiesAndAppends) {
+  std::string content(70000, 'c');
+  write_file(path_, content);
+  EXPECT_EQ(qu_file_copy(path_.c_str(), (folder_ / "B").c_str()), 1);
+  EXPECT_EQ(qu_file_concat(path_.c_str(), (folder_ / "B").c_str()), 1);
+  EXPECT_EQ(read_file(folder_ / "B"), content + content);
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_copy(path_.c_str(), (folder_ / "no/B").c_str()), 0); }),
+            "Unable to create the new file " + (folder_ / "no/B") + "\n\n");
+  EXPECT_FATAL(qu_file_copy((folder_ / "no").c_str(), "x"), "No 1 in function qu_file_copy");
+  EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "C"), 1);
+  EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "D"), 0);
+  EXPECT_EQ(read_file(folder_ / "C").size(), 140000U);
+}
+
+TEST_F(File, AFullDiskRemovesTheCopy) {
+  write_file(path_, std::string(200000, 'c'));
+  EXPECT_EXIT(
+      {
+        limit_file_size(70000);
+        console_on_stderr();
+        int result = qu_file_copy(path_.c_str(), (folder_ / "B").c_str());
+        _exit(result == 0 && access((folder_ / "B").c_str(), F_OK) != 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0),
+      "WARNING: UNABLE TO COPY INTO THE NEW FILE\n .*\n\n         CHECK DISK SPACE AND DISK QUOTAS.\n");
+}
+
+TEST_F(File, SeeksFromAnyOrigin) {
+  file_stream stream(qu_file_open_f(path_.c_str(), write_read_binary));
+  std::fputs("0123456789", stream.get());
+  EXPECT_EQ(qu_file_seek(stream.get(), -3, 2), 0);
+  EXPECT_EQ(qu_file_tell(stream.get()), 7);
+  EXPECT_EQ(qu_file_seek(stream.get(), -2, 1), 0);
+  EXPECT_EQ(std::fgetc(stream.get()), '5');
+  EXPECT_EQ(qu_file_seek(stream.get(), std::int64_t{5} << 32, 0), 0);
+  EXPECT_EQ(qu_file_tell(stream.get()), std::int64_t{5} << 32);
+  EXPECT_NE(qu_file_seek(stream.get(), -1, 0), 0);
+}
+
+}  // namespace
+}  // namespace qrd::test

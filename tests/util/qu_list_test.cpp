@@ -1,0 +1,127 @@
+#include "util/qu_list.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "support/console.h"
+#include "util/qu_memory.h"
+
+namespace qrd::test {
+namespace {
+
+const char* const end_mark = reinterpret_cast<const char*>(13);
+
+TEST(List, ArrayOf40SlotsHolds38Strings) {
+  std::uint64_t start = UV_MEM_SIZE;
+  qu_list list = nullptr;
+  for (int i = 0; i < 38; i++) list = qu_list_add("f", 1, list, 50, "x");
+  EXPECT_EQ(list[38], nullptr);
+  EXPECT_EQ(list[39], end_mark);
+  EXPECT_EQ(UV_MEM_SIZE, start + 40 * sizeof(char*) + 38 * 2);
+  list = qu_list_add("f", 1, list, 50, "last");
+  EXPECT_STREQ(list[38], "last");
+  EXPECT_EQ(std::count(list + 39, list + 79, nullptr), 40);
+  EXPECT_EQ(list[79], end_mark);
+  EXPECT_EQ(UV_MEM_SIZE, start + 80 * sizeof(char*) + 38 * 2 + 5);
+  EXPECT_EQ(qu_list_free("f", 1, list), nullptr);
+  EXPECT_EQ(UV_MEM_SIZE, start);
+}
+
+TEST(List, CutsToTheRoom) {
+  std::uint64_t start = UV_MEM_SIZE;
+  {
+    string_list list;
+    list.add("abcdefg", 5);
+    EXPECT_STREQ(list[0], "abcd");
+    qu_list_modify("f", 1, list.get(), 0, 50, "abcdefg");
+    EXPECT_STREQ(list[0], "abcdefg");
+    qu_list_modify("f", 1, list.get(), 0, 3, list[0] + 2);
+    EXPECT_STREQ(list[0], "cd");
+  }
+  EXPECT_EQ(UV_MEM_SIZE, start);
+}
+
+TEST(List, FindsAndDeletes) {
+  string_list list;
+  EXPECT_EQ(list.count(), 0);
+  EXPECT_EQ(list.find("a", -5), -5);
+  for (const char* text : {"a", "b", "c", "b"}) list.add(text, 50);
+  EXPECT_EQ(list.find("b"), 1);
+  EXPECT_EQ(qu_list_get(list.get(), 4), nullptr);
+  EXPECT_EQ(qu_list_get(list.get(), -1), nullptr);
+  list.erase(1);
+  EXPECT_EQ(list.count(), 3);
+  EXPECT_STREQ(list[1], "c");
+  EXPECT_STREQ(list[2], "b");
+  list.erase(0);
+  list.erase(0);
+  list.erase(0);
+  EXPECT_EQ(list.get(), nullptr);
+}
+
+TEST(List, SortsInByteOrderFromARank) {
+  string_list list;
+  for (const char* text : {"z", "\xC3\xA9", "b", "B", "a"}) list.add(text, 50);
+  list.sort(1);
+  std::vector<std::string> sorted(list.get(), list.get() + 5);
+  EXPECT_EQ(sorted, (std::vector<std::string>{"z", "B", "a", "b", "\xC3\xA9"}));
+  list.sort(9);
+}
+
+TEST(List, ResizesWithFillersOf49Characters) {
+  std::uint64_t start = UV_MEM_SIZE;
+  {
+    string_list list;
+    list.add("one", 50);
+    list.add("two", 50);
+    std::string filler(60, 'f');
+    list = string_list(qu_list_resize("f", 1, list.release(), 4, 3, filler.c_str()));
+    EXPECT_STREQ(list[1], "two");
+    EXPECT_EQ(list[2], std::string(49, 'f'));
+    list = string_list(qu_list_resize("f", 1, list.release(), 3, 1, ""));
+    EXPECT_STREQ(list[0], "on");
+    EXPECT_EQ(qu_list_resize("f", 1, list.release(), 50, 0, ""), nullptr);
+  }
+  EXPECT_EQ(UV_MEM_SIZE, start);
+}
+
+TEST(List, MisuseIsFatal) {
+  string_list list;
+  list.add("a", 50);
+  EXPECT_FATAL(qu_list_modify("f", 1, nullptr, 0, 50, "x"), "No 1 in function qu_list_modify");
+  EXPECT_FATAL(qu_list_modify("f", 1, list.get(), 1, 50, "x"), "No 2 in function qu_list_modify");
+  EXPECT_FATAL(qu_list_delete("f", 1, nullptr, 0), "No 1 in function qu_list_delete");
+  EXPECT_FATAL(qu_list_delete("f", 1, list.get(), 1),
+               "The rank of the element is superior to the number of element");
+}
+
+TEST(Sort, MovesTheCompanionAlong) {
+  qu_sort_init(1);
+  for (int count : {1, 2, 10, 11, 1000}) {
+    std::vector<std::int64_t> keys, ranks(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; i++) keys.push_back((i * 7919) % 1009 - 500);
+    std::iota(ranks.begin(), ranks.end(), 0);
+    const std::vector<std::int64_t> before = keys;
+
+    EXPECT_EQ(qu_sort(0, -1, count, keys.data(), ranks.data()), 1);
+    EXPECT_EQ(keys, before);
+    std::vector<std::int64_t> by_rank;
+    for (std::int64_t rank : ranks) by_rank.push_back(before[static_cast<std::size_t>(rank)]);
+    EXPECT_TRUE(std::is_sorted(by_rank.begin(), by_rank.end()));
+
+    std::iota(ranks.begin(), ranks.end(), 0);
+    EXPECT_EQ(qu_sort(0, 0, count, keys.data(), ranks.data()), 1);
+    EXPECT_EQ(keys, by_rank);
+    keys = before;
+    EXPECT_EQ(qu_sort(3, 0, count, keys.data(), nullptr), 1);
+    EXPECT_EQ(keys, by_rank);
+  }
+  EXPECT_EQ(qu_sort(0, 1, 0, nullptr, nullptr), 1);
+}
+
+}  // namespace
+}  // namespace qrd::test

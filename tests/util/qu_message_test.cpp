@@ -1,0 +1,61 @@
+#include "util/qu_message.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+TEST(Message, FinishedTextIsReadOnceMoreAsAFormat) {
+  EXPECT_EQ(console_of([] { qu_message("%s", "100%% of %d and %-08.3lf%s%n"); }), "100% of  and \n");
+  EXPECT_EQ(console_of([] { qu_message("%s", "half%"); }), "half\n");
+  EXPECT_EQ(console_of([] { qu_message("%s", "a%!b%I64dc"); }), "a!bc\n");
+  EXPECT_EQ(console_of([] { qu_message("%d%%%%", 7); }), "7%\n");
+}
+
+TEST(Message, IsCutAtAThousandCharacters) {
+  std::string longest(1000, 'x');
+  EXPECT_EQ(console_of([&] { qu_message("%s", (longest + "y").c_str()); }), longest + "\n");
+}
+
+TEST(Fatal, SaysItsTextWholeAndEndsWithStatus1) {
+  EXPECT_FATAL(qu_fatal("cannot %s 100%%d", "read"), "^\n\nFatal Software Error\ncannot read 100%d\n\n$");
+  EXPECT_FATAL(qu_fatal_number("qd_end", 7),
+               "\nFatal Software Error\nFatal Software Error No 7 in function qd_end\\(\\)\n\n\n");
+  EXPECT_FATAL(qu_strerror(2), "Programming Error: Call qu_strerror\\(\\) with invalid mode");
+  EXPECT_FATAL(qu_recover_advice(true), "Fatal Software Error\nPlease proceed with a Workspace Recover");
+}
+
+TEST(Fatal, EndsTheStudyOnceEvenIfThatFails) {
+  auto end_study = [](int strict) {
+    qu_message("strict %d", strict);
+    qu_fatal_number("hook", 1);
+  };
+  EXPECT_EXIT(
+      {
+        console_on_stderr();
+        qu_exit_hook = end_study;
+        qu_fatal("first");
+      },
+      testing::ExitedWithCode(1), "first\n\nstrict 0\n\n\nFatal Software Error\n.*No 1 in function hook");
+  EXPECT_EXIT(
+      {
+        console_on_stderr();
+        qu_exit_hook = [](int strict) { qu_message("strict %d", strict); };
+        qu_exit(0);
+      },
+      testing::ExitedWithCode(0), "strict 1\n");
+}
+
+TEST(Strerror, KeepsErrno) {
+  errno = ENOENT;
+  EXPECT_STREQ(qu_strerror(1), "No such file or directory");
+  EXPECT_EQ(errno, ENOENT);
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,130 @@
+#include "util/qu_string.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+TEST(BoundedCopy, MarksACutWithAStar) {
+  char room[12] = "###########";
+  qu_string_copy("123456789", 10, room);
+  EXPECT_STREQ(room, "123456789");
+  qu_string_copy("1234567890", 10, room);
+  EXPECT_STREQ(room, "12345678*");
+  EXPECT_EQ(room[10], '#');
+
+  qu_string_copy("abc", 10, room);
+  qu_string_append("defghi", 10, room);
+  EXPECT_STREQ(room, "abcdefghi");
+  qu_string_append("", 10, room);
+  EXPECT_STREQ(room, "abcdefghi");
+  qu_string_append("j", 10, room);
+  EXPECT_STREQ(room, "abcdefgh*");
+  char full[4] = {'a', 'b', 'c', 'd'};
+  qu_string_append("e", 4, full);
+  EXPECT_STREQ(full, "ab*");
+}
+
+TEST(PathJoin, CutsWithoutAMark) {
+  char path[8] = "";
+  qu_path_join(path, {"ab", "/", "cdef"});
+  EXPECT_STREQ(path, "ab/cdef");
+  qu_path_join(path, {"ab", "/", "cdefg", "h"});
+  EXPECT_STREQ(path, "ab/cdef");
+  qu_path_join(path, {"abc"});
+  qu_path_join(path, {path, "/", "x"});
+  EXPECT_STREQ(path, "abc/x");
+}
+
+TEST(Trim, RemovesBlanksAndNothingElse) {
+  std::string text = "  \ta b\t  ";
+  EXPECT_STREQ(qu_string_trim(text.data()), "\ta b\t");
+  text = "    ";
+  EXPECT_STREQ(qu_string_trim(text.data()), "");
+}
+
+struct reading {
+  int status;
+  std::int64_t result;
+  bool operator==(const reading&) const = default;
+};
+
+reading read(const char* text, double minimum, double maximum, bool blank_is_missing = false) {
+  std::int64_t result = -77;
+  int status = qu_string_to_int(text, minimum, maximum, blank_is_missing, &result);
+  return {status, result};
+}
+
+TEST(StringToInt, ReadsBlanksSignDigitsBlanks) {
+  constexpr double none = missing_double;
+  EXPECT_EQ(read("  +42  ", none, none), (reading{0, 42}));
+  EXPECT_EQ(read("-7", -10, 10), (reading{0, -7}));
+  EXPECT_EQ(read("-", none, none), (reading{0, 0}));
+  EXPECT_EQ(read("99999", 1, 99999), (reading{0, 99999}));
+  EXPECT_EQ(read("9223372036854775807", none, none), (reading{0, 9223372036854775807}));
+}
+
+TEST(StringToInt, ForcesToABound) {
+  constexpr double none = missing_double;
+  EXPECT_EQ(read("0", 1, 99999), (reading{1, 1}));
+  EXPECT_EQ(read("100000", 1, 99999), (reading{1, 99999}));
+  EXPECT_EQ(read("100000", none, 99999), (reading{1, 99999}));
+  // After bad syntax the value held before (-77) is what is compared.
+  EXPECT_EQ(read("4x", -100, 100), (reading{1, 100}));
+  EXPECT_EQ(read("4x", 1, 100), (reading{1, 1}));
+  EXPECT_EQ(read("+-4", none, none), (reading{1, 0}));
+  EXPECT_EQ(read("4 4", 5, none), (reading{1, 5}));
+  EXPECT_EQ(read("\t4", -100, none), (reading{1, -100}));
+  EXPECT_EQ(read("x", 1e300, none), (reading{1, std::numeric_limits<std::int64_t>::max()}));
+}
+
+TEST(StringToInt, BlankTexts) {
+  constexpr double none = missing_double;
+  EXPECT_EQ(read("   ", 1, 2, true), (reading{0, missing_int64}));
+  EXPECT_EQ(read("", 1, 2), (reading{1, 1}));
+  EXPECT_EQ(read("", none, 2), (reading{1, 2}));
+  EXPECT_EQ(read("", none, none), (reading{1, 0}));
+}
+
+TEST(NumberExceeds, TestsInIntegersToo) {
+  EXPECT_EQ(qu_number_exceeds("%d*%d*%d", {2097152, 2097152, 2097151}), 0);
+  EXPECT_EQ(qu_number_exceeds("%d+%d", {9223372036854775806, 1}), 0);
+  EXPECT_EQ(console_of([] {
+              EXPECT_EQ(qu_number_exceeds("%d*%d*%d", {2097152, 2097152, 2097152}), 1);
+            }),
+            "WARNING: number is too big (9223372036854775808)\n"
+            "         maximum allowed is 9223372036854775807\n");
+  console_of([] {
+    // In floating point this sum is no larger than the limit.
+    EXPECT_EQ(qu_number_exceeds("%d+%d", {9223372036854775807, 1}), 1);
+    EXPECT_EQ(qu_number_exceeds("%d*%d", {4294967296, 4294967296}), 1);
+  });
+}
+
+TEST(Environment, ReadsAndSets) {
+  char value[6] = "#####";
+  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE=12345"), 0);
+  EXPECT_STREQ(qu_getenv("QRD_TEST_VALUE", sizeof value, value), "12345");
+  EXPECT_FATAL(qu_getenv("QRD_TEST_VALUE", 5, value), "No 1 in function qu_getenv");
+  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE="), 0);
+  EXPECT_EQ(std::getenv("QRD_TEST_VALUE"), nullptr);
+  EXPECT_STREQ(qu_getenv("QRD_TEST_VALUE", sizeof value, value), "");
+  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE"), -1);
+}
+
+TEST(TimeText, HasThreeBlanksBeforeTheTime) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  char text[time_text_size];
+  qu_time_text(text, 86399);
+  EXPECT_STREQ(text, "Jan 01 1970   23:59:59");
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,108 @@
+#include "util/qu_xdr.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "support/bytes.h"
+#include "support/console.h"
+#include "support/temporary_directory.h"
+#include "util/qu_constants.h"
+#include "util/qu_file.h"
+
+namespace qrd::test {
+namespace {
+
+class Xdr : public testing::Test {
+ protected:
+  // The bytes that an operation writes.
+  std::string written(const std::function<void(XDR*)>& write) {
+    file_stream file(qu_file_open_f(path_.c_str(), write_binary));
+    xdr_stream xdr(file.get(), XDR_ENCODE);
+    EXPECT_TRUE(xdr);
+    write(xdr.get());
+    file.close();
+    return read_file(path_);
+  }
+  int read(std::string_view content, const std::function<int(XDR*)>& operation) {
+    write_file(path_, content);
+    file_stream file(qu_file_open_f(path_.c_str(), read_binary));
+    xdr_stream xdr(file.get(), XDR_DECODE);
+    return operation(xdr.get());
+  }
+
+  temporary_directory folder_;
+  std::string path_ = folder_ / "VALUES";
+};
+
+TEST_F(Xdr, Integers) {
+  std::int64_t values[] = {1, -2147483648, missing_int64, 0};
+  EXPECT_EQ(written([&](XDR* xdr) {
+              for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_int(xdr, &value));
+            }),
+            bytes().i32(1).i32(-2147483647 - 1).i32(0x7FFFFFFF).i32(0).str());
+  std::int64_t big = 2147483648;
+  EXPECT_FATAL(written([&](XDR* xdr) { qu_xdr_int(xdr, &big); }), "Too big value for a 32bits integer");
+  std::int64_t value = 5;
+  EXPECT_TRUE(read("\x7F\xFF\xFF\xFF", [&](XDR* xdr) { return qu_xdr_int(xdr, &value); }));
+  EXPECT_EQ(value, missing_int64);
+  EXPECT_TRUE(read("\xFF\xFF\xFF\xFE", [&](XDR* xdr) { return qu_xdr_int(xdr, &value); }));
+  EXPECT_EQ(value, -2);
+  EXPECT_FALSE(read("\xFF\xFF\xFF", [&](XDR* xdr) { return qu_xdr_int(xdr, &value); }));
+}
+
+int marks = 0;
+
+TEST_F(Xdr, LongsTellOfValuesBeyond32Bits) {
+  marks = 0;
+  qu_study_mark_64bit_hook = [] { marks++; };
+  std::int64_t values[] = {4294967296, -1, missing_int64, 2147483647};
+  EXPECT_EQ(written([&](XDR* xdr) {
+              for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_long(xdr, &value));
+            }),
+            bytes().i64(0x100000000).i64(-1).i64(0x7FFFFFFFFFFFFFFF).i64(0x7FFFFFFF).str());
+  qu_study_mark_64bit_hook = nullptr;
+  EXPECT_EQ(marks, 1);
+  std::int64_t value = 0;
+  EXPECT_TRUE(read(bytes().i64(-4294967297).str(), [&](XDR* xdr) { return qu_xdr_long(xdr, &value); }));
+  EXPECT_EQ(value, -4294967297);
+}
+
+TEST_F(Xdr, TextsArePaddedWithZeros) {
+  char name[50] = "Mine";
+  char odd[50] = "abcde";
+  char empty[50] = "";
+  EXPECT_EQ(written([&](XDR* xdr) {
+              EXPECT_TRUE(qu_xdr_text(xdr, name, 50));
+              EXPECT_TRUE(qu_xdr_text(xdr, odd, 50));
+              EXPECT_TRUE(qu_xdr_text(xdr, empty, 50));
+              EXPECT_FALSE(qu_xdr_text(xdr, odd, 4));
+            }),
+            bytes().i32(4).raw("Mine").i32(5).raw("abcde").repeat(3, '\0').i32(0).str());
+}
+
+TEST_F(Xdr, TextsAreCutToTheRoomAndRefusedBeyondTheLimit) {
+  char room[4] = "###";
+  std::int64_t next = 0;
+  auto both = [&](XDR* xdr) { return qu_xdr_text(xdr, room, 50) && qu_xdr_int(xdr, &next); };
+  EXPECT_TRUE(read(bytes().text("abcdefg").i32(77).str(), both));
+  EXPECT_STREQ(room, "abc");
+  EXPECT_EQ(next, 77);
+  EXPECT_TRUE(read(bytes().text(std::string(50, 'x')).i32(78).str(), both));
+  EXPECT_EQ(next, 78);
+  EXPECT_FALSE(read(bytes().text(std::string(51, 'x')).i32(79).str(), both));
+  EXPECT_FALSE(read(bytes().i32(-1).str(), both));
+  EXPECT_FALSE(read(bytes().i32(8).raw("abcdefg").str(), both));
+  EXPECT_FALSE(read(bytes().i32(2).raw("a").str(), both));
+  EXPECT_STREQ(room, "");
+}
+
+TEST_F(Xdr, DoublesAndTheEndOfTheFile) {
+  double value = 1.0;
+  EXPECT_EQ(written([&](XDR* xdr) { xdr_double(xdr, &value); }), bytes().f64(1.0).str());
+  EXPECT_FALSE(read(std::string(7, '\0'), [&](XDR* xdr) { return xdr_double(xdr, &value); }));
+}
+
+}  // namespace
+}  // namespace qrd::test
