@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "store/qd_init.h"
+#include "store/qd_placement.h"
 #include "store/qu_init.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
@@ -54,12 +55,10 @@ bool make_folders(const char* study) {
 
 // Moves a finished folder to its name, which nobody has. 0 done, 1 the name is taken, 2 failed.
 int put_in_place(const char* folder, const char* path) {
-  if (renameat2(AT_FDCWD, folder, AT_FDCWD, path, RENAME_NOREPLACE) == 0) return 0;
-  if (errno == EEXIST) return 1;
-  // Not every file system knows the flag; an empty folder of that name is then replaced.
-  if (errno != EINVAL && errno != ENOSYS) return 2;
-  if (std::rename(folder, path) == 0) return 0;
-  return errno == EEXIST || errno == ENOTEMPTY ? 1 : 2;
+  int result = renameat2(AT_FDCWD, folder, AT_FDCWD, path, RENAME_NOREPLACE);
+  if (result != 0 && (errno == EINVAL || errno == ENOSYS)) result = qd_take_name_by_creation(folder, path);
+  if (result == 0) return 0;
+  return errno == EEXIST ? 1 : 2;
 }
 
 void copy_first_words(bool first_use, const char* from, const char* to) {
