@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <zlib.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "sample_study.h"
+#include "samples/qd_lines.h"
+#include "samples/qd_read_write.h"
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr int text_bits = 24;
+const std::vector<int> numeric_bits = {1, 2, 4, 8, 16, 32, 64};
+
+// The fill of 512 samples, as other programs know it.
+std::string block_of(int bits, bool text = false) {
+  bytes block;
+  if (text) return block.repeat(static_cast<std::size_t>(64 * bits), ' ').str();
+  for (int i = 0; i < 512; ++i) {
+    if (bits == 32) block.i32(0x7EB9BF36);
+    if (bits == 64) block.i64(0x7FE5F98E6BDA7FBC);
+  }
+  if (bits < 32) block.repeat(static_cast<std::size_t>(64 * bits), bits == 2 ? '\x9F' : '\xFF');
+  return block.str();
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
+struct stored_variable {
+  std::string path;
+  std::string data;
+  std::string block;
+};
+
+std::vector<stored_variable> add_all_forms(sample_study& study, std::int64_t blocks) {
+  std::vector<stored_variable> all;
+  auto add = [&](int type, int bits, std::string block) {
+    std::string data = noise(block.size() * static_cast<std::size_t>(blocks), static_cast<unsigned>(bits));
+    std::string path = study.add("V" + std::to_string(all.size()), type, bits, data);
+    all.push_back({path, data, std::move(block)});
+  };
+  for (int bits : numeric_bits) add(VAR_FLOAT, bits, block_of(bits));
+  add(VAR_CHAR, text_bits, block_of(text_bits, true));
+  return all;
+}
+
+TEST(Append, DataFilesGrowOnlyWhenABlockIsFull) {
+  sample_study study({.samples = 510});
+  study.add_implicit("SN+ Sample Number (READONLY)", KIND_SAMPLE_NUMBER);
+  auto variables = add_all_forms(study, 1);
+  for (std::int64_t samples : {511, 512, 513, 1024, 1025}) {
+    std::int64_t before = samples == 1024 ? 513 : samples - 1;
+    ASSERT_EQ(qd_append_sample("Dir", "File", samples - before), 1);
+    if (samples == 513 || samples == 1025)
+      for (auto& variable : variables) variable.data += variable.block;
+    for (const auto& variable : variables) ASSERT_EQ(read_file(variable.path + "/DATAVAR"), variable.data);
+    std::string descriptor = read_file(study.file_path() + "/DESCR");
+    EXPECT_EQ(descriptor, sample_study::descriptor_of({.samples = samples})) << samples;
+  }
+  EXPECT_EQ(read_file(study.file_path() + "/VARI.1/DATAVAR"), "");
+}
+
+TEST(Append, AnEmptyFileGetsAllItsBlocksAtOnce) {
+  sample_study study({.samples = 0});
+  auto variables = add_all_forms(study, 0);
+  ASSERT_EQ(qd_append_sample("Dir", "File", 1025), 1);
+  for (const auto& variable : variables)
+    EXPECT_EQ(read_file(variable.path + "/DATAVAR"), repeated(variable.block, 3));
+  EXPECT_EQ(read_file(study.file_path() + "/DESCR"), sample_study::descriptor_of({.samples = 1025}));
+}
+
+TEST(Append, SelectedVariablesSeeTheNewSamples) {
+  sample_study study({.samples = 512});
+  std::string path = study.add("V", VAR_FLOAT, 8, std::string(512, '\1'));
+  bound variable("V");
+  ASSERT_EQ(qd_append_sample("Dir", "File", 2), 1);
+  double values[2] = {7.0, 9.0};
+  ASSERT_NE(qd_write_float_free(variable.io(), SEL_MASKED, 513, 514, values), 0);
+  EXPECT_EQ(read_file(path + "/DATAVAR"), std::string(512, '\1') + "\x07\x09" + std::string(510, '\xFF'));
+}
+
+TEST(Append, ACompressedDataFileIsPutBackFirst) {
+  sample_study study({.samples = 512});
+  std::string data = noise(512, 5), path = study.add("V", VAR_FLOAT, 8, "");
+  std::filesystem::remove(path + "/DATAVAR");
+  gzFile file = gzopen((path + "/DATAVAR.gz").c_str(), "wb");
+  ASSERT_EQ(gzwrite(file, data.data(), 512), 512);
+  gzclose(file);
+  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  EXPECT_EQ(read_file(path + "/DATAVAR"), data + std::string(512, '\xFF'));
+}
+
+TEST(Append, EachAppendToALinesFileIsOneLine) {
+  sample_study study({.samples = 0, .organisation = ORG_LINES_GRAVITY, .line_table = {1}});
+  std::string table = study.file_path() + "/LINE";
+  for (const char* derived : {"/RPD", "/PTD"}) write_file(study.file_path() + derived, "computed");
+  ASSERT_EQ(qd_append_sample("Dir", "File", 3), 1);
+  // An append that was interrupted before the descriptor was written leaves an entry too many.
+  write_file(table, read_file(table) + bytes().i64(99).str());
+  ASSERT_EQ(qd_append_sample("Dir", "File", 2), 1);
+  EXPECT_EQ(read_file(table), bytes().i64(1).i64(4).i64(6).str());
+  EXPECT_EQ(read_file(study.file_path() + "/DESCR"),
+            sample_study::descriptor_of(
+                {.samples = 5, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 4, 6}}));
+  EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/RPD"));
+  EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/PTD"));
+  std::vector<std::int64_t> counts;
+  ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), 1);
+  EXPECT_EQ(counts, (std::vector<std::int64_t>{3, 2}));
+}
+
+// A value that every bit length but 1 can hold exactly and that tells where it came from.
+double column_value(int bits, std::int64_t column, std::int64_t sample) {
+  std::int64_t mark = (column * 5 + sample * 3 + sample / 7) % (bits == 1 ? 2 : bits == 2 ? 3 : 15);
+  return static_cast<double>(mark);
+}
+
+std::string column_bits(int bits, std::int64_t columns, std::int64_t old_samples, std::int64_t samples) {
+  std::string all;
+  for (std::int64_t column = 0; column < columns; ++column)
+    for (std::int64_t s = 1; s <= samples; ++s)
+      all += stored_bits(s <= old_samples ? column_value(bits, column, s) : missing_double, bits);
+  return all;
+}
+
+void check_macro_growth(int bits, std::int64_t old_samples, std::int64_t added) {
+  constexpr int columns = 3;
+  SCOPED_TRACE(testing::Message() << bits << " bits, " << old_samples << " samples and " << added);
+  sample_study study({.samples = old_samples});
+  auto blocks = static_cast<int>((old_samples + 511) / 512);
+  auto new_blocks = static_cast<int>((old_samples + added + 511) / 512) - blocks;
+  std::string data = repeated(noise(block_of(bits).size(), 3), blocks * columns);
+  std::string head =
+      from_bits(column_bits(bits, columns, old_samples, old_samples) +
+                to_bits(data).substr(static_cast<std::size_t>(bits * columns * old_samples), 7));
+  std::size_t whole = static_cast<std::size_t>(bits * columns * old_samples) / 8;
+  data.replace(0, whole, head, 0, whole);
+  if (bits * columns * old_samples % 8 != 0) data[whole] = head[whole];
+  std::string path = study.add_macro("Grade[xxxxx]", bits, data, {5, 0, -7});
+
+  ASSERT_EQ(qd_append_sample("Dir", "File", added), 1);
+  std::string expected = to_bits(data + repeated(block_of(bits), new_blocks * columns));
+  std::string moved = column_bits(bits, columns, old_samples, old_samples + added);
+  expected.replace(0, moved.size(), moved);
+  EXPECT_TRUE(read_file(path + "/DATAVAR") == from_bits(expected));
+  EXPECT_EQ(read_file(path + "/MACRO"), bytes().i32(1100).i32(3).i32(5).i32(0).i32(-7).i32(0).str());
+}
+
+TEST(Append, MacroColumnsMoveToTheirNewDistance) {
+  for (int bits : numeric_bits)
+    for (std::int64_t added : {1, 3, 8, 502, 503, 1500}) check_macro_growth(bits, 10, added);
+  check_macro_growth(1, 40001, 5);
+  check_macro_growth(4, 33000, 17000);
+  check_macro_growth(16, 20000, 1);
+}
+
+TEST(Append, ASelectedMacroColumnStaysUsable) {
+  sample_study study({.samples = 4});
+  std::string data = "abcdABCD" + std::string(1016, '\xFF');
+  study.add_macro("Grade[xxxxx]", 8, data, {1, 2});
+  bound column("Grade[2]");
+  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  double values[5];
+  std::int64_t count = 0;
+  ASSERT_NE(qd_read_float_free(column.io(), SEL_MASKED, 1, 5, &count, values), 0);
+  EXPECT_EQ((std::vector<double>(values, values + 5)),
+            (std::vector<double>{'A', 'B', 'C', 'D', missing_double}));
+}
+
+// All files below a folder with their content.
+std::string tree_of(const std::string& path) {
+  std::vector<std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(path))
+    if (entry.is_regular_file()) files.push_back(entry.path().string() + "=" + read_file(entry.path()));
+  std::sort(files.begin(), files.end());
+  std::string all;
+  for (const std::string& file : files) all += file + "\n";
+  return all;
+}
+
+TEST(Append, AFileThatCannotGrowStaysAsItIs) {
+  struct damage {
+    const char* name;
+    std::function<void(sample_study&)> act;
+  };
+  const damage damages[] = {
+      {"line table missing", [](sample_study& s) { std::filesystem::remove(s.file_path() + "/LINE"); }},
+      {"line table short",
+       [](sample_study& s) { write_file(s.file_path() + "/LINE", bytes().i64(1).str()); }},
+      {"descriptor damaged", [](sample_study& s) { write_file(s.file_path() + "/VARI.1/DESCR", "x"); }},
+      {"no such bit length", [](sample_study& s) { s.add("Odd", VAR_FLOAT, 6, ""); }},
+      {"text of broken characters", [](sample_study& s) { s.add("Odd", VAR_CHAR, 12, ""); }},
+      {"macro without descriptor", [](sample_study& s) { s.add("M[xxxxx]", VAR_MACRO, 8, ""); }},
+  };
+  for (const damage& each : damages) {
+    sample_study study({.samples = 512, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 513}});
+    study.add("V", VAR_FLOAT, 8, noise(512, 1));
+    each.act(study);
+    std::string before = tree_of(study.file_path());
+    std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+    EXPECT_NE(console.find("CANNOT APPEND SAMPLES.\n"), std::string::npos) << each.name;
+    EXPECT_TRUE(tree_of(study.file_path()) == before) << each.name;
+  }
+}
+
+TEST(Append, SizesBeyond64BitsAreRefused) {
+  sample_study study({.samples = 512});
+  study.add("V", VAR_FLOAT, 64, noise(4096, 1));
+  std::string before = tree_of(study.file_path());
+  std::string console = console_of([] {
+    EXPECT_EQ(qd_append_sample("Dir", "File", INT64_MAX - 600), 0);
+    EXPECT_EQ(qd_append_sample("Dir", "File", INT64_MAX / 4), 0);
+    EXPECT_EQ(qd_append_sample("Dir", "File", std::int64_t{1} << 55), 0);
+  });
+  EXPECT_NE(console.find("CANNOT APPEND SAMPLES. FILE WOULD BE TOO BIG.\n"), std::string::npos);
+  // No file system has that much room.
+  EXPECT_NE(console.find("WARNING: ERROR DURING SAMPLES CREATION, FILE SYSTEM FULL\n"), std::string::npos);
+  EXPECT_TRUE(tree_of(study.file_path()) == before);
+}
+
+TEST(Append, AFailedWriteTakesTheFileAwayAndNothingElse) {
+  sample_study study({.samples = 512});
+  study.add("V", VAR_FLOAT, 64, noise(4096, 1));
+  write_file(study / "QRD/DIRE.1/bystander", "stays");
+  bound selected("V");
+  struct rlimit before;
+  getrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = {6000, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  int result = qd_append_sample("Dir", "File", 1);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, SIG_DFL);
+  EXPECT_EQ(result, 0);
+  EXPECT_FALSE(std::filesystem::exists(study.file_path()));
+  EXPECT_EQ(read_file(study / "QRD/DIRE.1/bystander"), "stays");
+}
+
+TEST(AppendDeathTest, ProgrammingErrorsAreFatal) {
+  sample_study study({.samples = 1, .organisation = ORG_GRID, .nodes = {1, 1, 1}});
+  EXPECT_FATAL(qd_append_sample("Dir", "File", 0), "No 10 in function qd_append_sample");
+  EXPECT_FATAL(qd_append_sample("Dir", "File", 1), "No 25 in function st_append_sample");
+}
+
+}  // namespace
+}  // namespace qrd::test

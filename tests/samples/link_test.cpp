@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "sample_study.h"
+#include "samples/qd_lines.h"
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+// A lines file "Holes" of 2 lines with 3 and 2 samples and a points file "Collars" of 2 samples.
+class linked_study : public sample_study {
+ public:
+  linked_study() : sample_study({}) {
+    std::filesystem::create_directory(lines_path());
+    write_file(lines_path() + "/LINE", bytes().i64(1).i64(4).i64(6).str());
+    write(file_path(), points(""));
+    write(lines_path(), lines(""));
+  }
+  std::string lines_path() const { return *this / "QRD/DIRE.1/FILE.2"; }
+  static std::string points(const std::string& link) { return descriptor("Collars", 1, 0, link, 2); }
+  static std::string lines(const std::string& link) { return descriptor("Holes", 2, 2, link, 5); }
+  void write_links(const std::string& in_points, const std::string& in_lines) const {
+    write(file_path(), points(in_points));
+    write(lines_path(), lines(in_lines));
+  }
+  void expect_links(const std::string& in_points, const std::string& in_lines) const {
+    EXPECT_EQ(read_file(file_path() + "/DESCR"), points(in_points));
+    EXPECT_EQ(read_file(lines_path() + "/DESCR"), lines(in_lines));
+  }
+  std::string add_names(const std::string& name, const std::string& texts, int kind = 0) {
+    return add(name, VAR_CHAR, static_cast<int>(texts.size()) * 4, texts + std::string(510, ' '), kind);
+  }
+  static int kind_of(const std::string& path) {
+    std::string descriptor = read_file(path + "/DESCR");
+    auto name_end = 8 + (static_cast<std::size_t>(descriptor[7]) + 3) / 4 * 4;
+    return descriptor[name_end + 7];
+  }
+
+ private:
+  static std::string descriptor(const std::string& name, int organisation, int lines, const std::string& link,
+                                std::int64_t samples) {
+    bytes content;
+    content.i32(1100).text(name).i32(organisation).i32(3).i32(lines);
+    for (int i = 0; i < 6; ++i) content.f64(0.0);
+    for (int i = 0; i < 3; ++i) content.i32(0);
+    for (int i = 0; i < 3; ++i) content.f64(0.0);
+    return content.text(link).i64(samples).i64(512).str();
+  }
+  static void write(const std::string& path, const std::string& content) {
+    write_file(path + "/DESCR", content);
+  }
+};
+
+TEST(Link, BothSidesHoldTheOther) {
+  linked_study study;
+  qd_create_link("Dir", "Holes", "Collars");
+  study.expect_links("Holes", "Collars");
+  name_text partner = "";
+  EXPECT_EQ(qd_get_link("Dir", "Holes", partner), 0);
+  EXPECT_STREQ(partner, "Collars");
+  EXPECT_EQ(qd_get_link("Dir", "Collars", partner), 0);
+  EXPECT_STREQ(partner, "Holes");
+}
+
+TEST(Link, ADeletionEndsBothSidesFromEither) {
+  for (const char* side : {"Holes", "Collars"}) {
+    for (bool reset : {true, false}) {
+      linked_study study;
+      study.write_links("Holes", "Collars");
+      std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
+      EXPECT_EQ(qd_delete_link("Dir", side, reset), 1);
+      study.expect_links("", "");
+      EXPECT_EQ(study.kind_of(names), reset ? KIND_PLAIN : KIND_LINE_NAME) << side;
+      name_text partner = "";
+      EXPECT_EQ(qd_get_link("Dir", side, partner), 1);
+    }
+  }
+}
+
+TEST(Link, AVanishedPartnerIsForgotten) {
+  linked_study study;
+  study.write_links("Gone", "");
+  std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
+  name_text partner = "unchanged";
+  std::string console = console_of([&] { EXPECT_EQ(qd_get_link("Dir", "Collars", partner), 2); });
+  EXPECT_EQ(console, "WARNING: Linked File Gone does not exist\n");
+  EXPECT_STREQ(partner, "unchanged");
+  console = console_of([] { EXPECT_EQ(qd_delete_link("Dir", "Collars", true), 1); });
+  EXPECT_EQ(console, "WARNING: The Linked File Gone does not exist\n");
+  study.expect_links("", "");
+  EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
+}
+
+TEST(LinkDeathTest, ALinkNeedsTwoFreeFilesOfTheRightSort) {
+  linked_study study;
+  EXPECT_FATAL(qd_create_link("Dir", "Holes", "Gone"), "No 10 in function qd_create_link");
+  EXPECT_FATAL(qd_create_link("Dir", "Holes", "Holes"), "No 30 in function qd_create_link");
+  EXPECT_FATAL(qd_create_link("Dir", "Collars", "Collars"), "No 70 in function qd_create_link");
+  study.write_links("X", "");
+  EXPECT_FATAL(qd_create_link("Dir", "Holes", "Collars"), "No 40 in function qd_create_link");
+  study.write_links("", "X");
+  EXPECT_FATAL(qd_create_link("Dir", "Holes", "Collars"), "No 80 in function qd_create_link");
+}
+
+class LineName : public testing::Test {
+ protected:
+  LineName() { study.write_links("Holes", "Collars"); }
+  int make(const char* variable, std::string* console = nullptr) {
+    int result = -1;
+    std::string said = console_of([&] { result = qd_var_as_line_name("Dir", "Collars", variable); });
+    if (console != nullptr) *console = said;
+    return result;
+  }
+  linked_study study;
+};
+
+TEST_F(LineName, TheNewVariableTakesTheRoleFromTheFormer) {
+  std::string former = study.add_names("Old", "ab", KIND_LINE_NAME);
+  std::string names = study.add_names("New", " cd d ");
+  EXPECT_EQ(make("New"), 0);
+  EXPECT_EQ(study.kind_of(former), KIND_PLAIN);
+  EXPECT_EQ(study.kind_of(names), KIND_LINE_NAME);
+  EXPECT_EQ(make("New"), 0) << "again";
+  EXPECT_EQ(study.kind_of(names), KIND_LINE_NAME);
+}
+
+TEST_F(LineName, EverySampleNeedsANameOfItsOwn) {
+  struct wrong_names {
+    const char* texts;
+    const char* console;
+  };
+  const wrong_names cases[] = {
+      {"a   ", "Sample #2 in the Line Name Variable is not define.\n\n"},
+      {"    ", "Sample #1 in the Line Name Variable is not define.\n\n"},
+      {" aa ", "Sample #1 and Sample #2 in the Line Name Variable are the same (a).\n\n"},
+  };
+  int number = 0;
+  for (const wrong_names& each : cases) {
+    std::string name = "N" + std::to_string(++number), console;
+    std::string path = study.add_names(name, each.texts), before = read_file(path + "/DESCR");
+    EXPECT_EQ(make(name.c_str(), &console), 1);
+    EXPECT_EQ(console, each.console);
+    EXPECT_EQ(read_file(path + "/DESCR"), before);
+  }
+}
+
+TEST_F(LineName, OnlyATextOfALinkedPointsFileWillDo) {
+  std::string console;
+  study.add("Number", VAR_FLOAT, 8, std::string(512, '\1'));
+  EXPECT_EQ(make("Number", &console), 1);
+  EXPECT_NE(console.find("You can only modify an Alphanumerical variable into Line Name Variable.\n"),
+            std::string::npos);
+  study.add_names("Name", "ab");
+  study.write_links("", "");
+  EXPECT_EQ(make("Name", &console), 1);
+  EXPECT_EQ(console, "You cannot have a Line Name variable in a not linked Points file.\n");
+  console = console_of([] { EXPECT_EQ(qd_var_as_line_name("Dir", "Holes", "Name"), 1); });
+  EXPECT_EQ(console,
+            "You can only modify an Alphanumerical variable into Line Name Variable of a Points file\n\n");
+}
+
+}  // namespace
+}  // namespace qrd::test
