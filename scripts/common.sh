@@ -1,5 +1,5 @@
 # Sourced by the scripts of the top folder: where to build, and with what.
-# shellcheck shell=sh
+# shellcheck shell=dash
 
 # A checkout that belongs to somebody else is built in a folder of one's own.
 build_root=$PWD
@@ -7,6 +7,7 @@ for folder in "$PWD" "$PWD/build" "$PWD/build-sanitizers" "$PWD/build-clang"; do
   if [ -e "$folder" ] && [ ! -w "$folder" ]; then
     build_root=${TMPDIR:-/tmp}/QRDserver-build-$(id -u)
     mkdir -p "$build_root"
+    [ -O "$build_root" ] || { echo "$build_root belongs to somebody else" >&2; exit 1; }
   fi
 done
 
@@ -18,13 +19,18 @@ title() { printf '\n== %s\n' "$*"; }
 
 # configure PRESET FOLDER [OPTION...]
 configure() {
-  preset=$1
-  folder=$2
+  local preset="$1" folder="$2"
   shift 2
-  cmake --preset "$preset" -B "$folder" -Wno-dev "$@" >"$build_root/configure.log" 2>&1 || {
-    cat "$build_root/configure.log" >&2
+  mkdir -p "$folder"
+  cmake --preset "$preset" -B "$folder" -Wno-dev "$@" >"$folder/configure.log" 2>&1 || {
+    cat "$folder/configure.log" >&2
     return 1
   }
 }
 
-build() { cmake --build "$1" --parallel "$(nproc)" -- ${BUILD_FLAGS:-}; }
+# build FOLDER [OPTION...]
+build() {
+  local folder="$1"
+  shift
+  cmake --build "$folder" --parallel "$(nproc)" "$@"
+}
