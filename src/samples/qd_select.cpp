@@ -196,8 +196,6 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
   if (std::strcmp(selection, no_name) == 0) return 1;
   qd_file_info info;
   if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, &info) == 0) return 0;
-  // A column that the macro has lost is no selection either.
-  if (qd_macro_name_kind(selection) > 0 && qd_variable_test(true, directory, file, selection) != 0) return 0;
   if (qd_variable_select(directory, file, selection, UNIT_NONE, handle) == 0) return 0;
   // A descriptor that calls it computed has no bits to offer.
   if (qd_entry(handle.entry)->bit_length == 1) return 1;

@@ -1,0 +1,187 @@
+#include "samples/qd_macro.h"
+
+#include <gtest/gtest.h>
+
+#include "samples/sample_study.h"
+#include "util/qu_message.h"
+
+namespace qrd::test {
+namespace {
+
+using indices = std::vector<std::int64_t>;
+
+TEST(macro_name, kind_and_number) {
+  struct {
+    const char* name;
+    int kind;
+    std::int64_t number;
+  } const rows[] = {
+      {"Grade", 0, 0},
+      {"Grade[12]", 1, 12},
+      {"Grade[xxxxx]", -1, -1},
+      {"Grade{xxxxx}", -1, 0},
+      {"Grade{gold}", 2, 0},
+      {"Grade[99999]", 1, 99999},
+      {"Grade[100000]", 1, 0},
+      {"Grade[0]", 1, 0},
+      {"Grade[-1]", 1, 0},
+      {"Grade[1a]", 1, 0},
+      {"Grade[]", 1, 0},
+      {"[]", 0, 0},
+      {"[1]", 1, 1},
+      {"Grade12]", 0, 0},
+      {"Grade{12]", 0, 0},
+      {"Grade[12}", 0, 0},
+      {"Grade[xxxx]", 1, 0},
+      {"[xxxxx]", -1, -1},
+      {"a[1[22]", 1, 22},
+      {"Grade[00012]", 1, 12},
+      {"Grade[12] ", 0, 0},
+      {"", 0, 0},
+      {"{}}", 2, 0},
+      {"Grade[000012]", 1, 0},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(qd_macro_name_kind(row.name), row.kind) << row.name;
+    EXPECT_EQ(qd_macro_name_indice(row.name), row.number) << row.name;
+  }
+}
+
+std::string generic(const std::string& name, int* changed = nullptr) {
+  name_text text;
+  qu_path_join(text, {name});
+  int result = qd_macro_name_generic(text);
+  if (changed != nullptr) *changed = result;
+  return text;
+}
+
+TEST(macro_name, generic_form) {
+  int changed = -1;
+  EXPECT_EQ(generic("Grade", &changed), "Grade");
+  EXPECT_EQ(changed, 0);
+  EXPECT_EQ(generic("Grade{gold}", &changed), "Grade[xxxxx]");
+  EXPECT_EQ(changed, 1);
+  EXPECT_EQ(generic("a[1[22]"), "a[1[xxxxx]");
+  EXPECT_EQ(generic("Grade{xxxxx}"), "Grade[xxxxx]");
+  const std::string longest(42, 'n');
+  EXPECT_EQ(generic(longest + "[1]"), longest + "[xxxxx]");
+  // One character too many: the name is cut, and no object has it.
+  EXPECT_EQ(generic(longest + "n[1]"), longest + "n[xxxxx");
+  EXPECT_EXIT(generic(longest + "nn[1]"), testing::ExitedWithCode(1), "");
+}
+
+TEST(macro_name, alphanumerical_text) {
+  for (const char* bad : {"a{", "}", "[", "x]", "xxxxx", "", "None"})
+    EXPECT_EQ(qd_macro_alpha_check(bad), 0) << bad;
+  for (const char* good : {"gold", "none", "xxxx", " "}) EXPECT_EQ(qd_macro_alpha_check(good), 1) << good;
+}
+
+TEST(macro_name, resolves_to_an_index) {
+  qd_macro_descr descriptor;
+  descriptor.indices = {5, 0, -7, 3};
+  name_text alpha = "?";
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G[3]", &alpha), 3);
+  EXPECT_STREQ(alpha, "");
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G{gold}", nullptr), 0);  // no texts
+  for (const char* text : {"five", "", "seven", "three"}) descriptor.alpha_indices.add(text, name_size);
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G[3]", &alpha), 3);
+  EXPECT_STREQ(alpha, "three");
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G{five}", nullptr), 5);
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G{xxxxx}", nullptr), -1);
+  EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, "G[xxxxx]", nullptr), -1);
+  // Unknown, of a retired slot, of a free slot, not a number.
+  for (const char* name : {"G[4]", "G[7]", "G{seven}", "G{}", "G{Five}", "G[x]", "G"})
+    EXPECT_EQ(qd_macro_name_alpha_indice(descriptor, name, nullptr), 0) << name;
+}
+
+class macro_file : public testing::Test {
+ protected:
+  macro_descriptor read(const std::string& content) {
+    write_file(directory_ / "MACRO", content);
+    return macro_descriptor(qd_macro_descr_read(path().c_str()));
+  }
+  std::string path() const { return directory_.path().string(); }
+  temporary_directory directory_;
+};
+
+TEST_F(macro_file, is_written_and_read_back) {
+  qd_macro_descr descriptor;
+  descriptor.indices = {5, 0, -3};
+  ASSERT_EQ(qd_macro_descr_write(path().c_str(), descriptor), 1);
+  const std::string head = bytes().i32(1100).i32(3).i32(5).i32(0).i32(-3).str();
+  EXPECT_EQ(read_file(directory_ / "MACRO"), head + bytes().i32(0).str());
+  for (const char* text : {"gold", "", "x"}) descriptor.alpha_indices.add(text, name_size);
+  ASSERT_EQ(qd_macro_descr_write(path().c_str(), descriptor), 1);
+  const std::string content = head + bytes().i32(3).text("gold").text("").text("x").str();
+  EXPECT_EQ(read_file(directory_ / "MACRO"), content);
+
+  macro_descriptor again = read(content);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->indices, (indices{5, 0, -3}));
+  ASSERT_EQ(again->alpha_indices.count(), 3);
+  EXPECT_STREQ(again->alpha_indices[0], "gold");
+  EXPECT_EQ(again->slot_of(5), 0);
+  EXPECT_EQ(again->slot_of(0), -1);
+  EXPECT_EQ(again->slot_of(-3), -1);
+}
+
+TEST_F(macro_file, old_versions_have_no_texts) {
+  for (int version : {200, 400, 419}) {
+    macro_descriptor old = read(bytes().i32(version).i32(2).i32(8).i32(9).str());
+    ASSERT_TRUE(old) << version;
+    EXPECT_EQ(old->indices, (indices{8, 9}));
+    EXPECT_EQ(old->alpha_indices.count(), 0);
+  }
+  macro_descriptor young = read(bytes().i32(420).i32(1).i32(8).i32(1).text("eight").str());
+  ASSERT_TRUE(young);
+  EXPECT_STREQ(young->alpha_indices[0], "eight");
+}
+
+TEST_F(macro_file, what_does_not_hold_is_corrupted) {
+  const std::string rows[] = {
+      bytes().i32(199).i32(1).i32(8).str(),
+      bytes().i32(1100).i32(-1).i32(0).str(),
+      bytes().i32(1100).i32(0x7FFFFFFE).i32(8).i32(0).str(),
+      bytes().i32(1100).i32(2).i32(8).str(),
+      bytes().i32(1100).i32(1).i32(100000).i32(0).str(),
+      bytes().i32(1100).i32(1).i32(8).str(),
+      bytes().i32(1100).i32(1).i32(8).i32(1).text(std::string(51, 'n')).str(),
+      bytes().i32(1100).i32(1).i32(8).i32(1).i32(4).raw("go").str(),
+      "",
+  };
+  for (const std::string& row : rows) {
+    testing::internal::CaptureStdout();
+    bool is_read = static_cast<bool>(read(row));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Macro Variable Descriptor corrupted:\n" + path() + "\n\n");
+    EXPECT_FALSE(is_read);
+  }
+  EXPECT_EXIT(read(bytes().i32(1100).i32(1).i32(8).i32(2).text("a").text("b").str()),
+              testing::ExitedWithCode(1), "");
+  std::filesystem::remove(directory_ / "MACRO");
+  EXPECT_EXIT(qd_macro_descr_read(path().c_str()), testing::ExitedWithCode(1), "");
+}
+
+TEST(macro_indices, come_sorted_with_their_texts) {
+  sample_study study({.samples = 4});
+  study.add_macro("G[xxxxx]", 8, std::string(512 * 5, 'a'), {50, 0, 3, -9, 7},
+                  {"fifty", "", "three", "nine", "seven"});
+  study.add_macro("N[xxxxx]", 8, std::string(512, 'a'), {0});
+  std::int64_t count = 0;
+  string_list alpha;
+  // A column's name stands for its family.
+  for (const char* name : {"G[xxxxx]", "G[50]", "G{gold}"}) {
+    EXPECT_EQ(qd_macro_indices("Dir", "File", name, &count, &alpha), (indices{3, 7, 50}));
+    EXPECT_EQ(count, 3);
+    ASSERT_EQ(alpha.count(), 3);
+    EXPECT_STREQ(alpha[0], "three");
+    EXPECT_STREQ(alpha[1], "seven");
+    EXPECT_STREQ(alpha[2], "fifty");
+  }
+  EXPECT_EQ(qd_macro_indices("Dir", "File", "N[xxxxx]", &count, &alpha), indices{});
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(alpha.count(), 0);
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,427 @@
+// The range operations against a model that knows the data file as a text of bits.
+#include "samples/qd_read_write.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "samples/sample_study.h"
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr std::int64_t samples = 13;  // no multiple of 8: the columns of a macro start inside a byte
+
+// One sample of a data file, told from its bits.
+double model_value(const std::string& bits, std::int64_t sample, int bit_length) {
+  std::string field =
+      bits.substr(static_cast<std::size_t>((sample - 1) * bit_length), static_cast<std::size_t>(bit_length));
+  std::uint64_t image = 0;
+  for (char bit : field) image = image << 1 | (bit == '1' ? 1 : 0);
+  if (bit_length == 1) return image == 0 ? 1.0 : 0.0;
+  if (bit_length == 64) return std::bit_cast<double>(image);
+  if (bit_length == 32) {
+    auto item = std::bit_cast<float>(static_cast<std::uint32_t>(image));
+    return image == 0x7EB9BF36 ? missing_double : static_cast<double>(item);
+  }
+  return image + 1 == std::uint64_t{1} << bit_length ? missing_double : static_cast<double>(image);
+}
+
+bool same(double a, double b) {
+  return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+// A macro of three columns with patternless bits behind each other, and a selection of the same kind.
+class range : public testing::TestWithParam<int> {
+ protected:
+  range() : study_({.samples = samples}) {
+    const auto bits = static_cast<std::size_t>(GetParam());
+    data_ = noise(64 * bits * 3, static_cast<std::uint32_t>(GetParam()));
+    mask_ = noise(64 * 2, 99);
+    path_ = study_.add_macro("M[xxxxx]", GetParam(), data_, {1, 2, 3}) + "/DATAVAR";
+    study_.add_macro("S[xxxxx]", 1, mask_, {1, 2});
+  }
+  static std::string column(int slot) { return "M[" + std::to_string(slot + 1) + "]"; }
+  // Whether the second column of the selection leaves a sample out.
+  bool left_out(std::int64_t sample) const {
+    return to_bits(mask_)[static_cast<std::size_t>(samples + sample - 1)] == '1';
+  }
+
+  sample_study study_;
+  std::string data_, mask_, path_;
+};
+
+TEST_P(range, reads_every_range_of_every_column) {
+  const std::string bits = to_bits(data_);
+  for (int slot = 0; slot < 3; ++slot) {
+    bound all(column(slot).c_str());
+    bound selected(column(slot).c_str(), "S[2]");
+    for (std::int64_t first = 1; first <= samples; ++first)
+      for (std::int64_t last = first; last <= samples; ++last) {
+        std::vector<double> plain, masked, compressed;
+        for (std::int64_t s = first; s <= last; ++s) {
+          plain.push_back(model_value(bits, slot * samples + s, GetParam()));
+          masked.push_back(left_out(s) ? missing_double : plain.back());
+          if (!left_out(s)) compressed.push_back(plain.back());
+        }
+        auto check = [&](std::int64_t io, selection_mode mode, const std::vector<double>& expected) {
+          std::vector<double> values(plain.size());
+          std::int64_t count = -1;
+          ASSERT_EQ(qd_read_float_free(io, mode, first, last, &count, values.data()), 1);
+          values.resize(static_cast<std::size_t>(count));
+          ASSERT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), expected.end(), same))
+              << "column " << slot << ", " << first << " to " << last << ", mode " << mode;
+        };
+        check(all.io(), SEL_COMPRESSED, plain);
+        check(all.io(), SEL_MASKED, plain);
+        check(selected.io(), SEL_COMPRESSED, compressed);
+        check(selected.io(), SEL_MASKED, masked);
+        check(selected.io(), SEL_UNMASKED_HEAD, masked);
+      }
+  }
+}
+
+TEST_P(range, writes_exactly_the_bits_of_its_samples) {
+  const double limit = GetParam() >= 32 ? 1e9 : std::ldexp(1.0, GetParam());
+  for (int slot = 0; slot < 3; ++slot)
+    for (int way = 0; way < 3; ++way) {  // no selection, masked, compressed
+      bound target(column(slot).c_str(), way == 0 ? "None" : "S[2]");
+      for (std::int64_t first = 1; first <= samples; ++first)
+        for (std::int64_t last = first; last <= samples; ++last) {
+          // Written and seen through other streams while that of the engine is open.
+          write_file(path_, data_);
+          std::string expected = to_bits(data_);
+          std::vector<double> values;
+          for (std::int64_t s = first; s <= last; ++s) {
+            bool taken = way == 0 || !left_out(s);
+            if (!taken && way == 2) continue;
+            double value = s % 5 == 0 ? missing_double : std::fmod(static_cast<double>(7 * s + 1), limit);
+            values.push_back(value);
+            if (!taken) continue;
+            std::string bits = stored_bits(value, GetParam());
+            expected.replace(static_cast<std::size_t>((slot * samples + s - 1) * GetParam()), bits.size(),
+                             bits);
+          }
+          ASSERT_EQ(qd_write_float_free(target.io(), way == 2 ? SEL_COMPRESSED : SEL_MASKED, first, last,
+                                        values.data(), static_cast<std::int64_t>(values.size())),
+                    1);
+          ASSERT_TRUE(to_bits(read_file(path_)) == expected)
+              << "column " << slot << ", " << first << " to " << last << ", way " << way;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(bits, range, testing::Values(1, 2, 4, 8, 16, 32, 64));
+
+TEST(read_write, a_file_that_ends_early) {
+  sample_study study({.samples = 20});
+  study.add("short8", VAR_FLOAT, 8, "\x05\x06");
+  study.add("short2", VAR_FLOAT, 2, "\x1B");
+  study.add("short1", VAR_FLOAT, 1, std::string_view("\0", 1));
+  study.add("short32", VAR_FLOAT, 32, std::string(79, '\0'));
+  study.add("empty", VAR_FLOAT, 8, "");
+  std::int64_t count = 0;
+  std::vector<double> values(20, -1);
+  auto read = [&](const char* name) {
+    bound target(name);
+    return qd_read_float_free(target.io(), SEL_MASKED, 1, 20, &count, values.data());
+  };
+  std::vector<double> expected(20, missing_double);
+  expected[0] = 5;
+  expected[1] = 6;
+  EXPECT_EQ(read("short8"), 1);
+  EXPECT_EQ(values, expected);
+  for (int i = 0; i < 3; ++i) expected[static_cast<std::size_t>(i)] = i;
+  EXPECT_EQ(read("short2"), 1);
+  EXPECT_EQ(values, expected);
+  std::fill(expected.begin(), expected.end(), 0.0);
+  std::fill(expected.begin(), expected.begin() + 8, 1.0);
+  EXPECT_EQ(read("short1"), 1);
+  EXPECT_EQ(values, expected);
+  EXPECT_FATAL(read("short32"), "No 40 in function _qd_file_read_float_buffer");
+  EXPECT_FATAL(read("empty"), "No 46 in function _qd_file_read_float_buffer");
+}
+
+TEST(read_write, passes_join_without_a_seam) {
+  // Three passes, in a column that starts inside a byte.
+  constexpr std::int64_t many = 2 * samples_chunk + 77;
+  sample_study study({.samples = many});
+  const std::string before(static_cast<std::size_t>(many), '\x55');
+  const std::string path = study.add_macro("M[xxxxx]", 2, before, {1, 2}) + "/DATAVAR";
+  const std::string mask(static_cast<std::size_t>(many) / 8 + 1, '\xAA');
+  study.add("S", VAR_FLOAT, 1, mask);
+  std::vector<double> values(static_cast<std::size_t>(many));
+  for (std::int64_t i = 0; i < many; ++i) values[static_cast<std::size_t>(i)] = static_cast<double>(i % 3);
+  for (bool selected : {false, true}) {
+    write_file(path, before);
+    std::string expected = to_bits(before);
+    for (std::int64_t s = 1; s <= many; ++s)
+      if (!selected || s % 2 == 0)
+        expected.replace(static_cast<std::size_t>(2 * (many + s - 1)), 2,
+                         stored_bits(values[static_cast<std::size_t>(s - 1)], 2));
+    bound target("M[2]", selected ? "S" : "None");
+    ASSERT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, many, values.data()), 1);
+    EXPECT_TRUE(to_bits(read_file(path)) == expected) << selected;
+    EXPECT_LE(work_buffer.capacity, 8 * samples_chunk);
+  }
+}
+
+TEST(read_write, units_scale_all_but_missing_values) {
+  sample_study study({.samples = 3});
+  unit_flag = 1;
+  const std::string path = study.add("V", VAR_FLOAT, 64, std::string(24, '\0'), 0, 0, 30.48) + "/DATAVAR";
+  study.add("S", VAR_FLOAT, 1, std::string_view("\x40", 1));
+  const double values[3] = {2.0, missing_double, 0.3};
+  for (const char* selection : {"None", "S"}) {
+    write_file(path, std::string(24, '\0'));
+    bound target("V", selection, UNIT_VARIABLE);
+    ASSERT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, 3, values), 1);
+    bool all = selection == std::string("None");
+    EXPECT_EQ(read_file(path), bytes().f64(60.96).f64(all ? missing_double : 0.0).f64(0.3 * 30.48).str());
+  }
+  write_file(path, bytes().f64(60.96).f64(missing_double).f64(-91.44).str());
+  bound source("V", "None", UNIT_VARIABLE);
+  double result[3];
+  std::int64_t count = 0;
+  ASSERT_EQ(qd_read_float_free(source.io(), SEL_MASKED, 1, 3, &count, result), 1);
+  EXPECT_EQ(result[0], 60.96 / 30.48);
+  EXPECT_EQ(result[1], missing_double);
+  EXPECT_EQ(result[2], -91.44 / 30.48);
+}
+
+TEST(read_write, several_variables_follow_each_other) {
+  sample_study study({.samples = 3});
+  study.add("A", VAR_FLOAT, 8, "\x01\x02\x03");
+  const std::string path = study.add("B", VAR_FLOAT, 16, bytes().u16(10).u16(20).u16(30).str()) + "/DATAVAR";
+  study.add("S", VAR_FLOAT, 1, std::string_view("\x40", 1));
+  selected_variable a, b, s;
+  qd_variable_select("Dir", "File", "A", UNIT_NONE, a.handle);
+  qd_variable_select("Dir", "File", "B", UNIT_NONE, b.handle);
+  qd_selection_select("Dir", "File", "S", s.handle);
+  const qd_variable_handle group[2] = {a.handle, b.handle};
+  io_record io;
+  io.id = qd_set_io(s.handle, 2, group);
+  std::vector<double> values(6);
+  std::int64_t count = 0;
+  ASSERT_EQ(qd_read_float_free(io.id, SEL_COMPRESSED, 1, 3, &count, values.data()), 1);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(std::vector<double>(values.begin(), values.begin() + 4), (std::vector<double>{1, 3, 10, 30}));
+  tab_io[io.id - 1]->unmasked_count = 1;
+  ASSERT_EQ(qd_read_float_free(io.id, SEL_UNMASKED_HEAD, 1, 3, &count, values.data()), 1);
+  EXPECT_EQ(values, (std::vector<double>{1, 2, 3, 10, missing_double, 30}));
+
+  const double written[4] = {4, 5, 40, 50};
+  EXPECT_EQ(qd_write_float_free(io.id, SEL_COMPRESSED, 1, 3, written, 3), 0);  // a value is wanting
+  EXPECT_EQ(qd_write_float_free(io.id, SEL_COMPRESSED, 1, 3, written, 4), 1);
+  EXPECT_EQ(read_file(path), bytes().u16(40).u16(20).u16(50).str());
+}
+
+TEST(read_write, texts) {
+  sample_study study({.samples = 4});
+  const std::string data("ab   c\0\0xyde \0fgh  i", 20);  // a NUL that another program left
+  const std::string path = study.add("T", VAR_CHAR, 40, data) + "/DATAVAR";
+  study.add("S", VAR_FLOAT, 1, std::string_view("\x40", 1));
+  bound all("T"), selected("T", "S");
+  std::string texts(20, '?');
+  auto* place = reinterpret_cast<unsigned char*>(texts.data());
+  std::int64_t count = 0;
+  ASSERT_EQ(qd_read_char_free(all.io(), SEL_MASKED, 2, 3, &count, place), 1);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(texts.substr(0, 10), data.substr(5, 10));
+  ASSERT_EQ(qd_read_char_free(selected.io(), SEL_COMPRESSED, 1, 4, &count, place), 1);
+  EXPECT_EQ(count, 3);
+  EXPECT_EQ(texts.substr(0, 15), data.substr(0, 5) + data.substr(10));
+  ASSERT_EQ(qd_read_char_free(selected.io(), SEL_MASKED, 1, 3, &count, place), 1);
+  EXPECT_EQ(count, 3);
+  EXPECT_EQ(texts.substr(0, 15), "ab        " + data.substr(10, 5));
+
+  // Only what is written is padded; the NULs of sample 2 stay.
+  std::string written("one\0?22222three", 15);
+  auto* source = reinterpret_cast<unsigned char*>(written.data());
+  ASSERT_EQ(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, source), 1);
+  EXPECT_EQ(read_file(path), "one  " + data.substr(5, 5) + "three" + data.substr(15));
+  std::string two("a\0bc\0uvwxy", 10);
+  EXPECT_EQ(qd_write_char_free(selected.io(), SEL_COMPRESSED, 1, 4,
+                               reinterpret_cast<unsigned char*>(two.data()), 2),
+            0);
+  ASSERT_EQ(qd_write_char_free(selected.io(), SEL_COMPRESSED, 2, 4,
+                               reinterpret_cast<unsigned char*>(two.data()), 2),
+            1);
+  EXPECT_EQ(read_file(path), "one  " + data.substr(5, 5) + "a    uvwxy");
+  std::string last("\0....", 5);
+  ASSERT_EQ(qd_write_char_free(all.io(), SEL_MASKED, 2, 2, reinterpret_cast<unsigned char*>(last.data())), 1);
+  EXPECT_EQ(read_file(path), "one       a    uvwxy");
+  std::filesystem::resize_file(path, 19);
+  EXPECT_FATAL(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, place),
+               "No 46 in function _qd_file_read_char_buffer");
+}
+
+TEST(read_write, whole_selections_in_rows) {
+  sample_study study({.samples = 10});
+  const std::string data = noise(64 * 3, 5), mask = noise(64 * 3, 6);
+  const std::string path = study.add_macro("M[xxxxx]", 1, data, {1, 2, 3}) + "/DATAVAR";
+  study.add_macro("S[xxxxx]", 1, mask, {1, 2, 3});
+  for (std::size_t slot = 0; slot < 3; ++slot)
+    for (std::size_t mask_slot = 0; mask_slot < 4; ++mask_slot) {  // 3: no selection
+      write_file(path, data);
+      const std::string column = "M[" + std::to_string(slot + 1) + "]";
+      const std::string selection = mask_slot == 3 ? "None" : "S[" + std::to_string(mask_slot + 1) + "]";
+      const std::string stored = to_bits(data).substr(10 * slot, 10);
+      const std::string left_out =
+          mask_slot == 3 ? std::string(10, '0') : to_bits(mask).substr(10 * mask_slot, 10);
+      bound target(column.c_str(), selection.c_str());
+
+      std::string rows(2, '\0');
+      std::int64_t row_bytes = 0;
+      ASSERT_EQ(
+          qd_read_selection_free(target.io(), &row_bytes, reinterpret_cast<unsigned char*>(rows.data())), 1);
+      EXPECT_EQ(row_bytes, 2);
+      std::string expected;
+      for (std::size_t i = 0; i < 10; ++i) expected += stored[i] == '0' && left_out[i] == '0' ? '1' : '0';
+      EXPECT_EQ(to_bits(rows).substr(0, 10), expected) << column << selection;
+
+      const std::string written = noise(2, static_cast<std::uint32_t>(slot));
+      ASSERT_EQ(qd_write_selection_free(target.io(), reinterpret_cast<const unsigned char*>(written.data())),
+                1);
+      std::string file = to_bits(data);
+      for (std::size_t i = 0; i < 10; ++i)
+        if (left_out[i] == '0') file[10 * slot + i] = to_bits(written)[i] == '1' ? '0' : '1';
+      EXPECT_EQ(to_bits(read_file(path)), file) << column << selection;
+    }
+}
+
+TEST(read_write, counts_what_a_selection_leaves) {
+  sample_study study({.samples = 13});
+  study.add("S", VAR_FLOAT, 1, std::string("\x0F\x07", 2));
+  study.add("wide", VAR_FLOAT, 8, std::string(512, '\0'));
+  EXPECT_EQ(qd_free_samples_count("Dir", "File", "S"), 9);
+  EXPECT_EQ(qd_free_samples_count("Dir", "File", "None"), 13);
+  EXPECT_EQ(qd_free_samples_count("None", "File", "S"), -1);
+  EXPECT_EQ(qd_free_samples_count("Dir", "None", "S"), -1);
+  EXPECT_EQ(qd_free_samples_count("Dir", "File", "wide"), -1);
+  EXPECT_EQ(qd_selected_samples_count("Dir", "File", "S", 4, 10), 3);
+  study.set_shape({.samples = 0});
+  EXPECT_EQ(qd_free_samples_count("Dir", "File", "S"), 0);
+}
+
+std::vector<double> read_all(const char* name, std::int64_t first, std::int64_t last) {
+  bound source(name);
+  std::vector<double> values(static_cast<std::size_t>(last - first + 1));
+  std::int64_t count = 0;
+  EXPECT_EQ(qd_read_float_free(source.io(), SEL_MASKED, first, last, &count, values.data()), 1);
+  return values;
+}
+
+TEST(implicit_values, numbers_of_lines) {
+  sample_study study({.samples = 6, .organisation = ORG_LINES_CORES, .line_table = {1, 4, 5, 7}});
+  study.add_implicit("SN", KIND_SAMPLE_NUMBER);
+  study.add_implicit("RN", KIND_RELATIVE_NUMBER);
+  study.add_implicit("LN", KIND_LINE_NUMBER);
+  EXPECT_EQ(read_all("SN", 2, 5), (std::vector<double>{2, 3, 4, 5}));
+  EXPECT_EQ(read_all("RN", 1, 6), (std::vector<double>{1, 2, 3, 1, 1, 2}));
+  EXPECT_EQ(read_all("LN", 1, 6), (std::vector<double>{1, 1, 1, 2, 3, 3}));
+  EXPECT_EQ(read_all("RN", 3, 4), (std::vector<double>{3, 1}));
+  EXPECT_EQ(read_all("LN", 6, 6), (std::vector<double>{3}));
+  write_file(study.file_path() + "/LINE", bytes().i64(1).i64(4).i64(5).str());
+  EXPECT_FATAL(read_all("LN", 1, 6), "No 70 in function _qd_file_read_float_buffer");
+  std::filesystem::remove(study.file_path() + "/LINE");
+  EXPECT_FATAL(read_all("RN", 1, 6), "No 60 in function _qd_file_read_float_buffer");
+}
+
+TEST(implicit_values, rotated_grid_in_3d) {
+  const file_shape shape{.samples = 24,
+                         .organisation = ORG_GRID,
+                         .origin = {100, 200, 300},
+                         .mesh = {10, 0.1, 3},
+                         .angles = {30, 90, 12.5},
+                         .nodes = {2, 3, 4}};
+  sample_study study(shape);
+  const char* names[] = {"IX", "IY", "IZ", "X", "Y", "Z"};
+  for (int i = 0; i < 6; ++i) study.add_implicit(names[i], KIND_IX + i);
+  // The placing matrix column by column: the rotation of the axes, angles in degrees.
+  const double a = 30 * 3.141592653589793 / 180.0, c = 12.5 * 3.141592653589793 / 180.0;
+  const double ca = std::cos(a), sa = std::sin(a), cb = 0, sb = 1, cc = std::cos(c), sc = std::sin(c);
+  const double m[3][3] = {{ca * cb, sa * cb, -sb},
+                          {sb * ca * sc - cc * sa, sb * sa * sc + cc * ca, sc * cb},
+                          {sb * ca * cc + sc * sa, sb * sa * cc - sc * ca, cc * cb}};
+  std::vector<double> expected[6];
+  for (int ix = 0; ix < 2; ++ix)
+    for (int iy = 0; iy < 3; ++iy)
+      for (int iz = 0; iz < 4; ++iz) {
+        expected[0].push_back(ix + 1);
+        expected[1].push_back(iy + 1);
+        expected[2].push_back(iz + 1);
+        for (int axis = 0; axis < 3; ++axis) {
+          double place = shape.origin[axis];
+          place += ix * shape.mesh[0] * m[0][axis];
+          place += iy * shape.mesh[1] * m[1][axis];
+          place += iz * shape.mesh[2] * m[2][axis];
+          expected[3 + axis].push_back(place);
+        }
+      }
+  for (int i = 0; i < 6; ++i)
+    for (std::int64_t first : {1, 2, 5, 13, 24})
+      EXPECT_EQ(read_all(names[i], first, 24),
+                std::vector<double>(expected[i].begin() + first - 1, expected[i].end()))
+          << names[i] << " from " << first;
+}
+
+TEST(implicit_values, flat_grid_with_nothing_on_the_third_axis) {
+  sample_study study({.samples = 6,
+                      .organisation = ORG_GRID,
+                      .dimension = 2,
+                      .origin = {10, 20, 77},
+                      .mesh = {1, 2, 88},
+                      .nodes = {3, 2, 99}});
+  study.add_implicit("X", KIND_X);
+  study.add_implicit("Y", KIND_Y);
+  study.add_implicit("odd", KIND_X_BEGIN);
+  EXPECT_EQ(read_all("X", 1, 6), (std::vector<double>{10, 10, 11, 11, 12, 12}));
+  EXPECT_EQ(read_all("Y", 1, 6), (std::vector<double>{20, 22, 20, 22, 20, 22}));
+  EXPECT_FATAL(read_all("odd", 1, 6), "No 48 in function _qd_file_read_float_buffer");
+}
+
+TEST(read_write, violated_preconditions_are_fatal) {
+  sample_study study({.samples = 4});
+  study.add("V", VAR_FLOAT, 8, "abcd");
+  study.add("odd", VAR_FLOAT, 24, std::string(12, 'a'));
+  study.add_implicit("SN", KIND_SAMPLE_NUMBER);
+  bound target("V"), odd("odd"), computed("SN");
+  double values[4] = {};
+  unsigned char row[1] = {};
+  std::int64_t count = 0;
+  auto read = [&](std::int64_t io, std::int64_t first, std::int64_t last) {
+    return qd_read_float_free(io, SEL_MASKED, first, last, &count, values);
+  };
+  EXPECT_FATAL(read(0, 1, 4), "No 10 in function qd_read_float_free");
+  EXPECT_FATAL(read(513, 1, 4), "No 10 in function qd_read_float_free");
+  EXPECT_FATAL(read(target.io(), 0, 4), "No 30 in function qd_read_float_free");
+  EXPECT_FATAL(read(target.io(), 5, 5), "No 30 in function qd_read_float_free");
+  EXPECT_FATAL(read(target.io(), 1, 5), "No 40 in function qd_read_float_free");
+  EXPECT_FATAL(read(odd.io(), 1, 4), "No 10 in function _qd_file_decode");
+  EXPECT_FATAL(qd_write_float_free(odd.io(), SEL_MASKED, 1, 4, values), "No 10 in function _qd_file_decode");
+  EXPECT_FATAL(qd_write_float_free(computed.io(), SEL_MASKED, 1, 4, values),
+               "No 5 in function _qd_file_write_float_buffer");
+  EXPECT_FATAL(qd_read_char_free(computed.io(), SEL_MASKED, 1, 4, &count, row),
+               "No 15 in function _qd_file_read_char_buffer");
+  EXPECT_FATAL(qd_read_selection_free(target.io(), &count, row), "No 30 in function qd_read_selection_free");
+  EXPECT_FATAL(qd_write_selection_free(target.io(), row), "No 30 in function qd_write_selection_free");
+}
+
+TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
+  constexpr std::int64_t most = std::int64_t{1} << 62;
+  sample_study study({.samples = most});
+  study.add("V", VAR_FLOAT, 64, "");
+  study.add_macro("M[xxxxx]", 8, "", {1, 2, 3, 4, 5});
+  double value = 0;
+  std::int64_t count = 0;
+  for (const char* name : {"V", "M[5]"}) {
+    bound target(name);
+    EXPECT_EQ(qd_read_float_free(target.io(), SEL_MASKED, most, most, &count, &value), 0) << name;
+    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, most, most, &value), 0) << name;
+  }
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,164 @@
+// A study with one directory "Dir" and one file "File", laid out by hand byte by byte, and the engine
+// pointed at it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "samples/qd_select.h"
+#include "store/qd_init.h"
+#include "support/bytes.h"
+#include "support/temporary_directory.h"
+#include "units/qu_units.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+
+namespace qrd::test {
+
+struct file_shape {
+  std::int64_t samples = 0;
+  int organisation = ORG_POINTS;
+  int dimension = 3;
+  std::vector<std::int64_t> line_table = {};
+  double origin[3] = {0, 0, 0}, mesh[3] = {0, 0, 0}, angles[3] = {0, 0, 0};
+  int nodes[3] = {0, 0, 0};
+};
+
+class sample_study {
+ public:
+  explicit sample_study(const file_shape& shape) {
+    qd_deselect_all();
+    qu_path_join(catalogue_path, {directory_ / "QRD"});
+    qu_path_join(study_path, {directory_.path().string()});
+    write_file(directory_ / "read_write.def", "");
+    qu_path_join(handle_test_path, {directory_ / "read_write.def"});
+    std::filesystem::create_directories(file_path());
+    write_file(directory_ / "QRD/DIRE.1/DESCR", bytes().i32(1100).text("Dir").str());
+    set_shape(shape);
+  }
+  ~sample_study() { qd_deselect_all(); }
+
+  static std::string descriptor_of(const file_shape& shape) {
+    bytes descriptor;
+    descriptor.i32(1100).text("File").i32(shape.organisation).i32(shape.dimension);
+    descriptor.i32(shape.line_table.empty() ? 0 : static_cast<int>(shape.line_table.size()) - 1);
+    for (double value : shape.origin) descriptor.f64(value);
+    for (double value : shape.mesh) descriptor.f64(value);
+    for (int value : shape.nodes) descriptor.i32(value);
+    for (double value : shape.angles) descriptor.f64(value);
+    descriptor.text("").i64(shape.samples).i64((shape.samples + 511) / 512 * 512);
+    return descriptor.str();
+  }
+
+  void set_shape(const file_shape& shape) {
+    write_file(file_path() + "/DESCR", descriptor_of(shape));
+    if (shape.line_table.empty()) return;
+    bytes table;
+    for (std::int64_t entry : shape.line_table) table.i64(entry);
+    write_file(file_path() + "/LINE", table.str());
+  }
+
+  std::string file_path() const { return directory_ / "QRD/DIRE.1/FILE.1"; }
+
+  // The folder of a new variable; `data` is its whole data file.
+  std::string add(const std::string& name, int type, int bit_length, std::string_view data, int kind = 0,
+                  int implicit = 0, double factor = 0.0) {
+    std::string path = file_path() + "/VARI." + std::to_string(++variables_);
+    std::filesystem::create_directory(path);
+    write_file(path + "/DESCR", bytes()
+                                    .i32(1100)
+                                    .text(name)
+                                    .i32(type)
+                                    .i32(kind)
+                                    .i32(bit_length)
+                                    .i32(implicit)
+                                    .i32(2)
+                                    .i32(10)
+                                    .i32(2)
+                                    .text(factor == 0.0 ? "" : "m")
+                                    .f64(factor)
+                                    .str());
+    write_file(path + "/DATAVAR", data);
+    return path;
+  }
+  std::string add_implicit(const std::string& name, int kind) {
+    return add(name, VAR_FLOAT, 64, "", kind, 1);
+  }
+  std::string add_macro(const std::string& name, int bit_length, std::string_view data,
+                        const std::vector<int>& indices, const std::vector<std::string>& alpha = {}) {
+    std::string path = add(name, VAR_MACRO, bit_length, data);
+    bytes macro;
+    macro.i32(1100).i32(static_cast<int>(indices.size()));
+    for (int index : indices) macro.i32(index);
+    macro.i32(static_cast<int>(alpha.size()));
+    for (const std::string& text : alpha) macro.text(text);
+    write_file(path + "/MACRO", macro.str());
+    return path;
+  }
+
+  std::string operator/(const std::string& name) const { return directory_ / name; }
+
+ private:
+  temporary_directory directory_;
+  int variables_ = 0;
+};
+
+// A selected variable (and selection) bound into an io record.
+class bound {
+ public:
+  explicit bound(const char* variable, const char* selection = no_name, unit_choice choice = UNIT_NONE) {
+    EXPECT_EQ(qd_selection_select("Dir", "File", selection, selection_.handle), 1);
+    EXPECT_EQ(qd_variable_select("Dir", "File", variable, choice, variable_.handle), 1);
+    io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
+  }
+  std::int64_t io() const { return io_.id; }
+  const qd_variable_handle& handle() const { return variable_.handle; }
+
+ private:
+  selected_variable selection_, variable_;
+  io_record io_;
+};
+
+// Stored bits as a text of '0' and '1', the top bit of the first byte first.
+inline std::string to_bits(std::string_view data) {
+  std::string bits;
+  for (char byte : data)
+    for (int bit = 7; bit >= 0; --bit) bits += (static_cast<unsigned char>(byte) >> bit & 1) != 0 ? '1' : '0';
+  return bits;
+}
+inline std::string from_bits(const std::string& bits) {
+  std::string data((bits.size() + 7) / 8, '\0');
+  for (std::size_t i = 0; i < bits.size(); ++i)
+    if (bits[i] == '1') data[i / 8] = static_cast<char>(data[i / 8] | 0x80 >> i % 8);
+  return data;
+}
+
+// Bytes without a pattern, always the same for a seed.
+inline std::string noise(std::size_t size, std::uint32_t seed) {
+  std::string data(size, '\0');
+  for (char& byte : data) {
+    seed = seed * 1664525U + 1013904223U;
+    byte = static_cast<char>(seed >> 24);
+  }
+  return data;
+}
+
+// What the stored form of a value is, written down bit by bit.
+inline std::string stored_bits(double value, int bit_length) {
+  auto number = [&](std::uint64_t image) {
+    std::string bits;
+    for (int bit = bit_length - 1; bit >= 0; --bit) bits += (image >> bit & 1) != 0 ? '1' : '0';
+    return bits;
+  };
+  if (bit_length == 1) return value == 1.0 ? "0" : "1";
+  if (bit_length == 32)
+    return number(value == missing_double ? 0x7EB9BF36
+                                          : std::bit_cast<std::uint32_t>(static_cast<float>(value)));
+  if (bit_length == 64) return number(std::bit_cast<std::uint64_t>(value));
+  return number(value == missing_double ? ~std::uint64_t{0} : static_cast<std::uint64_t>(value));
+}
+
+}  // namespace qrd::test
