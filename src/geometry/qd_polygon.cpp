@@ -36,11 +36,6 @@ int polygon_path(const char* directory, const char* file, bool temporary, path_t
   return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : "POLYGON", path);
 }
 
-int points_test(const char* directory, const char* file) {
-  name_text no_variable = "";
-  return qd_points_test(directory, file, no_variable);
-}
-
 // True if every present polygon has one of its number in the new system, so that its sample stays.
 bool covers(const polygon_system& system, const polygon_system& present) {
   return std::all_of(present.polygons.begin(), present.polygons.end(), [&](const polygon& each) {
@@ -171,7 +166,7 @@ bool narrow_info(const char* directory, const char* file, const char* selection,
 
 int qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
                     polygon_info& info) {
-  const int test = points_test(directory, file);
+  const int test = qd_points_test(directory, file, nullptr);
   if (test == 4 || test == 5) return 1;
   path_text path;
   qd_file_info file_info;
@@ -210,7 +205,7 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
                                                 const char* selection, bool temporary, int& status) {
   status = 2;
   path_text path;
-  if (points_test(directory, file) != 0) return nullptr;
+  if (qd_points_test(directory, file, nullptr) != 0) return nullptr;
   const bool selected = qd_object_selection_usable("Polygon", directory, file, selection);
   if (polygon_path(directory, file, temporary, path) == 0) return nullptr;
   if (!qu_file_readable(path)) {
@@ -235,7 +230,7 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
 }
 
 int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system) {
-  const int test = points_test(directory, file);
+  const int test = qd_points_test(directory, file, nullptr);
   if (test == 1) return 2;
   if (temporary) {
     if (test != 0) return 3;
@@ -256,7 +251,7 @@ int qd_polygon_write(const char* directory, const char* file, bool temporary, po
 
 void qd_polygon_delete(const char* directory, const char* file, bool temporary) {
   path_text path;
-  if (points_test(directory, file) != 0 || polygon_path(directory, file, temporary, path) == 0 ||
+  if (qd_points_test(directory, file, nullptr) != 0 || polygon_path(directory, file, temporary, path) == 0 ||
       !qu_file_readable(path))
     return;
   std::remove(path);

@@ -141,8 +141,7 @@ int write_variables(const char* directory, const char* file, wireframe& root) {
 
 // The short test of the catalogue, and the path: 0, or the failure 1 (missing) or 2 (can't tell).
 int find_file(const char* directory, const char* file, path_text& path) {
-  name_text no_variable = "";
-  switch (qd_points_test(directory, file, no_variable)) {
+  switch (qd_points_test(directory, file, nullptr)) {
     case 0:
       return qd_companion_path(directory, file, wireframe_file_name, path) != 0 ? 0 : 2;
     case 1:
@@ -169,8 +168,7 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
     qu_message("Cannot create Wireframe file with 0 polyhedron");
     return 2;
   }
-  name_text no_variable = "";
-  const int test = qd_points_test(directory, file, no_variable);
+  const int test = qd_points_test(directory, file, nullptr);
   if (test == 1) return 2;
   if (test == 0 && qd_delete_file(directory, file) == 0) return 2;
   if (test == 4 && qd_create_directory(directory) == 0) return 2;

@@ -1,0 +1,225 @@
+#include <filesystem>
+
+#include "geometry/qd_polygon.h"
+#include "support/open_study.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr double no_data = 1.2345e308;
+constexpr std::int32_t no_int = 2147483647;
+
+class polygons : public open_study {};
+
+bytes& ring(bytes& out, std::initializer_list<double> xy, double scale = 1) {
+  out.i32(static_cast<std::int32_t>(xy.size() / 2));
+  for (double value : xy) out.f64(value * scale);
+  return out;
+}
+
+bytes& box(bytes& out, std::initializer_list<double> six) {
+  for (double value : six) out.f64(value);
+  return out;
+}
+
+TEST_F(polygons, go_to_disk_as_version_6_and_come_back) {
+  bytes sent;
+  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(4);
+  ring(sent.text("c1").text("Lake").f64(1).f64(2), {0, 0, 4, 0, 4, 4, 0, 4, 0, 0});
+  ring(sent.text("c1").text("Lake").f64(1).f64(2), {10, 0, 12, 0, 12, 2});
+  ring(sent.text("Pit").text("").f64(0).f64(0), {20, 0, 21, 0, 21, 1});
+  ring(sent.text("line").text("Thin").f64(0).f64(0), {0, 0, 1, 1});
+  expect_done("CPOLYNEW", sent);
+
+  bytes file;
+  box(file.i32(6).i32(2).i64(2).i64(3).i64(10), {0, 2100, 0, 400, 0, 0});
+  // The first polygon of a request takes the last colour; a name that came late counts where it joined.
+  file.text("Lake").i32(157).i32(78).i32(64).i32(no_int).f64(no_data).f64(no_data).f64(no_data).i32(1).i32(2);
+  ring(file.text("c1").i32(0).f64(0).f64(100), {0, 0, 4, 0, 4, 4, 0, 4}, 100).i32(0);
+  ring(file.text("c1 3").i32(0).f64(0).f64(100), {10, 0, 12, 0, 12, 2}, 100).i32(0);
+  file.text("Pit").i32(255).i32(255).i32(0).i32(no_int).f64(no_data).f64(no_data).f64(no_data).i32(1).i32(1);
+  ring(file.text("Pit").i32(0).f64(0).f64(100), {20, 0, 21, 0, 21, 1}, 100).i32(0);
+  EXPECT_EQ(read_file(in_file(1, "POLYGON")), file.str());
+
+  // The samples: no label points, the names, the areas in square metres.
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(no_data).f64(no_data).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.4/DATAVAR")).substr(0, 8), "LakePit ");
+  EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), bytes().f64(18).f64(0.5).str());
+
+  expect_done("CFILESET", bytes().text("P"));
+  bytes answer;
+  box(answer.text("SPOLYGONS").i32(1), {0, 0, 0, 21, 4, 0}).i64(3);
+  ring(answer.text("c1").text("Lake").f64(0).f64(1), {0, 0, 4, 0, 4, 4, 0, 4});
+  ring(answer.text("c1 3").text("Lake").f64(0).f64(1), {10, 0, 12, 0, 12, 2});
+  ring(answer.text("Pit").text("Pit").f64(0).f64(1), {20, 0, 21, 0, 21, 1});
+  expect_answer("CPOLYGONS", bytes(), answer);
+
+  // A selection narrows counts and box too.
+  select_samples("second", {0, 1});
+  bytes narrowed;
+  box(narrowed.text("SPOLYGONS").i32(1), {20, 0, 0, 21, 1, 1}).i64(1);
+  ring(narrowed.text("Pit").text("Pit").f64(0).f64(1), {20, 0, 21, 0, 21, 1});
+  expect_answer("CPOLYGONS", bytes(), narrowed);
+}
+
+TEST_F(polygons, without_any_make_an_empty_file) {
+  bytes sent;
+  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(0);
+  expect_done("CPOLYNEW", sent);
+  bytes file;
+  box(file.i32(6).i32(2).i64(0).i64(0).i64(0), {0, 0, 0, 0, 0, 0});
+  EXPECT_EQ(read_file(in_file(1, "POLYGON")), file.str());
+  expect_refused("CPOLYNEW", sent, "File S: D/P already exists");
+  make_points("plain", 1);
+  expect_refused("CPOLYGONS", bytes(), "Cannot read polygons.");
+}
+
+// One 3D polygon "Area" with the contour "Out", a grid and limits, in the layout of versions 4 to 6.
+bytes nested(int version) {
+  bytes file;
+  file.i32(version).i32(version == 4 ? 1 : 3);
+  if (version == 6)
+    file.i64(1).i64(1).i64(7);
+  else
+    file.i32(1).i32(1).i32(7);
+  box(file, {0, 400, 0, 400, 0, 300});
+  file.text("Area").i32(1).i32(2).i32(3).i32(4).f64(100).f64(200).f64(300).i32(1).i32(1);
+  file.text("Out").i32(1);
+  if (version == 4)
+    file.f64(10).f64(20).f64(1).f64(2).i32(3).i32(4).f64(30).f64(5).i32(6).f64(90).i32(1);
+  else
+    file.f64(10).f64(20).f64(30).f64(1).f64(2).f64(5).i32(3).i32(4).i32(6).f64(90);
+  ring(file.f64(0).f64(300), {0, 0, 400, 0, 400, 400, 0, 400}).i32(1);
+  return ring(file, {100, 100, 200, 100, 200, 200});
+}
+
+// Contours "Up" and "Low" joined to "River", in the layout of versions 1 to 3.
+bytes compounds(int version) {
+  bytes file;
+  file.i32(version).i32(0);
+  if (version == 3) file.i32(1);
+  box(file.i32(1).i32(2).i32(7), {0, 400, 0, 400, 0, 0});
+  for (const char* name : {"Up", "Low"}) {
+    file.text(name).i32(1).f64(7).f64(8);
+    if (version >= 2) file.f64(9);
+    file.f64(0).f64(0).i32(1).f64(10).f64(20).f64(1).f64(2).i32(3).i32(4).f64(15);
+    ring(file, {0, 0, 300, 0, 0, 300});
+  }
+  // A name that no contour has is passed over.
+  file.i32(3).text("Up").text("gone").text("Low").text("River").i32(5).i32(6).i32(7);
+  if (version >= 2) file.i32(8).f64(11).f64(12).f64(13);
+  return file;
+}
+
+TEST_F(polygons, of_versions_4_to_6_keep_grids_holes_and_limits) {
+  make_points("P", 1, 3);
+  for (int version : {4, 5, 6}) {
+    SCOPED_TRACE(version);
+    write_file(in_file(1, "POLYGON"), nested(version).str());
+    int status = -1;
+    const auto system = qd_polygon_read("D", "P", "None", false, status);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(system->dimension, 3);
+    const polygon& area = *system->polygons.begin();
+    EXPECT_STREQ(area.name, "Area");
+    EXPECT_EQ(
+        (std::vector<std::int64_t>{area.red, area.green, area.blue, area.attribute, area.marked, area.index}),
+        (std::vector<std::int64_t>{1, 2, 3, 4, 1, 1}));
+    const contour& out = *area.contours.front();
+    ASSERT_TRUE(out.grid.has_value());
+    EXPECT_EQ((std::vector<double>{out.grid->x0, out.grid->y0, out.grid->z0, out.grid->dx, out.grid->dy,
+                                   out.grid->dz, out.grid->angle1, out.grid->t[1]}),
+              (std::vector<double>{10, 20, 30, 1, 2, 5, 90, -1}));
+    EXPECT_EQ((std::vector<std::int64_t>{out.grid->nx, out.grid->ny, out.grid->nz}),
+              (std::vector<std::int64_t>{3, 4, 6}));
+    EXPECT_EQ(out.z_max, 300);
+    EXPECT_EQ(out.holes.front().back().y, 200);
+
+    bytes answer;
+    box(answer.text("SPOLYGONS").i32(0), {0, 0, 0, 4, 4, 3}).i64(1);
+    ring(answer.text("Out").text("Area").f64(0).f64(3), {0, 0, 4, 0, 4, 4, 0, 4});
+    expect_answer("CPOLYGONS", bytes(), answer);
+  }
+}
+
+TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
+  make_points("P", 1);
+  for (int version : {1, 2, 3}) {
+    SCOPED_TRACE(version);
+    write_file(in_file(1, "POLYGON"), compounds(version).str());
+    int status = -1;
+    const auto system = qd_polygon_read("D", "P", "None", false, status);
+    ASSERT_EQ(status, 0);
+    ASSERT_EQ(system->polygons.count(), 1);
+    const polygon& river = *system->polygons.begin();
+    EXPECT_STREQ(river.name, "River");
+    EXPECT_EQ(river.contours.size(), 2u);
+    EXPECT_EQ((std::vector<std::int64_t>{river.red, river.green, river.blue, river.attribute}),
+              (std::vector<std::int64_t>{5, 6, 7, version == 1 ? 0 : 8}));
+    const std::vector<double> center =
+        version == 1 ? std::vector<double>{100, 100, 0} : std::vector<double>{11, 12, 13};
+    EXPECT_EQ((std::vector<double>{river.center_x, river.center_y, river.center_z}), center);
+    EXPECT_EQ(river.contours.front()->grid->angle1, 15);
+    polygon_info info;
+    ASSERT_EQ(qd_polygon_info("D", "P", nullptr, false, info), 0);
+    EXPECT_EQ((std::vector<std::int64_t>{info.polygon_count, info.contour_count, info.vertex_count}),
+              (std::vector<std::int64_t>{1, 2, 7}));
+  }
+}
+
+TEST_F(polygons, in_a_damaged_file_are_removed_by_their_reader) {
+  make_points("P", 1);
+  const std::string whole = nested(6).str();
+  std::string promising = whole;
+  promising.replace(whole.size() - 52, 4, bytes().i32(2000000000).str());
+  std::string negative = whole;
+  negative.replace(whole.size() - 52, 4, bytes().i32(-1).str());
+  std::string nameless = compounds(2).str();
+  nameless.replace(nameless.size() - 80, 4, bytes().i32(0).str());
+  for (const std::string& damaged : {whole.substr(0, whole.size() - 4), promising, negative, nameless}) {
+    write_file(in_file(1, "POLYGON"), damaged);
+    expect_refused("CPOLYGONS", bytes(), "Cannot read polygons.");
+    EXPECT_FALSE(std::filesystem::exists(in_file(1, "POLYGON")));
+  }
+  write_file(in_file(1, "POLYGON"), "short");
+  expect_refused("CPOLYGONS", bytes(), "P is not a polygon file.");
+  EXPECT_TRUE(std::filesystem::exists(in_file(1, "POLYGON")));
+}
+
+TEST_F(polygons, written_again_keep_the_samples_they_can) {
+  bytes sent;
+  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
+  ring(sent.text("a").text("A").f64(0).f64(0), {0, 0, 1, 0, 1, 1});
+  expect_done("CPOLYNEW", sent);
+  expect_done("CFILESET", bytes().text("P"));
+  expect_done("CVARCNEW", bytes().text("note").i32(4));
+
+  int status = -1;
+  auto system = qd_polygon_read("D", "P", "None", false, status);
+  ASSERT_EQ(status, 0);
+  polygon& added = qu_polygon_new_named(*system, "Bigger");
+  qu_polygon_add_contour_named(*system, added, "b").vertices = {{0, 0}, {100, 0}, {0, 100}};
+  EXPECT_EQ(qd_polygon_write("D", "P", false, *system), 0);
+  expect_answer("CVARLST", bytes(),
+                bytes()
+                    .text("SVARS")
+                    .i32(6)
+                    .text("SN+ Sample Number (READONLY)")
+                    .text("XL+ X Location (READONLY)")
+                    .text("YL+ Y Location (READONLY)")
+                    .text("N+ NAME")
+                    .text("S+ SURFACE")
+                    .text("note"));
+  expect_done("CVARSET", bytes().text("N+ NAME"));
+  expect_answer("CREADVARC", bytes().i64(-1).i64(-1).i32(0),
+                bytes().text("SDATAC").i64(2).text("      ").text("A     ").text("Bigger"));
+  // Fewer polygons than samples: the points file is made anew.
+  auto other = qu_polygon_system_new();
+  qu_polygon_add_contour_named(*other, qu_polygon_new_named(*other, "Z"), "z").vertices = {
+      {0, 0}, {9, 0}, {0, 9}};
+  EXPECT_EQ(qd_polygon_write("D", "P", false, *other), 0);
+  expect_answer("CVARXIST", bytes().text("note"), bytes().text("SEXIST").i32(0));
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,185 @@
+#include <cmath>
+#include <filesystem>
+
+#include "geometry/qd_wireframe.h"
+#include "geometry/qu_wireframe.h"
+#include "support/open_study.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr double no_data = 1.2345e308;
+
+class wireframes : public open_study {};
+
+// A tetrahedron with its right corner at the origin and edges of the given length.
+bytes tetrahedron(double edge) {
+  bytes piece;
+  for (double value : {0.0, 0.0, 0.0, edge, 0.0, 0.0, 0.0, edge, 0.0, 0.0, 0.0, edge}) piece.f64(value);
+  for (int index : {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}) piece.i32(index);
+  return piece;
+}
+
+// A piece in the shape of the file.
+bytes stored_tetrahedron(double edge, bool with_type, int type, int closed) {
+  const std::string data = tetrahedron(edge).str();
+  bytes piece;
+  if (with_type) piece.i32(type);
+  return piece.i32(4).raw(data.substr(0, 96)).i32(4).raw(data.substr(96)).i32(closed);
+}
+
+TEST_F(wireframes, go_to_disk_in_centimetres_and_come_back) {
+  bytes sent;
+  sent.text("W").i32(2).text("Ore body").i32(1).i32(2).i32(3).i32(1).i32(4).i32(4).raw(tetrahedron(2).str());
+  sent.text("empty").i32(4).i32(5).i32(6).i32(0);
+  expect_done("CWIRENEW", sent);
+
+  bytes file;
+  file.i32(3).i32(2).i32(4).i32(4).f64(0).f64(200).f64(0).f64(200).f64(0).f64(200);
+  file.text("Ore body").i32(1).i32(2).i32(3).i32(1).raw(stored_tetrahedron(200, true, 1, 0).str());
+  file.text("empty").i32(4).i32(5).i32(6).i32(0);
+  EXPECT_EQ(read_file(in_file(1, "WIREFRAME")), file.str());
+
+  // Gravity centres in centimetres; none without vertices. No volume of a piece that nothing says is closed.
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50).f64(no_data).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), "Ore bodyempty   ");
+  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data).f64(0).str());
+
+  expect_done("CFILESET", bytes().text("W"));
+  bytes answer;
+  answer.text("SWIREF")
+      .i32(1)
+      .text("Ore body")
+      .i32(1)
+      .i32(2)
+      .i32(3)
+      .i32(1)
+      .i32(4)
+      .i32(4)
+      .raw(tetrahedron(2).str());
+  expect_answer("CWIREREAD", bytes(), answer);
+}
+
+TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
+  make_points("P", 2, 3);
+  bytes version_2;
+  version_2.i32(2).i32(1).i32(4).i32(4).f64(1).f64(2).f64(3).f64(4).f64(5).f64(6);
+  version_2.text(" old ").i32(7).i32(8).i32(9).i32(1).raw(stored_tetrahedron(100, false, 0, 1).str());
+  write_file(in_file(1, "WIREFRAME"), version_2.str());
+  bytes answer;
+  answer.text("SWIREF").i32(1).text("old").i32(7).i32(8).i32(9).i32(1).i32(4).i32(4).raw(
+      tetrahedron(1).str());
+  expect_answer("CWIREREAD", bytes(), answer);
+
+  bytes version_3;
+  version_3.i32(3).i32(1).i32(8).i32(8).f64(0).f64(0).f64(0).f64(0).f64(0).f64(0);
+  version_3.text("old").i32(7).i32(8).i32(9).i32(2).raw(stored_tetrahedron(300, true, 0, 1).str());
+  version_3.raw(stored_tetrahedron(100, true, 2, 1).str());
+  write_file(in_file(1, "WIREFRAME"), version_3.str());
+  expect_answer("CWIREREAD", bytes(), answer);
+
+  // The first version has its box in another order.
+  bytes version_1 = bytes().i32(1).i32(1).i32(4).i32(4).f64(1).f64(2).f64(3).f64(4).f64(5).f64(6);
+  write_file(in_file(1, "WIREFRAME"), version_1.str());
+  wireframe_info info;
+  ASSERT_EQ(qd_wireframe_info("D", "P", "None", info), 0);
+  EXPECT_EQ((std::vector<double>{info.x_min, info.y_max, info.x_max, info.z_min, info.y_min, info.z_max}),
+            (std::vector<double>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(info.variable_count, 3);
+}
+
+TEST_F(wireframes, obey_a_selection_of_their_samples) {
+  bytes sent;
+  sent.text("W").i32(2);
+  for (const char* name : {"one", "two"})
+    sent.text(name).i32(0).i32(0).i32(0).i32(1).i32(4).i32(4).raw(tetrahedron(1).str());
+  expect_done("CWIRENEW", sent);
+  expect_done("CFILESET", bytes().text("W"));
+  select_samples("second", {0, 1});
+  bytes answer;
+  answer.text("SWIREF").i32(1).text("two").i32(0).i32(0).i32(0).i32(1).i32(4).i32(4).raw(
+      tetrahedron(1).str());
+  expect_answer("CWIREREAD", bytes(), answer);
+  select_samples("none", {0, 0});
+  expect_answer("CWIREREAD", bytes(), bytes().text("SWIREF").i32(0));
+  // A selection that is gone counts for nothing.
+  std::snprintf(current_context.selection, sizeof current_context.selection, "gone");
+  EXPECT_EQ(client_.ask("CWIREREAD").substr(0, 16), bytes().text("SWIREF").i32(2).str());
+}
+
+TEST_F(wireframes, with_bad_indices_are_refused_and_a_bad_file_is_removed) {
+  bytes bad;
+  bad.text("W")
+      .i32(1)
+      .text("x")
+      .i32(0)
+      .i32(0)
+      .i32(0)
+      .i32(1)
+      .i32(1)
+      .i32(1)
+      .f64(0)
+      .f64(0)
+      .f64(0)
+      .i32(0)
+      .i32(0)
+      .i32(1);
+  expect_refused("CWIRENEW", bad, "Error while reading triangles from network");
+  bytes negative;
+  negative.text("W").i32(1).text("x").i32(0).i32(0).i32(0).i32(1).i32(-1).i32(0);
+  expect_refused("CWIRENEW", negative, "Not enough memory to store wireframes vertices in memory.");
+  EXPECT_EQ(client_.ask("CWIRENEW", bytes().text("W").i32(0).str()), "");
+  EXPECT_EQ(client_.status(), -1);
+  EXPECT_FALSE(std::filesystem::exists(in_file(1, "DESCR")));
+
+  make_points("P", 1, 3);
+  expect_refused("CWIRENEW", bytes().text("P"), "File S: D/P already exists");
+  expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
+  const std::string header =
+      bytes().i32(3).i32(1).i32(3).i32(1).f64(0).f64(0).f64(0).f64(0).f64(0).f64(0).str();
+  bytes triangle;
+  triangle.text("x")
+      .i32(0)
+      .i32(0)
+      .i32(0)
+      .i32(1)
+      .i32(1)
+      .i32(1)
+      .f64(0)
+      .f64(0)
+      .f64(0)
+      .i32(1)
+      .i32(0)
+      .i32(0)
+      .i32(7)
+      .i32(0);
+  bytes promise;
+  promise.text("x").i32(0).i32(0).i32(0).i32(1).i32(1).i32(2000000000);
+  for (const std::string& body : {triangle.str(), promise.str(), std::string("xx")}) {
+    write_file(in_file(1, "WIREFRAME"), header + body);
+    expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
+    EXPECT_FALSE(std::filesystem::exists(in_file(1, "WIREFRAME")));
+  }
+}
+
+TEST(wireframe_measures, volume_needs_closed_pieces) {
+  wireframe root;
+  wireframe_object& object = qu_polyhedron_new(root, "  name with blanks  ");
+  EXPECT_STREQ(object.name, "name with blanks");
+  wireframe_piece& piece = object.pieces.front();
+  piece.vertices = {0, 0, 0, 6, 0, 0, 0, 6, 0, 0, 0, 6};
+  piece.triangles = {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3};
+  EXPECT_EQ(qu_polyhedron_volume(object), no_data);
+  piece.closed = 1;
+  EXPECT_DOUBLE_EQ(qu_polyhedron_volume(object), 36);
+  double x = 0, y = 0, z = 0;
+  qu_polyhedron_center(object, x, y, z);
+  EXPECT_EQ((std::vector<double>{x, y, z}), (std::vector<double>{1.5, 1.5, 1.5}));
+  object.pieces.clear();
+  EXPECT_EQ(qu_polyhedron_volume(object), 0);
+  qu_polyhedron_center(object, x, y, z);
+  EXPECT_TRUE(std::isnan(x) && std::isnan(y) && std::isnan(z));
+}
+
+}  // namespace
+}  // namespace qrd::test

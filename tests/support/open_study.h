@@ -1,0 +1,72 @@
+// A study with one directory, open in the test's own process, and requests on it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "server/context.h"
+#include "support/bytes.h"
+#include "support/request_session.h"
+#include "support/study_root.h"
+#include "units/qu_units.h"
+
+namespace qrd::test {
+
+// Study "S" with units, directory "D"; the distance unit is the metre.
+class open_study : public testing::Test {
+ protected:
+  void SetUp() override {
+    root_.make_study("S", study_descriptor(1));
+    root_.write_registry(pair("$init$/S", "S"));
+    expect_answer("CQRDDATA", bytes().text(root_.path()), bytes().text("SOK"));
+    expect_done("CSTUDYSET", bytes().text("S"));
+    expect_done("CDIRNEW", bytes().text("D"));
+    expect_done("CDIRSET", bytes().text("D"));
+  }
+
+  void expect_answer(const char* request, const bytes& arguments, const bytes& answer) {
+    EXPECT_EQ(client_.ask(request, arguments.str()), answer.str()) << request;
+  }
+  void expect_done(const char* request, const bytes& arguments = {}) {
+    EXPECT_EQ(client_.ask(request, arguments.str()), done()) << request;
+  }
+  void expect_refused(const char* request, const bytes& arguments, const std::string& text) {
+    EXPECT_EQ(client_.ask(request, arguments.str()), refusal(text)) << request;
+    EXPECT_EQ(client_.status(), -1) << request;
+  }
+
+  // Makes a points file with so many samples at (1, 1), (2, 2) and so on, and makes it the current one.
+  void make_points(const std::string& name, int samples, int dimension = 2) {
+    bytes arguments;
+    arguments.text(name).i64(samples).i32(dimension);
+    for (int axis = 0; axis < dimension; ++axis)
+      for (int i = 1; i <= samples; ++i) arguments.f64(i);
+    expect_done("CPFILENEW", arguments);
+    expect_done("CFILESET", bytes().text(name));
+  }
+
+  // Selects these samples (1 or 0 each) of the current file by a new variable.
+  void select_samples(const std::string& name, const std::vector<int>& flags) {
+    const auto count = static_cast<std::int64_t>(flags.size());
+    expect_done("CVARFNEW", bytes().text(name).i32(1).i32(1).i32(5).i32(0).i32(0));
+    expect_done("CVARSET", bytes().text(name));
+    bytes written;
+    written.i64(1).i64(count).i64(count);
+    for (int flag : flags) written.u8(static_cast<std::uint8_t>(flag));
+    expect_done("CWRITVARS", written);
+    expect_done("CSELSET", bytes().text(name));
+  }
+
+  // Paths in the study, and of the n-th file of the directory.
+  std::string in_study(const std::string& name) const { return root_ / ("S/" + name); }
+  std::string in_file(int number, const std::string& name) const {
+    return in_study("QRD/DIRE.1/FILE." + std::to_string(number) + "/" + name);
+  }
+
+  study_root root_;
+  request_session client_;
+};
+
+}  // namespace qrd::test
