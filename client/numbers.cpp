@@ -49,6 +49,17 @@ std::string number_text(double value) {
   return problem == std::errc() ? std::string(text, end) : std::string();
 }
 
+std::string length_text(double value, double factor) {
+  char text[32];
+  const auto [end, problem] = std::to_chars(text, text + sizeof text, value, std::chars_format::general,
+                                            std::numeric_limits<double>::digits10);
+  if (problem != std::errc()) return number_text(value);
+  double candidate = 0;
+  std::from_chars(text, end, candidate);
+  // The division by the factor leaves an error in the last digits of what was a round number.
+  return number_text(candidate * factor / factor == value ? candidate : value);
+}
+
 std::string single_text(double value, double factor) {
   // The value may have been stored as it is, or as a length; where both are possible both must come out the
   // same.

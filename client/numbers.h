@@ -14,6 +14,10 @@ std::optional<double> parse_number(std::string_view text);
 // The shortest text that reads back as the same number.
 std::string number_text(double value);
 
+// For a length of 64 bits: a text of few digits whose number, written and read again, is told as the same
+// value.
+std::string length_text(double value, double factor);
+
 // The shortest text whose number is stored in the same 32 bits, for a value that was read from such a
 // variable. `factor` is what the server multiplies values with before it stores them.
 std::string single_text(double value, double factor);

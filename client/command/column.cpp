@@ -103,14 +103,17 @@ bool column_values::is_missing(const column& of, std::size_t i) const {
 
 std::string cell_text(const column& of, const column_values& values, std::size_t i) {
   constexpr std::int32_t single_precision = 32;
+  constexpr std::int32_t double_precision = 64;
   if (of.is_text()) return values.texts.values[i];
   if (values.is_missing(of, i)) return {};
   const double value = values.numbers.values[i];
-  if (of.info.bits != single_precision) return client::number_text(value);
-  const auto factor = of.info.has_unit.value_or(false)
-                          ? client::length_factor(of.info.unit_symbol.value_or(""))
-                          : std::optional<double>(1);
-  return factor ? client::single_text(value, *factor) : client::number_text(value);
+  const std::optional<double> factor = of.info.has_unit.value_or(false)
+                                           ? client::length_factor(of.info.unit_symbol.value_or(""))
+                                           : std::optional<double>(1);
+  if (!factor) return client::number_text(value);
+  if (of.info.bits == single_precision) return client::single_text(value, *factor);
+  if (of.info.bits == double_precision && *factor != 1) return client::length_text(value, *factor);
+  return client::number_text(value);
 }
 
 void add_file_arguments(CLI::App& command, place_options& place) {

@@ -124,6 +124,15 @@ json variable_json(client::connection& server, const std::string& name) {
   return result;
 }
 
+// A text, with the lines behind its first one indented.
+void print_text(const std::string& text, int depth) {
+  std::printf(" ");
+  for (const char character : text.substr(0, text.find_last_not_of("\r\n") + 1)) {
+    std::putchar(character);
+    if (character == '\n') std::printf("%*s", 2 * depth + 2, "");
+  }
+}
+
 // "key: value" lines, with what lies deeper indented.
 void print_lines(const json& value, int depth) {
   for (const auto& [key, one] : value.items()) {
@@ -133,9 +142,9 @@ void print_lines(const json& value, int depth) {
       print_lines(one, depth + 1);
       continue;
     }
-    const auto print_one = [](const json& item) {
+    const auto print_one = [depth](const json& item) {
       if (item.is_string())
-        std::printf(" %s", item.get_ref<const std::string&>().c_str());
+        print_text(item.get_ref<const std::string&>(), depth);
       else if (item.is_boolean())
         std::printf(" %s", item.get<bool>() ? "yes" : "no");
       else if (item.is_number_float())

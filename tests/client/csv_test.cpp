@@ -117,6 +117,16 @@ TEST(Numbers, OfSinglePrecisionAreShortAndStoredTheSame) {
   }
 }
 
+TEST(Numbers, OfLengthsAreRoundWhereTheyWere) {
+  const double told = 820 * 30.48 / 30.48;
+  EXPECT_NE(told, 820);
+  EXPECT_EQ(length_text(told, 30.48), "820");
+  for (double value : {7.909, 1.0 / 3, 2301130.51, 1e-300}) {
+    const double read = value * 30.48 / 30.48;
+    EXPECT_EQ(*parse_number(length_text(read, 30.48)) * 30.48 / 30.48, read);
+  }
+}
+
 TEST(Numbers, FitTheirBits) {
   EXPECT_TRUE(fits_bits(1, 1));
   EXPECT_FALSE(fits_bits(2, 1));
