@@ -74,9 +74,14 @@ TEST_F(root, the_default_root_lies_with_the_data_of_the_user) {
 TEST_F(root, a_root_that_cannot_be_made_or_written_is_fatal) {
   test::write_file(folder / "file", "");
   EXPECT_FATAL(init((folder / "file/db").c_str()), "Creation failed for the root directory: .*/file/db");
-  std::filesystem::create_directory(folder / "WRT_TRY_" + std::to_string(getpid()));
   std::filesystem::create_directory(folder / "read_write.def");
   EXPECT_FATAL(init(folder.path().c_str()), "write locked...\nCan't create file:\n.*/read_write.def");
+  EXPECT_FATAL(
+      {
+        std::filesystem::create_directory(folder / "WRT_TRY_" + std::to_string(getpid()));
+        init(folder.path().c_str());
+      },
+      "write locked...\nCan't create file:\n.*/WRT_TRY_");
 }
 
 TEST_F(root, the_plugin_path_is_checked_member_by_member) {
