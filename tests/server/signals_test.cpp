@@ -1,0 +1,141 @@
+// SIGTERM and SIGINT end the server from every state: status 1 within two seconds, no lock left.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <functional>
+#include <thread>
+
+#include "server/signals.h"
+#include "server/wire.h"
+#include "support/bytes.h"
+#include "support/server_process.h"
+
+namespace qrd::test {
+namespace {
+
+using namespace std::chrono_literals;
+using clock = std::chrono::steady_clock;
+
+struct state {
+  const char* name;
+  // Brings the server there; the connection is kept open.
+  std::function<void(server_process&, raw_connection&)> reach;
+  std::vector<std::string> arguments = {};
+};
+
+void expect_end(server_process& server, int signal) {
+  auto start = clock::now();
+  server.send_signal(signal);
+  EXPECT_EQ(server.wait(5s), 1);
+  EXPECT_LT(clock::now() - start, 2s);
+}
+
+TEST(Signals, EndFromEveryState) {
+  const state states[] = {
+      {"waiting for a client", [](server_process&, raw_connection&) {}},
+      {"waiting for a request", [](server_process& s, raw_connection& c) { c = s.connect(); }},
+      {"in a packet",
+       [](server_process& s, raw_connection& c) {
+         c = s.connect();
+         c.send(bytes().text("CARCH").raw("\1\2").str());
+       }},
+      {"after an unknown request",
+       [](server_process& s, raw_connection& c) {
+         c = s.connect();
+         c.send(bytes().text("CNOTHING").str());
+       }},
+      {"closing",
+       [](server_process& s, raw_connection& c) {
+         c = s.connect();
+         c.exchange(bytes().text("CBYE BYE").str(), 12);
+       }},
+      {"waiting for the next client",
+       [](server_process& s, raw_connection& c) {
+         c = s.connect();
+         c.exchange(bytes().text("CBYE BYE").str(), 12);
+         c.receive_rest();
+       },
+       {"-multi"}},
+  };
+  for (const state& at : states) {
+    for (int signal : {SIGTERM, SIGINT}) {
+      SCOPED_TRACE(testing::Message() << at.name << " " << signal);
+      server_process server({.arguments = at.arguments});
+      raw_connection client;
+      at.reach(server, client);
+      std::this_thread::sleep_for(50ms);
+      expect_end(server, signal);
+    }
+  }
+}
+
+// A signal at any moment of the start, also between two system calls.
+TEST(Signals, EndAtAnyMomentOfTheStart) {
+  for (int microseconds = 0; microseconds < 40'000; microseconds += 2500) {
+    listening_port control;
+    server_process server(
+        {.arguments = {"-multi", "-control", std::to_string(control.port())}, .controlled = false});
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    server.send_signal(SIGTERM);
+    std::optional<int> status = server.wait(3s);
+    ASSERT_TRUE(status == 1 || status == 128 + SIGTERM) << microseconds << " " << status.value_or(-1);
+  }
+}
+
+TEST(Signals, EndWhereTheProcessCannotLeaveInGoodOrder) {
+  temporary_directory directory;
+  ASSERT_EQ(mkfifo((directory / "trace").c_str(), 0600), 0);
+  server_process server(
+      {.environment = {{"QRD_SERVER_TRACE", "1"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}},
+       .controlled = false});
+  std::this_thread::sleep_for(200ms);
+  ASSERT_TRUE(server.is_running()) << "it waits for a reader of the pipe";
+  expect_end(server, SIGTERM);
+}
+
+// Exits with 7 if the signal has ended a send that nobody takes, and each later wait.
+[[noreturn]] void block_until_signal() {
+  install_signal_handlers();
+  wire line(SOCK_STREAM);
+  watch_socket(line.near());
+  std::thread killer([] {
+    std::this_thread::sleep_for(200ms);
+    kill(getpid(), SIGTERM);
+  });
+  const std::string much(10'000'000, 'x');
+  bool is_written = _qrd_write_bytes(line.near(), much.data(), static_cast<std::int64_t>(much.size())) != 0;
+  killer.join();
+  // What is watched from now on is shut down at once.
+  wire later(SOCK_STREAM);
+  watch_socket(later.near());
+  std::int32_t word = 0;
+  bool is_read = _qrd_read_int(later.near(), &word) != 0;
+  std::_Exit(is_written ? 1 : is_read ? 2 : 7);
+}
+
+TEST(SignalsDeathTest, ReleaseABlockedSend) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(block_until_signal(), testing::ExitedWithCode(7), "");
+}
+
+bool has_lock(const std::filesystem::path& root) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+    if (entry.path().filename() == "LOCK") return true;
+  return false;
+}
+
+TEST(Signals, RemoveTheLock) {
+  for (int signal : {SIGTERM, SIGINT}) {
+    temporary_directory home;
+    server_process server({.environment = {{"XDG_DATA_HOME", home.path().string()}}});
+    raw_connection client = server.connect();
+    ASSERT_EQ(client.exchange(bytes().text("CQRDDATA").text("").str(), 8), bytes().text("SOK").str());
+    ASSERT_TRUE(has_lock(home.path()));
+    expect_end(server, signal);
+    EXPECT_FALSE(has_lock(home.path()));
+  }
+}
+
+}  // namespace
+}  // namespace qrd::test
