@@ -1,0 +1,168 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "sample_study.h"
+#include "samples/qd_macro.h"
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr char macro[] = "Grade[xxxxx]";
+
+std::string macro_file(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+  bytes file;
+  file.i32(1100).i32(static_cast<int>(indices.size()));
+  for (int index : indices) file.i32(index);
+  file.i32(static_cast<int>(texts.size()));
+  for (const std::string& text : texts) file.text(text);
+  return file.str();
+}
+
+int add(const std::vector<std::int64_t>& indices) {
+  return qd_create_macro_variable_indices("Dir", "File", macro, static_cast<std::int64_t>(indices.size()),
+                                          indices.data(), nullptr);
+}
+int add(const std::vector<std::int64_t>& indices, const std::vector<const char*>& texts) {
+  return qd_create_macro_variable_indices("Dir", "File", macro, static_cast<std::int64_t>(indices.size()),
+                                          indices.data(), texts.data());
+}
+
+// A file of 600 samples in 1024 with one macro variable of 16 bits.
+class MacroCreate : public testing::Test {
+ protected:
+  static constexpr std::size_t column_bytes = 2048;
+  MacroCreate() : study({.samples = 600}) {}
+  void make(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+    data = noise(column_bytes * indices.size(), 9);
+    path = study.add_macro(macro, 16, data, indices, texts);
+  }
+  void expect(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+    std::string new_columns(column_bytes * indices.size() - data.size(), '\xFF');
+    EXPECT_EQ(read_file(path + "/MACRO"), macro_file(indices, texts));
+    EXPECT_TRUE(read_file(path + "/DATAVAR") == data + new_columns);
+  }
+  sample_study study;
+  std::string data, path;
+};
+
+TEST_F(MacroCreate, FreeSlotsAreTakenBeforeNewOnes) {
+  make({0});
+  EXPECT_EQ(add({5, 3}), 1);
+  expect({5, 3});
+  EXPECT_EQ(add({3, 5}), 1) << "nothing to do";
+  expect({5, 3});
+  EXPECT_EQ(add({3, 8, 5, 99999}), 1);
+  expect({5, 3, 8, 99999});
+}
+
+TEST_F(MacroCreate, ARetiredIndexTakesItsSlotBack) {
+  make({4, -7, 0, 9, 0});
+  EXPECT_EQ(add({7, 1}), 1);
+  expect({4, 7, 1, 9, 0});
+  EXPECT_EQ(add({2, 6, 10}), 1);
+  expect({4, 7, 1, 9, 2, 6, 10});
+}
+
+TEST_F(MacroCreate, OldIndicesGetTheirNumberAsText) {
+  make({4, -7});
+  EXPECT_EQ(add({5}, {"gold"}), 1);
+  expect({4, -7, 5}, {"4", "7", "gold"});
+  EXPECT_EQ(add({4, 9}), 1) << "without texts";
+  expect({4, -7, 5, 9}, {"4", "7", "gold", "9"});
+  EXPECT_EQ(add({5, 7}), 1) << "a present one keeps its text, a retaken one gets its number";
+  expect({4, 7, 5, 9}, {"4", "7", "gold", "9"});
+  EXPECT_EQ(add({5, 9, 11}, {"gold", "9", "lead"}), 1);
+  expect({4, 7, 5, 9, 11}, {"4", "7", "gold", "9", "lead"});
+}
+
+TEST_F(MacroCreate, TextsForPresentIndicesOfAMacroWithoutTexts) {
+  make({4, 6});
+  EXPECT_EQ(add({6, 4}, {"six", "four"}), 1);
+  expect({4, 6}, {"four", "six"});
+}
+
+TEST_F(MacroCreate, ARefusedTextChangesNothing) {
+  make({4, 6}, {"four", "six"});
+  std::string console = console_of([] {
+    EXPECT_EQ(add({8}, {"six"}), 0);
+    EXPECT_EQ(add({8}, {"None"}), 0);
+    EXPECT_EQ(add({8}, {"a]b"}), 0);
+    EXPECT_EQ(add({8, 9}, {"x", "x"}), 0);
+  });
+  EXPECT_NE(console.find("Indice named six in macro Grade[xxxxx] already exists\n"), std::string::npos);
+  EXPECT_NE(console.find("Indice named x in macro Grade[xxxxx] already exists\n"), std::string::npos);
+  expect({4, 6}, {"four", "six"});
+}
+
+TEST_F(MacroCreate, ATextIsKeptToItsFirst49Characters) {
+  make({0});
+  std::string longer = std::string(49, 'a') + "rest";
+  EXPECT_EQ(add({5}, {longer.c_str()}), 1);
+  expect({5}, {std::string(49, 'a')});
+  EXPECT_EQ(add({5}, {longer.c_str()}), 1) << "the same again";
+  expect({5}, {std::string(49, 'a')});
+}
+
+TEST_F(MacroCreate, AConflictIsTheFirstPresentIndexWithAnotherText) {
+  make({4, 6}, {"four", "six"});
+  macro_descriptor descriptor(qd_macro_descr_read(path.c_str()));
+  const std::int64_t indices[] = {4, 6, 4};
+  const char* const same[] = {"four", "six"};
+  const char* const other[] = {"four", "sechs"};
+  EXPECT_EQ(qd_macro_text_conflict(*descriptor, 2, indices, same), -1);
+  EXPECT_EQ(qd_macro_text_conflict(*descriptor, 2, indices, other), 1);
+  EXPECT_EQ(qd_macro_text_conflict(*descriptor, 2, indices, nullptr), -1);
+  const std::int64_t after_new_one[] = {5, 6};
+  EXPECT_EQ(qd_macro_text_conflict(*descriptor, 2, after_new_one, other), -1);
+}
+
+TEST(MacroCreateForms, NewColumnsHoldTheFillOfTheirBitLength) {
+  const std::pair<int, std::string> fills[] = {{1, "\xFF"},
+                                               {2, "\x9F"},
+                                               {4, "\xFF"},
+                                               {8, "\xFF"},
+                                               {32, "\x7E\xB9\xBF\x36"},
+                                               {64, "\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC"}};
+  for (const auto& [bits, fill] : fills) {
+    sample_study study({.samples = 10});
+    auto column = static_cast<std::size_t>(64 * bits);
+    std::string data = noise(column, 2), path = study.add_macro(macro, bits, data, {1});
+    EXPECT_EQ(add({2, 3}), 1);
+    while (data.size() < 3 * column) data += fill;
+    EXPECT_TRUE(read_file(path + "/DATAVAR") == data) << bits;
+  }
+}
+
+TEST(MacroCreateForms, AFileWithoutCapacityGetsOnlyTheDescriptor) {
+  sample_study study({.samples = 0});
+  std::string path = study.add_macro(macro, 8, "", {0});
+  EXPECT_EQ(add({1, 2, 3}), 1);
+  EXPECT_EQ(read_file(path + "/MACRO"), macro_file({1, 2, 3}));
+  EXPECT_EQ(read_file(path + "/DATAVAR"), "");
+}
+
+using MacroCreateDeathTest = MacroCreate;
+
+TEST_F(MacroCreateDeathTest, WrongArgumentsAreFatal) {
+  make({4}, {"four"});
+  study.add("Plain", VAR_FLOAT, 16, std::string(2048, '\1'));
+  EXPECT_FATAL(add({0}), "qd_create_macro_variable_indices: Bad Indice \\(1<i<99999\\)");
+  EXPECT_FATAL(add({100000}), "Bad Indice");
+  EXPECT_FATAL(add({-4}), "Bad Indice");
+  EXPECT_FATAL(add({7, 8, 7}), "qd_create_macro_variable_indices: 2 equal indices...");
+  EXPECT_FATAL(add({4}, {"vier"}),
+               "qd_create_macro_variable_indices : trying to create an existing numerical index \\(4\\) with "
+               "different alpha index \\(four != vier\\)");
+  const std::int64_t one = 1;
+  EXPECT_FATAL(qd_create_macro_variable_indices("Dir", "File", "Plain", 1, &one, nullptr), "Not a Macro Var");
+  EXPECT_FATAL(qd_create_macro_variable_indices("Dir", "File", "Gone", 1, &one, nullptr), "unknown variable");
+  EXPECT_FATAL(qd_create_macro_variable_indices("Dir", "Gone", "Gone", 1, &one, nullptr), "unknown file");
+  bound selected("Grade[4]");
+  EXPECT_FATAL(add({5}), "qd_create_macro_variable_indices: Macro Variable already selected");
+  expect({4}, {"four"});
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,137 @@
+#include "samples/qd_output.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "sample_study.h"
+#include "support/console.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr char head[] = "\n WARNING: CHECK YOUR PARAMETERS THIS OUTPUT VARIABLE: ";
+
+qd_format_record format_of(double factor, const char* unit, int length_flag = 1) {
+  qd_format_record format = float_default;
+  format.factor = factor;
+  format.length_flag = length_flag;
+  qu_string_copy(unit, format.unit);
+  return format;
+}
+
+class Output : public testing::Test {
+ protected:
+  Output() : study({.samples = 4}) {
+    unit_flag = 1;
+    study.add("Flag", VAR_FLOAT, 1, std::string(64, '\1'));
+    study.add("Number", VAR_FLOAT, 32, std::string(2048, '\1'));
+    study.add("Metres", VAR_FLOAT, 64, std::string(4096, '\1'), 0, 0, 100.0);
+    study.add("Text", VAR_CHAR, 24, std::string(1536, ' '));
+    study.add_macro("Grade[xxxxx]", 8, std::string(1024, '\1'), {4, 5}, {"four", "five"});
+    study.add_implicit("SN+ Sample Number (READONLY)", KIND_SAMPLE_NUMBER);
+    study.add("X+ Gravity Center", VAR_FLOAT, 64, std::string(4096, '\1'), KIND_X, 0, 100.0);
+    study.add("Z+ Gravity Center", VAR_FLOAT, 64, std::string(4096, '\1'), KIND_Z, 0, 100.0);
+  }
+  // What is asked for, and what the console says.
+  std::string ask(int expected, bool overwrite, const char* name, int type, int bits,
+                  const qd_format_record* format = nullptr) {
+    return console_of([&] {
+      selected_variable selected;
+      EXPECT_EQ(qd_new_old_var_select(overwrite, "Dir", "File", name, type, UNIT_NONE, bits, format,
+                                      selected.handle),
+                expected)
+          << name;
+      EXPECT_EQ(selected.handle.entry != 0, expected == 1) << name;
+    });
+  }
+  void expect_mismatch(const char* name, int type, int bits, const qd_format_record* format,
+                       const std::string& text) {
+    EXPECT_EQ(ask(0, false, name, type, bits, format), head + std::string(name) + "\n" + text + "\n");
+  }
+  sample_study study;
+};
+
+TEST_F(Output, AVariableThatFitsIsKept) {
+  std::string before = read_file(study.file_path() + "/VARI.3/DATAVAR");
+  const qd_format_record metres = format_of(100.0, "m");
+  EXPECT_EQ(ask(1, false, "Metres", VAR_FLOAT, 64, &metres), "");
+  EXPECT_EQ(ask(1, false, "Metres", 77, 32), "") << "any other type is a float";
+  EXPECT_EQ(ask(1, false, "Flag", VAR_FLOAT, 1), "");
+  EXPECT_EQ(ask(1, false, "Text", VAR_CHAR, 24), "");
+  EXPECT_EQ(ask(1, false, "Grade[4]", VAR_FLOAT, 8), "");
+  EXPECT_EQ(ask(1, false, "Grade{five}", VAR_FLOAT, 8), "");
+  EXPECT_EQ(ask(1, false, "Grade[xxxxx]", VAR_MACRO, 8), "");
+  EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), before);
+}
+
+TEST_F(Output, EachMismatchHasItsText) {
+  const qd_format_record plain = format_of(1.0, "", 0), metres = format_of(100.0, "m"),
+                         feet = format_of(30.48, "ft"), odd = format_of(7.0, "?"),
+                         yards = format_of(100.0, "yd");
+  expect_mismatch("Number", VAR_FLOAT, 1, nullptr, "          IS NOT A SELECTION VARIABLE...\n");
+  expect_mismatch("Text", VAR_FLOAT, 32, nullptr, "          IS NOT A FLOAT VARIABLE...\n");
+  expect_mismatch("Grade[xxxxx]", VAR_FLOAT, 8, nullptr, "          IS NOT A FLOAT VARIABLE...\n");
+  expect_mismatch("Number", VAR_FLOAT, 32, &metres, "          IS NOT A FLOAT LENGTH VARIABLE...\n");
+  expect_mismatch("Metres", VAR_FLOAT, 64, &plain,
+                  "          IS NOT A FLOAT VARIABLE (BUT A LENGTH ONE)...\n");
+  expect_mismatch("Number", VAR_MACRO, 32, nullptr, "          IS NOT A MACRO VARIABLE...\n");
+  expect_mismatch("Grade[xxxxx]", VAR_MACRO, 8, &metres, "          IS NOT A MACRO LENGTH VARIABLE...\n");
+  expect_mismatch("Number", VAR_CHAR, 24, nullptr, "          IS NOT AN ALPHANUMERIC VARIABLE...\n");
+  expect_mismatch("Text", VAR_CHAR, 80, nullptr,
+                  "          HAS A DIFFERENT NUMBER OF CHARACTERS (10) THAN NEEDED (3)...\n");
+  expect_mismatch("Metres", VAR_FLOAT, 64, &yards,
+                  "          HAS A DIFFERENT UNIT (m) THAN NEEDED (yd)...\n");
+  expect_mismatch("Metres", VAR_FLOAT, 64, &feet,
+                  "          HAS A DIFFERENT UNIT (Meter) THAN NEEDED (Foot)...\n");
+  expect_mismatch("Metres", VAR_FLOAT, 64, &odd, "          HAS A DIFFERENT UNIT THAN NEEDED...\n");
+}
+
+TEST_F(Output, AVariableWithoutUnitTakesTheWantedText) {
+  std::string path = study.file_path() + "/VARI.2/DESCR", before = read_file(path);
+  const qd_format_record grams = format_of(1.0, "g/t", 0);
+  EXPECT_EQ(ask(1, false, "Number", VAR_FLOAT, 32, &grams), "");
+  std::string unit = bytes().text("").f64(0.0).str();
+  EXPECT_EQ(read_file(path),
+            before.substr(0, before.size() - unit.size()) + bytes().text("g/t").f64(0.0).str());
+}
+
+TEST_F(Output, ColumnsOfAMacroAreNeitherMadeNorReplaced) {
+  std::string console = ask(0, false, "Grade[6]", VAR_FLOAT, 8);
+  EXPECT_EQ(console,
+            "\n WARNING: CHECK YOUR PARAMETERS THIS VARIABLE\n"
+            "          IS A MACRO VARIABLE WITH AN INCORRECT INDICE...\n\n"
+            "              DIRECTORY NAME: >>>Dir<<<\n"
+            "                   FILE NAME: >>>File<<<\n"
+            "           BAD VARIABLE NAME: >>>Grade[6]<<<\n\n\n");
+  console = ask(0, true, "Grade[4]", VAR_FLOAT, 8);
+  EXPECT_NE(console.find("          IS A MACRO VARIABLE WITH A CORRECT INDICE\n"
+                         "          BUT CANNOT BE DELETED AS A STANDARD VARIABLE\n\n"),
+            std::string::npos);
+}
+
+TEST_F(Output, AnExistingVariableIsReplacedUnlessItPlacesTheSamples) {
+  for (const char* name : {"SN+ Sample Number (READONLY)", "X+ Gravity Center"})
+    EXPECT_EQ(ask(0, true, name, VAR_FLOAT, 64),
+              head + std::string(name) + "\n          IS READONLY AND CANNOT BE DELETED BEFORE USE...\n\n");
+  EXPECT_EQ(ask(1, true, "Z+ Gravity Center", VAR_FLOAT, 64), "");
+  EXPECT_EQ(ask(1, true, "Number", VAR_CHAR, 16), "");
+  EXPECT_EQ(read_file(study.file_path() + "/VARI.2/DATAVAR"), std::string(1024, ' '));
+  EXPECT_EQ(ask(1, false, "Fresh", VAR_FLOAT, 8), "");
+  EXPECT_EQ(read_file(study.file_path() + "/VARI.9/DATAVAR"), std::string(512, '\xFF'));
+}
+
+TEST_F(Output, ABadNameIsNotMade) {
+  EXPECT_NE(ask(0, true, "Fre{sh", VAR_FLOAT, 8), "");
+  EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/VARI.9"));
+}
+
+using OutputDeathTest = Output;
+TEST_F(OutputDeathTest, NothingHasNoBits) {
+  qd_variable_handle handle;
+  EXPECT_FATAL(qd_new_old_var_select(false, "Dir", "File", "Fresh", VAR_FLOAT, UNIT_NONE, 0, nullptr, handle),
+               "qd_new_old_var_select: erroneous parameters");
+}
+
+}  // namespace
+}  // namespace qrd::test
