@@ -1,0 +1,529 @@
+#include "store/qd_manage.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "samples/qd_lines.h"
+#include "samples/qd_select.h"
+#include "store/qd_init.h"
+#include "store/qd_placement.h"
+#include "store/qu_init.h"
+#include "support/bytes.h"
+#include "support/console.h"
+#include "support/file_size_limit.h"
+#include "support/temporary_directory.h"
+#include "units/qu_units.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+
+namespace qrd::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::set<std::string> names_in(const std::string& path) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(path)) names.insert(entry.path().filename().string());
+  return names;
+}
+
+using names = std::set<std::string>;
+
+class Manage : public testing::Test {
+ protected:
+  void SetUp() override {
+    qd_deselect_all();
+    fs::create_directory(catalogue());
+    write_file(folder_ / "read_write.def", "");
+    qu_path_join(catalogue_path, {catalogue()});
+    qu_path_join(handle_test_path, {folder_ / "read_write.def"});
+    running_test = 1;
+    unit_flag = 1;
+    qu_formats_reset();
+  }
+  void TearDown() override {
+    qd_deselect_all();
+    running_test = 0;
+    catalogue_path[0] = '\0';
+  }
+
+  std::string catalogue() const { return folder_ / "QRD"; }
+  std::string at(const std::string& path) const { return catalogue() + "/" + path; }
+
+  // Directory "D" with a grid file "G" of so many nodes along X; its path.
+  std::string make_grid(std::int64_t nodes) {
+    qd_grid_record grid;
+    grid.nx = nodes;
+    EXPECT_EQ(qd_create_directory("D"), 1);
+    EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 2, &grid), 1);
+    return at("DIRE.1/FILE.1");
+  }
+
+  temporary_directory folder_;
+};
+
+std::string variable_bytes(const char* name, int type, int kind, int bits, int implicit, int format,
+                           int width, int digits, const char* unit = "", double factor = 0.0) {
+  return bytes()
+      .i32(1100)
+      .text(name)
+      .i32(type)
+      .i32(kind)
+      .i32(bits)
+      .i32(implicit)
+      .i32(format)
+      .i32(width)
+      .i32(digits)
+      .text(unit)
+      .f64(factor)
+      .str();
+}
+
+TEST_F(Manage, DirectoryIsItsDescriptor) {
+  EXPECT_EQ(qd_create_directory("Mine"), 1);
+  EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
+  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+  EXPECT_EQ(read_file(at("DIRE.1/DESCR")), std::string("\0\0\x04\x4C\0\0\0\x04Mine", 12));
+  EXPECT_EQ(qd_create_directory("  Zinc  "), 1);
+  EXPECT_EQ(read_file(at("DIRE.2/DESCR")), bytes().i32(1100).text("  Zinc  ").str());
+}
+
+TEST_F(Manage, TheLowestFreeNumberIsTaken) {
+  for (const char* name : {"a", "b", "c"}) EXPECT_EQ(qd_create_directory(name), 1);
+  EXPECT_EQ(qd_delete_directory("b"), 1);
+  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.3"}));
+  write_file(at("DIRE.4"), "in the way");
+  fs::remove(at("DIRE.4"));
+  fs::create_symlink("nowhere", at("OLDDIRE.4"));
+  EXPECT_EQ(qd_create_directory("d"), 1);
+  EXPECT_EQ(qd_create_directory("e"), 1);
+  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "DIRE.3", "DIRE.4", "OLDDIRE.4"}));
+  EXPECT_EQ(read_file(at("DIRE.2/DESCR")).back(), '\0');
+  EXPECT_EQ(read_file(at("DIRE.2/DESCR")).substr(8, 1), "d");
+}
+
+TEST_F(Manage, PointsFile) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  EXPECT_EQ(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr), 1);
+  EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1")), (names{"DESCR", "VARI.1"}));
+  bytes descriptor;
+  descriptor.i32(1100).text("Wells").i32(1).i32(3).i32(0);
+  descriptor.repeat(48, '\0').repeat(12, '\0').repeat(24, '\0').text("").i64(0).i64(0);
+  EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), descriptor.str());
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1/VARI.1")), (names{"COMMENT", "DATAVAR", "DESCR"}));
+  EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/DESCR")),
+            variable_bytes("SN+ Sample Number (READONLY)", 0, 1, 64, 1, 1, 10, 0));
+  EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/DATAVAR")), "");
+  EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/COMMENT")), "Created during Test");
+}
+
+TEST_F(Manage, LinesFile) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  EXPECT_EQ(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr), 1);
+  std::string path = at("DIRE.1/FILE.1");
+  EXPECT_EQ(names_in(path), (names{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
+  EXPECT_EQ(read_file(path + "/VARI.2/DESCR"),
+            variable_bytes("RN+ Relative Number (READONLY)", 0, 2, 64, 1, 1, 10, 0));
+  EXPECT_EQ(read_file(path + "/VARI.3/DESCR"),
+            variable_bytes("LN+ Line Number (READONLY)", 0, 3, 64, 1, 1, 10, 0));
+}
+
+TEST_F(Manage, GridFile) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  qd_grid_record grid;
+  grid.x0 = 100.0;
+  grid.dz = 50.0;
+  grid.nx = 10;
+  grid.ny = 11;
+  grid.nz = 12;
+  grid.angle2 = 30.0;
+  EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 3, &grid), 1);
+  std::string path = at("DIRE.1/FILE.1");
+  bytes descriptor;
+  descriptor.i32(1100).text("G").i32(5).i32(3).i32(0);
+  for (double value : {100.0, 0.0, 0.0, 1.0, 1.0, 50.0}) descriptor.f64(value);
+  descriptor.i32(10).i32(11).i32(12).f64(0.0).f64(30.0).f64(0.0).text("").i64(1320).i64(1536);
+  EXPECT_EQ(read_file(path + "/DESCR"), descriptor.str());
+
+  EXPECT_EQ(names_in(path),
+            (names{"DESCR", "VARI.1", "VARI.2", "VARI.3", "VARI.4", "VARI.5", "VARI.6", "VARI.7"}));
+  auto length = [](const char* name, int kind) {
+    return variable_bytes(name, 0, kind, 64, 1, 2, 10, 2, "m", 100.0);
+  };
+  auto number = [](const char* name, int kind) { return variable_bytes(name, 0, kind, 64, 1, 1, 10, 0); };
+  std::string expected[] = {length("X+ Coordinate (READONLY)", 7),    length("Y+ Coordinate (READONLY)", 8),
+                            number("IX+ Index (READONLY)", 4),        number("IY+ Index (READONLY)", 5),
+                            length("Z+ Coordinate (READONLY)", 9),    number("IZ+ Index (READONLY)", 6),
+                            number("SN+ Sample Number (READONLY)", 1)};
+  for (int i = 0; i < 7; i++) {
+    std::string variable = path + "/VARI." + std::to_string(i + 1);
+    EXPECT_EQ(read_file(variable + "/DESCR"), expected[i]) << i;
+    EXPECT_EQ(read_file(variable + "/DATAVAR"), "");
+  }
+  EXPECT_EQ(qd_create_file("D", "G2", ORG_GRID, 2, &grid), 1);
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.2")).size(), 6U);
+}
+
+TEST_F(Manage, TooLargeGridsAreRefused) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  auto report = [&](std::int64_t nx, std::int64_t ny, std::int64_t nz) {
+    qd_grid_record grid;
+    grid.nx = nx;
+    grid.ny = ny;
+    grid.nz = nz;
+    return console_of([&] { EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 3, &grid), 0); });
+  };
+  EXPECT_NE(
+      report(2097152, 2097152, 2097152).find("Can't create file, number of samples would be too big.\n"),
+      std::string::npos);
+  EXPECT_NE(report(2147483648, 1, 1).find("Can't create file"), std::string::npos);
+  // 2^63 - 1 fits, but not rounded up to blocks: 7 * 73 * 127 * 337 * 92737 * 649657 split in three.
+  EXPECT_NE(report(649657 * 337, 92737 * 127, 7 * 7 * 73).find("CAN'T CREATE FILE.\n"), std::string::npos);
+  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+}
+
+struct stored_form {
+  int bits;
+  std::string block;  // one sample, or one byte of samples
+  int format, width, digits;
+};
+
+TEST_F(Manage, VariablesAreFilledToTheCapacity) {
+  std::string path = make_grid(513);
+  const std::string missing_32 = "\x7E\xB9\xBF\x36";
+  const std::string missing_64 = "\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC";
+  const stored_form forms[] = {
+      {1, "\xFF", 1, 3, 0},      {2, "\x9F", 1, 3, 0},       {4, "\xFF", 1, 4, 0},      {8, "\xFF", 1, 5, 0},
+      {16, "\xFF\xFF", 1, 7, 0}, {32, missing_32, 2, 10, 2}, {64, missing_64, 2, 10, 2}};
+  int number = 5;
+  for (const stored_form& form : forms) {
+    std::string name = "v" + std::to_string(form.bits);
+    ASSERT_EQ(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, KIND_PLAIN, form.bits, nullptr), 1);
+    std::string folder = path + "/VARI." + std::to_string(++number);
+    EXPECT_EQ(names_in(folder), (names{"COMMENT", "DATAVAR", "DESCR"}));
+    EXPECT_EQ(read_file(folder + "/DESCR"),
+              variable_bytes(name.c_str(), 0, 0, form.bits, 0, form.format, form.width, form.digits));
+    std::string expected;
+    while (expected.size() < 1024U * static_cast<unsigned>(form.bits) / 8U) expected += form.block;
+    EXPECT_TRUE(read_file(folder + "/DATAVAR") == expected) << form.bits;
+  }
+  ASSERT_EQ(qd_create_variable("D", "G", "t", VAR_CHAR, KIND_PLAIN, 24, nullptr), 1);
+  EXPECT_EQ(read_file(path + "/VARI.13/DESCR"), variable_bytes("t", 1, 0, 24, 0, 2, 10, 2));
+  EXPECT_EQ(read_file(path + "/VARI.13/DATAVAR"), std::string(3072, ' '));
+}
+
+TEST_F(Manage, MacroVariableHasOneFreeSlot) {
+  std::string path = make_grid(1);
+  ASSERT_EQ(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr), 1);
+  EXPECT_EQ(names_in(path + "/VARI.6"), (names{"COMMENT", "DATAVAR", "DESCR", "MACRO"}));
+  EXPECT_EQ(read_file(path + "/VARI.6/MACRO"), bytes().i32(1100).i32(1).i32(0).i32(0).str());
+  EXPECT_EQ(read_file(path + "/VARI.6/DESCR"), variable_bytes("Au[xxxxx]", 2, 0, 16, 0, 1, 7, 0));
+  EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR"), std::string(1024, '\xFF'));
+}
+
+TEST_F(Manage, FormatsAreChecked) {
+  std::string path = make_grid(1);
+  auto made = [&, number = 5](const qd_format_record& format, int kind = KIND_PLAIN) mutable {
+    std::string name = "f" + std::to_string(++number);
+    EXPECT_EQ(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, kind, 64, &format), 1);
+    std::string descriptor = read_file(path + "/VARI." + std::to_string(number) + "/DESCR");
+    return descriptor.substr(28);
+  };
+  auto fields = [](int format, int width, int digits, const char* unit, double factor) {
+    return bytes().i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+  };
+  EXPECT_EQ(made({FORMAT_DECIMAL, 5, 9, 1, "ft", 30.48}), fields(2, 5, 2, "ft", 30.48));
+  EXPECT_EQ(made({FORMAT_SHIFTED, 5, 9, 0, " ", 1.0}), fields(4, 5, 9, "", 0.0));
+  EXPECT_EQ(made({FORMAT_INTEGER, 20, 0, 1, "m", 100.0}), fields(2, 10, 2, "", 0.0));
+  EXPECT_EQ(made({FORMAT_INTEGER, 3, -1, 1, "m", 100.0}), fields(2, 10, 2, "", 0.0));
+  EXPECT_EQ(made({FORMAT_DECIMAL, 19, 9, 1, "km", 100000.0}, KIND_X_BEGIN), fields(2, 19, 9, "km", 100000.0));
+}
+
+TEST_F(Manage, KindsDecideTypeAndImplicit) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  ASSERT_EQ(qd_create_file("D", "P", ORG_POINTS, 2, nullptr), 1);
+  std::string path = at("DIRE.1/FILE.1");
+  EXPECT_EQ(qd_create_variable("D", "P", "X", VAR_CHAR, KIND_X, 64, nullptr), 1);
+  EXPECT_EQ(read_file(path + "/VARI.2/DESCR"), variable_bytes("X", 0, 7, 64, 0, 2, 10, 2, "m", 100.0));
+  EXPECT_EQ(qd_create_variable("D", "P", "IX", VAR_FLOAT, KIND_IX, 64, nullptr), 1);
+  EXPECT_EQ(read_file(path + "/VARI.3/DESCR"), variable_bytes("IX", 0, 4, 64, 1, 1, 10, 0));
+  EXPECT_EQ(qd_create_variable("D", "P", "Name", VAR_CHAR, KIND_LINE_NAME, 80, nullptr), 1);
+  EXPECT_EQ(read_file(path + "/VARI.4/DESCR"), variable_bytes("Name", 1, 16, 80, 0, 2, 10, 2));
+  unit_flag = 0;
+  qu_formats_reset();
+  EXPECT_EQ(qd_create_variable("D", "P", "Y", VAR_FLOAT, KIND_Y, 64, nullptr), 1);
+  EXPECT_EQ(read_file(path + "/VARI.5/DESCR").substr(16, 4), bytes().i32(8).str());
+}
+
+TEST(NameCheck, EveryRuleAtItsLimits) {
+  std::string longest(49, 'n');
+  EXPECT_EQ(qd_name_check(longest.c_str()), NAME_VALID);
+  EXPECT_EQ(qd_name_check((longest + "n").c_str()), NAME_TOO_LONG);
+  // Blanks count for the room, since they are stored.
+  EXPECT_EQ(qd_name_check((" " + longest).c_str()), NAME_TOO_LONG);
+  EXPECT_EQ(qd_name_check(std::string(60, ' ').c_str()), NAME_BLANK);
+  EXPECT_EQ(qd_name_check(""), NAME_BLANK);
+  EXPECT_EQ(qd_name_check("  Zinc  "), NAME_VALID);
+  for (const char* name : {"None", "New Directory", "New File", "New Variable", " None "})
+    EXPECT_EQ(qd_name_check(name), NAME_RESERVED) << name;
+  EXPECT_EQ(qd_name_check("new file"), NAME_VALID);
+  for (const char* name : {"a\tb", "a\x1F", "a\x7F", "a\xFF", "[\t"})
+    EXPECT_EQ(qd_name_check(name), NAME_NOT_PRINTABLE) << name;
+  EXPECT_EQ(qd_name_check("a\x80\xC3\xA9"), NAME_VALID);
+  for (const char* name : {"a[1]", "a{", "}", "Zi[nc[xxxxx]", "Zinc{xxxxx}", "Zinc[xxxx]", "a[xxxxx]b"})
+    EXPECT_EQ(qd_name_check(name), NAME_FORBIDDEN) << name;
+  EXPECT_EQ(qd_name_check("Zinc[xxxxx]"), NAME_VALID);
+  EXPECT_EQ(qd_name_check("[xxxxx]"), NAME_BLANK);
+  EXPECT_EQ(qd_name_check("  [xxxxx] "), NAME_BLANK);
+  EXPECT_EQ(qd_name_check("a  [xxxxx]"), NAME_VALID);
+}
+
+TEST_F(Manage, BadNamesAreReported) {
+  make_grid(1);
+  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_create_directory("None"), 0); }),
+            "\n\nWARNING: THE NAME OF THE DIRECTORY TO BE CREATED\n\n         IS A RESERVED KEYWORD...\n\n"
+            "         DIRECTORY NAME: >>>None<<<\n\n\n");
+  EXPECT_EQ(
+      console_of([] { EXPECT_EQ(qd_create_file("D", "a[", ORG_POINTS, 2, nullptr), 0); }),
+      "\n WARNING: THE NAME OF THE FILE TO BE CREATED\n\n         HAS FORBIDDEN CHARACTERS: [ or ] ...\n\n"
+      "         DIRECTORY NAME: >>>D<<<\n\n          BAD FILE NAME: >>>a[<<<\n\n");
+  auto variable = [](const char* name, int type) {
+    return console_of([&] { EXPECT_EQ(qd_create_variable("D", "G", name, type, 0, 8, nullptr), 0); });
+  };
+  const std::string forbidden = "         HAS FORBIDDEN CHARACTERS: [ ] or { } ...\n\n";
+  EXPECT_EQ(variable("Zinc[xxxxx]", VAR_FLOAT),
+            "\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n\n" + forbidden +
+                " *****Directory Name: >>>D<<<\n\n **********File Name= >>>G<<<\n\n"
+                " **Bad Variable Name= >>>Zinc[xxxxx]<<<\n\n\n\n");
+  EXPECT_NE(variable("Zinc[xxxxx] ", VAR_CHAR).find(forbidden), std::string::npos);
+  for (const char* name : {"Zinc", "Zinc[xxxxx] "})
+    EXPECT_NE(variable(name, VAR_MACRO).find("         IS NOT A VALID NEW MACRO VARIABLE NAME...\n\n"),
+              std::string::npos);
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1")).size(), 6U);
+}
+
+TEST_F(Manage, ViolatedPreconditionsAreFatal) {
+  make_grid(1);
+  EXPECT_FATAL(qd_create_file("D", "x", ORG_ANY, 2, nullptr), "No 35 in function qd_create_file");
+  for (int bits : {0, -8, 3, 65, 66})
+    EXPECT_FATAL(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, bits, nullptr),
+                 "No 6 in function qd_create_variable");
+  EXPECT_FATAL(qd_create_variable("D", "G", "x", VAR_CHAR, 0, 12, nullptr), "No 6 in function");
+  EXPECT_FATAL(qd_create_variable("D", "G", "x", VAR_FLOAT, KIND_X_END, 64, &float_default),
+               "No 40 in function");
+  EXPECT_FATAL(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 6, nullptr), "No 48 in function");
+  EXPECT_FATAL(qd_delete_variable({}), "No 10 in function qd_delete_variable");
+  EXPECT_FATAL(qd_delete_variable({5, 1.0, 0}), "No 20 in function qd_delete_variable");
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1")).size(), 6U);
+}
+
+TEST_F(Manage, WhatIsThereAlreadyIsAFailure) {
+  make_grid(1);
+  console_of([] {
+    EXPECT_EQ(qd_create_directory("D"), 0);
+    EXPECT_EQ(qd_create_file("D", "G", ORG_POINTS, 2, nullptr), 0);
+    EXPECT_EQ(qd_create_file("None", "x", ORG_POINTS, 2, nullptr), 0);
+    EXPECT_EQ(qd_create_variable("D", "G", "SN+ Sample Number (READONLY)", VAR_FLOAT, 0, 8, nullptr), 0);
+    EXPECT_EQ(qd_create_variable("D", "none", "x", VAR_FLOAT, 0, 8, nullptr), 0);
+    EXPECT_EQ(qd_delete_directory("none"), 0);
+    EXPECT_EQ(qd_delete_file("D", "none"), 0);
+  });
+  EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
+  EXPECT_EQ(names_in(at("DIRE.1")).size(), 2U);
+}
+
+// The result of a creation that meets a full disk after so many bytes of a file, and what it says. The
+// console is a pipe, since the limit counts for all files of the process.
+void expect_full_disk(rlim_t limit, const std::string& report, const std::function<int()>& create) {
+  auto in_child = [&] {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) _exit(3);
+    std::fflush(stdout);
+    dup2(ends[1], STDOUT_FILENO);
+    limit_file_size(limit);
+    int result = create();
+    std::fflush(stdout);
+    std::string said(65536, '\0');
+    ssize_t size = read(ends[0], said.data(), said.size());
+    said.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    _exit(result != 0 ? 2 : said.find(report) == std::string::npos ? 1 : 0);
+  };
+  EXPECT_EXIT(in_child(), testing::ExitedWithCode(0), "") << limit;
+}
+
+// Every length of the limit cuts another write of the creation short.
+TEST_F(Manage, AFullDiskLeavesNothing) {
+  std::string path = make_grid(512 * 20);
+  const names before = names_in(path);
+  auto create_variable = [] { return qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 64, nullptr); };
+  for (rlim_t limit : {0U, 10U, 100U, 5000U, 81919U}) {
+    expect_full_disk(
+        limit,
+        "WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n\n         OR WRITE PROTECTED ?\n\n"
+        "         DIRECTORY NAME: >>>D<<<\n\n              FILE NAME: >>>G<<<\n\n\n"
+        "          VARIABLE NAME: >>>x<<<\n\n\n       FILE PATH: >>>" +
+            path + "/",
+        create_variable);
+    EXPECT_EQ(names_in(path), before) << limit;
+  }
+  for (rlim_t limit : {0U, 7U, 50U}) {
+    expect_full_disk(limit, "WARNING: ERROR DURING FILE CREATION, FILE SYSTEM FULL\n",
+                     [] { return qd_create_file("D", "L", ORG_LINES_CORES, 3, nullptr); });
+    EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"})) << limit;
+  }
+  expect_full_disk(10, "FILE SYSTEM FULL", [] { return qd_create_directory("Mine"); });
+  EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
+  EXPECT_EXIT(
+      {
+        limit_file_size(81920);
+        _exit(create_variable());
+      },
+      testing::ExitedWithCode(1), "");
+  EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR").size(), 81920U);
+}
+
+TEST_F(Manage, ADamagedCapacityIsAFailure) {
+  std::string path = make_grid(1);
+  std::string descriptor = read_file(path + "/DESCR");
+  for (std::int64_t capacity : {513, -512}) {
+    write_file(path + "/DESCR", descriptor.substr(0, descriptor.size() - 8) + bytes().i64(capacity).str());
+    console_of([] { EXPECT_EQ(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr), 0); });
+    EXPECT_EQ(names_in(path).size(), 6U);
+  }
+}
+
+TEST_F(Manage, DeletingAFileRemovesItsLink) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  ASSERT_EQ(qd_create_file("D", "P", ORG_POINTS, 3, nullptr), 1);
+  ASSERT_EQ(qd_create_file("D", "L", ORG_LINES_GRAVITY, 3, nullptr), 1);
+  std::string before = read_file(at("DIRE.1/FILE.1/DESCR"));
+  qd_create_link("D", "L", "P");
+  ASSERT_NE(read_file(at("DIRE.1/FILE.1/DESCR")), before);
+  EXPECT_EQ(qd_delete_file("D", "L"), 1);
+  EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), before);
+  EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
+}
+
+TEST_F(Manage, DeletedVariablesAreForgotten) {
+  std::string path = make_grid(1);
+  ASSERT_EQ(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr), 1);
+  qd_variable_handle handle, other;
+  ASSERT_EQ(qd_variable_select("D", "G", "x", UNIT_NONE, handle), 1);
+  ASSERT_EQ(qd_variable_select("D", "G", "x", UNIT_NONE, other), 1);
+  EXPECT_FATAL(qd_delete_variable(handle), "No 60 in function qd_delete_variable");
+  EXPECT_FALSE(fs::exists(path + "/VARI.6"));
+
+  ASSERT_EQ(qd_create_variable("D", "G", "y", VAR_FLOAT, 0, 8, nullptr), 1);
+  qd_deselect_all();
+  ASSERT_EQ(qd_variable_select("D", "G", "y", UNIT_NONE, handle), 1);
+  handle = qd_delete_variable(handle);
+  EXPECT_EQ(handle.entry, 0);
+  EXPECT_EQ(qd_entry(1), nullptr);
+  EXPECT_EQ(names_in(path).size(), 6U);
+
+  // A selection that is still open must not stand for the next object with the same number.
+  ASSERT_EQ(qd_create_variable("D", "G", "z", VAR_FLOAT, 0, 8, nullptr), 1);
+  ASSERT_EQ(qd_variable_select("D", "G", "z", UNIT_NONE, handle), 1);
+  EXPECT_EQ(qd_delete_file("D", "G"), 1);
+  EXPECT_EQ(qd_entry(handle.entry), nullptr);
+  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+}
+
+// Runs in so many processes at once; all must end with status 0.
+void in_processes(int count, const std::function<void(int)>& act) {
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; i++) {
+    pid_t child = fork();
+    if (child == 0) {
+      int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+      dup2(nowhere, STDOUT_FILENO);
+      act(i);
+      _exit(0);
+    }
+    children.push_back(child);
+  }
+  for (pid_t child : children) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  }
+}
+
+TEST_F(Manage, CreatorsNeverShareANumber) {
+  constexpr int creators = 8, each = 12;
+  in_processes(creators, [](int creator) {
+    for (int i = 0; i < each; i++)
+      if (qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str()) != 1) _exit(1);
+  });
+  names expected;
+  for (int number = 1; number <= creators * each; number++) expected.insert("DIRE." + std::to_string(number));
+  EXPECT_EQ(names_in(catalogue()), expected);
+  std::set<std::string> descriptors;
+  for (const std::string& name : expected) descriptors.insert(read_file(at(name + "/DESCR")));
+  EXPECT_EQ(descriptors.size(), expected.size());
+}
+
+TEST_F(Manage, NobodyMeetsAHalfMadeObject) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  in_processes(6, [this](int server) {
+    std::string own = "file " + std::to_string(server);
+    for (int i = 0; i < 10; i++) {
+      if (qd_create_file("D", own.c_str(), ORG_LINES_CORES, 3, nullptr) != 1) _exit(1);
+      for (const auto& entry : fs::directory_iterator(at("DIRE.1"))) {
+        std::string name = entry.path().filename().string();
+        if (!name.starts_with("FILE.")) continue;
+        std::error_code gone;
+        if (!fs::exists(entry.path() / "VARI.3/DATAVAR", gone) && fs::exists(entry.path(), gone)) _exit(2);
+      }
+      if (qd_delete_file("D", own.c_str()) != 1) _exit(3);
+    }
+  });
+  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+}
+
+TEST_F(Manage, LeftoversOfDeadProcessesGo) {
+  in_processes(1, [this](int) {
+    prepared_object folder(catalogue().c_str());
+    write_file(std::string(folder.path()) + "/DESCR", "half");
+    _exit(0);
+  });
+  const names left = names_in(catalogue());
+  ASSERT_EQ(left.size(), 1U);
+  std::string name = *left.begin();
+  EXPECT_EQ(name.find('.'), std::string::npos);
+  // The same of another machine, and of a process that lives.
+  std::size_t machine = name.find('_', 4) + 1;
+  std::string elsewhere = name;
+  elsewhere[machine] = elsewhere[machine] == '0' ? '1' : '0';
+  std::string living = "OLD_" + std::to_string(getppid()) + name.substr(machine - 1);
+  fs::create_directory(at(elsewhere));
+  fs::create_directory(at(living));
+  EXPECT_EQ(qd_create_directory("Mine"), 1);
+  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", elsewhere, living}));
+}
+
+TEST_F(Manage, FileSystemsWithoutExclusiveRename) {
+  fs::create_directories(at("NEW/VARI.1"));
+  fs::create_directory(at("DIRE.1"));
+  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.1").c_str()), -1);
+  EXPECT_EQ(errno, EEXIST);
+  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.2").c_str()), 0);
+  EXPECT_TRUE(fs::exists(at("DIRE.2/VARI.1")));
+  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.3").c_str()), -1);
+  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2"}));
+}
+
+}  // namespace
+}  // namespace qrd::test
