@@ -1,0 +1,435 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "store/catalogue_tree.h"
+#include "store/qd_tools.h"
+#include "support/console.h"
+
+namespace qrd {
+namespace {
+
+namespace fs = std::filesystem;
+using test::bytes;
+using test::catalogue_tree;
+using test::console_of;
+using test::file_fields;
+using test::read_file;
+using test::write_file;
+
+// Reads the descriptor of DIRE.1/FILE.1 with this content.
+struct file_read {
+  explicit file_read(const catalogue_tree& tree, const std::string& content)
+      : path(tree.add("DIRE.1/FILE.1", content)) {
+    console = console_of([&] { result = qd_file_descriptor_read(path.c_str(), record); });
+    on_disk = read_file(path + "/DESCR");
+  }
+  std::string path, console, on_disk;
+  int result = -1;
+  qd_file_record record;
+};
+
+file_fields a_grid() {
+  return {.name = "Ore body",
+          .organisation = 5,
+          .lengths = {100, -200, 300, 10, 20, 30},
+          .nodes = {4, 3, 2},
+          .angles = {30, 10, -5},
+          .samples = 24,
+          .allocated = 512};
+}
+
+TEST(directory_descriptor, has_these_bytes) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1");
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Mine"), 1);
+  EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x04Mine", 12));
+  // A longer content is replaced by a shorter one.
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "A much longer name of it"), 1);
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Pit"), 1);
+  EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x03Pit\x00", 12));
+}
+
+TEST(directory_descriptor, of_an_old_version_is_rewritten_and_of_a_later_one_not) {
+  catalogue_tree tree;
+  name_text name;
+  for (int version : {2, 400, 1099}) {
+    std::string path = tree.add("DIRE.1", bytes().i32(version).text("Mine").raw("rest").str());
+    ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1) << version;
+    EXPECT_STREQ(name, "Mine");
+    EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(1100).text("Mine").str()) << version;
+  }
+  std::string later = bytes().i32(1101).text("Mine").str();
+  std::string path = tree.add("DIRE.1", later);
+  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1);
+  EXPECT_EQ(read_file(path + "/DESCR"), later);
+  // 50 characters are legal on disk, and cut in memory.
+  path = tree.add("DIRE.1", bytes().i32(1100).text(std::string(50, 'n')).str());
+  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1);
+  EXPECT_EQ(name, std::string(49, 'n'));
+}
+
+TEST(directory_descriptor, damage_is_reported) {
+  catalogue_tree tree;
+  name_text name;
+  for (const std::string& content :
+       {std::string(), bytes().i32(1).text("Mine").str(), bytes().i32(-7).text("Mine").str(),
+        bytes().i32(1100).str(), bytes().i32(1100).i32(10).raw("Mine").str(),
+        bytes().i32(1100).text(std::string(51, 'n')).str(), bytes().i32(1100).i32(-1).raw("Mine").str()}) {
+    std::string path = tree.add("DIRE.1", content);
+    std::string console = console_of([&] { EXPECT_EQ(qd_directory_descriptor_read(path.c_str(), name), 0); });
+    EXPECT_EQ(console, "Directory descriptor corrupted:\n" + path + "/DESCR\n");
+    EXPECT_FALSE(qd_object_gone());
+    EXPECT_EQ(read_file(path + "/DESCR"), content);
+  }
+}
+
+TEST(descriptor, without_a_file_is_fatal_unless_its_folder_is_gone) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1/FILE.1/VARI.1");
+  name_text name;
+  qd_file_record file;
+  qd_variable_record variable;
+  EXPECT_FATAL(qd_directory_descriptor_read(path.c_str(), name), "FATAL ERROR in qu_file_open_f");
+  EXPECT_FATAL(qd_file_descriptor_read(path.c_str(), file), "FATAL ERROR in qu_file_open_f");
+  EXPECT_FATAL(qd_variable_descriptor_read(path.c_str(), variable), "FATAL ERROR in qu_file_open_f");
+  fs::remove(path);
+  EXPECT_EQ(qd_directory_descriptor_read(path.c_str(), name), 0);
+  EXPECT_TRUE(qd_object_gone());
+  EXPECT_EQ(qd_file_descriptor_read(path.c_str(), file), 0);
+  EXPECT_TRUE(qd_object_gone());
+  EXPECT_EQ(qd_variable_descriptor_read(path.c_str(), variable), 0);
+  EXPECT_TRUE(qd_object_gone());
+}
+
+TEST(file_descriptor, of_this_version_keeps_its_bytes) {
+  catalogue_tree tree;
+  file_fields fields = a_grid();
+  fields.link = "Header";
+  fields.samples = std::int64_t{24};
+  file_read read(tree, fields.bytes_of());
+  ASSERT_EQ(read.result, 1);
+  const qd_file_record& record = read.record;
+  EXPECT_STREQ(record.name, "Ore body");
+  EXPECT_EQ(record.organisation, ORG_GRID);
+  EXPECT_EQ(record.dimension, 3);
+  EXPECT_EQ(record.grid.x0, 100);
+  EXPECT_EQ(record.grid.y0, -200);
+  EXPECT_EQ(record.grid.z0, 300);
+  EXPECT_EQ(record.grid.dx, 10);
+  EXPECT_EQ(record.grid.dy, 20);
+  EXPECT_EQ(record.grid.dz, 30);
+  EXPECT_EQ(record.grid.nx, 4);
+  EXPECT_EQ(record.grid.ny, 3);
+  EXPECT_EQ(record.grid.nz, 2);
+  EXPECT_EQ(record.grid.rotated, 1);
+  EXPECT_EQ(record.grid.angle1, 30);
+  EXPECT_EQ(record.grid.angle2, 10);
+  EXPECT_EQ(record.grid.angle3, -5);
+  EXPECT_STREQ(record.link_name, "Header");
+  EXPECT_EQ(record.sample_count, 24);
+  EXPECT_EQ(record.allocated_samples, 512);
+  EXPECT_EQ(read.on_disk, fields.bytes_of());
+
+  // And the writer makes the same ones, also beyond 32 bits.
+  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), record), 1);
+  EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
+  qd_file_record large = record;
+  fields.samples = large.sample_count = 5'000'000'000;
+  fields.allocated = large.allocated_samples = 5'000'000'512;
+  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), large), 1);
+  EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
+}
+
+TEST(file_descriptor, of_an_old_version_becomes_a_new_one) {
+  catalogue_tree tree;
+  for (int version : {2, 190, 199, 200, 500, 519, 520, 600, 899, 900, 950, 1099}) {
+    file_fields fields = a_grid();
+    std::string old = fields.bytes_of(version);
+    if (version < 200) fields.angles[2] = 0;
+    file_read read(tree, old);
+    ASSERT_EQ(read.result, 1) << version << read.console;
+    EXPECT_EQ(read.record.grid.angle3, fields.angles[2]) << version;
+    EXPECT_EQ(read.record.allocated_samples, 512) << version;
+    EXPECT_EQ(read.on_disk, fields.bytes_of()) << version;
+  }
+  std::string later = a_grid().bytes_of(1200);
+  file_read read(tree, later);
+  EXPECT_EQ(read.result, 1);
+  EXPECT_EQ(read.on_disk, later);
+}
+
+TEST(file_descriptor, of_two_dimensions_has_no_third_one_in_memory) {
+  catalogue_tree tree;
+  for (int version : {1099, 1100}) {
+    file_fields fields = a_grid();
+    fields.dimension = 2;
+    fields.nodes[2] = 0;
+    file_read read(tree, fields.bytes_of(version));
+    ASSERT_EQ(read.result, 1);
+    EXPECT_EQ(read.record.grid.nz, 1);
+    EXPECT_EQ(read.record.grid.dz, 0);
+    EXPECT_EQ(read.record.grid.z0, 0);
+    EXPECT_EQ(read.on_disk, fields.bytes_of());
+  }
+}
+
+TEST(file_descriptor, below_520_loses_the_derived_files) {
+  catalogue_tree tree;
+  for (int version : {519, 520}) {
+    std::string path = tree.folder("DIRE.1/FILE.1");
+    write_file(path + "/RPD", "x");
+    write_file(path + "/PTD", "x");
+    file_read read(tree, file_fields().bytes_of(version));
+    ASSERT_EQ(read.result, 1);
+    EXPECT_EQ(fs::exists(path + "/RPD"), version == 520);
+    EXPECT_EQ(fs::exists(path + "/PTD"), version == 520);
+  }
+}
+
+file_fields some_lines() {
+  return {.name = "Traces", .organisation = 2, .dimension = 2, .lines = 3, .samples = 9, .allocated = 512};
+}
+
+TEST(line_table, below_520_gets_wider_entries) {
+  catalogue_tree tree;
+  for (int organisation : {2, 3}) {
+    std::string path = tree.folder("DIRE.1/FILE.1");
+    write_file(path + "/LINE", bytes().i32(1).i32(4).i32(6).i32(10).str());
+    file_fields fields = some_lines();
+    fields.organisation = organisation;
+    file_read read(tree, fields.bytes_of(500));
+    ASSERT_EQ(read.result, 1) << read.console;
+    EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).i64(4).i64(6).i64(10).str());
+    EXPECT_EQ(read.on_disk, fields.bytes_of());
+  }
+  // An odd number of entries, and the table of a file without lines.
+  std::string path = tree.folder("DIRE.1/FILE.1");
+  file_fields fields = some_lines();
+  fields.lines = 2;
+  write_file(path + "/LINE", bytes().i32(1).i32(4).i32(10).str());
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, 1);
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).i64(4).i64(10).str());
+  fields.lines = 0;
+  fields.samples = 0;
+  write_file(path + "/LINE", bytes().i32(1).str());
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, 1);
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
+}
+
+TEST(line_table, that_an_interrupted_upgrade_has_widened_is_left_alone) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1/FILE.1");
+  std::string wide = bytes().i64(1).i64(4).i64(6).i64(10).str();
+  write_file(path + "/LINE", wide);
+  file_read read(tree, some_lines().bytes_of(519));
+  EXPECT_EQ(read.result, 1) << read.console;
+  EXPECT_EQ(read_file(path + "/LINE"), wide);
+  EXPECT_EQ(read.on_disk, some_lines().bytes_of());
+}
+
+TEST(line_table, damaged_below_520_is_reported_and_nothing_is_changed) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1/FILE.1");
+  std::string old = some_lines().bytes_of(500);
+  for (const std::string& table :
+       {std::string(), bytes().i32(1).i32(4).i32(6).str(), bytes().i32(1).i32(6).i32(4).i32(10).str(),
+        bytes().i32(2).i32(4).i32(6).i32(10).str(), bytes().i32(1).i32(4).i32(6).i32(11).str(),
+        bytes().i32(1).i32(-4).i32(6).i32(10).str()}) {
+    write_file(path + "/LINE", table);
+    file_read read(tree, old);
+    EXPECT_EQ(read.result, 0);
+    EXPECT_EQ(read.console, "Line descriptor corrupted:\n" + path + "/LINE\n");
+    EXPECT_EQ(read.on_disk, old);
+    EXPECT_EQ(read_file(path + "/LINE"), table);
+  }
+  fs::remove(path + "/LINE");
+  EXPECT_EQ(file_read(tree, old).console, "Line descriptor corrupted:\n" + path + "/LINE\n");
+  EXPECT_FALSE(fs::exists(path + "/LINE"));
+  // A line count for which there is no memory: the length of the table tells first.
+  write_file(path + "/LINE", bytes().i32(1).str());
+  file_fields fields = some_lines();
+  fields.lines = 2147483646;
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).console, "Line descriptor corrupted:\n" + path + "/LINE\n");
+}
+
+TEST(line_table, survives_a_full_disk) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1/FILE.1");
+  file_fields fields = some_lines();
+  fields.lines = 9;
+  bytes table;
+  for (int i = 1; i <= 10; ++i) table.i32(i);
+  std::string old = fields.bytes_of(500);
+  write_file(path + "/LINE", table.str());
+  write_file(path + "/DESCR", old);
+
+  rlimit before;
+  getrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit little = before;
+  little.rlim_cur = 60;
+  qd_file_record record;
+  testing::internal::CaptureStdout();
+  setrlimit(RLIMIT_FSIZE, &little);
+  int result = qd_file_descriptor_read(path.c_str(), record);
+  setrlimit(RLIMIT_FSIZE, &before);
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(read_file(path + "/DESCR"), old);
+  // What was there still begins the file, so that the next reading finds it.
+  EXPECT_EQ(read_file(path + "/LINE").substr(0, 40), table.str());
+  EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), 1);
+}
+
+TEST(file_descriptor, damage_is_reported) {
+  catalogue_tree tree;
+  std::string sound = a_grid().bytes_of();
+  std::vector<std::string> damaged = {a_grid().bytes_of(1), a_grid().bytes_of(-2147483647 - 1),
+                                      a_grid().bytes_of(900).substr(0, a_grid().bytes_of(900).size() - 4)};
+  for (std::size_t length = 0; length < sound.size(); ++length) damaged.push_back(sound.substr(0, length));
+  auto with = [&](auto change) {
+    file_fields fields = a_grid();
+    change(fields);
+    damaged.push_back(fields.bytes_of());
+  };
+  with([](file_fields& f) { f.name = std::string(51, 'n'); });
+  with([](file_fields& f) { f.link = std::string(51, 'n'); });
+  with([](file_fields& f) { f.samples = -1; });
+  with([](file_fields& f) { f.samples = INT64_MAX; });
+  with([](file_fields& f) { f.samples = INT64_MIN; });
+  with([](file_fields& f) { f.allocated = -512; });
+  with([](file_fields& f) { f.allocated = INT64_MAX; });
+  with([](file_fields& f) { f.dimension = 0; });
+  with([](file_fields& f) { f.dimension = 4; });
+  with([](file_fields& f) { f.dimension = -2147483647; });
+  for (int axis = 0; axis < 3; ++axis) {
+    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = 0; });
+    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = -3; });
+    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = 2147483647; });  // missing
+  }
+  with([](file_fields& f) { f.nodes = {2147483646, 2147483646, 3}; });
+  with([](file_fields& f) { f.organisation = 2, f.lines = -1; });
+  with([](file_fields& f) { f.organisation = 3, f.lines = 2147483647; });
+  for (const std::string& content : damaged) {
+    file_read read(tree, content);
+    EXPECT_EQ(read.result, 0);
+    EXPECT_EQ(read.console, "File descriptor corrupted:\n" + read.path + "\n");
+    EXPECT_EQ(read.on_disk, content);
+    EXPECT_FALSE(qd_object_gone());
+  }
+}
+
+TEST(file_descriptor, oddities_that_do_no_harm_are_read) {
+  catalogue_tree tree;
+  auto expect_read = [&](const char* what, auto change) {
+    file_fields fields = a_grid();
+    change(fields);
+    file_read read(tree, fields.bytes_of());
+    EXPECT_EQ(read.result, 1) << what << read.console;
+    EXPECT_EQ(read.on_disk, fields.bytes_of()) << what;
+  };
+  expect_read("organisation", [](file_fields& f) { f.organisation = 42; });
+  expect_read("one dimension", [](file_fields& f) { f.dimension = 1; });
+  expect_read("nodes of an empty grid", [](file_fields& f) { f.nodes = {0, -1, 5}, f.samples = 0; });
+  expect_read("nodes of points", [](file_fields& f) { f.organisation = 1, f.nodes = {-1, -1, -1}; });
+  expect_read("lines of points", [](file_fields& f) { f.organisation = 1, f.lines = -1; });
+  expect_read("more nodes than samples", [](file_fields& f) { f.samples = 5; });
+  expect_read("fewer nodes than samples", [](file_fields& f) { f.samples = 500; });
+  expect_read("little room", [](file_fields& f) { f.allocated = 0; });
+  expect_read("odd room", [](file_fields& f) { f.allocated = 100; });
+  expect_read("most samples", [](file_fields& f) { f.samples = f.allocated = INT64_MAX / 512 * 512; });
+  expect_read("no number", [](file_fields& f) { f.angles[0] = f.lengths[2] = std::nan(""); });
+}
+
+TEST(file_descriptor, is_never_met_half_written) {
+  catalogue_tree tree;
+  std::string path = tree.add("DIRE.1/FILE.1", a_grid().bytes_of());
+  qd_file_record record;
+  ASSERT_EQ(qd_file_descriptor_read(path.c_str(), record), 1);
+  std::atomic<bool> stop = false;
+  std::thread writer([&, copy = record]() mutable {
+    for (std::int64_t count = 0; !stop; count = (count + 1) % 24) {
+      copy.sample_count = count;
+      qd_file_descriptor_write(path.c_str(), copy);
+    }
+  });
+  std::size_t length = a_grid().bytes_of().size();
+  int short_reads = 0;
+  for (int i = 0; i < 3000; ++i) short_reads += read_file(path + "/DESCR").size() != length;
+  stop = true;
+  writer.join();
+  EXPECT_EQ(short_reads, 0);
+}
+
+void expect_matrix(const qd_grid_record& grid, const std::vector<double>& expected) {
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_NEAR(grid.m[i], expected[static_cast<std::size_t>(i)], 1e-15) << i;
+    EXPECT_EQ(grid.t[3 * (i % 3) + i / 3], grid.m[i]) << i;
+  }
+}
+
+TEST(rotation, is_made_of_three_angles) {
+  qd_grid_record grid;
+  qd_grid_compute(grid);
+  EXPECT_EQ(grid.rotated, 0);
+  expect_matrix(grid, {1, 0, 0, 0, 1, 0, 0, 0, 1});
+
+  const double root3 = std::sqrt(3.0);
+  grid.angle1 = 30;
+  qd_grid_compute(grid);
+  EXPECT_EQ(grid.rotated, 1);
+  expect_matrix(grid, {root3 / 2, 0.5, 0, -0.5, root3 / 2, 0, 0, 0, 1});
+  grid.angle1 = 0;
+  grid.angle2 = 30;
+  qd_grid_compute(grid);
+  expect_matrix(grid, {root3 / 2, 0, -0.5, 0, 1, 0, 0.5, 0, root3 / 2});
+  grid.angle2 = 0;
+  grid.angle3 = 30;
+  qd_grid_compute(grid);
+  expect_matrix(grid, {1, 0, 0, 0, root3 / 2, 0.5, 0, -0.5, root3 / 2});
+  // All at once: the product of the three, the first angle applied first.
+  grid.angle1 = 60;
+  grid.angle2 = 45;
+  grid.angle3 = 30;
+  qd_grid_compute(grid);
+  const double q = std::sqrt(0.5);
+  expect_matrix(grid, {q / 2, q * root3 / 2, -q, q / 4 - 0.75, q * root3 / 4 + root3 / 4, q / 2,
+                       q * root3 / 4 + root3 / 4, q * 0.75 - 0.25, q * root3 / 2});
+}
+
+TEST(rotation, by_right_angles_is_exact) {
+  qd_grid_record grid;
+  for (double angle : {90.0, 90.0 + 9e-6, 90.0 - 9e-6}) {
+    grid.angle1 = angle;
+    qd_grid_compute(grid);
+    EXPECT_EQ(grid.m[0], 0) << angle;
+    EXPECT_EQ(grid.m[1], 1) << angle;
+    EXPECT_EQ(grid.m[3], -1) << angle;
+  }
+  for (double angle : {180.0, -180.0}) {
+    grid.angle1 = angle;
+    qd_grid_compute(grid);
+    EXPECT_EQ(grid.m[0], -1);
+    EXPECT_EQ(grid.m[1], 0);
+  }
+  grid.angle1 = -90;
+  qd_grid_compute(grid);
+  EXPECT_EQ(grid.m[1], -1);
+  // An angle that counts as 0 still says that the grid is rotated; beside it the functions speak.
+  grid.angle1 = 9e-6;
+  qd_grid_compute(grid);
+  EXPECT_EQ(grid.rotated, 1);
+  EXPECT_EQ(grid.m[1], 0);
+  grid.angle1 = 1.1e-5;
+  qd_grid_compute(grid);
+  EXPECT_EQ(grid.m[1], std::sin(1.1e-5 * 3.141592653589793 / 180.0));
+}
+
+}  // namespace
+}  // namespace qrd
