@@ -1,0 +1,187 @@
+// The requests that make variables and macro indices, served in this process.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "sample_study.h"
+#include "server/connection.h"
+#include "server/context.h"
+#include "support/console.h"
+#include "support/request_session.h"
+
+namespace qrd::test {
+namespace {
+
+class NewVariables : public testing::Test {
+ protected:
+  NewVariables() : study({.samples = 10}) {
+    unit_flag = 1;
+    qu_formats_reset();
+    set_current_study("Study");
+    set_current_directory("Dir");
+    set_current_file("File");
+  }
+  ~NewVariables() override { client_version = protocol_version; }
+
+  static bytes number(const std::string& name, int bits, int type = 0, int width = 8, int digits = 3) {
+    return bytes().text(name).i32(bits).i32(type).i32(width).i32(digits);
+  }
+  std::string ask(const char* request, const bytes& arguments) {
+    std::string answer = session.ask(request, arguments.str());
+    EXPECT_EQ(session.status(), answer == done() ? 0 : -1) << request;
+    return answer;
+  }
+  std::string descriptor(int variable) const {
+    return read_file(study.file_path() + "/VARI." + std::to_string(variable) + "/DESCR");
+  }
+  std::string data(int variable) const {
+    return read_file(study.file_path() + "/VARI." + std::to_string(variable) + "/DATAVAR");
+  }
+  static std::string descriptor_of(const std::string& name, int type, int bits, int format, int width,
+                                   int digits, const std::string& unit, double factor) {
+    bytes content;
+    content.i32(1100).text(name).i32(type).i32(0).i32(bits).i32(0);
+    return content.i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+  }
+  sample_study study;
+  request_session session;
+};
+
+TEST_F(NewVariables, ANumberWithoutUnitIsALengthIfItHasRoom) {
+  qu_string_copy("ft", distance_format.unit);
+  distance_format.factor = 30.48;
+  EXPECT_EQ(ask("CVARFNEW", number("Length", 32).i32(0)), done());
+  EXPECT_EQ(descriptor(1), descriptor_of("Length", 0, 32, 2, 8, 3, "ft", 30.48));
+  EXPECT_EQ(ask("CVARFNEW", number("Km", 64).i32(1).text("km")), done());
+  EXPECT_EQ(descriptor(2), descriptor_of("Km", 0, 64, 2, 8, 3, "km", 100000.0));
+  EXPECT_EQ(ask("CVARFNEW", number("Grams", 32).i32(1).text("g/t")), done());
+  EXPECT_EQ(descriptor(3), descriptor_of("Grams", 0, 32, 2, 8, 3, "g/t", 0.0));
+  EXPECT_EQ(ask("CVARFNEW", number("Short", 16).i32(1).text("m")), done());
+  EXPECT_EQ(descriptor(4), descriptor_of("Short", 0, 16, 2, 8, 3, "m", 0.0));
+  EXPECT_EQ(ask("CVARFNEW", number("Flag", 1, 1, 3, 0).i32(0)), done());
+  EXPECT_EQ(descriptor(5), descriptor_of("Flag", 0, 1, 1, 3, 0, "", 0.0));
+  EXPECT_EQ(data(5), std::string(64, '\xFF'));
+  unit_flag = 0;
+  EXPECT_EQ(ask("CVARFNEW", number("Off", 64).i32(1).text("km")), done());
+  EXPECT_EQ(descriptor(6), descriptor_of("Off", 0, 64, 2, 8, 3, "km", 0.0));
+}
+
+TEST_F(NewVariables, OldClientsSendTheUnitAsABareString) {
+  for (int version : {409, 400500}) {
+    client_version = version;
+    std::string name = "V" + std::to_string(version);
+    EXPECT_EQ(ask("CVARFNEW", number(name, 32).text("cm")), done());
+  }
+  EXPECT_EQ(descriptor(2), descriptor_of("V400500", 0, 32, 2, 8, 3, "cm", 1.0));
+  client_version = 400500;
+  EXPECT_EQ(ask("CVARFNEW", number("None given", 32).text("")), done());
+  EXPECT_EQ(descriptor(3), descriptor_of("None given", 0, 32, 2, 8, 3, "m", 100.0));
+}
+
+TEST_F(NewVariables, TheClientCountsFormatsInItsOwnOrder) {
+  const int formats[] = {2, 1, 3, 0, 4};
+  for (int type = 0; type < 5; ++type) {
+    std::string name = "F" + std::to_string(type);
+    EXPECT_EQ(ask("CVARFNEW", number(name, 8, type).i32(0)), done());
+    EXPECT_EQ(descriptor(type + 1), descriptor_of(name, 0, 8, formats[type], 8, 3, "", 0.0));
+  }
+  for (int type : {-1, 5})
+    EXPECT_EQ(ask("CVARFNEW", number("F", 8, type).i32(0)),
+              refusal("Wrong format_type (" + std::to_string(type) + ")"));
+}
+
+TEST_F(NewVariables, RefusalsInOrder) {
+  EXPECT_EQ(ask("CVARFNEW", number("A", 3, 9).i32(0)),
+            refusal("Bitlength must be one of 1,2,4,8,16,32 or 64"));
+  EXPECT_EQ(ask("CVARFNEW", number("A", 8).i32(0)), done());
+  EXPECT_EQ(ask("CVARFNEW", number("A", 8).i32(0)), refusal("Variable A already exists in Study: Dir/File"));
+  EXPECT_EQ(ask("CVARFNEW", number("B[xxxxx]", 8).i32(0)),
+            refusal("Cannot create variable Study: Dir/File/B[xxxxx]"));
+  EXPECT_EQ(ask("CVARMNEW", number("B", 8).i32(0)), refusal("Cannot create variable Study: Dir/File/B"));
+  for (const std::string& name :
+       {std::string(50, 'x'), std::string(44, 'x') + "[12]", std::string(9000, 'x')})
+    EXPECT_EQ(ask("CVARMNEW", number(name, 8).i32(0)),
+              refusal(("Cannot create variable Study: Dir/File/" + name).substr(0, 1024)));
+  for (int width : {0, -1, INT32_MIN, INT32_MAX, 268435456})
+    EXPECT_EQ(ask("CVARCNEW", bytes().text("T").i32(width)),
+              refusal("Cannot create variable Study: Dir/File/T"));
+  EXPECT_EQ(ask("CVARCNEW", bytes().text("A").i32(1)),
+            refusal("Variable A already exists in Study: Dir/File"));
+  EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/VARI.2"));
+  set_current_file("None");
+  EXPECT_EQ(ask("CVARCNEW", bytes().text("T")), refusal("Study, Directory or File is not set"));
+  EXPECT_EQ(ask("CVARFNEW", bytes().text("T")), refusal("Study, Directory or File is not set"));
+}
+
+TEST_F(NewVariables, ATextHasEightBitsACharacter) {
+  EXPECT_EQ(ask("CVARCNEW", bytes().text("T").i32(3)), done());
+  EXPECT_EQ(descriptor(1), descriptor_of("T", 1, 24, 2, 10, 2, "", 0.0));
+  EXPECT_EQ(data(1), std::string(1536, ' '));
+}
+
+class NewIndices : public NewVariables {
+ protected:
+  NewIndices() {
+    EXPECT_EQ(ask("CVARMNEW", number("Grade[xxxxx]", 8).i32(0)), done());
+    set_current_variable("Grade[xxxxx]");
+  }
+  std::string macro() const { return read_file(study.file_path() + "/VARI.1/MACRO"); }
+  static std::string macro_of(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+    bytes content;
+    content.i32(1100).i32(static_cast<int>(indices.size()));
+    for (int index : indices) content.i32(index);
+    content.i32(static_cast<int>(texts.size()));
+    for (const std::string& text : texts) content.text(text);
+    return content.str();
+  }
+};
+
+TEST_F(NewIndices, AreKeptInTheOrderOfTheirComing) {
+  EXPECT_EQ(macro(), macro_of({0}));
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
+  EXPECT_EQ(macro(), macro_of({5, 3}));
+  EXPECT_EQ(data(1).size(), 1024U);
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(0).i32(0).i32(0)), done()) << "nothing to add";
+  EXPECT_EQ(macro(), macro_of({5, 3}));
+  // A column names the whole family.
+  set_current_variable("Grade[3]");
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(9).i32(1).text("nine")), done());
+  EXPECT_EQ(macro(), macro_of({5, 3, 9}, {"5", "3", "nine"}));
+}
+
+TEST_F(NewIndices, RefusalsReadTheWholePacket) {
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(0).i32(1).text("gold")),
+            refusal("Problem while reading numerical indices"));
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(-2).i32(1).i32(1)),
+            refusal("Problem while reading number of indices"));
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(7).i32(1).text("gold")), done());
+  EXPECT_EQ(
+      ask("CMACROADD", bytes().i32(1).i32(1).i32(7).i32(1).text("lead")),
+      refusal("qd_create_macro_variable_indices : trying to create an existing numerical index (7) with "
+              "different alpha index (gold != lead)"));
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(8).i32(1).text("None")), "") << "no answer";
+  const bytes one = bytes().i32(1).i32(1).i32(8).i32(0);
+  set_current_variable("None");
+  EXPECT_EQ(ask("CMACROADD", one), refusal("Variable is not set"));
+  set_current_variable("Gone[xxxxx]");
+  EXPECT_EQ(ask("CMACROADD", one), refusal("Cannot get variable info"));
+  EXPECT_EQ(ask("CVARFNEW", number("Plain", 8).i32(0)), done());
+  set_current_variable("Plain");
+  EXPECT_EQ(ask("CMACROADD", one), refusal("Not a valid Velmar macro: Study: Dir/File/Plain"));
+  set_current_variable("Grade[xxxxx]");
+  write_file(study.file_path() + "/VARI.1/MACRO", "damaged");
+  EXPECT_EQ(ask("CMACROADD", one), refusal("Cannot get variable info"));
+  std::filesystem::remove(study.file_path() + "/VARI.1/MACRO");
+  EXPECT_EQ(ask("CMACROADD", one), refusal("Cannot get variable info"));
+}
+
+using NewIndicesDeathTest = NewIndices;
+TEST_F(NewIndicesDeathTest, WrongNumbersEndTheServer) {
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1).i32(1).i32(0).i32(0)), "Bad Indice \\(1<i<99999\\)");
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1).i32(1).i32(100000).i32(0)), "Bad Indice");
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(2).i32(1).i32(4).i32(4).i32(0)), "2 equal indices");
+}
+
+}  // namespace
+}  // namespace qrd::test
