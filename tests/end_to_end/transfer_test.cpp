@@ -1,0 +1,227 @@
+// Writes over the wire against a model of the stored bits, and what reads make of them.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "end_to_end/database.h"
+#include "samples/sample_study.h"
+#include "support/study_root.h"
+
+namespace qrd::test {
+namespace {
+
+using client::sample_range;
+using client::selection_use;
+
+constexpr std::int64_t samples = 13;  // no multiple of 8: columns of a macro begin inside a byte
+constexpr std::int64_t capacity = 512;
+
+// An empty study with a points file "P", and "S" that selects some of its samples.
+class transfer : public testing::TestWithParam<int> {
+ protected:
+  transfer() {
+    root_.make_study("Study", study_descriptor(1));
+    root_.write_registry(pair("$init$/Study", "Study"));
+    server_.emplace(root_.path());
+    to().set_study("Study");
+    to().new_directory("D");
+    to().set_directory("D");
+    to().new_points("P", 2, std::vector<double>(2 * samples, 1.0));
+    to().set_file("P");
+    to().new_float_variable("S", 1);
+    to().set_variable("S");
+    to().write_selection(selected_);
+  }
+  client::connection& to() { return server_->connection; }
+
+  // The data file of the variable that was made last.
+  std::string newest_data_file() const {
+    const std::string file = root_ / "Study/QRD/DIRE.1/FILE.1/VARI.";
+    int number = 1;
+    while (std::filesystem::exists(file + std::to_string(number + 1))) ++number;
+    return file + std::to_string(number) + "/DATAVAR";
+  }
+
+  study_root root_;
+  std::optional<served> server_;
+  const std::vector<std::uint8_t> selected_ = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0, 1, 0};
+};
+
+// What a client gets back of a number that it wrote.
+double stored_and_read(double value, int bits) {
+  if (bits == 1) return value == 1.0 ? 1.0 : 0.0;
+  if (value == missing_double) return value;
+  if (bits == 64) return value;
+  if (bits == 32) return static_cast<float>(value);
+  return static_cast<double>(static_cast<std::int64_t>(value));
+}
+
+// Every range of every column of a macro variable, without a selection and under one, masked and compressed.
+TEST_P(transfer, of_numbers_changes_these_bits_alone) {
+  const int bits = GetParam();
+  client::number_format format;
+  to().new_macro_variable("M[xxxxx]", bits, format, "ppm");
+  to().set_variable("M[xxxxx]");
+  to().add_macro_indices(std::vector<std::int32_t>{7, 3, 12});
+  const std::string path = newest_data_file();
+  std::string model = to_bits(read_file(path));
+  ASSERT_EQ(model.size(), static_cast<std::size_t>(3 * capacity * bits));
+  tree_image before = image_of(root_.path());
+
+  std::mt19937 random(static_cast<unsigned>(bits));
+  const double largest = bits == 1 ? 2.0 : bits < 32 ? static_cast<double>((1 << bits) - 1) : 1e9;
+  std::uniform_real_distribution<double> number(0, largest);
+  const std::int32_t column_index[] = {7, 3, 12};
+  for (int column = 0; column < 3; ++column) {
+    to().set_index(column_index[column]);
+    for (std::int64_t first = 1; first <= samples; ++first) {
+      for (std::int64_t last = first; last <= samples; last += 3) {
+        const int variant = static_cast<int>((first + last + column) % 3);
+        const auto use = variant == 2 ? selection_use::compressed : selection_use::masked;
+        to().set_selection(variant == 0 ? "" : "S");
+        std::vector<double> values;
+        std::vector<double> expected;
+        for (std::int64_t sample = first; sample <= last; ++sample) {
+          const bool is_kept = variant == 0 || selected_[static_cast<std::size_t>(sample - 1)] != 0;
+          if (!is_kept && use == selection_use::compressed) continue;
+          double value = number(random);
+          if (bits == 1) value = value < 1 ? 0 : 1;
+          if (random() % 5 == 0) value = -999;
+          values.push_back(value);
+          const double wanted = value == -999 ? missing_double : value;
+          if (is_kept)
+            model.replace(static_cast<std::size_t>((column * samples + sample - 1) * bits),
+                          static_cast<std::size_t>(bits), stored_bits(wanted, bits));
+          expected.push_back(is_kept ? stored_and_read(wanted, bits) : missing_double);
+        }
+        SCOPED_TRACE("column " + std::to_string(column) + " samples " + std::to_string(first) + " to " +
+                     std::to_string(last) + " variant " + std::to_string(variant));
+        to().write_floats(values, sample_range{first, last}, use, -999);
+        ASSERT_EQ(to_bits(read_file(path)), model);
+        ASSERT_EQ(to().read_floats(sample_range{first, last}, use).values, expected);
+      }
+    }
+  }
+  const std::vector<std::string> changed = changes(before, image_of(root_.path()));
+  ASSERT_EQ(changed.size(), 1u);
+  EXPECT_EQ(root_ / changed[0], path);
+}
+
+INSTANTIATE_TEST_SUITE_P(at_every_bit_length, transfer, testing::Values(1, 2, 4, 8, 16, 32, 64));
+
+// A column of a macro of selections starts inside a byte; whole and partial writes differ in what counts
+// as 1.
+TEST_F(transfer, of_selections) {
+  to().new_macro_variable("B[xxxxx]", 1);
+  to().set_variable("B[xxxxx]");
+  to().add_macro_indices(std::vector<std::int32_t>{1, 2});
+  const std::string path = newest_data_file();
+  std::string model = to_bits(read_file(path));
+  const std::vector<std::uint8_t> bytes = {1, 0, 2, 0, 1, 255, 0, 0, 1, 1, 0, 0, 2};
+  to().set_index(2);
+  to().write_selection(bytes);
+  for (std::size_t i = 0; i < bytes.size(); ++i) model[samples + i] = bytes[i] != 0 ? '0' : '1';
+  EXPECT_EQ(to_bits(read_file(path)), model);
+  std::vector<std::uint8_t> as_read = bytes;
+  for (std::uint8_t& byte : as_read) byte = byte != 0;
+  EXPECT_EQ(to().read_selection(), as_read);
+
+  // Of a part, the byte 1 alone selects.
+  to().write_selection(std::vector<std::uint8_t>{2, 1, 0}, sample_range{5, 7});
+  model.replace(samples + 4, 3, "101");
+  EXPECT_EQ(to_bits(read_file(path)), model);
+
+  // Under a selection the others keep their bits.
+  to().set_selection("S");
+  to().write_selection(std::vector<std::uint8_t>(samples, 1));
+  for (std::size_t i = 0; i < selected_.size(); ++i)
+    if (selected_[i] != 0) model[samples + i] = '0';
+  EXPECT_EQ(to_bits(read_file(path)), model);
+  EXPECT_EQ(refusal_of([&] {
+              to().write_selection(std::vector<std::uint8_t>(2), sample_range{1, 3});
+            }),
+            "Array size does not match non-compressed selection (2/3 samples)");
+}
+
+TEST_F(transfer, of_texts) {
+  to().new_text_variable("T", 5);
+  to().set_variable("T");
+  const std::string path = newest_data_file();
+  std::string model(capacity * 5, ' ');
+  EXPECT_EQ(read_file(path), model);
+  to().set_selection("S");
+  // Samples 4 to 8 of which 7 is left out; the test value stays blank, a longer text is cut.
+  const std::vector<std::string> texts = {"abc", "too long", "none", "left", "12345"};
+  to().write_texts(texts, sample_range{4, 8}, selection_use::masked, "none");
+  model.replace(15, 5, "abc  ").replace(20, 5, "too l").replace(25, 5, "     ").replace(35, 5, "12345");
+  EXPECT_EQ(read_file(path), model);
+  to().write_texts(std::vector<std::string>{"x", ""}, sample_range{1, 4}, selection_use::compressed, "none");
+  model.replace(0, 5, "x    ").replace(15, 5, "     ");
+  EXPECT_EQ(read_file(path), model);
+  const client::text_samples kept = to().read_texts(sample_range{1, 5}, selection_use::compressed);
+  EXPECT_EQ(kept.values, (std::vector<std::string>{"x    ", "     ", "too l"}));
+  EXPECT_EQ(kept.missing, "     ");
+  EXPECT_EQ(refusal_of([&] {
+              to().write_texts(texts, sample_range{4, 8}, selection_use::compressed);
+            }),
+            "Array size does not match compressed selection (5/4 samples)");
+}
+
+// A compressed write of nothing where nothing is selected.
+TEST_F(transfer, of_nothing_changes_nothing) {
+  to().new_float_variable("V", 8);
+  to().set_variable("V");
+  to().set_selection("S");
+  const tree_image before = image_of(root_.path());
+  to().write_floats({}, sample_range{2, 3}, selection_use::compressed);
+  EXPECT_EQ(to().read_floats(sample_range{2, 3}, selection_use::compressed).values, std::vector<double>{});
+  EXPECT_EQ(changes(before, image_of(root_.path())), std::vector<std::string>{});
+}
+
+TEST_F(transfer, of_lengths_in_the_unit_of_the_client) {
+  to().set_distance_unit("ft");
+  to().new_float_variable("L", 64);
+  to().set_variable("L");
+  to().write_floats(std::vector<double>{1.0, 2.0}, sample_range{3, 4});
+  const std::string stored = read_file(newest_data_file());
+  EXPECT_EQ(stored.substr(16, 16), bytes().f64(30.48).f64(60.96).str());
+  to().set_distance_unit("cm");
+  EXPECT_EQ(to().read_floats(sample_range{3, 4}).values, (std::vector<double>{30.48, 60.96}));
+  to().set_variable_unit("m");
+  to().set_unit_mode(client::unit_mode::own);
+  EXPECT_EQ(to().read_floats(sample_range{3, 3}).values, std::vector<double>{30.48 / 100});
+  EXPECT_EQ(read_file(newest_data_file()), stored);
+}
+
+// A line of the drill holes, masked by a selection.
+TEST(line_write, changes_the_selected_samples_of_its_line) {
+  const database copy;
+  served server(copy.root());
+  server.choose("Holes", "Drilling", "cores");
+  client::connection& to = server.connection;
+  to.set_variable("ore");
+  const std::vector<std::uint8_t> ore = to.read_selection();
+  to.set_variable("Cu");
+  to.set_selection("ore");
+  const std::string path = copy / "Holes/QRD/DIRE.1/FILE.2/VARI.16/DATAVAR";
+  tree_image model = image_of(copy.root());
+  ASSERT_TRUE(model["Holes/QRD/DIRE.1/FILE.2/VARI.16/DESCR"].find("Cu") != std::string::npos)
+      << "the place of the variable has changed";
+  std::string& data = model["Holes/QRD/DIRE.1/FILE.2/VARI.16/DATAVAR"];
+  std::vector<double> values(71);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] = static_cast<double>(i) / 4;
+    if (ore[91 + i] != 0) data.replace(4 * (91 + i), 4, bytes().f32(static_cast<float>(values[i])).str());
+  }
+  to.write_line(2, values);
+  EXPECT_EQ(changes(model, image_of(copy.root())), std::vector<std::string>{});
+  EXPECT_EQ(refusal_of([&] { to.write_line(2, std::vector<double>(70)); }),
+            "Wrong number of sample (70) where line 2 has 71 samples");
+  EXPECT_EQ(refusal_of([&] { to.write_line(51, std::vector<double>(1)); }), "Wrong line index");
+  EXPECT_EQ(changes(model, image_of(copy.root())), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace qrd::test
