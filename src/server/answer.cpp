@@ -1,6 +1,7 @@
 // The table of all requests, and the dispatch by it.
 #include <cstring>
 #include <iterator>
+#include <new>
 
 #include "colour/answers.h"
 #include "geometry/answers.h"
@@ -112,9 +113,16 @@ static_assert(std::size(request_table) == 83);
 
 int server_answer(const char* request) {
   for (const request_row& row : request_table) {
-    if (std::strcmp(request, row.name) != 0 || row.handler == nullptr) continue;
+    if (std::strcmp(request, row.name) != 0) continue;
     if (trace_level >= 1) _qrd_trace_enter(row.traced_name, 0);
-    int status = row.handler(request);
+    int status = -1;
+    try {
+      status = row.handler(request);
+    } catch (const std::bad_alloc&) {
+      // Some small thing found no memory; what it was is lost, the process and its client are not.
+      _qrd_empty_write();
+      status = refuse("Memory allocation failed");
+    }
     if (trace_level >= 1) _qrd_trace_exit("%d", status);
     if (status == -1) server_debug(1, "Error while processing [%s] request.", request);
     return status;
