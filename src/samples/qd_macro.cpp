@@ -143,8 +143,7 @@ int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descri
   file_stream stream(qu_file_open_f(path, write_binary));
   if (!write_descriptor(stream.get(), descriptor, alpha_count)) return 0;
   if (!stream.close()) return 0;
-  // The names stand in other descriptors: only an installed log would be worth reading them.
-  qd_interrupt_add_modif(nullptr, nullptr, nullptr, nullptr, CHANGE_DESCRIPTION);
+  qd_interrupt_add_object(variable_path, CHANGE_DESCRIPTION);
   return 1;
 }
 

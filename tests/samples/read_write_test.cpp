@@ -37,8 +37,8 @@ class range : public testing::TestWithParam<int> {
  protected:
   range() : study_({.samples = samples}) {
     const auto bits = static_cast<std::size_t>(GetParam());
-    data_ = noise(64 * bits * 3, static_cast<std::uint32_t>(GetParam()));
-    mask_ = noise(64 * 2, 99);
+    data_ = noise(5 * bits + 1, static_cast<std::uint32_t>(GetParam()));
+    mask_ = noise(8, 99);
     path_ = study_.add_macro("M[xxxxx]", GetParam(), data_, {1, 2, 3}) + "/DATAVAR";
     study_.add_macro("S[xxxxx]", 1, mask_, {1, 2});
   }
