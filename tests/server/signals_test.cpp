@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <functional>
+#include <list>
 #include <thread>
 
 #include "server/signals.h"
@@ -58,14 +59,22 @@ TEST(Signals, EndFromEveryState) {
        },
        {"-multi"}},
   };
-  for (const state& at : states) {
-    for (int signal : {SIGTERM, SIGINT}) {
-      SCOPED_TRACE(testing::Message() << at.name << " " << signal);
-      server_process server({.arguments = at.arguments});
-      raw_connection client;
-      at.reach(server, client);
-      std::this_thread::sleep_for(50ms);
-      expect_end(server, signal);
+  struct reached {
+    explicit reached(const state& wanted) : at(wanted), server({.arguments = wanted.arguments}) {}
+    const state& at;
+    server_process server;
+    raw_connection client;
+  };
+  for (int signal : {SIGTERM, SIGINT}) {
+    std::list<reached> all;
+    for (const state& at : states) all.emplace_back(at);
+    for (reached& one : all) one.at.reach(one.server, one.client);
+    std::this_thread::sleep_for(50ms);
+    auto start = clock::now();
+    for (reached& one : all) one.server.send_signal(signal);
+    for (reached& one : all) {
+      EXPECT_EQ(one.server.wait(5s), 1) << one.at.name << " " << signal;
+      EXPECT_LT(clock::now() - start, 2s) << one.at.name << " " << signal;
     }
   }
 }

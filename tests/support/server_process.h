@@ -63,9 +63,9 @@ class listening_port {
 
 struct server_settings {
   // Behind the program's name; -control and its port are added unless `controlled` is false.
-  std::vector<std::string> arguments;
+  std::vector<std::string> arguments = {};
   // On top of the test's own environment, without its QRD_ variables.
-  std::map<std::string, std::string> environment;
+  std::map<std::string, std::string> environment = {};
   bool controlled = true;
   // Instead of the built server.
   std::string program = QRD_SERVER_PROGRAM;
