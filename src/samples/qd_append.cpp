@@ -1,5 +1,7 @@
 // Growth of a file by samples. Data files grow in blocks of 512 samples; the columns of a macro variable
 // stand at a distance of the sample count, so they are laid out again when that changes.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -29,6 +31,7 @@ struct growing_variable {
   std::int64_t bit_length;
   std::int64_t columns;
   bool text;
+  bool macro;
   bool implicit;
 };
 
@@ -59,12 +62,13 @@ bool read_variables(const char* file_path, std::vector<growing_variable>& variab
     variable.bit_length = seen.bit_length;
     variable.columns = 1;
     variable.text = seen.type == VAR_CHAR;
+    variable.macro = seen.type == VAR_MACRO;
     variable.implicit = seen.implicit != 0;
     bool fits = variable.text
                     ? seen.bit_length >= 8 && seen.bit_length % 8 == 0 && seen.bit_length < missing_int32
                     : is_numeric_bit_length(seen.bit_length);
     if (!fits && !variable.implicit) return true;
-    if (seen.type == VAR_MACRO) {
+    if (variable.macro) {
       *has_macro = true;
       if (!read_macro_columns(variable.path, variable.columns)) return true;
     }
@@ -72,6 +76,17 @@ bool read_variables(const char* file_path, std::vector<growing_variable>& variab
     return false;
   };
   return qd_walk<variable_level>(file_path, variable.path, record, add) == walk_end::all_seen;
+}
+
+// The columns of a macro variable are read when they move: a data file that doesn't hold them all stops
+// the growth before it has begun.
+bool columns_are_there(const growing_variable& variable, std::int64_t samples) {
+  if (!variable.macro || variable.implicit || samples == 0 || variable.columns == 0) return true;
+  path_text path;
+  data_path_of(variable, path);
+  struct stat status;
+  if (stat(path, &status) != 0) return true;  // compressed, or missed when it is opened
+  return status.st_size >= _qd_file_byte_count(1, samples * variable.columns, variable.bit_length);
 }
 
 // How much a file grows; the counts are checked so that all positions fit 63 bits.
@@ -257,6 +272,11 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   }
   if (!sizes_fit(variables, plan)) {
     qu_message("CANNOT APPEND SAMPLES. FILE WOULD BE TOO BIG.\n");
+    return 0;
+  }
+  auto is_whole = [&](const growing_variable& v) { return columns_are_there(v, record.sample_count); };
+  if (!std::all_of(variables.begin(), variables.end(), is_whole)) {
+    qu_message("CANNOT APPEND SAMPLES.\n");
     return 0;
   }
   if ((plan.blocks > 0 || is_lines(record.organisation)) && !ready_to_grow(path, variables, plan)) {

@@ -192,10 +192,8 @@ int qd_new_old_var_select(bool overwrite, const char* directory, const char* fil
   const wanted_variable wanted{directory, file, variable, type, bit_length, format};
 
   name_text generic;
-  qu_path_join(generic, {variable});
-  int name_class = qd_macro_name_kind(generic);
-  qd_macro_name_generic(generic);
-  int missing = qd_variable_test(false, directory, file, generic);
+  int name_class = qd_macro_name_kind(variable);
+  int missing = qd_catalogue_name(variable, generic) ? qd_variable_test(false, directory, file, generic) : 1;
   if (missing == 2) return 0;
   if (missing == 1) return create(wanted, choice, handle);
   if (name_class > 0 && !column_fits(overwrite, wanted, generic)) return 0;

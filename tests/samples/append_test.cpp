@@ -198,6 +198,10 @@ TEST(Append, AFileThatCannotGrowStaysAsItIs) {
       {"descriptor damaged", [](sample_study& s) { write_file(s.file_path() + "/VARI.1/DESCR", "x"); }},
       {"no such bit length", [](sample_study& s) { s.add("Odd", VAR_FLOAT, 6, ""); }},
       {"text of broken characters", [](sample_study& s) { s.add("Odd", VAR_CHAR, 12, ""); }},
+      {"macro cut short",
+       [](sample_study& s) {
+         s.add_macro("M[xxxxx]", 8, std::string(1023, '\1'), {1, 2});
+       }},
       {"macro without descriptor", [](sample_study& s) { s.add("M[xxxxx]", VAR_MACRO, 8, ""); }},
   };
   for (const damage& each : damages) {
