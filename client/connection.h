@@ -16,6 +16,8 @@
 #include <vector>
 
 #include "client/error.h"
+#include "client/objects.h"
+#include "client/resources.h"
 #include "client/types.h"
 #include "client/wire.h"
 
@@ -157,6 +159,36 @@ class connection {
                           const std::optional<std::string>& unit = std::nullopt);  // CVARMNEW: "stem[xxxxx]"
   void new_text_variable(const std::string& name, std::int32_t characters);        // CVARCNEW
   void set_line_name();  // CVARLNAME: the current variable names the lines of the linked file
+
+  // Objects of the current file, or a new file of them in the current directory.
+  polygon_set polygons();                                                         // CPOLYGONS
+  void new_polygons(const std::string& name, std::span<const contour> contours);  // CPOLYNEW
+  std::vector<wireframe> wireframes();                                            // CWIREREAD
+  // CWIRENEW. REQUIRES: a current directory without such a file, or the server leaves the rest of the
+  // request unread. The server gives no answer to a file without objects.
+  void new_wireframes(const std::string& name, std::span<const wireframe> objects);
+  fault_set faults(std::int32_t highest_priority = 127);  // CFAULTS
+  void write_faults(const fault_set& faults);             // CWRITFAUL: once for each file
+
+  // Palettes of the open study, and of the root. At most 256 colours of 0 to 255.
+  std::vector<std::string> palettes();                                        // CPALLST
+  bool palette_exists(const std::string& name);                               // CPALXIST
+  std::vector<rgb> palette(const std::string& name);                          // CPALREAD
+  void write_palette(const std::string& name, std::span<const rgb> colours);  // CPALWRIT
+  void delete_palette(const std::string& name);                               // CPALDEL
+
+  // Colour scales of the open study.
+  std::vector<std::string> scales();                                     // CSCALST
+  bool scale_exists(const std::string& name);                            // CSCAXIST
+  colour_scale scale(const std::string& name);                           // CSCAREAD
+  void write_scale(const std::string& name, const colour_scale& scale);  // CSCANEW
+  void delete_scale(const std::string& name);                            // CSCADEL
+
+  // Vendor data of what is current.
+  bool vendor_data_exists(const std::string& name, vendor_scope scope);                        // CVDATEXIS
+  std::int32_t vendor_data_version(const std::string& name, vendor_scope scope);               // CVDATVERS
+  vendor_bag vendor_data(const std::string& name, vendor_scope scope);                         // CVDATREAD
+  void write_vendor_data(const std::string& name, vendor_scope scope, const vendor_bag& bag);  // CVDATWRIT
 
   // For requests that are not covered above, and for tests.
   packet request(std::string_view name) const { return packet(name, wire_.longs()); }

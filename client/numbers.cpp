@@ -20,7 +20,8 @@ constexpr length_unit length_units[] = {
     {"nmil", 185200}, {"dakm", 1000000}, {"hkm", 10000000}, {"kkm", 100000000},
 };
 
-constexpr float missing_single = 1.2345e+38F;
+// What lies beyond is stored as missing, also where the format could carry it.
+constexpr double highest_stored = 1e30;
 
 bool is_single(double value) {
   return std::abs(value) <= std::numeric_limits<float>::max();
@@ -85,8 +86,7 @@ std::optional<double> length_factor(std::string_view symbol) {
 }
 
 bool fits_bits(double value, std::int32_t bits) {
-  if (bits > 32) return true;
-  if (bits == 32) return is_single(value) && static_cast<float>(value) != missing_single;
+  if (bits >= 32) return std::abs(value) <= highest_stored;
   if (value != std::floor(value) || value < 0) return false;
   if (bits == 1) return value <= 1;
   return value < static_cast<double>((1 << bits) - 1);

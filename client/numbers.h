@@ -26,7 +26,7 @@ std::string single_text(double value, double factor);
 std::optional<double> length_factor(std::string_view symbol);
 
 // Whether a variable of so many bits can hold the value. Up to 16 bits it holds whole numbers from 0, and the
-// highest one means missing.
+// highest one means missing; from 32 bits on nothing beyond 1e30.
 bool fits_bits(double value, std::int32_t bits);
 
 }  // namespace qrd::client

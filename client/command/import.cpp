@@ -1,9 +1,9 @@
 #include "client/command/import.h"
+#include "client/command/output.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <set>
 
 #include "client/command/progress.h"
@@ -138,9 +138,8 @@ void delete_again(client::connection& server, const std::string& file) {
 void tell(const common_options& common, const import_options& options, std::size_t variables,
           std::int64_t samples) {
   if (common.json) {
-    const nlohmann::ordered_json told = {
-        {"file", options.file}, {"samples", samples}, {"variables", variables}};
-    std::printf("%s\n", told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    const json told = {{"file", options.file}, {"samples", samples}, {"variables", variables}};
+    std::printf("%s\n", json_text(told).c_str());
   } else {
     std::printf("%s: %lld samples, %zu variables\n", options.file.c_str(), static_cast<long long>(samples),
                 variables);

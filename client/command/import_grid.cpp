@@ -64,8 +64,11 @@ axis find_axis(const std::vector<double>& values, const std::string& title, cons
       // Steps within the accuracy of the coordinates are none.
       if (step > std::abs(span) * 1e-9 && (least == 0 || step < least)) least = step;
     }
-    // The distance over all nodes is more exact than that of two of them.
-    if (least > 0) found.mesh = span / std::round(span / least);
+    // Over all nodes the distance is more exact than between two of them, if the nodes fill the span at all.
+    if (least > 0) {
+      const double steps = std::round(span / least);
+      found.mesh = std::abs(span / least - steps) < 0.1 ? span / steps : least;
+    }
   }
   if (!(found.mesh > 0) || !std::isfinite(found.mesh))
     throw client::error("column \"" + title + "\" gives no mesh: name it with --mesh");

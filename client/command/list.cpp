@@ -1,18 +1,16 @@
 // qrd ls, qrd info: what is in the tree, and how it is made.
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "client/command/column.h"
 #include "client/command/options.h"
+#include "client/command/output.h"
 #include "client/command/session.h"
 #include "client/numbers.h"
 
 namespace qrd::command {
 
 namespace {
-
-using json = nlohmann::ordered_json;
 
 struct list_options {
   std::string study;
@@ -124,53 +122,6 @@ json variable_json(client::connection& server, const std::string& name) {
   return result;
 }
 
-// A text, with the lines behind its first one indented.
-void print_text(const std::string& text, int depth) {
-  std::printf(" ");
-  for (const char character : text.substr(0, text.find_last_not_of("\r\n") + 1)) {
-    std::putchar(character);
-    if (character == '\n') std::printf("%*s", 2 * depth + 2, "");
-  }
-}
-
-// "key: value" lines, with what lies deeper indented.
-void print_lines(const json& value, int depth) {
-  for (const auto& [key, one] : value.items()) {
-    std::printf("%*s%s:", 2 * depth, "", key.c_str());
-    if (one.is_object()) {
-      std::printf("\n");
-      print_lines(one, depth + 1);
-      continue;
-    }
-    const auto print_one = [depth](const json& item) {
-      if (item.is_string())
-        print_text(item.get_ref<const std::string&>(), depth);
-      else if (item.is_boolean())
-        std::printf(" %s", item.get<bool>() ? "yes" : "no");
-      else if (item.is_number_float())
-        std::printf(" %s", client::number_text(item.get<double>()).c_str());
-      else if (!item.is_null())
-        std::printf(" %s", item.dump().c_str());
-    };
-    if (one.is_array() && !one.empty() && one[0].is_string()) {
-      std::printf("\n");
-      for (const json& item : one)
-        std::printf("%*s%s\n", 2 * depth + 2, "", item.get_ref<const std::string&>().c_str());
-      continue;
-    }
-    if (one.is_array())
-      for (const json& item : one) print_one(item);
-    else
-      print_one(one);
-    std::printf("\n");
-  }
-}
-
-// A text that is not UTF-8 has its odd bytes replaced: JSON knows no other characters.
-std::string dump(const json& value) {
-  return value.dump(2, ' ', false, json::error_handler_t::replace);
-}
-
 // One line for each object of a list: its name, then what it is.
 std::string details_line(const json& one) {
   if (one.contains("file")) {
@@ -211,7 +162,7 @@ void list(const common_options& common, const list_options& options) {
       }
     }
     if (common.json) {
-      std::printf("%s\n", dump(described.empty() ? json(names) : described).c_str());
+      print_description(described.empty() ? json(names) : described, true);
       return;
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -242,10 +193,7 @@ void inform(const common_options& common, const list_options& options) {
       }
       result["comment"] = server->comment(client::comment_owner::variable);
     }
-    if (common.json)
-      std::printf("%s\n", dump(result).c_str());
-    else
-      print_lines(result, 0);
+    print_description(result, common.json);
   });
 }
 

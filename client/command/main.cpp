@@ -43,6 +43,8 @@ int main(int argc, char** argv) {
   add_create_commands(program, common);
   add_remove_command(program, common);
   add_import_commands(program, common);
+  add_object_commands(program, common);
+  add_resource_commands(program, common);
 
   try {
     program.parse(argc, argv);

@@ -15,12 +15,14 @@ struct common_options {
 };
 
 // Each adds its subcommands to the program. `common` has to outlive the parsing.
-void add_list_commands(CLI::App& program, const common_options& common);    // ls, info
-void add_read_commands(CLI::App& program, const common_options& common);    // read, export
-void add_stat_command(CLI::App& program, const common_options& common);     // stat
-void add_write_command(CLI::App& program, const common_options& common);    // write
-void add_create_commands(CLI::App& program, const common_options& common);  // new, link
-void add_remove_command(CLI::App& program, const common_options& common);   // rm
-void add_import_commands(CLI::App& program, const common_options& common);  // import
+void add_list_commands(CLI::App& program, const common_options& common);      // ls, info
+void add_read_commands(CLI::App& program, const common_options& common);      // read, export
+void add_stat_command(CLI::App& program, const common_options& common);       // stat
+void add_write_command(CLI::App& program, const common_options& common);      // write
+void add_create_commands(CLI::App& program, const common_options& common);    // new, link
+void add_remove_command(CLI::App& program, const common_options& common);     // rm
+void add_import_commands(CLI::App& program, const common_options& common);    // import
+void add_object_commands(CLI::App& program, const common_options& common);    // polygons, wireframes, faults
+void add_resource_commands(CLI::App& program, const common_options& common);  // palettes, scales, vendor
 
 }  // namespace qrd::command

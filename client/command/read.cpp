@@ -3,19 +3,17 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <set>
 
 #include "client/command/column.h"
 #include "client/command/options.h"
+#include "client/command/output.h"
 #include "client/command/session.h"
 #include "client/csv.h"
 
 namespace qrd::command {
 
 namespace {
-
-using json = nlohmann::ordered_json;
 
 struct read_options {
   place_options place;
@@ -60,7 +58,7 @@ class table_printer {
 
   void finish() {
     if (as_json_) {
-      std::fputs(document_.dump(-1, ' ', false, json::error_handler_t::replace).c_str(), stream_);
+      std::fputs(json_text(document_, -1).c_str(), stream_);
       std::fputc('\n', stream_);
     }
     writer_->flush();

@@ -3,19 +3,17 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <unordered_set>
 
 #include "client/command/column.h"
 #include "client/command/options.h"
+#include "client/command/output.h"
 #include "client/command/session.h"
 #include "client/numbers.h"
 
 namespace qrd::command {
 
 namespace {
-
-using json = nlohmann::ordered_json;
 
 struct stat_options {
   place_options place;
@@ -119,7 +117,7 @@ void tell(const common_options& common, const stat_options& options) {
       all.push_back(summarise(*server, chosen, range, options.place, common.quiet));
     }
     if (common.json)
-      std::printf("%s\n", all.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+      std::printf("%s\n", json_text(all).c_str());
     else
       for (const json& one : all) print_summary(one);
   });

@@ -1,0 +1,62 @@
+// Palettes, colour scales and vendor data as they travel.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace qrd::client {
+
+using rgb = std::array<std::int32_t, 3>;
+
+struct facies_class {
+  rgb colour{};
+  std::string label;
+};
+
+struct facies_interval {
+  double minimum = 0;
+  double maximum = 0;
+  std::int32_t palette_index = 0;
+};
+
+enum class scale_kind { automatic = 0, classes = 1, manual = 2, facies = 3 };
+
+struct colour_scale {
+  scale_kind kind = scale_kind::automatic;
+  bool read_only = false;
+  std::string palette;
+  std::int32_t classes = 2;
+  rgb colour_1{};
+  rgb colour_2{};
+  rgb colour_3{};
+  std::array<std::int32_t, 3> modes = {2, 0, 2};
+  // Manual kind: one bound more than classes, one palette index for each class.
+  std::vector<double> bounds;
+  std::vector<std::int32_t> palette_indices;
+  // Facies kind.
+  bool integer_bounds = false;
+  std::vector<facies_interval> intervals;
+  std::vector<facies_class> facies;
+};
+
+// Who owns a bag of vendor data: what is current.
+enum class vendor_scope { study = 0, directory = 1, file = 2, variable = 3 };
+
+// The index of the alternative is the type on the wire.
+using vendor_value = std::variant<std::monostate, std::int32_t, double, std::string,
+                                  std::vector<std::int32_t>, std::vector<double>, std::vector<std::string>>;
+
+struct vendor_attribute {
+  std::string name;
+  vendor_value value;
+};
+
+struct vendor_bag {
+  std::int32_t version = 0;
+  std::vector<vendor_attribute> attributes;
+};
+
+}  // namespace qrd::client
