@@ -9,7 +9,7 @@
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "store/qd_info.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
@@ -37,6 +37,34 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
       return record.format.length_flag != 0 ? distance_format.factor : 1.0;
   }
   qu_fatal_number("qd_variable_select", 50);
+}
+
+// Finds a variable under its exact name or, for a name with an index, under the generic one; one walk
+// looks for both. A variable that exists under the exact name, brackets included, is an ordinary variable:
+// its class is then 0.
+bool find_variable(const char* file_path, const char* variable, int& name_class, path_text& path,
+                   qd_variable_record& record) {
+  name_text generic;
+  qu_path_join(generic, {variable});
+  if (name_class != 0) qd_macro_name_generic(generic);
+  path_text seen_path;
+  qd_variable_record seen;
+  bool found = false;
+  walk_end end =
+      qd_walk<variable_level>(file_path, seen_path, seen, [&](const qd_variable_record& candidate) {
+        if (std::strcmp(candidate.name, variable) == 0) return true;
+        if (!found && name_class != 0 && std::strcmp(candidate.name, generic) == 0) {
+          found = true;
+          record = candidate;
+          qu_path_join(path, {seen_path});
+        }
+        return false;
+      });
+  if (end != walk_end::stopped) return found;
+  name_class = std::min(name_class, 0);
+  record = seen;
+  qu_path_join(path, {seen_path});
+  return true;
 }
 
 // The slot that a name of this class means.
@@ -110,23 +138,12 @@ int qd_variable_select(const char* directory, const char* file, const char* vari
   if (qd_two_files_available() == 0) return 0;
 
   path_text file_path;
-  if (qd_file_path(directory, file, file_path) == 0) qu_fatal_number(function, 10);
   qd_file_record file_record;
-  if (qd_file_descriptor_read(file_path, file_record) == 0) qu_fatal_number(function, 20);
-
-  // A variable that exists under the exact name, brackets included, is an ordinary variable.
-  name_text generic;
-  qu_path_join(generic, {variable});
-  int name_class = qd_macro_name_kind(variable);
-  if (name_class != 0) qd_macro_name_generic(generic);
+  if (qd_find_file(directory, file, file_path, file_record) != LOOKUP_FOUND) qu_fatal_number(function, 10);
   path_text variable_path;
-  if (qd_variable_path_in(file_path, variable, variable_path) != 0)
-    name_class = std::min(name_class, 0);
-  else if (name_class == 0 || qd_variable_path_in(file_path, generic, variable_path) == 0)
-    qu_fatal_number(function, 31);
-
   qd_variable_record record;
-  if (qd_variable_descriptor_read(variable_path, record) == 0) qu_fatal_number(function, 40);
+  int name_class = qd_macro_name_kind(variable);
+  if (!find_variable(file_path, variable, name_class, variable_path, record)) qu_fatal_number(function, 31);
   qd_variable_handle selected;
   selected.unit_factor = unit_factor_of(record, choice);
   selected.macro_slot = macro_slot_of(name_class, variable_path, variable);
