@@ -5,6 +5,7 @@
 
 #include "sample_study.h"
 #include "server/context.h"
+#include "support/file_size_limit.h"
 #include "support/request_session.h"
 
 namespace qrd::test {
@@ -121,6 +122,16 @@ TEST_F(Files, RefusedPointsLeaveNothingBehind) {
   set_current_directory("None");
   expect_refusal("Directory is not set", "CPFILENEW", points("P", 2, {1, 2}));
   EXPECT_FALSE(exists("FILE.2"));
+}
+
+TEST_F(Files, PointsThatTheDiskCannotHoldLeaveNothingBehind) {
+  const std::vector<double> many(1800, 1.0);
+  {
+    file_size_limit disk(6000);
+    expect_refusal("Cannot add 600 samples to file Study: Dir/P", "CPFILENEW", points("P", 3, many));
+  }
+  EXPECT_FALSE(exists("FILE.2"));
+  expect(done(), "CPFILENEW", points("P", 3, many));
 }
 
 TEST_F(Files, PointsAreAddedOnlyWhereTheyFit) {

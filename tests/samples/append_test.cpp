@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <zlib.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 
 namespace qrd::test {
 namespace {
@@ -235,14 +234,11 @@ TEST(Append, AFailedWriteTakesTheFileAwayAndNothingElse) {
   study.add("V", VAR_FLOAT, 64, noise(4096, 1));
   write_file(study / "QRD/DIRE.1/bystander", "stays");
   bound selected("V");
-  struct rlimit before;
-  getrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, SIG_IGN);
-  struct rlimit small = {6000, before.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &small);
-  int result = qd_append_sample("Dir", "File", 1);
-  setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, SIG_DFL);
+  int result = -1;
+  {
+    file_size_limit disk(6000);
+    result = qd_append_sample("Dir", "File", 1);
+  }
   EXPECT_EQ(result, 0);
   EXPECT_FALSE(std::filesystem::exists(study.file_path()));
   EXPECT_EQ(read_file(study / "QRD/DIRE.1/bystander"), "stays");

@@ -5,6 +5,7 @@
 #include "sample_study.h"
 #include "samples/qd_macro.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 
 namespace qrd::test {
 namespace {
@@ -141,6 +142,18 @@ TEST(MacroCreateForms, AFileWithoutCapacityGetsOnlyTheDescriptor) {
   EXPECT_EQ(add({1, 2, 3}), 1);
   EXPECT_EQ(read_file(path + "/MACRO"), macro_file({1, 2, 3}));
   EXPECT_EQ(read_file(path + "/DATAVAR"), "");
+}
+
+TEST_F(MacroCreate, AFailedWriteTakesTheVariableAwayAndNothingElse) {
+  make({4});
+  std::string other = study.add("Other", VAR_FLOAT, 8, "data");
+  std::string console = console_of([] {
+    file_size_limit disk(column_bytes + 100);
+    EXPECT_EQ(add({5}), 0);
+  });
+  EXPECT_NE(console.find("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(read_file(other + "/DATAVAR"), "data");
 }
 
 using MacroCreateDeathTest = MacroCreate;

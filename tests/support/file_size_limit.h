@@ -1,4 +1,4 @@
-// A full disk for the statements of a death test: the limit stays for the rest of the process.
+// A disk that is full for this process: no file gets longer than a limit while the object lives.
 #pragma once
 
 #include <sys/resource.h>
@@ -7,10 +7,23 @@
 
 namespace qrd::test {
 
-inline void limit_file_size(rlim_t bytes) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  const rlimit limit = {bytes, bytes};
-  setrlimit(RLIMIT_FSIZE, &limit);
-}
+class file_size_limit {
+ public:
+  explicit file_size_limit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    struct rlimit limit = {bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  file_size_limit(const file_size_limit&) = delete;
+  file_size_limit& operator=(const file_size_limit&) = delete;
+  ~file_size_limit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  struct rlimit before_;
+  void (*handler_)(int);
+};
 
 }  // namespace qrd::test
