@@ -1,0 +1,40 @@
+// Figures of a multi-session server, and a load test that checks every byte.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+
+#include "bench/sessions/sections.h"
+
+int main(int count, char** arguments) {
+  using namespace qrd::bench;
+  CLI::App program("Measures the sessions of a multi-session server, or tries it with many clients at once.");
+  program.require_subcommand(1);
+  std::string folder = std::filesystem::temp_directory_path().string();
+  program.add_option("--folder", folder, "where the database is made")->capture_default_str();
+
+  int starts = 200;
+  int children = 200;
+  double idle_seconds = 10;
+  CLI::App* figures =
+      program.add_subcommand("figures", "time to get a session; memory and time of idle children");
+  figures->add_option("--starts", starts, "sessions that are timed")->capture_default_str();
+  figures->add_option("--children", children, "idle children")->capture_default_str();
+  figures->add_option("--seconds", idle_seconds, "time that they idle")->capture_default_str();
+
+  load_settings settings;
+  CLI::App* load =
+      program.add_subcommand("load", "many clients at once in one directory; 1 when a fault is found");
+  load->add_option("--clients", settings.clients)->capture_default_str();
+  load->add_option("--rounds", settings.rounds, "files that each client makes")->capture_default_str();
+  load->add_option("--samples", settings.samples, "samples of a file")->capture_default_str();
+  CLI11_PARSE(program, count, arguments);
+
+  try {
+    if (figures->parsed()) measure_sessions(folder, starts, children, idle_seconds);
+    return load->parsed() && run_load(folder, settings) > 0 ? 1 : 0;
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "qrd_sessions: %s\n", problem.what());
+    return 2;
+  }
+}

@@ -1,0 +1,93 @@
+#include "bench/sessions/parent.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+namespace qrd::bench {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string process_file(pid_t process, const std::string& name) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/" + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The fields of /proc/PID/stat behind the program's name, which may hold blanks: state first.
+std::vector<std::string> stat_fields(pid_t process) {
+  const std::string text = process_file(process, "stat");
+  std::istringstream fields(text.substr(std::min(text.size(), text.rfind(')') + 1)));
+  return {std::istream_iterator<std::string>(fields), {}};
+}
+
+}  // namespace
+
+scratch_folder::scratch_folder(const fs::path& parent) {
+  std::string name = (parent / "qrd_sessions_XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("Cannot make a folder in " + parent.string());
+  path_ = name;
+}
+
+scratch_folder::~scratch_folder() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+client::server_process start_parent(const fs::path& folder) {
+  client::server_options options;
+  options.program = QRD_SERVER_PROGRAM;
+  options.arguments = {"-multi"};
+  options.environment = {{"XDG_DATA_HOME", folder.string()}};
+  options.output_file = folder / "output";
+  return client::server_process(options);
+}
+
+client::connection new_session(const client::server_process& parent) {
+  client::connection_options options;
+  options.new_session = true;
+  options.timeout = std::chrono::seconds(60);
+  return parent.connect(options);
+}
+
+std::vector<pid_t> children_of(pid_t process) {
+  std::istringstream list(process_file(process, "task/" + std::to_string(process) + "/children"));
+  return {std::istream_iterator<pid_t>(list), {}};
+}
+
+std::vector<std::string> open_files_of(pid_t process) {
+  std::vector<std::string> result;
+  for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+    if (std::stoi(entry.path().filename().string()) <= STDERR_FILENO) continue;
+    const std::string target = fs::read_symlink(entry.path()).string();
+    result.push_back(target.substr(0, target.find(':')));
+  }
+  return result;
+}
+
+char state_of(pid_t process) {
+  const std::vector<std::string> fields = stat_fields(process);
+  return fields.empty() ? ' ' : fields[0][0];
+}
+
+std::size_t private_memory_of(pid_t process) {
+  std::istringstream lines(process_file(process, "smaps_rollup"));
+  std::size_t kibibytes = 0;
+  for (std::string line; std::getline(lines, line);)
+    if (line.starts_with("Private_")) kibibytes += std::stoul(line.substr(line.find(':') + 1));
+  return kibibytes * 1024;
+}
+
+double processor_time_of(pid_t process) {
+  constexpr std::size_t user = 11, system = 12;  // behind the state, counted from it
+  const std::vector<std::string> fields = stat_fields(process);
+  if (fields.size() <= system) return 0;
+  return (std::stod(fields[user]) + std::stod(fields[system])) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+}  // namespace qrd::bench

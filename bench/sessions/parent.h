@@ -1,0 +1,43 @@
+// A multi-session server with a fresh database, and a look at its children.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "client/connection.h"
+#include "client/server_process.h"
+
+namespace qrd::bench {
+
+// A folder that is removed with all it holds at the end.
+class scratch_folder {
+ public:
+  explicit scratch_folder(const std::filesystem::path& parent);
+  scratch_folder(const scratch_folder&) = delete;
+  scratch_folder& operator=(const scratch_folder&) = delete;
+  ~scratch_folder();
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Started with -multi; its default root lies in the folder.
+client::server_process start_parent(const std::filesystem::path& folder);
+// A connection to a child of its own, with the handshake done.
+client::connection new_session(const client::server_process& parent);
+
+std::vector<pid_t> children_of(pid_t process);
+// What the descriptors from 3 on stand for: "socket", or the path of a file.
+std::vector<std::string> open_files_of(pid_t process);
+// One letter: "S" sleeping, "Z" a zombie and so on; blank for a process that is gone.
+char state_of(pid_t process);
+// Bytes that the process shares with nobody.
+std::size_t private_memory_of(pid_t process);
+// Seconds of processor time since its start, user and system.
+double processor_time_of(pid_t process);
+
+}  // namespace qrd::bench
