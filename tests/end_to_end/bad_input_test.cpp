@@ -1,0 +1,286 @@
+// Truncated packets, impossible counts, and files that are damaged: each ends as it should, and nothing is
+// touched that should not be.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "end_to_end/hostile.h"
+#include "end_to_end/requests.h"
+
+namespace qrd::test {
+namespace {
+
+// Paths below the root that differ, but for what every session leaves: flags and the probes of the root.
+std::vector<std::string> touched(const tree_image& before, const std::filesystem::path& root) {
+  std::vector<std::string> paths = changes(before, image_of(root));
+  std::erase_if(paths, [](const std::string& path) { return path.ends_with("/LOCK"); });
+  return paths;
+}
+
+bytes chosen(const char* request, const char* name) {
+  return bytes().text(request).text(name);
+}
+
+// Holes / Drilling / cores / Cu.
+std::vector<std::string> choice_of_copper() {
+  return {chosen("CSTUDYSET", "Holes").str(), chosen("CDIRSET", "Drilling").str(),
+          chosen("CFILESET", "cores").str(), chosen("CVARSET", "Cu").str()};
+}
+
+struct changing_request {
+  const char* what;
+  bytes packet;
+};
+
+// Requests that would change much, were they whole.
+std::vector<changing_request> changing_requests() {
+  bytes write;
+  write.text("CWRITVARF").i64(1).i64(3).i32(0).f64(0).i64(3).f64(1).f64(2).f64(3);
+  bytes points;
+  points.text("CPFILENEW").text("new").i64(2).i32(2).f64(1).f64(2).f64(3).f64(4);
+  bytes palette;
+  palette.text("CPALWRIT").text("Grades").i32(1).i32(1).i32(2).i32(3);
+  bytes polygon;
+  polygon.text("CPOLYNEW").text("new").i32(0);
+  for (int i = 0; i < 6; ++i) polygon.f64(i);
+  polygon.i64(1).text("c").text("p").f64(0).f64(0).i32(3);
+  for (double value : {0.0, 0.0, 1.0, 0.0, 1.0, 1.0}) polygon.f64(value);
+  bytes bag;
+  bag.text("CVDATWRIT").text("project").i32(1).i32(0).i32(1).text("a").i32(4).i32(2).i32(1).i32(2);
+  bytes comment;
+  comment.text("CCOMSET").i32(3).i32(0).text("text");
+  bytes faults;
+  faults.text("CWRITFAUL").i32(1).i32(0).f64(0).i32(1).text("F").i32(0).i32(1);
+  for (int i = 0; i < 12; ++i) faults.f64(i);
+  faults.i32(1);
+  return {{"write", write},     {"points", points}, {"palette", palette}, {"polygon", polygon},
+          {"comment", comment}, {"bag", bag},       {"faults", faults}};
+}
+
+TEST(bad_input, a_truncated_request_changes_nothing) {
+  const std::vector<changing_request> requests = changing_requests();
+  std::vector<std::pair<const changing_request*, std::size_t>> cuts;
+  for (const changing_request& request : requests) {
+    const std::size_t size = request.packet.str().size();
+    for (std::size_t length : {std::size_t{3}, std::size_t{10}, size / 2, size - 9, size - 1})
+      cuts.emplace_back(&request, length);
+  }
+  in_parallel(static_cast<int>(cuts.size()), [&](int i) {
+    const auto& [request, length] = cuts[static_cast<std::size_t>(i)];
+    SCOPED_TRACE(std::string(request->what) + " cut to " + std::to_string(length));
+    const database copy;
+    const tree_image before = image_of(copy.root());
+    std::vector<std::string> conversation = choice_of_copper();
+    conversation.push_back(request->packet.str().substr(0, length));
+    const ending result = end_of(copy.root(), conversation);
+    expect_orderly(result);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(touched(before, copy.root()), std::vector<std::string>{});
+  });
+}
+
+// Each number of each request in turn is one that no request can have, and nothing follows it that would fit.
+TEST(bad_input, impossible_numbers_change_nothing_else) {
+  struct item {
+    const request_layout* layout;
+    int position;
+    std::int64_t value;
+  };
+  std::vector<item> items;
+  for (const request_layout& layout : request_layouts) {
+    int numbers = 0;
+    for (std::size_t at = 0; at < layout.arguments.size(); ++at)
+      if ((layout.arguments[at] == 'i' || layout.arguments[at] == 'l') &&
+          (at == 0 || layout.arguments[at - 1] == ' '))
+        ++numbers;
+    const bool reads = layout.name.starts_with("CREAD");
+    if (reads || layout.arguments.find('=') == std::string_view::npos)
+      numbers = std::min(numbers, reads ? 3 : 0);
+    for (int position = 0; position < numbers; ++position)
+      for (const std::int64_t value : {std::int64_t{-1}, std::int64_t{2147483647}, std::int64_t{1} << 61,
+                                       std::numeric_limits<std::int64_t>::min()})
+        items.push_back({&layout, position, value});
+  }
+  ASSERT_GT(items.size(), 100u);
+  // One server takes several of them: whatever it makes of the first, the next finds it alive or ended.
+  constexpr int each = 6;
+  in_parallel(static_cast<int>(items.size() + each - 1) / each, [&](int group) {
+    const database copy;
+    std::vector<std::string> conversation = choice_of_copper();
+    std::string names;
+    for (std::size_t i = static_cast<std::size_t>(group) * each;
+         i < std::min(items.size(), static_cast<std::size_t>(group + 1) * each); ++i) {
+      bytes request;
+      request.text(items[i].layout->name);
+      int position = 0;
+      std::string_view arguments = items[i].layout->arguments;
+      while (!arguments.empty()) {
+        const std::string_view token = arguments.substr(0, arguments.find(' '));
+        arguments.remove_prefix(std::min(arguments.size(), token.size() + 1));
+        const bool is_fitting = token.size() > 2 && token[1] == '=';
+        std::int64_t value = is_fitting ? token[2] - '0' : 1;
+        if (token[0] == 's') request.text("new");
+        if (token[0] == 'd') request.f64(1.0);
+        if (token[0] == 'b') request.u8(1);
+        if (token[0] != 'i' && token[0] != 'l') continue;
+        if (position++ == items[i].position) value = items[i].value;
+        if (token[0] == 'i')
+          request.i32(static_cast<std::int32_t>(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX)));
+        else
+          request.i64(value);
+      }
+      names += std::string(items[i].layout->name) + " ";
+      conversation.push_back(request.str());
+    }
+    SCOPED_TRACE(names);
+    const tree_image before = image_of(copy.root());
+    expect_orderly(end_of(copy.root(), conversation));
+    // Of what was there nothing is gone but what was addressed: Cu, its file's descriptor, the bag "new".
+    for (const std::string& path : touched(before, copy.root())) {
+      const bool addressed = path.starts_with("Holes/QRD/DIRE.1/FILE.2/VARI.16/") || !before.contains(path);
+      EXPECT_TRUE(addressed) << path;
+    }
+  });
+}
+
+// A file of the database is replaced by something else; then everything is listed, described and read.
+class damage : public testing::Test {
+ protected:
+  // What a damaged file is made of, out of a sound one.
+  static std::vector<std::string> variants(const std::string& sound) {
+    std::vector<std::string> made = {"", sound.substr(0, sound.size() / 2), std::string(64, '\xff'),
+                                     std::string(64, '\0')};
+    if (sound.size() > 8) made.push_back(sound.substr(0, 4) + "\x7f\xff\xff\xff" + sound.substr(8));
+    std::string larger = sound;
+    for (std::size_t i = 7; i < larger.size(); i += 12) larger[i] = '\x7f';
+    made.push_back(larger);
+    std::string negative = sound;
+    for (std::size_t i = 4; i < negative.size(); i += 16) negative[i] = '\xff';
+    made.push_back(negative);
+    return made;
+  }
+
+  static std::vector<std::string> walk() {
+    std::vector<std::string> requests = {bytes().text("CSTUDYLST").str()};
+    const auto ask = [&](const char* name, const bytes& arguments = {}) {
+      requests.push_back(bytes().text(name).raw(arguments.str()).str());
+    };
+    const auto choose = [&](const char* level, const char* name) { ask(level, bytes().text(name)); };
+    choose("CSTUDYSET", "Holes");
+    ask("CDIRLST");
+    ask("CPALLST");
+    choose("CPALREAD", "Grades");
+    ask("CSCALST");
+    choose("CSCAREAD", "Zones");
+    choose("CDIRSET", "Drilling");
+    ask("CVDATREAD", bytes().text("project").i32(0));
+    ask("CFILELST");
+    for (const char* file : {"collars", "domains", "cores"}) {
+      choose("CFILESET", file);
+      ask("CFILEINFO");
+      ask("CVARLST");
+    }
+    ask("CLFILECNT");
+    for (const char* variable : {"Cu", "LN+ Line Number (READONLY)", "M[xxxxx]"}) {
+      choose("CVARSET", variable);
+      ask("CVARINFO");
+      ask("CMACROALP");
+      ask("CINDSET", bytes().i32(2));
+      ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0));
+      ask("CREADLINF", bytes().i32(50));
+    }
+    choose("CVARSET", "hole");
+    ask("CREADVARC", bytes().i64(1).i64(3762).i32(1));
+    choose("CFILESET", "domains");
+    ask("CPOLYGONS");
+    choose("CSTUDYSET", "Archive");
+    choose("CDIRSET", "Old data");
+    choose("CFILESET", "cube");
+    choose("CVARSET", "number");
+    ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0));
+    ask("CBYE BYE");
+    return requests;
+  }
+};
+
+TEST_F(damage, of_any_file_is_met_in_an_orderly_way) {
+  const std::string cores = "Holes/QRD/DIRE.1/FILE.2/";
+  const std::vector<std::string> paths = {"study_names.def",
+                                          "DATA",
+                                          "PAL.0",
+                                          "Holes/DESCR",
+                                          "Holes/QRD/DESCR",
+                                          "Holes/VENDOR.0",
+                                          "Holes/CSCALE/CSCA.3",
+                                          "Holes/U_COLOR/PAL.0",
+                                          "Holes/QRD/DIRE.1/DESCR",
+                                          cores + "DESCR",
+                                          cores + "LINE",
+                                          cores + "VARI.16/DESCR",
+                                          cores + "VARI.16/DATAVAR",
+                                          cores + "VARI.24/MACRO",
+                                          cores + "VARI.24/DATAVAR",
+                                          "Holes/QRD/DIRE.1/FILE.3/POLYGON",
+                                          "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/DESCR",
+                                          "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/VARI.8/DESCR"};
+
+  // The database gets a macro variable first.
+  const database sound;
+  {
+    served server(sound.root());
+    server.choose("Holes", "Drilling", "cores");
+    server.connection.new_macro_variable("M[xxxxx]", 4);
+    server.connection.set_variable("M[xxxxx]");
+    server.connection.add_macro_indices(std::vector<std::int32_t>{1, 2});
+  }
+  std::vector<std::pair<std::string, std::string>> damages;
+  for (const std::string& path : paths)
+    for (const std::string& content : variants(read_file(sound / path))) damages.emplace_back(path, content);
+
+  in_parallel(static_cast<int>(damages.size()), [&](int i) {
+    const auto& [path, content] = damages[static_cast<std::size_t>(i)];
+    SCOPED_TRACE(path + " damaged in the way " + std::to_string(i));
+    const database copy(sound.root().string());
+    write_file(copy / path, content);
+    const tree_image before = image_of(copy.root());
+    expect_orderly(end_of(copy.root(), walk()));
+    // What may change: the damaged file and what lies beside it, and the old study as it is upgraded.
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    for (const std::string& changed : touched(before, copy.root()))
+      EXPECT_TRUE(changed.starts_with(folder) || changed.starts_with("OLD/ARCHIVE/")) << changed;
+  });
+}
+
+TEST(bad_input, names_beyond_their_limits_are_refused) {
+  const database copy;
+  const tree_image before = image_of(copy.root());
+  served server(copy.root());
+  client::connection& to = server.connection;
+  to.set_study("Holes");
+  EXPECT_FALSE(to.directory_exists(std::string(49, 'x')));
+  EXPECT_EQ(refusal_of([&] { to.set_directory(std::string(9999, 'x')); }),
+            ("Not a valid Velmar directory: Holes: " + std::string(9999, 'x')).substr(0, 1024));
+  EXPECT_EQ(refusal_of([&] { to.new_directory(std::string(50, 'x')); }),
+            "Cannot create directory Holes: " + std::string(50, 'x'));
+  EXPECT_EQ(refusal_of([&] { to.open_root(std::string(5000, 'x')); }).size(), 1024u);
+  EXPECT_EQ(to.directories(), std::vector<std::string>{"Drilling"});
+  EXPECT_EQ(touched(before, copy.root()), std::vector<std::string>{});
+}
+
+// The length of a text that is too long for its field gets no answer, and its characters are the next
+// request.
+TEST(bad_input, a_text_beyond_its_field_gets_no_answer) {
+  const database copy;
+  const ending result = end_of(copy.root(), {chosen("CSTUDYSET", "Holes").str(),
+                                             bytes().text("CDIRXIST").text(std::string(50, 'x')).str()});
+  expect_orderly(result);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.answers, greeting_answers() + bytes().text("SDONE").str());
+}
+
+}  // namespace
+}  // namespace qrd::test

@@ -1,0 +1,109 @@
+// Servers that get input they should not get, and how they end.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "end_to_end/database.h"
+#include "support/bytes.h"
+#include "support/server_process.h"
+
+namespace qrd::test {
+
+// A checker of the sanitizers that finds something ends the server with this status.
+inline constexpr int sanitizer_status = 99;
+
+// The default root of a server that is misled lies in `home`.
+inline server_settings watched(const std::filesystem::path& home) {
+  server_settings settings;
+  settings.environment["ASAN_OPTIONS"] = "exitcode=" + std::to_string(sanitizer_status);
+  settings.environment["UBSAN_OPTIONS"] = "exitcode=" + std::to_string(sanitizer_status);
+  settings.environment["XDG_DATA_HOME"] = home.string();
+  return settings;
+}
+
+// CHELLO, CARCH, CQRDDATA, and the answers to them.
+inline std::vector<std::string> greeting(const std::filesystem::path& root) {
+  return {bytes().text("CHELLO").text("").i32(1300030).str(), bytes().text("CARCH").i32(1).str(),
+          bytes().text("CQRDDATA").text(root.string()).str()};
+}
+inline std::string greeting_answers() {
+  return bytes().text("SWELCOME").i32(1300030).text("SARCH").i32(1).text("SOK").str();
+}
+
+struct ending {
+  std::optional<int> status;  // empty: it did not end
+  std::string answers;
+  std::string said;  // on standard output and error
+};
+
+// What has arrived when the other side has been silent for a moment; `patience` for the first byte.
+inline std::string arrived(raw_connection& connection, std::chrono::milliseconds patience) {
+  std::string data;
+  while (!connection.is_silent(data.empty() ? patience : std::chrono::milliseconds(1))) {
+    char part[65536];
+    const ssize_t size = recv(connection.descriptor(), part, sizeof part, MSG_DONTWAIT);
+    if (size <= 0) break;
+    data.append(part, static_cast<std::size_t>(size));
+  }
+  return data;
+}
+
+// Opens the root and sends the requests one by one, each when its answer is there or, after a moment, without
+// one. Then sends nothing more, and waits for the end.
+inline ending end_of(const std::filesystem::path& root, const std::vector<std::string>& requests) {
+  const temporary_directory home;
+  server_process process(watched(home.path()));
+  raw_connection connection = process.connect();
+  ending result;
+  try {
+    for (const std::string& request : greeting(root)) {
+      connection.send(request);
+      result.answers += arrived(connection, std::chrono::seconds(10));
+    }
+    for (const std::string& request : requests) {
+      connection.send(request);
+      result.answers += arrived(connection, std::chrono::milliseconds(60));
+    }
+  } catch (const std::exception&) {
+    // It ended before it had read everything.
+  }
+  ::shutdown(connection.descriptor(), SHUT_WR);
+  result.answers += connection.receive_rest();
+  result.status = process.wait(std::chrono::seconds(30));
+  result.said = process.output() + process.errors();
+  return result;
+}
+
+// It ended in one of the ways it may: after goodbye, by the lost connection, or by a fatal error.
+inline void expect_orderly(const ending& result) {
+  ASSERT_TRUE(result.status.has_value()) << "the server hangs";
+  EXPECT_TRUE(*result.status == 0 || *result.status == 1) << *result.status << "\n" << result.said;
+}
+
+// Calls `work` with 0 to count - 1 on several threads: a server that ends sleeps for a second.
+inline void in_parallel(int count, const std::function<void(int)>& work) {
+  constexpr int workers = 12;
+  std::atomic<int> next = 0;
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < workers; ++i)
+    threads.emplace_back([&] {
+      for (int item = next++; item < count; item = next++) {
+        try {
+          work(item);
+        } catch (const std::exception& problem) {
+          ADD_FAILURE() << "item " << item << ": " << problem.what();
+        }
+      }
+    });
+}
+
+}  // namespace qrd::test
