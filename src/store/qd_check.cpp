@@ -67,23 +67,16 @@ int refuse_file(const char* text, const char* directory, const char* file) {
   return 0;
 }
 
-int refuse_selection(const char* text, const char* directory, const char* file, const char* selection) {
-  qu_message("WARNING: Check your parameters this Variable");
-  qu_message("-------  is not a Selection variable...");
+int refuse_variable(const char* text, const char* directory, const char* file, const char* name_line,
+                    const char* variable) {
   report_text(text);
   qu_message("       DIRECTORY NAME: >>>%s<<<", directory);
   qu_message("            FILE NAME: >>>%s<<<", file);
-  qu_message("   BAD SELECTION NAME: >>>%s<<<", selection);
+  qu_message("%s: >>>%s<<<", name_line, variable);
   return 0;
 }
 
-int refuse_variable(const char* text, const char* directory, const char* file, const char* variable) {
-  report_text(text);
-  qu_message("    DIRECTORY NAME: >>>%s<<<", directory);
-  qu_message("         FILE NAME: >>>%s<<<", file);
-  qu_message("    BAD VARIABLE NAME: >>>%s<<<", variable);
-  return 0;
-}
+constexpr char bad_variable[] = "    BAD VARIABLE NAME";
 
 const char* organisation_line(std::int64_t wanted) {
   switch (wanted) {
@@ -179,7 +172,9 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
   if (is_named(selection)) {
     qd_variable_record variable;
     if (!find_variable(path, selection, variable) || !is_of_class(CLASS_SELECTION, selection, variable)) {
-      return refuse_selection(text, directory, file, selection);
+      qu_message("WARNING: Check your parameters this Variable");
+      qu_message("-------  is not a Selection variable...");
+      return refuse_variable(text, directory, file, "   BAD SELECTION NAME", selection);
     }
     if (info != nullptr) selected = qd_free_samples_count(directory, file, selection);
   }
@@ -210,12 +205,12 @@ int qd_check_variable(variable_class wanted, const char* directory, const char* 
   qd_variable_record record;
   if (!find_variable(file_path, variable, record)) {
     qu_message("WARNING: Check your parameters a Variable Name is incorrect");
-    return refuse_variable(text, directory, file, variable);
+    return refuse_variable(text, directory, file, bad_variable, variable);
   }
   if (is_of_class(wanted, variable, record)) return 1;
   qu_message("WARNING: Check your parameters this Variable");
   qu_message("%s", class_line(wanted));
-  return refuse_variable(text, directory, file, variable);
+  return refuse_variable(text, directory, file, bad_variable, variable);
 }
 
 int qd_check_names(int level, int wanted_class, const char* directory, const char* file, const char* variable,

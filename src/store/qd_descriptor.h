@@ -9,6 +9,7 @@
 
 #include "store/qd_records.h"
 #include "util/qu_file.h"
+#include "util/qu_xdr.h"
 
 namespace qrd {
 
@@ -33,6 +34,16 @@ file_stream qd_descriptor_open(const char* object_path);
 // holds. A descriptor that can't be opened ends the process.
 file_stream qd_descriptor_rewrite(const char* object_path);
 bool qd_descriptor_rewritten(file_stream& stream);
+
+// Writes the descriptor of an object in the current version; `move_fields(xdr, &version, record)` moves all
+// its fields. 1 or 0.
+template <typename MoveFields, typename Record>
+int qd_descriptor_write(const char* object_path, MoveFields move_fields, Record& record) {
+  std::int64_t version = DESCRIPTOR_VERSION;
+  file_stream stream = qd_descriptor_rewrite(object_path);
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  return xdr && move_fields(xdr.get(), &version, record) && qd_descriptor_rewritten(stream);
+}
 
 // Puts a text into the COMMENT file of an object's folder in place of the old one: 0, or 1 after reports.
 int qd_comment_replace(const char* object_path, const char* text);

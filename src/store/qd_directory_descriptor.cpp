@@ -45,11 +45,7 @@ int qd_directory_descriptor_read(const char* path, name_text& name) {
 int qd_directory_descriptor_write(const char* path, const char* name) {
   name_text text;
   qu_path_join(text, {name});
-  std::int64_t version = DESCRIPTOR_VERSION;
-  file_stream stream = qd_descriptor_rewrite(path);
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (!xdr || !move_fields(xdr.get(), &version, text)) return 0;
-  if (!qd_descriptor_rewritten(stream)) return 0;
+  if (!qd_descriptor_write(path, move_fields, text)) return 0;
   qd_interrupt_add_modif(text, nullptr, nullptr, nullptr, CHANGE_DESCRIPTION);
   return 1;
 }

@@ -198,11 +198,7 @@ int qd_file_descriptor_read(const char* path, qd_file_record& record) {
 
 int qd_file_descriptor_write(const char* path, const qd_file_record& record) {
   qd_file_record fields = record;
-  std::int64_t version = DESCRIPTOR_VERSION;
-  file_stream stream = qd_descriptor_rewrite(path);
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (!xdr || !move_fields(xdr.get(), &version, fields)) return 0;
-  if (!qd_descriptor_rewritten(stream)) return 0;
+  if (!qd_descriptor_write(path, move_fields, fields)) return 0;
   qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
   return 1;
 }

@@ -157,11 +157,7 @@ int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
   qd_variable_record fields = record;
   if (fields.format.length_flag == 0) fields.format.factor = 0.0;
-  std::int64_t version = DESCRIPTOR_VERSION;
-  file_stream stream = qd_descriptor_rewrite(path);
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (!xdr || !move_fields(xdr.get(), &version, fields)) return 0;
-  if (!qd_descriptor_rewritten(stream)) return 0;
+  if (!qd_descriptor_write(path, move_fields, fields)) return 0;
   qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
   return 1;
 }

@@ -539,13 +539,13 @@ TEST_F(catalogue, reports_variables_of_the_wrong_class) {
                                      nullptr, nullptr);
         });
         EXPECT_EQ(result, row.fits[wanted]) << name << wanted;
-        EXPECT_EQ(console, result == 1
-                               ? ""
-                               : std::string("WARNING: Check your parameters this Variable\n") +
-                                     lines[wanted] +
-                                     "    DIRECTORY NAME: >>>Soil<<<\n         FILE NAME: >>>points<<<\n"
-                                     "    BAD VARIABLE NAME: >>>" +
-                                     name + "<<<\n");
+        EXPECT_EQ(console,
+                  result == 1
+                      ? ""
+                      : std::string("WARNING: Check your parameters this Variable\n") + lines[wanted] +
+                            "       DIRECTORY NAME: >>>Soil<<<\n            FILE NAME: >>>points<<<\n"
+                            "    BAD VARIABLE NAME: >>>" +
+                            name + "<<<\n");
       }
       std::string console =
           console_of([&] { result = qd_check_names(3, wanted, "Soil", "points", row.name, nullptr); });
@@ -565,7 +565,7 @@ TEST_F(catalogue, reports_variables_of_the_wrong_class) {
                         0);
             }),
             "WARNING: Check your parameters a Variable Name is incorrect\n         T\n"
-            "    DIRECTORY NAME: >>>Soil<<<\n         FILE NAME: >>>points<<<\n"
+            "       DIRECTORY NAME: >>>Soil<<<\n            FILE NAME: >>>points<<<\n"
             "    BAD VARIABLE NAME: >>>metal[13]<<<\n");
 }
 
