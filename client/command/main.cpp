@@ -48,6 +48,8 @@ int main(int argc, char** argv) {
 
   try {
     program.parse(argc, argv);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+      return complain("cannot write the output", failed);
     return 0;
   } catch (const CLI::ParseError& problem) {
     if (problem.get_exit_code() == 0) return program.exit(problem);

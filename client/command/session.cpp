@@ -80,24 +80,28 @@ session::session(const common_options& common, root_use use) {
   output_ = output.descriptor;
   try {
     process_.emplace(server);
+    connection_.emplace(process_->connect(options));
+    connection_->open_root(root);
+  } catch (const client::refusal&) {
+    release();
+    throw;
   } catch (const client::error& problem) {
     const std::string words = last_words();
-    if (output_ >= 0) close(output_);
+    release();
     throw client::error(problem.what() + (words.empty() ? words : ": " + words));
-  }
-  connection_.emplace(process_->connect(options));
-  try {
-    connection_->open_root(root);
-  } catch (const client::protocol_error& problem) {
-    throw client::error(std::string(problem.what()) + ": " + last_words());
   }
 }
 
 session::~session() {
+  release();
+}
+
+void session::release() {
   connection_.reset();
   // The server takes a second to end after its goodbye; nothing depends on it any more.
   if (process_) process_->leave();
   if (output_ >= 0) close(output_);
+  output_ = -1;
 }
 
 std::string session::last_words() const {

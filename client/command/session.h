@@ -26,6 +26,8 @@ class session {
   std::string last_words() const;
 
  private:
+  void release();
+
   int output_ = -1;
   std::optional<client::server_process> process_;
   std::optional<client::connection> connection_;
