@@ -49,8 +49,7 @@ bool write_all(const range_transfer& range, std::int64_t v, const double* values
       source = scaled;
     }
     _qd_file_encode(source, first, last, entry.bit_length, work_buffer.data);
-    _qd_file_write_float_buffer(range.io.variables[static_cast<std::size_t>(v)], first, last,
-                                work_buffer.data);
+    _qd_file_write_float_buffer(range.id(v), first, last, work_buffer.data);
   }
   return true;
 }
@@ -60,7 +59,7 @@ bool write_all(const range_transfer& range, std::int64_t v, const double* values
 bool write_kept(const range_transfer& range, std::int64_t v, const selection_mask& mask, bool compressed,
                 const double*& values) {
   const qd_selected_entry& entry = range.entry(v);
-  std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+  std::int64_t id = range.id(v);
   double factor = range.unit_factor(v);
   for (std::int64_t done = 0; done < range.count(); done += samples_chunk) {
     std::int64_t count = std::min(samples_chunk, range.count() - done);
@@ -92,7 +91,7 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
     std::int64_t from = range.file_sample(v, first);
     std::int64_t to = range.file_sample(v, last);
     double* place = values + v * n;
-    _qd_file_read_float_buffer(range.io.variables[static_cast<std::size_t>(v)], from, to, place);
+    _qd_file_read_float_buffer(range.id(v), from, to, place);
     if (entry.implicit == 0) _qd_file_decode(place, from, to, entry.bit_length, place);
   }
 

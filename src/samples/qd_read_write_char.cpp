@@ -14,7 +14,7 @@ constexpr std::int64_t pass_bytes = samples_chunk * 8;
 
 bool write_kept(const range_transfer& range, std::int64_t v, const selection_mask& mask, bool compressed,
                 unsigned char*& texts) {
-  std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+  std::int64_t id = range.id(v);
   std::int64_t width = range.entry(v).bytes_per_sample;
   std::int64_t pass = std::max<std::int64_t>(1, pass_bytes / width);
   for (std::int64_t done = 0; done < range.count(); done += pass) {
@@ -56,8 +56,7 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
   unsigned char* place = texts;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     std::int64_t width = range.entry(v).bytes_per_sample;
-    _qd_file_read_char_buffer(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, first),
-                              range.file_sample(v, last), place);
+    _qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), place);
     place += n * width;
     widths += width;
   }
@@ -96,8 +95,7 @@ int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first,
     return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     if (!mask) {
-      _qd_file_write_char_buffer(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, first),
-                                 range.file_sample(v, last), texts);
+      _qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), texts);
       texts += range.count() * range.entry(v).bytes_per_sample;
     } else if (!write_kept(range, v, mask, compressed, texts)) {
       return 0;

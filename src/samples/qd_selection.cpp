@@ -41,9 +41,11 @@ bool load_column(std::int64_t entry, std::int64_t start, std::int64_t samples, u
   return true;
 }
 
-// The mask of the record's selection in mask_buffer, sample 1 on the top bit; null without one.
+// The mask of the record's selection in mask_buffer, sample 1 on the top bit; null without one. False if
+// the columns can't be transferred.
 bool load_mask(const range_transfer& range, const unsigned char*& mask) {
   mask = nullptr;
+  if (!range.addressable()) return false;
   if (range.io.selection == 0) return true;
   if (!reserve(mask_buffer, row_length(range.samples))) return false;
   auto* bits = static_cast<unsigned char*>(mask_buffer.data);
@@ -51,28 +53,25 @@ bool load_mask(const range_transfer& range, const unsigned char*& mask) {
   return load_column(range.io.selection, range.io.selection_slot * range.samples + 1, range.samples, bits);
 }
 
-void require_selections(const char* function, const range_transfer& range) {
+// The whole columns of a record that holds selections only.
+range_transfer whole_columns(const char* function, std::int64_t io) {
+  range_transfer range(function, io);
   for (std::int64_t v = 0; v < range.variable_count(); ++v)
     if (range.entry(v).bit_length != 1) qu_fatal_number(function, 30);
+  return range;
 }
 
 }  // namespace
 
 int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows) {
-  constexpr char function[] = "qd_read_selection_free";
-  range_transfer range(function, io);
-  require_selections(function, range);
+  const range_transfer range = whole_columns("qd_read_selection_free", io);
   std::int64_t length = row_length(range.samples);
   *row_bytes = length;
-  if (length == 0) return 1;
-  if (!range.addressable()) return 0;
-
   const unsigned char* mask = nullptr;
+  if (length == 0) return 1;
   if (!load_mask(range, mask)) return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
-    if (!load_column(range.io.variables[static_cast<std::size_t>(v)], range.file_sample(v, 1), range.samples,
-                     rows))
-      return 0;
+    if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, rows)) return 0;
     for (std::int64_t i = 0; i < length; ++i)
       rows[i] = static_cast<unsigned char>(~(mask == nullptr ? rows[i] : rows[i] | mask[i]));
   }
@@ -80,17 +79,13 @@ int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned ch
 }
 
 int qd_write_selection_free(std::int64_t io, const unsigned char* rows) {
-  constexpr char function[] = "qd_write_selection_free";
-  range_transfer range(function, io);
-  require_selections(function, range);
+  const range_transfer range = whole_columns("qd_write_selection_free", io);
   std::int64_t length = row_length(range.samples);
-  if (length == 0) return 1;
-  if (!range.addressable()) return 0;
-
   const unsigned char* mask = nullptr;
+  if (length == 0) return 1;
   if (!load_mask(range, mask)) return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
-    std::int64_t id = range.io.variables[static_cast<std::size_t>(v)];
+    std::int64_t id = range.id(v);
     std::int64_t start = range.file_sample(v, 1);
     std::int64_t end = start + range.samples - 1;
     if (!reserve(work_buffer2, length)) return 0;

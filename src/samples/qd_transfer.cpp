@@ -47,7 +47,7 @@ range_transfer::range_transfer(const char* function, std::int64_t io_id, std::in
 }
 
 const qd_selected_entry& range_transfer::entry(std::int64_t variable) const {
-  const qd_selected_entry* entry = qd_entry(io.variables[static_cast<std::size_t>(variable)]);
+  const qd_selected_entry* entry = qd_entry(id(variable));
   if (entry == nullptr) qu_fatal_number("qd_set_io", 15);
   return *entry;
 }

@@ -26,6 +26,7 @@ struct range_transfer {
   range_transfer(const char* function, std::int64_t io, std::int64_t first, std::int64_t last);
 
   std::int64_t variable_count() const { return static_cast<std::int64_t>(io.variables.size()); }
+  std::int64_t id(std::int64_t variable) const { return io.variables[static_cast<std::size_t>(variable)]; }
   const qd_selected_entry& entry(std::int64_t variable) const;
   // The sample of the data file that is sample `sample` of the variable's column.
   std::int64_t file_sample(std::int64_t variable, std::int64_t sample) const {

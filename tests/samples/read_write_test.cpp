@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 
 #include "samples/sample_study.h"
 #include "support/console.h"
@@ -407,6 +408,46 @@ TEST(read_write, violated_preconditions_are_fatal) {
                "No 15 in function _qd_file_read_char_buffer");
   EXPECT_FATAL(qd_read_selection_free(target.io(), &count, row), "No 30 in function qd_read_selection_free");
   EXPECT_FATAL(qd_write_selection_free(target.io(), row), "No 30 in function qd_write_selection_free");
+}
+
+TEST(read_write, what_the_disk_does_not_take_is_never_answered) {
+  sample_study study({.samples = 8});
+  struct {
+    const char* name;
+    int bit_length;
+    const char* end;
+  } const rows[] = {{"2", 2, "No 35 in function _qd_file_write_float_buffer"},
+                    {"8", 8, "No 49 in function _qd_file_write_float_buffer"},
+                    {"32", 32, "No 46 in function _qd_file_write_float_buffer"},
+                    {"64", 64, "No 43 in function _qd_file_write_float_buffer"}};
+  const double values[8] = {};
+  unsigned char text[2] = {'a', 'b'};
+  // With a buffer only the flush can tell.
+  auto fill_disk = [](const bound& target, bool buffered) {
+    std::FILE* full = std::fopen("/dev/full", "r+");
+    if (!buffered) std::setvbuf(full, nullptr, _IONBF, 0);
+    qd_entry(target.handle().entry)->stream = full;
+  };
+  study.add("T", VAR_CHAR, 8, std::string(8, ' '));
+  bound texts("T");
+  for (bool buffered : {false, true}) {
+    for (const auto& row : rows) {
+      if (!buffered) study.add(row.name, VAR_FLOAT, row.bit_length, std::string(64, '\0'));
+      bound target(row.name);
+      EXPECT_FATAL(
+          {
+            fill_disk(target, buffered);
+            qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values);
+          },
+          row.end);
+    }
+    EXPECT_FATAL(
+        {
+          fill_disk(texts, buffered);
+          qd_write_char_free(texts.io(), SEL_MASKED, 4, 5, text);
+        },
+        "No 49 in function _qd_file_write_char_buffer");
+  }
 }
 
 TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
