@@ -16,7 +16,7 @@ enum selection_mode : int {
   SEL_MASKED = 2          // the array holds all samples; unselected ones are missing or ignored
 };
 
-// Samples of one pass of a write under a selection.
+// Most samples of one pass of a write.
 inline constexpr std::int64_t samples_chunk = 100000;
 
 // Non-zero on success. 0 without memory for a buffer, or when a damaged descriptor puts the samples beyond
