@@ -352,7 +352,7 @@ void expect_full_disk(rlim_t limit, const std::string& report, const std::functi
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) _exit(3);
     std::fflush(stdout);
     dup2(ends[1], STDOUT_FILENO);
-    limit_file_size(limit);
+    file_size_limit disk(limit);
     int result = create();
     std::fflush(stdout);
     std::string said(65536, '\0');
@@ -387,7 +387,7 @@ TEST_F(Manage, AFullDiskLeavesNothing) {
   EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
   EXPECT_EXIT(
       {
-        limit_file_size(81920);
+        file_size_limit disk(81920);
         _exit(create_variable());
       },
       testing::ExitedWithCode(1), "");

@@ -163,7 +163,7 @@ TEST_F(File, AFullDiskRemovesTheCopy) {
   write_file(path_, std::string(200000, 'c'));
   EXPECT_EXIT(
       {
-        limit_file_size(70000);
+        file_size_limit disk(70000);
         console_on_stderr();
         int result = qu_file_copy(path_.c_str(), (folder_ / "B").c_str());
         _exit(result == 0 && access((folder_ / "B").c_str(), F_OK) != 0 ? 0 : 1);
