@@ -37,10 +37,6 @@ TEST(List, CutsToTheRoom) {
     string_list list;
     list.add("abcdefg", 5);
     EXPECT_STREQ(list[0], "abcd");
-    qu_list_modify("f", 1, list.get(), 0, 50, "abcdefg");
-    EXPECT_STREQ(list[0], "abcdefg");
-    qu_list_modify("f", 1, list.get(), 0, 3, list[0] + 2);
-    EXPECT_STREQ(list[0], "cd");
   }
   EXPECT_EQ(UV_MEM_SIZE, start);
 }
@@ -51,8 +47,6 @@ TEST(List, FindsAndDeletes) {
   EXPECT_EQ(list.find("a", -5), -5);
   for (const char* text : {"a", "b", "c", "b"}) list.add(text, 50);
   EXPECT_EQ(list.find("b"), 1);
-  EXPECT_EQ(qu_list_get(list.get(), 4), nullptr);
-  EXPECT_EQ(qu_list_get(list.get(), -1), nullptr);
   list.erase(1);
   EXPECT_EQ(list.count(), 3);
   EXPECT_STREQ(list[1], "c");
@@ -72,19 +66,24 @@ TEST(List, SortsInByteOrderFromARank) {
   list.sort(9);
 }
 
-TEST(List, ResizesWithFillersOf49Characters) {
+TEST(List, OwnersKeepCountAcrossMoves) {
   std::uint64_t start = UV_MEM_SIZE;
   {
-    string_list list;
-    list.add("one", 50);
-    list.add("two", 50);
-    std::string filler(60, 'f');
-    list = string_list(qu_list_resize("f", 1, list.release(), 4, 3, filler.c_str()));
-    EXPECT_STREQ(list[1], "two");
-    EXPECT_EQ(list[2], std::string(49, 'f'));
-    list = string_list(qu_list_resize("f", 1, list.release(), 3, 1, ""));
-    EXPECT_STREQ(list[0], "on");
-    EXPECT_EQ(qu_list_resize("f", 1, list.release(), 50, 0, ""), nullptr);
+    string_list list, other;
+    for (int i = 0; i < 1000; i++) list.add("x", 50);
+    other.add("y", 50);
+    other = std::move(list);
+    EXPECT_EQ(other.count(), 1000);
+    EXPECT_EQ(qu_list_count(other.get()), 1000);
+    string_list third(std::move(other));
+    EXPECT_EQ(other.count(), 0);
+    other.reset(third.release());
+    EXPECT_EQ(third.count(), 0);
+    third.add("z", 50);
+    EXPECT_STREQ(third[0], "z");
+    other.add("last", 50);
+    EXPECT_STREQ(other[1000], "last");
+    EXPECT_EQ(string_list(other.release()).count(), 1001);
   }
   EXPECT_EQ(UV_MEM_SIZE, start);
 }
@@ -92,8 +91,6 @@ TEST(List, ResizesWithFillersOf49Characters) {
 TEST(List, MisuseIsFatal) {
   string_list list;
   list.add("a", 50);
-  EXPECT_FATAL(qu_list_modify("f", 1, nullptr, 0, 50, "x"), "No 1 in function qu_list_modify");
-  EXPECT_FATAL(qu_list_modify("f", 1, list.get(), 1, 50, "x"), "No 2 in function qu_list_modify");
   EXPECT_FATAL(qu_list_delete("f", 1, nullptr, 0), "No 1 in function qu_list_delete");
   EXPECT_FATAL(qu_list_delete("f", 1, list.get(), 1),
                "The rank of the element is superior to the number of element");
