@@ -85,12 +85,6 @@ int qu_unit_factor(const char* symbol, double* factor) {
   return 0;
 }
 
-int qu_unit_symbol(double factor, unit_text& symbol) {
-  const length_unit* row = unit_of_factor(factor);
-  qu_string_copy(row == nullptr ? "" : row->symbol, symbol);
-  return row == nullptr ? 0 : 1;
-}
-
 const char* qu_unit_name(double factor) {
   const length_unit* row = unit_of_factor(factor);
   return row == nullptr ? nullptr : row->name;

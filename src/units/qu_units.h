@@ -63,8 +63,6 @@ extern std::int64_t unit_flag;
 
 // 1 if the symbol is a length unit. The factor is the unit's if unit_flag is set, and 1.0 otherwise.
 int qu_unit_factor(const char* symbol, double* factor);
-// 1 and the symbol of the unit with exactly that factor, or 0 and an empty text.
-int qu_unit_symbol(double factor, unit_text& symbol);
 // The name that belongs to a factor, or null.
 const char* qu_unit_name(double factor);
 void qu_format_copy(const qd_format_record& source, qd_format_record& destination);

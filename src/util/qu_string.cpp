@@ -14,21 +14,6 @@ namespace qrd {
 
 namespace {
 
-// Puts the source behind the first `used` characters of the destination; "*" marks a cut.
-void copy_behind(const char* source, std::size_t used, std::size_t size, char* destination) {
-  if (size == 0) return;
-  std::size_t room = size - used;
-  std::size_t length = strnlen(source, room);
-  if (length < room) {
-    std::memmove(destination + used, source, length);
-    destination[used + length] = '\0';
-    return;
-  }
-  std::memmove(destination + used, source, room);
-  if (size >= 2) destination[size - 2] = '*';
-  destination[size - 1] = '\0';
-}
-
 bool is_bound(double bound) {
   return bound != missing_double;
 }
@@ -82,11 +67,14 @@ void qu_path_join(char* destination, std::size_t size, std::initializer_list<std
 }
 
 void qu_string_copy(const char* source, std::size_t size, char* destination) {
-  copy_behind(source, 0, size, destination);
-}
-
-void qu_string_append(const char* source, std::size_t size, char* destination) {
-  copy_behind(source, strnlen(destination, size), size, destination);
+  std::size_t length = strnlen(source, size);
+  if (length < size) {
+    std::memmove(destination, source, length + 1);
+    return;
+  }
+  std::memmove(destination, source, size - 2);
+  destination[size - 2] = '*';
+  destination[size - 1] = '\0';
 }
 
 char* qu_string_trim(char* text) {

@@ -24,8 +24,6 @@ template <std::size_t N>
 void qu_string_copy(const char* source, char (&destination)[N]) {
   qu_string_copy(source, N, destination);
 }
-// The same, behind the text that stands in the destination.
-void qu_string_append(const char* source, std::size_t size, char* destination);
 
 // Removes leading and trailing blanks (character 32) in place; returns the text.
 char* qu_string_trim(char* text);
@@ -48,12 +46,5 @@ int qu_putenv(const char* text);
 // Local time as "%b %d %Y   %H:%M:%S"; 0 means now.
 inline constexpr std::size_t time_text_size = 30;
 void qu_time_text(char (&destination)[time_text_size], std::time_t time);
-
-// Registry values exist on another platform only: always null.
-const char* qu_registry_get(const char* root_key, const char* key_path, const char* value_name);
-
-// The login name of the process's user, cut at 63 characters.
-inline constexpr std::size_t user_name_size = 64;
-void qu_user_name(char (&destination)[user_name_size]);
 
 }  // namespace qrd
