@@ -22,7 +22,7 @@ enum outcome : int { FAILED = 0, DONE = 1, SHORT_WRITE = 5 };
 std::string compressed_path(const char* path) {
   for (const char* suffix : {".gz", ".Z"}) {
     std::string candidate = std::string(path) + suffix;
-    if (qu_path_readable(candidate.c_str())) return candidate;
+    if (qu_file_readable(candidate.c_str())) return candidate;
   }
   return "";
 }

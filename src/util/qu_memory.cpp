@@ -133,7 +133,9 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
   if (new_count < 0)
     qu_fatal("%s, new_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
              from.line);
-  if (block == nullptr) return allocate(from, size, new_count);
+  if (block == nullptr)
+    return from.fatal ? qu_mem_alloc_fn(from.file, from.line, size, new_count)
+                      : qu_mem_alloc_nn(from.file, from.line, size, new_count);
   if (old_count == new_count) return block;
   if (size == 0 || new_count < 1) qu_fatal_number(from.operation, 1);
   if (product_overflows(size, new_count)) {

@@ -160,7 +160,7 @@ TEST_F(Compress, AShortWriteGives5AndDropsTheArchive) {
   write_file(plain_ + ".gz", gzipped(sample_text(100000), folder_ / "made"));
   EXPECT_EXIT(
       {
-        limit_file_size(50000);
+        file_size_limit disk(50000);
         console_on_stderr();
         _exit(qu_file_uncompress(plain_.c_str()));
       },
@@ -254,11 +254,24 @@ TEST_F(Compress, WithoutAnArchiveNothingIsTouched) {
 }
 
 TEST_F(Compress, WithoutAPlaceForThePlainFileTheArchiveGoes) {
+  std::string archive = gzipped("x", folder_ / "made");
+  fs::create_symlink(folder_ / "none/DATAVAR", plain_);
+  EXPECT_EQ(expand(".gz", archive, 0), "(none)");
+  EXPECT_FALSE(archive_exists(".gz"));
+
+  fs::remove(plain_);
   fs::create_directory(plain_);
   write_file(plain_ + "/inside", "");
-  write_file(plain_ + ".gz", gzipped("x", folder_ / "made"));
+  write_file(plain_ + ".gz", archive);
   EXPECT_EQ(qu_file_uncompress(plain_.c_str()), 0);
   EXPECT_TRUE(fs::exists(plain_ + "/inside"));
+  EXPECT_TRUE(archive_exists(".gz"));
+}
+
+TEST_F(Compress, ADirectoryIsNoArchive) {
+  fs::create_directory(plain_ + ".gz");
+  EXPECT_EQ(expand(".Z", lzw_encoder(16, true).encode("from Z", 0)), "from Z");
+  EXPECT_EQ(qu_file_is_compressed(plain_.c_str()), 0);
 }
 
 }  // namespace

@@ -88,6 +88,7 @@ TEST(Memory, ProgrammingErrorsAreFatal) {
   EXPECT_FATAL(qu_mem_realloc_nn("a", 3, nullptr, 8, -1, 1), "old_number_of_elements is a negative value");
   EXPECT_FATAL(qu_mem_realloc_nn("a", 3, block, 8, 1, -1), "new_number_of_elements is a negative value");
   EXPECT_FATAL(qu_mem_realloc_nn("a", 3, block, 8, 1, 0), "No 1 in function qu_mem_realloc_nn");
+  EXPECT_FATAL(qu_mem_realloc_nn("a", 3, nullptr, 8, 1, 0), "qu_mem_alloc_nn, length = 0 \\(a:3\\)");
   EXPECT_FATAL(qu_mem_realloc_fn("a", 3, block, 16, 1, too_many), "No 10 in function qu_mem_realloc_fn");
   EXPECT_FATAL(qu_mem_realloc_fn("a", 3, block, 8, too_large / 8, 1),
                "qu_mem_realloc_fn: You deallocate more memory than allocated");
