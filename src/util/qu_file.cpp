@@ -1,7 +1,5 @@
 #include "util/qu_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,7 +9,6 @@
 #include <cstring>
 #include <vector>
 
-#include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

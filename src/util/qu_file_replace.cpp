@@ -10,13 +10,16 @@
 namespace qrd {
 
 replaced_file::replaced_file(const char* path, file_mode mode) {
-  // A symbolic link stays one: the file it leads to is replaced.
-  std::error_code missing;
-  std::filesystem::path real = std::filesystem::canonical(path, missing);
-  path_ = missing ? path : real.string();
-
+  path_ = path;
   struct stat old_file;
-  bool exists = stat(path_.c_str(), &old_file) == 0;
+  bool exists = lstat(path, &old_file) == 0;
+  if (exists && S_ISLNK(old_file.st_mode)) {
+    // The link stays: the file it leads to is replaced.
+    std::error_code missing;
+    std::filesystem::path real = std::filesystem::canonical(path, missing);
+    if (!missing) path_ = real.string();
+    exists = stat(path, &old_file) == 0;
+  }
   // A rename would pass over the protection of the file itself.
   if (exists && (!S_ISREG(old_file.st_mode) || access(path_.c_str(), W_OK) != 0)) return;
 

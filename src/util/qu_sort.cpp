@@ -18,15 +18,10 @@ using work_area = std::vector<keyed_value>;
 // One for each slot, kept at the size that its largest sort took.
 std::vector<work_area> work_areas;
 
-bool fill(work_area& area, std::int64_t count, const std::int64_t* keys, const std::int64_t* companion) {
-  try {
-    area.clear();
-    area.reserve(static_cast<std::size_t>(count));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+void fill(work_area& area, std::int64_t count, const std::int64_t* keys, const std::int64_t* companion) {
+  area.clear();
+  area.reserve(static_cast<std::size_t>(count));
   for (std::int64_t i = 0; i < count; i++) area.push_back({keys[i], companion[i]});
-  return true;
 }
 
 }  // namespace
@@ -47,7 +42,10 @@ int qu_sort(std::int64_t slot, int copy_mode, std::int64_t count, std::int64_t* 
 
   qu_sort_init(slot + 1);
   work_area& area = work_areas[static_cast<std::size_t>(slot)];
-  if (!fill(area, count, keys, companion)) {
+  try {
+    fill(area, count, keys, companion);
+  } catch (const std::bad_alloc&) {
+    if (copy_mode == 0) throw;
     if (copy_mode == 1) qu_fatal_number("qu_sort", 20);
     return 0;
   }

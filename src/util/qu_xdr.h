@@ -50,7 +50,7 @@ int qu_xdr_enum(XDR* xdr, Enumeration* value) {
 // Marks the open study as holding counters beyond 32 bits; null until the study store installs it.
 extern void (*qu_study_mark_64bit_hook)();
 
-// The start of the remote procedure layer: 0, or -1 after a report to the system log.
+// The start of the remote procedure layer: 0, or -1 on failure. This platform has nothing to start.
 int qu_rpc_start();
 
 }  // namespace qrd
