@@ -90,18 +90,17 @@ std::int64_t lowest_free_number(const std::vector<std::string>& siblings, std::s
   return lowest;
 }
 
-// Renames without replacing: 0, or -1 and errno.
-int take_name(const char* from, const char* to) {
-  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return -1;
-  return qd_take_name_by_creation(from, to);
-}
-
 bool is_taken() {
   return errno == EEXIST || errno == ENOTEMPTY;
 }
 
 }  // namespace
+
+int qd_take_name(const char* from, const char* to) {
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return -1;
+  return qd_take_name_by_creation(from, to);
+}
 
 int qd_take_name_by_creation(const char* from, const char* to) {
   if (mkdir(to, 0777) != 0) return -1;
@@ -143,7 +142,7 @@ prepared_object::~prepared_object() {
 placement prepared_object::place(const numbering& level) {
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
-    if (take_name(path_, target.c_str()) == 0) {
+    if (qd_take_name(path_, target.c_str()) == 0) {
       name_.clear();
       qu_path_join(path_, {target});
       return placement::placed;
@@ -160,7 +159,7 @@ int qd_remove_object(const char* path) {
   constexpr int attempts = 100;
   for (int attempt = 0; attempt < attempts; attempt++) {
     std::string target = std::string(parent) + path_separator + working_name(being_deleted, attempt);
-    if (take_name(path, target.c_str()) == 0) return qu_file_delete_tree(target.c_str(), true);
+    if (qd_take_name(path, target.c_str()) == 0) return qu_file_delete_tree(target.c_str(), true);
     if (errno == ENOENT) return 1;
     if (!is_taken()) return 0;
   }

@@ -51,8 +51,9 @@ class prepared_object {
   std::vector<std::string> siblings_;
 };
 
-// Renames the folder to the number of a name by creating that name first: the way for file systems that
-// don't know a rename without replacing. 0, or -1 and errno (EEXIST: the name is taken).
+// Renames a folder without replacing anything. 0, or -1 and errno (EEXIST: the name is taken).
+int qd_take_name(const char* from, const char* to);
+// The same by creating the name first: the way for file systems that don't know such a rename.
 int qd_take_name_by_creation(const char* from, const char* to);
 
 // Takes a folder out of the catalogue and deletes it with all it holds. What another process has already

@@ -1,5 +1,4 @@
 // Making a study and opening it.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,12 +52,16 @@ bool make_folders(const char* study) {
   return true;
 }
 
-// Moves a finished folder to its name, which nobody has. 0 done, 1 the name is taken, 2 failed.
-int put_in_place(const char* folder, const char* path) {
-  int result = renameat2(AT_FDCWD, folder, AT_FDCWD, path, RENAME_NOREPLACE);
-  if (result != 0 && (errno == EINVAL || errno == ENOSYS)) result = qd_take_name_by_creation(folder, path);
-  if (result == 0) return 0;
-  return errno == EEXIST ? 1 : 2;
+// Makes a folder beside the place of a study. A name that is taken may be all that a dead process of the
+// same number has left, or a study of somebody's: it stays.
+bool make_working_folder(const char* study, path_text& folder) {
+  constexpr int attempts = 100;
+  int result = 1;
+  for (int attempt = 0; result == 1 && attempt < attempts; ++attempt) {
+    qu_path_join(folder, {study, ".T", std::to_string(getpid()), "_", std::to_string(attempt)});
+    result = qu_file_mkdir(folder, false);
+  }
+  return result == 0;
 }
 
 void copy_first_words(bool first_use, const char* from, const char* to) {
@@ -245,9 +248,9 @@ int make_study_folders() {
 
 // A study without any environment of its own gets that of the study "Template".
 void copy_template(const char* wanted) {
+  if (std::strcmp(wanted, template_study_name) == 0) return;
   string_list names, paths;
   qu_study_names_read(-1, false, false, nullptr, nullptr, &names, &paths);
-  if (std::strcmp(wanted, template_study_name) == 0) return;
   std::int64_t count = names.count();
   for (std::int64_t i = 0; i < count; ++i) {
     if (std::strcmp(names[i], template_study_name) != 0) continue;
@@ -289,14 +292,13 @@ int qu_study_create(const char* path, const char* template_path, std::int64_t wi
   qu_string_copy(path, parent);
   qu_file_dirname(parent, parent);
   if (qu_file_isdirectory(parent) == 0 && qu_file_mkdir(parent, true) == 2) return 2;
-  qu_path_join(fresh, {path, ".T", std::to_string(getpid())});
-  if (qu_file_mkdir(fresh, false) != 0) return 2;
+  if (!make_working_folder(path, fresh)) return 2;
 
   study_record record;
   record.unit_flag = with_units;
   int result = 2;
   if (qu_study_descriptor_write_n(fresh, &record) != 0 && make_folders(fresh))
-    result = put_in_place(fresh, path);
+    result = qd_take_name(fresh, path) == 0 ? 0 : errno == EEXIST ? 1 : 2;
   if (result != 0) {
     qu_file_delete_tree(fresh, true);
     return result;

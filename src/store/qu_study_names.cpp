@@ -7,10 +7,12 @@
 //   logical_name   =   its name
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "store/qu_init.h"
 #include "util/qu_file.h"
@@ -120,23 +122,24 @@ bool is_study_folder(const root_text& folder) {
 }
 
 std::string registry_text(const string_list& names, const string_list& paths) {
-  std::string pairs;
-  std::set<std::string> written;
-  // Of pairs with one folder the last one is kept, so the pairs are gathered from the end.
+  // Of pairs with one folder the last one is kept, so they are chosen from the end.
+  std::vector<std::int64_t> kept;
+  std::set<std::string> folders;
   for (std::int64_t i = names.count() - 1; i >= 0; --i) {
     root_text folder;
     qu_study_folder(paths[i], folder);
-    bool is_last = written.insert(folder).second;
-    if (!is_last || std::strcmp(names[i], default_study_name) == 0) continue;
-    std::string pair;
-    pair.append(physical_key).append(shortened_path(paths[i])).append("\n");
-    pair.append(logical_key).append(names[i]).append("\n");
-    pairs.insert(0, pair);
+    bool is_last = folders.insert(folder).second;
+    if (is_last && std::strcmp(names[i], default_study_name) != 0) kept.push_back(i);
   }
   std::string text;
   text.append(unix_key).append(root_unix).append("\n");
   text.append(windows_key).append(root_windows).append("\n");
-  return text + pairs;
+  std::reverse(kept.begin(), kept.end());
+  for (std::int64_t i : kept) {
+    text.append(physical_key).append(shortened_path(paths[i])).append("\n");
+    text.append(logical_key).append(names[i]).append("\n");
+  }
+  return text;
 }
 
 // A registry that is there and can't be read is not replaced by the little that is known of it.

@@ -8,7 +8,6 @@
 #include <cctype>
 #include <cinttypes>
 #include <cstdio>
-#include <string_view>
 
 #include "store/qd_init.h"
 #include "store/qu_init.h"

@@ -77,6 +77,15 @@ TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
   EXPECT_EQ(read_file(root / "file"), "kept");
 }
 
+TEST_F(study, what_a_dead_process_of_the_same_number_left_is_no_hindrance) {
+  std::string left = root / "Gold.T" + std::to_string(getpid()) + "_0";
+  fs::create_directory(left);
+  write_file(left + "/DESCR", "half");
+  EXPECT_EQ(qu_study_create((root / "Gold").c_str(), "None", 1), 0);
+  EXPECT_EQ(read_file(root / "Gold/DESCR"), study_descriptor(1));
+  EXPECT_EQ(read_file(left + "/DESCR"), "half");
+}
+
 TEST_F(study, descriptors_of_all_versions_are_read) {
   std::string path = make("Gold", bytes().i32(410).i32(7).str());
   EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 2);
