@@ -7,6 +7,7 @@
 #include "store/qd_info.h"
 #include "store/qd_init.h"
 #include "store/qd_walk.h"
+#include "util/qu_list_head.h"
 #include "util/qu_message.h"
 
 namespace qrd {
@@ -18,9 +19,7 @@ constexpr int bad_mode = 10, no_parent = 20, cannot_list = 30, unreadable_descri
 
 // The words before the names.
 void add_head(const char* function, int mode, const char* create_word, string_list& list) {
-  if (mode < -1 || mode > 1) qu_fatal_number(function, bad_mode);
-  if (mode >= 0) list.add(no_name, name_size);
-  if (mode == 0) list.add(create_word, name_size);
+  if (qu_list_head(list, mode, create_word) < 0) qu_fatal_number(function, bad_mode);
 }
 
 void add_sorted(std::vector<std::string>& names, string_list& list) {
