@@ -82,8 +82,8 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
   if (std::string found = is_bare ? beside_this_program(program.c_str()) : ""; !found.empty())
     program = found;
 
-  // While the child is being started it may not vanish, so that its id stands for it; afterwards the
-  // system itself disposes of the children that end.
+  // While the child is being started it may not vanish, so that its id stands for it. Otherwise the system
+  // itself disposes of the children that end.
   std::signal(SIGCHLD, SIG_DFL);
   spawn_settings settings;
   pid_t process = -1;
@@ -91,11 +91,12 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
                            const_cast<char* const*>(arguments), environ);
   if (error == 0 && watch != nullptr) watch->watch(process);
   std::signal(SIGCHLD, SIG_IGN);
+  // Any child, also an earlier one, can have ended in between.
+  while (waitpid(-1, nullptr, WNOHANG) > 0) continue;
   if (error != 0) {
     _qrd_error("_qrd_exec_server: %s", std::strerror(error));
     return -1;
   }
-  waitpid(process, nullptr, WNOHANG);
   if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);
   return process;
 }
