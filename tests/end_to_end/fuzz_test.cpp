@@ -104,29 +104,13 @@ class nonsense {
   std::string made(const request_layout& layout) {
     bytes request;
     request.text(layout.name);
-    for (std::size_t at = 0; at < layout.arguments.size(); at += 2) {
-      const char type = layout.arguments[at];
-      int times = 1;
-      std::optional<std::int64_t> fitting;
-      if (at + 1 < layout.arguments.size() && layout.arguments[at + 1] != ' ') {
-        const char sign = layout.arguments[at + 1];
-        std::size_t end = layout.arguments.find(' ', at);
-        if (end == std::string_view::npos) end = layout.arguments.size();
-        const int value = std::stoi(std::string(layout.arguments.substr(at + 2, end - at - 2)));
-        if (sign == '*')
-          times = value;
-        else
-          fitting = value;
-        at = end - 1;
-      }
-      while (times-- > 0) {
-        if (type == 's') request.text(text());
-        if (type == 'd') request.f64(real());
-        if (type == 'b') request.u8(static_cast<std::uint8_t>(random_()));
-        const bool fits = fitting && below(6) != 0;
-        if (type == 'i') request.i32(static_cast<std::int32_t>(fits ? *fitting : number(false)));
-        if (type == 'l') request.i64(fits ? *fitting : number(true));
-      }
+    for (const auto& [type, fitting] : arguments_of(layout)) {
+      const bool fits = fitting && below(6) != 0;
+      if (type == 's') request.text(text());
+      if (type == 'd') request.f64(real());
+      if (type == 'b') request.u8(static_cast<std::uint8_t>(random_()));
+      if (type == 'i') request.i32(static_cast<std::int32_t>(fits ? *fitting : number(false)));
+      if (type == 'l') request.i64(fits ? *fitting : number(true));
     }
     return request.str();
   }
@@ -147,10 +131,10 @@ class nonsense {
 
 TEST(fuzz, whatever_comes_the_server_ends_in_an_orderly_way) {
   const int seed = setting("QRD_FUZZ_SEED", 1);
-  in_parallel(setting("QRD_FUZZ_ROUNDS", 96), [&](int round) {
+  in_parallel(setting("QRD_FUZZ_ROUNDS", 96), shipped_root, [&](int round, workspace& space) {
     SCOPED_TRACE("QRD_FUZZ_SEED=" + std::to_string(seed + round) + " QRD_FUZZ_ROUNDS=1");
-    const database copy;
-    expect_orderly(end_of(copy.root(), nonsense(static_cast<unsigned>(seed + round)).conversation()));
+    expect_orderly(end_of(space.root(), nonsense(static_cast<unsigned>(seed + round)).conversation()));
+    space.restore();
   });
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <optional>
@@ -89,21 +90,58 @@ inline void expect_orderly(const ending& result) {
   EXPECT_TRUE(*result.status == 0 || *result.status == 1) << *result.status << "\n" << result.said;
 }
 
-// Calls `work` with 0 to count - 1 on several threads: a server that ends sleeps for a second.
-inline void in_parallel(int count, const std::function<void(int)>& work) {
+// A database that is put back after each use: that takes less than another copy.
+class workspace {
+ public:
+  explicit workspace(const std::string& source) : copy_(source), sound_(image_of(copy_.root())) {}
+
+  std::filesystem::path root() const { return copy_.root(); }
+  std::string operator/(const std::string& name) const { return copy_ / name; }
+
+  // Puts everything back. Paths that differed, but for the flags that every session leaves.
+  std::vector<std::string> restore() {
+    const tree_image found = image_of(root());
+    std::vector<std::string> touched = changes(sound_, found);
+    for (const std::string& path : touched)
+      if (!sound_.contains(path)) std::filesystem::remove_all(root() / path);
+    for (const auto& [path, content] : sound_) {
+      if (const auto now = found.find(path); now != found.end() && now->second == content) continue;
+      if (content == "/")
+        std::filesystem::create_directory(root() / path);
+      else
+        write_file(*this / path, content);
+    }
+    std::erase_if(touched, [](const std::string& path) { return path.ends_with("/LOCK"); });
+    return touched;
+  }
+  bool held(const std::string& path) const { return sound_.contains(path); }
+
+ private:
+  database copy_;
+  tree_image sound_;
+};
+
+// Calls `work` with 0 to count - 1 on several threads, each with a workspace of its own: a server that ends
+// sleeps for a second.
+inline void in_parallel(int count, const std::string& source,
+                        const std::function<void(int item, workspace& space)>& work) {
   constexpr int workers = 12;
   std::atomic<int> next = 0;
   std::vector<std::jthread> threads;
-  for (int i = 0; i < workers; ++i)
+  for (int i = 0; i < std::min(count, workers); ++i)
     threads.emplace_back([&] {
+      workspace space(source);
       for (int item = next++; item < count; item = next++) {
         try {
-          work(item);
+          work(item, space);
         } catch (const std::exception& problem) {
           ADD_FAILURE() << "item " << item << ": " << problem.what();
         }
       }
     });
 }
+
+// The shipped database.
+inline const std::string shipped_root = QRD_TEST_DATA "/root";
 
 }  // namespace qrd::test

@@ -4,7 +4,12 @@
 // that what follows fits; "d*6" is six of them.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace qrd::test {
 
@@ -96,5 +101,24 @@ inline constexpr request_layout request_layouts[] = {
     {"CSCAREAD", "s"},
     {"CSCADEL", "s"},
 };
+
+struct request_argument {
+  char type;
+  std::optional<std::int64_t> fitting;
+};
+
+// One for each value.
+inline std::vector<request_argument> arguments_of(const request_layout& layout) {
+  std::vector<request_argument> arguments;
+  for (std::string_view rest = layout.arguments; !rest.empty();) {
+    const std::string token(rest.substr(0, rest.find(' ')));
+    rest.remove_prefix(std::min(rest.size(), token.size() + 1));
+    const int value = token.size() > 2 ? std::stoi(token.substr(2)) : 1;
+    const bool fits = token.size() > 2 && token[1] == '=';
+    for (int i = 0; i < (fits ? 1 : value); ++i)
+      arguments.push_back({token[0], fits ? std::optional<std::int64_t>(value) : std::nullopt});
+  }
+  return arguments;
+}
 
 }  // namespace qrd::test
