@@ -85,6 +85,7 @@ std::string with_number(const request_layout& layout, std::size_t place, std::in
     if (type == 's') request.text("new");
     if (type == 'd') request.f64(1.0);
     if (type == 'b') request.u8(1);
+    if (type == 'n') request.i32(2);
     if (type == 'i')
       request.i32(static_cast<std::int32_t>(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX)));
     if (type == 'l') request.i64(value);

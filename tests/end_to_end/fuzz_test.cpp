@@ -109,6 +109,7 @@ class nonsense {
       if (type == 's') request.text(text());
       if (type == 'd') request.f64(real());
       if (type == 'b') request.u8(static_cast<std::uint8_t>(random_()));
+      if (type == 'n') request.i32(below(60) - 5);
       if (type == 'i') request.i32(static_cast<std::int32_t>(fits ? *fitting : number(false)));
       if (type == 'l') request.i64(fits ? *fitting : number(true));
     }
