@@ -1,7 +1,7 @@
 // The layouts of all requests, for tests that make requests by the hundred.
 //
-// A layout is a row of tokens: s a text, i an int, l a long, d a double, b a byte; "i=2" has that value so
-// that what follows fits; "d*6" is six of them.
+// A layout is a row of tokens: s a text, i an int, l a long, d a double, b a byte, n an int that the room on
+// disk depends on; "i=2" has that value so that what follows fits, "d*6" is six of them.
 #pragma once
 
 #include <algorithm>
