@@ -60,12 +60,15 @@ std::vector<pid_t> children_of(pid_t process) {
   return {std::istream_iterator<pid_t>(list), {}};
 }
 
+std::string command_of(pid_t process) {
+  return process_file(process, "cmdline");
+}
+
 std::vector<std::string> open_files_of(pid_t process) {
   std::vector<std::string> result;
   for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
     if (std::stoi(entry.path().filename().string()) <= STDERR_FILENO) continue;
-    const std::string target = fs::read_symlink(entry.path()).string();
-    result.push_back(target.substr(0, target.find(':')));
+    result.push_back(fs::read_symlink(entry.path()).string());
   }
   return result;
 }
@@ -84,10 +87,9 @@ std::size_t private_memory_of(pid_t process) {
 }
 
 double processor_time_of(pid_t process) {
-  constexpr std::size_t user = 11, system = 12;  // behind the state, counted from it
-  const std::vector<std::string> fields = stat_fields(process);
-  if (fields.size() <= system) return 0;
-  return (std::stod(fields[user]) + std::stod(fields[system])) / static_cast<double>(sysconf(_SC_CLK_TCK));
+  // Nanoseconds. The times of /proc/PID/stat are sampled, and miss who wakes up for moments only.
+  const std::string text = process_file(process, "schedstat");
+  return text.empty() ? 0 : std::stod(text) * 1e-9;
 }
 
 }  // namespace qrd::bench

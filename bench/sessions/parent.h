@@ -31,7 +31,9 @@ client::server_process start_parent(const std::filesystem::path& folder);
 client::connection new_session(const client::server_process& parent);
 
 std::vector<pid_t> children_of(pid_t process);
-// What the descriptors from 3 on stand for: "socket", or the path of a file.
+// Its arguments, each with a zero byte at its end.
+std::string command_of(pid_t process);
+// What the descriptors from 3 on stand for: the path of a file, or "socket:[...]" with the socket's number.
 std::vector<std::string> open_files_of(pid_t process);
 // One letter: "S" sleeping, "Z" a zombie and so on; blank for a process that is gone.
 char state_of(pid_t process);

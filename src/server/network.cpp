@@ -48,6 +48,13 @@ bool bind_to(int socket, const char* address_text, std::uint16_t port) {
   return bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
+// A client that finds the queue full isn't refused on this platform: the system drops its calls without a
+// word, and it tries again after seconds, then longer and longer. A server for many clients takes all the
+// room there is, so that those who come at once wait only for their turn.
+int queue_length(int backlog) {
+  return backlog > 1 ? SOMAXCONN : backlog;
+}
+
 void set_connection_options(int socket) {
   const int on = 1;
   setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -113,7 +120,7 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
     return 2;
   }
   if (trace_level >= 4) _qrd_trace("Set socket to listen for %d connections", backlog);
-  if (listen(created, backlog) != 0) {
+  if (listen(created, queue_length(backlog)) != 0) {
     _qrd_error_socket("Cannot listen to socket");
     _qrd_close_socket(socket);
     _qrd_network_stop();
