@@ -14,12 +14,14 @@ using rgb = std::array<std::int32_t, 3>;
 struct facies_class {
   rgb colour{};
   std::string label;
+  bool operator==(const facies_class&) const = default;
 };
 
 struct facies_interval {
   double minimum = 0;
   double maximum = 0;
   std::int32_t palette_index = 0;
+  bool operator==(const facies_interval&) const = default;
 };
 
 enum class scale_kind { automatic = 0, classes = 1, manual = 2, facies = 3 };
@@ -40,6 +42,7 @@ struct colour_scale {
   bool integer_bounds = false;
   std::vector<facies_interval> intervals;
   std::vector<facies_class> facies;
+  bool operator==(const colour_scale&) const = default;
 };
 
 // Who owns a bag of vendor data: what is current.
@@ -52,11 +55,13 @@ using vendor_value = std::variant<std::monostate, std::int32_t, double, std::str
 struct vendor_attribute {
   std::string name;
   vendor_value value;
+  bool operator==(const vendor_attribute&) const = default;
 };
 
 struct vendor_bag {
   std::int32_t version = 0;
   std::vector<vendor_attribute> attributes;
+  bool operator==(const vendor_bag&) const = default;
 };
 
 }  // namespace qrd::client

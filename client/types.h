@@ -53,6 +53,7 @@ struct point3 {
   double x = 0;
   double y = 0;
   double z = 0;
+  bool operator==(const point3&) const = default;
 };
 
 struct grid_geometry {

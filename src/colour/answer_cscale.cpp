@@ -4,23 +4,18 @@
 #include <string>
 #include <vector>
 
+#include "colour/answer_resources.h"
 #include "colour/answers.h"
 #include "colour/qu_cscale.h"
 #include "server/answering.h"
-#include "server/context.h"
 #include "util/qu_string.h"
 
 namespace qrd {
 
 namespace {
 
-constexpr char no_root[] = "QRD_INIT is not set";
 // Arrays grow by so many items while they arrive, whatever count was announced.
 constexpr std::int64_t array_step = 1 << 16;
-
-bool root_is_open() {
-  return is_set(current_context.qrd_init);
-}
 
 using rgb = std::int32_t[3];
 
@@ -60,7 +55,7 @@ bool read_array(std::vector<Item>& items, std::int64_t count, Read read) {
 bool read_labels(std::vector<std::string>& labels, std::int64_t count) {
   for (std::int64_t i = 0; i < count; ++i) {
     request_text label;
-    if (!read_unlimited(label)) return false;
+    if (!read_arguments(label)) return false;
     labels.emplace_back(label.c_str());
   }
   return true;
@@ -186,14 +181,14 @@ bool write_description(const scale_description& sent) {
 }  // namespace
 
 int server_answer_cscale_list(const char* /*request*/) {
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   return answer("SSCALST", wire_names{qu_cscale_get_list(-1)});
 }
 
 int server_answer_cscale_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   path_text path;
   return answer("SEXIST", wire_bool{qu_cscale_test(name, path) == 0});
 }
@@ -203,14 +198,14 @@ int server_answer_cscale_new(const char* /*request*/) {
   request_text name;
   scale_description sent;
   if (!read_arguments(name) || !read_head(sent)) return -1;
-  if (sent.scale_type != SCALE_AUTOMATIC && sent.class_count <= 0)
-    return refuse("Number of Classes cannot be negative or null for non-automatic color scales");
   try {
     if (!read_arrays(sent)) return -1;
   } catch (const std::bad_alloc&) {
     return clean_packet(), refuse(write_failure, name.c_str());
   }
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
+  if (sent.scale_type != SCALE_AUTOMATIC && sent.class_count <= 0)
+    return refuse("Number of Classes cannot be negative or null for non-automatic color scales");
   if (sent.scale_type == SCALE_MANUAL && sent.bounds.empty())
     return refuse("Manual Color Scale must have bounds and pal_ind defined.");
   if (sent.scale_type == SCALE_FACIES && sent.facies_minima.empty())
@@ -234,7 +229,7 @@ int server_answer_cscale_new(const char* /*request*/) {
 int server_answer_cscale_read(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   color_scale scale;
   if (qu_cscale_read(name, false, scale) != 0) return refuse("Cannot read Color Scale named %s.", name);
   // The bounds of a manual scale are told class by class.
@@ -256,7 +251,7 @@ int server_answer_cscale_read(const char* /*request*/) {
 int server_answer_cscale_delete(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   if (qu_cscale_delete(name) != 0) return refuse("An error happened during Color Scale deletion");
   return answer("SDONE");
 }

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <span>
 
+#include "colour/answer_resources.h"
 #include "colour/answers.h"
 #include "colour/qu_palette.h"
 #include "server/answering.h"
-#include "server/context.h"
 
 namespace qrd {
 
@@ -25,32 +25,30 @@ bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_
                      [](std::int32_t value) { return value >= 0 && value <= palette_value_maximum; });
 }
 
-bool root_is_open() {
-  return is_set(current_context.qrd_init);
-}
-
-constexpr char no_root[] = "QRD_INIT is not set";
-
 }  // namespace
 
 int server_answer_palette_list(const char* /*request*/) {
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   return answer("SPALLST", wire_names{qu_palette_get_list(-1)});
 }
 
 int server_answer_palette_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   return answer("SEXIST", wire_bool{qu_palette_exists(name) != 0});
 }
 
 int server_answer_palette_read(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   palette_colours colours;
-  if (qu_palette_read(name, colours) != 0) return refuse("An error happened during Palette %s read", name);
+  // A listed name may be the beginning of a longer one.
+  path_text path;
+  if ((qu_palette_exists(name) != 0 && qu_palette_path(name, path) != 0) ||
+      qu_palette_read(name, colours) != 0)
+    return refuse("An error happened during Palette %s read", name);
   return answer("SPAL", wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
                 wire_ints{colours.green.data(), colours.count},
                 wire_ints{colours.blue.data(), colours.count});
@@ -63,16 +61,16 @@ int server_answer_palette_write(const char* /*request*/) {
   if (!read_channel(colours.count, colours.red) || !read_channel(colours.count, colours.green) ||
       !read_channel(colours.count, colours.blue))
     return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   if (colours.count < 0 || colours.count > palette_maximum)
     return refuse("Palettes cannot have more than %d colors", palette_maximum);
   if (!in_range(colours.red, colours.count) || !in_range(colours.green, colours.count) ||
       !in_range(colours.blue, colours.count))
     return refuse("RGBs for Palettes must be in the [0-255] interval");
-  if (qu_palette_exists(name) == 0 && qu_palit_new_name(name, palette_prefix) != 0)
+  if (qu_palette_exists(name) == 0 && (!qu_palette_room() || qu_palit_new_name(name, palette_prefix) != 0))
     return refuse("Cannot create new Palette named %s.", name);
   // A full disk may have taken the new palette back at once.
-  if (qu_palette_exists(name) == 0 || qu_palette_save(name, colours) != 0)
+  if (qu_palette_exists(name) == 0 || !qu_palette_writable(name) || qu_palette_save(name, colours) != 0)
     return refuse("An error occured during Palette %s writing", name);
   return answer("SDONE");
 }
@@ -80,7 +78,7 @@ int server_answer_palette_write(const char* /*request*/) {
 int server_answer_palette_delete(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!root_is_open()) return refuse("%s", no_root);
+  if (!resources_available()) return -1;
   switch (qu_palit_delete(name, palette_prefix)) {
     case 0:
       return answer("SDONE");

@@ -204,6 +204,7 @@ int qu_cscale_read(const char* name, bool white, color_scale& scale) {
     return 1;
   }
   file_stream stream(qu_file_open_n(path, read_binary));
+  if (!stream && qu_named_file_gone(path)) return 1;
   bool read = false;
   if (stream) {
     xdr_stream xdr(stream.get(), XDR_DECODE);
@@ -240,8 +241,7 @@ int qu_cscale_delete(const char* name) {
     qu_message("Color Scale is readonly. It cannot be deleted");
     return 1;
   }
-  std::remove(path);
-  return 0;
+  return std::remove(path) == 0 ? 0 : 1;
 }
 
 }  // namespace qrd

@@ -1,5 +1,7 @@
 #include "colour/qu_palette.h"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cinttypes>
 #include <cstdio>
@@ -141,15 +143,28 @@ int qu_palette_exists(const char* name) {
   return std::strcmp(name, no_name) != 0 && qu_palette_get_list(-1).find(name) >= 0 ? 1 : 0;
 }
 
+int qu_palette_path(const char* name, path_text& path) {
+  return qu_palit_path(u_color_path, name, palette_prefix, path) == 0
+             ? 0
+             : qu_palit_path(system_path(), name, palette_prefix, path);
+}
+
+bool qu_palette_room() {
+  return access(u_color_path, W_OK) == 0;
+}
+
+bool qu_palette_writable(const char* name) {
+  path_text path;
+  return qu_palit_path(u_color_path, name, palette_prefix, path) == 0 && access(path, W_OK) == 0;
+}
+
 int qu_palette_read(const char* name, palette_colours& colours) {
   if (qu_palette_exists(name) == 0) {
     qu_message("Unable to find the palette named %s\n", name);
     return 1;
   }
   path_text path;
-  if (qu_palit_path(u_color_path, name, palette_prefix, path) != 0 &&
-      qu_palit_path(system_path(), name, palette_prefix, path) != 0)
-    qu_fatal("Unable to find the palette named %s\n", name);
+  if (qu_palette_path(name, path) != 0) qu_fatal("Unable to find the palette named %s\n", name);
   file_stream stream(qu_file_open_n(path, read_text));
   if (!stream) qu_fatal("Unable to read file : \n%s", path);
   text_line line;
@@ -197,8 +212,7 @@ int qu_palit_delete(const char* name, const char* prefix) {
         return 2;
     }
   }
-  std::remove(path);
-  return 0;
+  return std::remove(path) == 0 ? 0 : 1;
 }
 
 }  // namespace qrd

@@ -29,6 +29,11 @@ int qu_palit_new_name(const char* name, const char* prefix);
 string_list qu_palette_get_list(int mode);
 // 1 or 0.
 int qu_palette_exists(const char* name);
+// 0 and the path of the user's or else the system's palette of that name; else 1.
+int qu_palette_path(const char* name, path_text& path);
+// Can a palette of the user's be made; can this one be written?
+bool qu_palette_room();
+bool qu_palette_writable(const char* name);
 // 0 read; 1 not found.
 int qu_palette_read(const char* name, palette_colours& colours);
 // 0 if it can't be read.

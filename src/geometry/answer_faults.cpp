@@ -42,7 +42,7 @@ bool read_faults(fault_system& system, double client_missing, std::int32_t fault
     char name[fault_name_size];
     std::int32_t is_polyline = 0;
     std::int32_t segment_count = 0;
-    if (!read_arguments(name, is_polyline, segment_count)) return false;
+    if (!read_arguments(name, is_polyline, segment_count) || segment_count < 0) return false;
     fault* each = qu_fault_new(system, name, is_polyline != 0);
     for (std::int32_t j = 0; j < segment_count; ++j)
       if (!read_segment(*qu_fault_add_segment(*each, nullptr), client_missing)) return false;
@@ -95,7 +95,7 @@ int server_answer_write_faults(const char* /*request*/) {
   std::int32_t has_attributes = 0;
   double client_missing = 0;
   std::int32_t fault_count = 0;
-  if (!read_arguments(is_2d, has_attributes, client_missing, fault_count))
+  if (!read_arguments(is_2d, has_attributes, client_missing, fault_count) || fault_count < 0)
     return clean_packet(), refuse("%s", read_failure);
   auto system = qu_fault_system_new(is_2d != 0, has_attributes != 0);
   try {

@@ -191,6 +191,7 @@ int server_answer_vendor_data_write(const char* /*request*/) {
   std::int32_t scope = 0;
   std::int32_t count = 0;
   if (!read_arguments(bag.name, version, scope, count)) return -1;
+  if (count < 0) return clean_packet(), refuse("%s", memory_failure);
   bag.version = version;
   try {
     for (std::int32_t i = 0; i < count; ++i) {

@@ -63,7 +63,7 @@ arrival read_piece(wireframe_piece& piece) {
 
 arrival read_object(wireframe_object& object) {
   std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
-  if (!read_arguments(object.name, red, green, blue, pieces)) return {false, read_failure};
+  if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return {false, read_failure};
   object.red = red;
   object.green = green;
   object.blue = blue;
@@ -94,7 +94,7 @@ int server_answer_new_wireframes(const char* /*request*/) {
                   name.c_str());
 
   std::int32_t count = 0;
-  if (!read_arguments(count)) return clean_packet(), refuse("%s", read_failure);
+  if (!read_arguments(count) || count < 0) return clean_packet(), refuse("%s", read_failure);
   auto root = qu_wireframe_new();
   root->unit_x = root->unit_y = root->unit_z = distance_format;
   try {

@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint32_t name_limit = 32;
 constexpr std::int64_t bytes_per_vertex = 16;
 
-bool move_counts(XDR* xdr, polygon_header& header) {
+bool move_count_words(XDR* xdr, polygon_header& header) {
   // A version word below 1 is damage that only shows in what follows.
   if (header.version >= polygon_file_version || header.version < 1)
     return qu_xdr_long(xdr, &header.polygon_count) && qu_xdr_long(xdr, &header.contour_count) &&
@@ -22,6 +22,11 @@ bool move_counts(XDR* xdr, polygon_header& header) {
   if (header.version >= last_compound_version && !qu_xdr_int(xdr, &header.polygon_count)) return false;
   if (has_compounds && !qu_xdr_int(xdr, &header.compound_count)) return false;
   return qu_xdr_int(xdr, &header.contour_count) && qu_xdr_int(xdr, &header.vertex_count);
+}
+
+bool move_counts(XDR* xdr, polygon_header& header) {
+  return move_count_words(xdr, header) && header.polygon_count >= 0 && header.compound_count >= 0 &&
+         header.contour_count >= 0 && header.vertex_count >= 0;
 }
 
 // A name without the blanks at its ends.
@@ -129,12 +134,14 @@ bool qd_polygon_body_read(XDR* xdr, const polygon_header& header, std::int64_t b
     polygon_name name;
     std::int64_t contour_count = 0;
     if (!qu_xdr_text(xdr, name, name_limit)) return false;
-    polygon& read = qu_polygon_new_named(system, name);
+    polygon_system passed_over;
+    passed_over.dimension = system.dimension;
+    polygon_system& target = !kept || kept->contains(name) ? system : passed_over;
+    polygon& read = qu_polygon_new_named(target, name);
     read.index = i;
     if (!move_properties(xdr, read) || !qu_xdr_int(xdr, &contour_count) || contour_count < 0) return false;
     for (std::int64_t j = 0; j < contour_count; ++j)
-      if (!read_contour(xdr, header, bytes_left, read, system)) return false;
-    if (kept && !kept->contains(name)) qu_polygon_delete(system, read);
+      if (!read_contour(xdr, header, bytes_left, read, target)) return false;
   }
   return true;
 }

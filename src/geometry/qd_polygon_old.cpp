@@ -60,11 +60,13 @@ bool read_compound(XDR* xdr, const polygon_header& header, polygon_system& syste
     if (i == 0) joined = system.polygons.find(name);
     if (joined == nullptr) return false;
     contour* moved = system.contours.find(name);
-    if (moved != nullptr && moved->owner != joined) qu_contour_move(*moved, *joined);
+    if (moved == nullptr || moved->owner == joined) continue;
+    polygon* left = moved->owner;
+    qu_contour_move(*moved, *joined);
+    if (left->contours.empty()) qu_polygon_delete(system, *left);
   }
-  qu_polygon_purge(system);
   polygon_name name;
-  if (joined->contours.empty() || !qu_xdr_text(xdr, name, old_name_limit)) return false;
+  if (!qu_xdr_text(xdr, name, old_name_limit)) return false;
   system.polygons.rename(*joined, name);
   joined->attribute = 0;
   if (!qu_xdr_int(xdr, &joined->red) || !qu_xdr_int(xdr, &joined->green) || !qu_xdr_int(xdr, &joined->blue))

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "samples/qd_macro.h"
 #include "store/qd_init.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
@@ -11,6 +10,7 @@
 #include "util/qu_named_file.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
+#include "util/qu_xdr_block.h"
 
 namespace qrd {
 
@@ -20,8 +20,10 @@ constexpr named_file_kind vendor_files = {"VENDOR.", "WARNING: A DATA VENDOR IS 
                                           "WARNING: MAXIMUM NUMBER OF VENDOR DATA FILES REACHED"};
 constexpr std::int64_t vendor_word = 520;
 constexpr std::uint32_t vendor_name_limit = 50;
-// A multiple of 4, so that no padding falls inside a text.
+// Texts and arrays grow by so many bytes or numbers while they are read. A multiple of 4, so that no padding
+// falls inside a text.
 constexpr std::uint32_t text_step = 1 << 16;
+constexpr std::int64_t array_step = 1 << 13;
 
 // What reading came to: a damaged array or text spoils the bag, anything else damaged is fatal.
 enum class decoding { done, spoilt, corrupted };
@@ -34,9 +36,8 @@ bool owner_folder(const vendor_owner& owner, path_text& folder) {
   if (owner.file == nullptr) return qd_directory_path(owner.directory, folder) != 0;
   if (owner.variable == nullptr) return qd_file_path(owner.directory, owner.file, folder) != 0;
   name_text generic;
-  qu_string_copy(owner.variable, generic);
-  qd_macro_name_generic(generic);
-  return qd_variable_path(owner.directory, owner.file, generic, folder) != 0;
+  return qd_catalogue_name(owner.variable, generic) &&
+         qd_variable_path(owner.directory, owner.file, generic, folder) != 0;
 }
 
 bool move_head(XDR* xdr, vendor_data& bag) {
@@ -68,46 +69,59 @@ bool write_text(XDR* xdr, std::string& text) {
   return qu_xdr_int(xdr, &room) && xdr_string(xdr, &characters, static_cast<u_int>(room));
 }
 
-template <typename Item, typename Move>
-bool read_items(XDR* xdr, std::vector<Item>& items, Move move) {
+template <typename Number>
+bool read_numbers(XDR* xdr, std::vector<Number>& numbers, int (*move)(XDR*, Number*, std::int64_t)) {
   std::int64_t count = 0;
-  if (!qu_xdr_int(xdr, &count)) return false;
-  for (std::int64_t i = 0; i < count; ++i)
-    if (!move(xdr, items.emplace_back())) return false;
+  if (!qu_xdr_int(xdr, &count) || count < 0) return false;
+  for (std::int64_t held = 0; held < count; held += array_step) {
+    const std::int64_t step = std::min(array_step, count - held);
+    numbers.resize(static_cast<std::size_t>(held + step));
+    if (!move(xdr, numbers.data() + held, step)) return false;
+  }
   return true;
 }
 
-template <typename Item, typename Move>
-bool write_items(XDR* xdr, std::vector<Item>& items, Move move) {
-  auto count = static_cast<std::int64_t>(items.size());
-  return qu_xdr_int(xdr, &count) &&
-         std::all_of(items.begin(), items.end(), [&](Item& item) { return move(xdr, item); });
+template <typename Number>
+bool write_numbers(XDR* xdr, std::vector<Number>& numbers, int (*move)(XDR*, Number*, std::int64_t)) {
+  auto count = static_cast<std::int64_t>(numbers.size());
+  return qu_xdr_int(xdr, &count) && move(xdr, numbers.data(), count) != 0;
 }
 
-constexpr auto move_int = [](XDR* xdr, std::int32_t& value) { return xdr_int(xdr, &value) != 0; };
-constexpr auto move_double = [](XDR* xdr, double& value) { return xdr_double(xdr, &value) != 0; };
+bool read_texts(XDR* xdr, std::vector<std::string>& texts) {
+  std::int64_t count = 0;
+  if (!qu_xdr_int(xdr, &count) || count < 0) return false;
+  for (std::int64_t i = 0; i < count; ++i)
+    if (!read_text(xdr, texts.emplace_back())) return false;
+  return true;
+}
+
+bool write_texts(XDR* xdr, std::vector<std::string>& texts) {
+  auto count = static_cast<std::int64_t>(texts.size());
+  return qu_xdr_int(xdr, &count) &&
+         std::all_of(texts.begin(), texts.end(), [xdr](std::string& text) { return write_text(xdr, text); });
+}
 
 decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
   const auto in_array = [](bool read) { return read ? decoding::done : decoding::spoilt; };
   const auto scalar = [](bool read) { return read ? decoding::done : decoding::corrupted; };
   if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit)) return decoding::spoilt;
   std::int32_t type = 0;
-  if (!move_int(xdr, type)) return decoding::corrupted;
+  if (!xdr_int(xdr, &type)) return decoding::corrupted;
   if (!qd_vendor_data_set_type(attribute, type))
     qu_fatal("%s: Wrong Vendor Data Type (%d)", "qd_vendor_data_read", type);
   switch (type) {
     case 1:
-      return scalar(move_int(xdr, std::get<1>(attribute.value)));
+      return scalar(xdr_int(xdr, &std::get<1>(attribute.value)) != 0);
     case 2:
-      return scalar(move_double(xdr, std::get<2>(attribute.value)));
+      return scalar(xdr_double(xdr, &std::get<2>(attribute.value)) != 0);
     case 3:
       return in_array(read_text(xdr, std::get<3>(attribute.value)));
     case 4:
-      return in_array(read_items(xdr, std::get<4>(attribute.value), move_int));
+      return in_array(read_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints));
     case 5:
-      return in_array(read_items(xdr, std::get<5>(attribute.value), move_double));
+      return in_array(read_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles));
     case 6:
-      return in_array(read_items(xdr, std::get<6>(attribute.value), read_text));
+      return in_array(read_texts(xdr, std::get<6>(attribute.value)));
     default:
       return decoding::done;
   }
@@ -115,20 +129,20 @@ decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
 
 bool write_attribute(XDR* xdr, vendor_attribute& attribute) {
   std::int32_t type = attribute.type();
-  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit) || !move_int(xdr, type)) return false;
+  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit) || !xdr_int(xdr, &type)) return false;
   switch (type) {
     case 1:
-      return move_int(xdr, std::get<1>(attribute.value));
+      return xdr_int(xdr, &std::get<1>(attribute.value)) != 0;
     case 2:
-      return move_double(xdr, std::get<2>(attribute.value));
+      return xdr_double(xdr, &std::get<2>(attribute.value)) != 0;
     case 3:
       return write_text(xdr, std::get<3>(attribute.value));
     case 4:
-      return write_items(xdr, std::get<4>(attribute.value), move_int);
+      return write_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints);
     case 5:
-      return write_items(xdr, std::get<5>(attribute.value), move_double);
+      return write_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles);
     case 6:
-      return write_items(xdr, std::get<6>(attribute.value), write_text);
+      return write_texts(xdr, std::get<6>(attribute.value));
     default:
       return true;
   }
@@ -188,6 +202,7 @@ int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int
   path_text path;
   if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
   file_stream stream(qu_file_open_n(path, read_binary));
+  if (!stream && qu_named_file_gone(path)) return 1;
   vendor_data bag;
   bool read = false;
   if (stream) {
@@ -205,6 +220,7 @@ int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char*
   path_text path;
   if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
   file_stream stream(qu_file_open_n(path, read_binary));
+  if (!stream && qu_named_file_gone(path)) return 1;
   auto state = decoding::corrupted;
   if (stream) {
     xdr_stream xdr(stream.get(), XDR_DECODE);

@@ -43,6 +43,7 @@ struct file_header {
 bool move_header(XDR* xdr, file_header& header) {
   return qu_xdr_int(xdr, &header.version) && qu_xdr_int(xdr, &header.objects) &&
          qu_xdr_int(xdr, &header.vertices) && qu_xdr_int(xdr, &header.triangles) &&
+         std::min({header.objects, header.vertices, header.triangles}) >= 0 &&
          qu_xdr_doubles(xdr, header.box, 6);
 }
 

@@ -23,8 +23,10 @@ fault* qu_fault_new(fault_system& system, const char* name, std::int64_t is_poly
 
 fault_segment* qu_fault_add_segment(fault& owner, const fault_segment* behind) {
   fault_segment made;
-  auto place = std::find_if(owner.segments.begin(), owner.segments.end(),
-                            [behind](const fault_segment& segment) { return &segment == behind; });
+  auto place = owner.segments.end();
+  if (behind != nullptr)
+    place = std::find_if(owner.segments.begin(), owner.segments.end(),
+                         [behind](const fault_segment& segment) { return &segment == behind; });
   if (place != owner.segments.end()) {
     made = *place;
     made.x1 = place->x2;

@@ -29,8 +29,11 @@ void make_unique(const named_list<T>& list, const char* wanted, const char* auto
   }
 }
 
-void forget(contour& gone) {
-  std::erase(gone.owner->contours, &gone);
+// Puts a contour behind the others of a polygon.
+void join(contour& joining, polygon& owner) {
+  joining.owner = &owner;
+  joining.is_3d = owner.is_3d;
+  joining.in_owner = owner.contours.insert(owner.contours.end(), &joining);
 }
 
 }  // namespace
@@ -67,9 +70,7 @@ void qu_polygon_delete(polygon_system& system, polygon& deleted) {
 
 contour& qu_polygon_add_contour_named(polygon_system& system, polygon& owner, const char* name) {
   contour& made = system.contours.add(name);
-  made.is_3d = owner.is_3d;
-  made.owner = &owner;
-  owner.contours.push_back(&made);
+  join(made, owner);
   return made;
 }
 
@@ -87,15 +88,13 @@ void qu_contour_rename(polygon_system& system, contour& renamed, const char* nam
 }
 
 void qu_contour_delete(polygon_system& system, contour& deleted) {
-  forget(deleted);
+  deleted.owner->contours.erase(deleted.in_owner);
   system.contours.erase(deleted);
 }
 
 void qu_contour_move(contour& moved, polygon& owner) {
-  forget(moved);
-  moved.owner = &owner;
-  moved.is_3d = owner.is_3d;
-  owner.contours.push_back(&moved);
+  moved.owner->contours.erase(moved.in_owner);
+  join(moved, owner);
 }
 
 const polygon* qu_polygon_find_index(const polygon_system& system, std::int64_t index) {
@@ -111,13 +110,6 @@ std::int64_t qu_vertex_count(const polygon_system& system) {
     for (const vertex_ring& hole : each.holes) count += hole.size();
   }
   return static_cast<std::int64_t>(count);
-}
-
-void qu_polygon_purge(polygon_system& system) {
-  for (auto each = system.polygons.begin(); each != system.polygons.end();) {
-    polygon& candidate = *each++;
-    if (candidate.contours.empty()) qu_polygon_delete(system, candidate);
-  }
 }
 
 polygon_box qu_polygon_box(const polygon_system& system) {

@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <cstring>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "store/qd_records.h"
@@ -36,6 +37,8 @@ struct contour {
   bool is_3d = false;
   double z_min = 0, z_max = 100;  // mean something in 3D only
   polygon* owner = nullptr;
+  std::list<contour*>::iterator in_owner;
+  std::int64_t rank = 0;  // in its system
 };
 
 struct polygon {
@@ -45,41 +48,32 @@ struct polygon {
   std::int64_t attribute = missing_int64;  // carried
   std::int64_t marked = 0;                 // carried
   bool is_3d = false;
-  std::vector<contour*> contours;
+  std::list<contour*> contours;
   std::int64_t index = 0;  // number in file order from 1; 0 if not read from a file
+  std::int64_t rank = 0;   // in its system
 };
 
-// Items in order of creation, found by name without a walk.
+// Items in order of creation, found by name without a walk. `rank` keeps equal names apart: a file may hold
+// a great many of them.
 template <typename T>
 class named_list {
  public:
   T& add(const char* name) {
     T& item = items_.emplace_back();
-    set_name(item, name);
-    by_name_.emplace(item.name, std::prev(items_.end()));
+    item.rank = ++last_rank_;
+    enter(std::prev(items_.end()), name);
     return item;
   }
-  void rename(T& item, const char* name) {
-    auto entry = entry_of(item);
-    auto item_place = entry->second;
-    by_name_.erase(entry);
-    set_name(item, name);
-    by_name_.emplace(item.name, item_place);
+  void rename(T& item, const char* name) { enter(take(item), name); }
+  void erase(T& item) { items_.erase(take(item)); }
+  bool contains(const char* name) const {
+    const auto entry = by_name_.lower_bound({name, 0});
+    return entry != by_name_.end() && entry->first.first == name;
   }
-  void erase(T& item) {
-    auto entry = entry_of(item);
-    auto item_place = entry->second;
-    by_name_.erase(entry);
-    items_.erase(item_place);
-  }
-  bool contains(const char* name) const { return by_name_.contains(name); }
   // The first item of that exact name, or null.
   T* find(const char* name) {
-    if (by_name_.count(name) == 1) return &*by_name_.find(name)->second;
-    if (!contains(name)) return nullptr;
-    for (T& item : items_)
-      if (std::strcmp(item.name, name) == 0) return &item;
-    return nullptr;
+    const auto entry = by_name_.lower_bound({name, 0});
+    return entry != by_name_.end() && entry->first.first == name ? &*entry->second : nullptr;
   }
   std::int64_t count() const { return static_cast<std::int64_t>(items_.size()); }
   auto begin() { return items_.begin(); }
@@ -89,18 +83,21 @@ class named_list {
 
  private:
   using place = typename std::list<T>::iterator;
-  static void set_name(T& item, const char* name) {
-    std::strncpy(item.name, name, polygon_name_size - 1);
-    item.name[polygon_name_size - 1] = '\0';
+  void enter(place item, const char* name) {
+    std::strncpy(item->name, name, polygon_name_size - 1);
+    item->name[polygon_name_size - 1] = '\0';
+    by_name_.emplace(std::pair(std::string(item->name), item->rank), item);
   }
-  auto entry_of(T& item) {
-    auto [first, last] = by_name_.equal_range(item.name);
-    while (first != last && &*first->second != &item) ++first;
-    return first;
+  place take(T& item) {
+    const auto entry = by_name_.find({item.name, item.rank});
+    const place item_place = entry->second;
+    by_name_.erase(entry);
+    return item_place;
   }
 
   std::list<T> items_;
-  std::unordered_multimap<std::string, place> by_name_;
+  std::map<std::pair<std::string, std::int64_t>, place> by_name_;
+  std::int64_t last_rank_ = 0;
 };
 
 struct polygon_system {
@@ -130,8 +127,6 @@ void qu_contour_move(contour& moved, polygon& owner);
 const polygon* qu_polygon_find_index(const polygon_system& system, std::int64_t index);
 // Outer rings and holes of all contours.
 std::int64_t qu_vertex_count(const polygon_system& system);
-// Deletes the polygons without a contour.
-void qu_polygon_purge(polygon_system& system);
 
 struct polygon_box {
   double x_min = 0, y_min = 0, z_min = 0, x_max = 0, y_max = 0, z_max = 0;

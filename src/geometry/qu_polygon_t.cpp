@@ -112,8 +112,8 @@ int qu_polygon_check(polygon_system& system, polygon& checked) {
     qu_message(" Polygon %s is degenerated: deleted", checked.name);
     return 1;
   }
-  const std::vector<contour*> contours = checked.contours;
-  for (contour* each : contours) {
+  for (auto next = checked.contours.begin(); next != checked.contours.end();) {
+    contour* each = *next++;
     each->is_3d = checked.is_3d;
     if (each->is_3d && each->z_min > each->z_max) std::swap(each->z_min, each->z_max);
     const ring_state state = qu_ring_check(each->vertices);

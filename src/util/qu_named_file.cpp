@@ -44,8 +44,7 @@ int qu_named_file_scan(const char* folder, const named_file_kind& kind,
     path_text path;
     qu_path_join(path, {folder, path_separator, entry});
     file_stream stream(qu_file_open_n(path, read_binary));
-    // Another server may have replaced the file since the listing.
-    if (!stream && access(path, F_OK) != 0) continue;
+    if (!stream && qu_named_file_gone(path)) continue;
     std::int64_t word = 0;
     name_text name;
     bool read = false;
@@ -76,6 +75,10 @@ bool qu_named_file_new_path(const char* folder, const named_file_kind& kind, pat
   qu_message("%s", kind.maximum_report);
   qu_message("         VELMAR FILE SYSTEM ACCESS FAILED...\n");
   return false;
+}
+
+bool qu_named_file_gone(const char* path) {
+  return access(path, F_OK) != 0;
 }
 
 void qu_named_file_write_failed(const char* path) {

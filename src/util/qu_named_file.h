@@ -30,6 +30,9 @@ int qu_named_file_find(const char* folder, const named_file_kind& kind, const ch
 // The path of the first number that isn't readable. False after a report when all are taken.
 bool qu_named_file_new_path(const char* folder, const named_file_kind& kind, path_text& path);
 
+// True if no file of that path is there any more: another server may have replaced it since it was found.
+bool qu_named_file_gone(const char* path);
+
 // Reports that a file could not be written, and removes it.
 void qu_named_file_write_failed(const char* path);
 

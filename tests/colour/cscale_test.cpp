@@ -168,6 +168,13 @@ TEST_F(scales, refuse_incomplete_descriptions) {
       "Facies Color Scale must have facies_int_min, facies_int_max, facies_pal_ind, facies_rgbs and "
       "facies_labels defined.");
   expect_refused("CSCAREAD", bytes().text("x"), "Cannot read Color Scale named x.");
+  // A label has the limit of other texts.
+  bytes labels = description(3, "P", 1, 1, 0, 0, 1);
+  labels.f64(0).f64(1).i32(0).i32(1).i32(2).i32(3).text(std::string(10000, 'l'));
+  EXPECT_EQ(client_.ask("CSCANEW", bytes().text("x").raw(labels.str()).str()), "");
+  request_session fresh;
+  EXPECT_EQ(fresh.ask("CSCANEW", bytes().text("x").raw(description(1, "P", 0).str()).str()),
+            refusal("QRD_INIT is not set"));
   EXPECT_TRUE(std::filesystem::is_empty(in_study("CSCALE")));
 }
 

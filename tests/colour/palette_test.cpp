@@ -69,6 +69,23 @@ TEST_F(palettes, refuse_what_would_not_come_back) {
   EXPECT_EQ(fresh.ask("CPALLST"), refusal("QRD_INIT is not set"));
 }
 
+TEST_F(palettes, with_names_too_long_are_listed_but_not_read) {
+  const std::string listed(49, 'n');
+  write_file(root_ / "PAL.0", listed + "and more\n1 2 3\n");
+  expect_answer("CPALLST", bytes(), bytes().text("SPALLST").i32(1).text(listed));
+  expect_refused("CPALREAD", bytes().text(listed), "An error happened during Palette " + listed + " read");
+  expect_refused("CPALWRIT", bytes().text(listed).raw(three(1, 1, 1, 1).str()),
+                 "An error occured during Palette " + listed + " writing");
+}
+
+TEST_F(palettes, of_a_study_that_is_gone_are_refused) {
+  std::filesystem::remove_all(in_study(""));
+  expect_refused("CPALLST", bytes(), "Study is not set");
+  expect_refused("CPALWRIT", bytes().text("x").raw(three(1, 1, 1, 1).str()), "Study is not set");
+  expect_refused("CSCALST", bytes(), "Study is not set");
+  expect_refused("CSCAREAD", bytes().text("x"), "Study is not set");
+}
+
 TEST_F(palettes, in_use_by_a_scale_stay) {
   write("used", three(1, 5, 5, 5));
   bytes scale;

@@ -104,6 +104,14 @@ TEST_F(faults, a_damaged_file_is_removed) {
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "FAULT")));
 }
 
+TEST_F(faults, refuse_impossible_counts) {
+  make_points("P", 1);
+  for (const bytes& sent :
+       {bytes().i32(1).i32(0).f64(0).i32(-1), bytes().i32(1).i32(0).f64(0).i32(1).text("F").i32(0).i32(-1)})
+    expect_refused("CWRITFAUL", sent, "Error while reading from network");
+  EXPECT_FALSE(std::filesystem::exists(in_file(1, "FAULT")));
+}
+
 TEST_F(faults, refuse_in_order) {
   request_session fresh;
   EXPECT_EQ(fresh.ask("CFAULTS", bytes().i32(1).str()), refusal("File is not set"));

@@ -167,6 +167,28 @@ TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
   }
 }
 
+// A compound takes contours from others; what it empties goes, also where names are equal.
+TEST_F(polygons, of_old_versions_go_when_their_contours_do) {
+  make_points("P", 1);
+  bytes file;
+  box(file.i32(3).i32(0).i32(2).i32(2).i32(4).i32(12), {0, 400, 0, 400, 0, 0});
+  for (const char* name : {"a", "b", "b", "c"})
+    ring(file.text(name).i32(1).f64(0).f64(0).f64(0).f64(0).f64(1).i32(0), {0, 0, 300, 0, 0, 300});
+  const auto properties = [&file] { file.i32(1).i32(2).i32(3).i32(4).f64(5).f64(6).f64(7); };
+  file.i32(2).text("a").text("b").text("first");
+  properties();
+  file.i32(2).text("c").text("a").text("second");
+  properties();
+  write_file(in_file(1, "POLYGON"), file.str());
+  bytes answer;
+  box(answer.text("SPOLYGONS").i32(1), {0, 0, 0, 4, 4, 0}).i64(4);
+  ring(answer.text("a").text("second").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("b").text("first").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("b").text("b").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("c").text("second").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
+  expect_answer("CPOLYGONS", bytes(), answer);
+}
+
 TEST_F(polygons, in_a_damaged_file_are_removed_by_their_reader) {
   make_points("P", 1);
   const std::string whole = nested(6).str();
@@ -180,6 +202,12 @@ TEST_F(polygons, in_a_damaged_file_are_removed_by_their_reader) {
     write_file(in_file(1, "POLYGON"), damaged);
     expect_refused("CPOLYGONS", bytes(), "Cannot read polygons.");
     EXPECT_FALSE(std::filesystem::exists(in_file(1, "POLYGON")));
+  }
+  std::string fewer_than_none = whole;
+  fewer_than_none.replace(8, 8, bytes().i64(-1).str());
+  for (const std::string& header : {std::string("short"), fewer_than_none}) {
+    write_file(in_file(1, "POLYGON"), header);
+    expect_refused("CPOLYGONS", bytes(), "P is not a polygon file.");
   }
   write_file(in_file(1, "POLYGON"), "short");
   expect_refused("CPOLYGONS", bytes(), "P is not a polygon file.");

@@ -83,6 +83,32 @@ TEST(polygon_names, are_made_unique_within_31_characters) {
   EXPECT_EQ(name_of("None"), "C 16 17");
 }
 
+TEST(polygon_names, that_are_equal_find_the_oldest) {
+  auto system = qu_polygon_system_new();
+  polygon& owner = qu_polygon_new_named(*system, "P");
+  contour* same[3];
+  for (contour*& each : same) each = &qu_polygon_add_contour_named(*system, owner, "same");
+  EXPECT_EQ(system->contours.find("same"), same[0]);
+  qu_contour_rename(*system, *same[0], "other");
+  EXPECT_EQ(system->contours.find("same"), same[1]);
+  qu_contour_delete(*system, *same[1]);
+  EXPECT_EQ(system->contours.find("same"), same[2]);
+  qu_contour_delete(*system, *same[2]);
+  EXPECT_EQ(system->contours.find("same"), nullptr);
+  EXPECT_EQ(owner.contours, std::list<contour*>{same[0]});
+}
+
+// What has to be deleted from one polygon costs the same for each contour, however many it has.
+TEST(polygon_check, deletes_a_great_many_contours) {
+  auto system = qu_polygon_system_new();
+  polygon& owner = qu_polygon_new_named(*system, "P");
+  for (int i = 0; i < 200000; ++i) qu_polygon_add_contour_named(*system, owner, "same");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(qu_polygon_check(*system, owner), 1);
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(system->contours.count(), 0);
+}
+
 TEST(polygon_measures, leave_out_holes_and_use_limits_in_3d_only) {
   auto system = qu_polygon_system_new();
   system->dimension = 3;

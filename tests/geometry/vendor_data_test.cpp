@@ -63,7 +63,27 @@ TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
                  "Memory Allocation error for atttribute");
   expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(1).text("a").i32(3).i32(-5),
                  "Memory Allocation error for atttribute");
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(-1),
+                 "Memory Allocation error for atttribute");
   EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.0")));
+}
+
+TEST_F(vendor_data_requests, keep_long_arrays) {
+  constexpr int count = 9000;
+  bytes integers, reals;
+  integers.text("a").i32(4).i32(count);
+  reals.text("a").i32(5).i32(count);
+  for (int i = 0; i < count; ++i) {
+    integers.i32(i);
+    reals.f64(i + 0.5);
+  }
+  for (const bytes& body : {integers, reals}) {
+    expect_done("CVDATWRIT", bytes().text("bag").i32(1).i32(0).i32(1).raw(body.str()));
+    EXPECT_EQ(read_file(in_study("VENDOR.0")),
+              bytes().i32(520).text("bag").i32(1).i32(1).raw(body.str()).str());
+    expect_answer("CVDATREAD", bytes().text("bag").i32(0),
+                  bytes().text("SVDAT").i32(1).i32(1).raw(body.str()));
+  }
 }
 
 TEST_F(vendor_data_requests, tell_damage) {
@@ -76,6 +96,8 @@ TEST_F(vendor_data_requests, tell_damage) {
   store(bytes().text("t").i32(3).i32(3).text("abc"), 1);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
   store(bytes().text("t").i32(5).i32(2000000000).f64(1), 1);
+  expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
+  store(bytes().text("t").i32(4).i32(-1), 1);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
   store(bytes(), 2147483647);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);

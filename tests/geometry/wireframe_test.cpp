@@ -128,6 +128,9 @@ TEST_F(wireframes, with_bad_indices_are_refused_and_a_bad_file_is_removed) {
   bytes negative;
   negative.text("W").i32(1).text("x").i32(0).i32(0).i32(0).i32(1).i32(-1).i32(0);
   expect_refused("CWIRENEW", negative, "Not enough memory to store wireframes vertices in memory.");
+  expect_refused("CWIRENEW", bytes().text("W").i32(-1), "Error while reading from network");
+  expect_refused("CWIRENEW", bytes().text("W").i32(1).text("x").i32(0).i32(0).i32(0).i32(-1),
+                 "Error while reading from network");
   EXPECT_EQ(client_.ask("CWIRENEW", bytes().text("W").i32(0).str()), "");
   EXPECT_EQ(client_.status(), -1);
   EXPECT_FALSE(std::filesystem::exists(in_file(1, "DESCR")));
