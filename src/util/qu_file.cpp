@@ -143,6 +143,11 @@ int qu_test_open_file(int count) {
   return 1;
 }
 
+void qu_report_too_many_files(const char* failed, const char* before) {
+  qu_message("%sWARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n", before);
+  qu_message("         %s...\n\n", failed);
+}
+
 int qu_file_rename(const char* directory, const char* old_name, const char* new_name) {
   std::string prefix = std::string(directory) + path_separator;
   std::string old_path = prefix + old_name;

@@ -69,6 +69,8 @@ bool qu_path_readable(const char* path);
 extern path_text handle_test_path;
 // 1 if `count` (at most 512) more files can be open at once.
 int qu_test_open_file(int count);
+// The report that they can't: `failed` says in capitals what fails by that, `before` stands in front.
+void qu_report_too_many_files(const char* failed, const char* before = "");
 
 // The next line in a shared buffer, or null at the end. The _r form works on the caller's buffer,
 // which starts as null and 0, grows by 1000 bytes, and is released when null is returned.
