@@ -37,9 +37,6 @@ TEST_F(units, symbols_and_factors_find_their_units) {
   }
   EXPECT_STREQ(qu_unit_name(30.48), "Foot");
   EXPECT_STREQ(qu_unit_name(1000000.0), "10 Kilometers");
-}
-
-TEST_F(units, unknown_symbols_and_factors_give_nothing) {
   double factor = 7;
   EXPECT_EQ(qu_unit_factor("Ft", &factor), 0);
   EXPECT_EQ(factor, 1.0);
@@ -52,12 +49,11 @@ TEST_F(units, a_study_without_units_has_no_factors) {
   EXPECT_EQ(qu_unit_factor("km", &factor), 1);
   EXPECT_EQ(factor, 1.0);
   qu_formats_reset();
-  for (int axis = 0; axis < 3; ++axis) {
-    EXPECT_EQ(axis_format(axis).length_flag, 0);
-    EXPECT_EQ(axis_format(axis).factor, 1.0);
+  for (const qd_format_record& record : {distance_format, axis_format_x, axis_format_y, axis_format_z}) {
+    EXPECT_EQ(record.length_flag, 0);
+    EXPECT_EQ(record.factor, 1.0);
+    EXPECT_STREQ(record.unit, "m");
   }
-  EXPECT_EQ(distance_format.factor, 1.0);
-  EXPECT_STREQ(distance_format.unit, "m");
 }
 
 TEST_F(units, formats_come_from_the_words_of_a_parameter_file) {
@@ -98,17 +94,6 @@ TEST_F(units, a_reset_gives_metres_to_all_four_formats) {
     EXPECT_STREQ(record.unit, "m");
     EXPECT_EQ(record.factor, 100.0);
   }
-}
-
-TEST_F(units, the_default_format_is_no_length) {
-  qd_format_record record = distance_format;
-  qu_format_default(record);
-  EXPECT_EQ(record.format, FORMAT_DECIMAL);
-  EXPECT_EQ(record.width, 10);
-  EXPECT_EQ(record.digits, 2);
-  EXPECT_EQ(record.length_flag, 0);
-  EXPECT_STREQ(record.unit, "");
-  EXPECT_EQ(record.factor, 1.0);
 }
 
 }  // namespace

@@ -111,19 +111,6 @@ TEST_F(File, ReadsLinesOfAnyLength) {
   EXPECT_EQ(qu_file_next_line(nullptr, true), nullptr);
 }
 
-TEST_F(File, KeepsTheBufferFromLineToLine) {
-  write_file(path_, std::string(998, 'x') + "\n" + std::string(999, 'y') + "\n");
-  file_stream stream(qu_file_open_f(path_.c_str(), read_binary));
-  char* buffer = nullptr;
-  std::int64_t size = 0;
-  qu_file_next_line_r(stream.get(), false, &buffer, &size);
-  EXPECT_EQ(size, 1000);
-  qu_file_next_line_r(stream.get(), false, &buffer, &size);
-  EXPECT_EQ(size, 2000);
-  qu_file_next_line_r(nullptr, false, &buffer, &size);
-  EXPECT_EQ(buffer, nullptr);
-}
-
 TEST_F(File, KnowsHowManyMoreFilesCanBeOpened) {
   write_file(path_, "");
   qu_path_join(handle_test_path, {path_});
@@ -170,18 +157,6 @@ TEST_F(File, AFullDiskRemovesTheCopy) {
       },
       testing::ExitedWithCode(0),
       "WARNING: UNABLE TO COPY INTO THE NEW FILE\n .*\n\n         CHECK DISK SPACE AND DISK QUOTAS.\n");
-}
-
-TEST_F(File, SeeksFromAnyOrigin) {
-  file_stream stream(qu_file_open_f(path_.c_str(), write_read_binary));
-  std::fputs("0123456789", stream.get());
-  EXPECT_EQ(qu_file_seek(stream.get(), -3, 2), 0);
-  EXPECT_EQ(qu_file_tell(stream.get()), 7);
-  EXPECT_EQ(qu_file_seek(stream.get(), -2, 1), 0);
-  EXPECT_EQ(std::fgetc(stream.get()), '5');
-  EXPECT_EQ(qu_file_seek(stream.get(), std::int64_t{5} << 32, 0), 0);
-  EXPECT_EQ(qu_file_tell(stream.get()), std::int64_t{5} << 32);
-  EXPECT_NE(qu_file_seek(stream.get(), -1, 0), 0);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "support/console.h"
 #include "util/qu_memory.h"
 
 namespace qrd::test {
@@ -28,16 +27,6 @@ TEST(List, ArrayOf40SlotsHolds38Strings) {
   EXPECT_EQ(list[79], end_mark);
   EXPECT_EQ(UV_MEM_SIZE, start + 80 * sizeof(char*) + 38 * 2 + 5);
   EXPECT_EQ(qu_list_free("f", 1, list), nullptr);
-  EXPECT_EQ(UV_MEM_SIZE, start);
-}
-
-TEST(List, CutsToTheRoom) {
-  std::uint64_t start = UV_MEM_SIZE;
-  {
-    string_list list;
-    list.add("abcdefg", 5);
-    EXPECT_STREQ(list[0], "abcd");
-  }
   EXPECT_EQ(UV_MEM_SIZE, start);
 }
 
@@ -86,14 +75,6 @@ TEST(List, OwnersKeepCountAcrossMoves) {
     EXPECT_EQ(string_list(other.release()).count(), 1001);
   }
   EXPECT_EQ(UV_MEM_SIZE, start);
-}
-
-TEST(List, MisuseIsFatal) {
-  string_list list;
-  list.add("a", 50);
-  EXPECT_FATAL(qu_list_delete("f", 1, nullptr, 0), "No 1 in function qu_list_delete");
-  EXPECT_FATAL(qu_list_delete("f", 1, list.get(), 1),
-               "The rank of the element is superior to the number of element");
 }
 
 TEST(Sort, MovesTheCompanionAlong) {

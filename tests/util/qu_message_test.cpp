@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <string>
 
 #include "support/console.h"
@@ -49,12 +48,6 @@ TEST(Fatal, EndsTheStudyOnceEvenIfThatFails) {
         qu_exit(0);
       },
       testing::ExitedWithCode(0), "strict 1\n");
-}
-
-TEST(Strerror, KeepsErrno) {
-  errno = ENOENT;
-  EXPECT_STREQ(qu_strerror(1), "No such file or directory");
-  EXPECT_EQ(errno, ENOENT);
 }
 
 }  // namespace

@@ -44,47 +44,42 @@ TEST(Trim, RemovesBlanksAndNothingElse) {
   EXPECT_STREQ(qu_string_trim(text.data()), "");
 }
 
-struct reading {
-  int status;
-  std::int64_t result;
-  bool operator==(const reading&) const = default;
-};
-
-reading read(const char* text, double minimum, double maximum, bool blank_is_missing = false) {
-  std::int64_t result = -77;
-  int status = qu_string_to_int(text, minimum, maximum, blank_is_missing, &result);
-  return {status, result};
-}
-
-TEST(StringToInt, ReadsBlanksSignDigitsBlanks) {
+TEST(StringToInt, ReadsBlanksSignDigitsBlanksWithinItsBounds) {
   constexpr double none = missing_double;
-  EXPECT_EQ(read("  +42  ", none, none), (reading{0, 42}));
-  EXPECT_EQ(read("-7", -10, 10), (reading{0, -7}));
-  EXPECT_EQ(read("-", none, none), (reading{0, 0}));
-  EXPECT_EQ(read("99999", 1, 99999), (reading{0, 99999}));
-  EXPECT_EQ(read("9223372036854775807", none, none), (reading{0, 9223372036854775807}));
-}
-
-TEST(StringToInt, ForcesToABound) {
-  constexpr double none = missing_double;
-  EXPECT_EQ(read("0", 1, 99999), (reading{1, 1}));
-  EXPECT_EQ(read("100000", 1, 99999), (reading{1, 99999}));
-  EXPECT_EQ(read("100000", none, 99999), (reading{1, 99999}));
-  // After bad syntax the value held before (-77) is what is compared.
-  EXPECT_EQ(read("4x", -100, 100), (reading{1, 100}));
-  EXPECT_EQ(read("4x", 1, 100), (reading{1, 1}));
-  EXPECT_EQ(read("+-4", none, none), (reading{1, 0}));
-  EXPECT_EQ(read("4 4", 5, none), (reading{1, 5}));
-  EXPECT_EQ(read("\t4", -100, none), (reading{1, -100}));
-  EXPECT_EQ(read("x", 1e300, none), (reading{1, std::numeric_limits<std::int64_t>::max()}));
-}
-
-TEST(StringToInt, BlankTexts) {
-  constexpr double none = missing_double;
-  EXPECT_EQ(read("   ", 1, 2, true), (reading{0, missing_int64}));
-  EXPECT_EQ(read("", 1, 2), (reading{1, 1}));
-  EXPECT_EQ(read("", none, 2), (reading{1, 2}));
-  EXPECT_EQ(read("", none, none), (reading{1, 0}));
+  constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+  struct {
+    const char* text;
+    double minimum, maximum;
+    int status;
+    std::int64_t result;
+    bool blank_is_missing = false;
+  } const rows[] = {
+      {"  +42  ", none, none, 0, 42},
+      {"-7", -10, 10, 0, -7},
+      {"-", none, none, 0, 0},
+      {"99999", 1, 99999, 0, 99999},
+      {"9223372036854775807", none, none, 0, largest},
+      {"0", 1, 99999, 1, 1},
+      {"100000", 1, 99999, 1, 99999},
+      {"100000", none, 99999, 1, 99999},
+      // After bad syntax the value held before (-77) is what is compared.
+      {"4x", -100, 100, 1, 100},
+      {"4x", 1, 100, 1, 1},
+      {"+-4", none, none, 1, 0},
+      {"4 4", 5, none, 1, 5},
+      {"\t4", -100, none, 1, -100},
+      {"x", 1e300, none, 1, largest},
+      {"   ", 1, 2, 0, missing_int64, true},
+      {"", 1, 2, 1, 1},
+      {"", none, 2, 1, 2},
+      {"", none, none, 1, 0},
+  };
+  for (const auto& row : rows) {
+    std::int64_t result = -77;
+    EXPECT_EQ(qu_string_to_int(row.text, row.minimum, row.maximum, row.blank_is_missing, &result), row.status)
+        << row.text;
+    EXPECT_EQ(result, row.result) << row.text;
+  }
 }
 
 TEST(NumberExceeds, TestsInIntegersToo) {
