@@ -1,4 +1,7 @@
 // The server process: its start, its main loop and its end.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -17,6 +20,12 @@
 namespace {
 
 using namespace qrd;
+
+// A standard stream that the starter has closed must not become a socket: prints would go to a client.
+void open_standard_streams() {
+  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
+}
 
 void announce(const char* program) {
   std::printf("%s %s (%s)\n", program, server_version, server_release);
@@ -58,6 +67,7 @@ int serve() {
 }  // namespace
 
 int main(int argument_count, char** arguments) {
+  open_standard_streams();
   // A service's log shows each line when it is written.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   install_signal_handlers();

@@ -162,6 +162,17 @@ TEST(Connection, AnswersAtOnceAndKeepsAlive) {
   EXPECT_LT(clock::now() - start, 1s) << "an answer of a full buffer waited for the network";
 }
 
+TEST(Debug, ClosedStandardStreamsDoNotBecomeSockets) {
+  server_process server({.arguments = {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", QRD_SERVER_PROGRAM, "-debug"},
+                         .program = "/bin/sh"});
+  raw_connection client = server.connect();
+  expect_answer(client, arch, arch_answer);
+  expect_answer(client, arch, arch_answer);
+  for (const char* stream : {"0", "1", "2"})
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(server.pid()) + "/fd/" + stream),
+              "/dev/null");
+}
+
 TEST(Debug, ShowsTheTrafficWithTheContext) {
   server_process server({.arguments = {"-debug"}});
   {
