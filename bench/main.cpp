@@ -25,9 +25,12 @@ int main(int count, char** arguments) {
   program.add_option("--variables", variables, "variables of a file")->capture_default_str();
   program.add_option("--rounds", rounds, "repetitions of each transfer")->capture_default_str();
   program.add_option("--folder", folder, "where the bench's database is made")->capture_default_str();
-  program.add_option("section", wanted, "reads, writes, memory, trips, lists, creation, appends, variables")
+  program
+      .add_option("section", wanted,
+                  "reads, writes, memory, trips, lists, creation, appends, polygons, "
+                  "wireframes, variables")
       ->check(CLI::IsMember(std::set<std::string>{"reads", "writes", "memory", "trips", "lists", "creation",
-                                                  "appends", "variables"}));
+                                                  "appends", "polygons", "wireframes", "variables"}));
   CLI11_PARSE(program, count, arguments);
 
   const std::set<std::string> sections(wanted.begin(), wanted.end());
@@ -42,6 +45,8 @@ int main(int count, char** arguments) {
     if (runs("lists")) measure_lists(files, variables);
     if (runs("creation")) measure_creation(files, points, rounds);
     if (runs("appends")) measure_appends(files);
+    if (runs("polygons")) measure_polygons(files, rounds);
+    if (runs("wireframes")) measure_wireframes(files, rounds);
     if (runs("variables")) measure_many_variables(files, variables);
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "qrd_bench: %s\n", problem.what());

@@ -14,6 +14,8 @@ void measure_round_trips(const study_files& files);
 void measure_lists(const study_files& files, int variables);
 void measure_creation(const study_files& files, std::int64_t points, int rounds);
 void measure_appends(const study_files& files);
+void measure_polygons(const study_files& files, int rounds);
+void measure_wireframes(const study_files& files, int rounds);
 void measure_many_variables(const study_files& files, int variables);
 
 }  // namespace qrd::bench

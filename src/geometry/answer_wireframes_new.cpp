@@ -16,8 +16,10 @@ namespace {
 
 constexpr char read_failure[] = "Error while reading from network";
 constexpr char triangles_failure[] = "Error while reading triangles from network";
-// Arrays grow by so many items while they arrive, whatever count was announced.
-constexpr std::int64_t array_step = 1 << 16;
+// Arrays are filled by so many items while they arrive. Room that isn't touched yet costs nothing, and is taken
+// at once up to a bound, whatever count was announced.
+constexpr std::int64_t array_step = 1 << 13;
+constexpr std::int64_t most_room = 1 << 25;
 
 // How a piece arrived; the texts are those that the client gets.
 struct arrival {
@@ -30,6 +32,7 @@ const char* read_array(std::vector<Item>& items, std::int64_t count, Read read, 
                        const char* memory_text) {
   if (count < 0) return memory_text;
   try {
+    items.reserve(static_cast<std::size_t>(std::min(count, most_room)));
     for (std::int64_t held = 0; held < count; held += array_step) {
       const std::int64_t step = std::min(array_step, count - held);
       items.resize(static_cast<std::size_t>(held + step));

@@ -1,0 +1,171 @@
+// Polygons and wireframes: whole files of them, and how the check of rings grows.
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <numbers>
+#include <string>
+
+#include "bench/bare.h"
+#include "bench/measured_server.h"
+#include "bench/report.h"
+#include "bench/sections.h"
+#include "bench/timing.h"
+
+namespace qrd::bench {
+
+namespace {
+
+using make_ring = void (*)(client::packet& request, int vertices);
+
+// A circle of 100 m around (0, 0): most edges are far from each other.
+void circle(client::packet& request, int vertices) {
+  for (int i = 0; i < vertices; ++i) {
+    const double angle = 2 * std::numbers::pi * i / vertices;
+    request.add_double(100 * std::cos(angle)).add_double(100 * std::sin(angle));
+  }
+}
+
+// Slanted teeth: the box of nearly every edge touches that of every other one, and no edges cross.
+void teeth(client::packet& request, int vertices) {
+  const double step = 10.0 / vertices;
+  for (int i = 0; i < vertices - 2; ++i) {
+    const double top = i % 2 == 0 ? 0 : 1000;
+    request.add_double(i * step + top).add_double(top);
+  }
+  request.add_double(3000).add_double(0).add_double(0).add_double(-1000);
+}
+
+std::string polygon_request(const std::string& name, int contours, int vertices, make_ring ring) {
+  client::packet request("CPOLYNEW", client::long_size::eight_bytes);
+  request.add_string(name).add_bool(true);
+  for (int i = 0; i < 6; ++i) request.add_double(0);
+  request.add_long(contours);
+  for (int i = 0; i < contours; ++i) {
+    request.add_string("c" + std::to_string(i)).add_string("p" + std::to_string(i % 10));
+    request.add_double(0).add_double(1).add_int(vertices);
+    ring(request, vertices);
+  }
+  return request.bytes();
+}
+
+// A file of the server's is new each time.
+void take_new_file(int socket, const std::string& path, std::size_t request_size, std::size_t file_size) {
+  unlink(path.c_str());
+  take_file(socket, path, request_size, file_size);
+}
+
+// Makes a file with a request and takes it away again, out of the time.
+double creation(measured_server& server, const std::string& name, const std::string& request) {
+  const double time = seconds([&] { server.exchange(request, done_size); });
+  server.connection().set_file(name);
+  server.connection().delete_file();
+  return time;
+}
+
+void measure_growth(const study_files& files, const char* what, int contours, make_ring ring) {
+  measured_server server(files);
+  double before = 0;
+  for (const int vertices : {100, 1000, 10000}) {
+    const std::string request = polygon_request("growth", contours, vertices, ring);
+    const double time = median({creation(server, "growth", request), creation(server, "growth", request),
+                                creation(server, "growth", request)});
+    const std::string growth = before > 0 ? ", x " + std::to_string(std::lround(time / before)) : "";
+    print_figure(std::string(what) + " of " + std::to_string(vertices) + " vertices, each",
+                 milliseconds(time / contours) + growth);
+    before = time;
+  }
+}
+
+constexpr int surface_side = 709;
+constexpr int surface_triangles = 1'000'000;
+constexpr int surface_vertices = surface_side * surface_side;
+constexpr std::size_t surface_size = surface_vertices * std::size_t{24} + surface_triangles * std::size_t{12};
+
+// A wavy surface over a square.
+std::string wireframe_request(const std::string& name) {
+  client::packet request("CWIRENEW");
+  request.add_string(name).add_int(1).add_string("surface").add_int(1).add_int(2).add_int(3).add_int(1);
+  request.add_int(surface_vertices).add_int(surface_triangles);
+  for (int i = 0; i < surface_vertices; ++i) {
+    const int x = i % surface_side, y = i / surface_side;
+    request.add_double(x).add_double(y).add_double(std::sin(x / 50.0) * std::cos(y / 50.0));
+  }
+  for (int i = 0; i < surface_triangles; ++i) {
+    const int cell = i / 2;
+    const int corner = cell / (surface_side - 1) * surface_side + cell % (surface_side - 1);
+    if (i % 2 == 0)
+      request.add_int(corner).add_int(corner + 1).add_int(corner + surface_side);
+    else
+      request.add_int(corner + 1).add_int(corner + surface_side + 1).add_int(corner + surface_side);
+  }
+  return request.bytes();
+}
+
+// SWIREF, the number of objects, name and colour, the number of pieces, both counts, the surface.
+std::size_t wireframe_answer_size() {
+  return text_size(6) + 4 + text_size(7) + 3 * 4 + 4 + 2 * 4 + surface_size;
+}
+
+}  // namespace
+
+void measure_polygons(const study_files& files, int rounds) {
+  constexpr int contours = 1000, vertices = 1000;
+  const std::string request = polygon_request("polygons", contours, vertices, circle);
+  const auto bytes = static_cast<double>(request.size());
+  const std::string path = (files.root() / "bare").string();
+  const bare_program bare([&](int socket) { take_new_file(socket, path, request.size(), request.size()); });
+  measured_server server(files);
+  std::vector<double> times, bare_times;
+  for (int i = 0; i < rounds; ++i) {
+    bare_times.push_back(seconds([&] {
+      bare.ask();
+      send_all(bare.socket(), request.data(), request.size());
+      drain(bare.socket(), 1);
+    }));
+    times.push_back(creation(server, "polygons", request));
+  }
+  print_figure("1000 contours of 1000 vertices", milliseconds(median(times)) + ", bare " +
+                                                     milliseconds(median(bare_times)) + " (" +
+                                                     mebibytes_per_second(bytes, median(times)) + ")");
+  measure_growth(files, "circles", 100, circle);
+  measure_growth(files, "slanted teeth", 10, teeth);
+}
+
+void measure_wireframes(const study_files& files, int rounds) {
+  const std::string request = wireframe_request("surface");
+  const std::string path = (files.root() / "bare").string();
+  const bare_program taking([&](int socket) { take_new_file(socket, path, request.size(), surface_size); });
+  measured_server server(files);
+  std::vector<double> times, bare_times;
+  for (int i = 0; i < rounds; ++i) {
+    bare_times.push_back(seconds([&] {
+      taking.ask();
+      send_all(taking.socket(), request.data(), request.size());
+      drain(taking.socket(), 1);
+    }));
+    times.push_back(creation(server, "surface", request));
+  }
+  const auto bytes = static_cast<double>(request.size());
+  print_ratio("write a wireframe of 1 million triangles", mebibytes_per_second(bytes, median(times)),
+              mebibytes_per_second(bytes, median(bare_times)), median(bare_times) / median(times),
+              wish::at_least, 0.5);
+
+  server.exchange(request, done_size);
+  server.connection().set_file("surface");
+  const std::size_t answer = wireframe_answer_size();
+  const std::string question = client::packet("CWIREREAD").bytes();
+  const bare_program pushing([&](int socket) { push_file(socket, path, answer, 0); });
+  const pair_of_times read = compare(
+      rounds, [&] { server.exchange(question, answer); },
+      [&] {
+        pushing.ask();
+        drain(pushing.socket(), answer);
+      });
+  print_ratio("read a wireframe of 1 million triangles",
+              mebibytes_per_second(static_cast<double>(answer), read.measured),
+              mebibytes_per_second(static_cast<double>(answer), read.bare), read.bare / read.measured,
+              wish::at_least, 0.5);
+}
+
+}  // namespace qrd::bench
