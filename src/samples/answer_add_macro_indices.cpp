@@ -9,9 +9,7 @@
 #include "server/context.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
-#include "util/qu_file.h"
 #include "util/qu_memory.h"
-#include "util/qu_string.h"
 
 namespace qrd {
 
@@ -58,10 +56,9 @@ const char* read_indices(wire_indices& indices) {
 
 // The descriptor of the macro variable, or none when it can't be read.
 qd_macro_descr* read_macro(const char* variable) {
-  path_text path, macro_path;
+  path_text path;
   if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0) return nullptr;
-  qu_path_join(macro_path, {path, path_separator, macro_file_name});
-  return qu_file_readable(macro_path) ? qd_macro_descr_read(path) : nullptr;
+  return qd_macro_descr_look(path);
 }
 
 }  // namespace
@@ -93,10 +90,10 @@ int server_answer_add_macro_indices(const char* /*request*/) {
     return refuse(macro_text_conflict, "qd_create_macro_variable_indices", static_cast<int>(number),
                   macro->alpha_indices[macro->slot_of(number)], indices.texts[conflict]);
   }
-  if (qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
-                                       indices.numbers.data(), texts) == 0)
-    return -1;
-  return answer("SDONE");
+  const int created = qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
+                                                       indices.numbers.data(), texts);
+  if (created < 0) return refuse("Cannot get variable info");
+  return created == 0 ? -1 : answer("SDONE");
 }
 
 }  // namespace qrd

@@ -5,22 +5,13 @@
 #include <numeric>
 
 #include "samples/qd_implicit.h"
+#include "samples/qd_lines.h"
 #include "samples/qd_macro.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
 namespace qrd {
-
-namespace {
-
-// Tests of the catalogue that must hold before a selection: what is missing there would end the process.
-bool variable_exists(bool test_index) {
-  return qd_variable_test(test_index, current_context.directory, current_context.file,
-                          current_context.variable) == 0;
-}
-
-}  // namespace
 
 std::int64_t limited_product(std::int64_t a, std::int64_t b) {
   std::int64_t product = 0;
@@ -53,10 +44,8 @@ bool data_request::read_char_range() {
 
 bool data_request::find_variable() {
   if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
-  variable_found_ = variable_exists(false) &&
-                    qd_info_file(current_context.directory, current_context.file, file, nullptr) != 0 &&
-                    qd_info_var_name(current_context.directory, current_context.file,
-                                     current_context.variable, variable) != 0;
+  variable_found_ = qd_variable_query(false, current_context.directory, current_context.file,
+                                      current_context.variable, variable, &file, &place_) == 0;
   if (!variable_found_) refuse("Error while getting file or Variable information");
   return variable_found_;
 }
@@ -86,11 +75,16 @@ bool data_request::check_range() {
 bool data_request::find_lines_file() {
   if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
   if (!is_set(current_context.file)) return refuse("File is not set") == 0;
-  if (qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, current_context.file) != 0 ||
-      qd_info_file(current_context.directory, current_context.file, file, nullptr) == 0)
+  if (qd_info_file(current_context.directory, current_context.file, file, nullptr) == 0)
     return refuse("Error while getting file information") == 0;
   if (!is_lines(file.organisation)) return refuse("Current file is not a lines file") == 0;
   return true;
+}
+
+bool data_request::measure_lines(std::vector<std::int64_t>& lengths) const {
+  const int measured = qd_samples_per_line(current_context.directory, current_context.file, lengths);
+  if (measured < 0) refuse("Error while getting file information");
+  return measured > 0;
 }
 
 void data_request::set_line(const std::vector<std::int64_t>& lengths, std::int64_t line) {
@@ -98,26 +92,43 @@ void data_request::set_line(const std::vector<std::int64_t>& lengths, std::int64
   last = first + lengths[static_cast<std::size_t>(line - 1)] - 1;
 }
 
+bool data_request::find_selection(int entries) {
+  if (selection_.handle.entry != 0) return true;
+  const server_context& context = current_context;
+  return qd_free_entries() >= entries &&
+         qd_selection_select(context.directory, context.file, context.selection, selection_.handle) != 0;
+}
+
+std::int64_t data_request::count_selected() {
+  return find_selection(1) ? qd_selected_samples_count(selection_.handle, first, last) : -1;
+}
+
 bool data_request::select_selection() {
   const char* name = current_context.selection;
   if (!is_set(name)) return true;
   // Both variables need a place in the table. A family of selections without an index selects nothing.
-  bool selected =
-      qd_free_entries() >= 2 &&
-      qd_selection_select(current_context.directory, current_context.file, name, selection_.handle) != 0 &&
-      selection_.handle.macro_slot != -1 &&
-      qd_entry(selection_.handle.entry)->sample_count == file.sample_count;
+  bool selected = find_selection(2) && selection_.handle.macro_slot != -1 &&
+                  qd_entry(selection_.handle.entry)->sample_count == file.sample_count;
   if (!selected) refuse("Cannot select selection variable %s", name);
   return selected;
 }
 
 bool data_request::select_variable(unit_choice choice) {
-  // A column may have gone, or never have been: the current variable is only known by its macro's name.
-  bool is_column = qd_macro_name_kind(current_context.variable) > 0;
-  bool selected = ((variable_found_ && !is_column) || variable_exists(is_column)) && qd_free_entries() >= 1 &&
-                  qd_variable_select(current_context.directory, current_context.file,
-                                     current_context.variable, choice, variable_.handle) != 0 &&
-                  entry().sample_count == file.sample_count;
+  const server_context& context = current_context;
+  // A column may have gone, or never have been: the current variable is only known by its macro's name. A
+  // selection of what isn't there would end the process.
+  const bool is_column = qd_macro_name_kind(context.variable) > 0;
+  if (is_column || !variable_found_)
+    variable_found_ = qd_variable_query(is_column, context.directory, context.file, context.variable,
+                                        variable, nullptr, &place_) == 0;
+  bool selected = variable_found_ && qd_free_entries() >= 1;
+  if (selected && is_column)
+    selected =
+        qd_variable_select(context.directory, context.file, context.variable, choice, variable_.handle) != 0;
+  else if (selected)
+    selected = qd_variable_select_at(place_, context.directory, context.file, context.variable, choice,
+                                     variable_.handle) != 0;
+  selected = selected && entry().sample_count == file.sample_count;
   if (!selected) refuse("Cannot select variable");
   return selected;
 }
@@ -137,7 +148,7 @@ bool data_request::set_index() {
   // The index may have left the macro since it was chosen.
   bool known = variable_.handle.macro_slot != -1;
   if (!known) {
-    macro_descriptor descriptor(qd_macro_descr_read(entry().variable_path));
+    macro_descriptor descriptor(qd_macro_descr_look(entry().variable_path));
     known = descriptor && descriptor->slot_of(current_context.indice) >= 0;
   }
   if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice) != 0) return true;

@@ -35,8 +35,13 @@ class data_request {
 
   // The lines file of the current variable.
   bool find_lines_file();
+  // The lengths of its lines. False without a refusal when too many files are open: clients know that.
+  bool measure_lines(std::vector<std::int64_t>& lengths) const;
   // The line's range from the lengths of all lines. REQUIRES: line from 1 to the number of lines.
   void set_line(const std::vector<std::int64_t>& lengths, std::int64_t line);
+
+  // How many samples of the range the current selection selects; negative if that can't be told.
+  std::int64_t count_selected();
 
   // Selects the current selection and variable, and binds them; the last step sets the current index.
   bool open(unit_choice choice);
@@ -61,11 +66,14 @@ class data_request {
   qd_var_info variable;
 
  private:
+  // Selects the current selection if so many entries of the table are free.
+  bool find_selection(int entries);
   bool select_selection();
   bool select_variable(unit_choice choice);
 
   direction way_;
   bool variable_found_ = false;
+  qd_variable_place place_;
   bool keeps_selection_ = false;
   // Released in the reverse order: first the io record.
   selected_variable selection_;

@@ -14,6 +14,8 @@ namespace qrd {
 
 namespace {
 
+constexpr char cannot_delete_previous[] = "Cannot delete previous link of %s: %s/%s";
+
 // The record of a file of the current directory. False after a refusal.
 bool find_file(const char* name, qd_file_record& record) {
   const server_context& context = current_context;
@@ -35,7 +37,7 @@ bool find_file(const char* name, qd_file_record& record) {
 bool drop_previous_link(const char* name) {
   const server_context& context = current_context;
   if (qd_delete_link(context.directory, name, true) != 0) return true;
-  refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory, name);
+  refuse(cannot_delete_previous, context.study, context.directory, name);
   return false;
 }
 
@@ -60,8 +62,10 @@ int server_answer_lines_file_create_link(const char* /*request*/) {
   if (lines.link_name[0] != '\0' && !drop_previous_link(context.file)) return -1;
 
   server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
-  qd_create_link(context.directory, context.file, points_name.c_str());
-  return answer("SDONE");
+  if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer("SDONE");
+  // Another server has deleted one of them meanwhile, or has linked it.
+  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return -1;
+  return refuse(cannot_delete_previous, context.study, context.directory, points_name.c_str());
 }
 
 // CLFILECNT: the number of samples of each line.
@@ -74,7 +78,9 @@ int server_answer_lines_file_samples_count(const char* /*request*/) {
   if (!is_lines(record.organisation)) return refuse("Current file is not a lines file");
 
   std::vector<std::int64_t> counts;
-  if (qd_samples_per_line(context.directory, context.file, counts) == 0) return -1;
+  const int counted = qd_samples_per_line(context.directory, context.file, counts);
+  if (counted < 0) return refuse("Error while getting file information");
+  if (counted == 0) return -1;
   const auto lines = static_cast<std::int64_t>(counts.size());
   checked_array<std::int32_t> lengths;
   if (!lengths.allocate(lines)) {

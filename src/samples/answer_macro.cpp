@@ -10,9 +10,7 @@ namespace qrd {
 
 bool find_current_variable(qd_var_info& info) {
   if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
-  if (qd_variable_test(false, current_context.directory, current_context.file, current_context.variable) ==
-          0 &&
-      qd_info_var_name(current_context.directory, current_context.file, current_context.variable, info) != 0)
+  if (qd_info_var_name(current_context.directory, current_context.file, current_context.variable, info) != 0)
     return true;
   return refuse("Cannot get variable info") == 0;
 }

@@ -32,7 +32,7 @@ int server_answer_read_line_float_var(const char* /*request*/) {
   data_request data(data_request::reading);
   if (!data.find_lines_file()) return -1;
   std::vector<std::int64_t> lengths;
-  if (qd_samples_per_line(current_context.directory, current_context.file, lengths) == 0) return -1;
+  if (!data.measure_lines(lengths)) return -1;
   const auto line_count = static_cast<std::int64_t>(lengths.size());
   if (line > line_count)
     return refuse("Wrong line index (%d) where file only contains %" PRId64 " lines", line, line_count);

@@ -19,12 +19,12 @@ int server_answer_sel_set(const char* /*request*/) {
   }
 
   // With the index: a column that the macro doesn't have is no variable.
-  if (qd_variable_test(true, context.directory, context.file, name.c_str()) != 0)
+  qd_var_info info;
+  const int found = qd_variable_query(true, context.directory, context.file, name.c_str(), info);
+  if (found == nothing_told) return refuse("Cannot get variable info");
+  if (found != 0)
     return refuse("Not a valid Velmar variable: %s: %s/%s/%s", context.study, context.directory, context.file,
                   name.c_str());
-  qd_var_info info;
-  if (qd_info_var_name(context.directory, context.file, name.c_str(), info) == 0)
-    return refuse("Cannot get variable info");
   bool is_selection = (info.type == VAR_FLOAT || info.type == VAR_MACRO) && info.kind == KIND_PLAIN &&
                       info.bit_length == 1 && info.implicit == 0;
   if (!is_selection) return refuse("Variable is not a selection");

@@ -9,7 +9,6 @@
 #include "samples/qd_lines.h"
 #include "server/connection.h"
 #include "server/context.h"
-#include "store/qd_info.h"
 
 namespace qrd {
 
@@ -24,13 +23,10 @@ void replace_test_value(checked_array<double>& values, double test_value) {
   if (test_value != missing_double) std::replace(values.begin(), values.end(), test_value, missing_double);
 }
 
-bool check_count(const data_request& data, std::int32_t compress, std::int64_t count) {
+bool check_count(data_request& data, std::int32_t compress, std::int64_t count) {
   std::int64_t expected = data.count();
   if (compress != 0 && is_set(current_context.selection)) {
-    expected = qd_free_entries() < 1
-                   ? -1
-                   : qd_selected_samples_count(current_context.directory, current_context.file,
-                                               current_context.selection, data.first, data.last);
+    expected = data.count_selected();
     if (expected < 0)
       return refuse("Cannot get statitics on current selection %s", current_context.selection) == 0;
   }
@@ -82,7 +78,7 @@ int server_answer_write_line_float_var(const char* /*request*/) {
   data_request data(data_request::writing);
   if (!data.find_lines_file()) return -1;
   std::vector<std::int64_t> lengths;
-  if (qd_samples_per_line(current_context.directory, current_context.file, lengths) == 0) return -1;
+  if (!data.measure_lines(lengths)) return -1;
   if (line > static_cast<std::int64_t>(lengths.size())) return refuse("Wrong line index");
   data.set_line(lengths, line);
   if (data.count() != count)

@@ -14,7 +14,6 @@
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
 #include "store/qd_info.h"
-#include "store/qd_placement.h"
 #include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_list.h"
@@ -139,37 +138,55 @@ bool ready_to_grow(const char* file_path, const std::vector<growing_variable>& v
   return qd_file_system_has_room(file_path, needed);
 }
 
+// What another server has just deleted doesn't stop the growth of the others.
 bool grow_data_file(const growing_variable& variable, const growth& plan) {
   checked_array<unsigned char> block;
   if (!qd_fill_block(variable.bit_length, variable.text, block)) return false;
   path_text path;
   data_path_of(variable, path);
   return st_file_concat(path, block.data(), block.count(), plan.blocks * variable.columns,
-                        variable.text ? -1 : variable.bit_length) != 0;
+                        variable.text ? -1 : variable.bit_length) != 0 ||
+         qd_folder_gone(variable.path);
 }
 
+bool is_still(const char* file_path, const qd_file_record& record) {
+  qd_file_record now;
+  return qd_file_descriptor_read(file_path, now) != 0 && std::strcmp(now.name, record.name) == 0 &&
+         now.organisation == record.organisation && now.sample_count == record.sample_count &&
+         now.allocated_samples == record.allocated_samples;
+}
+
+enum class growing { done, failed, file_changed };
+
 // The streams of selected variables have no buffer and see the longer file as it is.
-bool grow_files(const char* file_path, const std::vector<growing_variable>& variables, const growth& plan,
-                std::int64_t samples, qd_file_record& record) {
+growing grow_files(const char* file_path, const std::vector<growing_variable>& variables, const growth& plan,
+                   std::int64_t samples, qd_file_record& record) {
   for (const growing_variable& variable : variables) {
-    if (plan.blocks > 0 && !variable.implicit && !grow_data_file(variable, plan)) return false;
+    if (plan.blocks > 0 && !variable.implicit && !grow_data_file(variable, plan)) return growing::failed;
     if (qd_selected_entry* entry = qd_selected_find(variable.path)) entry->sample_count += samples;
   }
+  // Another server may have deleted the file, and a new one may have its number, or it has grown meanwhile:
+  // what has been added to the data files lies behind all samples then, and the records stay as they are.
+  if (!is_still(file_path, record)) return growing::file_changed;
   qd_delete_derived_files(file_path);
   if (is_lines(record.organisation)) {
-    if (qd_line_table_append(file_path, record, plan.samples + 1) == 0) return false;
+    if (qd_line_table_append(file_path, record, plan.samples + 1) == 0) return growing::failed;
     ++record.line_count;
   }
   record.allocated_samples = plan.allocated;
   record.sample_count = plan.samples;
-  return qd_file_descriptor_write(file_path, record) != 0;
+  return qd_file_descriptor_write(file_path, record) != 0 ? growing::done : growing::failed;
+}
+
+void name_file(const char* directory, const char* file) {
+  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
+  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
 }
 
 void report_full_disk(const char* directory, const char* file) {
   qu_message("WARNING: ERROR DURING SAMPLES CREATION, FILE SYSTEM FULL\n");
   qu_message("         OR WRITE PROTECTED ?\n");
-  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
-  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+  name_file(directory, file);
 }
 
 // Samples of one piece of a move. Any size gives the same bytes.
@@ -180,19 +197,26 @@ constexpr std::int64_t piece_samples = 16384;
 class macro_columns {
  public:
   macro_columns(const char* directory, const char* file, const char* variable) {
-    if (qd_variable_select(directory, file, variable, UNIT_NONE, selected_.handle) == 0) fail(20);
-    io_.id = qd_set_io(qd_variable_handle{}, 1, &selected_.handle);
+    if (qd_variable_select(directory, file, variable, UNIT_NONE, selected_.handle) == 0) {
+      // Another server may have deleted it since it was listed.
+      if (qd_variable_test(false, directory, file, variable) == 1) return;
+      fail(20);
+    }
     qd_selected_entry* entry = qd_entry(selected_.handle.entry);
     macro_descriptor macro(qd_macro_descr_read(entry->variable_path));
+    if (!macro && qd_object_gone()) return;
     if (!macro) fail(30);
     if (!piece_.allocate(piece_samples)) fail(40);
+    io_.id = qd_set_io(qd_variable_handle{}, 1, &selected_.handle);
     samples_ = entry->sample_count;
     columns_ = entry->implicit != 0 ? 0 : macro->slot_count();
     entry->sample_count = samples_ * columns_;
   }
   macro_columns(const macro_columns&) = delete;
   macro_columns& operator=(const macro_columns&) = delete;
-  ~macro_columns() { qd_entry(selected_.handle.entry)->sample_count = samples_; }
+  ~macro_columns() {
+    if (io_.id != 0) qd_entry(selected_.handle.entry)->sample_count = samples_;
+  }
 
   // Puts the columns of a file that has got `added` samples at their new distance. From the end to the
   // start: a column's new place never lies before its old one, so nothing is overwritten before it
@@ -283,9 +307,20 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
     report_full_disk(directory, file);
     return 0;
   }
-  if (grow_files(path, variables, plan, samples, record)) return 1;
-  report_full_disk(directory, file);
-  qd_remove_object(path);
+  growing grown = grow_files(path, variables, plan, samples, record);
+  if (grown == growing::failed && qd_folder_gone(path)) grown = growing::file_changed;
+  switch (grown) {
+    case growing::done:
+      return 1;
+    case growing::file_changed:
+      qu_message("WARNING: CANNOT APPEND SAMPLES, THE FILE IS NO MORE, OR HAS CHANGED\n");
+      name_file(directory, file);
+      return 0;
+    case growing::failed:
+      report_full_disk(directory, file);
+      qd_remove_object<file_level>(path, file);
+      return 0;
+  }
   return 0;
 }
 
@@ -298,7 +333,8 @@ int qd_append_sample(const char* directory, const char* file, std::int64_t sampl
   qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
   if (!has_macro) return 1;
 
-  string_list macros(qd_get_variable_list(nullptr, directory, file, -1, MASK_MACRO));
+  string_list macros;
+  if (qd_list_variables(directory, file, MASK_MACRO, macros) == 0) return 0;
   for (std::int64_t i = 0; i < macros.count(); ++i) macro_columns(directory, file, macros[i]).spread(samples);
   return 1;
 }

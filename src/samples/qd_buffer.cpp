@@ -66,10 +66,8 @@ int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::i
   constexpr char function[] = "_qd_file_read_float_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr) qu_fatal_number(function, 20);
-  if (entry->implicit != 0) {
-    qd_implicit_values(*entry, first, last, static_cast<double*>(destination));
-    return 1;
-  }
+  if (entry->implicit != 0)
+    return qd_implicit_values(*entry, first, last, static_cast<double*>(destination)) ? 1 : 0;
   if (entry->stream == nullptr) qu_fatal_number(function, 20);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);

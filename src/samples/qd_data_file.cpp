@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "store/qd_descriptor.h"
 #include "store/qd_records.h"
 #include "util/qu_big_endian.h"
 #include "util/qu_file.h"
@@ -50,9 +51,9 @@ bool is_numeric_bit_length(std::int64_t bit_length) {
 }
 
 std::FILE* qd_data_file_open(const char* path) {
-  std::FILE* stream = qu_file_open_f(path, update_binary);
-  std::setvbuf(stream, nullptr, _IONBF, 0);
-  return stream;
+  file_stream stream = qd_object_file_open(path, update_binary);
+  if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+  return stream.release();
 }
 
 std::int64_t _qd_file_byte_count(std::int64_t first, std::int64_t last, std::int64_t bit_length) {
@@ -94,7 +95,8 @@ int st_file_concat(const char* path, const void* block, std::int64_t length, std
   if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return 0;
   if (repeats <= 0 || length <= 0) return 1;
 
-  file_stream stream(qu_file_open_f(path, append_binary));
+  file_stream stream = qd_object_file_open(path, append_binary);
+  if (!stream) return 0;
   // Large pieces go straight to the file: a buffer would only copy them once more.
   std::setvbuf(stream.get(), nullptr, _IONBF, 0);
   std::int64_t start = qu_file_seek(stream.get(), 0, 2) == 0 ? qu_file_tell(stream.get()) : 0;

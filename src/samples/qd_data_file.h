@@ -25,7 +25,8 @@ inline constexpr char data_file_name[] = "DATAVAR";
 // One of 1, 2, 4, 8, 16, 32, 64.
 bool is_numeric_bit_length(std::int64_t bit_length);
 
-// Opens a data file for positioned reading and writing; a failure is fatal. The stream has no buffer: each
+// Opens a data file for positioned reading and writing; a failure is fatal, unless another server has deleted
+// the variable: then null. The stream has no buffer: each
 // transfer is one system call on the caller's memory, and a write that succeeded is in the file.
 std::FILE* qd_data_file_open(const char* path);
 
@@ -43,7 +44,8 @@ bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned ch
 bool qd_file_system_has_room(const char* path, std::int64_t bytes);
 
 // Appends the block `repeats` times to a data file (undoing a compressed form first). 1, or 0 after a
-// failed write or when the file system has too little room (nothing is written then). `bit_length` is
+// failed write, when the file system has too little room (nothing is written then) or when another server has
+// deleted the variable. `bit_length` is
 // -1 for text. For 16, 32 and 64 bits the block holds items in host order.
 int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
                    std::int64_t bit_length);

@@ -15,20 +15,15 @@ namespace {
 
 constexpr char function[] = "_qd_file_read_float_buffer";
 
-void line_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
+// False if the file has just gone.
+bool line_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
   qd_file_record record;
-  if (qd_file_descriptor_read(entry.file_path, record) == 0) qu_fatal_number(function, 50);
-  std::vector<std::int64_t> offsets;
-  switch (qd_line_table_read(entry.file_path, record, offsets)) {
-    case line_table_status::ok:
-      break;
-    case line_table_status::cannot_open:
-      qu_fatal_number(function, 60);
-    case line_table_status::cannot_read:
-      qu_fatal_number(function, 70);
-    case line_table_status::cannot_close:
-      qu_fatal_number(function, 80);
+  if (qd_file_descriptor_read(entry.file_path, record) == 0) {
+    if (qd_object_gone()) return false;
+    qu_fatal_number(function, 50);
   }
+  std::vector<std::int64_t> offsets;
+  if (!qd_line_table_require(entry.file_path, record, function, {60, 70, 80}, offsets)) return false;
   // Samples, but no line that could hold them.
   if (offsets.size() < 2) qu_fatal_number(function, 70);
 
@@ -39,6 +34,7 @@ void line_values(const qd_selected_entry& entry, std::int64_t first, std::int64_
     values[s - first] = static_cast<double>(entry.kind == KIND_LINE_NUMBER ? static_cast<std::int64_t>(j)
                                                                            : s - offsets[j - 1] + 1);
   }
+  return true;
 }
 
 // Calls row(i, j, k, count, place) for each run of nodes along Z. Z varies fastest, X slowest; all
@@ -95,23 +91,25 @@ bool qd_is_computed_kind(int kind) {
   return kind >= KIND_SAMPLE_NUMBER && kind <= KIND_Z;
 }
 
-void qd_implicit_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last,
+bool qd_implicit_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last,
                         double* values) {
   switch (entry.kind) {
     case KIND_SAMPLE_NUMBER:
       for (std::int64_t s = first; s <= last; ++s) values[s - first] = static_cast<double>(s);
-      return;
+      return true;
     case KIND_RELATIVE_NUMBER:
     case KIND_LINE_NUMBER:
       return line_values(entry, first, last, values);
     case KIND_IX:
     case KIND_IY:
     case KIND_IZ:
-      return grid_index(entry, first, last, values);
+      grid_index(entry, first, last, values);
+      return true;
     case KIND_X:
     case KIND_Y:
     case KIND_Z:
-      return grid_coordinate(entry, first, last, values);
+      grid_coordinate(entry, first, last, values);
+      return true;
     default:
       qu_fatal_number(function, 48);
   }

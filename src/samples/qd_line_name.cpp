@@ -90,10 +90,15 @@ bool read_variable(const char* directory, const char* file, const char* variable
          qd_variable_descriptor_read(path, record) != 0;
 }
 
-void write_and_reread(const char* path, qd_variable_record& record) {
-  if (qd_variable_descriptor_write(path, record) == 0)
+// False if another server has just deleted the variable.
+bool write_and_reread(const char* path, qd_variable_record& record) {
+  if (qd_variable_descriptor_write(path, record) == 0) {
+    if (qd_object_gone()) return false;
     qu_fatal("Impossible to write the variable descriptor");
-  if (qd_variable_descriptor_read(path, record) == 0) qu_fatal("Impossible to read the variable descriptor");
+  }
+  if (qd_variable_descriptor_read(path, record) != 0) return true;
+  if (!qd_object_gone()) qu_fatal("Impossible to read the variable descriptor");
+  return false;
 }
 
 }  // namespace
@@ -133,8 +138,7 @@ int qd_var_as_line_name(const char* directory, const char* file, const char* var
     write_and_reread(former_path, former_record);
   }
   record.kind = KIND_LINE_NAME;
-  write_and_reread(path, record);
-  return 0;
+  return write_and_reread(path, record) ? 0 : 2;
 }
 
 }  // namespace qrd

@@ -6,8 +6,10 @@
 
 #include <sys/stat.h>
 
+#include <cstring>
+
 #include "samples/qd_select.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -43,10 +45,8 @@ bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<s
   return offsets.front() == 1 && offsets.back() - 1 == record.sample_count;
 }
 
-}  // namespace
-
-line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
-                                     std::vector<std::int64_t>& offsets) {
+line_table_status read_table(const char* file_path, const qd_file_record& record,
+                             std::vector<std::int64_t>& offsets) {
   offsets.clear();
   path_text path;
   qu_path_join(path, {file_path, path_separator, line_file_name});
@@ -57,6 +57,40 @@ line_table_status qd_line_table_read(const char* file_path, const qd_file_record
     return line_table_status::cannot_read;
   }
   return stream.close() ? line_table_status::ok : line_table_status::cannot_close;
+}
+
+// True if the descriptor of a file is no longer the one that a record was read from.
+bool has_changed(const char* file_path, const qd_file_record& record) {
+  qd_file_record now;
+  if (!qd_file_descriptor_read(file_path, now)) return qd_object_gone();
+  return std::strcmp(now.name, record.name) != 0 || now.organisation != record.organisation ||
+         now.line_count != record.line_count || now.sample_count != record.sample_count;
+}
+
+}  // namespace
+
+line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
+                                     std::vector<std::int64_t>& offsets) {
+  const line_table_status status = read_table(file_path, record, offsets);
+  return status != line_table_status::ok && has_changed(file_path, record) ? line_table_status::file_changed
+                                                                           : status;
+}
+
+bool qd_line_table_require(const char* file_path, const qd_file_record& record, const char* function,
+                           const line_table_numbers& fatal, std::vector<std::int64_t>& offsets) {
+  switch (qd_line_table_read(file_path, record, offsets)) {
+    case line_table_status::ok:
+      return true;
+    case line_table_status::file_changed:
+      return false;
+    case line_table_status::cannot_open:
+      qu_fatal_number(function, fatal.cannot_open);
+    case line_table_status::cannot_read:
+      qu_fatal_number(function, fatal.cannot_read);
+    case line_table_status::cannot_close:
+      break;
+  }
+  qu_fatal_number(function, fatal.cannot_close);
 }
 
 int qd_line_table_create(const char* file_path) {
@@ -89,29 +123,21 @@ int qd_line_table_append(const char* file_path, const qd_file_record& record, st
   return stream.close() ? 1 : 0;
 }
 
-// Fatal numbers: 1 no such file, 2 no file record, 7 not a lines file, 3 the table can't be opened, 5 it
-// can't be read or doesn't hold, 6 it can't be closed.
+// Fatal numbers: 1 no file record, 7 not a lines file, 3 the table can't be opened, 5 it can't be read or
+// doesn't hold, 6 it can't be closed.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {
   constexpr char function[] = "qd_samples_per_line";
   counts.clear();
   if (qd_two_files_available() == 0) return 0;
   path_text path;
-  if (qd_file_path(directory, file, path) == 0) qu_fatal_number(function, 1);
   qd_file_record record;
-  if (qd_file_descriptor_read(path, record) == 0) qu_fatal_number(function, 2);
+  const lookup_result found = qd_find_file(directory, file, path, record);
+  if (found == LOOKUP_UNREADABLE) qu_fatal_number(function, 1);
+  if (found == LOOKUP_ABSENT) return -1;
   if (!is_lines(record.organisation)) qu_fatal_number(function, 7);
 
   std::vector<std::int64_t> offsets;
-  switch (qd_line_table_read(path, record, offsets)) {
-    case line_table_status::ok:
-      break;
-    case line_table_status::cannot_open:
-      qu_fatal_number(function, 3);
-    case line_table_status::cannot_read:
-      qu_fatal_number(function, 5);
-    case line_table_status::cannot_close:
-      qu_fatal_number(function, 6);
-  }
+  if (!qd_line_table_require(path, record, function, {3, 5, 6}, offsets)) return -1;
   counts.reserve(offsets.size() - 1);
   for (std::size_t i = 1; i < offsets.size(); ++i) counts.push_back(offsets[i] - offsets[i - 1]);
   return 1;

@@ -12,9 +12,17 @@ inline constexpr char line_file_name[] = "LINE";
 
 // The table of first samples, read and checked: line_count + 1 entries ascending from 1 to the sample
 // count plus 1. False if it can't be read or doesn't hold.
-enum class line_table_status { ok, cannot_open, cannot_read, cannot_close };
+// Where another server has changed or deleted the file since the record was read, the table tells nothing.
+enum class line_table_status { ok, cannot_open, cannot_read, cannot_close, file_changed };
 line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
                                      std::vector<std::int64_t>& offsets);
+// The same where a damaged table ends the process: `fatal` holds the numbers of `function` for a table that
+// can't be opened, read or closed. False if the file has changed.
+struct line_table_numbers {
+  int cannot_open, cannot_read, cannot_close;
+};
+bool qd_line_table_require(const char* file_path, const qd_file_record& record, const char* function,
+                           const line_table_numbers& fatal, std::vector<std::int64_t>& offsets);
 // A table with the single entry 1. 1 or 0.
 int qd_line_table_create(const char* file_path);
 // True if the table is there and as long as the record tells.
@@ -23,7 +31,7 @@ bool qd_line_table_holds(const char* file_path, const qd_file_record& record);
 // behind it. 1, or 0 when the table can't be written or is shorter than the record tells.
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end);
 
-// Samples of each line: 1, or 0 when too many files are open.
+// Samples of each line: 1, 0 when too many files are open, or -1 when the file has just gone.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
 
 // Adds samples (above 0) to every variable of a file: 1, or 0 after reports.
@@ -32,9 +40,10 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
 // Removes the derived files of a file's folder.
 void qd_delete_derived_files(const char* file_path);
 
-void qd_create_link(const char* directory, const char* lines_file, const char* points_file);
-// 1, or 0 when too many files are open. `reset_line_name` makes the Line Name variable of the points
-// side a plain one.
+// 1, or 0 if another server has deleted or linked one of the files since the caller's test.
+int qd_create_link(const char* directory, const char* lines_file, const char* points_file);
+// 1, or 0 when too many files are open or the file has just gone. `reset_line_name` makes the Line Name
+// variable of the points side a plain one.
 int qd_delete_link(const char* directory, const char* file, bool reset_line_name);
 // 0 linked, 1 no link, 2 problem.
 int qd_get_link(const char* directory, const char* file, name_text& partner);

@@ -16,8 +16,10 @@
 #include <string_view>
 
 #include "samples/qd_interrupt.h"
+#include "store/qd_descriptor.h"
 #include "store/qd_records.h"
 #include "util/qu_file.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -128,11 +130,18 @@ qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor) {
 qd_macro_descr* qd_macro_descr_read(const char* variable_path) {
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  file_stream stream(qu_file_open_f(path, read_binary));
+  file_stream stream = qd_object_file_open(path, read_binary);
+  if (!stream) return nullptr;
   qd_macro_descr* descriptor = qd_macro_descr_new(0);
   if (read_descriptor(stream.get(), *descriptor)) return descriptor;
   qu_message("Macro Variable Descriptor corrupted:\n%s\n", variable_path);
   return qd_macro_descr_free(descriptor);
+}
+
+qd_macro_descr* qd_macro_descr_look(const char* variable_path) {
+  path_text path;
+  qu_path_join(path, {variable_path, path_separator, macro_file_name});
+  return qu_file_readable(path) ? qd_macro_descr_read(variable_path) : nullptr;
 }
 
 int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor) {
@@ -140,9 +149,13 @@ int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descri
   require_alpha_count("qd_macro_descr_write", alpha_count, descriptor.slot_count());
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  file_stream stream(qu_file_open_f(path, write_binary));
-  if (!write_descriptor(stream.get(), descriptor, alpha_count)) return 0;
-  if (!stream.close()) return 0;
+  if (replaced_file file(path, write_binary); file) {
+    if (!write_descriptor(file.get(), descriptor, alpha_count) || !file.commit()) return 0;
+  } else {
+    // Where no new file can be made, opening the old one for writing tells why.
+    file_stream stream = qd_object_file_open(path, write_binary);
+    if (!stream || !write_descriptor(stream.get(), descriptor, alpha_count) || !stream.close()) return 0;
+  }
   qd_interrupt_add_object(variable_path, CHANGE_DESCRIPTION);
   return 1;
 }
@@ -222,7 +235,7 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   if (alpha != nullptr) alpha->reset(nullptr);
   const qd_selected_entry* entry = qd_entry(handle.entry);
   if (entry == nullptr || qd_two_files_available() == 0) return {};
-  macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
+  macro_descriptor descriptor(qd_macro_descr_look(entry->variable_path));
   if (!descriptor) return {};
 
   std::vector<std::int64_t> indices, slots;

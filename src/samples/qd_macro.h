@@ -25,8 +25,12 @@ struct qd_macro_descr {
 
 qd_macro_descr* qd_macro_descr_new(std::int64_t slots);
 qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor);
-// Null after a report if the file is corrupted; a file that can't be opened is fatal.
+// Null after a report if the file is corrupted; a file that can't be opened is fatal, unless another server
+// has deleted the variable: then null, and qd_object_gone() tells so.
 qd_macro_descr* qd_macro_descr_read(const char* variable_path);
+// 1 or 0. Other servers see the old file or the new one.
+// The same for a request, which only refuses what can't be read: null also if there is no file.
+qd_macro_descr* qd_macro_descr_look(const char* variable_path);
 int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor);
 
 // Owns a descriptor.
@@ -61,7 +65,8 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
                                                       string_list* alpha);
 std::vector<std::int64_t> qd_macro_indices(const char* directory, const char* file, const char* variable,
                                            std::int64_t* count, string_list* alpha);
-// 1, or 0 after a report. `alpha` holds one text per index, or is null.
+// 1, 0 after a report, or -1 when another server has deleted the variable since the caller's test. `alpha`
+// holds one text per index, or is null.
 int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
                                      std::int64_t count, const std::int64_t* indices,
                                      const char* const* alpha);

@@ -10,8 +10,7 @@
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "samples/qd_select.h"
-#include "store/qd_placement.h"
-#include "store/qd_tools.h"
+#include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
@@ -22,6 +21,9 @@ namespace qrd {
 namespace {
 
 constexpr char function[] = "qd_create_macro_variable_indices";
+
+// The result when another server has deleted the variable.
+constexpr int gone = -1;
 
 struct macro_target {
   path_text path;
@@ -69,23 +71,21 @@ class slot_table {
   std::vector<std::int64_t> slots_;
 };
 
-// Selecting the variable once puts a compressed data file back.
-bool find_target(const char* directory, const char* file, const char* variable, macro_target& target) {
+// 1, 0 or -1 as the operation.
+int find_target(const char* directory, const char* file, const char* variable, macro_target& target) {
   path_text file_path;
-  if (qd_file_path(directory, file, file_path) == 0) qu_fatal("%s: unknown file...", function);
-  if (qd_file_descriptor_read(file_path, target.file) == 0)
-    qu_fatal("%s: unable to read file descriptor", function);
-  if (qd_variable_path_in(file_path, variable, target.path) == 0)
-    qu_fatal("%s: unknown variable...", function);
-  selected_variable selected;
-  if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle) == 0) return false;
-  selected.deselect();
-
-  if (qd_variable_descriptor_read(target.path, target.variable) == 0)
-    qu_fatal("%s: unable to read the descriptor", function);
+  lookup_result found = qd_find_file(directory, file, file_path, target.file);
+  if (found == LOOKUP_FOUND)
+    found = qd_find<variable_level>(file_path, variable, target.path, target.variable);
+  if (found == LOOKUP_ABSENT) return gone;
+  if (found == LOOKUP_UNREADABLE) qu_fatal("%s: unable to read the descriptor", function);
   if (target.variable.type != VAR_MACRO) qu_fatal("%s: Not a Macro Variable...", function);
   qu_path_join(target.data_path, {target.path, path_separator, data_file_name});
-  return true;
+
+  // Selecting the variable once puts a compressed data file back.
+  selected_variable selected;
+  if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle) != 0) return 1;
+  return qd_folder_gone(target.path) ? gone : 0;
 }
 
 bool check_arguments(const new_indices& added) {
@@ -175,12 +175,16 @@ void report_full_disk(const char* directory, const char* file, const char* varia
   qu_message("       FILE PATH: >>>%s<<<\n\n", path);
 }
 
-void require_open_data_file(const macro_target& target) {
+// False if another server has deleted the variable.
+bool require_open_data_file(const macro_target& target) {
   if (qu_file_is_compressed(target.data_path) != 0 && qu_file_uncompress(target.data_path) != 1)
     qu_fatal("%s: cannot uncompress variable...", function);
-  if (!file_stream(qu_file_open_n(target.data_path, append_binary)))
+  if (!file_stream(qu_file_open_n(target.data_path, append_binary))) {
+    if (qd_folder_gone(target.path)) return false;
     qu_fatal("%s: DATAVAR open failed...", function);
+  }
   if (qd_selected_find(target.path) != nullptr) qu_fatal("%s: Macro Variable already selected", function);
+  return true;
 }
 
 // Bytes that the longer descriptor takes at most, and a block for each of the two files.
@@ -224,8 +228,9 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
                                      const char* const* alpha) {
   if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return 0;
   macro_target target;
-  if (!find_target(directory, file, variable, target)) return 0;
+  if (int found = find_target(directory, file, variable, target); found != 1) return found;
   macro_descriptor old(qd_macro_descr_read(target.path));
+  if (!old && qd_object_gone()) return gone;
   if (!old) qu_fatal("%s: No macro descriptor...", function);
 
   const new_indices added{count, indices, alpha};
@@ -244,12 +249,14 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
   if (!texts_are_distinct(texts, variable)) return 0;
   for (const std::string& text : texts) merged.alpha_indices.add(text.c_str(), name_size);
 
-  require_open_data_file(target);
+  if (!require_open_data_file(target)) return gone;
   int grown =
       grow_data_file(target, merged.slot_count() - old->slot_count(), descriptor_room(merged, texts.size()));
-  if (grown == 1) return qd_macro_descr_write(target.path, merged);
+  if (grown == 1 && qd_macro_descr_write(target.path, merged) != 0) return 1;
+  if (qd_folder_gone(target.path)) return gone;
+  if (grown == 1) return 0;
   report_full_disk(directory, file, variable, target.path);
-  if (grown == 0) qd_remove_object(target.path);
+  if (grown == 0) qd_remove_object<variable_level>(target.path, variable);
   return 0;
 }
 

@@ -91,7 +91,7 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
     std::int64_t from = range.file_sample(v, first);
     std::int64_t to = range.file_sample(v, last);
     double* place = values + v * n;
-    _qd_file_read_float_buffer(range.id(v), from, to, place);
+    if (_qd_file_read_float_buffer(range.id(v), from, to, place) == 0) return 0;
     if (entry.implicit == 0) _qd_file_decode(place, from, to, entry.bit_length, place);
   }
 

@@ -40,17 +40,18 @@ int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first,
 int qd_write_selection_free(std::int64_t io, const unsigned char* rows);
 // How many samples a selection leaves ("None": all); negative if that can't be told.
 std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
-// How many samples of a range a selection selects: -1 if it can't be selected, -2 without memory. A macro
-// selection counts at its column, or at slot 0 under its generic name.
-std::int64_t qd_selected_samples_count(const char* directory, const char* file, const char* selection,
-                                       std::int64_t first, std::int64_t last);
+// How many samples of a range a selected selection selects: -1 if it can't be bound, -2 without memory. A
+// macro selection counts at its column, or at slot 0 under its generic name.
+std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
+                                       std::int64_t last);
 // Set bits among the bits first to last (from 1, the top bit of the first byte).
 std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::int64_t last);
 
 // One selected entry, stored bytes: host byte order at 32 and 64 bits, that of the file otherwise. Reading
 // an implicit variable gives doubles. Decoding may work in place; encoding too, and without a source it
 // gives missing values. Writing changes the block. A data file that ends early gives missing samples at 16
-// bits and less, and is fatal otherwise.
+// bits and less, and is fatal otherwise. 0 only for the values of a
+// file that another server has just deleted.
 int _qd_file_read_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* destination);
 void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      double* destination);

@@ -1,5 +1,7 @@
 #include "samples/qd_select.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
@@ -26,6 +28,8 @@ namespace {
 // The last entry can be selected, but not bound into an io record.
 constexpr std::int64_t last_bindable_entry = table_slots - 1;
 
+constexpr char select_function[] = "qd_variable_select";
+
 double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
   switch (choice) {
     case UNIT_NONE:
@@ -36,14 +40,14 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
     case UNIT_DISTANCE:
       return record.format.length_flag != 0 ? distance_format.factor : 1.0;
   }
-  qu_fatal_number("qd_variable_select", 50);
+  qu_fatal_number(select_function, 50);
 }
 
 // Finds a variable under its exact name or, for a name with an index, under the generic one; one walk
 // looks for both. A variable that exists under the exact name, brackets included, is an ordinary variable:
 // its class is then 0.
-bool find_variable(const char* file_path, const char* variable, int& name_class, path_text& path,
-                   qd_variable_record& record) {
+lookup_result find_variable(const char* file_path, const char* variable, int& name_class, path_text& path,
+                            qd_variable_record& record) {
   name_text generic;
   qu_path_join(generic, {variable});
   if (name_class != 0) qd_macro_name_generic(generic);
@@ -60,21 +64,34 @@ bool find_variable(const char* file_path, const char* variable, int& name_class,
         }
         return false;
       });
-  if (end != walk_end::stopped) return found;
+  if (end != walk_end::stopped) return found ? LOOKUP_FOUND : qd_lookup_result(end);
   name_class = std::min(name_class, 0);
   record = seen;
   qu_path_join(path, {seen_path});
+  return LOOKUP_FOUND;
+}
+
+// The slot that a name of this class means. False if the variable has just gone.
+bool find_macro_slot(int name_class, const char* variable_path, const char* variable, std::int64_t& slot) {
+  slot = name_class;
+  if (name_class <= 0) return true;
+  macro_descriptor descriptor(qd_macro_descr_read(variable_path));
+  if (!descriptor && qd_object_gone()) return false;
+  slot = -1;
+  if (descriptor) slot = descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr));
+  if (slot < 0) qu_fatal_number(select_function, 51);
   return true;
 }
 
-// The slot that a name of this class means.
-std::int64_t macro_slot_of(int name_class, const char* variable_path, const char* variable) {
-  if (name_class <= 0) return name_class;
-  macro_descriptor descriptor(qd_macro_descr_read(variable_path));
-  std::int64_t slot = -1;
-  if (descriptor) slot = descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr));
-  if (slot < 0) qu_fatal_number("qd_variable_select", 51);
-  return slot;
+// What an earlier request has left selected may have been deleted by another server, and its number taken by
+// a new variable. The closed path of such an entry is no variable's any more.
+bool is_entry_of(qd_selected_entry& entry, const char* variable_path) {
+  if (std::strcmp(entry.variable_path, variable_path) != 0) return false;
+  struct stat status;
+  const bool deleted =
+      entry.stream != nullptr && fstat(fileno(entry.stream), &status) == 0 && status.st_nlink == 0;
+  if (deleted) entry.variable_path[0] = '\0';
+  return !deleted;
 }
 
 template <typename T>
@@ -84,13 +101,14 @@ int first_free_slot(T* const (&table)[table_slots], const char* function, int fu
   return static_cast<int>(slot - std::begin(table));
 }
 
-// Fills `stream` for a variable with a data file. False if its compressed form can't be put back.
+// Fills `stream` for a variable with a data file. False if its compressed form can't be put back, or if
+// another server has just deleted it.
 bool open_data_file(const char* variable_path, std::FILE*& stream) {
   path_text path;
   qu_path_join(path, {variable_path, path_separator, data_file_name});
   if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return false;
   stream = qd_data_file_open(path);
-  return true;
+  return stream != nullptr;
 }
 
 qd_selected_entry* new_entry() {
@@ -98,60 +116,14 @@ qd_selected_entry* new_entry() {
       qd_selected_entry;
 }
 
-qd_io& io_of(std::int64_t io, const char* function) {
-  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
-  return *tab_io[io - 1];
-}
-
-void release_buffer(scratch_buffer& buffer) {
-  qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), buffer.data, 1, buffer.capacity);
-  buffer = {};
-}
-
-}  // namespace
-
-int qd_two_files_available(const char* failed) {
-  if (qu_test_open_file(2) != 0) return 1;
-  qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
-  qu_message("         %s...\n\n", failed);
-  return 0;
-}
-
-int qd_free_entries() {
-  return static_cast<int>(std::count(std::begin(tab_selected), std::end(tab_selected), nullptr));
-}
-
-qd_selected_entry* qd_entry(std::int64_t id) {
-  return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
-}
-
-qd_selected_entry* qd_selected_find(const char* variable_path) {
-  for (qd_selected_entry* entry : tab_selected)
-    if (entry != nullptr && std::strcmp(entry->variable_path, variable_path) == 0) return entry;
-  return nullptr;
-}
-
-int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
-                       qd_variable_handle& handle) {
-  constexpr char function[] = "qd_variable_select";
-  handle = {};
-  if (qd_two_files_available() == 0) return 0;
-
-  path_text file_path;
-  qd_file_record file_record;
-  if (qd_find_file(directory, file, file_path, file_record) != LOOKUP_FOUND) qu_fatal_number(function, 10);
-  path_text variable_path;
-  qd_variable_record record;
-  int name_class = qd_macro_name_kind(variable);
-  if (!find_variable(file_path, variable, name_class, variable_path, record)) qu_fatal_number(function, 31);
-  qd_variable_handle selected;
-  selected.unit_factor = unit_factor_of(record, choice);
-  selected.macro_slot = macro_slot_of(name_class, variable_path, variable);
-
+// Gives the handle of a variable that was found its entry: an open one, or a new one.
+int select_found(const qd_variable_place& place, const char* directory, const char* file,
+                 const char* variable, const qd_file_record& file_record, const qd_variable_record& record,
+                 qd_variable_handle& selected, qd_variable_handle& handle) {
   // One entry, and so one stream, serves all the columns of a macro variable.
   for (int slot = 0; slot < table_slots; ++slot) {
     qd_selected_entry* open_entry = tab_selected[slot];
-    if (open_entry == nullptr || std::strcmp(open_entry->variable_path, variable_path) != 0) continue;
+    if (open_entry == nullptr || !is_entry_of(*open_entry, place.path)) continue;
     ++open_entry->reference_count;
     // An entry can outlive its request; another server may have added samples since.
     open_entry->sample_count = file_record.sample_count;
@@ -160,13 +132,13 @@ int qd_variable_select(const char* directory, const char* file, const char* vari
     return 1;
   }
 
-  int slot = first_free_slot(tab_selected, function, 70);
+  int slot = first_free_slot(tab_selected, select_function, 70);
   std::FILE* stream = nullptr;
-  if (record.implicit == 0 && !open_data_file(variable_path, stream)) return 0;
+  if (record.implicit == 0 && !open_data_file(place.path, stream)) return 0;
 
   qd_selected_entry* entry = new_entry();
-  qu_path_join(entry->variable_path, {variable_path});
-  qu_path_join(entry->file_path, {file_path});
+  qu_path_join(entry->variable_path, {place.path});
+  qu_path_join(entry->file_path, {place.file_path});
   qu_path_join(entry->directory_name, {directory});
   qu_path_join(entry->file_name, {file});
   qu_path_join(entry->variable_name, {variable});
@@ -187,6 +159,81 @@ int qd_variable_select(const char* directory, const char* file, const char* vari
   selected.entry = slot + 1;
   handle = selected;
   return 1;
+}
+
+qd_io& io_of(std::int64_t io, const char* function) {
+  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
+  return *tab_io[io - 1];
+}
+
+void release_buffer(scratch_buffer& buffer) {
+  qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), buffer.data, 1, buffer.capacity);
+  buffer = {};
+}
+
+}  // namespace
+
+int qd_two_files_available(const char* failed, const char* before) {
+  if (qu_test_open_file(2) != 0) return 1;
+  qu_report_too_many_files(failed, before);
+  return 0;
+}
+
+int qd_free_entries() {
+  return static_cast<int>(std::count(std::begin(tab_selected), std::end(tab_selected), nullptr));
+}
+
+qd_selected_entry* qd_entry(std::int64_t id) {
+  return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
+}
+
+qd_selected_entry* qd_selected_find(const char* variable_path) {
+  for (qd_selected_entry* entry : tab_selected)
+    if (entry != nullptr && std::strcmp(entry->variable_path, variable_path) == 0) return entry;
+  return nullptr;
+}
+
+int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
+                       qd_variable_handle& handle) {
+  handle = {};
+  if (qd_two_files_available() == 0) return 0;
+
+  qd_variable_place place;
+  qd_file_record file_record;
+  // What callers have found may be no more: another server may have deleted it since.
+  const lookup_result found = qd_find_file(directory, file, place.file_path, file_record);
+  if (found == LOOKUP_UNREADABLE) qu_fatal_number(select_function, 10);
+  if (found == LOOKUP_ABSENT) return 0;
+  qd_variable_record record;
+  int name_class = qd_macro_name_kind(variable);
+  switch (find_variable(place.file_path, variable, name_class, place.path, record)) {
+    case LOOKUP_FOUND:
+      break;
+    case LOOKUP_ABSENT:
+      return 0;
+    case LOOKUP_UNREADABLE:
+      qu_fatal_number(select_function, 31);
+  }
+  qd_variable_handle selected;
+  selected.unit_factor = unit_factor_of(record, choice);
+  if (!find_macro_slot(name_class, place.path, variable, selected.macro_slot)) return 0;
+  return select_found(place, directory, file, variable, file_record, record, selected, handle);
+}
+
+int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
+                          const char* variable, unit_choice choice, qd_variable_handle& handle) {
+  handle = {};
+  if (qd_two_files_available() == 0) return 0;
+  qd_file_record file_record;
+  qd_variable_record record;
+  if (qd_file_descriptor_read(place.file_path, file_record) == 0 ||
+      std::strcmp(file_record.name, file) != 0 || qd_variable_descriptor_read(place.path, record) == 0 ||
+      std::strcmp(record.name, variable) != 0)
+    return 0;
+  qd_variable_handle selected;
+  selected.unit_factor = unit_factor_of(record, choice);
+  selected.macro_slot = std::min(qd_macro_name_kind(variable), 0);
+  return select_found(place, directory, file, variable, file_record, record, selected, handle);
 }
 
 int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
@@ -211,9 +258,14 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
                         qd_variable_handle& handle) {
   handle = {};
   if (std::strcmp(selection, no_name) == 0) return 1;
-  qd_file_info info;
-  if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, &info) == 0) return 0;
-  if (qd_variable_select(directory, file, selection, UNIT_NONE, handle) == 0) return 0;
+  qd_variable_place place;
+  if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, nullptr, &place) == 0)
+    return 0;
+  // The place is that of the family: a column may also be a variable of its own.
+  const int selected = qd_macro_name_kind(selection) > 0
+                           ? qd_variable_select(directory, file, selection, UNIT_NONE, handle)
+                           : qd_variable_select_at(place, directory, file, selection, UNIT_NONE, handle);
+  if (selected == 0) return 0;
   // A descriptor that calls it computed has no bits to offer.
   if (qd_entry(handle.entry)->bit_length == 1) return 1;
   handle = qd_variable_deselect(handle);
@@ -306,6 +358,7 @@ int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
     const qd_selected_entry* entry = qd_entry(record.variables[v]);
     if (entry == nullptr) qu_fatal_number(function, 10);
     macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
+    if (!descriptor && qd_object_gone()) return 0;
     std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
     if (slot < 0) qu_fatal_number(function, 10);
     record.macro_slots[v] = slot;

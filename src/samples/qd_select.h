@@ -63,12 +63,19 @@ qd_selected_entry* qd_entry(std::int64_t id);
 // The open entry of a variable folder, or null.
 qd_selected_entry* qd_selected_find(const char* variable_path);
 
-// 1, or 0 after the report that too many files are open; `failed` says in capitals what fails by that.
-int qd_two_files_available(const char* failed = "FILE SYSTEM ACCESS FAILED");
+// What fails when the file system can't be asked.
+inline constexpr char access_failed[] = "FILE SYSTEM ACCESS FAILED";
+// 1 if two more files can be open, or 0 after the report that too many are.
+int qd_two_files_available(const char* failed = access_failed, const char* before = "");
 
-// 1, or 0 when too many files are open or the data file can't be decompressed.
+// 1, or 0 when too many files are open, the data file can't be decompressed or there is no such variable:
+// callers have tested that, but another server may delete it between the test and the selection.
 int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
                        qd_variable_handle& handle);
+// The same without a walk, for a variable whose own name was found at a place a moment ago: 0 also if another
+// variable has that place now.
+int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
+                          const char* variable, unit_choice choice, qd_variable_handle& handle);
 // The stored or computed coordinates of a file: dimension 2 or 3 and as many handles.
 int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
                           std::int64_t& dimension, qd_variable_handle (&handles)[3]);

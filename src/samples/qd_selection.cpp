@@ -113,20 +113,19 @@ std::int64_t qd_free_samples_count(const char* directory, const char* file, cons
   if (qd_info_file(directory, file, info, nullptr) == 0) return -1;
   if (info.sample_count <= 0) return 0;
   if (std::strcmp(selection, no_name) == 0) return info.sample_count;
-  return qd_selected_samples_count(directory, file, selection, 1, info.sample_count);
-}
-
-std::int64_t qd_selected_samples_count(const char* directory, const char* file, const char* selection,
-                                       std::int64_t first, std::int64_t last) {
   selected_variable selected;
   if (qd_selection_select(directory, file, selection, selected.handle) == 0) return -1;
-  const qd_selected_entry* entry = qd_entry(selected.handle.entry);
+  return qd_selected_samples_count(selected.handle, 1, info.sample_count);
+}
+
+std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
+                                       std::int64_t last) {
+  const qd_selected_entry* entry = qd_entry(selection.entry);
   // As a bound variable it needs a slot that can be bound, and a column that can be told.
-  if (entry == nullptr || !qd_can_be_bound(selected.handle) || entry->bit_length != 1 ||
-      last > entry->sample_count)
+  if (entry == nullptr || !qd_can_be_bound(selection) || entry->bit_length != 1 || last > entry->sample_count)
     return -1;
   io_record io;
-  io.id = qd_set_io({}, 1, &selected.handle);
+  io.id = qd_set_io({}, 1, &selection);
   checked_array<unsigned char> bits;
   std::int64_t row_bytes = 0;
   if (!bits.allocate(row_length(entry->sample_count))) return -2;

@@ -55,8 +55,12 @@ int server_answer_var_del(const char* /*request*/) {
   if (qd_variable_test(true, context.directory, context.file, context.variable) != 0)
     return refuse("Cannot get info on Variable %s", context.variable);
   selected_variable variable;
-  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) == 0)
-    return -1;
+  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) ==
+      0) {
+    // Clients get no answer when too many files are open; another server may have been faster, though.
+    if (qd_variable_test(true, context.directory, context.file, context.variable) == 0) return -1;
+    return refuse("Cannot get info on Variable %s", context.variable);
+  }
   qd_var_info info;
   const qd_selected_entry* entry = qd_entry(variable.handle.entry);
   if (qd_info_var_ident(variable.handle, info) == 0 || !can_change(entry->file_path) ||

@@ -99,10 +99,11 @@ bool write_grid(const qd_grid_record& grid, const axis_factors& factors) {
 // The names of the variables with a role in the file, as far as the client is told of them.
 class role_names {
  public:
-  explicit role_names(const qd_file_record& file)
-      : has_cores_(client_version >= cores_version && file.organisation == ORG_LINES_CORES),
+  // The client tells by the organisation which names follow: it must be the one that is sent.
+  role_names(std::int64_t organisation, const char* link_name)
+      : has_cores_(client_version >= cores_version && organisation == ORG_LINES_CORES),
         knows_line_name_(client_version >= line_name_version),
-        has_line_name_(file.organisation == ORG_POINTS && file.link_name[0] != '\0') {}
+        has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
 
   // False if a name that the answer needs can't be told.
   bool find() {
@@ -160,8 +161,11 @@ int server_answer_file_info(const char* /*request*/) {
   fault_info faults;
   const bool has_faults = qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == 0;
   if (!has_faults) faults = fault_info();
-  role_names names(file);
+  role_names names(info.organisation, file.link_name);
   if (!names.find()) {
+    // Clients get no answer when too many files are open; another server may have deleted the file, though.
+    if (qd_file_test(ORG_ANY, DIM_ANY, context.directory, context.file) == 1)
+      return refuse("Cannot get file info");
     server_debug(1, "Too much files opened to determine variable type.");
     return -1;
   }

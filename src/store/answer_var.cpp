@@ -69,13 +69,12 @@ int server_answer_var_set(const char* /*request*/) {
   if (!read_arguments(name)) return -1;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
-  if (qd_variable_test(false, context.directory, context.file, name.c_str()) != 0) {
+  qd_var_info info;
+  const int found = qd_variable_query(false, context.directory, context.file, name.c_str(), info);
+  if (found == nothing_told) return refuse("Error while getting Variable information");
+  if (found != 0) {
     return refuse("Not a valid Velmar variable: %s: %s/%s/%s", context.study, context.directory, context.file,
                   name.c_str());
-  }
-  qd_var_info info;
-  if (!qd_info_var_name(context.directory, context.file, name.c_str(), info)) {
-    return refuse("Error while getting Variable information");
   }
   if (info.type < VAR_FLOAT || info.type > VAR_MACRO) {
     return refuse("Unknown type (%d) for variable", info.type);

@@ -23,9 +23,9 @@ bool find_file(const char* directory_path, const char* file, path_text& path, qd
   return is_named(file) && qd_tested(qd_find<file_level>(directory_path, file, path, record)) == LOOKUP_FOUND;
 }
 
-bool find_variable(const char* file_path, const char* variable, qd_variable_record& record) {
+bool find_variable(const char* file_path, const char* variable, path_text& path, qd_variable_record& record) {
   return is_named(variable) &&
-         qd_tested(qd_look_for_variable(true, file_path, variable, record)) == LOOKUP_FOUND;
+         qd_tested(qd_look_for_variable(true, file_path, variable, path, record)) == LOOKUP_FOUND;
 }
 
 bool is_of_class(int wanted, const char* variable, const qd_variable_record& record) {
@@ -132,8 +132,9 @@ const char* class_line_in_capitals(int wanted) {
 
 int check_name_of_variable(int wanted, const char* directory, const char* file, const char* file_path,
                            const char* variable) {
+  path_text path;
   qd_variable_record record;
-  if (!find_variable(file_path, variable, record)) {
+  if (!find_variable(file_path, variable, path, record)) {
     qu_message("\n WARNING: CHECK YOUR PARAMETERS A NAME IS INCORRECT\n");
     qu_message("            DIRECTORY NAME: >>>%s<<<\n", directory);
     qu_message("                 FILE NAME: >>>%s<<<\n", file);
@@ -155,7 +156,7 @@ int check_name_of_variable(int wanted, const char* directory, const char* file, 
 
 int check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
                const char* selection, const char* text, path_text& path, qd_file_info* info) {
-  if (!qd_can_access("\n\n")) return 0;
+  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
   path_text directory_path;
   if (!find_directory(directory, directory_path)) return refuse_directory(text, directory);
   qd_file_record record;
@@ -170,8 +171,10 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
   }
   std::int64_t selected = -1;
   if (is_named(selection)) {
+    path_text variable_path;
     qd_variable_record variable;
-    if (!find_variable(path, selection, variable) || !is_of_class(CLASS_SELECTION, selection, variable)) {
+    if (!find_variable(path, selection, variable_path, variable) ||
+        !is_of_class(CLASS_SELECTION, selection, variable)) {
       qu_message("WARNING: Check your parameters this Variable");
       qu_message("-------  is not a Selection variable...");
       return refuse_variable(text, directory, file, "   BAD SELECTION NAME", selection);
@@ -179,7 +182,7 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
     if (info != nullptr) selected = qd_free_samples_count(directory, file, selection);
   }
   if (info == nullptr) return 1;
-  qd_fill_file_info(path, record, *info);
+  if (!qd_fill_file_info(path, record, *info)) return 0;
   if (selected >= 0) info->sample_count = selected;
   return 1;
 }
@@ -187,7 +190,7 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
 }  // namespace
 
 int qd_check_directory(const char* directory, const char* text) {
-  if (!qd_can_access("\n\n")) return 0;
+  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
   path_text path;
   return find_directory(directory, path) ? 1 : refuse_directory(text, directory);
 }
@@ -199,14 +202,15 @@ int qd_check_file(std::int64_t organisation, std::int64_t dimension, const char*
 }
 
 int qd_check_variable(variable_class wanted, const char* directory, const char* file, const char* selection,
-                      const char* variable, const char* text, qd_file_info* info) {
-  path_text file_path;
-  if (!check_file(ORG_ANY, DIM_ANY, directory, file, selection, text, file_path, info)) return 0;
+                      const char* variable, const char* text, qd_file_info* info, qd_variable_place* place) {
+  qd_variable_place found;
+  if (!check_file(ORG_ANY, DIM_ANY, directory, file, selection, text, found.file_path, info)) return 0;
   qd_variable_record record;
-  if (!find_variable(file_path, variable, record)) {
+  if (!find_variable(found.file_path, variable, found.path, record)) {
     qu_message("WARNING: Check your parameters a Variable Name is incorrect");
     return refuse_variable(text, directory, file, bad_variable, variable);
   }
+  if (place != nullptr) *place = found;
   if (is_of_class(wanted, variable, record)) return 1;
   qu_message("WARNING: Check your parameters this Variable");
   qu_message("%s", class_line(wanted));
@@ -215,7 +219,7 @@ int qd_check_variable(variable_class wanted, const char* directory, const char* 
 
 int qd_check_names(int level, int wanted_class, const char* directory, const char* file, const char* variable,
                    const char* const* names) {
-  if (!qd_can_access("\n\n")) return 0;
+  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
   path_text directory_path, file_path;
   if (!find_directory(directory, directory_path)) {
     qu_message("\n WARNING: CHECK YOUR PARAMETERS A NAME IS INCORRECT\n");

@@ -3,8 +3,10 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "store/qd_tools.h"
 #include "util/qu_string.h"
@@ -26,18 +28,34 @@ bool qd_folder_gone(const char* path) {
   return std::filesystem::symlink_status(path, error).type() == std::filesystem::file_type::not_found;
 }
 
+bool qd_object_lost(const char* object_path) {
+  return object_gone = qd_folder_gone(object_path);
+}
+
 void qd_descriptor_path(const char* object_path, path_text& path) {
   qu_path_join(path, {object_path, path_separator, "DESCR"});
+}
+
+file_stream qd_object_file_open(const char* path, file_mode mode) {
+  // Between a failed opening and the look at the folder its number may be taken by a new object.
+  constexpr int attempts = 3;
+  object_gone = false;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    file_stream stream(qu_file_open_n(path, mode));
+    if (stream) return stream;
+    if (errno != ENOENT) break;
+    path_text folder;
+    qu_path_join(folder, {path});
+    object_gone = qd_folder_gone(qu_file_dirname(folder, folder));
+    if (object_gone) return stream;
+  }
+  return file_stream(qu_file_open_f(path, mode));
 }
 
 file_stream qd_descriptor_open(const char* object_path) {
   path_text path;
   qd_descriptor_path(object_path, path);
-  file_stream stream(qu_file_open_n(path, read_binary));
-  // Only a failed opening pays for the question whether another server has deleted the object meanwhile.
-  object_gone = !stream && qd_folder_gone(object_path);
-  if (!stream && !object_gone) stream = file_stream(qu_file_open_f(path, read_binary));
-  return stream;
+  return qd_object_file_open(path, read_binary);
 }
 
 // The new fields go over the old ones and what was longer is cut off afterwards. The fields fit the
@@ -46,9 +64,9 @@ file_stream qd_descriptor_open(const char* object_path) {
 file_stream qd_descriptor_rewrite(const char* object_path) {
   path_text path;
   qd_descriptor_path(object_path, path);
+  object_gone = false;
   file_stream stream(qu_file_open_n(path, update_binary));
-  if (!stream) stream = file_stream(qu_file_open_f(path, write_binary));
-  return stream;
+  return stream ? std::move(stream) : qd_object_file_open(path, write_binary);
 }
 
 bool qd_descriptor_rewritten(file_stream& stream) {

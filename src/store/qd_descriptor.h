@@ -22,16 +22,21 @@ inline bool is_old_descriptor(std::int64_t version) {
 
 // True if another server has deleted a folder. One that can't be looked at counts as there.
 bool qd_folder_gone(const char* path);
+// The same for an object whose files could not be read or written; qd_object_gone() then tells it.
+bool qd_object_lost(const char* object_path);
 
 // The path of an object's descriptor.
 void qd_descriptor_path(const char* object_path, path_text& path);
 
-// The descriptor of an object, for reading. Without one the process ends, unless the object's whole
-// folder has gone since it was listed: then no stream, and qd_object_gone() tells so.
+// A file in the folder of an object. One that can't be opened ends the process, unless another server has
+// deleted the whole folder meanwhile: then no stream, and qd_object_gone() tells so.
+file_stream qd_object_file_open(const char* path, file_mode mode);
+
+// The descriptor of an object in the same way, for reading.
 file_stream qd_descriptor_open(const char* object_path);
 
 // The descriptor for writing, and the end of the writing: true if the new fields are all that the file
-// holds. A descriptor that can't be opened ends the process.
+// holds.
 file_stream qd_descriptor_rewrite(const char* object_path);
 bool qd_descriptor_rewritten(file_stream& stream);
 
@@ -41,6 +46,7 @@ template <typename MoveFields, typename Record>
 int qd_descriptor_write(const char* object_path, MoveFields move_fields, Record& record) {
   std::int64_t version = DESCRIPTOR_VERSION;
   file_stream stream = qd_descriptor_rewrite(object_path);
+  if (!stream) return 0;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
   return xdr && move_fields(xdr.get(), &version, record) && qd_descriptor_rewritten(stream);
 }

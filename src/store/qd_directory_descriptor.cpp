@@ -36,7 +36,7 @@ int qd_directory_descriptor_read(const char* path, name_text& name) {
   }
   stream.close();
   if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {
-    qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
+    if (!qd_object_lost(path)) qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
     return 0;
   }
   return 1;

@@ -155,12 +155,12 @@ int upgrade_file(const char* path, const qd_file_record& record) {
     path_text line_path;
     qu_path_join(line_path, {path, path_separator, line_file_name});
     if (!widen_lines(line_path, record)) {
-      qu_message("Line descriptor corrupted:\n%s", line_path);
+      if (!qd_object_lost(path)) qu_message("Line descriptor corrupted:\n%s", line_path);
       return 0;
     }
   }
   if (!qd_file_descriptor_write(path, record)) {
-    qu_message("Can't write new file descriptor");
+    if (!qd_object_lost(path)) qu_message("Can't write new file descriptor");
     return 0;
   }
   return 1;
@@ -184,7 +184,7 @@ int qd_file_descriptor_read(const char* path, qd_file_record& record) {
     done = qd_file_descriptor_write(path, record);
   }
   if (!done) {
-    qu_message("File descriptor corrupted:\n%s", path);
+    if (!qd_object_lost(path)) qu_message("File descriptor corrupted:\n%s", path);
     return 0;
   }
   // In memory only: the disk keeps what it had.

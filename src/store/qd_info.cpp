@@ -23,20 +23,10 @@ void fill(const qd_file_record& file, const qd_variable_record& variable, qd_var
   qu_format_copy(variable.format, info.format);
 }
 
-// Samples in the longest line of a lines file.
+// Samples in the longest line of a lines file, or -1 if the file has just gone.
 std::int64_t longest_line(const char* file_path, const qd_file_record& record) {
-  constexpr char function[] = "qd_info_file";
   std::vector<std::int64_t> offsets;
-  switch (qd_line_table_read(file_path, record, offsets)) {
-    case line_table_status::ok:
-      break;
-    case line_table_status::cannot_open:
-      qu_fatal_number(function, 3);
-    case line_table_status::cannot_read:
-      qu_fatal_number(function, 6);
-    case line_table_status::cannot_close:
-      qu_fatal_number(function, 7);
-  }
+  if (!qd_line_table_require(file_path, record, "qd_info_file", {3, 6, 7}, offsets)) return -1;
   std::int64_t longest = 0;
   for (std::size_t i = 1; i < offsets.size(); ++i) longest = std::max(longest, offsets[i] - offsets[i - 1]);
   return longest;
@@ -68,18 +58,19 @@ struct role_records {
 
 }  // namespace
 
-void qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
   info.organisation = record.organisation;
   info.dimension = record.dimension;
   info.sample_count = record.sample_count;
   info.line_count = record.line_count;
   info.longest_line = is_lines(record.organisation) ? longest_line(file_path, record) : 0;
+  return info.longest_line >= 0;
 }
 
 int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   constexpr char function[] = "qd_info_var_ident";
   info = qd_var_info();
-  if (!qd_can_access()) return 0;
+  if (!qd_two_files_available()) return 0;
   if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
   const qd_selected_entry* entry = tab_selected[handle.entry - 1];
   if (entry == nullptr) qu_fatal_number(function, 20);
@@ -101,19 +92,28 @@ int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
 }
 
 int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {
+  return qd_variable_query(false, directory, file, variable, info) == LOOKUP_FOUND;
+}
+
+int qd_variable_query(bool test_index, const char* directory, const char* file, const char* variable,
+                      qd_var_info& info, qd_file_info* file_info, qd_variable_place* place) {
   info = qd_var_info();
-  if (!qd_can_access()) return 0;
-  name_text name;
-  if (!qd_catalogue_name(variable, name)) return 0;
-  path_text file_path, path;
+  if (!qd_two_files_available()) return nothing_told;
+  qd_variable_place found;
   qd_file_record file_record;
   qd_variable_record record;
-  if (qd_find_variable(directory, file, name, file_path, file_record, path, record) != LOOKUP_FOUND) return 0;
+  lookup_result result = qd_look_for_file(directory, file, found.file_path, file_record);
+  if (result == LOOKUP_FOUND)
+    result = qd_look_for_variable(test_index, found.file_path, variable, found.path, record);
+  if (result != LOOKUP_FOUND) return qd_tested(result);
   // Whoever asks for the values next works with their place in the data file.
-  if (!qd_data_length_fits(file_record, record)) return 0;
+  if (!qd_data_length_fits(file_record, record)) return nothing_told;
+  if (file_info != nullptr && !qd_fill_file_info(found.file_path, file_record, *file_info))
+    return nothing_told;
+  if (place != nullptr) *place = found;
   fill(file_record, record, info);
   info.system = record.kind != KIND_PLAIN && record.implicit == 0;
-  return 1;
+  return 0;
 }
 
 int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
@@ -142,13 +142,13 @@ int qd_special_var_name(const char* directory, const char* file, int kind, name_
 
 int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
   info = qd_file_info();
-  if (!qd_can_access()) return 0;
+  if (!qd_two_files_available()) return 0;
   // The numbers 1 and 2 are left out: a file that is gone, or that can't be looked up, is the caller's to
   // refuse.
   path_text path;
   qd_file_record record;
   if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
-  qd_fill_file_info(path, record, info);
+  if (!qd_fill_file_info(path, record, info)) return 0;
   if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
   return 1;
 }

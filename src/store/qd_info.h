@@ -42,6 +42,12 @@ int qd_list_variables(const char* directory, const char* file, int mask, string_
 // 1, or 0 if the object can't be found or too many files are open.
 int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
 int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info);
+// One walk for all that a request asks of a variable: 0 all is told, 1 and 2 as qd_variable_test gives them,
+// or nothing_told of a variable that may be there. `file_info` and `place` may be null.
+inline constexpr int nothing_told = 3;
+int qd_variable_query(bool test_index, const char* directory, const char* file, const char* variable,
+                      qd_var_info& info, qd_file_info* file_info = nullptr,
+                      qd_variable_place* place = nullptr);
 // 0 found, 1 none, 2 unreadable.
 int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name);
 // All of them at once; those that the file doesn't have are empty. The result tells what such a name means:
@@ -66,7 +72,8 @@ enum variable_class : int {
   CLASS_NUMERICAL = 5
 };
 int qd_check_variable(variable_class wanted, const char* directory, const char* file, const char* selection,
-                      const char* variable, const char* text, qd_file_info* info);
+                      const char* variable, const char* text, qd_file_info* info,
+                      qd_variable_place* place = nullptr);
 int qd_check_names(int level, int wanted_class, const char* directory, const char* file, const char* variable,
                    const char* const* names);
 // 0 fits; 1 can't tell; 4 no directory; 5 no points file; 6 no such variable (the name becomes "None").

@@ -58,10 +58,18 @@ void forget_selected_below(const char* path) {
   }
 }
 
-int remove_with_selections(const char* path) {
-  int removed = qd_remove_object(path);
+template <typename Level>
+int remove_with_selections(const char* path, const char* name) {
+  int removed = qd_remove_object<Level>(path, name);
   if (removed != 0) forget_selected_below(path);
   return removed;
+}
+
+// The folder in which a new object has been prepared may have got its number after the look-up. If this holds
+// then that object is prepared where it belongs.
+bool is_still(const char* directory_path, const char* directory) {
+  name_text name;
+  return qd_directory_descriptor_read(directory_path, name) != 0 && std::strcmp(name, directory) == 0;
 }
 
 // A variable that a new file is made with.
@@ -197,7 +205,7 @@ int qd_delete_directory(const char* name) {
     name_directory(name);
     return 0;
   }
-  if (remove_with_selections(path) == 0) return 0;
+  if (remove_with_selections<directory_level>(path, name) == 0) return 0;
   qd_interrupt_add_modif(name, nullptr, nullptr, nullptr, CHANGE_DELETED);
   return 1;
 }
@@ -231,7 +239,13 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
   placement placed = placement::failed;
   {
     log_pause pause;
-    if (folder && write_file_files(folder.path(), record)) placed = folder.place(file_numbering);
+    if (folder && write_file_files(folder.path(), record) && is_still(directory_path, directory))
+      placed = folder.place(file_numbering);
+  }
+  if (placed == placement::failed && !is_still(directory_path, directory)) {
+    report_unexpected("DIRECTORY OF THE FILE TO BE CREATED", "IS NO MORE");
+    name_file(directory, name);
+    return 0;
   }
   switch (placed) {
     case placement::placed:
@@ -261,7 +275,7 @@ int qd_delete_file(const char* directory, const char* name) {
     return 0;
   }
   if (record.link_name[0] != '\0' && qd_delete_link(directory, name, true) == 0) return 0;
-  if (remove_with_selections(path) == 0) return 0;
+  if (remove_with_selections<file_level>(path, name) == 0) return 0;
   qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_DELETED);
   return 1;
 }

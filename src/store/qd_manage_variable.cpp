@@ -35,6 +35,22 @@ bool describes_file(std::int32_t kind) {
          kind == KIND_X_END || kind == KIND_Z_END || kind == KIND_LINE_NAME;
 }
 
+// Another server may have deleted the file, or have made it longer, while the variable was prepared for the
+// samples that it had.
+bool is_still(const char* file_path, const qd_file_record& record) {
+  qd_file_record now;
+  return qd_file_descriptor_read(file_path, now) != 0 && std::strcmp(now.name, record.name) == 0 &&
+         now.organisation == record.organisation && now.allocated_samples == record.allocated_samples;
+}
+
+// A column of a macro variable stands for all of them.
+bool is_variable_of(const qd_selected_entry& entry, const char* folder) {
+  qd_variable_record record;
+  name_text family;
+  return !qd_variable_descriptor_read(folder, record) || std::strcmp(record.name, entry.variable_name) == 0 ||
+         (qd_catalogue_name(entry.variable_name, family) && std::strcmp(record.name, family) == 0);
+}
+
 void log_change(const char* directory, const char* file, const char* variable, std::int32_t kind,
                 change_code code) {
   qd_interrupt_add_modif(directory, file, variable, nullptr, code);
@@ -89,8 +105,14 @@ int qd_create_variable(const char* directory, const char* file, const char* name
     log_pause pause;
     // A capacity that is no number of blocks comes from a damaged descriptor.
     bool is_capacity = filled >= 0 && filled % block_samples == 0;
-    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled))
+    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled) &&
+        is_still(file_path, file_record))
       placed = folder.place(variable_numbering);
+  }
+  if (placed == placement::failed && !is_still(file_path, file_record)) {
+    qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
+    name_variable(directory, file, name);
+    return 0;
   }
   switch (placed) {
     case placement::placed:
@@ -123,7 +145,9 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
     entry->stream = nullptr;
     if (!closed) qu_fatal_number(function, 26);
   }
-  if (qd_remove_object(entry->variable_path) == 0) qu_fatal_number(function, 30);
+  if (qd_remove_folder(entry->variable_path,
+                       [entry](const char* folder) { return is_variable_of(*entry, folder); }) == 0)
+    qu_fatal_number(function, 30);
   if (entry->reference_count > 1) qu_fatal_number(function, 60);
   log_change(entry->directory_name, entry->file_name, entry->variable_name, entry->kind, CHANGE_DELETED);
   return qd_variable_deselect(handle);

@@ -94,6 +94,19 @@ bool is_taken() {
   return errno == EEXIST || errno == ENOTEMPTY;
 }
 
+// Gives a folder its number back, or the next free one if that has been taken at this very moment. 1 or 0.
+int put_back(const std::string& folder, const char* path) {
+  const std::string_view place(path);
+  const std::size_t digits = place.find_last_not_of("0123456789") + 1;
+  std::int64_t number = 0;
+  std::from_chars(path + digits, path + place.size(), number);
+  const std::string prefix(place.substr(0, digits));
+  for (std::string target(place); qd_take_name(folder.c_str(), target.c_str()) != 0;
+       target = prefix + std::to_string(++number))
+    if (!is_taken()) return errno == ENOENT ? 1 : 0;  // gone with its parent
+  return 1;
+}
+
 }  // namespace
 
 int qd_take_name(const char* from, const char* to) {
@@ -152,14 +165,19 @@ placement prepared_object::place(const numbering& level) {
   return placement::numbers_used_up;
 }
 
-int qd_remove_object(const char* path) {
+int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
   path_text parent;
   qu_path_join(parent, {path});
   qu_file_dirname(parent, parent);
   constexpr int attempts = 100;
   for (int attempt = 0; attempt < attempts; attempt++) {
     std::string target = std::string(parent) + path_separator + working_name(being_deleted, attempt);
-    if (qd_take_name(path, target.c_str()) == 0) return qu_file_delete_tree(target.c_str(), true);
+    if (qd_take_name(path, target.c_str()) == 0) {
+      // A path that would be cut can't be looked into.
+      bool can_look = target.size() + longest_inner_path.size() < path_size;
+      if (!can_look || is_meant(target.c_str())) return qu_file_delete_tree(target.c_str(), true);
+      return put_back(target, path);
+    }
     if (errno == ENOENT) return 1;
     if (!is_taken()) return 0;
   }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -57,8 +58,9 @@ int qd_take_name(const char* from, const char* to);
 int qd_take_name_by_creation(const char* from, const char* to);
 
 // Takes a folder out of the catalogue and deletes it with all it holds. What another process has already
-// taken away is a success. 1, or 0 when it could not be renamed (nothing has changed then) or not all
-// could be deleted (it is out of the catalogue then).
-int qd_remove_object(const char* path);
+// taken away is a success: also where another object has taken its number since, which `is_meant` tells by
+// the files of the folder and which gets its place back. 1, or 0 when it could not be renamed (nothing has
+// changed then) or not all could be deleted (it is out of the catalogue then).
+int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant);
 
 }  // namespace qrd

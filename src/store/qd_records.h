@@ -99,6 +99,12 @@ struct qd_var_info {
   qd_format_record format;
 };
 
+// The folders in which a variable was found.
+struct qd_variable_place {
+  path_text file_path = "";
+  path_text path = "";
+};
+
 struct qd_file_info {
   std::int64_t organisation = ORG_POINTS;
   std::int64_t dimension = 2;

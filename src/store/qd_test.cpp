@@ -14,25 +14,14 @@ namespace {
 lookup_result find_index(const char* variable_path, const qd_variable_record& record, const char* variable) {
   if (record.type != VAR_MACRO) return LOOKUP_ABSENT;
   macro_descriptor descriptor(qd_macro_descr_read(variable_path));
-  if (!descriptor) return LOOKUP_UNREADABLE;
+  if (!descriptor) return qd_object_gone() ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
   return qd_macro_name_alpha_indice(*descriptor, variable, nullptr) > 0 ? LOOKUP_FOUND : LOOKUP_ABSENT;
 }
 
 }  // namespace
 
-void qd_report_no_access(const char* before) {
-  qu_message("%sWARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n", before);
-  qu_message("         FILE SYSTEM ACCESS FAILED...\n\n");
-}
-
-int qd_can_access(const char* before) {
-  if (qu_test_open_file(2) != 0) return 1;
-  qd_report_no_access(before);
-  return 0;
-}
-
 lookup_result qd_tested(lookup_result result) {
-  if (result == LOOKUP_UNREADABLE) qd_report_no_access();
+  if (result == LOOKUP_UNREADABLE) qu_report_too_many_files(access_failed);
   return result;
 }
 
@@ -49,10 +38,9 @@ lookup_result qd_look_for_file(const char* directory, const char* file, path_tex
 }
 
 lookup_result qd_look_for_variable(bool test_index, const char* file_path, const char* variable,
-                                   qd_variable_record& record) {
+                                   path_text& path, qd_variable_record& record) {
   name_text name;
   if (!qd_catalogue_name(variable, name)) return LOOKUP_ABSENT;
-  path_text path;
   const lookup_result result = qd_find<variable_level>(file_path, name, path, record);
   if (result != LOOKUP_FOUND || !test_index || qd_macro_name_kind(variable) <= 0) return result;
   return find_index(path, record, variable);
@@ -79,11 +67,11 @@ int qd_file_test(std::int64_t organisation, std::int64_t dimension, const char* 
 }
 
 int qd_variable_test(bool test_index, const char* directory, const char* file, const char* variable) {
-  path_text path;
+  path_text file_path, path;
   qd_file_record file_record;
-  lookup_result result = qd_look_for_file(directory, file, path, file_record);
+  lookup_result result = qd_look_for_file(directory, file, file_path, file_record);
   qd_variable_record record;
-  if (result == LOOKUP_FOUND) result = qd_look_for_variable(test_index, path, variable, record);
+  if (result == LOOKUP_FOUND) result = qd_look_for_variable(test_index, file_path, variable, path, record);
   return qd_tested(result);
 }
 
@@ -92,14 +80,14 @@ int qd_points_test(const char* directory, const char* file, char* variable) {
   path_text directory_path;
   lookup_result result = qd_tested(qd_look_for_directory(directory, directory_path));
   if (result != LOOKUP_FOUND) return result == LOOKUP_ABSENT ? no_directory : cannot_tell;
-  path_text path;
+  path_text path, variable_path;
   qd_file_record file_record;
   result = qd_tested(qd_find<file_level>(directory_path, file, path, file_record));
   if (result == LOOKUP_UNREADABLE) return cannot_tell;
   if (result == LOOKUP_ABSENT || file_record.organisation != ORG_POINTS) return no_points_file;
   if (variable == nullptr || std::strcmp(variable, no_name) == 0) return 0;
   qd_variable_record record;
-  result = qd_tested(qd_look_for_variable(true, path, variable, record));
+  result = qd_tested(qd_look_for_variable(true, path, variable, variable_path, record));
   if (result != LOOKUP_ABSENT) return result == LOOKUP_FOUND ? 0 : cannot_tell;
   std::strcpy(variable, no_name);
   return no_variable;

@@ -19,16 +19,17 @@ int qd_variable_path_in(const char* file_path, const char* variable, path_text& 
 // no object can have it, because it doesn't fit a descriptor.
 bool qd_catalogue_name(const char* variable, name_text& name);
 
-// 1 or 0 after a report. Reading rewrites an old version. A missing DESCR is fatal, unless the
-// object's folder has gone with it (another server deleted it): then 0 without a report, and
-// qd_object_gone tells so.
+// 1 or 0 after a report. Reading rewrites an old version. A DESCR that is missing or can't be written is
+// fatal, unless the object's folder has gone with it (another server deleted it): then 0 without a report,
+// and qd_object_gone tells so.
 int qd_directory_descriptor_read(const char* path, name_text& name);
 int qd_directory_descriptor_write(const char* path, const char* name);
 int qd_file_descriptor_read(const char* path, qd_file_record& record);
 int qd_file_descriptor_write(const char* path, const qd_file_record& record);
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record);
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record);
-// True if the last descriptor read failed because its object's folder is no longer there.
+// True if the last file of an object that was read or written could not be opened because its folder is no
+// longer there.
 bool qd_object_gone();
 
 // False if the data file of such a variable would be longer than 64 bits can tell.

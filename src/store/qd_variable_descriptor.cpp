@@ -150,7 +150,7 @@ int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
   bool done = read_fields(stream, path, &version, record);
   stream.close();
   if (done && is_old_descriptor(version)) done = qd_variable_descriptor_write(path, record);
-  if (!done) qu_message("Variable descriptor corrupted:\n%s\n", path);
+  if (!done && !qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
   return done ? 1 : 0;
 }
 

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "store/qd_descriptor.h"
+#include "store/qd_placement.h"
 #include "store/qd_records.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
@@ -59,16 +61,30 @@ template <typename Level, typename Visit>
 walk_end qd_walk(const char* parent, path_text& path, typename Level::record_type& record, Visit visit) {
   directory_listing listing(parent);
   if (!listing) return qd_unlisted(parent);
+  bool any_seen = false, any_gone = false;
   while (const char* entry = listing.next()) {
     if (!Level::is_entry(parent, entry)) continue;
     qu_path_join(path, {parent, path_separator, entry});
     if (!Level::read(path, record)) {
-      if (qd_object_gone()) continue;
-      return walk_end::unreadable;
+      if (!qd_object_gone()) return walk_end::unreadable;
+      any_gone = true;
+      continue;
     }
+    any_seen = true;
     if (visit(static_cast<const typename Level::record_type&>(record))) return walk_end::stopped;
   }
-  return walk_end::all_seen;
+  // What another server is just deleting as a whole must not look like a folder with few objects.
+  return (any_gone || !any_seen) && qd_folder_gone(parent) ? walk_end::parent_gone : walk_end::all_seen;
+}
+
+// Deletes the object of that path and name (see qd_remove_folder). A number that another object has taken
+// since the look-up is left alone.
+template <typename Level>
+int qd_remove_object(const char* path, const char* name) {
+  return qd_remove_folder(path, [name](const char* folder) {
+    typename Level::record_type record;
+    return !Level::read(folder, record) || std::strcmp(record.name, name) == 0;
+  });
 }
 
 // Results of a look-up; the values are those of the tests.

@@ -70,12 +70,18 @@ bool remove_entry(int parent, const std::string& name, const std::string& path) 
     qu_message("Unable to delete file \"%s\"", path.c_str());
     return false;
   }
-  int directory = openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (directory < 0) {
-    qu_message("Unable to delete file \"%s\"", path.c_str());
-    return false;
+  // Another process may have been making a file in it when it was listed.
+  constexpr int attempts = 5;
+  for (int attempt = 0; attempt < attempts; attempt++) {
+    int directory = openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (directory < 0) {
+      qu_message("Unable to delete file \"%s\"", path.c_str());
+      return false;
+    }
+    if (!empty_directory(directory, path)) return false;
+    if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) return true;
+    if (errno != ENOTEMPTY && errno != EEXIST) break;
   }
-  if (!empty_directory(directory, path)) return false;
   if (remove_patiently(parent, name.c_str(), AT_REMOVEDIR)) return true;
   qu_message("Unable to delete directory \"%s\"", path.c_str());
   return false;

@@ -39,9 +39,7 @@ class NewVariables : public testing::Test {
   }
   static std::string descriptor_of(const std::string& name, int type, int bits, int format, int width,
                                    int digits, const std::string& unit, double factor) {
-    bytes content;
-    content.i32(1100).text(name).i32(type).i32(0).i32(bits).i32(0);
-    return content.i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+    return variable_fields{name, type, 0, bits, 0, unit, factor, format, width, digits}.bytes_of();
   }
   sample_study study;
   request_session session;
@@ -126,28 +124,20 @@ class NewIndices : public NewVariables {
     set_current_variable("Grade[xxxxx]");
   }
   std::string macro() const { return read_file(study.file_path() + "/VARI.1/MACRO"); }
-  static std::string macro_of(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
-    bytes content;
-    content.i32(1100).i32(static_cast<int>(indices.size()));
-    for (int index : indices) content.i32(index);
-    content.i32(static_cast<int>(texts.size()));
-    for (const std::string& text : texts) content.text(text);
-    return content.str();
-  }
 };
 
 TEST_F(NewIndices, AreKeptInTheOrderOfTheirComing) {
-  EXPECT_EQ(macro(), macro_of({0}));
+  EXPECT_EQ(macro(), macro_bytes({0}));
   EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
-  EXPECT_EQ(macro(), macro_of({5, 3}));
+  EXPECT_EQ(macro(), macro_bytes({5, 3}));
   EXPECT_EQ(data(1).size(), 1024U);
   EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
   EXPECT_EQ(ask("CMACROADD", bytes().i32(0).i32(0).i32(0)), done()) << "nothing to add";
-  EXPECT_EQ(macro(), macro_of({5, 3}));
+  EXPECT_EQ(macro(), macro_bytes({5, 3}));
   // A column names the whole family.
   set_current_variable("Grade[3]");
   EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(9).i32(1).text("nine")), done());
-  EXPECT_EQ(macro(), macro_of({5, 3, 9}, {"5", "3", "nine"}));
+  EXPECT_EQ(macro(), macro_bytes({5, 3, 9}, {"5", "3", "nine"}));
 }
 
 TEST_F(NewIndices, RefusalsReadTheWholePacket) {

@@ -67,25 +67,6 @@ TEST(Append, DataFilesGrowOnlyWhenABlockIsFull) {
   EXPECT_EQ(read_file(study.file_path() + "/VARI.1/DATAVAR"), "");
 }
 
-TEST(Append, AnEmptyFileGetsAllItsBlocksAtOnce) {
-  sample_study study({.samples = 0});
-  auto variables = add_all_forms(study, 0);
-  ASSERT_EQ(qd_append_sample("Dir", "File", 1025), 1);
-  for (const auto& variable : variables)
-    EXPECT_EQ(read_file(variable.path + "/DATAVAR"), repeated(variable.block, 3));
-  EXPECT_EQ(read_file(study.file_path() + "/DESCR"), sample_study::descriptor_of({.samples = 1025}));
-}
-
-TEST(Append, SelectedVariablesSeeTheNewSamples) {
-  sample_study study({.samples = 512});
-  std::string path = study.add("V", VAR_FLOAT, 8, std::string(512, '\1'));
-  bound variable("V");
-  ASSERT_EQ(qd_append_sample("Dir", "File", 2), 1);
-  double values[2] = {7.0, 9.0};
-  ASSERT_NE(qd_write_float_free(variable.io(), SEL_MASKED, 513, 514, values), 0);
-  EXPECT_EQ(read_file(path + "/DATAVAR"), std::string(512, '\1') + "\x07\x09" + std::string(510, '\xFF'));
-}
-
 TEST(Append, ACompressedDataFileIsPutBackFirst) {
   sample_study study({.samples = 512});
   std::string data = noise(512, 5), path = study.add("V", VAR_FLOAT, 8, "");
@@ -242,12 +223,6 @@ TEST(Append, AFailedWriteTakesTheFileAwayAndNothingElse) {
   EXPECT_EQ(result, 0);
   EXPECT_FALSE(std::filesystem::exists(study.file_path()));
   EXPECT_EQ(read_file(study / "QRD/DIRE.1/bystander"), "stays");
-}
-
-TEST(AppendDeathTest, ProgrammingErrorsAreFatal) {
-  sample_study study({.samples = 1, .organisation = ORG_GRID, .nodes = {1, 1, 1}});
-  EXPECT_FATAL(qd_append_sample("Dir", "File", 0), "No 10 in function qd_append_sample");
-  EXPECT_FATAL(qd_append_sample("Dir", "File", 1), "No 25 in function st_append_sample");
 }
 
 }  // namespace

@@ -97,12 +97,6 @@ TEST(convert, no_source_fills_with_missing) {
   }
 }
 
-TEST(convert, a_bit_length_that_no_variable_has_is_fatal) {
-  double value = 1;
-  for (int bit_length : {0, 3, 24, 128, -8})
-    EXPECT_EXIT(_qd_file_decode(&value, 1, 1, bit_length, &value), testing::ExitedWithCode(1), "");
-}
-
 TEST(convert, bits_move_between_any_two_places) {
   const std::string source = noise(8, 7);
   for (int from = 0; from < 8; ++from)

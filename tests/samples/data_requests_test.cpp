@@ -226,10 +226,21 @@ TEST_F(data_requests, indices_of_a_macro) {
   EXPECT_EQ(client_.ask("CMACROALP"), refusal("Variable is not set"));
   EXPECT_EQ(client_.ask("CINDSET", bytes().i32(1).str()), refusal("Variable is not set"));
   EXPECT_EQ(current_context.indice, -1);
-  write_file(std::filesystem::path(macro_path_).parent_path() / "MACRO", "damaged");
+  const std::filesystem::path descriptor = std::filesystem::path(macro_path_).parent_path() / "MACRO";
   choose("M[xxxxx]");
-  EXPECT_EQ(client_.ask("CMACROIND"), refusal("Cannot get variable info"));
-  EXPECT_EQ(client_.ask("CINDSET", bytes().i32(7).str()), refusal("Cannot get variable info"));
+  for (bool is_there : {true, false}) {
+    if (is_there)
+      write_file(descriptor, "damaged");
+    else
+      std::filesystem::remove(descriptor);
+    EXPECT_EQ(client_.ask("CMACROIND"), refusal("Cannot get variable info"));
+    EXPECT_EQ(client_.ask("CMACROALP"), refusal("Cannot get variable info"));
+    EXPECT_EQ(client_.ask("CINDSET", bytes().i32(7).str()), refusal("Cannot get variable info"));
+    EXPECT_EQ(client_.ask("CINDASET", bytes().text("a").str()), refusal("Cannot get variable info"));
+    current_context.indice = 7;
+    EXPECT_EQ(client_.ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0).str()),
+              refusal("Cannot set macro indices for variable"));
+  }
 }
 
 TEST_F(data_requests, the_selection_is_set) {

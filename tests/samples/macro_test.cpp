@@ -16,31 +16,12 @@ TEST(macro_name, kind_and_number) {
     int kind;
     std::int64_t number;
   } const rows[] = {
-      {"Grade", 0, 0},
-      {"Grade[12]", 1, 12},
-      {"Grade[xxxxx]", -1, -1},
-      {"Grade{xxxxx}", -1, 0},
-      {"Grade{gold}", 2, 0},
-      {"Grade[99999]", 1, 99999},
-      {"Grade[100000]", 1, 0},
-      {"Grade[0]", 1, 0},
-      {"Grade[-1]", 1, 0},
-      {"Grade[1a]", 1, 0},
-      {"Grade[]", 1, 0},
-      {"[]", 0, 0},
-      {"[1]", 1, 1},
-      {"Grade12]", 0, 0},
-      {"Grade{12]", 0, 0},
-      {"Grade[12}", 0, 0},
-      {"Grade[xxxx]", 1, 0},
-      {"[xxxxx]", -1, -1},
-      {"a[1[22]", 1, 22},
-      {"Grade[00012]", 1, 12},
-      {"Grade[12] ", 0, 0},
-      {"", 0, 0},
-      {"{}}", 2, 0},
-      {"Grade[000012]", 1, 0},
-  };
+      {"Grade", 0, 0},       {"Grade[12]", 1, 12},       {"Grade[xxxxx]", -1, -1}, {"Grade{xxxxx}", -1, 0},
+      {"Grade{gold}", 2, 0}, {"Grade[99999]", 1, 99999}, {"Grade[100000]", 1, 0},  {"Grade[0]", 1, 0},
+      {"Grade[-1]", 1, 0},   {"Grade[1a]", 1, 0},        {"Grade[]", 1, 0},        {"[]", 0, 0},
+      {"[1]", 1, 1},         {"Grade12]", 0, 0},         {"Grade{12]", 0, 0},      {"Grade[xxxx]", 1, 0},
+      {"a[1[22]", 1, 22},    {"Grade[00012]", 1, 12},    {"Grade[12] ", 0, 0},     {"", 0, 0},
+      {"{}}", 2, 0},         {"Grade[000012]", 1, 0}};
   for (const auto& row : rows) {
     EXPECT_EQ(qd_macro_name_kind(row.name), row.kind) << row.name;
     EXPECT_EQ(qd_macro_name_indice(row.name), row.number) << row.name;
@@ -160,27 +141,6 @@ TEST_F(macro_file, what_does_not_hold_is_corrupted) {
               testing::ExitedWithCode(1), "");
   std::filesystem::remove(directory_ / "MACRO");
   EXPECT_EXIT(qd_macro_descr_read(path().c_str()), testing::ExitedWithCode(1), "");
-}
-
-TEST(macro_indices, come_sorted_with_their_texts) {
-  sample_study study({.samples = 4});
-  study.add_macro("G[xxxxx]", 8, std::string(512 * 5, 'a'), {50, 0, 3, -9, 7},
-                  {"fifty", "", "three", "nine", "seven"});
-  study.add_macro("N[xxxxx]", 8, std::string(512, 'a'), {0});
-  std::int64_t count = 0;
-  string_list alpha;
-  // A column's name stands for its family.
-  for (const char* name : {"G[xxxxx]", "G[50]", "G{gold}"}) {
-    EXPECT_EQ(qd_macro_indices("Dir", "File", name, &count, &alpha), (indices{3, 7, 50}));
-    EXPECT_EQ(count, 3);
-    ASSERT_EQ(alpha.count(), 3);
-    EXPECT_STREQ(alpha[0], "three");
-    EXPECT_STREQ(alpha[1], "seven");
-    EXPECT_STREQ(alpha[2], "fifty");
-  }
-  EXPECT_EQ(qd_macro_indices("Dir", "File", "N[xxxxx]", &count, &alpha), indices{});
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(alpha.count(), 0);
 }
 
 }  // namespace

@@ -65,49 +65,14 @@ TEST_F(Output, AVariableThatFitsIsKept) {
   EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), before);
 }
 
-TEST_F(Output, EachMismatchHasItsText) {
-  const qd_format_record plain = format_of(1.0, "", 0), metres = format_of(100.0, "m"),
-                         feet = format_of(30.48, "ft"), odd = format_of(7.0, "?"),
-                         yards = format_of(100.0, "yd");
-  expect_mismatch("Number", VAR_FLOAT, 1, nullptr, "          IS NOT A SELECTION VARIABLE...\n");
-  expect_mismatch("Text", VAR_FLOAT, 32, nullptr, "          IS NOT A FLOAT VARIABLE...\n");
+TEST_F(Output, AMismatchIsReported) {
+  const qd_format_record metres = format_of(100.0, "m"), feet = format_of(30.48, "ft");
   expect_mismatch("Grade[xxxxx]", VAR_FLOAT, 8, nullptr, "          IS NOT A FLOAT VARIABLE...\n");
   expect_mismatch("Number", VAR_FLOAT, 32, &metres, "          IS NOT A FLOAT LENGTH VARIABLE...\n");
-  expect_mismatch("Metres", VAR_FLOAT, 64, &plain,
-                  "          IS NOT A FLOAT VARIABLE (BUT A LENGTH ONE)...\n");
-  expect_mismatch("Number", VAR_MACRO, 32, nullptr, "          IS NOT A MACRO VARIABLE...\n");
-  expect_mismatch("Grade[xxxxx]", VAR_MACRO, 8, &metres, "          IS NOT A MACRO LENGTH VARIABLE...\n");
-  expect_mismatch("Number", VAR_CHAR, 24, nullptr, "          IS NOT AN ALPHANUMERIC VARIABLE...\n");
   expect_mismatch("Text", VAR_CHAR, 80, nullptr,
                   "          HAS A DIFFERENT NUMBER OF CHARACTERS (10) THAN NEEDED (3)...\n");
-  expect_mismatch("Metres", VAR_FLOAT, 64, &yards,
-                  "          HAS A DIFFERENT UNIT (m) THAN NEEDED (yd)...\n");
   expect_mismatch("Metres", VAR_FLOAT, 64, &feet,
                   "          HAS A DIFFERENT UNIT (Meter) THAN NEEDED (Foot)...\n");
-  expect_mismatch("Metres", VAR_FLOAT, 64, &odd, "          HAS A DIFFERENT UNIT THAN NEEDED...\n");
-}
-
-TEST_F(Output, AVariableWithoutUnitTakesTheWantedText) {
-  std::string path = study.file_path() + "/VARI.2/DESCR", before = read_file(path);
-  const qd_format_record grams = format_of(1.0, "g/t", 0);
-  EXPECT_EQ(ask(1, false, "Number", VAR_FLOAT, 32, &grams), "");
-  std::string unit = bytes().text("").f64(0.0).str();
-  EXPECT_EQ(read_file(path),
-            before.substr(0, before.size() - unit.size()) + bytes().text("g/t").f64(0.0).str());
-}
-
-TEST_F(Output, ColumnsOfAMacroAreNeitherMadeNorReplaced) {
-  std::string console = ask(0, false, "Grade[6]", VAR_FLOAT, 8);
-  EXPECT_EQ(console,
-            "\n WARNING: CHECK YOUR PARAMETERS THIS VARIABLE\n"
-            "          IS A MACRO VARIABLE WITH AN INCORRECT INDICE...\n\n"
-            "              DIRECTORY NAME: >>>Dir<<<\n"
-            "                   FILE NAME: >>>File<<<\n"
-            "           BAD VARIABLE NAME: >>>Grade[6]<<<\n\n\n");
-  console = ask(0, true, "Grade[4]", VAR_FLOAT, 8);
-  EXPECT_NE(console.find("          IS A MACRO VARIABLE WITH A CORRECT INDICE\n"
-                         "          BUT CANNOT BE DELETED AS A STANDARD VARIABLE\n\n"),
-            std::string::npos);
 }
 
 TEST_F(Output, AnExistingVariableIsReplacedUnlessItPlacesTheSamples) {
@@ -124,13 +89,6 @@ TEST_F(Output, AnExistingVariableIsReplacedUnlessItPlacesTheSamples) {
 TEST_F(Output, ABadNameIsNotMade) {
   EXPECT_NE(ask(0, true, "Fre{sh", VAR_FLOAT, 8), "");
   EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/VARI.9"));
-}
-
-using OutputDeathTest = Output;
-TEST_F(OutputDeathTest, NothingHasNoBits) {
-  qd_variable_handle handle;
-  EXPECT_FATAL(qd_new_old_var_select(false, "Dir", "File", "Fresh", VAR_FLOAT, UNIT_NONE, 0, nullptr, handle),
-               "qd_new_old_var_select: erroneous parameters");
 }
 
 }  // namespace

@@ -301,7 +301,10 @@ TEST(read_write, counts_what_a_selection_leaves) {
   EXPECT_EQ(qd_free_samples_count("None", "File", "S"), -1);
   EXPECT_EQ(qd_free_samples_count("Dir", "None", "S"), -1);
   EXPECT_EQ(qd_free_samples_count("Dir", "File", "wide"), -1);
-  EXPECT_EQ(qd_selected_samples_count("Dir", "File", "S", 4, 10), 3);
+  selected_variable selection;
+  ASSERT_EQ(qd_selection_select("Dir", "File", "S", selection.handle), 1);
+  EXPECT_EQ(qd_selected_samples_count(selection.handle, 4, 10), 3);
+  selection.deselect();
   study.set_shape({.samples = 0});
   EXPECT_EQ(qd_free_samples_count("Dir", "File", "S"), 0);
 }

@@ -10,7 +10,7 @@
 
 #include "samples/qd_select.h"
 #include "store/qd_init.h"
-#include "support/bytes.h"
+#include "support/descriptors.h"
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
@@ -42,23 +42,22 @@ class sample_study {
   ~sample_study() { qd_deselect_all(); }
 
   static std::string descriptor_of(const file_shape& shape) {
-    bytes descriptor;
-    descriptor.i32(1100).text("File").i32(shape.organisation).i32(shape.dimension);
-    descriptor.i32(shape.line_table.empty() ? 0 : static_cast<int>(shape.line_table.size()) - 1);
-    for (double value : shape.origin) descriptor.f64(value);
-    for (double value : shape.mesh) descriptor.f64(value);
-    for (int value : shape.nodes) descriptor.i32(value);
-    for (double value : shape.angles) descriptor.f64(value);
-    descriptor.text("").i64(shape.samples).i64((shape.samples + 511) / 512 * 512);
-    return descriptor.str();
+    file_fields fields = {.name = "File", .organisation = shape.organisation, .dimension = shape.dimension};
+    fields.lines = shape.line_table.empty() ? 0 : static_cast<int>(shape.line_table.size()) - 1;
+    for (std::size_t i = 0; i < 3; ++i) {
+      fields.lengths[i] = shape.origin[i];
+      fields.lengths[i + 3] = shape.mesh[i];
+      fields.nodes[i] = shape.nodes[i];
+      fields.angles[i] = shape.angles[i];
+    }
+    fields.samples = shape.samples;
+    fields.allocated = (shape.samples + 511) / 512 * 512;
+    return fields.bytes_of();
   }
 
   void set_shape(const file_shape& shape) {
     write_file(file_path() + "/DESCR", descriptor_of(shape));
-    if (shape.line_table.empty()) return;
-    bytes table;
-    for (std::int64_t entry : shape.line_table) table.i64(entry);
-    write_file(file_path() + "/LINE", table.str());
+    if (!shape.line_table.empty()) write_file(file_path() + "/LINE", line_table(shape.line_table));
   }
 
   std::string file_path() const { return directory_ / "QRD/DIRE.1/FILE.1"; }
@@ -68,19 +67,9 @@ class sample_study {
                   int implicit = 0, double factor = 0.0) {
     std::string path = file_path() + "/VARI." + std::to_string(++variables_);
     std::filesystem::create_directory(path);
-    write_file(path + "/DESCR", bytes()
-                                    .i32(1100)
-                                    .text(name)
-                                    .i32(type)
-                                    .i32(kind)
-                                    .i32(bit_length)
-                                    .i32(implicit)
-                                    .i32(2)
-                                    .i32(10)
-                                    .i32(2)
-                                    .text(factor == 0.0 ? "" : "m")
-                                    .f64(factor)
-                                    .str());
+    write_file(path + "/DESCR", variable_fields{name, type, kind, bit_length, implicit,
+                                                factor == 0.0 ? "" : "m", factor, 2, 10, 2}
+                                    .bytes_of());
     write_file(path + "/DATAVAR", data);
     return path;
   }
@@ -90,12 +79,7 @@ class sample_study {
   std::string add_macro(const std::string& name, int bit_length, std::string_view data,
                         const std::vector<int>& indices, const std::vector<std::string>& alpha = {}) {
     std::string path = add(name, VAR_MACRO, bit_length, data);
-    bytes macro;
-    macro.i32(1100).i32(static_cast<int>(indices.size()));
-    for (int index : indices) macro.i32(index);
-    macro.i32(static_cast<int>(alpha.size()));
-    for (const std::string& text : alpha) macro.text(text);
-    write_file(path + "/MACRO", macro.str());
+    write_file(path + "/MACRO", macro_bytes(indices, alpha));
     return path;
   }
 
