@@ -16,8 +16,8 @@ namespace {
 
 constexpr char read_failure[] = "Error while reading from network";
 constexpr char triangles_failure[] = "Error while reading triangles from network";
-// Arrays are filled by so many items while they arrive. Room that isn't touched yet costs nothing, and is taken
-// at once up to a bound, whatever count was announced.
+// Arrays are filled by so many items while they arrive. Room that isn't touched yet costs nothing, and is
+// taken at once up to a bound, whatever count was announced.
 constexpr std::int64_t array_step = 1 << 13;
 constexpr std::int64_t most_room = 1 << 25;
 
