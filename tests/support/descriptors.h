@@ -1,0 +1,80 @@
+// The descriptors of files and variables, built without the code under test.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+
+namespace qrd::test {
+
+// A file descriptor of any version. The defaults are those of an empty points file.
+struct file_fields {
+  std::string name = "File";
+  int organisation = 1;
+  int dimension = 3;
+  int lines = 0;
+  std::vector<double> lengths = {0, 0, 0, 0, 0, 0};  // x0, y0, z0, dx, dy, dz
+  std::vector<int> nodes = {0, 0, 0};
+  std::vector<double> angles = {0, 0, 0};
+  std::string link = "";
+  std::int64_t samples = 0;
+  std::int64_t allocated = 0;
+
+  std::string bytes_of(int version = 1100) const {
+    bytes b;
+    b.i32(version).text(name);
+    if (version < 520) b.i32(77);
+    b.i32(organisation).i32(dimension).i32(lines);
+    for (double value : lengths) b.f64(value);
+    for (int value : nodes) b.i32(value);
+    for (std::size_t i = 0; i < (version < 200 ? 2U : 3U); ++i) b.f64(angles[i]);
+    b.text(link);
+    if (version < 520) {
+      b.i32(88).i32(static_cast<int>(samples)).i32(static_cast<int>(allocated));
+    } else {
+      b.i64(samples).i64(allocated);
+    }
+    for (int i = 0; version < 1100 && i < (version < 900 ? 3 : 10); ++i) b.text("m");
+    return b.str();
+  }
+};
+
+// A variable descriptor of version 900 or later.
+struct variable_fields {
+  std::string name = "Var";
+  int type = 0;
+  int kind = 0;
+  int bit_length = 64;
+  int implicit = 0;
+  std::string unit = "";
+  double factor = 0.0;
+
+  int format = 2, width = 10, digits = 3;
+
+  std::string bytes_of(int version = 1100) const {
+    bytes b;
+    b.i32(version).text(name).i32(type).i32(kind).i32(bit_length).i32(implicit);
+    return b.i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+  }
+};
+
+// The table of a macro variable: its indices, and their texts if it has any.
+inline std::string macro_bytes(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+  bytes b;
+  b.i32(1100).i32(static_cast<int>(indices.size()));
+  for (int index : indices) b.i32(index);
+  b.i32(static_cast<int>(texts.size()));
+  for (const std::string& text : texts) b.text(text);
+  return b.str();
+}
+
+// The table of a lines file.
+inline std::string line_table(const std::vector<std::int64_t>& entries) {
+  bytes b;
+  for (std::int64_t entry : entries) b.i64(entry);
+  return b.str();
+}
+
+}  // namespace qrd::test
