@@ -48,7 +48,7 @@ std::int64_t number_word(std::string_view word, std::int64_t minimum, std::int64
   std::int64_t value = 0;
   auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
   bool whole = error == std::errc() && end == word.data() + word.size();
-  bool canonical = word.size() == 1 || word.substr(0, 1).find_first_of("0-") == word.npos;
+  bool canonical = word.size() == 1 || word.substr(0, 1).find_first_of("0-") == std::string_view::npos;
   return whole && canonical && value >= minimum && value <= maximum ? value : otherwise;
 }
 

@@ -33,8 +33,8 @@ request_session::~request_session() {
 }
 
 std::string request_session::ask(const char* request, std::string_view arguments) {
-  if (!arguments.empty() && send(client_end_, arguments.data(), arguments.size(), 0) !=
-                                static_cast<ssize_t>(arguments.size()))
+  if (!arguments.empty() &&
+      send(client_end_, arguments.data(), arguments.size(), 0) != static_cast<ssize_t>(arguments.size()))
     throw std::runtime_error("the arguments don't fit in the socket");
   status_ = server_answer(request);
   std::string reply;
