@@ -14,8 +14,6 @@ using test::bytes;
 using test::client_of;
 using test::scripted_server;
 
-constexpr std::int32_t whole_file = -1;
-
 std::string done() {
   return bytes().text("SDONE").str();
 }
@@ -129,111 +127,35 @@ TEST(Connection, RangesAreSentToVersionsThatKnowThem) {
   }
 }
 
-TEST(Connection, WholeFilesAndLines) {
-  scripted_server server({
-      {bytes().text("CREADVARF").i64(whole_file).i64(whole_file).i32(0).str(),
-       bytes().text("SDATAF").i64(1).f64(missing_value).f64(7).str()},
-      {bytes().text("CREADLINF").i32(4).str(), bytes().text("SDATAF").i32(1).f64(missing_value).f64(8).str()},
-      {bytes().text("CWRITLINF").i64(4).i64(1).f64(missing_value).f64(8).str(), done()},
-      {bytes()
-           .text("CWRITVARS")
-           .i64(whole_file)
-           .i64(whole_file)
-           .i64(3)
-           .raw("\1")
-           .repeat(1, 0)
-           .raw("\1")
-           .str(),
-       done()},
-      {bytes().text("CLFILECNT").str(), bytes().text("SLFILECNT").i32(2).i32(3).i32(5).str()},
-  });
-  connection client = client_of(server);
-  EXPECT_EQ(client.read_floats().values, std::vector<double>{7});
-  EXPECT_EQ(client.read_line(4).values, std::vector<double>{8});
-  client.write_line(4, std::vector<double>{8});
-  client.write_selection(std::vector<std::uint8_t>{1, 0, 1});
-  EXPECT_EQ(client.line_lengths(), (std::vector<std::int32_t>{3, 5}));
-  client.abandon();
+TEST(Connection, ANewStudyIsSentAsTheVersionKnowsIt) {
+  const bytes named = bytes().text("CSTUDYNEW").text("S");
+  for (std::int32_t old : {409, 400000, 400999})
+    expect_sent(
+        named.str(), [](auto& c) { c.new_study("S", "/p"); }, old);
+  for (std::int32_t newer : {410, 399999, 401000, newest_version})
+    expect_sent(
+        bytes(named).text("/p").str(), [](auto& c) { c.new_study("S", "/p"); }, newer);
 }
 
-TEST(Connection, CatalogueRequests) {
-  expect_sent(bytes().text("CUNITMODE").i32(1).str(), [](auto& c) { c.set_unit_mode(unit_mode::own); });
-  expect_sent(bytes().text("CUNITCR").text("m").text("ft").text("km").str(),
-              [](auto& c) { c.set_creation_units("m", "ft", "km"); });
+TEST(Connection, OptionalArguments) {
   expect_sent(bytes().text("CVARUNIT").i32(1).text("km").str(), [](auto& c) { c.set_variable_unit("km"); });
   expect_sent(bytes().text("CVARUNIT").i32(2).text("km").text("m").str(),
               [](auto& c) { c.set_variable_unit("km", "m"); });
-  expect_sent(bytes().text("CSTUDYNEW").text("S").text("/p").str(), [](auto& c) { c.new_study("S", "/p"); });
-  for (std::int32_t old : {409, 400000, 400999})
-    expect_sent(
-        bytes().text("CSTUDYNEW").text("S").str(), [](auto& c) { c.new_study("S", "/p"); }, old);
-  for (std::int32_t newer : {410, 399999, 401000})
-    expect_sent(
-        bytes().text("CSTUDYNEW").text("S").text("/p").str(), [](auto& c) { c.new_study("S", "/p"); }, newer);
-  expect_sent(bytes().text("CCOMSET").i32(2).i32(0).text("words").str(),
-              [](auto& c) { c.set_comment(comment_owner::file, "words"); });
+  // Two dimensions send two coordinates of each point.
+  expect_sent(bytes().text("CLFILEAPC").i32(1).i32(2).f64(5).f64(6).f64(1).f64(10).str(), [](auto& c) {
+    c.append_cores(2, {5, 6, 7}, std::vector<double>{1, 10});
+  });
+  expect_sent(bytes().text("CGFILENEW").text("G").i32(2).f64(10).f64(1).i32(4).f64(20).f64(2).i32(5).str(),
+              [](auto& c) {
+                c.new_grid("G", {2, {10, 20, 30}, {1, 2, 3}, 4, 5, 6});
+              });
   expect_sent(bytes().text("CVARCOMM").i32(0).text("words").str(),
               [](auto& c) { c.set_variable_comment("words"); });
-  expect_sent(bytes().text("CINDSET").i32(12).str(), [](auto& c) { c.set_index(12); });
-  expect_sent(bytes().text("CINDASET").text("gold").str(), [](auto& c) { c.set_index("gold"); });
   expect_sent(bytes().text("CMACROADD").i32(2).i32(1).i32(5).i32(3).i32(0).str(), [](auto& c) {
     c.add_macro_indices(std::vector<std::int32_t>{5, 3});
   });
   expect_sent(bytes().text("CMACROADD").i32(1).i32(1).i32(5).i32(1).text("five").str(),
               [](auto& c) { c.add_macro_indices(std::vector<std::int32_t>{5}, {{"five"}}); });
-}
-
-TEST(Connection, ListsWithAFilter) {
-  const std::string answer = bytes().text("SFILES").i32(0).str();
-  scripted_server server({
-      {bytes().text("CFILETLST").i32(-1).i32(-1).str(), answer},
-      {bytes().text("CFILETLST").i32(3).i32(2).str(), answer},
-      {bytes().text("CVARTLST").i32(-3).str(), bytes().text("SVARS").i32(1).text("inside").str()},
-      {bytes().text("CMACROALP").str(),
-       bytes().text("SMACROALP").i32(2).i32(3).i32(7).i32(1).text("a").text("b").str()},
-      {bytes().text("CMACROIND").str(), bytes().text("SMACROIND").i32(1).i32(3).str()},
-      {bytes().text("CCOMGET").i32(3).str(), bytes().text("SCOMMENT").text("words").str()},
-  });
-  connection client = client_of(server);
-  client.files(std::nullopt, std::nullopt);
-  client.files(organisation::grid, 2);
-  EXPECT_EQ(client.variables(variable_filter::selections), std::vector<std::string>{"inside"});
-  const macro_indices indices = client.macro_indices();
-  EXPECT_EQ(indices.numbers, (std::vector<std::int32_t>{3, 7}));
-  EXPECT_EQ(indices.names, (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(client.macro_index_numbers(), std::vector<std::int32_t>{3});
-  EXPECT_EQ(client.comment(comment_owner::variable), "words");
-  client.abandon();
-}
-
-TEST(Connection, FilesAreMadeAxisByAxis) {
-  const std::vector<double> places = {1, 2, 10, 20};
-  expect_sent(bytes().text("CPFILENEW").text("P").i64(2).i32(2).f64(1).f64(2).f64(10).f64(20).str(),
-              [&](auto& c) { c.new_points("P", 2, places); });
-  expect_sent(bytes().text("CPFILEAPP").i64(2).i32(2).f64(1).f64(2).f64(10).f64(20).str(),
-              [&](auto& c) { c.append_points(2, places); });
-  expect_sent(bytes().text("CLFILENEW").text("L").i32(3).str(), [](auto& c) { c.new_lines("L", 3); });
-  expect_sent(bytes().text("CLFILEAPP").i32(2).i32(2).f64(1).f64(2).f64(10).f64(20).str(),
-              [&](auto& c) { c.append_line(2, places); });
-  expect_sent(bytes().text("CLFILEAPC").i32(2).i32(2).f64(5).f64(6).f64(1).f64(2).f64(10).f64(20).str(),
-              [&](auto& c) {
-                c.append_cores(2, {5, 6, 7}, places);
-              });
-  expect_sent(bytes().text("CLFILEAPC").i32(1).i32(3).f64(5).f64(6).f64(7).f64(1).f64(2).f64(3).str(),
-              [](auto& c) {
-                c.append_cores(3, {5, 6, 7}, std::vector<double>{1, 2, 3});
-              });
-  expect_sent(bytes().text("GRIDMODR").f64(30).f64(10).f64(-5).str(),
-              [](auto& c) { c.set_grid_rotation(30, 10, -5); });
-
-  grid_geometry grid{2, {10, 20, 30}, {1, 2, 3}, 4, 5, 6};
-  bytes flat;
-  flat.text("CGFILENEW").text("G").i32(2).f64(10).f64(1).i32(4).f64(20).f64(2).i32(5);
-  expect_sent(flat.str(), [&](auto& c) { c.new_grid("G", grid); });
-  grid.dimension = 3;
-  bytes solid;
-  solid.text("CGFILENEW").text("G").i32(3).f64(10).f64(1).i32(4).f64(20).f64(2).i32(5).f64(30).f64(3).i32(6);
-  expect_sent(solid.str(), [&](auto& c) { c.new_grid("G", grid); });
 }
 
 TEST(Connection, NewVariablesSendTheirUnitAsTheVersionKnowsIt) {

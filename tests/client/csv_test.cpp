@@ -67,12 +67,6 @@ TEST(CsvTable, TellsWhatIsWrong) {
   EXPECT_EQ(table.rows(), 0U);
 }
 
-TEST(CsvTable, ViewsSurviveAMove) {
-  csv_table table("a\nx\n");
-  const csv_table moved(std::move(table));
-  EXPECT_EQ(cells(moved, "a"), std::vector<std::string>{"x"});
-}
-
 TEST(CsvWriter, QuotesWhatNeedsIt) {
   EXPECT_EQ(written({{"a", "b,c", "d\"e", "f\ng"}, {"", "", "", " "}}),
             "a,\"b,c\",\"d\"\"e\",\"f\ng\"\n,,, \n");

@@ -10,12 +10,6 @@
 namespace qrd::test {
 namespace {
 
-std::string table_of(const std::vector<std::int64_t>& entries) {
-  bytes table;
-  for (std::int64_t entry : entries) table.i64(entry);
-  return table.str();
-}
-
 TEST(Lines, ATableIsReadAndChecked) {
   temporary_directory folder;
   qd_file_record record;
@@ -28,28 +22,21 @@ TEST(Lines, ATableIsReadAndChecked) {
     write_file(folder / "DESCR", "");  // can't tell that the file has changed
     return qd_line_table_read(folder.path().c_str(), record, offsets);
   };
-  EXPECT_EQ(read(table_of({1, 4, 6, 10})), line_table_status::ok);
+  EXPECT_EQ(read(line_table({1, 4, 6, 10})), line_table_status::ok);
   EXPECT_EQ(offsets, (std::vector<std::int64_t>{1, 4, 6, 10}));
-  EXPECT_EQ(read(table_of({1, 4, 4, 10, 77})), line_table_status::ok) << "an empty line, bytes behind";
+  EXPECT_EQ(read(line_table({1, 4, 4, 10, 77})), line_table_status::ok) << "an empty line, bytes behind";
   const std::vector<std::int64_t> wrong[] = {{1, 4, 6, 9},  {1, 4, 6, 11},  {2, 4, 6, 10}, {0, 4, 6, 10},
                                              {1, 6, 4, 10}, {1, 4, 11, 10}, {1, 4, 10},    {}};
   for (const auto& entries : wrong) {
-    EXPECT_EQ(read(table_of(entries)), line_table_status::cannot_read);
+    EXPECT_EQ(read(line_table(entries)), line_table_status::cannot_read);
     EXPECT_TRUE(offsets.empty());
   }
   for (std::int64_t lines : {INT64_MAX, std::int64_t{1} << 60, std::int64_t{-1}}) {
     record.line_count = lines;
-    EXPECT_EQ(read(table_of({1, 4, 6, 10})), line_table_status::cannot_read) << lines;
+    EXPECT_EQ(read(line_table({1, 4, 6, 10})), line_table_status::cannot_read) << lines;
   }
   std::filesystem::remove(folder / "LINE");
   EXPECT_EQ(qd_line_table_read(folder.path().c_str(), record, offsets), line_table_status::cannot_open);
-}
-
-TEST(Lines, ANewTableHasOneEntry) {
-  temporary_directory folder;
-  ASSERT_EQ(qd_line_table_create(folder.path().c_str()), 1);
-  EXPECT_EQ(read_file(folder / "LINE"), std::string("\0\0\0\0\0\0\0\1", 8));
-  EXPECT_EQ(qd_line_table_create((folder / "missing").c_str()), 0);
 }
 
 TEST(LinesDeathTest, LineLengthsNeedALinesFileWithItsTable) {
@@ -57,7 +44,7 @@ TEST(LinesDeathTest, LineLengthsNeedALinesFileWithItsTable) {
   sample_study study({.samples = 5, .organisation = ORG_LINES_CORES, .line_table = {1, 4, 6}});
   ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), 1);
   EXPECT_EQ(counts, (std::vector<std::int64_t>{3, 2}));
-  write_file(study.file_path() + "/LINE", table_of({1, 4, 7}));
+  write_file(study.file_path() + "/LINE", line_table({1, 4, 7}));
   EXPECT_FATAL(qd_samples_per_line("Dir", "File", counts), "No 5 in function qd_samples_per_line");
   std::filesystem::remove(study.file_path() + "/LINE");
   EXPECT_FATAL(qd_samples_per_line("Dir", "File", counts), "No 3 in function qd_samples_per_line");

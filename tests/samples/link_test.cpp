@@ -41,28 +41,15 @@ class linked_study : public sample_study {
  private:
   static std::string descriptor(const std::string& name, int organisation, int lines, const std::string& link,
                                 std::int64_t samples) {
-    bytes content;
-    content.i32(1100).text(name).i32(organisation).i32(3).i32(lines);
-    for (int i = 0; i < 6; ++i) content.f64(0.0);
-    for (int i = 0; i < 3; ++i) content.i32(0);
-    for (int i = 0; i < 3; ++i) content.f64(0.0);
-    return content.text(link).i64(samples).i64(512).str();
+    file_fields fields = {.name = name, .organisation = organisation, .lines = lines, .link = link};
+    fields.samples = samples;
+    fields.allocated = 512;
+    return fields.bytes_of();
   }
   static void write(const std::string& path, const std::string& content) {
     write_file(path + "/DESCR", content);
   }
 };
-
-TEST(Link, BothSidesHoldTheOther) {
-  linked_study study;
-  qd_create_link("Dir", "Holes", "Collars");
-  study.expect_links("Holes", "Collars");
-  name_text partner = "";
-  EXPECT_EQ(qd_get_link("Dir", "Holes", partner), 0);
-  EXPECT_STREQ(partner, "Collars");
-  EXPECT_EQ(qd_get_link("Dir", "Collars", partner), 0);
-  EXPECT_STREQ(partner, "Holes");
-}
 
 TEST(Link, ADeletionEndsBothSidesFromEither) {
   for (const char* side : {"Holes", "Collars"}) {
@@ -147,21 +134,6 @@ TEST_F(LineName, EverySampleNeedsANameOfItsOwn) {
     EXPECT_EQ(console, each.console);
     EXPECT_EQ(read_file(path + "/DESCR"), before);
   }
-}
-
-TEST_F(LineName, OnlyATextOfALinkedPointsFileWillDo) {
-  std::string console;
-  study.add("Number", VAR_FLOAT, 8, std::string(512, '\1'));
-  EXPECT_EQ(make("Number", &console), 1);
-  EXPECT_NE(console.find("You can only modify an Alphanumerical variable into Line Name Variable.\n"),
-            std::string::npos);
-  study.add_names("Name", "ab");
-  study.write_links("", "");
-  EXPECT_EQ(make("Name", &console), 1);
-  EXPECT_EQ(console, "You cannot have a Line Name variable in a not linked Points file.\n");
-  console = console_of([] { EXPECT_EQ(qd_var_as_line_name("Dir", "Holes", "Name"), 1); });
-  EXPECT_EQ(console,
-            "You can only modify an Alphanumerical variable into Line Name Variable of a Points file\n\n");
 }
 
 }  // namespace

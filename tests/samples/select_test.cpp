@@ -30,14 +30,7 @@ TEST(select, a_variable_has_one_entry_with_a_count) {
   const qd_selected_entry* entry = qd_entry(1);
   EXPECT_EQ(entry->reference_count, 2);
   EXPECT_EQ(entry->variable_path, path);
-  EXPECT_EQ(entry->file_path, study.file_path());
-  EXPECT_STREQ(entry->directory_name, "Dir");
-  EXPECT_STREQ(entry->file_name, "File");
-  EXPECT_STREQ(entry->variable_name, "V");
-  EXPECT_EQ(entry->bit_length, 16);
   EXPECT_EQ(entry->bytes_per_sample, 2);
-  EXPECT_EQ(entry->sample_count, 10);
-  EXPECT_EQ(entry->grid.nx, 0);
   EXPECT_NE(entry->stream, nullptr);
   deselect(first);
   EXPECT_EQ(tab_selected[0]->reference_count, 1);
@@ -100,16 +93,6 @@ TEST(select, unit_factor_by_choice) {
   unit_flag = 1;
 }
 
-TEST(select, a_computed_variable_has_no_stream_and_the_grid) {
-  sample_study study({.samples = 6, .organisation = ORG_GRID, .nodes = {1, 2, 3}});
-  study.add("broken", VAR_FLOAT, 8, "", KIND_X, 1);
-  qd_variable_handle handle = select("broken");
-  EXPECT_EQ(qd_entry(handle.entry)->stream, nullptr);
-  EXPECT_EQ(qd_entry(handle.entry)->bit_length, 64);
-  EXPECT_EQ(qd_entry(handle.entry)->grid.nz, 3);
-  deselect(handle);
-}
-
 TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   sample_study study({.samples = 4});
   const std::string good = study.add("good", VAR_FLOAT, 8, "") + "/DATAVAR";
@@ -127,103 +110,6 @@ TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   EXPECT_EQ(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle), 0);
   EXPECT_EQ(handle.entry, 0);
   EXPECT_EQ(tab_selected[0], nullptr);
-}
-
-TEST(select, selections) {
-  sample_study study({.samples = 4});
-  study.add("sel", VAR_FLOAT, 1, std::string(64, '\0'));
-  study.add("wide", VAR_FLOAT, 8, std::string(512, '\0'));
-  study.add("computed", VAR_FLOAT, 1, "", KIND_SAMPLE_NUMBER, 1);
-  study.add_macro("sels[xxxxx]", 1, std::string(64, '\0'), {3});
-  qd_variable_handle handle;
-  EXPECT_EQ(qd_selection_select("Dir", "File", "None", handle), 1);
-  EXPECT_EQ(handle.entry, 0);
-  for (const char* name : {"sel", "sels[3]"}) {
-    EXPECT_EQ(qd_selection_select("Dir", "File", name, handle), 1) << name;
-    EXPECT_NE(handle.entry, 0);
-    deselect(handle);
-  }
-  for (const char* name : {"wide", "computed", "absent", "sels[4]"}) {
-    EXPECT_EQ(qd_selection_select("Dir", "File", name, handle), 0) << name;
-    EXPECT_EQ(handle.entry, 0) << name;
-  }
-  EXPECT_EQ(tab_selected[0], nullptr);
-}
-
-TEST(select, coordinates_by_kind) {
-  sample_study study({.samples = 4});
-  std::int64_t dimension = 0;
-  qd_variable_handle handles[3];
-  EXPECT_FATAL(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), "No 1 in function");
-  study.add("east", VAR_FLOAT, 64, "", KIND_X);
-  EXPECT_FATAL(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), "No 2 in function");
-  study.add("north", VAR_FLOAT, 64, "", KIND_Y);
-  ASSERT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), 1);
-  EXPECT_EQ(dimension, 2);
-  EXPECT_STREQ(qd_entry(handles[1].entry)->variable_name, "north");
-  EXPECT_EQ(handles[2].entry, 0);
-  qd_variable_handle all[3];
-  study.add("height", VAR_FLOAT, 64, "", KIND_Z);
-  ASSERT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, all), 1);
-  EXPECT_EQ(dimension, 3);
-  EXPECT_STREQ(qd_entry(all[2].entry)->variable_name, "height");
-  for (qd_variable_handle* set : {handles, all})
-    for (int i = 0; i < 3; ++i) deselect(set[i]);
-}
-
-TEST(select, what_an_io_record_takes) {
-  sample_study study({.samples = 4});
-  study.add("V", VAR_FLOAT, 8, "");
-  study.add("T", VAR_CHAR, 16, "");
-  study.add("S", VAR_FLOAT, 1, "");
-  study.add_macro("G[xxxxx]", 8, "", {4, 7});
-  qd_variable_handle variable = select("V"), text = select("T"), selection = select("S");
-  qd_variable_handle generic = select("G[xxxxx]"), column = select("G[7]");
-  const qd_variable_handle unknown{9, 1.0, 0}, none;
-
-  qd_variable_handle group[3] = {variable, generic, column};
-  std::int64_t io = qd_set_io(selection, 3, group);
-  ASSERT_EQ(io, 1);
-  EXPECT_EQ(tab_io[0]->variables, (std::vector<std::int64_t>{1, 4, 4}));
-  EXPECT_EQ(tab_io[0]->macro_slots, (std::vector<std::int64_t>{0, 0, 1}));
-  EXPECT_EQ(tab_io[0]->macro_generic, (std::vector<std::int64_t>{0, 1, 0}));
-  EXPECT_EQ(tab_io[0]->selection, 3);
-  EXPECT_EQ(qd_set_macro_indices_in_io(io, 7), 1);
-  EXPECT_EQ(tab_io[0]->macro_slots[1], 1);
-  EXPECT_FATAL(qd_set_macro_indices_in_io(io, 5), "No 10 in function qd_set_macro_indices_in_io");
-  EXPECT_EQ(qd_free_io(io), 0);
-  EXPECT_EQ(tab_io[0], nullptr);
-  EXPECT_EQ(qd_free_io(0), 0);
-  EXPECT_FATAL(qd_free_io(1), "No 10 in function qd_free_io");
-  EXPECT_FATAL(qd_free_io(513), "No 10 in function qd_free_io");
-
-  io = qd_set_io(none, 1, &variable);
-  EXPECT_EQ(
-      console_of([&] { EXPECT_EQ(qd_set_macro_indices_in_io(io, 3), 0); }),
-      "PROGRAMMING ERROR in qd_set_macro_indices_in_io:\nThe given macro index (3) has not been found\n\n");
-  qd_free_io(io);
-
-  qd_variable_handle mixed[2] = {variable, text};
-  EXPECT_FATAL(qd_set_io(none, 0, &variable), "No 11 in function qd_set_io");
-  EXPECT_FATAL(qd_set_io(none, 1, &unknown), "No 15 in function qd_set_io");
-  EXPECT_FATAL(qd_set_io(none, 1, &none), "No 15 in function qd_set_io");
-  EXPECT_FATAL(qd_set_io(none, 2, mixed), "No 21 in function qd_set_io");
-  EXPECT_FATAL(qd_set_io(generic, 1, &variable), "No 30 in function qd_set_io");
-  EXPECT_FATAL(
-      {
-        qu_path_join(tab_selected[1]->file_path, {"elsewhere"});
-        tab_selected[1]->type = VAR_FLOAT;
-        qd_set_io(none, 2, mixed);
-      },
-      "No 20 in function qd_set_io");
-  EXPECT_FATAL(
-      {
-        qu_path_join(tab_selected[2]->file_path, {"elsewhere"});
-        qd_set_io(selection, 1, &variable);
-      },
-      "No 25 in function qd_set_io");
-  EXPECT_FATAL(qd_variable_deselect(unknown), "No 20 in function qd_variable_deselect");
-  EXPECT_FATAL(qd_variable_deselect({513, 1.0, 0}), "No 10 in function qd_variable_deselect");
 }
 
 TEST(select, the_tables_end) {

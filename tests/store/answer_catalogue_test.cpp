@@ -9,17 +9,10 @@
 #include "support/console.h"
 #include "support/request_session.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::bytes;
-using test::catalogue_tree;
-using test::done;
-using test::file_fields;
-using test::refusal;
-using test::variable_fields;
-using test::write_file;
 
 class catalogue_requests : public testing::Test {
  protected:
@@ -64,27 +57,8 @@ class catalogue_requests : public testing::Test {
   static std::string exists(int value) { return bytes().text("SEXIST").i32(value).str(); }
 
   catalogue_tree tree;
-  test::request_session session;
+  request_session session;
 };
-
-TEST_F(catalogue_requests, need_what_lies_above) {
-  select(no_name);
-  EXPECT_EQ(ask("CDIRLST"), refusal("Study is not set"));
-  EXPECT_EQ(session.status(), -1);
-  EXPECT_EQ(ask("CDIRXIST", "Soil"), refusal("Study is not set"));
-  EXPECT_EQ(ask("CDIRSET", "Soil"), refusal("Study is not set"));
-  select("Study");
-  EXPECT_EQ(ask("CFILELST"), refusal("Directory is not set"));
-  EXPECT_EQ(session.ask("CFILETLST", bytes().i32(-1).i32(-1).str()), refusal("Directory is not set"));
-  EXPECT_EQ(session.ask("CFILETLST", bytes().i32(9).i32(7).str()), refusal("Unknown file type (9) for file"));
-  EXPECT_EQ(ask("CFILEXIST", "points"), refusal("Directory is not set"));
-  EXPECT_EQ(ask("CFILESET", "points"), refusal("Directory is not set"));
-  select("Study", "Soil");
-  EXPECT_EQ(ask("CVARLST"), refusal("File is not set"));
-  EXPECT_EQ(session.ask("CVARTLST", bytes().i32(-1).str()), refusal("File is not set"));
-  EXPECT_EQ(ask("CVARXIST", "zinc"), refusal("File is not set"));
-  EXPECT_EQ(ask("CVARSET", "zinc"), refusal("File is not set"));
-}
 
 TEST_F(catalogue_requests, serve_directories) {
   EXPECT_EQ(ask("CDIRLST"), names("SDIRS", {"Air", "Soil"}));
@@ -234,10 +208,10 @@ TEST_F(catalogue_requests, keep_comments) {
   set_current_variable("m[13]");
   EXPECT_EQ(set(2, "of the file"), done());
   EXPECT_EQ(set(2, "of it"), done());
-  EXPECT_EQ(test::read_file(tree.folder("DIRE.2/FILE.1") + "/COMMENT"), "of it");
+  EXPECT_EQ(read_file(tree.folder("DIRE.2/FILE.1") + "/COMMENT"), "of it");
   EXPECT_EQ(get(3), comment(""));
   EXPECT_EQ(session.ask("CVARCOMM", bytes().i32(0).text("line 1\nline 2\n").str()), done());
-  EXPECT_EQ(test::read_file(tree.folder("DIRE.2/FILE.1/VARI.5") + "/COMMENT"), "line 1\nline 2\n");
+  EXPECT_EQ(read_file(tree.folder("DIRE.2/FILE.1/VARI.5") + "/COMMENT"), "line 1\nline 2\n");
   EXPECT_EQ(get(3), comment("line 1\nline 2\n"));
   EXPECT_EQ(get(2), comment("of it\n"));
   std::string long_text(20000, 'c');
@@ -534,4 +508,4 @@ TEST_F(variable_information, holds_the_comment_for_older_clients) {
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

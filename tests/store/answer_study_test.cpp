@@ -14,15 +14,10 @@
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::bytes;
-using test::done;
-using test::pair;
-using test::refusal;
-using test::study_descriptor;
 
 const std::string registry_head = "root_unix      =\nroot_windows   =\n";
 
@@ -51,19 +46,10 @@ class study_requests : public testing::Test {
   }
   std::string set(const std::string& name) { return session.ask("CSTUDYSET", bytes().text(name).str()); }
 
-  test::request_session session;
-  test::study_root root;
+  request_session session;
+  study_root root;
   std::string registered;
 };
-
-TEST_F(study_requests, need_a_root) {
-  reset_context();
-  EXPECT_EQ(session.ask("CSTUDYLST"), refusal("QRD_INIT is not defined"));
-  EXPECT_EQ(session.status(), -1);
-  EXPECT_EQ(set("Gold"), refusal("QRD_INIT is not set"));
-  EXPECT_EQ(make_new("New", root / "New"), refusal("QRD_INIT is not set"));
-  EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("Current study is not set"));
-}
 
 TEST_F(study_requests, list_shows_the_first_first) {
   EXPECT_EQ(session.ask("CSTUDYLST"),
@@ -100,7 +86,7 @@ TEST_F(study_requests, set_refuses_what_cannot_be_opened) {
 
 TEST_F(study_requests, new_creates_and_registers) {
   EXPECT_EQ(make_new("New study/1", root.path() + "\\deep\\New\\"), done());
-  EXPECT_EQ(test::read_file(root / "deep/New/DESCR"), study_descriptor(1));
+  EXPECT_EQ(read_file(root / "deep/New/DESCR"), study_descriptor(1));
   EXPECT_EQ(root.registry(), registered + pair("$init$/deep/New", "New study/1"));
   EXPECT_STREQ(current_context.study, "None");
   EXPECT_EQ(set("New study/1"), done());
@@ -149,7 +135,7 @@ TEST_F(study_requests, del_removes_the_study_and_opens_another) {
                                  pair("$init$/Old", "Old") + pair("$init$/Gone", "Gone"));
   EXPECT_STREQ(current_context.study, "None");
   EXPECT_STREQ(study_name, "Zinc");
-  EXPECT_EQ(test::read_file(root / "Zinc/LOCK"), "LOCKED");
+  EXPECT_EQ(read_file(root / "Zinc/LOCK"), "LOCKED");
 }
 
 TEST_F(study_requests, del_of_the_last_study_makes_the_default_one) {
@@ -185,4 +171,4 @@ TEST_F(study_requests, del_spares_the_root_and_studies_inside) {
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

@@ -9,11 +9,8 @@
 #include "support/study_root.h"
 #include "util/qu_string.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
-
-using test::pair;
-using test::study_root;
 
 std::vector<std::string> texts(const string_list& list) {
   std::vector<std::string> result;
@@ -94,13 +91,13 @@ TEST_F(registry, a_name_that_stands_twice_has_its_first_path) {
 TEST_F(registry, unknown_lines_are_reported_and_the_rest_is_read) {
   root.write_registry("\nphysical_name=/x\n" + pair("/a", "Gold"));
   std::string warning = "Warning: syntax error in your study_names.def file...\n";
-  EXPECT_EQ(test::console_of([&] { read(); }), warning + warning);
+  EXPECT_EQ(console_of([&] { read(); }), warning + warning);
   EXPECT_EQ(texts(names), (words{"Gold"}));
 }
 
 TEST_F(registry, a_missing_registry_is_an_empty_one) {
   names.add("old", name_size);
-  EXPECT_EQ(test::console_of([&] { EXPECT_EQ(read(), 0); }), "");
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(read(), 0); }), "");
   EXPECT_EQ(names.count(), 0);
   rewrite();
   EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n");
@@ -118,7 +115,7 @@ TEST_F(registry, a_rewrite_keeps_lines_of_another_platform) {
   std::string pairs = pair("$root$\\Gold", "Gold") + pair("$root$2\\Tin", "Tin") +
                       pair("$init$\\OLD\\ARCHIVE", "Archive") + pair("/far/away", "Far");
   std::string text = "root_unix      =/data/db\nroot_windows   =C:\\data\\db\n" + pairs;
-  test::write_file(root / "study_names.def", text);
+  write_file(root / "study_names.def", text);
   rewrite();
   EXPECT_EQ(root.registry(), text);
   EXPECT_EQ(texts(valid_names), (words{"Archive"}));
@@ -135,16 +132,16 @@ TEST_F(registry, a_rewrite_keeps_one_pair_for_a_folder_and_no_default_study) {
 
 TEST_F(registry, what_cannot_be_read_or_written_is_not_replaced) {
   std::string damaged = "physical_name  =/a\x01\n";
-  test::write_file(root / "study_names.def", damaged);
-  std::string said = test::console_of([&] { rewrite(); });
+  write_file(root / "study_names.def", damaged);
+  std::string said = console_of([&] { rewrite(); });
   EXPECT_NE(said.find("Cannot create the study_names file...\n"), std::string::npos);
   EXPECT_EQ(root.registry(), damaged);
 
   std::filesystem::remove(root / "study_names.def");
   std::filesystem::create_directory(root / "study_names.def");
-  said = test::console_of([&] { rewrite(); });
+  said = console_of([&] { rewrite(); });
   EXPECT_EQ(said, "Cannot create the study_names file...\n");
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

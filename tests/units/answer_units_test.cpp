@@ -1,23 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "server/context.h"
-#include "store/qd_init.h"
-#include "store/qd_tools.h"
-#include "support/bytes.h"
+#include "store/catalogue_tree.h"
 #include "support/request_session.h"
-#include "support/temporary_directory.h"
-#include "units/qu_units.h"
-#include "util/qu_string.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
-
-using test::bytes;
-using test::done;
-using test::refusal;
 
 class unit_requests : public testing::Test {
  protected:
@@ -39,7 +29,7 @@ class unit_requests : public testing::Test {
       result += std::string(axis_format(axis).unit) + "=" + std::to_string(axis_format(axis).factor) + " ";
     return result;
   }
-  test::request_session session;
+  request_session session;
 };
 
 TEST_F(unit_requests, the_distance_unit_is_that_of_new_objects_too) {
@@ -87,77 +77,65 @@ TEST_F(unit_requests, creation_units_are_tested_only_in_their_mode) {
 class variable_unit : public unit_requests {
  protected:
   void SetUp() override {
-    unit_requests::SetUp();
-    qu_string_copy(folder.path().c_str(), catalogue_path);
-    path = folder / "DIRE.1/FILE.1/VARI.1";
-    std::filesystem::create_directories(path);
-    qd_directory_descriptor_write((folder / "DIRE.1").c_str(), "directory");
-    qd_file_record file;
-    qu_string_copy("file", file.name);
-    file.organisation = ORG_POINTS;
-    file.dimension = 2;
-    qd_file_descriptor_write((folder / "DIRE.1/FILE.1").c_str(), file);
+    tree.add_directory("DIRE.1", "directory");
+    tree.add("DIRE.1/FILE.1", file_fields{.name = "file"}.bytes_of());
     write("elev");
-    qu_string_copy("directory", current_context.directory);
-    qu_string_copy("file", current_context.file);
-    qu_string_copy("elev", current_context.variable);
+    set_current_directory("directory");
+    set_current_file("file");
+    set_current_variable("elev");
   }
-  void write(const char* name) {
-    qd_variable_record record;
-    qu_string_copy(name, record.name);
-    record.bit_length = 32;
-    record.format.length_flag = 1;
-    qu_string_copy("m", record.format.unit);
-    record.format.factor = 100.0;
-    ASSERT_EQ(qd_variable_descriptor_write(path.c_str(), record), 1);
+  void write(const std::string& name) { tree.add("DIRE.1/FILE.1/VARI.1", stored(name, "m", 100)); }
+  static std::string stored(const std::string& name, const std::string& unit, double factor) {
+    return variable_fields{.name = name, .bit_length = 32, .unit = unit, .factor = factor}.bytes_of();
   }
   std::string set(std::int32_t count, const std::string& symbol, const std::string& display = "") {
     bytes arguments;
     arguments.i32(count).text(symbol);
     if (count == 2) arguments.text(display);
-    std::string reply = session.ask("CVARUNIT", arguments.str());
-    return reply == done() ? stored() : reply;
+    return session.ask("CVARUNIT", arguments.str());
   }
-  std::string stored() {
-    qd_variable_record record;
-    qd_variable_descriptor_read(path.c_str(), record);
-    return std::string(record.format.unit) + "=" + std::to_string(record.format.factor) +
-           (record.format.length_flag != 0 ? " length" : "");
+  void expect_stored(const std::string& name, const std::string& unit, double factor) {
+    EXPECT_EQ(read_file(tree.descriptor("DIRE.1/FILE.1/VARI.1")), stored(name, unit, factor));
   }
-  test::temporary_directory folder;
-  std::string path;
+  catalogue_tree tree;
 };
 
 TEST_F(variable_unit, the_first_symbol_converts_and_the_second_shows) {
-  EXPECT_EQ(set(1, "km"), "km=100000.000000 length");
-  EXPECT_EQ(set(2, "km", "m"), "_m=100000.000000 length");
-  EXPECT_EQ(set(2, "ft", "furlong"), "furlong=30.480000 length");
-  EXPECT_EQ(set(3, "mm"), "mm=0.100000 length");
-}
-
-TEST_F(variable_unit, an_unknown_first_symbol_is_a_plain_text) {
-  EXPECT_EQ(set(2, "ppm", "m"), "ppm=1.000000");
-  EXPECT_EQ(set(1, "exactlyten"), "exactlyten=1.000000");
-}
-
-TEST_F(variable_unit, a_study_without_units_changes_the_text_alone) {
-  unit_flag = 0;
-  EXPECT_EQ(set(2, "km", "any"), "any=100.000000");
-  EXPECT_EQ(set(1, "km"), "km=100.000000");
+  struct {
+    std::int32_t count;
+    const char *symbol, *display, *stored;
+    double factor;
+    std::int64_t units = 1;
+  } const rows[] = {{1, "km", "", "km", 1e5},
+                    {2, "km", "m", "_m", 1e5},
+                    {2, "ft", "furlong", "furlong", 30.48},
+                    {3, "mm", "", "mm", 0.1},
+                    // An unknown first symbol is a plain text, and a study without units keeps the factor.
+                    {2, "ppm", "m", "ppm", 0},
+                    {1, "exactlyten", "", "exactlyten", 0},
+                    {2, "km", "any", "any", 100, 0},
+                    {1, "km", "", "km", 100, 0}};
+  for (const auto& row : rows) {
+    write("elev");
+    unit_flag = row.units;
+    EXPECT_EQ(set(row.count, row.symbol, row.display), done()) << row.symbol;
+    expect_stored("elev", row.stored, row.factor);
+  }
 }
 
 TEST_F(variable_unit, an_index_means_the_whole_macro) {
   write("metal[xxxxx]");
-  qu_string_copy("metal[00012]", current_context.variable);
-  EXPECT_EQ(set(1, "km"), "km=100000.000000 length");
+  set_current_variable("metal[00012]");
+  EXPECT_EQ(set(1, "km"), done());
+  expect_stored("metal[xxxxx]", "km", 1e5);
 }
 
 TEST_F(variable_unit, needs_a_variable_that_is_there) {
-  qu_string_copy("gone", current_context.variable);
+  set_current_variable("gone");
   EXPECT_EQ(set(1, "km"), refusal("Cannot get variable descriptor"));
   reset_context();
   EXPECT_EQ(set(1, "km"), refusal("Variable is not set"));
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

@@ -12,24 +12,6 @@
 namespace qrd::test {
 namespace {
 
-const char* const end_mark = reinterpret_cast<const char*>(13);
-
-TEST(List, ArrayOf40SlotsHolds38Strings) {
-  std::uint64_t start = UV_MEM_SIZE;
-  qu_list list = nullptr;
-  for (int i = 0; i < 38; i++) list = qu_list_add("f", 1, list, 50, "x");
-  EXPECT_EQ(list[38], nullptr);
-  EXPECT_EQ(list[39], end_mark);
-  EXPECT_EQ(UV_MEM_SIZE, start + 40 * sizeof(char*) + 38 * 2);
-  list = qu_list_add("f", 1, list, 50, "last");
-  EXPECT_STREQ(list[38], "last");
-  EXPECT_EQ(std::count(list + 39, list + 79, nullptr), 40);
-  EXPECT_EQ(list[79], end_mark);
-  EXPECT_EQ(UV_MEM_SIZE, start + 80 * sizeof(char*) + 38 * 2 + 5);
-  EXPECT_EQ(qu_list_free("f", 1, list), nullptr);
-  EXPECT_EQ(UV_MEM_SIZE, start);
-}
-
 TEST(List, FindsAndDeletes) {
   string_list list;
   EXPECT_EQ(list.count(), 0);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <limits>
 #include <string>
 
@@ -95,17 +94,6 @@ TEST(NumberExceeds, TestsInIntegersToo) {
     EXPECT_EQ(qu_number_exceeds("%d+%d", {9223372036854775807, 1}), 1);
     EXPECT_EQ(qu_number_exceeds("%d*%d", {4294967296, 4294967296}), 1);
   });
-}
-
-TEST(Environment, ReadsAndSets) {
-  char value[6] = "#####";
-  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE=12345"), 0);
-  EXPECT_STREQ(qu_getenv("QRD_TEST_VALUE", sizeof value, value), "12345");
-  EXPECT_FATAL(qu_getenv("QRD_TEST_VALUE", 5, value), "No 1 in function qu_getenv");
-  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE="), 0);
-  EXPECT_EQ(std::getenv("QRD_TEST_VALUE"), nullptr);
-  EXPECT_STREQ(qu_getenv("QRD_TEST_VALUE", sizeof value, value), "");
-  EXPECT_EQ(qu_putenv("QRD_TEST_VALUE"), -1);
 }
 
 TEST(TimeText, HasThreeBlanksBeforeTheTime) {

@@ -69,19 +69,6 @@ TEST_F(Xdr, LongsTellOfValuesBeyond32Bits) {
   EXPECT_EQ(value, -4294967297);
 }
 
-TEST_F(Xdr, TextsArePaddedWithZeros) {
-  char name[50] = "Mine";
-  char odd[50] = "abcde";
-  char empty[50] = "";
-  EXPECT_EQ(written([&](XDR* xdr) {
-              EXPECT_TRUE(qu_xdr_text(xdr, name, 50));
-              EXPECT_TRUE(qu_xdr_text(xdr, odd, 50));
-              EXPECT_TRUE(qu_xdr_text(xdr, empty, 50));
-              EXPECT_FALSE(qu_xdr_text(xdr, odd, 4));
-            }),
-            bytes().i32(4).raw("Mine").i32(5).raw("abcde").repeat(3, '\0').i32(0).str());
-}
-
 TEST_F(Xdr, TextsAreCutToTheRoomAndRefusedBeyondTheLimit) {
   char room[4] = "###";
   std::int64_t next = 0;
@@ -96,12 +83,6 @@ TEST_F(Xdr, TextsAreCutToTheRoomAndRefusedBeyondTheLimit) {
   EXPECT_FALSE(read(bytes().i32(8).raw("abcdefg").str(), both));
   EXPECT_FALSE(read(bytes().i32(2).raw("a").str(), both));
   EXPECT_STREQ(room, "");
-}
-
-TEST_F(Xdr, DoublesAndTheEndOfTheFile) {
-  double value = 1.0;
-  EXPECT_EQ(written([&](XDR* xdr) { xdr_double(xdr, &value); }), bytes().f64(1.0).str());
-  EXPECT_FALSE(read(std::string(7, '\0'), [&](XDR* xdr) { return xdr_double(xdr, &value); }));
 }
 
 }  // namespace
