@@ -221,16 +221,11 @@ int qu_cscale_write(color_scale& scale) {
   if (present == 2) return 1;
   // A read-only scale stays beside the new one.
   if (present == 0) qu_cscale_delete(scale.name);
-  if (!qu_named_file_new_path(cscale_path, scale_files, path)) return 1;
-  file_stream stream(qu_file_open_n(path, write_binary));
-  bool written = false;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_ENCODE);
-    written = xdr && move_scale(xdr.get(), 0, scale);
-  }
-  if (stream.close() && written) return 0;
-  qu_named_file_write_failed(path);
-  return 1;
+  const auto write = [&scale](std::FILE* stream) {
+    xdr_stream xdr(stream, XDR_ENCODE);
+    return xdr && move_scale(xdr.get(), 0, scale);
+  };
+  return qu_named_file_make(cscale_path, scale_files, write) ? 0 : 1;
 }
 
 int qu_cscale_delete(const char* name) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "store/qd_descriptor.h"
 #include "store/qd_init.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
@@ -194,6 +195,7 @@ int st_get_vendor_data_path(const char* name, const vendor_owner& owner, path_te
   path_text folder;
   if (!owner_folder(owner, folder)) return 1;
   const int result = qu_named_file_find(folder, vendor_files, name, path);
+  if (result == 2 && qd_folder_gone(folder)) return 1;
   if (result == 2) qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
   return result;
 }
@@ -247,16 +249,12 @@ int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
     return 1;
   }
   path_text folder;
-  if (!owner_folder(owner, folder) || !qu_named_file_new_path(folder, vendor_files, path)) return 1;
-  file_stream stream(qu_file_open_n(path, write_binary));
-  bool written = false;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_ENCODE);
-    written = xdr && write_bag(xdr.get(), bag);
-  }
-  if (stream.close() && written) return 0;
-  qu_named_file_write_failed(path);
-  return 1;
+  if (!owner_folder(owner, folder)) return 1;
+  const auto write = [&bag](std::FILE* stream) {
+    xdr_stream xdr(stream, XDR_ENCODE);
+    return xdr && write_bag(xdr.get(), bag);
+  };
+  return qu_named_file_make(folder, vendor_files, write) ? 0 : 1;
 }
 
 }  // namespace qrd

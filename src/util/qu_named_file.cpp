@@ -1,7 +1,9 @@
 #include "util/qu_named_file.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -18,12 +20,46 @@ namespace {
 constexpr int number_count = 999;
 constexpr std::uint32_t name_limit = 50;
 
+void report_unwritten(const std::string& path) {
+  qu_message("WARNING: ERROR WHEN STORING THE NEW PARAMETERS");
+  qu_message("         CHECK FOR DISK SPACE OR DISK QUOTAS");
+  qu_message("         CAN'T WRITE INTO THE FOLLOWING FILE:");
+  qu_message("%s", path.c_str());
+}
+
+// A file that has no name yet, or null where the file system doesn't know such files.
+std::FILE* unnamed_file(const char* folder) {
+  const int descriptor = open(folder, O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+  if (descriptor < 0) return nullptr;
+  std::FILE* stream = fdopen(descriptor, "wb");
+  if (stream == nullptr) close(descriptor);
+  return stream;
+}
+
+enum class taking { done, taken, failed };
+
+// Gives the unnamed file a name that no other file has; only looks for such a name when the file isn't ready.
+taking take_name(std::FILE* unnamed, bool ready, const char* path) {
+  if (!ready) return access(path, F_OK) == 0 ? taking::taken : taking::failed;
+  const std::string descriptor = "/proc/self/fd/" + std::to_string(fileno(unnamed));
+  if (linkat(AT_FDCWD, descriptor.c_str(), AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0) return taking::done;
+  return errno == EEXIST ? taking::taken : taking::failed;
+}
+
+taking make_in_place(const char* path, const std::function<bool(std::FILE* stream)>& write) {
+  file_stream stream(std::fopen(path, "wbxe"));
+  if (!stream) return errno == EEXIST ? taking::taken : taking::failed;
+  const bool written = write(stream.get());
+  if (stream.close() && written) return taking::done;
+  std::remove(path);
+  return taking::failed;
+}
+
 }  // namespace
 
 bool qu_named_file_room(int count) {
   if (qu_test_open_file(count) != 0) return true;
-  qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n");
-  qu_message("         VELMAR FILE SYSTEM ACCESS FAILED...\n\n");
+  qu_report_too_many_files("VELMAR FILE SYSTEM ACCESS FAILED");
   return false;
 }
 
@@ -67,10 +103,17 @@ int qu_named_file_find(const char* folder, const named_file_kind& kind, const ch
   });
 }
 
-bool qu_named_file_new_path(const char* folder, const named_file_kind& kind, path_text& path) {
+bool qu_named_file_make(const char* folder, const named_file_kind& kind,
+                        const std::function<bool(std::FILE* stream)>& write) {
+  file_stream unnamed(unnamed_file(folder));
+  const bool ready = unnamed && write(unnamed.get()) && std::fflush(unnamed.get()) == 0;
   for (int number = 0; number < number_count; ++number) {
+    path_text path;
     qu_path_join(path, {folder, path_separator, kind.prefix, std::to_string(number)});
-    if (!qu_path_readable(path)) return true;
+    const taking result = !unnamed ? make_in_place(path, write) : take_name(unnamed.get(), ready, path);
+    if (result == taking::taken) continue;
+    if (result == taking::failed) report_unwritten(path);
+    return result == taking::done;
   }
   qu_message("%s", kind.maximum_report);
   qu_message("         VELMAR FILE SYSTEM ACCESS FAILED...\n");
@@ -79,14 +122,6 @@ bool qu_named_file_new_path(const char* folder, const named_file_kind& kind, pat
 
 bool qu_named_file_gone(const char* path) {
   return access(path, F_OK) != 0;
-}
-
-void qu_named_file_write_failed(const char* path) {
-  qu_message("WARNING: ERROR WHEN STORING THE NEW PARAMETERS");
-  qu_message("         CHECK FOR DISK SPACE OR DISK QUOTAS");
-  qu_message("         CAN'T WRITE INTO THE FOLLOWING FILE:");
-  qu_message("%s", path);
-  std::remove(path);
 }
 
 }  // namespace qrd

@@ -2,6 +2,7 @@
 // begins with an xint word and its name as xstring(50); a name is found by reading all of them.
 #pragma once
 
+#include <cstdio>
 #include <functional>
 
 #include "util/qu_constants.h"
@@ -27,13 +28,14 @@ int qu_named_file_scan(const char* folder, const named_file_kind& kind,
 // The same results for one name; its path on 0.
 int qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name, path_text& path);
 
-// The path of the first number that isn't readable. False after a report when all are taken.
-bool qu_named_file_new_path(const char* folder, const named_file_kind& kind, path_text& path);
+// Makes a file under the lowest free number; `write` puts its content into the stream and gives false if that
+// fails. It appears whole, and no other file is ever seen beside it (where the file system can't do that, it
+// grows under its number). False after the report that nothing could be written or that all numbers are
+// taken.
+bool qu_named_file_make(const char* folder, const named_file_kind& kind,
+                        const std::function<bool(std::FILE* stream)>& write);
 
 // True if no file of that path is there any more: another server may have replaced it since it was found.
 bool qu_named_file_gone(const char* path);
-
-// Reports that a file could not be written, and removes it.
-void qu_named_file_write_failed(const char* path);
 
 }  // namespace qrd
