@@ -13,10 +13,11 @@ namespace qrd {
 int server_answer_macro_indices(const char* request) {
   bool with_alpha = std::strcmp(request, "CMACROALP") == 0;
   qd_var_info info;
-  if (!find_current_variable(info)) return -1;
+  qd_variable_place place;
+  if (!find_current_variable(info, place)) return -1;
   if (info.type != VAR_MACRO) return refuse("Variable is not a macro variable\n");
   macro_indices indices;
-  if (!indices.read()) return -1;
+  if (!indices.read(place)) return -1;
   if (indices.numbers.empty()) return refuse("No valid macro variable indices defined");
 
   const std::vector<std::int32_t> words(indices.numbers.begin(), indices.numbers.end());

@@ -16,13 +16,14 @@ int server_answer_indice_set(const char* request) {
   request_text alpha;
   if (by_text ? !read_arguments(alpha) : !read_arguments(index)) return -1;
   qd_var_info info;
-  if (!find_current_variable(info)) return -1;
+  qd_variable_place place;
+  if (!find_current_variable(info, place)) return -1;
   const server_context& context = current_context;
   if (info.type != VAR_MACRO)
     return refuse("Not a valid Velmar macro: %s: %s/%s/%s", context.study, context.directory, context.file,
                   context.variable);
   macro_indices indices;
-  if (!indices.read()) return -1;
+  if (!indices.read(place)) return -1;
 
   if (by_text) {
     std::int64_t rank = indices.alpha.find(alpha.c_str());

@@ -1,25 +1,24 @@
 #include "samples/answer_macro.h"
 
 #include "samples/qd_macro.h"
-#include "samples/qd_select.h"
 #include "server/answering.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
 namespace qrd {
 
-bool find_current_variable(qd_var_info& info) {
+bool find_current_variable(qd_var_info& info, qd_variable_place& place) {
   if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
-  if (qd_info_var_name(current_context.directory, current_context.file, current_context.variable, info) != 0)
+  if (qd_variable_query(false, current_context.directory, current_context.file, current_context.variable,
+                        info, nullptr, &place) == 0)
     return true;
   return refuse("Cannot get variable info") == 0;
 }
 
-bool macro_indices::read() {
+bool macro_indices::read(const qd_variable_place& place) {
   std::int64_t count = -1;
-  if (qd_free_entries() >= 1)
-    numbers = qd_macro_indices(current_context.directory, current_context.file, current_context.variable,
-                               &count, &alpha);
+  numbers = qd_macro_indices(place, current_context.directory, current_context.file, current_context.variable,
+                             &count, &alpha);
   return count >= 0 || refuse("Cannot get variable info") == 0;
 }
 

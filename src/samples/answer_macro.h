@@ -10,11 +10,11 @@
 
 namespace qrd {
 
-bool find_current_variable(qd_var_info& info);
+bool find_current_variable(qd_var_info& info, qd_variable_place& place);
 
 // The valid indices, ascending, and their texts if the macro has any.
 struct macro_indices {
-  bool read();
+  bool read(const qd_variable_place& place);
   std::vector<std::int64_t> numbers;
   string_list alpha;
 };

@@ -254,8 +254,9 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   return indices;
 }
 
-std::vector<std::int64_t> qd_macro_indices(const char* directory, const char* file, const char* variable,
-                                           std::int64_t* count, string_list* alpha) {
+std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const char* directory,
+                                           const char* file, const char* variable, std::int64_t* count,
+                                           string_list* alpha) {
   *count = -1;
   if (alpha != nullptr) alpha->reset(nullptr);
   // The indices are those of the whole family, also where the name is that of one column.
@@ -263,7 +264,9 @@ std::vector<std::int64_t> qd_macro_indices(const char* directory, const char* fi
   copy_name(variable, family);
   qd_macro_name_generic(family);
   selected_variable selected;
-  if (qd_variable_select(directory, file, family, UNIT_NONE, selected.handle) == 0) return {};
+  if (qd_free_entries() < 1 ||
+      qd_variable_select_at(place, directory, file, family, UNIT_NONE, selected.handle) == 0)
+    return {};
   return qd_macro_get_sorted_indices(selected.handle, count, alpha);
 }
 

@@ -63,8 +63,11 @@ std::int64_t qd_macro_name_alpha_indice(const qd_macro_descr& descriptor, const 
 // empty when the macro has none.
 std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& handle, std::int64_t* count,
                                                       string_list* alpha);
-std::vector<std::int64_t> qd_macro_indices(const char* directory, const char* file, const char* variable,
-                                           std::int64_t* count, string_list* alpha);
+// The same for a macro that was found at a place a moment ago; -1 also when no more variables can be
+// selected.
+std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const char* directory,
+                                           const char* file, const char* variable, std::int64_t* count,
+                                           string_list* alpha);
 // 1, 0 after a report, or -1 when another server has deleted the variable since the caller's test. `alpha`
 // holds one text per index, or is null.
 int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,

@@ -79,7 +79,9 @@ int server_answer_var_info(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.variable)) return refuse("Variable is not set");
   qd_var_info info;
-  if (!qd_info_var_name(context.directory, context.file, context.variable, info)) {
+  qd_variable_place place;
+  if (qd_variable_query(false, context.directory, context.file, context.variable, info, nullptr, &place) !=
+      0) {
     return refuse("Cannot get variable info");
   }
   if (info.type < VAR_FLOAT || info.type > VAR_MACRO) {
@@ -88,7 +90,7 @@ int server_answer_var_info(const char* /*request*/) {
   const wire_type type = wire_type_of(info);
   std::int64_t indices = 0;
   if (type == WIRE_MACRO) {
-    qd_macro_indices(context.directory, context.file, context.variable, &indices, nullptr);
+    qd_macro_indices(place, context.directory, context.file, context.variable, &indices, nullptr);
     if (indices < 0) return refuse("Cannot get variable info");
   }
   const std::int64_t bits = type == WIRE_CHAR ? 0 : info.bit_length;

@@ -1,6 +1,9 @@
 // The data requests and those that choose a selection or a column, by the bytes of their answers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "samples/sample_study.h"
 #include "server/connection.h"
 #include "server/context.h"
@@ -241,6 +244,22 @@ TEST_F(data_requests, indices_of_a_macro) {
     EXPECT_EQ(client_.ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0).str()),
               refusal("Cannot set macro indices for variable"));
   }
+}
+
+TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
+  qd_selected_entry other;
+  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+  choose("M[xxxxx]");
+  for (const char* request : {"CMACROIND", "CMACROALP", "CVARINFO"})
+    EXPECT_EQ(client_.ask(request), refusal("Cannot get variable info"));
+  EXPECT_EQ(client_.ask("CINDSET", bytes().i32(7).str()), refusal("Cannot get variable info"));
+  choose("V");
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select variable"));
+  choose("V", "S");
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
+  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1).i64(1).i32(1).f64(0).i64(0).str()),
+            refusal("Cannot get statitics on current selection S"));
+  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
 }
 
 TEST_F(data_requests, the_selection_is_set) {
