@@ -6,6 +6,7 @@
 
 #include "geometry/qd_companion.h"
 #include "samples/qd_interrupt.h"
+#include "store/qd_descriptor.h"
 #include "store/qd_info.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
@@ -120,7 +121,8 @@ int qd_fault_info(const char* directory, const char* file, fault_variant variant
   path_text path;
   if (fault_path(directory, file, variant, path) == 0) return 2;
   if (!qu_file_readable(path)) return 1;
-  file_stream stream(qu_file_open_f(path, read_binary));
+  file_stream stream = qd_object_file_open(path, read_binary);
+  if (!stream) return 2;
   xdr_stream xdr(stream.get(), XDR_DECODE);
   if (!xdr) return 2;
   std::int64_t version = 0;
@@ -135,7 +137,8 @@ int qd_fault_write(const char* directory, const char* file, fault_variant varian
   if (qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr) == 0) return 2;
   path_text path;
   if (fault_path(directory, file, variant, path) == 0) return 2;
-  file_stream stream(qu_file_open_f(path, write_binary));
+  file_stream stream = qd_object_file_open(path, write_binary);
+  if (!stream) return 1;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
   const bool written = xdr && write_system(xdr.get(), system);
   if (!stream.close() || !written) {
@@ -152,7 +155,8 @@ int qd_fault_read(const char* directory, const char* file, fault_variant variant
   if (test == 1) qu_fatal_number("qd_fault_read", 10);
   path_text path;
   if (test != 0 || fault_path(directory, file, variant, path) == 0) return 2;
-  file_stream stream(qu_file_open_f(path, read_binary));
+  file_stream stream = qd_object_file_open(path, read_binary);
+  if (!stream) return 2;
   xdr_stream xdr(stream.get(), XDR_DECODE);
   std::int64_t version = 0;
   if (!xdr || !qu_xdr_int(xdr.get(), &version)) qu_fatal_number("qd_fault_read", 20);

@@ -12,6 +12,7 @@
 #include "geometry/qu_polygon_t.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
+#include "store/qd_descriptor.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
 #include "util/qu_file.h"
@@ -64,7 +65,8 @@ bool prepare_points_file(const char* directory, const char* file, const polygon_
 }
 
 bool write_file(const char* path, polygon_system& system) {
-  file_stream stream(qu_file_open_f(path, write_binary));
+  file_stream stream = qd_object_file_open(path, write_binary);
+  if (!stream) return false;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
   const polygon_box box = qu_polygon_box(system);
   polygon_header header;
@@ -176,7 +178,8 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   polygon_header header;
   bool read = false;
   {
-    file_stream stream(qu_file_open_f(path, read_binary));
+    file_stream stream = qd_object_file_open(path, read_binary);
+    if (!stream) return 2;
     xdr_stream xdr(stream.get(), XDR_DECODE);
     if (!xdr) return 2;
     read = qd_polygon_header_move(xdr.get(), header) && std::ferror(stream.get()) == 0;

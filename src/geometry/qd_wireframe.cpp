@@ -9,6 +9,7 @@
 #include "geometry/qd_companion.h"
 #include "geometry/qd_object_file.h"
 #include "samples/qd_read_write.h"
+#include "store/qd_descriptor.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
 #include "util/qu_file.h"
@@ -178,7 +179,8 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
                            static_cast<std::int64_t>(root.objects.size())) == 0 ||
       qd_companion_path(directory, file, wireframe_file_name, path) == 0)
     return 2;
-  file_stream stream(qu_file_open_f(path, write_binary));
+  file_stream stream = qd_object_file_open(path, write_binary);
+  if (!stream) return 2;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
   const bool written = xdr && write_root(xdr.get(), root);
   if (!stream.close() || !written) {
@@ -224,7 +226,8 @@ int qd_wireframe_info(const char* directory, const char* file, const char* selec
   path_text path;
   if (int found = find_file(directory, file, path); found != 0) return found;
   if (!qu_file_readable(path)) return 3;
-  file_stream stream(qu_file_open_f(path, read_binary));
+  file_stream stream = qd_object_file_open(path, read_binary);
+  if (!stream) return 2;
   xdr_stream xdr(stream.get(), XDR_DECODE);
   if (!xdr) return 2;
   file_header header;
