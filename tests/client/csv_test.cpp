@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <limits>
 
 #include "client/error.h"
 #include "client/numbers.h"

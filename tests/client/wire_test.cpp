@@ -98,17 +98,6 @@ TEST(Stream, LargeArraysTravelWholeInBothDirections) {
   EXPECT_EQ(told.back(), (std::pair<std::uint64_t, std::uint64_t>(8 * count, 8 * count)));
 }
 
-TEST(Stream, TextArraysTravelWhole) {
-  std::vector<std::string> texts;
-  bytes image;
-  for (int i = 0; i < 20000; ++i) image.text(texts.emplace_back(static_cast<std::size_t>(i % 9), 'a'));
-  scripted_server server({{image.str(), image.str()}});
-  stream wire(server.client_end());
-  wire.write_strings(texts);
-  wire.flush();
-  EXPECT_EQ(wire.read_strings(20000), texts);
-}
-
 TEST(Stream, WrongCountsAndLengthsEndTheConnection) {
   const std::string answers[] = {bytes().i32(6).raw("abcdef\0\0").str(), bytes().i32(-2).str()};
   for (const std::string& answer : answers) {

@@ -88,15 +88,6 @@ TEST(convert, rules_for_values_that_do_not_fit) {
         << row.bit_length << " bits of " << row.value;
 }
 
-TEST(convert, no_source_fills_with_missing) {
-  for (auto [bit_length, expected] : {std::pair(1, "\x1F\x80"), {2, "\x3F\xFC"}, {4, "\x0F\xFF"}}) {
-    std::string stored(2, '\x55');
-    std::int64_t first = bit_length == 1 ? 4 : 2;
-    _qd_file_encode(nullptr, first, bit_length == 1 ? 9 : bit_length == 2 ? 7 : 4, bit_length, stored.data());
-    EXPECT_EQ(stored, expected) << bit_length;
-  }
-}
-
 TEST(convert, bits_move_between_any_two_places) {
   const std::string source = noise(8, 7);
   for (int from = 0; from < 8; ++from)

@@ -1,7 +1,6 @@
 #include "samples/qd_data_file.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include "support/bytes.h"
 #include "support/temporary_directory.h"

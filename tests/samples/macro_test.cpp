@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "samples/sample_study.h"
-#include "util/qu_message.h"
 
 namespace qrd::test {
 namespace {
@@ -84,27 +83,6 @@ class macro_file : public testing::Test {
   std::string path() const { return directory_.path().string(); }
   temporary_directory directory_;
 };
-
-TEST_F(macro_file, is_written_and_read_back) {
-  qd_macro_descr descriptor;
-  descriptor.indices = {5, 0, -3};
-  ASSERT_EQ(qd_macro_descr_write(path().c_str(), descriptor), 1);
-  const std::string head = bytes().i32(1100).i32(3).i32(5).i32(0).i32(-3).str();
-  EXPECT_EQ(read_file(directory_ / "MACRO"), head + bytes().i32(0).str());
-  for (const char* text : {"gold", "", "x"}) descriptor.alpha_indices.add(text, name_size);
-  ASSERT_EQ(qd_macro_descr_write(path().c_str(), descriptor), 1);
-  const std::string content = head + bytes().i32(3).text("gold").text("").text("x").str();
-  EXPECT_EQ(read_file(directory_ / "MACRO"), content);
-
-  macro_descriptor again = read(content);
-  ASSERT_TRUE(again);
-  EXPECT_EQ(again->indices, (indices{5, 0, -3}));
-  ASSERT_EQ(again->alpha_indices.count(), 3);
-  EXPECT_STREQ(again->alpha_indices[0], "gold");
-  EXPECT_EQ(again->slot_of(5), 0);
-  EXPECT_EQ(again->slot_of(0), -1);
-  EXPECT_EQ(again->slot_of(-3), -1);
-}
 
 TEST_F(macro_file, old_versions_have_no_texts) {
   for (int version : {200, 400, 419}) {

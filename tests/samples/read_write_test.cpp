@@ -157,23 +157,6 @@ TEST(read_write, texts_lose_their_nuls_where_they_are_written) {
                "No 46 in function _qd_file_read_char_buffer");
 }
 
-TEST(read_write, counts_what_a_selection_leaves) {
-  sample_study study({.samples = 13});
-  study.add("S", VAR_FLOAT, 1, std::string("\x0F\x07", 2));
-  study.add("wide", VAR_FLOAT, 8, std::string(512, '\0'));
-  EXPECT_EQ(qd_free_samples_count("Dir", "File", "S"), 9);
-  EXPECT_EQ(qd_free_samples_count("Dir", "File", "None"), 13);
-  EXPECT_EQ(qd_free_samples_count("None", "File", "S"), -1);
-  EXPECT_EQ(qd_free_samples_count("Dir", "None", "S"), -1);
-  EXPECT_EQ(qd_free_samples_count("Dir", "File", "wide"), -1);
-  selected_variable selection;
-  ASSERT_EQ(qd_selection_select("Dir", "File", "S", selection.handle), 1);
-  EXPECT_EQ(qd_selected_samples_count(selection.handle, 4, 10), 3);
-  selection.deselect();
-  study.set_shape({.samples = 0});
-  EXPECT_EQ(qd_free_samples_count("Dir", "File", "S"), 0);
-}
-
 std::vector<double> read_all(const char* name, std::int64_t first, std::int64_t last) {
   bound source(name);
   std::vector<double> values(static_cast<std::size_t>(last - first + 1));

@@ -64,35 +64,6 @@ TEST(select, a_name_that_exists_with_its_brackets_is_an_ordinary_variable) {
   deselect(handle);
 }
 
-TEST(select, unit_factor_by_choice) {
-  sample_study study({.samples = 4});
-  study.add("length", VAR_FLOAT, 32, "", 0, 0, 2.5);
-  study.add("plain", VAR_FLOAT, 32, "");
-  struct {
-    const char* name;
-    unit_choice choice;
-    double factor;
-  } const rows[] = {{"length", UNIT_NONE, 1.0},
-                    {"length", UNIT_VARIABLE, 2.5},
-                    {"length", UNIT_DISTANCE, 100},
-                    {"plain", UNIT_VARIABLE, 1.0},
-                    {"plain", UNIT_DISTANCE, 1.0}};
-  unit_flag = 1;
-  qu_formats_reset();
-  for (const auto& row : rows) {
-    qd_variable_handle handle = select(row.name, row.choice);
-    EXPECT_EQ(handle.unit_factor, row.factor) << row.name << row.choice;
-    deselect(handle);
-  }
-  EXPECT_FATAL(select("plain", static_cast<unit_choice>(3)), "No 50 in function qd_variable_select");
-  // In a study without units a stored factor doesn't count.
-  unit_flag = 0;
-  qd_variable_handle handle = select("length", UNIT_VARIABLE);
-  EXPECT_EQ(handle.unit_factor, 1.0);
-  deselect(handle);
-  unit_flag = 1;
-}
-
 TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   sample_study study({.samples = 4});
   const std::string good = study.add("good", VAR_FLOAT, 8, "") + "/DATAVAR";

@@ -7,7 +7,6 @@
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
-#include "support/console.h"
 #include "support/request_session.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"

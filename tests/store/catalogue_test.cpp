@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "samples/qd_macro.h"
 #include "store/catalogue_tree.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
@@ -131,13 +130,6 @@ TEST_F(catalogue, tests_of_what_cannot_be_read_say_so) {
   path_text path;
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_file_path("Soil", "no such one", path), 0); }).find(no_access),
             std::string::npos);
-  write_file(tree.descriptor("DIRE.1"), "x");
-  write_file(tree.descriptor("DIRE.12"), "x");
-  console_of([] {
-    EXPECT_EQ(qd_directory_test("no such one"), 2);
-    EXPECT_EQ(qd_file_test(1, 3, "no such one", "f"), 2);
-    EXPECT_EQ(qd_variable_test(true, "no such one", "f", "v"), 2);
-  });
   write_file(tree / "plain", "");
   qu_path_join(catalogue_path, {tree / "plain"});
   EXPECT_EQ(console_of([] { EXPECT_EQ(qd_directory_test("Soil"), 2); }), no_access);

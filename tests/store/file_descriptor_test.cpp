@@ -339,31 +339,27 @@ TEST(file_descriptor, is_never_met_half_written) {
 }
 
 TEST(rotation, by_right_angles_is_exact) {
-  qd_grid_record grid;
-  for (double angle : {90.0, 90.0 + 9e-6, 90.0 - 9e-6}) {
-    grid.angle1 = angle;
+  // An angle of next to nothing still says that the grid is rotated; beside it the functions speak.
+  struct {
+    double angle, m0, m1;
+  } const rows[] = {
+      {90, 0, 1},
+      {90 + 9e-6, 0, 1},
+      {90 - 9e-6, 0, 1},
+      {180, -1, 0},
+      {-180, -1, 0},
+      {-90, 0, -1},
+      {9e-6, 1, 0},
+      {1.1e-5, std::cos(1.1e-5 * 3.141592653589793 / 180.0), std::sin(1.1e-5 * 3.141592653589793 / 180.0)}};
+  for (const auto& row : rows) {
+    qd_grid_record grid;
+    grid.angle1 = row.angle;
     qd_grid_compute(grid);
-    EXPECT_EQ(grid.m[0], 0) << angle;
-    EXPECT_EQ(grid.m[1], 1) << angle;
-    EXPECT_EQ(grid.m[3], -1) << angle;
+    EXPECT_EQ(grid.rotated, 1) << row.angle;
+    EXPECT_EQ(grid.m[0], row.m0) << row.angle;
+    EXPECT_EQ(grid.m[1], row.m1) << row.angle;
+    EXPECT_EQ(grid.m[3], -row.m1) << row.angle;
   }
-  for (double angle : {180.0, -180.0}) {
-    grid.angle1 = angle;
-    qd_grid_compute(grid);
-    EXPECT_EQ(grid.m[0], -1);
-    EXPECT_EQ(grid.m[1], 0);
-  }
-  grid.angle1 = -90;
-  qd_grid_compute(grid);
-  EXPECT_EQ(grid.m[1], -1);
-  // An angle that counts as 0 still says that the grid is rotated; beside it the functions speak.
-  grid.angle1 = 9e-6;
-  qd_grid_compute(grid);
-  EXPECT_EQ(grid.rotated, 1);
-  EXPECT_EQ(grid.m[1], 0);
-  grid.angle1 = 1.1e-5;
-  qd_grid_compute(grid);
-  EXPECT_EQ(grid.m[1], std::sin(1.1e-5 * 3.141592653589793 / 180.0));
 }
 
 }  // namespace

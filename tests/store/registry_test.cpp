@@ -70,17 +70,6 @@ TEST_F(registry, a_study_is_a_folder_with_a_catalogue) {
   EXPECT_EQ(qu_study_names_read(-1, false, false, nullptr, nullptr, &names, nullptr), 3);
 }
 
-TEST_F(registry, sorting_leaves_the_first_study_first) {
-  for (const char* name : {"Zinc", "Iron", "Gold"}) make_catalogue(name);
-  root.write_registry(pair("$init$/Zinc", "Zinc") + pair("$init$/Iron", "Iron") +
-                      pair("$init$/Gold", "Gold"));
-  read(true);
-  EXPECT_EQ(texts(valid_names), (words{"Zinc", "Gold", "Iron"}));
-  EXPECT_EQ(texts(valid_paths), (words{root / "Zinc", root / "Gold", root / "Iron"}));
-  EXPECT_EQ(qu_study_names_read(1, true, false, &valid_names, nullptr, nullptr, nullptr), 4);
-  EXPECT_EQ(texts(valid_names), (words{"None", "Gold", "Iron", "Zinc"}));
-}
-
 TEST_F(registry, a_name_that_stands_twice_has_its_first_path) {
   make_catalogue("B");
   root.write_registry(pair("$init$/A", "Gold") + pair("$init$/B", "Gold"));

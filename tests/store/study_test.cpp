@@ -193,7 +193,7 @@ TEST_F(study, a_study_that_cannot_be_written_is_fatal) {
       " File System Full or Write Protected...");
 }
 
-TEST_F(study, the_folder_of_old_anamorphoses_gets_its_new_name) {
+TEST_F(study, the_folder_of_old_anamorphoses_stays_beside_a_new_one) {
   std::string path = make("Gold");
   enter("Gold");
   fs::create_directory(path + "/PARAM/MHISTO");
@@ -201,10 +201,7 @@ TEST_F(study, the_folder_of_old_anamorphoses_gets_its_new_name) {
   EXPECT_EQ(console_of([] { EXPECT_EQ(qu_study_open("Gold"), 0); }),
             "WARNING: Your study contains OLD anamorphosis directory (MHISTO) and NEW directory (ANAM)\n"
             "         You have to move your old anamorphosis manually...\n");
-  fs::remove(path + "/PARAM/ANAM");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
-  EXPECT_EQ(read_file(path + "/PARAM/ANAM/A.1"), "old");
-  EXPECT_FALSE(fs::exists(path + "/PARAM/MHISTO"));
+  EXPECT_EQ(read_file(path + "/PARAM/MHISTO/A.1"), "old");
 }
 
 class environment : public study {
