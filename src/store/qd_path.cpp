@@ -48,13 +48,6 @@ lookup_result qd_find_file(const char* directory, const char* file, path_text& p
   return result == LOOKUP_FOUND ? qd_find<file_level>(directory_path, file, path, record) : result;
 }
 
-lookup_result qd_find_variable(const char* directory, const char* file, const char* variable,
-                               path_text& file_path, qd_file_record& file_record, path_text& path,
-                               qd_variable_record& record) {
-  const lookup_result result = qd_find_file(directory, file, file_path, file_record);
-  return result == LOOKUP_FOUND ? qd_find<variable_level>(file_path, variable, path, record) : result;
-}
-
 int qd_directory_path(const char* directory, path_text& path) {
   return qd_find_directory(directory, path) == LOOKUP_FOUND;
 }

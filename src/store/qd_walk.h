@@ -103,9 +103,5 @@ lookup_result qd_find(const char* parent, const char* name, path_text& path,
 // the object if it was found.
 lookup_result qd_find_directory(const char* directory, path_text& path);
 lookup_result qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record);
-// `file_record` and `file_path` hold the file if `variable` or the file itself was found.
-lookup_result qd_find_variable(const char* directory, const char* file, const char* variable,
-                               path_text& file_path, qd_file_record& file_record, path_text& path,
-                               qd_variable_record& record);
 
 }  // namespace qrd
