@@ -50,7 +50,8 @@ std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::i
 // One selected entry, stored bytes: host byte order at 32 and 64 bits, that of the file otherwise. Reading
 // an implicit variable gives doubles. Decoding may work in place; encoding too, and without a source it
 // gives missing values. Writing changes the block. A data file that ends early gives missing samples at 16
-// bits and less, and is fatal otherwise. 0 only for the values of a file that another server has just deleted.
+// bits and less, and is fatal otherwise. 0 only for the values of a file that another server has just
+// deleted.
 int _qd_file_read_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* destination);
 void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      double* destination);
