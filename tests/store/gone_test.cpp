@@ -1,0 +1,90 @@
+// Objects that another server deletes, or whose numbers it gives to others, while an operation works on them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "samples/qd_data_file.h"
+#include "samples/qd_lines.h"
+#include "samples/qd_macro.h"
+#include "samples/qd_select.h"
+#include "store/qd_info.h"
+#include "store/qd_manage.h"
+#include "store/qd_walk.h"
+#include "support/console.h"
+#include "support/open_study.h"
+
+namespace qrd::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using gone = open_study;
+
+TEST_F(gone, nothing_of_a_deleted_object_is_written_or_read) {
+  const std::string folder = in_file(9, "VARI.1");
+  name_text name;
+  qd_file_record file;
+  qd_variable_record variable;
+  qd_macro_descr macro;
+  const auto is_gone = [](bool failed) { return failed && qd_object_gone(); };
+  EXPECT_TRUE(is_gone(qd_directory_descriptor_write(folder.c_str(), "D") == 0));
+  EXPECT_TRUE(is_gone(qd_file_descriptor_write(folder.c_str(), file) == 0));
+  EXPECT_TRUE(is_gone(qd_variable_descriptor_write(folder.c_str(), variable) == 0));
+  EXPECT_TRUE(is_gone(qd_macro_descr_write(folder.c_str(), macro) == 0));
+  EXPECT_TRUE(is_gone(qd_directory_descriptor_read(folder.c_str(), name) == 0));
+  EXPECT_TRUE(is_gone(qd_macro_descr_read(folder.c_str()) == nullptr));
+  EXPECT_TRUE(is_gone(qd_data_file_open((folder + "/DATAVAR").c_str()) == nullptr));
+  EXPECT_TRUE(is_gone(st_file_concat((folder + "/DATAVAR").c_str(), "", 1, 1, 8) == 0));
+  EXPECT_FALSE(fs::exists(in_file(9, "")));
+  // Where the folder is still there, something is wrong with the database.
+  fs::create_directories(folder);
+  EXPECT_FATAL(qd_macro_descr_read(folder.c_str()), "FATAL ERROR in qu_file_open_f");
+  EXPECT_FATAL(qd_data_file_open((folder + "/DATAVAR").c_str()), "FATAL ERROR in qu_file_open_f");
+}
+
+TEST_F(gone, a_number_that_another_object_has_is_left_alone) {
+  make_points("P", 3);
+  const std::string descriptor = read_file(in_file(1, "DESCR"));
+  EXPECT_EQ(qd_remove_object<file_level>(in_study("QRD/DIRE.1/FILE.1").c_str(), "other"), 1);
+  EXPECT_EQ(read_file(in_file(1, "DESCR")), descriptor);
+  EXPECT_EQ(qd_remove_object<directory_level>(in_study("QRD/DIRE.1").c_str(), "other"), 1);
+  EXPECT_EQ(read_file(in_file(1, "DESCR")), descriptor);
+  EXPECT_EQ(qd_remove_object<file_level>(in_study("QRD/DIRE.1/FILE.1").c_str(), "P"), 1);
+  EXPECT_FALSE(fs::exists(in_study("QRD/DIRE.1/FILE.1")));
+}
+
+// Variables are made in order; the first one of a points file with two coordinates is VARI.4.
+TEST_F(gone, what_was_left_selected_does_not_stand_for_the_next_variable) {
+  make_points("P", 3);
+  ASSERT_EQ(qd_create_variable("D", "P", "old", VAR_FLOAT, 0, 8, nullptr), 1);
+  qd_variable_handle left, next;
+  ASSERT_EQ(qd_variable_select("D", "P", "old", UNIT_NONE, left), 1);
+  fs::remove_all(in_file(1, "VARI.4"));
+  ASSERT_EQ(qd_create_variable("D", "P", "new", VAR_FLOAT, 0, 64, nullptr), 1);
+  ASSERT_TRUE(fs::exists(in_file(1, "VARI.4")));
+  ASSERT_EQ(qd_variable_select("D", "P", "new", UNIT_NONE, next), 1);
+  EXPECT_NE(next.entry, left.entry);
+  EXPECT_EQ(qd_entry(next.entry)->bit_length, 64);
+  EXPECT_EQ(qd_variable_select("D", "P", "old", UNIT_NONE, next), 0);
+  qd_deselect_all();
+}
+
+TEST_F(gone, a_variable_that_goes_while_its_file_grows_costs_nothing_else) {
+  make_points("P", 3);
+  for (const char* name : {"a[xxxxx]", "b[xxxxx]"}) {
+    ASSERT_EQ(qd_create_variable("D", "P", name, VAR_MACRO, 0, 64, nullptr), 1);
+    const std::int64_t index = 7;
+    ASSERT_EQ(qd_create_macro_variable_indices("D", "P", name, 1, &index, nullptr), 1);
+  }
+  fs::remove_all(in_file(1, "VARI.4"));
+  EXPECT_EQ(qd_append_sample("D", "P", 600), 1);
+  EXPECT_EQ(fs::file_size(in_file(1, "VARI.5/DATAVAR")), 1024U * 8);
+  fs::remove_all(in_file(1, ""));
+  EXPECT_EQ(qd_append_sample("D", "P", 1), 0);
+  const std::int64_t index = 8;
+  EXPECT_EQ(qd_create_macro_variable_indices("D", "P", "b[xxxxx]", 1, &index, nullptr), -1);
+}
+
+}  // namespace
+}  // namespace qrd::test
