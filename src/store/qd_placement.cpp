@@ -94,6 +94,20 @@ bool is_taken() {
   return errno == EEXIST || errno == ENOTEMPTY;
 }
 
+// Another server may have taken away the parent with all it holds.
+bool is_gone(const std::string& path) {
+  return access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+// Deletes a folder under its working name. It can be out of reach for a moment, while another server takes
+// its parent and puts it back. 1 or 0.
+int delete_taken(const std::string& folder) {
+  constexpr int attempts = 3;
+  for (int attempt = 0; attempt < attempts; attempt++)
+    if (qu_file_delete_tree(folder.c_str(), true) != 0 || is_gone(folder)) return 1;
+  return 0;
+}
+
 // Gives a folder its number back, or the next free one if that has been taken at this very moment. 1 or 0.
 int put_back(const std::string& folder, const char* path) {
   const std::string_view place(path);
@@ -175,8 +189,7 @@ int qd_remove_folder(const char* path, const std::function<bool(const char* fold
     if (qd_take_name(path, target.c_str()) == 0) {
       // A path that would be cut can't be looked into.
       bool can_look = target.size() + longest_inner_path.size() < path_size;
-      if (!can_look || is_meant(target.c_str())) return qu_file_delete_tree(target.c_str(), true);
-      return put_back(target, path);
+      return !can_look || is_meant(target.c_str()) ? delete_taken(target) : put_back(target, path);
     }
     if (errno == ENOENT) return 1;
     if (!is_taken()) return 0;
