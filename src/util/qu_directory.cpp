@@ -75,11 +75,12 @@ bool remove_entry(int parent, const std::string& name, const std::string& path) 
   for (int attempt = 0; attempt < attempts; attempt++) {
     int directory = openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (directory < 0) {
+      if (errno == ENOENT) return true;
       qu_message("Unable to delete file \"%s\"", path.c_str());
       return false;
     }
     if (!empty_directory(directory, path)) return false;
-    if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) return true;
+    if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return true;
     if (errno != ENOTEMPTY && errno != EEXIST) break;
   }
   if (remove_patiently(parent, name.c_str(), AT_REMOVEDIR)) return true;
@@ -95,7 +96,7 @@ bool empty_directory(int directory, const std::string& path) {
     return false;
   }
   std::optional<std::vector<std::string>> names = read_names(listing.get());
-  if (!names) return false;
+  if (!names) return errno == ENOENT;  // another process has removed the directory itself
   return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
     return is_dot_name(name) || remove_entry(directory, name, join(path.c_str(), name));
   });

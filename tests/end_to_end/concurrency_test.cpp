@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int server_count = 20;
-constexpr int rounds = 40;
+constexpr int rounds = 25;
 constexpr std::int64_t block = 512;
 
 // How the refusals begin that a client may meet when others have been faster.
