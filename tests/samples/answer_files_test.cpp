@@ -211,6 +211,11 @@ TEST_F(Files, OriginMeshAndRotationOfAGridChange) {
   expect(done(), "GRIDMODR", three);
   EXPECT_EQ(descriptor(3),
             descriptor_of("H", grid_fields(3, {100, 100, 200, 500, 600, 700}, {2, 2, 1}, {5, 6, 7}, 4)));
+  // The client is told the lengths of a study without units as they are stored, and sends them so.
+  unit_flag = 0;
+  expect(done(), "GRIDMODO", three);
+  EXPECT_EQ(descriptor(3),
+            descriptor_of("H", grid_fields(3, {5, 6, 7, 500, 600, 700}, {2, 2, 1}, {5, 6, 7}, 4)));
   fs::remove_all(path("FILE.3/VARI.5"));
   expect_refusal("Cannot get coords formats", "GRIDMODM", three);
 }
