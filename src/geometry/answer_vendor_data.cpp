@@ -139,16 +139,22 @@ bool write_attribute(const vendor_attribute& attribute) {
   }
 }
 
+// What every request that asks for a bag begins with: the bag's name and who owns it, shown in a debug
+// print. False after a failed read or a refusal.
+bool read_target(const char* doing, name_text& name, vendor_owner& owner) {
+  std::int32_t scope = 0;
+  std::string text;
+  if (!read_arguments(name, scope) || !find_owner(scope, owner, text)) return false;
+  server_debug(1, "%s: \"%s\" in %s.", doing, name, text.c_str());
+  return true;
+}
+
 }  // namespace
 
 int server_answer_vendor_data_exists(const char* /*request*/) {
   name_text name;
-  std::int32_t scope = 0;
-  if (!read_arguments(name, scope)) return -1;
   vendor_owner owner;
-  std::string text;
-  if (!find_owner(scope, owner, text)) return -1;
-  server_debug(1, "Reading Vendor Data Version: \"%s\" in %s.", name, text.c_str());
+  if (!read_target("Reading Vendor Data Version", name, owner)) return -1;
   std::int64_t version = 0;
   const int result = qd_vendor_data_version(name, owner, version);
   if (result == 2) return refuse("%s", read_failure);
@@ -157,12 +163,8 @@ int server_answer_vendor_data_exists(const char* /*request*/) {
 
 int server_answer_vendor_data_version(const char* /*request*/) {
   name_text name;
-  std::int32_t scope = 0;
-  if (!read_arguments(name, scope)) return -1;
   vendor_owner owner;
-  std::string text;
-  if (!find_owner(scope, owner, text)) return -1;
-  server_debug(1, "Reading Vendor Data Version: \"%s\" in %s.", name, text.c_str());
+  if (!read_target("Reading Vendor Data Version", name, owner)) return -1;
   std::int64_t version = 0;
   if (qd_vendor_data_version(name, owner, version) != 0) return refuse("%s", read_failure);
   return answer("SVDATVERS", wire_int{static_cast<std::int32_t>(version)});
@@ -170,12 +172,8 @@ int server_answer_vendor_data_version(const char* /*request*/) {
 
 int server_answer_vendor_data_read(const char* /*request*/) {
   name_text name;
-  std::int32_t scope = 0;
-  if (!read_arguments(name, scope)) return -1;
   vendor_owner owner;
-  std::string text;
-  if (!find_owner(scope, owner, text)) return -1;
-  server_debug(1, "Reading Vendor Data: \"%s\" in %s.", name, text.c_str());
+  if (!read_target("Reading Vendor Data", name, owner)) return -1;
   vendor_data bag;
   if (qd_vendor_data_read(bag, owner, name) != 0) return refuse("%s", read_failure);
   return answer_with("SVDAT", [&bag] {
