@@ -18,14 +18,6 @@ std::optional<std::string> read_name(stream& wire) {
   return name;
 }
 
-point3 read_point(stream& wire) {
-  point3 point;
-  point.x = wire.read_double();
-  point.y = wire.read_double();
-  point.z = wire.read_double();
-  return point;
-}
-
 organisation organisation_of(stream& wire, std::int32_t code, std::int32_t version) {
   const std::int32_t last = version >= first_version_with_cores ? 3 : 2;
   if (code < 0 || code > last) {
@@ -49,8 +41,8 @@ file_info connection::file_info() {
   info.dimension = wire_.read_int();
   info.samples = wire_.read_long();
   info.lines = wire_.read_int();
-  info.origin = read_point(wire_);
-  info.mesh = read_point(wire_);
+  info.origin = wire_.read_point();
+  info.mesh = wire_.read_point();
   info.nx = wire_.read_int();
   info.ny = wire_.read_int();
   info.nz = wire_.read_int();

@@ -10,14 +10,6 @@ namespace {
 constexpr std::size_t max_contour_name = 15;
 constexpr std::size_t max_fault_name = 7;
 
-point3 read_point(stream& wire) {
-  point3 point;
-  point.x = wire.read_double();
-  point.y = wire.read_double();
-  point.z = wire.read_double();
-  return point;
-}
-
 void add_point(packet& part, const point3& point) {
   part.add_double(point.x).add_double(point.y).add_double(point.z);
 }
@@ -56,7 +48,7 @@ wireframe_piece read_piece(stream& wire) {
 
 fault_segment read_segment(stream& wire) {
   fault_segment segment;
-  for (point3& point : segment.points) point = read_point(wire);
+  for (point3& point : segment.points) point = wire.read_point();
   for (double& attribute : segment.attributes) attribute = wire.read_double();
   segment.priority = wire.read_int();
   return segment;
@@ -74,8 +66,8 @@ polygon_set connection::polygons() {
   call(request("CPOLYGONS"), "SPOLYGONS");
   polygon_set all;
   all.dimension = wire_.read_bool() ? 2 : 3;
-  all.lowest = read_point(wire_);
-  all.highest = read_point(wire_);
+  all.lowest = wire_.read_point();
+  all.highest = wire_.read_point();
   all.contours = read_items<contour>(wire_.read_long(), [this] { return read_contour(wire_); });
   return all;
 }

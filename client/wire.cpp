@@ -326,6 +326,14 @@ double stream::read_double() {
   return swapped(value);
 }
 
+point3 stream::read_point() {
+  point3 point;
+  point.x = read_double();
+  point.y = read_double();
+  point.z = read_double();
+  return point;
+}
+
 std::string stream::read_string(std::size_t most) {
   const std::int32_t length = read_int();
   if (length == -1) return {};

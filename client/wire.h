@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "client/types.h"
+
 namespace qrd::client {
 
 enum class long_size { four_bytes, eight_bytes };
@@ -89,6 +91,7 @@ class stream {
   bool read_bool();
   std::int64_t read_long();
   double read_double();
+  point3 read_point();
   // More than `most` characters are a protocol_error. The length -1 of an absent text gives the empty text.
   std::string read_string(std::size_t most = max_text);
   std::vector<std::uint8_t> read_bytes(std::int64_t count);

@@ -32,10 +32,9 @@ TEST(Connection, HandshakeAgreesOnLongs) {
       {bytes().text("CHELLO").text("").i32(1300030).str(), bytes().text("SWELCOME").i32(1300030).str()},
       {bytes().text("CARCH").i32(1).str(), bytes().text("SARCH").i32(1).str()},
       {bytes().text("CQRDDATA").text("/data").str(), bytes().text("SOK").str()},
-      {bytes().text("CREADVARS").i64(3).i64(4).str(),
-       bytes().text("SDATAS").i64(2).raw("\1").repeat(1, 0).str()},
+      {bytes().text("CREADVARS").i64(3, 4).str(), bytes().text("SDATAS").i64(2).raw("\1").repeat(1, 0).str()},
       {bytes().text("CARCH").i32(0).str(), bytes().text("SARCH").i32(1).str()},
-      {bytes().text("CREADVARS").i32(-1).i32(-1).str(), bytes().text("SDATAS").i32(0).str()},
+      {bytes().text("CREADVARS").i32(-1, -1).str(), bytes().text("SDATAS").i32(0).str()},
       {bytes().text("CBYE BYE").str(), bytes().text("SBYE BYE").str()},
   });
   connection client(stream(server.client_end()));
@@ -107,9 +106,9 @@ TEST(Connection, RangesAreSentToVersionsThatKnowThem) {
     for (bytes* request : {&read_texts, &write_texts})
       if (one.texts) request->i64(2).i64(3);
     scripted_server server({
-        {read_numbers.i32(1).str(), bytes().text("SDATAF").i64(2).f64(-1).f64(0.5).f64(-1).str()},
+        {read_numbers.i32(1).str(), bytes().text("SDATAF").i64(2).f64(-1, 0.5, -1).str()},
         {read_texts.i32(0).str(), bytes().text("SDATAC").i64(1).text("   ").text("ab ").str()},
-        {write_numbers.i32(0).f64(-9).i64(2).f64(0.5).f64(-9).str(), done()},
+        {write_numbers.i32(0).f64(-9).i64(2).f64(0.5, -9).str(), done()},
         {write_texts.i32(1).text("none").i64(2).text("a").text("none").str(), done()},
     });
     connection client = client_of(server, one.version);
@@ -142,26 +141,26 @@ TEST(Connection, OptionalArguments) {
   expect_sent(bytes().text("CVARUNIT").i32(2).text("km").text("m").str(),
               [](auto& c) { c.set_variable_unit("km", "m"); });
   // Two dimensions send two coordinates of each point.
-  expect_sent(bytes().text("CLFILEAPC").i32(1).i32(2).f64(5).f64(6).f64(1).f64(10).str(), [](auto& c) {
+  expect_sent(bytes().text("CLFILEAPC").i32(1, 2).f64(5, 6, 1, 10).str(), [](auto& c) {
     c.append_cores(2, {5, 6, 7}, std::vector<double>{1, 10});
   });
-  expect_sent(bytes().text("CGFILENEW").text("G").i32(2).f64(10).f64(1).i32(4).f64(20).f64(2).i32(5).str(),
+  expect_sent(bytes().text("CGFILENEW").text("G").i32(2).f64(10, 1).i32(4).f64(20, 2).i32(5).str(),
               [](auto& c) {
                 c.new_grid("G", {2, {10, 20, 30}, {1, 2, 3}, 4, 5, 6});
               });
   expect_sent(bytes().text("CVARCOMM").i32(0).text("words").str(),
               [](auto& c) { c.set_variable_comment("words"); });
-  expect_sent(bytes().text("CMACROADD").i32(2).i32(1).i32(5).i32(3).i32(0).str(), [](auto& c) {
+  expect_sent(bytes().text("CMACROADD").i32(2, 1, 5, 3, 0).str(), [](auto& c) {
     c.add_macro_indices(std::vector<std::int32_t>{5, 3});
   });
-  expect_sent(bytes().text("CMACROADD").i32(1).i32(1).i32(5).i32(1).text("five").str(),
+  expect_sent(bytes().text("CMACROADD").i32(1, 1, 5, 1).text("five").str(),
               [](auto& c) { c.add_macro_indices(std::vector<std::int32_t>{5}, {{"five"}}); });
 }
 
 TEST(Connection, NewVariablesSendTheirUnitAsTheVersionKnowsIt) {
   const number_format format{number_style::shifted, 8, 3};
   bytes head;
-  head.text("CVARFNEW").text("V").i32(32).i32(4).i32(8).i32(3);
+  head.text("CVARFNEW").text("V").i32(32, 4, 8, 3);
   for (std::int32_t version : {409, 400000, 400999}) {
     expect_sent(
         bytes(head).text("m").str(), [&](auto& c) { c.new_float_variable("V", 32, format, "m"); }, version);
@@ -183,16 +182,9 @@ TEST(Connection, NewVariablesSendTheirUnitAsTheVersionKnowsIt) {
 TEST(Connection, FileInformationOfEveryVersion) {
   for (std::int32_t version : {899999, 900000, 1300029, 1300030}) {
     bytes answer;
-    answer.text("SFILEINFO")
-        .i32(version < 900000 ? 1 : 2)
-        .text("collars")
-        .i32(0)
-        .i32(1)
-        .i32(3)
-        .i64(3762)
-        .i32(50);
+    answer.text("SFILEINFO").i32(version < 900000 ? 1 : 2).text("collars").i32(0, 1, 3).i64(3762).i32(50);
     for (double value : {0.5, 1.5, 2.5, 10.0, 20.0, 30.0}) answer.f64(value);
-    answer.i32(4).i32(5).i32(6).i32(1).f64(30).f64(10).f64(-5);
+    answer.i32(4, 5, 6, 1).f64(30, 10, -5);
     for (const char* name : {"SN", "LN", "RN", "X", "Y", "None"}) answer.text(name);
     if (version >= 900000)
       for (const char* name : {"XB", "YB", "ZB", "XE", "YE", "ZE"}) answer.text(name);
@@ -227,7 +219,7 @@ TEST(Connection, VariableInformationOfEveryVersion) {
   for (std::int32_t version : {409, 411, 400000, 401000, 501999, 502000, newest_version}) {
     const bool old = version < 410 || version == 400000;
     bytes answer;
-    answer.text("SVARINFO").i32(5).i32(32).i32(0).i32(0).i32(3).text("Meter");
+    answer.text("SVARINFO").i32(5, 32, 0, 0, 3).text("Meter");
     if (version < 502000) answer.text("words");
     if (!old) answer.text("m").i32(1);
     scripted_server server({{bytes().text("CVARINFO").str(), answer.str()}});

@@ -48,8 +48,7 @@ TEST(Packet, RefusesTextsThatItsFieldCannotHold) {
 
 TEST(Stream, ReadsEveryValue) {
   scripted_server server({{"", bytes()
-                                   .i32(-7)
-                                   .i32(9)
+                                   .i32(-7, 9)
                                    .i64(-5000000000)
                                    .i32(-3)
                                    .f64(1.2345e308)

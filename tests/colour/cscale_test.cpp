@@ -25,68 +25,60 @@ bytes& same(bytes& out, int count, int value) {
 
 // What ends every file of the newest version: legend, labels, flags, values, unit.
 bytes& tail(bytes& file, int integer_bounds) {
-  file.i32(1).i32(1).text("Other").i32(1).text("N/A").i32(integer_bounds).i32(1);
-  file.f64(no_data).f64(no_data).f64(no_data).i32(1);
-  return file.i32(2).i32(10).i32(2).i32(0).text("").f64(1);
+  file.i32(1, 1).text("Other").i32(1).text("N/A").i32(integer_bounds, 1);
+  file.f64(no_data, no_data, no_data).i32(1);
+  return file.i32(2, 10, 2, 0).text("").f64(1);
 }
 
 // A description up to its flags, with one grey value in each colour.
 bytes description(int type, const std::string& palette, int classes, int facies_intervals = 0,
                   int integer_bounds = 0, int manual = 0, int facies = 0) {
   bytes out;
-  out.i32(type).i32(1).text(palette).i32(classes);
+  out.i32(type, 1).text(palette).i32(classes);
   for (int grey : {10, 30, 20, 25}) same(out, 3, grey);
-  return out.i32(4)
-      .i32(5)
-      .i32(6)
-      .text("dropped")
-      .text("too")
-      .i32(facies_intervals)
-      .i32(integer_bounds)
-      .i32(manual)
-      .i32(facies);
+  return out.i32(4, 5, 6).text("dropped").text("too").i32(facies_intervals, integer_bounds, manual, facies);
 }
 
 TEST_F(scales, manual_keeps_shared_bounds_as_intervals) {
   bytes sent = description(2, "Grades", 3, 0, 0, 1, 0);
-  sent.f64(0).f64(10).f64(20).f64(40).i32(2).i32(1).i32(0);
+  sent.f64(0, 10, 20, 40).i32(2, 1, 0);
   expect_done("CSCANEW", bytes().text("M").raw(sent.str()));
 
   bytes file;
-  file.i32(501003).text("M").text("Grades").i32(0).i32(2).i32(3).i32(3);
-  file.f64(0).f64(10).f64(20).f64(10).f64(20).f64(40).i32(2).i32(1).i32(0).i32(4).i32(5).i32(6);
+  file.i32(501003).text("M").text("Grades").i32(0, 2, 3, 3);
+  file.f64(0, 10, 20, 10, 20, 40).i32(2, 1, 0, 4, 5, 6);
   same(same(same(file, 3, 10), 3, 20), 3, 30);
   EXPECT_EQ(stored(0), tail(file, 0).str());
 
   bytes answer;
-  answer.text("SSCALE").i32(2).i32(0).text("Grades").i32(3);
+  answer.text("SSCALE").i32(2, 0).text("Grades").i32(3);
   same(same(same(same(answer, 3, 10), 3, 30), 3, 20), 3, -1);
-  answer.i32(4).i32(5).i32(6).text("").text("").i32(0).i32(0).i32(1).i32(0);
-  answer.f64(0).f64(10).f64(20).f64(40).i32(2).i32(1).i32(0);
+  answer.i32(4, 5, 6).text("").text("").i32(0, 0, 1, 0);
+  answer.f64(0, 10, 20, 40).i32(2, 1, 0);
   expect_answer("CSCAREAD", bytes().text("M"), answer);
 }
 
 TEST_F(scales, facies_keeps_intervals_colours_and_labels) {
   const std::string long_label(60, 'l');
   bytes sent = description(3, "None", 2, 3, 1, 0, 1);
-  sent.f64(1).f64(4).f64(7).f64(3).f64(6).f64(9).i32(0).i32(1).i32(99);
+  sent.f64(1, 4, 7, 3, 6, 9).i32(0, 1, 99);
   for (int i = 1; i <= 6; ++i) sent.i32(i);
   sent.text("sand").text(long_label);
   expect_done("CSCANEW", bytes().text("F").raw(sent.str()));
 
   bytes file;
-  file.i32(501003).text("F").text("None").i32(0).i32(3).i32(2).i32(3);
-  file.f64(1).f64(4).f64(7).f64(3).f64(6).f64(9).i32(0).i32(1).i32(1).i32(2).i32(0).i32(2);
+  file.i32(501003).text("F").text("None").i32(0, 3, 2, 3);
+  file.f64(1, 4, 7, 3, 6, 9).i32(0, 1, 1, 2, 0, 2);
   same(same(same(file, 3, 10), 3, 25), 3, 0);
   for (int i = 1; i <= 6; ++i) file.i32(i);
   file.text("sand").text(long_label.substr(0, 49));
   EXPECT_EQ(stored(0), tail(file, 1).str());
 
   bytes answer;
-  answer.text("SSCALE").i32(3).i32(0).text("None").i32(2);
+  answer.text("SSCALE").i32(3, 0).text("None").i32(2);
   same(same(same(same(answer, 3, 10), 3, -1), 3, -1), 3, 25);
-  answer.i32(2).i32(0).i32(2).text("").text("").i32(3).i32(1).i32(0).i32(1);
-  answer.f64(1).f64(4).f64(7).f64(3).f64(6).f64(9).i32(0).i32(1).i32(1);
+  answer.i32(2, 0, 2).text("").text("").i32(3, 1, 0, 1);
+  answer.f64(1, 4, 7, 3, 6, 9).i32(0, 1, 1);
   for (int i = 1; i <= 6; ++i) answer.i32(i);
   answer.text("sand").text(long_label.substr(0, 49));
   expect_answer("CSCAREAD", bytes().text("F"), answer);
@@ -96,7 +88,7 @@ TEST_F(scales, automatic_and_classes_have_no_intervals) {
   expect_done("CSCANEW", bytes().text("A").raw(description(0, "P", 0).str()));
   expect_done("CSCANEW", bytes().text("C").raw(description(1, "P", 3).str()));
   bytes file;
-  file.i32(501003).text("C").text("P").i32(0).i32(1).i32(3).i32(0).i32(2).i32(0).i32(2);
+  file.i32(501003).text("C").text("P").i32(0, 1, 3, 0, 2, 0, 2);
   same(same(file, 3, 10), 6, 0);
   EXPECT_EQ(stored(1), tail(file, 0).str());
   expect_answer("CSCALST", bytes(), bytes().text("SSCALST").i32(2).text("A").text("C"));
@@ -111,36 +103,23 @@ TEST_F(scales, automatic_and_classes_have_no_intervals) {
 TEST_F(scales, of_old_versions_read_the_same) {
   for (int version : {500000, 501000, 501001, 501002}) {
     bytes file;
-    file.i32(version).text("old").text("P").i32(0).i32(2).i32(3);
+    file.i32(version).text("old").text("P").i32(0, 2, 3);
     if (version >= 501000)
-      file.i32(3).f64(0).f64(10).f64(20).f64(10).f64(20).f64(40);
+      file.i32(3).f64(0, 10, 20, 10, 20, 40);
     else
-      file.f64(0).f64(10).f64(20).f64(40);
-    file.i32(2).i32(1).i32(0).i32(1);
+      file.f64(0, 10, 20, 40);
+    file.i32(2, 1, 0, 1);
     for (int i = 1; i <= 9; ++i) file.i32(i);
     if (version >= 501002) file.i32(0);
     if (version >= 501001) file.i32(0).text("o").i32(0).text("n");
-    if (version >= 501000) file.i32(0).i32(1).f64(1).f64(2).f64(3);
+    if (version >= 501000) file.i32(0, 1).f64(1, 2, 3);
     if (version >= 501002) file.i32(0);
-    if (version >= 501000) file.i32(2).i32(10).i32(2).i32(1).text("m").f64(100);
+    if (version >= 501000) file.i32(2, 10, 2, 1).text("m").f64(100);
     store(0, file);
     bytes answer;
-    answer.text("SSCALE")
-        .i32(2)
-        .i32(0)
-        .text("P")
-        .i32(3)
-        .i32(1)
-        .i32(2)
-        .i32(3)
-        .i32(7)
-        .i32(8)
-        .i32(9)
-        .i32(4)
-        .i32(5)
-        .i32(6);
-    same(answer, 3, -1).i32(2).i32(0).i32(2).text("").text("").i32(0).i32(0).i32(1).i32(0);
-    answer.f64(0).f64(10).f64(20).f64(40).i32(2).i32(1).i32(0);
+    answer.text("SSCALE").i32(2, 0).text("P").i32(3, 1, 2, 3, 7, 8, 9, 4, 5, 6);
+    same(answer, 3, -1).i32(2, 0, 2).text("").text("").i32(0, 0, 1, 0);
+    answer.f64(0, 10, 20, 40).i32(2, 1, 0);
     SCOPED_TRACE(version);
     expect_answer("CSCAREAD", bytes().text("old"), answer);
     EXPECT_EQ(stored(0), file.str());
@@ -149,7 +128,7 @@ TEST_F(scales, of_old_versions_read_the_same) {
 
 TEST_F(scales, read_only_is_neither_deleted_nor_replaced) {
   bytes file;
-  file.i32(501003).text("L").text("P").i32(1).i32(0).i32(2).i32(0).i32(2).i32(0).i32(2);
+  file.i32(501003).text("L").text("P").i32(1, 0, 2, 0, 2, 0, 2);
   store(0, tail(same(file, 9, 0), 0));
   expect_refused("CSCADEL", bytes().text("L"), "An error happened during Color Scale deletion");
   expect_done("CSCANEW", bytes().text("L").raw(description(0, "Q", 1).str()));
@@ -170,7 +149,7 @@ TEST_F(scales, refuse_incomplete_descriptions) {
   expect_refused("CSCAREAD", bytes().text("x"), "Cannot read Color Scale named x.");
   // A label has the limit of other texts.
   bytes labels = description(3, "P", 1, 1, 0, 0, 1);
-  labels.f64(0).f64(1).i32(0).i32(1).i32(2).i32(3).text(std::string(10000, 'l'));
+  labels.f64(0, 1).i32(0, 1, 2, 3).text(std::string(10000, 'l'));
   EXPECT_EQ(client_.ask("CSCANEW", bytes().text("x").raw(labels.str()).str()), "");
   request_session fresh;
   EXPECT_EQ(fresh.ask("CSCANEW", bytes().text("x").raw(description(1, "P", 0).str()).str()),
@@ -181,23 +160,11 @@ TEST_F(scales, refuse_incomplete_descriptions) {
 TEST_F(scales, that_lie_about_their_counts_do_no_harm) {
   // Fewer intervals than classes, on disk as it stands.
   bytes fewer;
-  fewer.i32(501003)
-      .text("fewer")
-      .text("P")
-      .i32(0)
-      .i32(2)
-      .i32(3)
-      .i32(1)
-      .f64(0)
-      .f64(1)
-      .i32(0)
-      .i32(2)
-      .i32(0)
-      .i32(2);
+  fewer.i32(501003).text("fewer").text("P").i32(0, 2, 3, 1).f64(0, 1).i32(0, 2, 0, 2);
   store(0, tail(same(fewer, 9, 0), 0));
   expect_refused("CSCAREAD", bytes().text("fewer"), "Cannot read Color Scale named fewer.");
   bytes huge;
-  huge.i32(501003).text("huge").text("P").i32(0).i32(2).i32(3).i32(2147483646).f64(0).f64(1);
+  huge.i32(501003).text("huge").text("P").i32(0, 2, 3, 2147483646).f64(0, 1);
   store(1, huge);
   EXPECT_FATAL(client_.ask("CSCAREAD", bytes().text("huge").str()),
                "WARNING: A COLOR SCALE FILE IS CORRUPTED:");

@@ -39,8 +39,7 @@ TEST_F(palettes, of_the_user_hide_those_of_the_system) {
   write_file(root_ / "PAL.5", "System grey\n");
   write_file(root_ / "XPAL.6", "not listed\n");
   expect_answer("CPALLST", bytes(), bytes().text("SPALLST").i32(2).text("Grades").text("System grey"));
-  expect_answer("CPALREAD", bytes().text("Grades"),
-                bytes().text("SPAL").i32(2).i32(10).i32(40).i32(20).i32(50).i32(30).i32(60));
+  expect_answer("CPALREAD", bytes().text("Grades"), bytes().text("SPAL").i32(2, 10, 40, 20, 50, 30, 60));
   expect_refused("CPALWRIT", bytes().text("Grades").raw(three(1, 1, 1, 1).str()),
                  "An error occured during Palette Grades writing");
   expect_refused("CPALDEL", bytes().text("Grades"), "An error happened during Palette deletion");
@@ -89,9 +88,9 @@ TEST_F(palettes, of_a_study_that_is_gone_are_refused) {
 TEST_F(palettes, in_use_by_a_scale_stay) {
   write("used", three(1, 5, 5, 5));
   bytes scale;
-  scale.text("scale").i32(0).i32(0).text("used").i32(0);
+  scale.text("scale").i32(0, 0).text("used").i32(0);
   for (int i = 0; i < 15; ++i) scale.i32(0);
-  scale.text("").text("").i32(0).i32(0).i32(0).i32(0);
+  scale.text("").text("").i32(0, 0, 0, 0);
   expect_done("CSCANEW", scale);
   expect_refused("CPALDEL", bytes().text("used"),
                  "Cannot delete palette named used as it is used by a Color Scale.");

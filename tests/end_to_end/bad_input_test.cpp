@@ -32,22 +32,22 @@ struct changing_request {
 // Requests that would change much, were they whole.
 std::vector<changing_request> changing_requests() {
   bytes write;
-  write.text("CWRITVARF").i64(1).i64(3).i32(0).f64(0).i64(3).f64(1).f64(2).f64(3);
+  write.text("CWRITVARF").i64(1, 3).i32(0).f64(0).i64(3).f64(1, 2, 3);
   bytes points;
-  points.text("CPFILENEW").text("new").i64(2).i32(2).f64(1).f64(2).f64(3).f64(4);
+  points.text("CPFILENEW").text("new").i64(2).i32(2).f64(1, 2, 3, 4);
   bytes palette;
-  palette.text("CPALWRIT").text("Grades").i32(1).i32(1).i32(2).i32(3);
+  palette.text("CPALWRIT").text("Grades").i32(1, 1, 2, 3);
   bytes polygon;
   polygon.text("CPOLYNEW").text("new").i32(0);
   for (int i = 0; i < 6; ++i) polygon.f64(i);
-  polygon.i64(1).text("c").text("p").f64(0).f64(0).i32(3);
+  polygon.i64(1).text("c").text("p").f64(0, 0).i32(3);
   for (double value : {0.0, 0.0, 1.0, 0.0, 1.0, 1.0}) polygon.f64(value);
   bytes bag;
-  bag.text("CVDATWRIT").text("project").i32(1).i32(0).i32(1).text("a").i32(4).i32(2).i32(1).i32(2);
+  bag.text("CVDATWRIT").text("project").i32(1, 0, 1).text("a").i32(4, 2, 1, 2);
   bytes comment;
-  comment.text("CCOMSET").i32(3).i32(0).text("text");
+  comment.text("CCOMSET").i32(3, 0).text("text");
   bytes faults;
-  faults.text("CWRITFAUL").i32(1).i32(0).f64(0).i32(1).text("F").i32(0).i32(1);
+  faults.text("CWRITFAUL").i32(1, 0).f64(0).i32(1).text("F").i32(0, 1);
   for (int i = 0; i < 12; ++i) faults.f64(i);
   faults.i32(1);
   return {{"write", write},     {"points", points}, {"palette", palette}, {"polygon", polygon},
@@ -166,18 +166,18 @@ class damage : public testing::Test {
       ask("CVARINFO");
       ask("CMACROALP");
       ask("CINDSET", bytes().i32(2));
-      ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0));
+      ask("CREADVARF", bytes().i64(-1, -1).i32(0));
       ask("CREADLINF", bytes().i32(50));
     }
     choose("CVARSET", "hole");
-    ask("CREADVARC", bytes().i64(1).i64(3762).i32(1));
+    ask("CREADVARC", bytes().i64(1, 3762).i32(1));
     choose("CFILESET", "domains");
     ask("CPOLYGONS");
     choose("CSTUDYSET", "Archive");
     choose("CDIRSET", "Old data");
     choose("CFILESET", "cube");
     choose("CVARSET", "number");
-    ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0));
+    ask("CREADVARF", bytes().i64(-1, -1).i32(0));
     ask("CBYE BYE");
     return requests;
   }

@@ -5,11 +5,13 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "client/connection.h"
 #include "support/bytes.h"
 #include "support/server_process.h"
+#include "support/study_root.h"
 #include "support/temporary_directory.h"
 
 namespace qrd::test {
@@ -82,6 +84,23 @@ class served {
     options.timeout = std::chrono::seconds(60);
     return client::connection::connect("127.0.0.1", process.port(), options);
   }
+};
+
+// A server on a root with the empty study "Study", and a client in its new directory "D".
+class served_study {
+ public:
+  served_study() {
+    root.make_study("Study", study_descriptor(1));
+    root.write_registry(pair("$init$/Study", "Study"));
+    server.emplace(root.path());
+    to().set_study("Study");
+    to().new_directory("D");
+    to().set_directory("D");
+  }
+  client::connection& to() { return server->connection; }
+
+  study_root root;
+  std::optional<served> server;
 };
 
 // The text of the refusal that `act` meets; empty if it meets none.

@@ -35,14 +35,13 @@ std::string no(const char* what) {
 std::vector<request_case> all_requests() {
   const bytes none;
   const bytes name = bytes().text("x");
-  const bytes range = bytes().i64(-1).i64(-1);
+  const bytes range = bytes().i64(-1, -1);
   const std::string nothing_open = no("QRD_INIT");
   const std::string no_parent = no("Study, Directory or File");
   const auto with = [](const bytes& first, const bytes& second) { return bytes(first).raw(second.str()); };
   const bytes scale = bytes()
                           .text("x")
-                          .i32(0)
-                          .i32(0)
+                          .i32(0, 0)
                           .text("p")
                           .i32(2)
                           .raw(words(15, 1).str())
@@ -74,10 +73,10 @@ std::vector<request_case> all_requests() {
       {"CFILEINFO", none, no("File")},
       {"CPFILENEW", with(bytes().text("x").i64(1).i32(2), doubles(2)), no("Directory")},
       {"CPFILEAPP", with(bytes().i64(1).i32(2), doubles(2)), no("File")},
-      {"CGFILENEW", bytes().text("x").i32(2).f64(0).f64(1).i32(2).f64(0).f64(1).i32(2), no("Directory")},
+      {"CGFILENEW", bytes().text("x").i32(2).f64(0, 1).i32(2).f64(0, 1).i32(2), no("Directory")},
       {"CLFILENEW", bytes().text("x").i32(2), no("Directory")},
-      {"CLFILEAPP", with(bytes().i32(1).i32(2), doubles(2)), no("File")},
-      {"CLFILEAPC", with(bytes().i32(1).i32(3), doubles(6)), no("File")},
+      {"CLFILEAPP", with(bytes().i32(1, 2), doubles(2)), no("File")},
+      {"CLFILEAPC", with(bytes().i32(1, 3), doubles(6)), no("File")},
       {"CLFILELNK", name, no("Directory or File")},
       {"CLFILECNT", none, no("File")},
       {"GRIDMODO", doubles(3), no("Directory")},
@@ -85,7 +84,7 @@ std::vector<request_case> all_requests() {
       {"GRIDMODR", doubles(3), no("Directory")},
       {"CSELSET", name, no("File")},
       {"CCOMGET", words(1, 2), no("File")},
-      {"CCOMSET", bytes().i32(3).i32(0).text("c"), no("File or Variable")},
+      {"CCOMSET", bytes().i32(3, 0).text("c"), no("File or Variable")},
       {"CVARLST", none, no("File")},
       {"CVARTLST", words(1, -1), no("File")},
       {"CVARXIST", name, no("File")},
@@ -96,7 +95,7 @@ std::vector<request_case> all_requests() {
       {"CVARINFO", none, no("Variable")},
       {"CMACROIND", none, no("Variable")},
       {"CMACROALP", none, no("Variable")},
-      {"CMACROADD", bytes().i32(1).i32(1).i32(5).i32(1).text("a"), no("Variable")},
+      {"CMACROADD", bytes().i32(1, 1, 5, 1).text("a"), no("Variable")},
       {"CREADVARF", with(range, words(1, 0)), no("Variable")},
       {"CREADLINF", words(1, 1), no("Variable")},
       {"CREADVARS", range, no("Variable")},
@@ -106,7 +105,7 @@ std::vector<request_case> all_requests() {
       {"CVARCNEW", name, no_parent},
       {"CVARCOMM", bytes().i32(0).text("c"), no("File or Variable")},
       {"CWRITVARF", with(range, bytes().i32(0).f64(0).i64(1).f64(1)), no("Variable")},
-      {"CWRITLINF", bytes().i64(1).i64(1).f64(0).f64(1), no("Variable")},
+      {"CWRITLINF", bytes().i64(1, 1).f64(0, 1), no("Variable")},
       {"CWRITVARS", with(range, bytes().i64(3).raw("abc")), no("Variable")},
       {"CWRITVARC", with(range, bytes().i32(0).text("").i64(1).text("t")), no("Variable")},
       {"CVARUNIT", bytes().i32(2).text("m").text("km"), no("Variable")},
@@ -115,7 +114,7 @@ std::vector<request_case> all_requests() {
       {"CWRITFAUL", none, no("Directory")},
       {"CVDATVERS", bytes().text("x").i32(0), no("Study")},
       {"CVDATREAD", bytes().text("x").i32(0), no("Study")},
-      {"CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(1).text("a").i32(1).i32(1), no("Study")},
+      {"CVDATWRIT", bytes().text("x").i32(1, 0, 1).text("a").i32(1, 1), no("Study")},
       {"CVDATEXIS", bytes().text("x").i32(0), no("Study")},
       {"CPOLYGONS", none, no("File")},
       {"CPOLYNEW", with(with(bytes().text("x").i32(1), doubles(6)), bytes().i64(0)), no("Directory")},
@@ -123,7 +122,7 @@ std::vector<request_case> all_requests() {
       {"CWIRENEW", name, no("Directory")},
       {"CPALLST", none, nothing_open},
       {"CPALXIST", name, nothing_open},
-      {"CPALWRIT", bytes().text("x").i32(1).i32(1).i32(1).i32(1), nothing_open},
+      {"CPALWRIT", bytes().text("x").i32(1, 1, 1, 1), nothing_open},
       {"CPALREAD", name, nothing_open},
       {"CPALDEL", name, nothing_open},
       {"CSCALST", none, nothing_open},

@@ -9,7 +9,6 @@
 
 #include "end_to_end/database.h"
 #include "support/program_run.h"
-#include "support/study_root.h"
 
 namespace qrd::test {
 namespace {
@@ -17,22 +16,11 @@ namespace {
 using json = nlohmann::json;
 using client::missing_value;
 
-// An empty study with the directory "D".
-class objects : public testing::Test {
+class objects : public testing::Test, protected served_study {
  protected:
-  objects() {
-    root_.make_study("Study", study_descriptor(1));
-    root_.write_registry(pair("$init$/Study", "Study"));
-    server_.emplace(root_.path());
-    to().set_study("Study");
-    to().new_directory("D");
-    to().set_directory("D");
-  }
-  client::connection& to() { return server_->connection; }
-
   // What the program prints, in words or as JSON.
   std::string told(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"--root", root_.path()});
+    arguments.insert(arguments.begin(), {"--root", root.path()});
     const program_run run = run_program(QRD_CLIENT_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
     return run.output;
@@ -49,9 +37,6 @@ class objects : public testing::Test {
     to().write_selection(flags);
     to().set_selection(name);
   }
-
-  study_root root_;
-  std::optional<served> server_;
 };
 
 TEST_F(objects, polygons) {
@@ -140,7 +125,7 @@ TEST_F(objects, faults) {
 }
 
 TEST_F(objects, palettes) {
-  write_file(root_ / "PAL.0", "Rainbow\n  1   2   3\n");
+  write_file(root / "PAL.0", "Rainbow\n  1   2   3\n");
   const std::vector<client::rgb> greys = {{0, 0, 0}, {128, 127, 126}, {255, 255, 255}};
   to().write_palette("Greys", greys);
   EXPECT_EQ(to().palettes(), (std::vector<std::string>{"Greys", "Rainbow"}));

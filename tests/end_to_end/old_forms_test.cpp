@@ -19,13 +19,7 @@ std::string variable_descriptor(const std::string& name, int kind, int implicit,
   return bytes()
       .i32(1100)
       .text(name)
-      .i32(0)
-      .i32(kind)
-      .i32(64)
-      .i32(implicit)
-      .i32(shown.format)
-      .i32(10)
-      .i32(shown.digits)
+      .i32(0, kind, 64, implicit, shown.format, 10, shown.digits)
       .text(shown.unit)
       .f64(shown.factor)
       .str();
@@ -48,9 +42,9 @@ TEST(old_forms, become_the_current_ones_by_a_read) {
   const std::string folder = "OLD/ARCHIVE/QRD/DIRE.2/";
   expected[folder + "DESCR"] = bytes().i32(1100).text("Old data").str();
   bytes file;
-  file.i32(1100).text("cube").i32(5).i32(3).i32(0);
+  file.i32(1100).text("cube").i32(5, 3, 0);
   for (double value : {100.0, 200.0, 300.0, 100.0, 200.0, 300.0}) file.f64(value);
-  file.i32(2).i32(3).i32(4).f64(0).f64(0).f64(0).text("").i64(24).i64(512);
+  file.i32(2, 3, 4).f64(0, 0, 0).text("").i64(24, 512);
   expected[folder + "FILE.4/DESCR"] = file.str();
   const display length{2, 2, "m", 100.0};
   const display number{2, 2, "", 0.0};

@@ -39,24 +39,23 @@ TEST_F(refusals, without_a_root_and_a_study) {
   refused(request("CVDATREAD").text("bag").i32(3), "Study is not set");
   refused(request("CFILELST"), "Directory is not set");
   // The wrong type is met before the missing directory.
-  refused(request("CFILETLST").i32(4).i32(4), "Unknown file type (4) for file");
-  refused(request("CFILETLST").i32(3).i32(4), "Unknown file dimension (4) for file");
-  refused(request("CFILETLST").i32(3).i32(3), "Directory is not set");
+  refused(request("CFILETLST").i32(4, 4), "Unknown file type (4) for file");
+  refused(request("CFILETLST").i32(3, 4), "Unknown file dimension (4) for file");
+  refused(request("CFILETLST").i32(3, 3), "Directory is not set");
   refused(request("CFILEXIST").text("F"), "Directory is not set");
   refused(request("CFILESET").text("F"), "Directory is not set");
   refused(request("CFILEDEL"), "Current File is not set");
   refused(request("CFILEINFO"), "File is not set");
-  refused(request("CPFILENEW").text("F").i64(1).i32(2).f64(1).f64(1.2345e308),
+  refused(request("CPFILENEW").text("F").i64(1).i32(2).f64(1, 1.2345e308),
           "There should not be any test value in the coordinates");
-  refused(request("CPFILENEW").text("F").i64(1).i32(2).f64(1).f64(1), "Directory is not set");
-  refused(request("CPFILEAPP").i64(1).i32(2).f64(1).f64(1), "File is not set");
-  refused(request("CGFILENEW").text("F").i32(2).f64(0).f64(1).i32(1).f64(0).f64(1).i32(1),
-          "Directory is not set");
+  refused(request("CPFILENEW").text("F").i64(1).i32(2).f64(1, 1), "Directory is not set");
+  refused(request("CPFILEAPP").i64(1).i32(2).f64(1, 1), "File is not set");
+  refused(request("CGFILENEW").text("F").i32(2).f64(0, 1).i32(1).f64(0, 1).i32(1), "Directory is not set");
   refused(request("CLFILENEW").text("F").i32(2), "Directory is not set");
-  refused(request("CLFILEAPP").i32(1).i32(2).f64(1).f64(1), "File is not set");
+  refused(request("CLFILEAPP").i32(1, 2).f64(1, 1), "File is not set");
   refused(request("CLFILELNK").text("F"), "Directory or File is not set");
   refused(request("CLFILECNT"), "File is not set");
-  refused(request("GRIDMODO").f64(1).f64(1).f64(1), "Directory is not set");
+  refused(request("GRIDMODO").f64(1, 1, 1), "Directory is not set");
   refused(request("CSELSET").text(""), "File is not set");
   refused(request("CCOMGET").i32(1), "Comment Mode 1 unsupported");
   refused(request("CCOMGET").i32(2), "File is not set");
@@ -73,18 +72,18 @@ TEST_F(refusals, without_a_root_and_a_study) {
   refused(request("CVARLNAME"), "Variable is not set");
   refused(request("CVARUNIT").i32(1).text("m"), "Variable is not set");
   refused(request("CMACROIND"), "Variable is not set");
-  refused(request("CMACROADD").i32(1).i32(1).i32(5).i32(0), "Variable is not set");
+  refused(request("CMACROADD").i32(1, 1, 5, 0), "Variable is not set");
   refused(request("CINDSET").i32(1), "Variable is not set");
   refused(request("CINDASET").text("a"), "Variable is not set");
-  refused(request("CREADVARF").i64(-1).i64(-1).i32(0), "Variable is not set");
+  refused(request("CREADVARF").i64(-1, -1).i32(0), "Variable is not set");
   refused(request("CREADLINF").i32(0), "Wrong line index");
   refused(request("CREADLINF").i32(1), "Variable is not set");
-  refused(request("CREADVARS").i64(-1).i64(-1), "Variable is not set");
-  refused(request("CREADVARC").i64(-1).i64(-1).i32(0), "Variable is not set");
-  refused(request("CWRITVARF").i64(-1).i64(-1).i32(0).f64(0).i64(1).f64(1), "Variable is not set");
-  refused(request("CWRITLINF").i64(1).i64(1).f64(0).f64(1), "Variable is not set");
-  refused(request("CWRITVARS").i64(-1).i64(-1).i64(4).raw("1111"), "Variable is not set");
-  refused(request("CWRITVARC").i64(-1).i64(-1).i32(0).text("").i64(1).text("a"), "Variable is not set");
+  refused(request("CREADVARS").i64(-1, -1), "Variable is not set");
+  refused(request("CREADVARC").i64(-1, -1).i32(0), "Variable is not set");
+  refused(request("CWRITVARF").i64(-1, -1).i32(0).f64(0).i64(1).f64(1), "Variable is not set");
+  refused(request("CWRITLINF").i64(1, 1).f64(0, 1), "Variable is not set");
+  refused(request("CWRITVARS").i64(-1, -1, 4).raw("1111"), "Variable is not set");
+  refused(request("CWRITVARC").i64(-1, -1).i32(0).text("").i64(1).text("a"), "Variable is not set");
   refused(request("CVARFNEW").text("V"), "Study, Directory or File is not set");
   refused(request("CVARCNEW").text("V"), "Study, Directory or File is not set");
   refused(request("chello"), "Unrecognized request [chello]");
@@ -104,7 +103,7 @@ TEST_F(refusals, of_a_root_leave_the_server_ready) {
   // A study that was refused leaves the one that was chosen.
   refused(request("CSTUDYSET").text("holes"), "Study Unknown: \"holes\"");
   exchange(request("CDIRXIST").text("Drilling"), bytes().text("SEXIST").i32(1));
-  write_file(copy / "OLD/ARCHIVE/DESCR", bytes().i32(520).i32(1).i32(130000).i32(0).str());
+  write_file(copy / "OLD/ARCHIVE/DESCR", bytes().i32(520, 1, 130000, 0).str());
   refused(request("CSTUDYSET").text("Archive"), "Invalid Study version: \"Archive\"");
   write_file(copy / "DATA", "15.1.2\n");
   refused(

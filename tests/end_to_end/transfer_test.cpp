@@ -7,7 +7,6 @@
 
 #include "end_to_end/database.h"
 #include "samples/sample_study.h"
-#include "support/study_root.h"
 
 namespace qrd::test {
 namespace {
@@ -18,34 +17,25 @@ using client::selection_use;
 constexpr std::int64_t samples = 13;  // no multiple of 8: columns of a macro begin inside a byte
 constexpr std::int64_t capacity = 512;
 
-// An empty study with a points file "P", and "S" that selects some of its samples.
-class transfer : public testing::TestWithParam<int> {
+// A study with a points file "P", and "S" that selects some of its samples.
+class transfer : public testing::TestWithParam<int>, protected served_study {
  protected:
   transfer() {
-    root_.make_study("Study", study_descriptor(1));
-    root_.write_registry(pair("$init$/Study", "Study"));
-    server_.emplace(root_.path());
-    to().set_study("Study");
-    to().new_directory("D");
-    to().set_directory("D");
     to().new_points("P", 2, std::vector<double>(2 * samples, 1.0));
     to().set_file("P");
     to().new_float_variable("S", 1);
     to().set_variable("S");
     to().write_selection(selected_);
   }
-  client::connection& to() { return server_->connection; }
 
   // The data file of the variable that was made last.
   std::string newest_data_file() const {
-    const std::string file = root_ / "Study/QRD/DIRE.1/FILE.1/VARI.";
+    const std::string file = root / "Study/QRD/DIRE.1/FILE.1/VARI.";
     int number = 1;
     while (std::filesystem::exists(file + std::to_string(number + 1))) ++number;
     return file + std::to_string(number) + "/DATAVAR";
   }
 
-  study_root root_;
-  std::optional<served> server_;
   const std::vector<std::uint8_t> selected_ = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0, 1, 0};
 };
 
@@ -68,7 +58,7 @@ TEST_P(transfer, of_numbers_changes_these_bits_alone) {
   const std::string path = newest_data_file();
   std::string model = to_bits(read_file(path));
   ASSERT_EQ(model.size(), static_cast<std::size_t>(3 * capacity * bits));
-  tree_image before = image_of(root_.path());
+  tree_image before = image_of(root.path());
 
   std::mt19937 random(static_cast<unsigned>(bits));
   const double largest = bits == 1 ? 2.0 : bits < 32 ? static_cast<double>((1 << bits) - 1) : 1e9;
@@ -104,9 +94,9 @@ TEST_P(transfer, of_numbers_changes_these_bits_alone) {
       }
     }
   }
-  const std::vector<std::string> changed = changes(before, image_of(root_.path()));
+  const std::vector<std::string> changed = changes(before, image_of(root.path()));
   ASSERT_EQ(changed.size(), 1u);
-  EXPECT_EQ(root_ / changed[0], path);
+  EXPECT_EQ(root / changed[0], path);
 }
 
 INSTANTIATE_TEST_SUITE_P(at_every_bit_length, transfer, testing::Values(1, 2, 4, 8, 16, 32, 64));
@@ -174,10 +164,10 @@ TEST_F(transfer, of_nothing_changes_nothing) {
   to().new_float_variable("V", 8);
   to().set_variable("V");
   to().set_selection("S");
-  const tree_image before = image_of(root_.path());
+  const tree_image before = image_of(root.path());
   to().write_floats({}, sample_range{2, 3}, selection_use::compressed);
   EXPECT_EQ(to().read_floats(sample_range{2, 3}, selection_use::compressed).values, std::vector<double>{});
-  EXPECT_EQ(changes(before, image_of(root_.path())), std::vector<std::string>{});
+  EXPECT_EQ(changes(before, image_of(root.path())), std::vector<std::string>{});
 }
 
 TEST_F(transfer, of_lengths_in_the_unit_of_the_client) {
@@ -186,7 +176,7 @@ TEST_F(transfer, of_lengths_in_the_unit_of_the_client) {
   to().set_variable("L");
   to().write_floats(std::vector<double>{1.0, 2.0}, sample_range{3, 4});
   const std::string stored = read_file(newest_data_file());
-  EXPECT_EQ(stored.substr(16, 16), bytes().f64(30.48).f64(60.96).str());
+  EXPECT_EQ(stored.substr(16, 16), bytes().f64(30.48, 60.96).str());
   to().set_distance_unit("cm");
   EXPECT_EQ(to().read_floats(sample_range{3, 4}).values, (std::vector<double>{30.48, 60.96}));
   to().set_variable_unit("m");

@@ -11,29 +11,29 @@ class vendor_data_requests : public open_study {};
 // Seven attributes, one of each type, in the shape that wire and file share.
 bytes all_types() {
   bytes body;
-  body.text("nothing").i32(0).text("number").i32(1).i32(-7).text("real").i32(2).f64(2.5);
-  body.text("text").i32(3).i32(6).text("hello").text("ints").i32(4).i32(2).i32(1).i32(2147483647);
-  body.text("reals").i32(5).i32(1).f64(0.5).text("texts").i32(6).i32(2).i32(1).text("").i32(3).text("ab");
+  body.text("nothing").i32(0).text("number").i32(1, -7).text("real").i32(2).f64(2.5);
+  body.text("text").i32(3, 6).text("hello").text("ints").i32(4, 2, 1, 2147483647);
+  body.text("reals").i32(5, 1).f64(0.5).text("texts").i32(6, 2, 1).text("").i32(3).text("ab");
   return body;
 }
 
 TEST_F(vendor_data_requests, keep_every_type_of_value) {
-  expect_done("CVDATWRIT", bytes().text("bag").i32(3).i32(0).i32(7).raw(all_types().str()));
+  expect_done("CVDATWRIT", bytes().text("bag").i32(3, 0, 7).raw(all_types().str()));
   EXPECT_EQ(read_file(in_study("VENDOR.0")),
-            bytes().i32(520).text("bag").i32(3).i32(7).raw(all_types().str()).str());
+            bytes().i32(520).text("bag").i32(3, 7).raw(all_types().str()).str());
   expect_answer("CVDATREAD", bytes().text("bag").i32(0),
-                bytes().text("SVDAT").i32(3).i32(7).raw(all_types().str()));
+                bytes().text("SVDAT").i32(3, 7).raw(all_types().str()));
   expect_answer("CVDATVERS", bytes().text("bag").i32(-1), bytes().text("SVDATVERS").i32(3));
 }
 
 TEST_F(vendor_data_requests, belong_to_their_owner) {
   make_points("P", 1);
-  expect_done("CVARFNEW", bytes().text("v").i32(64).i32(0).i32(8).i32(2).i32(0));
+  expect_done("CVARFNEW", bytes().text("v").i32(64, 0, 8, 2, 0));
   expect_done("CVARSET", bytes().text("v"));
   for (int scope = 0; scope <= 4; ++scope) {
     expect_answer("CVDATEXIS", bytes().text("x").i32(scope),
                   bytes().text("SVDATEXIS").i32(scope > 3 ? 1 : 0));
-    expect_done("CVDATWRIT", bytes().text("x").i32(scope).i32(scope).i32(0));
+    expect_done("CVDATWRIT", bytes().text("x").i32(scope, scope, 0));
     expect_answer("CVDATVERS", bytes().text("x").i32(scope), bytes().text("SVDATVERS").i32(scope));
   }
   for (const char* owner : {"VENDOR.0", "QRD/DIRE.1/VENDOR.0", "QRD/DIRE.1/FILE.1/VENDOR.0"})
@@ -43,61 +43,57 @@ TEST_F(vendor_data_requests, belong_to_their_owner) {
   std::snprintf(current_context.directory, sizeof current_context.directory, "None");
   expect_refused("CVDATREAD", bytes().text("x").i32(3), "Directory is not set");
   std::snprintf(current_context.study, sizeof current_context.study, "None");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(0), "Study is not set");
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 0), "Study is not set");
 }
 
 TEST_F(vendor_data_requests, take_the_first_free_number_and_replace) {
-  for (const char* name : {"a", "b", "c"}) expect_done("CVDATWRIT", bytes().text(name).i32(1).i32(0).i32(0));
+  for (const char* name : {"a", "b", "c"}) expect_done("CVDATWRIT", bytes().text(name).i32(1, 0, 0));
   std::filesystem::remove(in_study("VENDOR.0"));
   // The old bag goes first; the new one takes the lowest number.
-  expect_done("CVDATWRIT", bytes().text("c").i32(2).i32(0).i32(0));
-  EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("c").i32(2).i32(0).str());
+  expect_done("CVDATWRIT", bytes().text("c").i32(2, 0, 0));
+  EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("c").i32(2, 0).str());
   EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.2")));
   expect_refused("CVDATREAD", bytes().text("gone").i32(0), "An error occured while reading vendor data");
 }
 
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(2).text("a").i32(0).text("b").i32(7),
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 2).text("a").i32(0).text("b").i32(7),
                  "Wrong Vendor Data Type (7)");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(1).text("a").i32(4).i32(-1),
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 1).text("a").i32(4, -1),
                  "Memory Allocation error for atttribute");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(1).text("a").i32(3).i32(-5),
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 1).text("a").i32(3, -5),
                  "Memory Allocation error for atttribute");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1).i32(0).i32(-1),
-                 "Memory Allocation error for atttribute");
+  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, -1), "Memory Allocation error for atttribute");
   EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.0")));
 }
 
 TEST_F(vendor_data_requests, keep_long_arrays) {
   constexpr int count = 9000;
   bytes integers, reals;
-  integers.text("a").i32(4).i32(count);
-  reals.text("a").i32(5).i32(count);
+  integers.text("a").i32(4, count);
+  reals.text("a").i32(5, count);
   for (int i = 0; i < count; ++i) {
     integers.i32(i);
     reals.f64(i + 0.5);
   }
   for (const bytes& body : {integers, reals}) {
-    expect_done("CVDATWRIT", bytes().text("bag").i32(1).i32(0).i32(1).raw(body.str()));
-    EXPECT_EQ(read_file(in_study("VENDOR.0")),
-              bytes().i32(520).text("bag").i32(1).i32(1).raw(body.str()).str());
-    expect_answer("CVDATREAD", bytes().text("bag").i32(0),
-                  bytes().text("SVDAT").i32(1).i32(1).raw(body.str()));
+    expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 1).raw(body.str()));
+    EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("bag").i32(1, 1).raw(body.str()).str());
+    expect_answer("CVDATREAD", bytes().text("bag").i32(0), bytes().text("SVDAT").i32(1, 1).raw(body.str()));
   }
 }
 
 TEST_F(vendor_data_requests, tell_damage) {
   const auto store = [this](const bytes& attributes, int count) {
-    write_file(in_study("VENDOR.0"),
-               bytes().i32(520).text("x").i32(1).i32(count).raw(attributes.str()).str());
+    write_file(in_study("VENDOR.0"), bytes().i32(520).text("x").i32(1, count).raw(attributes.str()).str());
   };
   const char* unread = "An error occured while reading vendor data";
   // A text longer than its room, an array that the file doesn't hold, a cut name.
-  store(bytes().text("t").i32(3).i32(3).text("abc"), 1);
+  store(bytes().text("t").i32(3, 3).text("abc"), 1);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
-  store(bytes().text("t").i32(5).i32(2000000000).f64(1), 1);
+  store(bytes().text("t").i32(5, 2000000000).f64(1), 1);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
-  store(bytes().text("t").i32(4).i32(-1), 1);
+  store(bytes().text("t").i32(4, -1), 1);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
   store(bytes(), 2147483647);
   expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
@@ -105,7 +101,7 @@ TEST_F(vendor_data_requests, tell_damage) {
   store(bytes().text("t").i32(9), 1);
   EXPECT_FATAL(client_.ask("CVDATREAD", bytes().text("x").i32(0).str()),
                "qd_vendor_data_read: Wrong Vendor Data Type \\(9\\)");
-  store(bytes().text("t").i32(2).i32(1), 1);
+  store(bytes().text("t").i32(2, 1), 1);
   EXPECT_FATAL(client_.ask("CVDATREAD", bytes().text("x").i32(0).str()),
                "WARNING: A DATA VENDOR IS CORRUPTED:");
   write_file(in_study("VENDOR.1"), "short");

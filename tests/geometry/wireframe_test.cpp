@@ -30,56 +30,46 @@ bytes stored_tetrahedron(double edge, bool with_type, int type, int closed) {
 
 TEST_F(wireframes, go_to_disk_in_centimetres_and_come_back) {
   bytes sent;
-  sent.text("W").i32(2).text("Ore body").i32(1).i32(2).i32(3).i32(1).i32(4).i32(4).raw(tetrahedron(2).str());
-  sent.text("empty").i32(4).i32(5).i32(6).i32(0);
+  sent.text("W").i32(2).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2).str());
+  sent.text("empty").i32(4, 5, 6, 0);
   expect_done("CWIRENEW", sent);
 
   bytes file;
-  file.i32(3).i32(2).i32(4).i32(4).f64(0).f64(200).f64(0).f64(200).f64(0).f64(200);
-  file.text("Ore body").i32(1).i32(2).i32(3).i32(1).raw(stored_tetrahedron(200, true, 1, 0).str());
-  file.text("empty").i32(4).i32(5).i32(6).i32(0);
+  file.i32(3, 2, 4, 4).f64(0, 200, 0, 200, 0, 200);
+  file.text("Ore body").i32(1, 2, 3, 1).raw(stored_tetrahedron(200, true, 1, 0).str());
+  file.text("empty").i32(4, 5, 6, 0);
   EXPECT_EQ(read_file(in_file(1, "WIREFRAME")), file.str());
 
   // Gravity centres in centimetres; none without vertices. No volume of a piece that nothing says is closed.
-  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50).f64(no_data).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50, no_data).str());
   EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), "Ore bodyempty   ");
-  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data).f64(0).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data, 0).str());
 
   expect_done("CFILESET", bytes().text("W"));
   bytes answer;
-  answer.text("SWIREF")
-      .i32(1)
-      .text("Ore body")
-      .i32(1)
-      .i32(2)
-      .i32(3)
-      .i32(1)
-      .i32(4)
-      .i32(4)
-      .raw(tetrahedron(2).str());
+  answer.text("SWIREF").i32(1).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2).str());
   expect_answer("CWIREREAD", bytes(), answer);
 }
 
 TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
   make_points("P", 2, 3);
   bytes version_2;
-  version_2.i32(2).i32(1).i32(4).i32(4).f64(1).f64(2).f64(3).f64(4).f64(5).f64(6);
-  version_2.text(" old ").i32(7).i32(8).i32(9).i32(1).raw(stored_tetrahedron(100, false, 0, 1).str());
+  version_2.i32(2, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
+  version_2.text(" old ").i32(7, 8, 9, 1).raw(stored_tetrahedron(100, false, 0, 1).str());
   write_file(in_file(1, "WIREFRAME"), version_2.str());
   bytes answer;
-  answer.text("SWIREF").i32(1).text("old").i32(7).i32(8).i32(9).i32(1).i32(4).i32(4).raw(
-      tetrahedron(1).str());
+  answer.text("SWIREF").i32(1).text("old").i32(7, 8, 9, 1, 4, 4).raw(tetrahedron(1).str());
   expect_answer("CWIREREAD", bytes(), answer);
 
   bytes version_3;
-  version_3.i32(3).i32(1).i32(8).i32(8).f64(0).f64(0).f64(0).f64(0).f64(0).f64(0);
-  version_3.text("old").i32(7).i32(8).i32(9).i32(2).raw(stored_tetrahedron(300, true, 0, 1).str());
+  version_3.i32(3, 1, 8, 8).f64(0, 0, 0, 0, 0, 0);
+  version_3.text("old").i32(7, 8, 9, 2).raw(stored_tetrahedron(300, true, 0, 1).str());
   version_3.raw(stored_tetrahedron(100, true, 2, 1).str());
   write_file(in_file(1, "WIREFRAME"), version_3.str());
   expect_answer("CWIREREAD", bytes(), answer);
 
   // The first version has its box in another order.
-  bytes version_1 = bytes().i32(1).i32(1).i32(4).i32(4).f64(1).f64(2).f64(3).f64(4).f64(5).f64(6);
+  bytes version_1 = bytes().i32(1, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
   write_file(in_file(1, "WIREFRAME"), version_1.str());
   wireframe_info info;
   ASSERT_EQ(qd_wireframe_info("D", "P", "None", info), 0);
@@ -91,14 +81,12 @@ TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
 TEST_F(wireframes, obey_a_selection_of_their_samples) {
   bytes sent;
   sent.text("W").i32(2);
-  for (const char* name : {"one", "two"})
-    sent.text(name).i32(0).i32(0).i32(0).i32(1).i32(4).i32(4).raw(tetrahedron(1).str());
+  for (const char* name : {"one", "two"}) sent.text(name).i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1).str());
   expect_done("CWIRENEW", sent);
   expect_done("CFILESET", bytes().text("W"));
   select_samples("second", {0, 1});
   bytes answer;
-  answer.text("SWIREF").i32(1).text("two").i32(0).i32(0).i32(0).i32(1).i32(4).i32(4).raw(
-      tetrahedron(1).str());
+  answer.text("SWIREF").i32(1).text("two").i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1).str());
   expect_answer("CWIREREAD", bytes(), answer);
   select_samples("none", {0, 0});
   expect_answer("CWIREREAD", bytes(), bytes().text("SWIREF").i32(0));
@@ -109,27 +97,13 @@ TEST_F(wireframes, obey_a_selection_of_their_samples) {
 
 TEST_F(wireframes, with_bad_indices_are_refused_and_a_bad_file_is_removed) {
   bytes bad;
-  bad.text("W")
-      .i32(1)
-      .text("x")
-      .i32(0)
-      .i32(0)
-      .i32(0)
-      .i32(1)
-      .i32(1)
-      .i32(1)
-      .f64(0)
-      .f64(0)
-      .f64(0)
-      .i32(0)
-      .i32(0)
-      .i32(1);
+  bad.text("W").i32(1).text("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(0, 0, 1);
   expect_refused("CWIRENEW", bad, "Error while reading triangles from network");
   bytes negative;
-  negative.text("W").i32(1).text("x").i32(0).i32(0).i32(0).i32(1).i32(-1).i32(0);
+  negative.text("W").i32(1).text("x").i32(0, 0, 0, 1, -1, 0);
   expect_refused("CWIRENEW", negative, "Not enough memory to store wireframes vertices in memory.");
   expect_refused("CWIRENEW", bytes().text("W").i32(-1), "Error while reading from network");
-  expect_refused("CWIRENEW", bytes().text("W").i32(1).text("x").i32(0).i32(0).i32(0).i32(-1),
+  expect_refused("CWIRENEW", bytes().text("W").i32(1).text("x").i32(0, 0, 0, -1),
                  "Error while reading from network");
   EXPECT_EQ(client_.ask("CWIRENEW", bytes().text("W").i32(0).str()), "");
   EXPECT_EQ(client_.status(), -1);
@@ -138,26 +112,11 @@ TEST_F(wireframes, with_bad_indices_are_refused_and_a_bad_file_is_removed) {
   make_points("P", 1, 3);
   expect_refused("CWIRENEW", bytes().text("P"), "File S: D/P already exists");
   expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
-  const std::string header =
-      bytes().i32(3).i32(1).i32(3).i32(1).f64(0).f64(0).f64(0).f64(0).f64(0).f64(0).str();
+  const std::string header = bytes().i32(3, 1, 3, 1).f64(0, 0, 0, 0, 0, 0).str();
   bytes triangle;
-  triangle.text("x")
-      .i32(0)
-      .i32(0)
-      .i32(0)
-      .i32(1)
-      .i32(1)
-      .i32(1)
-      .f64(0)
-      .f64(0)
-      .f64(0)
-      .i32(1)
-      .i32(0)
-      .i32(0)
-      .i32(7)
-      .i32(0);
+  triangle.text("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(1, 0, 0, 7, 0);
   bytes promise;
-  promise.text("x").i32(0).i32(0).i32(0).i32(1).i32(1).i32(2000000000);
+  promise.text("x").i32(0, 0, 0, 1, 1, 2000000000);
   for (const std::string& body : {triangle.str(), promise.str(), std::string("xx")}) {
     write_file(in_file(1, "WIREFRAME"), header + body);
     expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");

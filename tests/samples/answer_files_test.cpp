@@ -46,12 +46,12 @@ class Files : public testing::Test {
   static std::string file_fields(int organisation, int dimension, int lines, std::int64_t samples,
                                  const std::string& link = "") {
     bytes content;
-    content.i32(organisation).i32(dimension).i32(lines);
+    content.i32(organisation, dimension, lines);
     for (int i = 0; i < 6; ++i) content.f64(0.0);
     // A 2D file reads with one node along Z, and its growth writes what was read.
-    content.i32(0).i32(0).i32(dimension == 2 && samples > 0 ? 1 : 0);
+    content.i32(0, 0, dimension == 2 && samples > 0 ? 1 : 0);
     for (int i = 0; i < 3; ++i) content.f64(0.0);
-    return content.text(link).i64(samples).i64((samples + 511) / 512 * 512).str();
+    return content.text(link).i64(samples, (samples + 511) / 512 * 512).str();
   }
   std::string descriptor(int file) const {
     return read_file(path("FILE." + std::to_string(file) + "/DESCR"));
@@ -67,7 +67,7 @@ class Files : public testing::Test {
   }
   static bytes line(int dimension, const std::vector<double>& values) {
     bytes arguments;
-    arguments.i32(static_cast<int>(values.size()) / dimension).i32(dimension);
+    arguments.i32(static_cast<int>(values.size()) / dimension, dimension);
     for (double value : values) arguments.f64(value);
     return arguments;
   }
@@ -91,7 +91,7 @@ TEST_F(Files, APointsFileHoldsItsCoordinatesInCentimetres) {
             (variable_fields{.name = "Z+ Gravity Center", .kind = 9, .unit = "m", .factor = 100, .digits = 2}
                  .bytes_of()));
   set_current_file("Collars");
-  bytes more = bytes().i64(1).i32(3).f64(7).f64(8).f64(9);
+  bytes more = bytes().i64(1).i32(3).f64(7, 8, 9);
   expect(done(), "CPFILEAPP", more);
   EXPECT_EQ(data(2, 3), doubles({300, 400, 800}));
   EXPECT_EQ(descriptor(2), descriptor_of("Collars", file_fields(1, 3, 0, 3)));
@@ -123,7 +123,7 @@ TEST_F(Files, PointsThatTheDiskCannotHoldLeaveNothingBehind) {
 }
 
 TEST_F(Files, PointsAreAddedOnlyWhereTheyFit) {
-  bytes one = bytes().i64(1).i32(2).f64(1).f64(2);
+  bytes one = bytes().i64(1).i32(2).f64(1, 2);
   set_current_file("Gone");
   expect_refusal("Cannot get file info", "CPFILEAPP", one);
   expect(done(), "CPFILENEW", points("P", 2, {1, 2}));
@@ -131,9 +131,9 @@ TEST_F(Files, PointsAreAddedOnlyWhereTheyFit) {
   expect_refusal("There should not be any test value in the coordinates", "CPFILEAPP",
                  bytes().i64(1).i32(2).f64(1).i64(0x7FE5F98E6BDA7FBC));
   expect_refusal("Current file is not 3D. Cannot append data.", "CPFILEAPP",
-                 bytes().i64(1).i32(3).f64(1).f64(2).f64(3));
+                 bytes().i64(1).i32(3).f64(1, 2, 3));
   expect_refusal("Cannot add 0 samples to file Study: Dir/P", "CPFILEAPP", bytes().i64(0).i32(2));
-  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(0).f64(1).i32(2).f64(0).f64(1).i32(2));
+  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(0, 1).i32(2).f64(0, 1).i32(2));
   set_current_file("G");
   expect_refusal("Cannot add 1 samples to file Study: Dir/G", "CPFILEAPP", one);
   // A file that has lost a coordinate doesn't grow.
@@ -146,20 +146,19 @@ TEST_F(Files, PointsAreAddedOnlyWhereTheyFit) {
 std::string grid_fields(int dimension, const std::vector<double>& lengths, const std::vector<int>& nodes,
                         const std::vector<double>& angles, std::int64_t samples) {
   bytes content;
-  content.i32(5).i32(dimension).i32(0);
+  content.i32(5, dimension, 0);
   for (double length : lengths) content.f64(length);
   for (int count : nodes) content.i32(count);
   for (double angle : angles) content.f64(angle);
-  return content.text("").i64(samples).i64((samples + 511) / 512 * 512).str();
+  return content.text("").i64(samples, (samples + 511) / 512 * 512).str();
 }
 
 TEST_F(Files, AGridIsMadeInTheUnitsOfTheAxes) {
   axis_format_y.factor = 30.48;
-  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10).f64(1).i32(3).f64(20).f64(2).i32(2));
+  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10, 1).i32(3).f64(20, 2).i32(2));
   EXPECT_EQ(descriptor(2), descriptor_of("G", grid_fields(2, {1000, 20 * 30.48, 0, 100, 2 * 30.48, 0},
                                                           {3, 2, 1}, {0, 0, 0}, 6)));
-  expect(done(), "CGFILENEW",
-         bytes().text("H").i32(3).f64(1).f64(1).i32(2).f64(1).f64(1).i32(300).f64(2).f64(3).i32(1));
+  expect(done(), "CGFILENEW", bytes().text("H").i32(3).f64(1, 1).i32(2).f64(1, 1).i32(300).f64(2, 3).i32(1));
   EXPECT_EQ(descriptor(3), descriptor_of("H", grid_fields(3, {100, 30.48, 200, 100, 30.48, 300}, {2, 300, 1},
                                                           {0, 0, 0}, 600)));
   EXPECT_TRUE(exists("FILE.3/VARI.7"));
@@ -167,23 +166,21 @@ TEST_F(Files, AGridIsMadeInTheUnitsOfTheAxes) {
   EXPECT_EQ(data(3, 7), "");
 
   auto grid = [](const char* name, int nx, int ny) {
-    return bytes().text(name).i32(2).f64(0).f64(1).i32(nx).f64(0).f64(1).i32(ny);
+    return bytes().text(name).i32(2).f64(0, 1).i32(nx).f64(0, 1).i32(ny);
   };
   expect_refusal("File Study: Dir/G already exists", "CGFILENEW", grid("G", 2, 2));
   expect_refusal("Cannot create grid file Study: Dir/I", "CGFILENEW", grid("I", 0, 2));
   expect_refusal("Cannot create grid file Study: Dir/I", "CGFILENEW", grid("I", 2, -5));
   expect_refusal(
       "Cannot create grid file Study: Dir/I", "CGFILENEW",
-      bytes().text("I").i32(3).f64(0).f64(1).i32(INT32_MAX).f64(0).f64(1).i32(INT32_MAX).f64(0).f64(1).i32(
-          INT32_MAX));
+      bytes().text("I").i32(3).f64(0, 1).i32(INT32_MAX).f64(0, 1).i32(INT32_MAX).f64(0, 1).i32(INT32_MAX));
   EXPECT_FALSE(exists("FILE.4"));
 }
 
 TEST_F(Files, OriginMeshAndRotationOfAGridChange) {
-  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10).f64(1).i32(3).f64(20).f64(2).i32(2));
-  expect(done(), "CGFILENEW",
-         bytes().text("H").i32(3).f64(1).f64(1).i32(2).f64(1).f64(1).i32(2).f64(2).f64(3).i32(1));
-  const bytes three = bytes().f64(5).f64(6).f64(7);
+  expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10, 1).i32(3).f64(20, 2).i32(2));
+  expect(done(), "CGFILENEW", bytes().text("H").i32(3).f64(1, 1).i32(2).f64(1, 1).i32(2).f64(2, 3).i32(1));
+  const bytes three = bytes().f64(5, 6, 7);
   set_current_directory("None");
   expect_refusal("Directory is not set", "GRIDMODO", three);
   set_current_directory("Dir");
@@ -226,38 +223,38 @@ TEST_F(Files, EachAppendToALinesFileIsALine) {
   EXPECT_EQ(session.ask("CLFILECNT"), bytes().text("SLFILECNT").i32(0).str());
   expect(done(), "CLFILEAPP", line(2, {1, 2, 3, 10, 20, 30}));
   expect(done(), "CLFILEAPP", line(2, {4, 5, 40, 50}));
-  EXPECT_EQ(table(2), bytes().i64(1).i64(4).i64(6).str());
+  EXPECT_EQ(table(2), bytes().i64(1, 4, 6).str());
   EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(2, 2, 2, 5)));
   EXPECT_EQ(data(2, 4), doubles({100, 200, 300, 400, 500}));
   EXPECT_EQ(data(2, 5), doubles({1000, 2000, 3000, 4000, 5000}));
-  EXPECT_EQ(session.ask("CLFILECNT"), bytes().text("SLFILECNT").i32(2).i32(3).i32(2).str());
+  EXPECT_EQ(session.ask("CLFILECNT"), bytes().text("SLFILECNT").i32(2, 3, 2).str());
 }
 
 TEST_F(Files, CoresAreSegmentsFromEndToEnd) {
   make_lines(2);
-  expect(done(), "CLFILEAPC", bytes().i32(2).i32(2).f64(0).f64(0).f64(0).f64(0).f64(10).f64(30));
+  expect(done(), "CLFILEAPC", bytes().i32(2, 2).f64(0, 0, 0, 0, 10, 30));
   EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(3, 2, 1, 2)));
   EXPECT_EQ(data(2, 5), doubles({500, 2000})) << "centres";
   EXPECT_EQ(data(2, 7), doubles({0, 1000})) << "begins";
   EXPECT_EQ(data(2, 8), doubles({0, 0}));
   EXPECT_EQ(data(2, 9), doubles({1000, 3000})) << "ends";
-  expect(done(), "CLFILEAPC", bytes().i32(1).i32(2).f64(1).f64(2).f64(3).f64(4));
+  expect(done(), "CLFILEAPC", bytes().i32(1, 2).f64(1, 2, 3, 4));
   EXPECT_EQ(data(2, 7), doubles({0, 1000, 200}));
   EXPECT_EQ(data(2, 5), doubles({500, 2000, 300}));
   expect_refusal("Current file is not a lines file", "CLFILEAPP", line(2, {1, 2}));
-  EXPECT_EQ(table(2), bytes().i64(1).i64(3).i64(4).str());
+  EXPECT_EQ(table(2), bytes().i64(1, 3, 4).str());
 }
 
 TEST_F(Files, CoresIn3D) {
   make_lines(3);
-  expect(done(), "CLFILEAPC", bytes().i32(1).i32(3).f64(1).f64(2).f64(3).f64(5).f64(6).f64(9));
+  expect(done(), "CLFILEAPC", bytes().i32(1, 3).f64(1, 2, 3, 5, 6, 9));
   EXPECT_EQ(data(2, 6), doubles({600})) << "Z centre";
   EXPECT_EQ(data(2, 9), doubles({300})) << "Z begin";
   EXPECT_EQ(data(2, 12), doubles({900})) << "Z end";
 }
 
 TEST_F(Files, RefusedLinesChangeNothing) {
-  const bytes segment = bytes().i32(1).i32(2).f64(0).f64(0).f64(1).f64(2);
+  const bytes segment = bytes().i32(1, 2).f64(0, 0, 1, 2);
   set_current_file("Gone");
   expect_refusal("Cannot get file info", "CLFILEAPP", line(2, {1, 2}));
   set_current_file("File");
@@ -273,11 +270,11 @@ TEST_F(Files, RefusedLinesChangeNothing) {
                  line(5, {1, 2, 3, 4, 5}));
   for (int count : {0, -3}) {
     std::string text = "Cannot append " + std::to_string(count) + " samples to file. No space left ?";
-    expect_refusal(text, "CLFILEAPP", bytes().i32(count).i32(2));
-    expect_refusal(text, "CLFILEAPC", bytes().i32(count).i32(2).f64(0).f64(0));
+    expect_refusal(text, "CLFILEAPP", bytes().i32(count, 2));
+    expect_refusal(text, "CLFILEAPC", bytes().i32(count, 2).f64(0, 0));
   }
   expect_refusal("There should not be any test value in the coordinates", "CLFILEAPC",
-                 bytes().i32(1).i32(2).f64(0).f64(0).f64(1).i64(0x7FE5F98E6BDA7FBC));
+                 bytes().i32(1, 2).f64(0, 0, 1).i64(0x7FE5F98E6BDA7FBC));
   EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(2, 2, 0, 0)));
   EXPECT_FALSE(exists("FILE.2/VARI.6"));
 }
@@ -286,7 +283,7 @@ TEST_F(Files, AGravityFileWithSamplesHasNoSegments) {
   make_lines(2);
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   expect_refusal("Cannot retrieve coordinate 3 variable name in fileDir/Holes", "CLFILEAPC",
-                 bytes().i32(1).i32(2).f64(0).f64(0).f64(1).f64(2));
+                 bytes().i32(1, 2).f64(0, 0, 1, 2));
   EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(3, 2, 1, 1))) << "it is one of cores now";
 }
 
@@ -328,14 +325,14 @@ class LinkedFiles : public Files {
   }
   void expect_link(bool linked) {
     std::string name_fields = read_file(path("FILE.3/VARI.4/DESCR")).substr(12, 8);
-    EXPECT_EQ(name_fields, bytes().i32(VAR_CHAR).i32(linked ? KIND_LINE_NAME : KIND_PLAIN).str());
+    EXPECT_EQ(name_fields, bytes().i32(VAR_CHAR, linked ? KIND_LINE_NAME : KIND_PLAIN).str());
     for (auto [file, partner] : {std::pair{2, "Collars"}, std::pair{3, "Holes"}})
       EXPECT_EQ(descriptor(file).find(bytes().text(partner).str(), 8) != std::string::npos, linked) << file;
   }
 };
 
 TEST_F(LinkedFiles, PointsEndTheLink) {
-  expect(done(), "CPFILEAPP", bytes().i64(1).i32(2).f64(0).f64(0));
+  expect(done(), "CPFILEAPP", bytes().i64(1).i32(2).f64(0, 0));
   expect_link(false);
 }
 
@@ -348,7 +345,7 @@ TEST_F(LinkedFiles, ALineEndsTheLink) {
 TEST_F(LinkedFiles, ARefusedAppendKeepsTheLink) {
   expect(refusal("Cannot add 0 samples to file Study: Dir/Collars"), "CPFILEAPP", bytes().i64(0).i32(2));
   set_current_file("Holes");
-  expect(refusal("Cannot append 0 samples to file. No space left ?"), "CLFILEAPP", bytes().i32(0).i32(2));
+  expect(refusal("Cannot append 0 samples to file. No space left ?"), "CLFILEAPP", bytes().i32(0, 2));
   expect_link(true);
 }
 

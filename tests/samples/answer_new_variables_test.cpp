@@ -24,7 +24,7 @@ class NewVariables : public testing::Test {
   ~NewVariables() override { client_version = protocol_version; }
 
   static bytes number(const std::string& name, int bits, int type = 0, int width = 8, int digits = 3) {
-    return bytes().text(name).i32(bits).i32(type).i32(width).i32(digits);
+    return bytes().text(name).i32(bits, type, width, digits);
   }
   std::string ask(const char* request, const bytes& arguments) {
     std::string answer = session.ask(request, arguments.str());
@@ -128,30 +128,29 @@ class NewIndices : public NewVariables {
 
 TEST_F(NewIndices, AreKeptInTheOrderOfTheirComing) {
   EXPECT_EQ(macro(), macro_bytes({0}));
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(2, 1, 5, 3, 0)), done());
   EXPECT_EQ(macro(), macro_bytes({5, 3}));
   EXPECT_EQ(data(1).size(), 1024U);
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(2).i32(1).i32(5).i32(3).i32(0)), done());
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(0).i32(0).i32(0)), done()) << "nothing to add";
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(2, 1, 5, 3, 0)), done());
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(0, 0, 0)), done()) << "nothing to add";
   EXPECT_EQ(macro(), macro_bytes({5, 3}));
   // A column names the whole family.
   set_current_variable("Grade[3]");
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(9).i32(1).text("nine")), done());
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 9, 1).text("nine")), done());
   EXPECT_EQ(macro(), macro_bytes({5, 3, 9}, {"5", "3", "nine"}));
 }
 
 TEST_F(NewIndices, RefusalsReadTheWholePacket) {
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(0).i32(1).text("gold")),
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 0, 1).text("gold")),
             refusal("Problem while reading numerical indices"));
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(-2).i32(1).i32(1)),
-            refusal("Problem while reading number of indices"));
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(7).i32(1).text("gold")), done());
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(-2, 1, 1)), refusal("Problem while reading number of indices"));
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 7, 1).text("gold")), done());
   EXPECT_EQ(
-      ask("CMACROADD", bytes().i32(1).i32(1).i32(7).i32(1).text("lead")),
+      ask("CMACROADD", bytes().i32(1, 1, 7, 1).text("lead")),
       refusal("qd_create_macro_variable_indices : trying to create an existing numerical index (7) with "
               "different alpha index (gold != lead)"));
-  EXPECT_EQ(ask("CMACROADD", bytes().i32(1).i32(1).i32(8).i32(1).text("None")), "") << "no answer";
-  const bytes one = bytes().i32(1).i32(1).i32(8).i32(0);
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 8, 1).text("None")), "") << "no answer";
+  const bytes one = bytes().i32(1, 1, 8, 0);
   set_current_variable("None");
   EXPECT_EQ(ask("CMACROADD", one), refusal("Variable is not set"));
   set_current_variable("Gone[xxxxx]");
@@ -168,9 +167,9 @@ TEST_F(NewIndices, RefusalsReadTheWholePacket) {
 
 using NewIndicesDeathTest = NewIndices;
 TEST_F(NewIndicesDeathTest, WrongNumbersEndTheServer) {
-  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1).i32(1).i32(0).i32(0)), "Bad Indice \\(1<i<99999\\)");
-  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1).i32(1).i32(100000).i32(0)), "Bad Indice");
-  EXPECT_FATAL(ask("CMACROADD", bytes().i32(2).i32(1).i32(4).i32(4).i32(0)), "2 equal indices");
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 0, 0)), "Bad Indice \\(1<i<99999\\)");
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 100000, 0)), "Bad Indice");
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(2, 1, 4, 4, 0)), "2 equal indices");
 }
 
 }  // namespace

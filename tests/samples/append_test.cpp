@@ -86,7 +86,7 @@ TEST(Append, EachAppendToALinesFileIsOneLine) {
   // An append that was interrupted before the descriptor was written leaves an entry too many.
   write_file(table, read_file(table) + bytes().i64(99).str());
   ASSERT_EQ(qd_append_sample("Dir", "File", 2), 1);
-  EXPECT_EQ(read_file(table), bytes().i64(1).i64(4).i64(6).str());
+  EXPECT_EQ(read_file(table), bytes().i64(1, 4, 6).str());
   EXPECT_EQ(read_file(study.file_path() + "/DESCR"),
             sample_study::descriptor_of(
                 {.samples = 5, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 4, 6}}));
@@ -131,7 +131,7 @@ void check_macro_growth(int bits, std::int64_t old_samples, std::int64_t added) 
   std::string moved = column_bits(bits, columns, old_samples, old_samples + added);
   expected.replace(0, moved.size(), moved);
   EXPECT_TRUE(read_file(path + "/DATAVAR") == from_bits(expected));
-  EXPECT_EQ(read_file(path + "/MACRO"), bytes().i32(1100).i32(3).i32(5).i32(0).i32(-7).i32(0).str());
+  EXPECT_EQ(read_file(path + "/MACRO"), bytes().i32(1100, 3, 5, 0, -7, 0).str());
 }
 
 TEST(Append, MacroColumnsMoveToTheirNewDistance) {

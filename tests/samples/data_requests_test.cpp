@@ -21,13 +21,13 @@ std::string doubles(const char* name, const std::vector<double>& values) {
 }
 
 std::string read_arguments(std::int64_t first, std::int64_t last, int compress = 0) {
-  return bytes().i64(first).i64(last).i32(compress).str();
+  return bytes().i64(first, last).i32(compress).str();
 }
 
 std::string write_arguments(std::int64_t first, std::int64_t last, int compress, double test_value,
                             const std::vector<double>& values) {
   bytes request;
-  request.i64(first).i64(last).i32(compress).f64(test_value).i64(static_cast<std::int64_t>(values.size()));
+  request.i64(first, last).i32(compress).f64(test_value).i64(static_cast<std::int64_t>(values.size()));
   for (double value : values) request.f64(value);
   return request.str();
 }
@@ -35,7 +35,7 @@ std::string write_arguments(std::int64_t first, std::int64_t last, int compress,
 std::string write_texts(std::int64_t first, std::int64_t last, int compress, const std::string& test_value,
                         const std::vector<std::string>& texts) {
   bytes request;
-  request.i64(first).i64(last).i32(compress).text(test_value).i64(static_cast<std::int64_t>(texts.size()));
+  request.i64(first, last).i32(compress).text(test_value).i64(static_cast<std::int64_t>(texts.size()));
   for (const std::string& text : texts) request.text(text);
   return request.str();
 }
@@ -86,8 +86,7 @@ TEST_F(data_requests, floats_are_read) {
 }
 
 TEST_F(data_requests, units_of_floats) {
-  study_.add("L", VAR_FLOAT, 64, bytes().f64(100).f64(missing_double).f64(0).f64(0).f64(0).f64(0).str(), 0, 0,
-             2.5);
+  study_.add("L", VAR_FLOAT, 64, bytes().f64(100, missing_double, 0, 0, 0, 0).str(), 0, 0, 2.5);
   choose("L");
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {1, missing_double}));
   current_context.unit_mode = 1;
@@ -132,7 +131,7 @@ TEST_F(data_requests, wrong_ranges) {
        "First written Sample Number (4) must be lower than Last (3)"},
   };
   for (const auto& row : rows) {
-    const std::string range = bytes().i64(row.first).i64(row.last).str();
+    const std::string range = bytes().i64(row.first, row.last).str();
     choose("S");
     EXPECT_EQ(client_.ask("CREADVARF", range + bytes().i32(0).str()), refusal(row.read));
     EXPECT_EQ(client_.ask("CREADVARS", range), refusal(row.read));
@@ -199,17 +198,17 @@ TEST_F(data_requests, columns_by_the_current_index) {
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {'a', 'b'}));
   choose("B[xxxxx]");
   ASSERT_EQ(client_.ask("CINDSET", bytes().i32(4).str()), done());
-  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(1).i64(6).str()),
+  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(1, 6).str()),
             bytes().text("SDATAS").i64(6).raw(std::string("\0\0\1\1\1\1", 6)).str());
 }
 
 TEST_F(data_requests, indices_of_a_macro) {
   choose("M[xxxxx]");
-  EXPECT_EQ(client_.ask("CMACROIND"), bytes().text("SMACROIND").i32(2).i32(7).i32(30).str());
+  EXPECT_EQ(client_.ask("CMACROIND"), bytes().text("SMACROIND").i32(2, 7, 30).str());
   EXPECT_EQ(client_.ask("CMACROALP"),
-            bytes().text("SMACROALP").i32(2).i32(7).i32(30).i32(1).text("seven").text("thirty").str());
+            bytes().text("SMACROALP").i32(2, 7, 30, 1).text("seven").text("thirty").str());
   choose("B[99]");  // a column that is not there still names its family
-  EXPECT_EQ(client_.ask("CMACROALP"), bytes().text("SMACROALP").i32(2).i32(3).i32(4).i32(0).str());
+  EXPECT_EQ(client_.ask("CMACROALP"), bytes().text("SMACROALP").i32(2, 3, 4, 0).str());
   EXPECT_EQ(client_.ask("CINDASET", bytes().text("seven").str()),
             refusal("Not a valid alpha indice (seven) for current Velmar variable: None: Dir/File/B[99]"));
   EXPECT_EQ(client_.ask("CINDSET", bytes().i32(5).str()),
@@ -241,7 +240,7 @@ TEST_F(data_requests, indices_of_a_macro) {
     EXPECT_EQ(client_.ask("CINDSET", bytes().i32(7).str()), refusal("Cannot get variable info"));
     EXPECT_EQ(client_.ask("CINDASET", bytes().text("a").str()), refusal("Cannot get variable info"));
     current_context.indice = 7;
-    EXPECT_EQ(client_.ask("CREADVARF", bytes().i64(-1).i64(-1).i32(0).str()),
+    EXPECT_EQ(client_.ask("CREADVARF", bytes().i64(-1, -1).i32(0).str()),
               refusal("Cannot set macro indices for variable"));
   }
 }
@@ -257,7 +256,7 @@ TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select variable"));
   choose("V", "S");
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
-  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1).i64(1).i32(1).f64(0).i64(0).str()),
+  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1, 1).i32(1).f64(0).i64(0).str()),
             refusal("Cannot get statitics on current selection S"));
   std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
 }
@@ -330,13 +329,13 @@ TEST_F(data_requests, what_has_no_numbers_is_refused) {
 TEST_F(data_requests, counts_that_ask_for_too_much) {
   choose("V");
   const std::int64_t most = std::int64_t{1} << 62;
-  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1).i64(1).i32(0).f64(0).i64(most).str()),
+  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1, 1).i32(0).f64(0).i64(most).str()),
             refusal("Memory allocation failed (9223372036854775807 bytes)"));
-  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1).i64(1).i32(0).f64(0).i64(-2).str()),
+  EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1, 1).i32(0).f64(0).i64(-2).str()),
             refusal("Memory allocation failed (-16 bytes)"));
-  EXPECT_EQ(client_.ask("CWRITVARS", bytes().i64(1).i64(1).i64(-3).str()),
+  EXPECT_EQ(client_.ask("CWRITVARS", bytes().i64(1, 1, -3).str()),
             refusal("Memory allocation failed for byte array (-3 bytes)"));
-  EXPECT_EQ(client_.ask("CWRITVARC", bytes().i64(1).i64(1).i32(0).text("").i64(-1).str()),
+  EXPECT_EQ(client_.ask("CWRITVARC", bytes().i64(1, 1).i32(0).text("").i64(-1).str()),
             refusal("Memory allocation failed (-8 bytes)"));
   study_.set_shape({.samples = most});
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)),
@@ -346,20 +345,19 @@ TEST_F(data_requests, counts_that_ask_for_too_much) {
   EXPECT_EQ(client_.ask("CREADVARC", read_arguments(-1, -1)),
             refusal("Memory allocation failed (2305843009213693952 bytes)"));
   choose("S");
-  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(1).i64(1).str()),
+  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(1, 1).str()),
             refusal("Memory allocation failed for byte array (576460752303423488 bytes)"));
 }
 
 TEST_F(data_requests, selections_as_bytes) {
   auto write = [&](std::int64_t first, std::int64_t last, const std::string& values) {
-    return client_.ask(
-        "CWRITVARS",
-        bytes().i64(first).i64(last).i64(static_cast<std::int64_t>(values.size())).raw(values).str());
+    return client_.ask("CWRITVARS",
+                       bytes().i64(first, last, static_cast<std::int64_t>(values.size())).raw(values).str());
   };
   choose("S");
-  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(-1).i64(-1).str()),
+  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(-1, -1).str()),
             bytes().text("SDATAS").i64(6).raw(std::string("\1\0\0\1\1\0", 6)).str());
-  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(2).i64(4).str()),
+  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(2, 4).str()),
             bytes().text("SDATAS").i64(3).raw(std::string("\0\0\1", 3)).str());
   // Any byte but 0 selects in a whole variable, only 1 in a part of it.
   EXPECT_EQ(write(1, 6, std::string("\2\0\1\0\0\xFF", 6)), done());
@@ -374,8 +372,7 @@ TEST_F(data_requests, selections_as_bytes) {
   EXPECT_EQ(to_bits(read_file(selection_path_)), "10001000");
   choose("V");
   EXPECT_EQ(write(1, 1, "\1"), refusal("Bit length different than 1"));
-  EXPECT_FATAL(client_.ask("CREADVARS", bytes().i64(1).i64(6).str()),
-               "No 30 in function qd_read_selection_free");
+  EXPECT_FATAL(client_.ask("CREADVARS", bytes().i64(1, 6).str()), "No 30 in function qd_read_selection_free");
 }
 
 TEST_F(data_requests, texts_are_read_and_written) {
@@ -427,7 +424,7 @@ class line_requests : public testing::Test {
   std::string read(int line) { return client_.ask("CREADLINF", bytes().i32(line).str()); }
   std::string write(std::int64_t line, const std::vector<double>& values) {
     bytes request;
-    request.i64(line).i64(static_cast<std::int64_t>(values.size())).f64(-1);
+    request.i64(line, static_cast<std::int64_t>(values.size())).f64(-1);
     for (double value : values) request.f64(value);
     return client_.ask("CWRITLINF", request.str());
   }
@@ -468,7 +465,7 @@ TEST_F(line_requests, write) {
   set_current_variable("T");
   EXPECT_EQ(write(2, {1}), refusal("Problem while writing Dir/File/T"));
   EXPECT_EQ(read_file(path_), "abcx\xFFz");
-  EXPECT_EQ(client_.ask("CWRITLINF", bytes().i64(1).i64(-5).f64(0).str()),
+  EXPECT_EQ(client_.ask("CWRITLINF", bytes().i64(1, -5).f64(0).str()),
             refusal("Memory allocation failed (-40 bytes)"));
 }
 

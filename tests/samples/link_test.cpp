@@ -14,7 +14,7 @@ class linked_study : public sample_study {
  public:
   linked_study() : sample_study({}) {
     std::filesystem::create_directory(lines_path());
-    write_file(lines_path() + "/LINE", bytes().i64(1).i64(4).i64(6).str());
+    write_file(lines_path() + "/LINE", bytes().i64(1, 4, 6).str());
     write(file_path(), points(""));
     write(lines_path(), lines(""));
   }

@@ -86,26 +86,26 @@ class macro_file : public testing::Test {
 
 TEST_F(macro_file, old_versions_have_no_texts) {
   for (int version : {200, 400, 419}) {
-    macro_descriptor old = read(bytes().i32(version).i32(2).i32(8).i32(9).str());
+    macro_descriptor old = read(bytes().i32(version, 2, 8, 9).str());
     ASSERT_TRUE(old) << version;
     EXPECT_EQ(old->indices, (indices{8, 9}));
     EXPECT_EQ(old->alpha_indices.count(), 0);
   }
-  macro_descriptor young = read(bytes().i32(420).i32(1).i32(8).i32(1).text("eight").str());
+  macro_descriptor young = read(bytes().i32(420, 1, 8, 1).text("eight").str());
   ASSERT_TRUE(young);
   EXPECT_STREQ(young->alpha_indices[0], "eight");
 }
 
 TEST_F(macro_file, what_does_not_hold_is_corrupted) {
   const std::string rows[] = {
-      bytes().i32(199).i32(1).i32(8).str(),
-      bytes().i32(1100).i32(-1).i32(0).str(),
-      bytes().i32(1100).i32(0x7FFFFFFE).i32(8).i32(0).str(),
-      bytes().i32(1100).i32(2).i32(8).str(),
-      bytes().i32(1100).i32(1).i32(100000).i32(0).str(),
-      bytes().i32(1100).i32(1).i32(8).str(),
-      bytes().i32(1100).i32(1).i32(8).i32(1).text(std::string(51, 'n')).str(),
-      bytes().i32(1100).i32(1).i32(8).i32(1).i32(4).raw("go").str(),
+      bytes().i32(199, 1, 8).str(),
+      bytes().i32(1100, -1, 0).str(),
+      bytes().i32(1100, 0x7FFFFFFE, 8, 0).str(),
+      bytes().i32(1100, 2, 8).str(),
+      bytes().i32(1100, 1, 100000, 0).str(),
+      bytes().i32(1100, 1, 8).str(),
+      bytes().i32(1100, 1, 8, 1).text(std::string(51, 'n')).str(),
+      bytes().i32(1100, 1, 8, 1, 4).raw("go").str(),
       "",
   };
   for (const std::string& row : rows) {
@@ -115,8 +115,7 @@ TEST_F(macro_file, what_does_not_hold_is_corrupted) {
               "Macro Variable Descriptor corrupted:\n" + path() + "\n\n");
     EXPECT_FALSE(is_read);
   }
-  EXPECT_EXIT(read(bytes().i32(1100).i32(1).i32(8).i32(2).text("a").text("b").str()),
-              testing::ExitedWithCode(1), "");
+  EXPECT_EXIT(read(bytes().i32(1100, 1, 8, 2).text("a").text("b").str()), testing::ExitedWithCode(1), "");
   std::filesystem::remove(directory_ / "MACRO");
   EXPECT_EXIT(qd_macro_descr_read(path().c_str()), testing::ExitedWithCode(1), "");
 }

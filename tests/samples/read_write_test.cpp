@@ -175,7 +175,7 @@ TEST(implicit_values, numbers_of_lines) {
   EXPECT_EQ(read_all("LN", 1, 6), (std::vector<double>{1, 1, 1, 2, 3, 3}));
   EXPECT_EQ(read_all("RN", 3, 4), (std::vector<double>{3, 1}));
   EXPECT_EQ(read_all("LN", 6, 6), (std::vector<double>{3}));
-  write_file(study.file_path() + "/LINE", bytes().i64(1).i64(4).i64(5).str());
+  write_file(study.file_path() + "/LINE", bytes().i64(1, 4, 5).str());
   EXPECT_FATAL(read_all("LN", 1, 6), "No 70 in function _qd_file_read_float_buffer");
   std::filesystem::remove(study.file_path() + "/LINE");
   EXPECT_FATAL(read_all("RN", 1, 6), "No 60 in function _qd_file_read_float_buffer");

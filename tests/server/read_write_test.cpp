@@ -41,14 +41,12 @@ TEST(Write, EachTypeHasItsBytes) {
               _qrd_write_bytes(line.near(), "xyz", 3));
   EXPECT_EQ(line.all_sends(), texts{bytes()
                                         .raw("\xFF\xFF\xFF\xFE")
-                                        .i32(0)
-                                        .i32(1)
+                                        .i32(0, 1)
                                         .raw("\1\2\3\4\5\6\7\10")
                                         .raw(std::string_view("\xBF\xF8\0\0\0\0\0\0", 8))
                                         .raw("\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC")
                                         .raw(std::string_view("\0\0\0\6CHELLO\0\0", 12))
-                                        .i32(0)
-                                        .i32(4)
+                                        .i32(0, 4)
                                         .raw("abcdxyz")
                                         .str()});
 }
@@ -57,8 +55,7 @@ TEST(Read, EachTypeFromItsBytes) {
   wire line;
   client_is_64bits = 1;
   line.arrive(bytes()
-                  .i32(-2147483648)
-                  .i32(-5)
+                  .i32(-2147483647 - 1, -5)
                   .i64(std::numeric_limits<std::int64_t>::min())
                   .f64(6.25)
                   .text("")
@@ -116,7 +113,7 @@ TEST(Write, AFullBufferIsSentAtOnce) {
   texts sent = write_all(line, {255});
   ASSERT_EQ(sent.size(), 1U);
   EXPECT_EQ(sent[0].size(), 1024U);
-  EXPECT_EQ(sent[0].substr(0, 8), bytes().i32(0).i32(1).str());
+  EXPECT_EQ(sent[0].substr(0, 8), bytes().i32(0, 1).str());
   EXPECT_EQ(sent[0].substr(1020), bytes().i32(255).str());
   EXPECT_EQ(line.all_sends(), texts{});
 }
@@ -147,8 +144,8 @@ TEST(Write, ALargeBlockGoesOutInFullBuffers) {
   for (int i = 0; i < 2500; ++i) block += static_cast<char>(i * 7);
   write_all(line, {1, 2});
   ASSERT_TRUE(_qrd_write_bytes(line.near(), block.data(), 2500));
-  EXPECT_EQ(line.all_sends(), (texts{bytes().i32(1).i32(2).str(), block.substr(0, 1024),
-                                     block.substr(1024, 1024), block.substr(2048)}));
+  EXPECT_EQ(line.all_sends(), (texts{bytes().i32(1, 2).str(), block.substr(0, 1024), block.substr(1024, 1024),
+                                     block.substr(2048)}));
   write_all(line, {1});
   ASSERT_TRUE(_qrd_write_bytes(line.near(), block.data(), 1020)) << "fits behind what is there";
   EXPECT_EQ(line.sends(), texts{bytes().i32(1).str() + block.substr(0, 1020)});
@@ -197,7 +194,7 @@ TEST(Strings, LimitsCountTheTerminator) {
 
 TEST(Strings, MinusOneIsNoTextAndOtherNegativesAreRefused) {
   wire line;
-  line.arrive(bytes().i32(-1).i32(-1).i32(-2).i32(-2147483648).str());
+  line.arrive(bytes().i32(-1, -1, -2, -2147483647 - 1).str());
   char* absent = nullptr;
   EXPECT_TRUE(_qrd_read_string(line.near(), &absent, text_limit));
   EXPECT_EQ(absent, nullptr);
@@ -282,7 +279,7 @@ TEST(Read, AnEndInTheMiddleOfAValueFails) {
 // Clients of one process share the buffer of both directions: an answer overwrites what came too early.
 TEST(Buffer, AnAnswerOverwritesUnreadBytes) {
   wire line;
-  line.arrive(bytes().i32(1).i32(2).i32(3).str());
+  line.arrive(bytes().i32(1, 2, 3).str());
   std::int32_t number = 0;
   ASSERT_TRUE(_qrd_read_int(line.near(), &number));
   write_all(line, {10, 20});

@@ -34,7 +34,7 @@ class catalogue_requests : public testing::Test {
           variable_fields{.name = "odd", .type = 5}}) {
       tree.add("DIRE.2/FILE.1/VARI." + std::to_string(++number), fields.bytes_of());
     }
-    write_file(tree.folder("DIRE.2/FILE.1/VARI.5") + "/MACRO", bytes().i32(1100).i32(1).i32(12).i32(0).str());
+    write_file(tree.folder("DIRE.2/FILE.1/VARI.5") + "/MACRO", bytes().i32(1100, 1, 12, 0).str());
     select("Study", "Soil", "points");
   }
   void select(const char* study, const char* directory = no_name, const char* file = no_name,
@@ -102,7 +102,7 @@ TEST_F(catalogue_requests, serve_files) {
 
 TEST_F(catalogue_requests, list_files_of_a_type) {
   auto list = [&](int type, int dimension) {
-    return session.ask("CFILETLST", bytes().i32(type).i32(dimension).str());
+    return session.ask("CFILETLST", bytes().i32(type, dimension).str());
   };
   for (int version : {900000, 1300030, 899999}) {
     client_version = version;
@@ -197,7 +197,7 @@ TEST_F(catalogue_requests, meet_damage_as_a_refusal_or_an_end) {
 TEST_F(catalogue_requests, keep_comments) {
   auto get = [&](int mode) { return session.ask("CCOMGET", bytes().i32(mode).str()); };
   auto set = [&](int mode, const std::string& text) {
-    return session.ask("CCOMSET", bytes().i32(mode).i32(1).text(text).str());
+    return session.ask("CCOMSET", bytes().i32(mode, 1).text(text).str());
   };
   auto comment = [](const std::string& text) { return bytes().text("SCOMMENT").text(text).str(); };
   EXPECT_EQ(get(1), refusal("Comment Mode 1 unsupported"));
@@ -260,7 +260,7 @@ struct file_answer {
 
   std::string bytes_of(const client& to) const {
     bytes b;
-    b.text("SFILEINFO").i32(organisation).text(link).i32(faults).i32(polygons).i32(dimension).i64(samples);
+    b.text("SFILEINFO").i32(organisation).text(link).i32(faults, polygons, dimension).i64(samples);
     b.i32(lines);
     for (double value : grid) b.f64(value);
     for (int value : nodes) b.i32(value);
@@ -339,14 +339,14 @@ TEST_F(information, of_points) {
 
 TEST_F(information, of_lines) {
   std::string path = file({.name = "bores", .organisation = 2, .lines = 2, .link = "points", .samples = 5});
-  write_file(path + "/LINE", bytes().i64(1).i64(3).i64(6).str());
+  write_file(path + "/LINE", bytes().i64(1, 3, 6).str());
   variable({.name = "LN", .kind = 3, .implicit = 1});
   variable({.name = "RN", .kind = 2, .implicit = 1});
   file_answer expected = {
       .link = "points", .samples = 5, .lines = 2, .names = {"None", "LN", "RN", "None", "None", "None"}};
   expect_file(expected, 1, 1);
   path = file({.name = "bores", .organisation = 3, .lines = 2, .link = "points", .samples = 5});
-  write_file(path + "/LINE", bytes().i64(1).i64(3).i64(6).str());
+  write_file(path + "/LINE", bytes().i64(1, 3, 6).str());
   variable({.name = "XB", .kind = 10});
   variable({.name = "ZE", .kind = 15});
   variable({.name = "hole", .type = 1, .kind = 16, .bit_length = 8});
@@ -354,7 +354,7 @@ TEST_F(information, of_lines) {
   expected.cores = {"XB", "None", "None", "None", "None", "ZE"};
   expect_file(expected, 2, 1);
   // A damaged line table is an end of the process that the console explains.
-  write_file(path + "/LINE", bytes().i64(1).i64(3).i64(7).str());
+  write_file(path + "/LINE", bytes().i64(1, 3, 7).str());
   EXPECT_FATAL(ask("CFILEINFO"), "No 6 in function qd_info_file");
 }
 
@@ -389,12 +389,12 @@ TEST_F(information, of_grids) {
 
 TEST_F(information, of_faults_and_polygons) {
   std::string path = file({.name = "points", .dimension = 2, .samples = 1, .allocated = 512});
-  write_file(path + "/FAULT", bytes().i32(2).i32(1).i32(1).i32(4).i32(9).i32(2).i32(5).i32(127).str());
+  write_file(path + "/FAULT", bytes().i32(2, 1, 1, 4, 9, 2, 5, 127).str());
   file_answer expected = {
       .faults = true, .dimension = 2, .samples = 1, .fault_fields = {1, 1, 4, 9, 2, 5, 127}};
   expect_file(expected, 0, 0);
   // The header of version 6: dimension, counts, box.
-  write_file(path + "/POLYGON", bytes().i32(6).i32(0).i32(1).i32(1).i32(3).repeat(64, '\0').str());
+  write_file(path + "/POLYGON", bytes().i32(6, 0, 1, 1, 3).repeat(64, '\0').str());
   expected.polygons = true;
   expect_file(expected, 0, 0);
   write_file(path + "/FAULT", bytes().i32(2).str());
@@ -422,7 +422,7 @@ struct variable_answer {
 
   std::string bytes_of(const client& to) const {
     bytes b;
-    b.text("SVARINFO").i32(type).i32(bits).i32(characters).i32(implicit).i32(indices);
+    b.text("SVARINFO").i32(type, bits, characters, implicit, indices);
     b.text(unit_name.substr(0, to.old ? 5 : 10));
     if (to.comment) b.text(comment);
     if (!to.old) b.text(symbol.substr(0, 10)).i32(has_unit);
@@ -475,7 +475,7 @@ TEST_F(variable_information, tells_every_type) {
 TEST_F(variable_information, counts_the_valid_indices_of_a_macro) {
   std::string path = variable({.name = "m[xxxxx]", .type = 2, .bit_length = 32});
   write_file(path + "/DATAVAR", std::string(4096, '\0'));
-  write_file(path + "/MACRO", bytes().i32(1100).i32(5).i32(12).i32(0).i32(3).i32(-9).i32(7).i32(0).str());
+  write_file(path + "/MACRO", bytes().i32(1100, 5, 12, 0, 3, -9, 7, 0).str());
   expect_variable("m[xxxxx]", {.type = 5, .bits = 32, .indices = 3});
   expect_variable("m[99]", {.type = 5, .bits = 32, .indices = 3});
   write_file(path + "/MACRO", "x");

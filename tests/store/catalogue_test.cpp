@@ -46,7 +46,7 @@ class catalogue : public testing::Test {
         tree.add("DIRE.1/FILE.1",
                  file_fields{.name = "lines", .organisation = 2, .lines = 3, .samples = 9, .allocated = 512}
                      .bytes_of());
-    write_file(lines + "/LINE", bytes().i64(1).i64(4).i64(8).i64(10).str());
+    write_file(lines + "/LINE", bytes().i64(1, 4, 8, 10).str());
     tree.add("DIRE.1/FILE.2", file_fields{.name = "cores", .organisation = 3}.bytes_of());
 
     variable({.name = "zinc"});

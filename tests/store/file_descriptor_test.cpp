@@ -72,8 +72,8 @@ TEST(directory_descriptor, damage_is_reported) {
   name_text name;
   for (const std::string& content :
        {std::string(), bytes().i32(1).text("Mine").str(), bytes().i32(-7).text("Mine").str(),
-        bytes().i32(1100).str(), bytes().i32(1100).i32(10).raw("Mine").str(),
-        bytes().i32(1100).text(std::string(51, 'n')).str(), bytes().i32(1100).i32(-1).raw("Mine").str()}) {
+        bytes().i32(1100).str(), bytes().i32(1100, 10).raw("Mine").str(),
+        bytes().i32(1100).text(std::string(51, 'n')).str(), bytes().i32(1100, -1).raw("Mine").str()}) {
     std::string path = tree.add("DIRE.1", content);
     std::string console = console_of([&] { EXPECT_EQ(qd_directory_descriptor_read(path.c_str(), name), 0); });
     EXPECT_EQ(console, "Directory descriptor corrupted:\n" + path + "/DESCR\n");
@@ -174,21 +174,21 @@ TEST(line_table, below_520_gets_wider_entries) {
   catalogue_tree tree;
   for (int organisation : {2, 3}) {
     std::string path = tree.folder("DIRE.1/FILE.1");
-    write_file(path + "/LINE", bytes().i32(1).i32(4).i32(6).i32(10).str());
+    write_file(path + "/LINE", bytes().i32(1, 4, 6, 10).str());
     file_fields fields = some_lines();
     fields.organisation = organisation;
     file_read read(tree, fields.bytes_of(500));
     ASSERT_EQ(read.result, 1) << read.console;
-    EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).i64(4).i64(6).i64(10).str());
+    EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
     EXPECT_EQ(read.on_disk, fields.bytes_of());
   }
   // An odd number of entries, and the table of a file without lines.
   std::string path = tree.folder("DIRE.1/FILE.1");
   file_fields fields = some_lines();
   fields.lines = 2;
-  write_file(path + "/LINE", bytes().i32(1).i32(4).i32(10).str());
+  write_file(path + "/LINE", bytes().i32(1, 4, 10).str());
   EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, 1);
-  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).i64(4).i64(10).str());
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 10).str());
   fields.lines = 0;
   fields.samples = 0;
   write_file(path + "/LINE", bytes().i32(1).str());
@@ -199,7 +199,7 @@ TEST(line_table, below_520_gets_wider_entries) {
 TEST(line_table, that_an_interrupted_upgrade_has_widened_is_left_alone) {
   catalogue_tree tree;
   std::string path = tree.folder("DIRE.1/FILE.1");
-  std::string wide = bytes().i64(1).i64(4).i64(6).i64(10).str();
+  std::string wide = bytes().i64(1, 4, 6, 10).str();
   write_file(path + "/LINE", wide);
   file_read read(tree, some_lines().bytes_of(519));
   EXPECT_EQ(read.result, 1) << read.console;
@@ -212,9 +212,8 @@ TEST(line_table, damaged_below_520_is_reported_and_nothing_is_changed) {
   std::string path = tree.folder("DIRE.1/FILE.1");
   std::string old = some_lines().bytes_of(500);
   for (const std::string& table :
-       {std::string(), bytes().i32(1).i32(4).i32(6).str(), bytes().i32(1).i32(6).i32(4).i32(10).str(),
-        bytes().i32(2).i32(4).i32(6).i32(10).str(), bytes().i32(1).i32(4).i32(6).i32(11).str(),
-        bytes().i32(1).i32(-4).i32(6).i32(10).str()}) {
+       {std::string(), bytes().i32(1, 4, 6).str(), bytes().i32(1, 6, 4, 10).str(),
+        bytes().i32(2, 4, 6, 10).str(), bytes().i32(1, 4, 6, 11).str(), bytes().i32(1, -4, 6, 10).str()}) {
     write_file(path + "/LINE", table);
     file_read read(tree, old);
     EXPECT_EQ(read.result, 0);

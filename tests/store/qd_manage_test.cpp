@@ -213,7 +213,7 @@ TEST_F(Manage, MacroVariableHasOneFreeSlot) {
   std::string path = make_grid(1);
   ASSERT_EQ(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr), 1);
   EXPECT_EQ(names_in(path + "/VARI.6"), (names{"COMMENT", "DATAVAR", "DESCR", "MACRO"}));
-  EXPECT_EQ(read_file(path + "/VARI.6/MACRO"), bytes().i32(1100).i32(1).i32(0).i32(0).str());
+  EXPECT_EQ(read_file(path + "/VARI.6/MACRO"), bytes().i32(1100, 1, 0, 0).str());
   EXPECT_EQ(read_file(path + "/VARI.6/DESCR"), variable_bytes("Au[xxxxx]", 2, 0, 16, 0, 1, 7, 0));
   EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR"), std::string(1024, '\xFF'));
 }
@@ -227,7 +227,7 @@ TEST_F(Manage, FormatsAreChecked) {
     return descriptor.substr(28);
   };
   auto fields = [](int format, int width, int digits, const char* unit, double factor) {
-    return bytes().i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+    return bytes().i32(format, width, digits).text(unit).f64(factor).str();
   };
   EXPECT_EQ(made({FORMAT_DECIMAL, 5, 9, 1, "ft", 30.48}), fields(2, 5, 2, "ft", 30.48));
   EXPECT_EQ(made({FORMAT_SHIFTED, 5, 9, 0, " ", 1.0}), fields(4, 5, 9, "", 0.0));

@@ -47,7 +47,7 @@ class study : public testing::Test {
 TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
   std::string path = root / "deep/down/Gold";
   EXPECT_EQ(qu_study_create(path.c_str(), "None", 1), 0);
-  EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520).i32(1).i32(140000).i32(0).str());
+  EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520, 1, 140000, 0).str());
   std::string found;
   std::map<std::string, bool> entries;
   for (const auto& entry : fs::recursive_directory_iterator(path))
@@ -78,11 +78,11 @@ TEST_F(study, what_a_dead_process_of_the_same_number_left_is_no_hindrance) {
 }
 
 TEST_F(study, descriptors_of_all_versions_are_read) {
-  std::string path = make("Gold", bytes().i32(410).i32(7).str());
+  std::string path = make("Gold", bytes().i32(410, 7).str());
   EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 2);
   EXPECT_EQ(record.unit_flag, 7);
   EXPECT_EQ(record.study_version, 40000);
-  write_file(path + "/DESCR", bytes().i32(411).i32(0).i32(140000).str());
+  write_file(path + "/DESCR", bytes().i32(411, 0, 140000).str());
   is_64bit = 1;
   EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
   EXPECT_EQ(record.unit_flag, 0);
@@ -305,7 +305,7 @@ TEST_F(lock, is_removed_by_a_fatal_end) {
 }
 
 TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
-  write_file(path + "/QRD/DESCR", bytes().i32(900).i32(1).str());
+  write_file(path + "/QRD/DESCR", bytes().i32(900, 1).str());
   qd_init();
   EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100).str());
   fs::remove(path + "/QRD/DESCR");

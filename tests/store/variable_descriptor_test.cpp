@@ -24,7 +24,7 @@ struct variable_read {
 
 // The first fields of versions below 900.
 bytes old_fields(int version, int first_code, int second_code) {
-  return bytes().i32(version).text("Var").i32(first_code).i32(64).i32(second_code).i32(2).i32(10).i32(3);
+  return bytes().i32(version).text("Var").i32(first_code, 64, second_code, 2, 10, 3);
 }
 
 TEST(variable_descriptor, of_this_version_keeps_its_bytes) {

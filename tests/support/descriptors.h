@@ -26,15 +26,15 @@ struct file_fields {
     bytes b;
     b.i32(version).text(name);
     if (version < 520) b.i32(77);
-    b.i32(organisation).i32(dimension).i32(lines);
+    b.i32(organisation, dimension, lines);
     for (double value : lengths) b.f64(value);
     for (int value : nodes) b.i32(value);
     for (std::size_t i = 0; i < (version < 200 ? 2U : 3U); ++i) b.f64(angles[i]);
     b.text(link);
     if (version < 520) {
-      b.i32(88).i32(static_cast<int>(samples)).i32(static_cast<int>(allocated));
+      b.i32(88, static_cast<int>(samples), static_cast<int>(allocated));
     } else {
-      b.i64(samples).i64(allocated);
+      b.i64(samples, allocated);
     }
     for (int i = 0; version < 1100 && i < (version < 900 ? 3 : 10); ++i) b.text("m");
     return b.str();
@@ -55,15 +55,15 @@ struct variable_fields {
 
   std::string bytes_of(int version = 1100) const {
     bytes b;
-    b.i32(version).text(name).i32(type).i32(kind).i32(bit_length).i32(implicit);
-    return b.i32(format).i32(width).i32(digits).text(unit).f64(factor).str();
+    b.i32(version).text(name).i32(type, kind, bit_length, implicit);
+    return b.i32(format, width, digits).text(unit).f64(factor).str();
   }
 };
 
 // The table of a macro variable: its indices, and their texts if it has any.
 inline std::string macro_bytes(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
   bytes b;
-  b.i32(1100).i32(static_cast<int>(indices.size()));
+  b.i32(1100, static_cast<int>(indices.size()));
   for (int index : indices) b.i32(index);
   b.i32(static_cast<int>(texts.size()));
   for (const std::string& text : texts) b.text(text);

@@ -50,10 +50,10 @@ class open_study : public testing::Test {
   // Selects these samples (1 or 0 each) of the current file by a new variable.
   void select_samples(const std::string& name, const std::vector<int>& flags) {
     const auto count = static_cast<std::int64_t>(flags.size());
-    expect_done("CVARFNEW", bytes().text(name).i32(1).i32(1).i32(5).i32(0).i32(0));
+    expect_done("CVARFNEW", bytes().text(name).i32(1, 1, 5, 0, 0));
     expect_done("CVARSET", bytes().text(name));
     bytes written;
-    written.i64(1).i64(count).i64(count);
+    written.i64(1, count, count);
     for (int flag : flags) written.u8(static_cast<std::uint8_t>(flag));
     expect_done("CWRITVARS", written);
     expect_done("CSELSET", bytes().text(name));

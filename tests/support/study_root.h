@@ -12,7 +12,7 @@ namespace qrd::test {
 
 inline std::string study_descriptor(std::int32_t unit_flag, std::int32_t version = 140000,
                                     std::int32_t is_64bit = 0) {
-  return bytes().i32(520).i32(unit_flag).i32(version).i32(is_64bit).str();
+  return bytes().i32(520, unit_flag, version, is_64bit).str();
 }
 
 class study_root {

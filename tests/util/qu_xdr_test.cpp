@@ -41,7 +41,7 @@ TEST_F(Xdr, Integers) {
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_int(xdr, &value));
             }),
-            bytes().i32(1).i32(-2147483647 - 1).i32(0x7FFFFFFF).i32(0).str());
+            bytes().i32(1, -2147483647 - 1, 0x7FFFFFFF, 0).str());
   std::int64_t big = 2147483648;
   EXPECT_FATAL(written([&](XDR* xdr) { qu_xdr_int(xdr, &big); }), "Too big value for a 32bits integer");
   std::int64_t value = 5;
@@ -61,7 +61,7 @@ TEST_F(Xdr, LongsTellOfValuesBeyond32Bits) {
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_long(xdr, &value));
             }),
-            bytes().i64(0x100000000).i64(-1).i64(0x7FFFFFFFFFFFFFFF).i64(0x7FFFFFFF).str());
+            bytes().i64(0x100000000, -1, 0x7FFFFFFFFFFFFFFF, 0x7FFFFFFF).str());
   qu_study_mark_64bit_hook = nullptr;
   EXPECT_EQ(marks, 1);
   std::int64_t value = 0;
