@@ -137,11 +137,7 @@ int qd_fault_write(const char* directory, const char* file, fault_variant varian
   if (qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr) == 0) return 2;
   path_text path;
   if (fault_path(directory, file, variant, path) == 0) return 2;
-  file_stream stream = qd_object_file_open(path, write_binary);
-  if (!stream) return 1;
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  const bool written = xdr && write_system(xdr.get(), system);
-  if (!stream.close() || !written) {
+  if (!qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); })) {
     std::remove(path);
     return 1;
   }

@@ -65,9 +65,6 @@ bool prepare_points_file(const char* directory, const char* file, const polygon_
 }
 
 bool write_file(const char* path, polygon_system& system) {
-  file_stream stream = qd_object_file_open(path, write_binary);
-  if (!stream) return false;
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
   const polygon_box box = qu_polygon_box(system);
   polygon_header header;
   header.dimension_word = system.dimension;
@@ -77,9 +74,9 @@ bool write_file(const char* path, polygon_system& system) {
   header.x_min = box.x_min, header.x_max = box.x_max;
   header.y_min = box.y_min, header.y_max = box.y_max;
   header.z_min = box.z_min, header.z_max = box.z_max;
-  const bool written =
-      xdr && qd_polygon_header_move(xdr.get(), header) && qd_polygon_body_write(xdr.get(), system);
-  return stream.close() && written;
+  return qd_object_file_replace(path, [&](XDR* xdr) {
+    return qd_polygon_header_move(xdr, header) && qd_polygon_body_write(xdr, system);
+  });
 }
 
 // A measure variable that fits already keeps its place.

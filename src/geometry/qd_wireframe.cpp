@@ -179,11 +179,7 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
                            static_cast<std::int64_t>(root.objects.size())) == 0 ||
       qd_companion_path(directory, file, wireframe_file_name, path) == 0)
     return 2;
-  file_stream stream = qd_object_file_open(path, write_binary);
-  if (!stream) return 2;
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  const bool written = xdr && write_root(xdr.get(), root);
-  if (!stream.close() || !written) {
+  if (!qd_object_file_replace(path, [&root](XDR* xdr) { return write_root(xdr, root); })) {
     qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
     return 2;
   }

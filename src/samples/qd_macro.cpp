@@ -19,7 +19,6 @@
 #include "store/qd_descriptor.h"
 #include "store/qd_records.h"
 #include "util/qu_file.h"
-#include "util/qu_file_replace.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -92,19 +91,17 @@ bool read_descriptor(std::FILE* stream, qd_macro_descr& descriptor) {
   return true;
 }
 
-bool write_descriptor(std::FILE* stream, const qd_macro_descr& descriptor, std::int64_t alpha_count) {
-  xdr_stream xdr(stream, XDR_ENCODE);
-  if (!xdr) return false;
+bool write_descriptor(XDR* xdr, const qd_macro_descr& descriptor, std::int64_t alpha_count) {
   std::int64_t version = DESCRIPTOR_VERSION;
   std::int64_t slots = descriptor.slot_count();
-  if (qu_xdr_int(xdr.get(), &version) == 0 || qu_xdr_int(xdr.get(), &slots) == 0) return false;
+  if (qu_xdr_int(xdr, &version) == 0 || qu_xdr_int(xdr, &slots) == 0) return false;
   for (std::int64_t index : descriptor.indices)
-    if (qu_xdr_int(xdr.get(), &index) == 0) return false;
-  if (qu_xdr_int(xdr.get(), &alpha_count) == 0) return false;
+    if (qu_xdr_int(xdr, &index) == 0) return false;
+  if (qu_xdr_int(xdr, &alpha_count) == 0) return false;
   for (std::int64_t i = 0; i < alpha_count; ++i) {
     name_text alpha;
     copy_name(descriptor.alpha_indices[i], alpha);
-    if (qu_xdr_text(xdr.get(), alpha, alpha_text_limit) == 0) return false;
+    if (qu_xdr_text(xdr, alpha, alpha_text_limit) == 0) return false;
   }
   return true;
 }
@@ -149,13 +146,8 @@ int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descri
   require_alpha_count("qd_macro_descr_write", alpha_count, descriptor.slot_count());
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  if (replaced_file file(path, write_binary); file) {
-    if (!write_descriptor(file.get(), descriptor, alpha_count) || !file.commit()) return 0;
-  } else {
-    // Where no new file can be made, opening the old one for writing tells why.
-    file_stream stream = qd_object_file_open(path, write_binary);
-    if (!stream || !write_descriptor(stream.get(), descriptor, alpha_count) || !stream.close()) return 0;
-  }
+  if (!qd_object_file_replace(path, [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); }))
+    return 0;
   qd_interrupt_add_object(variable_path, CHANGE_DESCRIPTION);
   return 1;
 }

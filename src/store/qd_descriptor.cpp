@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "store/qd_tools.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -50,6 +51,18 @@ file_stream qd_object_file_open(const char* path, file_mode mode) {
     if (object_gone) return stream;
   }
   return file_stream(qu_file_open_f(path, mode));
+}
+
+bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write) {
+  if (replaced_file file(path, write_binary); file) {
+    xdr_stream xdr(file.get(), XDR_ENCODE);
+    return xdr && write(xdr.get()) && file.commit();
+  }
+  file_stream stream = qd_object_file_open(path, write_binary);
+  if (!stream) return false;
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  const bool written = xdr && write(xdr.get());
+  return stream.close() && written;
 }
 
 file_stream qd_descriptor_open(const char* object_path) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "store/qd_records.h"
 #include "util/qu_file.h"
@@ -31,6 +32,11 @@ void qd_descriptor_path(const char* object_path, path_text& path);
 // A file in the folder of an object. One that can't be opened ends the process, unless another server has
 // deleted the whole folder meanwhile: then no stream, and qd_object_gone() tells so.
 file_stream qd_object_file_open(const char* path, file_mode mode);
+
+// Puts a binary file whole into the folder of an object: other processes read what stood there before, or
+// the new content. Where no new file can be made, the old one takes the content, opened in the same way.
+// False after a failure of `write(xdr)` or of the disk.
+bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write);
 
 // The descriptor of an object in the same way, for reading.
 file_stream qd_descriptor_open(const char* object_path);

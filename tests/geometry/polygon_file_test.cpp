@@ -1,6 +1,8 @@
 #include <filesystem>
 
 #include "geometry/qd_polygon.h"
+#include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
@@ -25,40 +27,40 @@ bytes& box(bytes& out, std::initializer_list<double> six) {
 TEST_F(polygons, go_to_disk_as_version_6_and_come_back) {
   bytes sent;
   box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(4);
-  ring(sent.text("c1").text("Lake").f64(1).f64(2), {0, 0, 4, 0, 4, 4, 0, 4, 0, 0});
-  ring(sent.text("c1").text("Lake").f64(1).f64(2), {10, 0, 12, 0, 12, 2});
-  ring(sent.text("Pit").text("").f64(0).f64(0), {20, 0, 21, 0, 21, 1});
-  ring(sent.text("line").text("Thin").f64(0).f64(0), {0, 0, 1, 1});
+  ring(sent.text("c1").text("Lake").f64(1, 2), {0, 0, 4, 0, 4, 4, 0, 4, 0, 0});
+  ring(sent.text("c1").text("Lake").f64(1, 2), {10, 0, 12, 0, 12, 2});
+  ring(sent.text("Pit").text("").f64(0, 0), {20, 0, 21, 0, 21, 1});
+  ring(sent.text("line").text("Thin").f64(0, 0), {0, 0, 1, 1});
   expect_done("CPOLYNEW", sent);
 
   bytes file;
-  box(file.i32(6).i32(2).i64(2).i64(3).i64(10), {0, 2100, 0, 400, 0, 0});
+  box(file.i32(6, 2).i64(2, 3, 10), {0, 2100, 0, 400, 0, 0});
   // The first polygon of a request takes the last colour; a name that came late counts where it joined.
-  file.text("Lake").i32(157).i32(78).i32(64).i32(no_int).f64(no_data).f64(no_data).f64(no_data).i32(1).i32(2);
-  ring(file.text("c1").i32(0).f64(0).f64(100), {0, 0, 4, 0, 4, 4, 0, 4}, 100).i32(0);
-  ring(file.text("c1 3").i32(0).f64(0).f64(100), {10, 0, 12, 0, 12, 2}, 100).i32(0);
-  file.text("Pit").i32(255).i32(255).i32(0).i32(no_int).f64(no_data).f64(no_data).f64(no_data).i32(1).i32(1);
-  ring(file.text("Pit").i32(0).f64(0).f64(100), {20, 0, 21, 0, 21, 1}, 100).i32(0);
+  file.text("Lake").i32(157, 78, 64, no_int).f64(no_data, no_data, no_data).i32(1, 2);
+  ring(file.text("c1").i32(0).f64(0, 100), {0, 0, 4, 0, 4, 4, 0, 4}, 100).i32(0);
+  ring(file.text("c1 3").i32(0).f64(0, 100), {10, 0, 12, 0, 12, 2}, 100).i32(0);
+  file.text("Pit").i32(255, 255, 0, no_int).f64(no_data, no_data, no_data).i32(1, 1);
+  ring(file.text("Pit").i32(0).f64(0, 100), {20, 0, 21, 0, 21, 1}, 100).i32(0);
   EXPECT_EQ(read_file(in_file(1, "POLYGON")), file.str());
 
   // The samples: no label points, the names, the areas in square metres.
-  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(no_data).f64(no_data).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(no_data, no_data).str());
   EXPECT_EQ(read_file(in_file(1, "VARI.4/DATAVAR")).substr(0, 8), "LakePit ");
-  EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), bytes().f64(18).f64(0.5).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), bytes().f64(18, 0.5).str());
 
   expect_done("CFILESET", bytes().text("P"));
   bytes answer;
   box(answer.text("SPOLYGONS").i32(1), {0, 0, 0, 21, 4, 0}).i64(3);
-  ring(answer.text("c1").text("Lake").f64(0).f64(1), {0, 0, 4, 0, 4, 4, 0, 4});
-  ring(answer.text("c1 3").text("Lake").f64(0).f64(1), {10, 0, 12, 0, 12, 2});
-  ring(answer.text("Pit").text("Pit").f64(0).f64(1), {20, 0, 21, 0, 21, 1});
+  ring(answer.text("c1").text("Lake").f64(0, 1), {0, 0, 4, 0, 4, 4, 0, 4});
+  ring(answer.text("c1 3").text("Lake").f64(0, 1), {10, 0, 12, 0, 12, 2});
+  ring(answer.text("Pit").text("Pit").f64(0, 1), {20, 0, 21, 0, 21, 1});
   expect_answer("CPOLYGONS", bytes(), answer);
 
   // A selection narrows counts and box too.
   select_samples("second", {0, 1});
   bytes narrowed;
   box(narrowed.text("SPOLYGONS").i32(1), {20, 0, 0, 21, 1, 1}).i64(1);
-  ring(narrowed.text("Pit").text("Pit").f64(0).f64(1), {20, 0, 21, 0, 21, 1});
+  ring(narrowed.text("Pit").text("Pit").f64(0, 1), {20, 0, 21, 0, 21, 1});
   expect_answer("CPOLYGONS", bytes(), narrowed);
 }
 
@@ -67,7 +69,7 @@ TEST_F(polygons, without_any_make_an_empty_file) {
   box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(0);
   expect_done("CPOLYNEW", sent);
   bytes file;
-  box(file.i32(6).i32(2).i64(0).i64(0).i64(0), {0, 0, 0, 0, 0, 0});
+  box(file.i32(6, 2).i64(0, 0, 0), {0, 0, 0, 0, 0, 0});
   EXPECT_EQ(read_file(in_file(1, "POLYGON")), file.str());
   expect_refused("CPOLYNEW", sent, "File S: D/P already exists");
   make_points("plain", 1);
@@ -77,37 +79,37 @@ TEST_F(polygons, without_any_make_an_empty_file) {
 // One 3D polygon "Area" with the contour "Out", a grid and limits, in the layout of versions 4 to 6.
 bytes nested(int version) {
   bytes file;
-  file.i32(version).i32(version == 4 ? 1 : 3);
+  file.i32(version, version == 4 ? 1 : 3);
   if (version == 6)
-    file.i64(1).i64(1).i64(7);
+    file.i64(1, 1, 7);
   else
-    file.i32(1).i32(1).i32(7);
+    file.i32(1, 1, 7);
   box(file, {0, 400, 0, 400, 0, 300});
-  file.text("Area").i32(1).i32(2).i32(3).i32(4).f64(100).f64(200).f64(300).i32(1).i32(1);
+  file.text("Area").i32(1, 2, 3, 4).f64(100, 200, 300).i32(1, 1);
   file.text("Out").i32(1);
   if (version == 4)
-    file.f64(10).f64(20).f64(1).f64(2).i32(3).i32(4).f64(30).f64(5).i32(6).f64(90).i32(1);
+    file.f64(10, 20, 1, 2).i32(3, 4).f64(30, 5).i32(6).f64(90).i32(1);
   else
-    file.f64(10).f64(20).f64(30).f64(1).f64(2).f64(5).i32(3).i32(4).i32(6).f64(90);
-  ring(file.f64(0).f64(300), {0, 0, 400, 0, 400, 400, 0, 400}).i32(1);
+    file.f64(10, 20, 30, 1, 2, 5).i32(3, 4, 6).f64(90);
+  ring(file.f64(0, 300), {0, 0, 400, 0, 400, 400, 0, 400}).i32(1);
   return ring(file, {100, 100, 200, 100, 200, 200});
 }
 
 // Contours "Up" and "Low" joined to "River", in the layout of versions 1 to 3.
 bytes compounds(int version) {
   bytes file;
-  file.i32(version).i32(0);
+  file.i32(version, 0);
   if (version == 3) file.i32(1);
-  box(file.i32(1).i32(2).i32(7), {0, 400, 0, 400, 0, 0});
+  box(file.i32(1, 2, 7), {0, 400, 0, 400, 0, 0});
   for (const char* name : {"Up", "Low"}) {
-    file.text(name).i32(1).f64(7).f64(8);
+    file.text(name).i32(1).f64(7, 8);
     if (version >= 2) file.f64(9);
-    file.f64(0).f64(0).i32(1).f64(10).f64(20).f64(1).f64(2).i32(3).i32(4).f64(15);
+    file.f64(0, 0).i32(1).f64(10, 20, 1, 2).i32(3, 4).f64(15);
     ring(file, {0, 0, 300, 0, 0, 300});
   }
   // A name that no contour has is passed over.
-  file.i32(3).text("Up").text("gone").text("Low").text("River").i32(5).i32(6).i32(7);
-  if (version >= 2) file.i32(8).f64(11).f64(12).f64(13);
+  file.i32(3).text("Up").text("gone").text("Low").text("River").i32(5, 6, 7);
+  if (version >= 2) file.i32(8).f64(11, 12, 13);
   return file;
 }
 
@@ -137,7 +139,7 @@ TEST_F(polygons, of_versions_4_to_6_keep_grids_holes_and_limits) {
 
     bytes answer;
     box(answer.text("SPOLYGONS").i32(0), {0, 0, 0, 4, 4, 3}).i64(1);
-    ring(answer.text("Out").text("Area").f64(0).f64(3), {0, 0, 4, 0, 4, 4, 0, 4});
+    ring(answer.text("Out").text("Area").f64(0, 3), {0, 0, 4, 0, 4, 4, 0, 4});
     expect_answer("CPOLYGONS", bytes(), answer);
   }
 }
@@ -171,10 +173,10 @@ TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
 TEST_F(polygons, of_old_versions_go_when_their_contours_do) {
   make_points("P", 1);
   bytes file;
-  box(file.i32(3).i32(0).i32(2).i32(2).i32(4).i32(12), {0, 400, 0, 400, 0, 0});
+  box(file.i32(3, 0, 2, 2, 4, 12), {0, 400, 0, 400, 0, 0});
   for (const char* name : {"a", "b", "b", "c"})
-    ring(file.text(name).i32(1).f64(0).f64(0).f64(0).f64(0).f64(1).i32(0), {0, 0, 300, 0, 0, 300});
-  const auto properties = [&file] { file.i32(1).i32(2).i32(3).i32(4).f64(5).f64(6).f64(7); };
+    ring(file.text(name).i32(1).f64(0, 0, 0, 0, 1).i32(0), {0, 0, 300, 0, 0, 300});
+  const auto properties = [&file] { file.i32(1, 2, 3, 4).f64(5, 6, 7); };
   file.i32(2).text("a").text("b").text("first");
   properties();
   file.i32(2).text("c").text("a").text("second");
@@ -182,10 +184,10 @@ TEST_F(polygons, of_old_versions_go_when_their_contours_do) {
   write_file(in_file(1, "POLYGON"), file.str());
   bytes answer;
   box(answer.text("SPOLYGONS").i32(1), {0, 0, 0, 4, 4, 0}).i64(4);
-  ring(answer.text("a").text("second").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
-  ring(answer.text("b").text("first").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
-  ring(answer.text("b").text("b").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
-  ring(answer.text("c").text("second").f64(0).f64(0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("a").text("second").f64(0, 0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("b").text("first").f64(0, 0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("b").text("b").f64(0, 0.01), {0, 0, 3, 0, 0, 3});
+  ring(answer.text("c").text("second").f64(0, 0.01), {0, 0, 3, 0, 0, 3});
   expect_answer("CPOLYGONS", bytes(), answer);
 }
 
@@ -217,7 +219,7 @@ TEST_F(polygons, in_a_damaged_file_are_removed_by_their_reader) {
 TEST_F(polygons, written_again_keep_the_samples_they_can) {
   bytes sent;
   box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
-  ring(sent.text("a").text("A").f64(0).f64(0), {0, 0, 1, 0, 1, 1});
+  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
   expect_done("CPOLYNEW", sent);
   expect_done("CFILESET", bytes().text("P"));
   expect_done("CVARCNEW", bytes().text("note").i32(4));
@@ -239,7 +241,7 @@ TEST_F(polygons, written_again_keep_the_samples_they_can) {
                     .text("S+ SURFACE")
                     .text("note"));
   expect_done("CVARSET", bytes().text("N+ NAME"));
-  expect_answer("CREADVARC", bytes().i64(-1).i64(-1).i32(0),
+  expect_answer("CREADVARC", bytes().i64(-1, -1).i32(0),
                 bytes().text("SDATAC").i64(2).text("      ").text("A     ").text("Bigger"));
   // Fewer polygons than samples: the points file is made anew.
   auto other = qu_polygon_system_new();
@@ -247,6 +249,26 @@ TEST_F(polygons, written_again_keep_the_samples_they_can) {
       {0, 0}, {9, 0}, {0, 9}};
   EXPECT_EQ(qd_polygon_write("D", "P", false, *other), 0);
   expect_answer("CVARXIST", bytes().text("note"), bytes().text("SEXIST").i32(0));
+}
+
+TEST_F(polygons, that_a_full_disk_swallows_leave_the_old_ones) {
+  bytes sent;
+  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
+  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
+  expect_done("CPOLYNEW", sent);
+  const std::string before = read_file(in_file(1, "POLYGON"));
+  int status = -1;
+  auto system = qd_polygon_read("D", "P", "None", false, status);
+  ASSERT_EQ(status, 0);
+  system->contours.begin()->vertices.resize(1000);
+  const std::string console = console_of([&] {
+    file_size_limit disk(8000);
+    EXPECT_EQ(qd_polygon_write("D", "P", false, *system), 2);
+  });
+  EXPECT_EQ(console, "WARNING: Error when writing in the Polygon File D/P.\n");
+  EXPECT_EQ(read_file(in_file(1, "POLYGON")), before);
+  for (const auto& entry : std::filesystem::directory_iterator(in_file(1, "")))
+    EXPECT_EQ(entry.path().filename().string().find("POLYGON."), std::string::npos);
 }
 
 }  // namespace
