@@ -26,7 +26,7 @@ inline bool is_set(const char* field) {
 
 // All text fields "None", the index -1.
 void reset_context();
-// Each sets one level and clears what lies below it (clear_... makes the level itself "None" too).
+// Each sets one level, and makes what lies below it "None".
 void set_current_study(const char* name);
 void set_current_directory(const char* name);
 void set_current_file(const char* name);
