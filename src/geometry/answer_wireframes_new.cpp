@@ -16,10 +16,10 @@ namespace {
 
 constexpr char read_failure[] = "Error while reading from network";
 constexpr char triangles_failure[] = "Error while reading triangles from network";
-// Arrays are filled by so many items while they arrive. Room that isn't touched yet costs nothing, and is
-// taken at once up to a bound, whatever count was announced.
-constexpr std::int64_t array_step = 1 << 13;
-constexpr std::int64_t most_room = 1 << 25;
+// Arrays are filled by so many vertices or triangles while they arrive. Room that isn't touched yet costs
+// nothing, and is taken at once up to a bound, whatever count was announced.
+constexpr std::int64_t array_step = 1 << 12;
+constexpr std::int64_t most_room = 1 << 23;
 
 // How a piece arrived; the texts are those that the client gets.
 struct arrival {
@@ -27,16 +27,19 @@ struct arrival {
   const char* refusal = nullptr;  // null: complete
 };
 
-template <typename Item, typename Read>
-const char* read_array(std::vector<Item>& items, std::int64_t count, Read read, const char* read_text,
-                       const char* memory_text) {
+// Reads `count` times three numbers; `finish(first)` sees those that have come, from number `first` on, while
+// they are in the processor's cache.
+template <typename Number, typename Read, typename Finish>
+const char* read_triples(number_block<Number>& numbers, std::int64_t count, Read read, const char* read_text,
+                         const char* memory_text, Finish finish) {
   if (count < 0) return memory_text;
   try {
-    items.reserve(static_cast<std::size_t>(std::min(count, most_room)));
+    numbers.reserve(static_cast<std::size_t>(3 * std::min(count, most_room)));
     for (std::int64_t held = 0; held < count; held += array_step) {
       const std::int64_t step = std::min(array_step, count - held);
-      items.resize(static_cast<std::size_t>(held + step));
-      if (!read(client_socket, items.data() + held, step)) return read_text;
+      numbers.resize(static_cast<std::size_t>(3 * (held + step)));
+      if (!read(client_socket, numbers.data() + 3 * held, 3 * step)) return read_text;
+      finish(held);
     }
   } catch (const std::bad_alloc&) {
     return memory_text;
@@ -44,41 +47,43 @@ const char* read_array(std::vector<Item>& items, std::int64_t count, Read read, 
   return nullptr;
 }
 
-arrival read_piece(wireframe_piece& piece) {
-  std::int32_t vertices = 0, triangles = 0;
-  if (!read_arguments(vertices, triangles)) return {true, read_failure};
-  if (const char* failure = read_array(piece.vertices, 3 * std::int64_t{vertices}, _qrd_read_double_array,
-                                       "Error while reading vertices from network",
-                                       "Not enough memory to store wireframes vertices in memory."))
-    return {false, failure};
-  if (const char* failure =
-          read_array(piece.triangles, 3 * std::int64_t{triangles}, _qrd_read_int_array, triangles_failure,
-                     "Not enough memory to store wireframes triangles in memory."))
-    return {false, failure};
-  for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
+// To centimetres, and into the extents.
+void take_vertices(wireframe_piece& piece, std::int64_t first) {
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
     piece.vertices[i] *= axis_format_x.factor;
     piece.vertices[i + 1] *= axis_format_y.factor;
     piece.vertices[i + 2] *= axis_format_z.factor;
   }
-  qu_piece_extend(piece);
+  qu_piece_extend(piece, first);
+}
+
+// `valid` stays true while every triangle names vertices of the piece.
+arrival read_piece(wireframe_piece& piece, bool& valid) {
+  std::int32_t vertices = 0, triangles = 0;
+  if (!read_arguments(vertices, triangles)) return {true, read_failure};
+  if (const char* failure = read_triples(piece.vertices, vertices, _qrd_read_double_array,
+                                         "Error while reading vertices from network",
+                                         "Not enough memory to store wireframes vertices in memory.",
+                                         [&piece](std::int64_t first) { take_vertices(piece, first); }))
+    return {false, failure};
+  if (const char* failure =
+          read_triples(piece.triangles, triangles, _qrd_read_int_array, triangles_failure,
+                       "Not enough memory to store wireframes triangles in memory.",
+                       [&](std::int64_t first) { valid = valid && qu_piece_valid(piece, first); }))
+    return {false, failure};
   return {};
 }
 
-arrival read_object(wireframe_object& object) {
+arrival read_object(wireframe_object& object, bool& valid) {
   std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
   if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return {false, read_failure};
   object.red = red;
   object.green = green;
   object.blue = blue;
   for (std::int32_t i = 0; i < pieces; ++i)
-    if (arrival state = read_piece(object.pieces.emplace_back()); state.refusal != nullptr) return state;
+    if (arrival state = read_piece(object.pieces.emplace_back(), valid); state.refusal != nullptr)
+      return state;
   return {};
-}
-
-bool all_valid(const wireframe& root) {
-  return std::all_of(root.objects.begin(), root.objects.end(), [](const wireframe_object& object) {
-    return std::all_of(object.pieces.begin(), object.pieces.end(), qu_piece_valid);
-  });
 }
 
 }  // namespace
@@ -100,16 +105,17 @@ int server_answer_new_wireframes(const char* /*request*/) {
   if (!read_arguments(count) || count < 0) return clean_packet(), refuse("%s", read_failure);
   auto root = qu_wireframe_new();
   root->unit_x = root->unit_y = root->unit_z = distance_format;
+  bool valid = true;
   try {
     for (std::int32_t i = 0; i < count; ++i) {
-      const arrival state = read_object(root->objects.emplace_back());
+      const arrival state = read_object(root->objects.emplace_back(), valid);
       if (state.silent) return -1;
       if (state.refusal != nullptr) return clean_packet(), refuse("%s", state.refusal);
     }
   } catch (const std::bad_alloc&) {
     return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
   }
-  if (!all_valid(*root)) return refuse("%s", triangles_failure);
+  if (!valid) return refuse("%s", triangles_failure);
   if (qd_wireframe_write(current_context.directory, name.c_str(), *root) != 0) return -1;
   return answer("SDONE");
 }

@@ -50,7 +50,7 @@ bool move_header(XDR* xdr, file_header& header) {
 
 // A count and so many items of `width` numbers. What a file promises is bounded by what it holds.
 template <typename Number>
-bool move_items(XDR* xdr, std::vector<Number>& numbers, std::int64_t bytes_left, std::int64_t item_bytes,
+bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left, std::int64_t item_bytes,
                 int (*move)(XDR*, Number*, std::int64_t)) {
   auto count = static_cast<std::int64_t>(numbers.size() / 3);
   if (!qu_xdr_int(xdr, &count)) return false;

@@ -60,20 +60,23 @@ std::int64_t qu_polyhedron_triangle_count(const wireframe& root) {
 }
 
 void qu_polyhedron_center(const wireframe_object& object, double& x, double& y, double& z) {
-  double sum[3] = {0, 0, 0};
+  double x_sum = 0, y_sum = 0, z_sum = 0;
   std::int64_t count = 0;
   for (const wireframe_piece& piece : object.pieces) {
-    for (std::size_t i = 0; i < piece.vertices.size(); i += 3)
-      for (std::size_t axis = 0; axis < 3; ++axis) sum[axis] += piece.vertices[i + axis];
+    for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
+      x_sum += piece.vertices[i];
+      y_sum += piece.vertices[i + 1];
+      z_sum += piece.vertices[i + 2];
+    }
     count += piece.vertex_count();
   }
   const auto vertices = static_cast<double>(count);
   const auto mean = [&](double total) {
     return count == 0 ? std::numeric_limits<double>::quiet_NaN() : total / vertices;
   };
-  x = mean(sum[0]);
-  y = mean(sum[1]);
-  z = mean(sum[2]);
+  x = mean(x_sum);
+  y = mean(y_sum);
+  z = mean(z_sum);
 }
 
 double qu_polyhedron_volume(wireframe_object& object) {
@@ -101,21 +104,32 @@ void qu_polyhedron_box(const wireframe& root, double (&box)[6]) {
   std::copy_n(bounds, 6, box);
 }
 
-void qu_piece_extend(wireframe_piece& piece) {
-  for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
-    piece.x_min = std::min(piece.x_min, piece.vertices[i]);
-    piece.x_max = std::max(piece.x_max, piece.vertices[i]);
-    piece.y_min = std::min(piece.y_min, piece.vertices[i + 1]);
-    piece.y_max = std::max(piece.y_max, piece.vertices[i + 1]);
-    piece.z_min = std::min(piece.z_min, piece.vertices[i + 2]);
-    piece.z_max = std::max(piece.z_max, piece.vertices[i + 2]);
+void qu_piece_extend(wireframe_piece& piece, std::int64_t first) {
+  // Locals stay in registers, as the piece's own fields can't: the vertices might alias them.
+  double x_min = piece.x_min, x_max = piece.x_max;
+  double y_min = piece.y_min, y_max = piece.y_max;
+  double z_min = piece.z_min, z_max = piece.z_max;
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
+    const double x = piece.vertices[i], y = piece.vertices[i + 1], z = piece.vertices[i + 2];
+    x_min = std::min(x_min, x);
+    x_max = std::max(x_max, x);
+    y_min = std::min(y_min, y);
+    y_max = std::max(y_max, y);
+    z_min = std::min(z_min, z);
+    z_max = std::max(z_max, z);
   }
+  piece.x_min = x_min, piece.x_max = x_max;
+  piece.y_min = y_min, piece.y_max = y_max;
+  piece.z_min = z_min, piece.z_max = z_max;
 }
 
-bool qu_piece_valid(const wireframe_piece& piece) {
-  const std::int64_t count = piece.vertex_count();
-  return std::all_of(piece.triangles.begin(), piece.triangles.end(),
-                     [count](std::int32_t index) { return index >= 0 && index < count; });
+bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first) {
+  // A negative index is a large one here; the loop goes on without a branch for each.
+  const auto count = static_cast<std::uint64_t>(piece.vertex_count());
+  bool beyond = false;
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); ++i)
+    beyond |= static_cast<std::uint32_t>(piece.triangles[i]) >= count;
+  return !beyond;
 }
 
 }  // namespace qrd

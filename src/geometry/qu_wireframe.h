@@ -11,10 +11,28 @@
 
 namespace qrd {
 
+// Numbers that a vector grows by aren't cleared: they are about to be read, and there are many of them.
+template <typename Number>
+struct unfilled : std::allocator<Number> {
+  template <typename Other>
+  struct rebind {
+    using other = unfilled<Other>;
+  };
+  template <typename... Values>
+  void construct(Number* place, Values... values) {
+    if constexpr (sizeof...(Values) == 0)
+      ::new (place) Number;
+    else
+      ::new (place) Number(values...);
+  }
+};
+template <typename Number>
+using number_block = std::vector<Number, unfilled<Number>>;
+
 struct wireframe_piece {
-  std::vector<double> vertices;         // x, y, z of each
-  std::vector<std::int32_t> triangles;  // three vertex indices each
-  std::int64_t piece_type = 1;          // 0: not sent to clients
+  number_block<double> vertices;         // x, y, z of each
+  number_block<std::int32_t> triangles;  // three vertex indices each
+  std::int64_t piece_type = 1;           // 0: not sent to clients
   double x_min = missing_double, x_max = -missing_double;
   double y_min = missing_double, y_max = -missing_double;
   double z_min = missing_double, z_max = -missing_double;
@@ -50,9 +68,9 @@ void qu_polyhedron_center(const wireframe_object& object, double& x, double& y, 
 double qu_polyhedron_volume(wireframe_object& object);
 // x, y, z minima and maxima: x minimum, x maximum, y minimum and so on.
 void qu_polyhedron_box(const wireframe& root, double (&box)[6]);
-// Widens a piece's extents by all its vertices.
-void qu_piece_extend(wireframe_piece& piece);
-// True if every triangle names vertices of the piece.
-bool qu_piece_valid(const wireframe_piece& piece);
+// Widens a piece's extents by its vertices from number `first` on.
+void qu_piece_extend(wireframe_piece& piece, std::int64_t first = 0);
+// True if every triangle from number `first` on names vertices of the piece.
+bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first = 0);
 
 }  // namespace qrd

@@ -1,5 +1,4 @@
-// Whole blocks of numbers between host order and the big-endian order of binary files (RFC 4506), in
-// place. Applying it twice gives the block back.
+// Whole blocks of numbers between host order and the big-endian order of binary files (RFC 4506).
 #pragma once
 
 #include <bit>
@@ -18,17 +17,26 @@ inline std::uint64_t qu_swapped(std::uint64_t item) {
   return __builtin_bswap64(item);
 }
 
-// Item is std::uint16_t, std::uint32_t or std::uint64_t. The block needs no alignment.
+// Item is std::uint16_t, std::uint32_t or std::uint64_t. The blocks need no alignment; they are one and the
+// same, or lie apart. Applying it twice gives the block back.
+template <typename Item>
+void qu_big_endian_copy(void* to, const void* from, std::int64_t count) {
+  auto* target = static_cast<unsigned char*>(to);
+  const auto* source = static_cast<const unsigned char*>(from);
+  for (std::int64_t i = 0; i < count; ++i) {
+    const auto place = static_cast<std::size_t>(i) * sizeof(Item);
+    Item item;
+    std::memcpy(&item, source + place, sizeof item);
+    if constexpr (std::endian::native == std::endian::little) item = qu_swapped(item);
+    std::memcpy(target + place, &item, sizeof item);
+  }
+}
+
+// In place.
 template <typename Item>
 void qu_big_endian_block(void* block, std::int64_t count) {
   if constexpr (std::endian::native == std::endian::big) return;
-  auto* bytes = static_cast<unsigned char*>(block);
-  for (std::int64_t i = 0; i < count; ++i, bytes += sizeof(Item)) {
-    Item item;
-    std::memcpy(&item, bytes, sizeof item);
-    item = qu_swapped(item);
-    std::memcpy(bytes, &item, sizeof item);
-  }
+  qu_big_endian_copy<Item>(block, block, count);
 }
 
 }  // namespace qrd
