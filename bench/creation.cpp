@@ -1,6 +1,7 @@
 // Making files and variables, and appending samples.
 #include <unistd.h>
 
+#include <filesystem>
 #include <vector>
 
 #include "bench/bare.h"
@@ -31,6 +32,18 @@ std::string course(const std::vector<double>& times) {
 }
 
 }  // namespace
+
+void measure_folder(const study_files& files) {
+  std::vector<double> times;
+  for (int i = 0; i < 20; ++i) {
+    const std::filesystem::path folder = files.root() / ("bare folder " + std::to_string(i));
+    times.push_back(seconds([&] {
+      std::filesystem::create_directory(folder);
+      for (const char* name : {"DESCR", "COMMENT", "DATAVAR"}) write_file(folder / name, 0);
+    }));
+  }
+  print_figure("a folder with three empty files, bare", milliseconds(median(times)));
+}
 
 void measure_creation(const study_files& files, std::int64_t points, int rounds) {
   measured_server server(files);

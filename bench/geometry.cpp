@@ -1,6 +1,4 @@
 // Polygons and wireframes: whole files of them, and how the check of rings grows.
-#include <unistd.h>
-
 #include <cmath>
 #include <filesystem>
 #include <numbers>
@@ -49,27 +47,36 @@ std::string polygon_request(const std::string& name, int contours, int vertices,
   return request.bytes();
 }
 
-// A file of the server's is new each time.
-void take_new_file(int socket, const std::string& path, std::size_t request_size, std::size_t file_size) {
-  unlink(path.c_str());
-  take_file(socket, path, request_size, file_size);
+// Removes the big files of the rounds before: the system would be writing them back meanwhile. All else
+// stays, as file systems are slow in giving out again what was deleted a moment ago.
+void drop_geometry(const study_files& files) {
+  std::vector<std::filesystem::path> dropped;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(files.root())) {
+    const std::string name = entry.path().filename().string();
+    if (name == "POLYGON" || name == "WIREFRAME" || name == "bare") dropped.push_back(entry.path());
+  }
+  for (const std::filesystem::path& path : dropped) std::filesystem::remove(path);
 }
 
-// Makes a file with a request and takes it away again, out of the time.
-double creation(measured_server& server, const std::string& name, const std::string& request) {
-  const double time = seconds([&] { server.exchange(request, done_size); });
-  server.connection().set_file(name);
-  server.connection().delete_file();
-  return time;
+// Seconds for a request that makes a file.
+double creation(measured_server& server, const std::string& request) {
+  return seconds([&] { server.exchange(request, done_size); });
+}
+
+// A new name each time, all of one length.
+std::string next_name() {
+  static int number = 1000;
+  return "file " + std::to_string(++number);
 }
 
 void measure_growth(const study_files& files, const char* what, int contours, make_ring ring) {
   measured_server server(files);
   double before = 0;
   for (const int vertices : {100, 1000, 10000}) {
-    const std::string request = polygon_request("growth", contours, vertices, ring);
-    const double time = median({creation(server, "growth", request), creation(server, "growth", request),
-                                creation(server, "growth", request)});
+    std::vector<double> times;
+    for (int i = 0; i < 3; ++i)
+      times.push_back(creation(server, polygon_request(next_name(), contours, vertices, ring)));
+    const double time = median(times);
     const std::string growth = before > 0 ? ", x " + std::to_string(std::lround(time / before)) : "";
     print_figure(std::string(what) + " of " + std::to_string(vertices) + " vertices, each",
                  milliseconds(time / contours) + growth);
@@ -111,19 +118,21 @@ std::size_t wireframe_answer_size() {
 
 void measure_polygons(const study_files& files, int rounds) {
   constexpr int contours = 1000, vertices = 1000;
-  const std::string request = polygon_request("polygons", contours, vertices, circle);
+  std::string request = polygon_request(next_name(), contours, vertices, circle);
   const auto bytes = static_cast<double>(request.size());
   const std::string path = (files.root() / "bare").string();
-  const bare_program bare([&](int socket) { take_new_file(socket, path, request.size(), request.size()); });
+  const bare_program bare([&](int socket) { take_file(socket, path, request.size(), request.size()); });
   measured_server server(files);
   std::vector<double> times, bare_times;
   for (int i = 0; i < rounds; ++i) {
+    drop_geometry(files);
     bare_times.push_back(seconds([&] {
       bare.ask();
       send_all(bare.socket(), request.data(), request.size());
       drain(bare.socket(), 1);
     }));
-    times.push_back(creation(server, "polygons", request));
+    times.push_back(creation(server, request));
+    request = polygon_request(next_name(), contours, vertices, circle);
   }
   print_figure("1000 contours of 1000 vertices", milliseconds(median(times)) + ", bare " +
                                                      milliseconds(median(bare_times)) + " (" +
@@ -133,26 +142,30 @@ void measure_polygons(const study_files& files, int rounds) {
 }
 
 void measure_wireframes(const study_files& files, int rounds) {
-  const std::string request = wireframe_request("surface");
+  std::string name = next_name();
+  std::string request = wireframe_request(name);
   const std::string path = (files.root() / "bare").string();
-  const bare_program taking([&](int socket) { take_new_file(socket, path, request.size(), surface_size); });
+  const bare_program taking([&](int socket) { take_file(socket, path, request.size(), surface_size); });
   measured_server server(files);
   std::vector<double> times, bare_times;
   for (int i = 0; i < rounds; ++i) {
+    drop_geometry(files);
     bare_times.push_back(seconds([&] {
       taking.ask();
       send_all(taking.socket(), request.data(), request.size());
       drain(taking.socket(), 1);
     }));
-    times.push_back(creation(server, "surface", request));
+    times.push_back(creation(server, request));
+    server.connection().set_file(name);
+    name = next_name();
+    request = wireframe_request(name);
   }
   const auto bytes = static_cast<double>(request.size());
   print_ratio("write a wireframe of 1 million triangles", mebibytes_per_second(bytes, median(times)),
               mebibytes_per_second(bytes, median(bare_times)), median(bare_times) / median(times),
               wish::at_least, 0.5);
 
-  server.exchange(request, done_size);
-  server.connection().set_file("surface");
+  write_file(path, surface_size);
   const std::size_t answer = wireframe_answer_size();
   const std::string question = client::packet("CWIREREAD").bytes();
   const bare_program pushing([&](int socket) { push_file(socket, path, answer, 0); });

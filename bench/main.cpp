@@ -38,6 +38,7 @@ int main(int count, char** arguments) {
   try {
     const study_files files(folder, samples, variables);
     print_heading();
+    measure_folder(files);
     if (runs("reads")) measure_reads(files, samples, rounds);
     if (runs("writes")) measure_writes(files, samples, rounds);
     if (runs("memory")) measure_memory(files, samples);

@@ -12,6 +12,9 @@ void measure_writes(const study_files& files, std::int64_t samples, int rounds);
 void measure_memory(const study_files& files, std::int64_t samples);
 void measure_round_trips(const study_files& files);
 void measure_lists(const study_files& files, int variables);
+// What the file system itself takes for a folder with three empty files, as a variable has them: the least
+// that each new object costs.
+void measure_folder(const study_files& files);
 void measure_creation(const study_files& files, std::int64_t points, int rounds);
 void measure_appends(const study_files& files);
 void measure_polygons(const study_files& files, int rounds);
