@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -65,10 +66,17 @@ bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& w
   return stream.close() && written;
 }
 
-file_stream qd_descriptor_open(const char* object_path) {
+descriptor_reader::descriptor_reader(const char* object_path) {
   path_text path;
   qd_descriptor_path(object_path, path);
-  return qd_object_file_open(path, read_binary);
+  object_gone = false;
+  std::int64_t count = qu_file_read_start(path, bytes_, sizeof bytes_);
+  if (count < 0) {
+    file_stream stream = qd_object_file_open(path, read_binary);
+    if (!stream) return;
+    count = static_cast<std::int64_t>(std::fread(bytes_, 1, sizeof bytes_, stream.get()));
+  }
+  xdr_.emplace(bytes_, static_cast<std::uint32_t>(count));
 }
 
 // The new fields go over the old ones and what was longer is cut off afterwards. The fields fit the

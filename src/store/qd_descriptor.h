@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 #include "store/qd_records.h"
 #include "util/qu_file.h"
@@ -38,8 +39,18 @@ file_stream qd_object_file_open(const char* path, file_mode mode);
 // False after a failure of `write(xdr)` or of the disk.
 bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write);
 
-// The descriptor of an object in the same way, for reading.
-file_stream qd_descriptor_open(const char* object_path);
+// The descriptor of an object, opened in the same way and read whole: a look-up reads many.
+class descriptor_reader {
+ public:
+  explicit descriptor_reader(const char* object_path);
+  // False if it is gone.
+  explicit operator bool() const { return xdr_.has_value(); }
+  XDR* get() { return xdr_->get(); }
+
+ private:
+  alignas(8) char bytes_[4096];  // more than any version's fields can take
+  std::optional<xdr_memory> xdr_;
+};
 
 // The descriptor for writing, and the end of the writing: true if the new fields are all that the file
 // holds.

@@ -23,18 +23,16 @@ bool move_fields(XDR* xdr, std::int64_t* version, name_text& name) {
 
 int qd_directory_descriptor_read(const char* path, name_text& name) {
   name[0] = '\0';
-  file_stream stream = qd_descriptor_open(path);
-  if (!stream) return 0;
+  descriptor_reader descriptor(path);
+  if (!descriptor) return 0;
   path_text descriptor_path;
   qd_descriptor_path(path, descriptor_path);
 
   std::int64_t version = 0;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  if (!xdr || !move_fields(xdr.get(), &version, name)) {
+  if (!move_fields(descriptor.get(), &version, name)) {
     qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
     return 0;
   }
-  stream.close();
   if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {
     if (!qd_object_lost(path)) qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
     return 0;

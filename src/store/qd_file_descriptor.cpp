@@ -170,13 +170,11 @@ int upgrade_file(const char* path, const qd_file_record& record) {
 
 int qd_file_descriptor_read(const char* path, qd_file_record& record) {
   record = qd_file_record();
-  file_stream stream = qd_descriptor_open(path);
-  if (!stream) return 0;
+  descriptor_reader descriptor(path);
+  if (!descriptor) return 0;
 
   std::int64_t version = 0;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  bool done = xdr && move_fields(xdr.get(), &version, record) && is_sound(record);
-  stream.close();
+  bool done = move_fields(descriptor.get(), &version, record) && is_sound(record);
   if (done) qd_grid_compute(record.grid);
   if (done && version < wide_counts_version) {
     if (!upgrade_file(path, record)) return 0;

@@ -124,12 +124,11 @@ bool move_comment_out(XDR* xdr, const char* path) {
   return false;
 }
 
-bool read_fields(file_stream& stream, const char* path, std::int64_t* version, qd_variable_record& record) {
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  if (!xdr || !move_fields(xdr.get(), version, record) || !is_sound(record)) return false;
+bool read_fields(XDR* xdr, const char* path, std::int64_t* version, qd_variable_record& record) {
+  if (!move_fields(xdr, version, record) || !is_sound(record)) return false;
   settle_unit(record.format);
   if (*version < first_comment_version || *version > last_comment_version) return true;
-  return move_comment_out(xdr.get(), path);
+  return move_comment_out(xdr, path);
 }
 
 }  // namespace
@@ -143,12 +142,11 @@ bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& v
 
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
   record = qd_variable_record();
-  file_stream stream = qd_descriptor_open(path);
-  if (!stream) return 0;
+  descriptor_reader descriptor(path);
+  if (!descriptor) return 0;
 
   std::int64_t version = 0;
-  bool done = read_fields(stream, path, &version, record);
-  stream.close();
+  bool done = read_fields(descriptor.get(), path, &version, record);
   if (done && is_old_descriptor(version)) done = qd_variable_descriptor_write(path, record);
   if (!done && !qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
   return done ? 1 : 0;

@@ -1,5 +1,6 @@
 #include "util/qu_file.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -99,6 +100,15 @@ std::FILE* open_file(const char* path, file_mode mode, bool fatal) {
 
 std::FILE* qu_file_open_n(const char* path, file_mode mode) {
   return open_file(path, mode, false);
+}
+
+std::int64_t qu_file_read_start(const char* path, void* buffer, std::size_t room) {
+  if (!has_valid_characters(path)) return -1;
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return -1;
+  const ssize_t count = read(file, buffer, room);
+  close(file);
+  return count;
 }
 
 std::FILE* qu_file_open_f(const char* path, file_mode mode) {

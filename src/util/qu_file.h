@@ -33,6 +33,10 @@ enum file_mode : int {
 std::FILE* qu_file_open_f(const char* path, file_mode mode);
 std::FILE* qu_file_open_n(const char* path, file_mode mode);
 
+// The first bytes of a file, at most `room` of them, with the fewest calls of the system: how many, or -1
+// where they can't be had.
+std::int64_t qu_file_read_start(const char* path, void* buffer, std::size_t room);
+
 // Owns a stream of the two openers.
 class file_stream {
  public:

@@ -24,6 +24,16 @@ class xdr_stream {
   XDR xdr_;
 };
 
+// An XDR stream that reads from bytes in memory. REQUIRES: they outlive it.
+class xdr_memory {
+ public:
+  xdr_memory(char* bytes, std::uint32_t count) : xdr_{} { xdrmem_create(&xdr_, bytes, count, XDR_DECODE); }
+  XDR* get() { return &xdr_; }
+
+ private:
+  XDR xdr_;
+};
+
 // The operations give non-zero on success and serve both directions.
 
 // A 4-byte integer; missing_int64 in memory is missing_int32 on disk. Writing any other value beyond
