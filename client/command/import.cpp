@@ -141,8 +141,8 @@ void tell(const common_options& common, const import_options& options, std::size
     const json told = {{"file", options.file}, {"samples", samples}, {"variables", variables}};
     std::printf("%s\n", json_text(told).c_str());
   } else {
-    std::printf("%s: %lld samples, %zu variables\n", options.file.c_str(), static_cast<long long>(samples),
-                variables);
+    std::printf("%s: %lld samples, %zu %s\n", options.file.c_str(), static_cast<long long>(samples),
+                variables, variables == 1 ? "variable" : "variables");
   }
 }
 

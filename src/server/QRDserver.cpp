@@ -80,7 +80,7 @@ int main(int argument_count, char** arguments) {
 
   if (options.port == 0 && options.control_port == 0) options.port = QRDClientGetDefaultPort();
   if (server_init(options.port, options.control_port, &listen_socket, &client_socket) != 0) {
-    _qrd_error("Cannot initialize server.");
+    if (!end_requested()) _qrd_error("Cannot initialize server.");
     return 1;
   }
   int status = serve();

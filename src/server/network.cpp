@@ -160,7 +160,8 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
   sockaddr_in peer{};
   int accepted = accept_connection(handle, &peer);
   if (accepted < 0) {
-    _qrd_error_socket("Call to accept() failed.\n");
+    // Somebody who ends the process has no error to look for.
+    if (!end_requested()) _qrd_error_socket("Call to accept() failed.\n");
     _qrd_close_socket(&listening);
     _qrd_network_stop();
     return -1;

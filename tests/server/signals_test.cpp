@@ -75,6 +75,7 @@ TEST(Signals, EndFromEveryState) {
     for (reached& one : all) {
       EXPECT_EQ(one.server.wait(5s), 1) << one.at.name << " " << signal;
       EXPECT_LT(clock::now() - start, 2s) << one.at.name << " " << signal;
+      EXPECT_EQ(one.server.errors(), "") << one.at.name << " " << signal;
     }
   }
 }
