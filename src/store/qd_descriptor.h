@@ -43,6 +43,8 @@ bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& w
 class descriptor_reader {
  public:
   explicit descriptor_reader(const char* object_path);
+  descriptor_reader(const descriptor_reader&) = delete;
+  descriptor_reader& operator=(const descriptor_reader&) = delete;
   // False if it is gone.
   explicit operator bool() const { return xdr_.has_value(); }
   XDR* get() { return xdr_->get(); }
