@@ -220,7 +220,7 @@ int run_load(const fs::path& folder, const load_settings& settings) {
 
   fault_list faults;
   const auto begin = std::chrono::steady_clock::now();
-  std::vector<std::thread> clients;
+  std::vector<std::jthread> clients;
   for (int client = 0; client < settings.clients; ++client)
     clients.emplace_back([&, client] { run_client(parent, client, settings, faults); });
   std::size_t most_children = 0;
@@ -229,7 +229,7 @@ int run_load(const fs::path& folder, const load_settings& settings) {
     check_sockets(parent.id(), faults);
     std::this_thread::sleep_for(50ms);
   }
-  for (std::thread& client : clients) client.join();
+  for (std::jthread& client : clients) client.join();
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
 
   faults.check(becomes_true([&] { return children_of(parent.id()).empty(); }),

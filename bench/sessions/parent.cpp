@@ -7,6 +7,7 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace qrd::bench {
 
@@ -68,7 +69,10 @@ std::vector<std::string> open_files_of(pid_t process) {
   std::vector<std::string> result;
   for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
     if (std::stoi(entry.path().filename().string()) <= STDERR_FILENO) continue;
-    result.push_back(fs::read_symlink(entry.path()).string());
+    // One that has been closed meanwhile leads nowhere.
+    std::error_code closed;
+    const fs::path target = fs::read_symlink(entry.path(), closed);
+    if (!closed) result.push_back(target.string());
   }
   return result;
 }
