@@ -63,11 +63,9 @@ void qu_polyhedron_center(const wireframe_object& object, double& x, double& y, 
   double x_sum = 0, y_sum = 0, z_sum = 0;
   std::int64_t count = 0;
   for (const wireframe_piece& piece : object.pieces) {
-    for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
-      x_sum += piece.vertices[i];
-      y_sum += piece.vertices[i + 1];
-      z_sum += piece.vertices[i + 2];
-    }
+    x_sum += piece.x_sum;
+    y_sum += piece.y_sum;
+    z_sum += piece.z_sum;
     count += piece.vertex_count();
   }
   const auto vertices = static_cast<double>(count);
@@ -109,6 +107,7 @@ void qu_piece_extend(wireframe_piece& piece, std::int64_t first) {
   double x_min = piece.x_min, x_max = piece.x_max;
   double y_min = piece.y_min, y_max = piece.y_max;
   double z_min = piece.z_min, z_max = piece.z_max;
+  double x_sum = piece.x_sum, y_sum = piece.y_sum, z_sum = piece.z_sum;
   for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
     const double x = piece.vertices[i], y = piece.vertices[i + 1], z = piece.vertices[i + 2];
     x_min = std::min(x_min, x);
@@ -117,10 +116,14 @@ void qu_piece_extend(wireframe_piece& piece, std::int64_t first) {
     y_max = std::max(y_max, y);
     z_min = std::min(z_min, z);
     z_max = std::max(z_max, z);
+    x_sum += x;
+    y_sum += y;
+    z_sum += z;
   }
   piece.x_min = x_min, piece.x_max = x_max;
   piece.y_min = y_min, piece.y_max = y_max;
   piece.z_min = z_min, piece.z_max = z_max;
+  piece.x_sum = x_sum, piece.y_sum = y_sum, piece.z_sum = z_sum;
 }
 
 bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first) {

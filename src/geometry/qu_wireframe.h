@@ -36,8 +36,9 @@ struct wireframe_piece {
   double x_min = missing_double, x_max = -missing_double;
   double y_min = missing_double, y_max = -missing_double;
   double z_min = missing_double, z_max = -missing_double;
-  std::int64_t closed = 0;          // volume is defined only when it is 1
-  double volume = -missing_double;  // once computed
+  double x_sum = 0, y_sum = 0, z_sum = 0;  // over the vertices, for the gravity center
+  std::int64_t closed = 0;                 // volume is defined only when it is 1
+  double volume = -missing_double;         // once computed
 
   std::int64_t vertex_count() const { return static_cast<std::int64_t>(vertices.size() / 3); }
   std::int64_t triangle_count() const { return static_cast<std::int64_t>(triangles.size() / 3); }
@@ -62,13 +63,14 @@ wireframe_object& qu_polyhedron_new(wireframe& root, const char* name);
 
 std::int64_t qu_polyhedron_vertex_count(const wireframe& root);
 std::int64_t qu_polyhedron_triangle_count(const wireframe& root);
-// The mean of all vertices of all pieces; not-a-number without vertices.
+// The mean of all vertices of all pieces; not-a-number without vertices. REQUIRES: qu_piece_extend has seen
+// them.
 void qu_polyhedron_center(const wireframe_object& object, double& x, double& y, double& z);
 // The sum over the pieces, cm3; no-data if one isn't closed.
 double qu_polyhedron_volume(wireframe_object& object);
 // x, y, z minima and maxima: x minimum, x maximum, y minimum and so on.
 void qu_polyhedron_box(const wireframe& root, double (&box)[6]);
-// Widens a piece's extents by its vertices from number `first` on.
+// Widens a piece's extents, and adds to its sums, by its vertices from number `first` on.
 void qu_piece_extend(wireframe_piece& piece, std::int64_t first = 0);
 // True if every triangle from number `first` on names vertices of the piece.
 bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first = 0);

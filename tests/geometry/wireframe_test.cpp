@@ -134,6 +134,7 @@ TEST(wireframe_measures, volume_needs_closed_pieces) {
   EXPECT_EQ(qu_polyhedron_volume(object), no_data);
   piece.closed = 1;
   EXPECT_DOUBLE_EQ(qu_polyhedron_volume(object), 36);
+  qu_piece_extend(piece);
   double x = 0, y = 0, z = 0;
   qu_polyhedron_center(object, x, y, z);
   EXPECT_EQ((std::vector<double>{x, y, z}), (std::vector<double>{1.5, 1.5, 1.5}));
