@@ -13,20 +13,22 @@ namespace qrd {
 
 namespace {
 
-// False where the file can't be had any more since the caller found it: another server deletes it, or the
-// directory that holds it.
-bool read_record(const char* directory, const char* file, path_text& path, qd_file_record& record) {
-  return qd_find_file(directory, file, path, record) == LOOKUP_FOUND;
+// False if another server has deleted the file since the caller found it; a file that can't be read is fatal.
+bool read_record(const char* function, const char* directory, const char* file, int unreadable,
+                 path_text& path, qd_file_record& record) {
+  const lookup_result found = qd_find_file(directory, file, path, record);
+  if (found == LOOKUP_UNREADABLE) qu_fatal_number(function, unreadable);
+  return found == LOOKUP_FOUND;
 }
 
-// The same for the writing of a record; one that is still there and can't be written is fatal.
+// The same for the writing of a record.
 bool write_record(const char* function, const char* path, const qd_file_record& record, int unwritable) {
   if (qd_file_descriptor_write(path, record) != 0) return true;
   if (!qd_object_gone()) qu_fatal_number(function, unwritable);
   return false;
 }
 
-// Makes the Line Name variable of a points file a plain one. `function` and the number 80 name a
+// Makes the Line Name variable of a points file a plain one. `function` and the numbers from 50 name a
 // failure.
 void reset_line_name_variable(const char* function, const char* points_path) {
   path_text path;
@@ -34,7 +36,9 @@ void reset_line_name_variable(const char* function, const char* points_path) {
   const walk_end end = qd_walk<variable_level>(points_path, path, record, [](const qd_variable_record& seen) {
     return seen.type != VAR_MACRO && seen.kind == KIND_LINE_NAME;
   });
-  if (qd_lookup_result(end) != LOOKUP_FOUND) return;
+  const lookup_result found = qd_lookup_result(end);
+  if (found == LOOKUP_UNREADABLE) qu_fatal_number(function, 50);
+  if (found == LOOKUP_ABSENT) return;
   record.kind = KIND_PLAIN;
   if (qd_variable_descriptor_write(path, record) == 0 && !qd_object_gone()) qu_fatal_number(function, 80);
 }
@@ -46,14 +50,15 @@ int report_no_more(const char* file) {
 
 }  // namespace
 
-// Fatal numbers: 30 the points file is none; 70 the lines file is none; 90, 100 a record can't be written.
+// Fatal numbers: 10 the points file can't be read; 30 it is none; 50 the lines file can't be read; 70 it is
+// none; 90, 100 a record can't be written.
 int qd_create_link(const char* directory, const char* lines_file, const char* points_file) {
   constexpr char function[] = "qd_create_link";
   path_text points_path, lines_path;
   qd_file_record points, lines;
-  if (!read_record(directory, points_file, points_path, points)) return 0;
+  if (!read_record(function, directory, points_file, 10, points_path, points)) return 0;
   if (points.organisation != ORG_POINTS) qu_fatal_number(function, 30);
-  if (!read_record(directory, lines_file, lines_path, lines)) return 0;
+  if (!read_record(function, directory, lines_file, 50, lines_path, lines)) return 0;
   if (!is_lines(lines.organisation)) qu_fatal_number(function, 70);
   if (points.link_name[0] != '\0' || lines.link_name[0] != '\0') return 0;
 
@@ -62,14 +67,14 @@ int qd_create_link(const char* directory, const char* lines_file, const char* po
   return write_record(function, points_path, points, 90) && write_record(function, lines_path, lines, 100);
 }
 
-// Fatal numbers: 40 the partner can't be written; 80 the Line Name variable can't be written; 90 the file
-// can't be written.
+// Fatal numbers: 10 the file can't be read; 40 the partner can't be written; 50, 80 the Line Name variable
+// can't be searched, written; 90 the file can't be written.
 int qd_delete_link(const char* directory, const char* file, bool reset_line_name) {
   constexpr char function[] = "qd_delete_link";
   if (qd_two_files_available("LINK DELETION FAILED") == 0) return 0;
   path_text path, partner_path;
   qd_file_record record;
-  if (!read_record(directory, file, path, record)) return report_no_more(file);
+  if (!read_record(function, directory, file, 10, path, record)) return report_no_more(file);
   if (record.link_name[0] == '\0') return 1;
 
   if (reset_line_name && record.organisation == ORG_POINTS) reset_line_name_variable(function, path);

@@ -1,6 +1,7 @@
 // From the names of the catalogue to paths on disk.
 #include <strings.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "samples/qd_macro.h"
@@ -20,7 +21,10 @@ bool directory_level::is_entry(const char* parent, const char* entry) {
 }
 
 walk_end qd_unlisted(const char* parent) {
-  return qd_folder_gone(parent) ? walk_end::parent_gone : walk_end::cannot_list;
+  const bool was_missing = errno == ENOENT;
+  // A folder that stands there now, though there was none to list, is another object's that took the number.
+  const bool is_retaken = was_missing && qu_file_isdirectory(parent) == 1;
+  return is_retaken || qd_folder_gone(parent) ? walk_end::parent_gone : walk_end::cannot_list;
 }
 
 lookup_result qd_lookup_result(walk_end end) {

@@ -51,7 +51,7 @@ enum class walk_end {
   parent_gone   // another server has deleted it
 };
 
-// What is there of a folder that can't be listed.
+// What is there of a folder that can't be listed; errno tells why it can't.
 walk_end qd_unlisted(const char* parent);
 
 // Reads the objects of a level one after the other and shows them to `visit`, which stops the walk by

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "store/catalogue_tree.h"
@@ -153,6 +154,16 @@ TEST_F(catalogue, passes_over_what_is_deleted_meanwhile) {
   EXPECT_EQ(seen, 1);
   fs::remove_all(directory);
   EXPECT_EQ(qd_walk<file_level>(directory.c_str(), path, record, delete_siblings), walk_end::parent_gone);
+  // Its number may be another object's before anybody looks.
+  fs::create_directory(directory);
+  errno = ENOENT;
+  EXPECT_EQ(qd_unlisted(directory.c_str()), walk_end::parent_gone);
+  errno = EACCES;
+  EXPECT_EQ(qd_unlisted(directory.c_str()), walk_end::cannot_list);
+  fs::remove(directory);
+  fs::create_symlink("nowhere", directory);
+  EXPECT_EQ(qd_walk<file_level>(directory.c_str(), path, record, delete_siblings), walk_end::cannot_list);
+  fs::remove(directory);
   // A folder that is there without a descriptor is another matter.
   tree.folder("DIRE.12/FILE.1");
   EXPECT_FATAL(qd_file_test(ORG_ANY, DIM_ANY, "Air", "no such one"), "FATAL ERROR in qu_file_open_f");
