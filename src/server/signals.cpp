@@ -10,13 +10,14 @@
 #include <csignal>
 
 #include "store/qd_init.h"
+#include "util/qu_critical.h"
 
 namespace qrd {
 
 namespace {
 
-// After this time the process no longer waits for its own work: it leaves within two seconds.
-constexpr timeval longest_end = {1, 700'000};
+// How often a critical step is looked at that has lasted longer than an end may take.
+constexpr timespec step_look = {0, 20'000'000};
 
 // The listening and the client's socket, and both of a control connection.
 constexpr std::size_t most_watched = 4;
@@ -27,18 +28,51 @@ std::atomic<bool> end_flag = false;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
               "the signal handler reads them");
 
-// Everything in these two handlers is safe in a signal handler.
+// Set before the signals are handled.
+end_limits limits;
+// Of the handler of SIGALRM and, before that can run, of the one that requests the end.
+timespec last_end = {};
+bool step_was_running = false;
+
+timespec now() {
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return time;
+}
+
+void set_alarm(const timespec& time) {
+  const itimerval timer = {{0, 0}, {time.tv_sec, time.tv_nsec / 1000}};
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+// Everything in these handlers is safe in a signal handler.
 void request_end(int /*signal*/) {
   if (end_flag.exchange(true)) return;
   int saved_errno = errno;
   for (const std::atomic<int>& socket : watched)
     if (int handle = socket.load(); handle != unused) shutdown(handle, SHUT_RDWR);
-  const itimerval timer = {{0, 0}, longest_end};
-  setitimer(ITIMER_REAL, &timer, nullptr);
+  last_end = now();
+  last_end.tv_sec += limits.longest_wait;
+  set_alarm(limits.longest_end);
   errno = saved_errno;
 }
 
-void end_now(int /*signal*/) {
+// What a step is still given: a look at it soon, and behind it the time of an end in good order.
+const timespec* time_left() {
+  if (now().tv_sec >= last_end.tv_sec) return nullptr;
+  const bool was_running = step_was_running;
+  step_was_running = critical_step::is_running();
+  if (step_was_running) return &step_look;
+  return was_running ? &limits.longest_end : nullptr;
+}
+
+void end_or_wait(int /*signal*/) {
+  int saved_errno = errno;
+  if (const timespec* time = time_left()) {
+    set_alarm(*time);
+    errno = saved_errno;
+    return;
+  }
   if (lock_path[0] != '\0') unlink(lock_path);
   _exit(1);
 }
@@ -53,10 +87,11 @@ void handle(int signal, void (*handler)(int)) {
 
 }  // namespace
 
-void install_signal_handlers() {
+void install_signal_handlers(const end_limits& wanted) {
+  limits = wanted;
   handle(SIGPIPE, SIG_IGN);
   handle(SIGXFSZ, SIG_IGN);
-  handle(SIGALRM, end_now);
+  handle(SIGALRM, end_or_wait);
   handle(SIGTERM, request_end);
   handle(SIGINT, request_end);
   // Whoever started the process may have left them blocked.

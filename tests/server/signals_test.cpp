@@ -11,6 +11,7 @@
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "support/server_process.h"
+#include "util/qu_critical.h"
 
 namespace qrd::test {
 namespace {
@@ -127,6 +128,33 @@ TEST(Signals, EndWhereTheProcessCannotLeaveInGoodOrder) {
 TEST(SignalsDeathTest, ReleaseABlockedSend) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(block_until_signal(), testing::ExitedWithCode(7), "");
+}
+
+void spend(std::chrono::milliseconds time) {
+  for (auto end = clock::now() + time; clock::now() < end;) std::this_thread::sleep_for(5ms);
+}
+
+// A process that is asked to end and never comes to its end in good order; it prints how far it came.
+[[noreturn]] void be_busy(std::chrono::milliseconds in_step, std::chrono::milliseconds behind_it) {
+  install_signal_handlers({.longest_end = {0, 300'000'000}, .longest_wait = 2});
+  {
+    critical_step outer;
+    { critical_step inner; }
+    kill(getpid(), SIGTERM);
+    spend(in_step);
+    std::fprintf(stderr, "step done, ");
+  }
+  spend(behind_it);
+  std::fprintf(stderr, "ended itself");
+  std::_Exit(7);
+}
+
+TEST(SignalsDeathTest, LetACriticalStepFinish) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(be_busy(700ms, 150ms), testing::ExitedWithCode(7), "^step done, ended itself$")
+      << "there is time for an end in good order behind the step";
+  EXPECT_EXIT(be_busy(700ms, 10s), testing::ExitedWithCode(1), "^step done, $");
+  EXPECT_EXIT(be_busy(10s, 0s), testing::ExitedWithCode(1), "^$") << "a step that hangs is cut";
 }
 
 bool has_lock(const std::filesystem::path& root) {
