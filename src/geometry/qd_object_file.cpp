@@ -37,7 +37,7 @@ bool write_numbers(const char* directory, const char* file, const qd_variable_ha
   if (static_cast<std::int64_t>(values.size()) != (dimension + 1) * count) return false;
   io_record io;
   io.id = qd_set_io({}, dimension + 1, handles);
-  return qd_write_float_free(io.id, SEL_MASKED, 1, count, values.data()) != 0;
+  return qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
 }
 
 bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
@@ -49,7 +49,7 @@ bool write_names(const char* directory, const char* file, std::size_t width, con
   io_record io;
   io.id = qd_set_io({}, 1, &names.handle);
   return qd_write_char_free(io.id, SEL_MASKED, 1, static_cast<std::int64_t>(samples.names.size()),
-                            reinterpret_cast<unsigned char*>(block.data())) != 0;
+                            qd_text_bytes(block)) != 0;
 }
 
 }  // namespace
@@ -113,23 +113,27 @@ std::string qd_trimmed(const char* text) {
 
 std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
                                                         const char* selection, const char* name_variable) {
-  if (qd_variable_test(false, directory, file, name_variable) != 0) return {};
   qd_var_info info;
-  if (qd_info_var_name(directory, file, name_variable, info) == 0 || info.type != VAR_CHAR) return {};
-  if (info.sample_count < 1) return object_name_set{};
-  const std::int64_t width = info.bit_length / character_bits;
+  qd_variable_place place;
+  selected_variable mask, names;
+  if (qd_free_entries() < 2 || qd_selection_select(directory, file, selection, mask.handle) == 0 ||
+      qd_variable_query(false, directory, file, name_variable, info, nullptr, &place) != 0 ||
+      qd_variable_select_at(place, directory, file, name_variable, UNIT_NONE, names.handle) == 0 ||
+      !qd_can_be_bound(mask.handle, names.handle))
+    return {};
+  // The sizes are those of the entry that is read: the catalogue may have told others a moment ago.
+  const qd_selected_entry& entry = *qd_entry(names.handle.entry);
+  if (entry.type != VAR_CHAR || entry.implicit != 0) return {};
+  if (entry.sample_count < 1) return object_name_set{};
+  const std::int64_t width = entry.bytes_per_sample;
   std::int64_t bytes = 0;
   checked_array<unsigned char> block;
-  if (width < 1 || __builtin_mul_overflow(info.sample_count, width, &bytes) || !block.allocate(bytes))
-    return {};
-  selected_variable mask, names;
-  if (qd_selection_select(directory, file, selection, mask.handle) == 0 ||
-      qd_variable_select(directory, file, name_variable, UNIT_NONE, names.handle) == 0)
+  if (width < 1 || __builtin_mul_overflow(entry.sample_count, width, &bytes) || !block.allocate(bytes))
     return {};
   io_record io;
   io.id = qd_set_io(mask.handle, 1, &names.handle);
   std::int64_t count = 0;
-  if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, info.sample_count, &count, block.data()) == 0) return {};
+  if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, entry.sample_count, &count, block) == 0) return {};
   object_name_set found;
   for (std::int64_t i = 0; i < count; ++i) {
     const std::string name(reinterpret_cast<const char*>(block.data()) + i * width,

@@ -106,7 +106,7 @@ std::int64_t data_request::count_selected() {
 bool data_request::select_selection() {
   const char* name = current_context.selection;
   if (!is_set(name)) return true;
-  // Both variables need a place in the table. A family of selections without an index selects nothing.
+  // Both variables need a place in the table.
   bool selected = find_selection(2) && selection_.handle.macro_slot != -1 &&
                   qd_entry(selection_.handle.entry)->sample_count == file.sample_count;
   if (!selected) refuse("Cannot select selection variable %s", name);
@@ -135,7 +135,8 @@ bool data_request::select_variable(unit_choice choice) {
 
 bool data_request::open(unit_choice choice) {
   if (!select_selection() || !select_variable(choice)) return false;
-  if (qd_can_be_bound(variable_.handle)) io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
+  if (qd_can_be_bound(selection_.handle, variable_.handle))
+    io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
   return io_.id != 0 || refuse("Cannot get io for variable") == 0;
 }
 

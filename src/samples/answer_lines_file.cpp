@@ -83,7 +83,7 @@ int add_line(const coordinate_variables& coordinates, std::int64_t before, std::
              checked_array<double>& values) {
   const server_context& context = current_context;
   if (qd_append_sample(context.directory, context.file, samples) == 0) return refuse_samples(samples);
-  if (coordinates.write(before + 1, before + samples, values.data()) == 0)
+  if (coordinates.write(before + 1, before + samples, values) == 0)
     return refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
   return answer("SDONE");
 }

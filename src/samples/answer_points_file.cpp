@@ -32,7 +32,7 @@ int add_points(const coordinate_variables& coordinates, const char* file, std::i
                std::int64_t samples, checked_array<double>& values) {
   const char* directory = current_context.directory;
   if (qd_append_sample(directory, file, samples) == 0) return refuse_samples(samples, file);
-  if (coordinates.write(before + 1, before + samples, values.data()) == 0)
+  if (coordinates.write(before + 1, before + samples, values) == 0)
     return refuse("Problem while writing coordinates for %s/%s", directory, file);
   return answer("SDONE");
 }

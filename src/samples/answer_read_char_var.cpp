@@ -41,7 +41,7 @@ int server_answer_read_char_var(const char* /*request*/) {
   std::int64_t count = 0;
   if (data.entry().bytes_per_sample != width ||
       qd_read_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first, data.last, &count,
-                        reinterpret_cast<unsigned char*>(texts.data())) == 0)
+                        qd_text_bytes(texts)) == 0)
     return data.refuse_transfer();
 
   std::memset(blanks.data(), ' ', static_cast<std::size_t>(width));

@@ -20,7 +20,7 @@ int server_answer_read_float_var(const char* /*request*/) {
   if (!data.open() || !data.set_index()) return -1;
   std::int64_t count = 0;
   if (!data.is_numeric() || qd_read_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED,
-                                               data.first, data.last, &count, values.data()) == 0)
+                                               data.first, data.last, &count, values) == 0)
     return data.refuse_transfer();
   return answer("SDATAF", wire_long{count}, wire_double{missing_double}, wire_doubles{values.data(), count});
 }
@@ -45,7 +45,7 @@ int server_answer_read_line_float_var(const char* /*request*/) {
   if (!data.is_numeric() || data.count() > std::numeric_limits<std::int32_t>::max())
     return data.refuse_transfer();
   if (data.count() > 0 &&
-      qd_read_float_free(data.io(), SEL_MASKED, data.first, data.last, &count, values.data()) == 0)
+      qd_read_float_free(data.io(), SEL_MASKED, data.first, data.last, &count, values) == 0)
     return data.refuse_transfer();
   return answer("SDATAF", wire_int{static_cast<std::int32_t>(count)}, wire_double{missing_double},
                 wire_doubles{values.data(), count});
@@ -64,7 +64,7 @@ int server_answer_read_selection_var(const char* /*request*/) {
     return -1;
   if (!data.open() || !data.set_index()) return -1;
   std::int64_t row_bytes = 0;
-  if (qd_read_selection_free(data.io(), &row_bytes, bits.data()) == 0) return data.refuse_transfer();
+  if (qd_read_selection_free(data.io(), &row_bytes, bits) == 0) return data.refuse_transfer();
   for (std::int64_t i = 0; i < data.count(); ++i) {
     std::int64_t bit = data.first - 1 + i;
     bytes[i] = bits[bit / 8] >> (7 - bit % 8) & 1;

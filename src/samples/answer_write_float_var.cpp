@@ -59,7 +59,7 @@ int server_answer_write_float_var(const char* /*request*/) {
   if (!data.open() || !data.set_index()) return -1;
   if (!data.is_numeric()) return data.refuse_transfer();
   if (count > 0 && qd_write_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
-                                       data.last, values.data(), count) == 0)
+                                       data.last, values) == 0)
     return data.refuse_transfer();
   return answer("SDONE");
 }
@@ -88,7 +88,7 @@ int server_answer_write_line_float_var(const char* /*request*/) {
   data.keep_selection();
   if (!data.open()) return -1;
   if (!data.is_numeric()) return data.refuse_transfer();
-  if (count > 0 && qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values.data()) == 0)
+  if (count > 0 && qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values) == 0)
     return data.refuse_transfer();
   return answer("SDONE");
 }
@@ -111,13 +111,13 @@ int server_answer_write_selection_var(const char* /*request*/) {
     checked_array<unsigned char> bits;
     if (!allocate_or_refuse(bits, (count - 1) / 8 + 1, " for bit array")) return -1;
     pack(bytes, bits);
-    written = qd_write_selection_free(data.io(), bits.data());
+    written = qd_write_selection_free(data.io(), bits);
   } else {
     // A byte above 1 selects nothing here, other than for a whole variable: clients know both ways.
     checked_array<double> values;
     if (!allocate_or_refuse(values, count, " for double array")) return -1;
     std::copy(bytes.begin(), bytes.end(), values.begin());
-    written = qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values.data());
+    written = qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values);
   }
   return written != 0 ? answer("SDONE") : data.refuse_transfer();
 }
@@ -151,9 +151,8 @@ int server_answer_write_char_var(const char* /*request*/) {
   }
   if (!data.open(UNIT_VARIABLE)) return -1;
   if (data.entry().implicit != 0 || data.entry().bytes_per_sample != width) return data.refuse_transfer();
-  if (count > 0 &&
-      qd_write_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first, data.last,
-                         reinterpret_cast<unsigned char*>(samples.data()), count) == 0)
+  if (count > 0 && qd_write_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
+                                      data.last, qd_text_bytes(samples)) == 0)
     return data.refuse_transfer();
   return answer("SDONE");
 }

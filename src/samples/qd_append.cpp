@@ -246,14 +246,13 @@ class macro_columns {
       std::int64_t samples = std::min(left, piece_samples), given = 0;
       left -= samples;
       std::int64_t first = from + left;
-      if (qd_read_float_free(io_.id, SEL_MASKED, first, first + samples - 1, &given, piece_.data()) == 0)
-        fail(55);
+      if (qd_read_float_free(io_.id, SEL_MASKED, first, first + samples - 1, &given, piece_) == 0) fail(55);
       write(to + left, samples, 60);
     }
   }
 
   void write(std::int64_t first, std::int64_t count, int number) {
-    if (qd_write_float_free(io_.id, SEL_MASKED, first, first + count - 1, piece_.data()) == 0) fail(number);
+    if (qd_write_float_free(io_.id, SEL_MASKED, first, first + count - 1, piece_) == 0) fail(number);
   }
 
   selected_variable selected_;

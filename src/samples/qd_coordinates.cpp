@@ -66,7 +66,7 @@ coordinate_variables::status coordinate_variables::select_one(const char* direct
              : status::done;
 }
 
-int coordinate_variables::write(std::int64_t first, std::int64_t last, double* values) const {
+int coordinate_variables::write(std::int64_t first, std::int64_t last, std::span<const double> values) const {
   return qd_write_float_free(io_.id, SEL_MASKED, first, last, values);
 }
 

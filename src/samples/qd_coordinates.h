@@ -26,7 +26,7 @@ class coordinate_variables {
   const char* name() const { return name_; }
 
   // Values variable by variable, for the samples first to last. 1 or 0.
-  int write(std::int64_t first, std::int64_t last, double* values) const;
+  int write(std::int64_t first, std::int64_t last, std::span<const double> values) const;
 
  private:
   status select_one(const char* directory, const char* file, const builtin_variable& wanted,

@@ -77,7 +77,7 @@ int check_names(const char* directory, const char* file, const char* variable) {
   io.id = qd_set_io(qd_variable_handle{}, 1, &selected.handle);
   for (std::int64_t first = 1; first <= count; first += samples_chunk) {
     std::int64_t last = std::min(count, first + samples_chunk - 1), given = 0;
-    auto* place = reinterpret_cast<unsigned char*>(texts.data() + (first - 1) * width);
+    const auto place = qd_text_bytes(texts).subspan(static_cast<std::size_t>((first - 1) * width));
     if (qd_read_char_free(io.id, SEL_MASKED, first, last, &given, place) == 0) return 2;
   }
   for (std::int64_t i = 0; i < count; ++i) names[i] = trimmed_name(texts.data() + i * width, width, i + 1);

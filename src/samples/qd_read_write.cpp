@@ -27,6 +27,11 @@ void blank_out(const selection_mask& mask, std::int64_t samples, double* values)
     if (mask.leaves_out(i)) values[i] = missing_double;
 }
 
+// Whether a value for each sample of each variable fits into an array of that length.
+bool fits_in(const range_transfer& range, std::size_t length) {
+  return static_cast<std::size_t>(range.count()) <= length / range.io.variables.size();
+}
+
 double stored_value(double value, double unit_factor) {
   return value == missing_double ? value : value * unit_factor;
 }
@@ -82,15 +87,15 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
 }  // namespace
 
 int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::int64_t* count, double* values) {
+                       std::int64_t* count, std::span<double> values) {
   range_transfer range("qd_read_float_free", io, first, last);
-  if (!range.addressable()) return 0;
+  if (!range.addressable() || !fits_in(range, values.size())) return 0;
   std::int64_t n = range.count();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     const qd_selected_entry& entry = range.entry(v);
     std::int64_t from = range.file_sample(v, first);
     std::int64_t to = range.file_sample(v, last);
-    double* place = values + v * n;
+    double* place = values.data() + v * n;
     if (_qd_file_read_float_buffer(range.id(v), from, to, place) == 0) return 0;
     if (entry.implicit == 0) _qd_file_decode(place, from, to, entry.bit_length, place);
   }
@@ -98,16 +103,16 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
   *count = n;
   selection_mask mask;
   if (!mask.load(range)) return 0;
-  if (mask && mode == SEL_COMPRESSED) *count = compress(mask, range.variable_count(), n, values);
+  if (mask && mode == SEL_COMPRESSED) *count = compress(mask, range.variable_count(), n, values.data());
   if (mask && mode != SEL_COMPRESSED)
     for (std::int64_t v = mode == SEL_UNMASKED_HEAD ? range.io.unmasked_count : 0; v < range.variable_count();
          ++v)
-      blank_out(mask, n, values + v * n);
+      blank_out(mask, n, values.data() + v * n);
 
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     double factor = range.unit_factor(v);
     if (factor == 1.0) continue;
-    double* place = values + v * *count;
+    double* place = values.data() + v * *count;
     for (std::int64_t i = 0; i < *count; ++i)
       place[i] = place[i] == missing_double ? missing_double : place[i] / factor;
   }
@@ -115,13 +120,14 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
 }
 
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        const double* values, std::int64_t available) {
+                        std::span<const double> values) {
   range_transfer range("qd_write_float_free", io, first, last);
   if (!range.addressable()) return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) qd_require_numeric(range.entry(v).bit_length);
   if (range.io.selection == 0) {
+    if (!fits_in(range, values.size())) return 0;
     for (std::int64_t v = 0; v < range.variable_count(); ++v)
-      if (!write_all(range, v, values + v * range.count())) return 0;
+      if (!write_all(range, v, values.data() + v * range.count())) return 0;
     return 1;
   }
 
@@ -129,9 +135,11 @@ int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first
   if (!mask.load(range)) return 0;
   bool compressed = mode == SEL_COMPRESSED;
   // Another server may have changed the selection since the caller counted it.
-  if (compressed && available >= 0 && mask.kept(range.count()) * range.variable_count() != available)
+  const auto available = static_cast<std::int64_t>(values.size());
+  if (compressed ? mask.kept(range.count()) * range.variable_count() != available
+                 : !fits_in(range, values.size()))
     return 0;
-  const double* next = values;
+  const double* next = values.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v)
     if (!write_kept(range, v, mask, compressed, next)) return 0;
   return 1;

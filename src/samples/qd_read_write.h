@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "samples/qd_select.h"
 
@@ -19,25 +20,29 @@ enum selection_mode : int {
 // Most samples of one pass of a write.
 inline constexpr std::int64_t samples_chunk = 100000;
 
-// Non-zero on success. 0 without memory for a buffer, or when a damaged descriptor puts the samples beyond
-// any file; a write that doesn't reach the file is fatal.
-// Several variables stand one after the other. The array has room for last - first + 1 samples of each.
+// Non-zero on success. 0 without memory for a buffer, when a damaged descriptor puts the samples beyond any
+// file, and when the array is too short for what the selected entries have now, whatever its caller was told
+// of them before: nothing has been moved then. A write that doesn't reach the file is fatal.
+// Several variables stand one after the other. Reading needs room for last - first + 1 samples of each.
 int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::int64_t* count, double* values);
+                       std::int64_t* count, std::span<double> values);
 int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                      std::int64_t* count, unsigned char* texts);
+                      std::int64_t* count, std::span<unsigned char> texts);
 // All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
 // (N - 1) / 8 + 1 bytes per variable.
-int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows);
+int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows);
 // Writes have reached the file when they return. Samples that a selection leaves out keep their stored bits.
-// `available` is the length of a compressed array, in samples: 0, and nothing is written, if it isn't what
-// the selection asks for. A negative one is not tested.
+// A compressed array has exactly what the selection asks for.
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        const double* values, std::int64_t available = -1);
+                        std::span<const double> values);
 // The texts that are written are blank-padded in place.
 int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       unsigned char* texts, std::int64_t available = -1);
-int qd_write_selection_free(std::int64_t io, const unsigned char* rows);
+                       std::span<unsigned char> texts);
+int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows);
+// Text samples as the transfers take them.
+inline std::span<unsigned char> qd_text_bytes(std::span<char> texts) {
+  return {reinterpret_cast<unsigned char*>(texts.data()), texts.size()};
+}
 // How many samples a selection leaves ("None": all); negative if that can't be told.
 std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
 // How many samples of a range a selected selection selects: -1 if it can't be bound, -2 without memory. A

@@ -45,15 +45,26 @@ bool have_width(const range_transfer& range) {
   return range.addressable();
 }
 
+// Whether so many texts of each variable fit into an array of that many bytes; with `exactly`, they fill it.
+bool fits_in(const range_transfer& range, std::int64_t count, std::size_t bytes, bool exactly = false) {
+  auto left = static_cast<std::int64_t>(bytes);
+  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
+    const std::int64_t width = range.entry(v).bytes_per_sample;
+    if (count > left / width) return false;
+    left -= count * width;
+  }
+  return !exactly || left == 0;
+}
+
 }  // namespace
 
 int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                      std::int64_t* count, unsigned char* texts) {
+                      std::int64_t* count, std::span<unsigned char> texts) {
   range_transfer range("qd_read_char_free", io, first, last);
-  if (!have_width(range)) return 0;
   std::int64_t n = range.count();
+  if (!have_width(range) || !fits_in(range, n, texts.size())) return 0;
   std::int64_t widths = 0;
-  unsigned char* place = texts;
+  unsigned char* place = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     std::int64_t width = range.entry(v).bytes_per_sample;
     _qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), place);
@@ -65,8 +76,8 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
   selection_mask mask;
   if (!mask.load(range)) return 0;
   if (!mask) return 1;
-  const unsigned char* sample = texts;
-  unsigned char* kept = texts;
+  const unsigned char* sample = texts.data();
+  unsigned char* kept = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     auto width = static_cast<std::size_t>(range.entry(v).bytes_per_sample);
     for (std::int64_t i = 0; i < n; ++i, sample += width) {
@@ -79,25 +90,26 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
       kept += width;
     }
   }
-  *count = (kept - texts) / widths;
+  *count = (kept - texts.data()) / widths;
   return 1;
 }
 
 int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       unsigned char* texts, std::int64_t available) {
+                       std::span<unsigned char> texts) {
   range_transfer range("qd_write_char_free", io, first, last);
   if (!have_width(range)) return 0;
   selection_mask mask;
   if (!mask.load(range)) return 0;
-  bool compressed = mode == SEL_COMPRESSED;
+  bool compressed = mask && mode == SEL_COMPRESSED;
   // Another server may have changed the selection since the caller counted it.
-  if (mask && compressed && available >= 0 && mask.kept(range.count()) * range.variable_count() != available)
-    return 0;
+  std::int64_t taken = compressed ? mask.kept(range.count()) : range.count();
+  if (!fits_in(range, taken, texts.size(), compressed)) return 0;
+  unsigned char* next = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     if (!mask) {
-      _qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), texts);
-      texts += range.count() * range.entry(v).bytes_per_sample;
-    } else if (!write_kept(range, v, mask, compressed, texts)) {
+      _qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), next);
+      next += range.count() * range.entry(v).bytes_per_sample;
+    } else if (!write_kept(range, v, mask, compressed, next)) {
       return 0;
     }
   }

@@ -304,6 +304,15 @@ bool qd_can_be_bound(const qd_variable_handle& handle) {
   return handle.entry <= last_bindable_entry;
 }
 
+bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_handle& variable) {
+  if (!qd_can_be_bound(variable)) return false;
+  if (selection.entry == 0) return true;
+  const qd_selected_entry* mask = qd_entry(selection.entry);
+  const qd_selected_entry* entry = qd_entry(variable.entry);
+  return selection.macro_slot != -1 && mask != nullptr && entry != nullptr &&
+         mask->sample_count == entry->sample_count && std::strcmp(mask->file_path, entry->file_path) == 0;
+}
+
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles) {
   constexpr char function[] = "qd_set_io";

@@ -90,6 +90,9 @@ std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_cl
 
 // False for the last slot of the table, which can be selected but not bound.
 bool qd_can_be_bound(const qd_variable_handle& handle);
+// Whether a variable can be bound together with a selection, or with the empty handle: both were selected in
+// one file, of one length. A family of selections without an index selects nothing.
+bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_handle& variable);
 // An io id. All variables belong to one file, and are all text or all not.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);

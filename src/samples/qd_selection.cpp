@@ -17,6 +17,10 @@ std::int64_t row_length(std::int64_t samples) {
   return samples < 1 ? 0 : (samples - 1) / 8 + 1;
 }
 
+bool rows_fit(const range_transfer& range, std::size_t bytes) {
+  return static_cast<std::size_t>(row_length(range.samples)) <= bytes / range.io.variables.size();
+}
+
 bool reserve(scratch_buffer& buffer, std::int64_t bytes) {
   return _qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), buffer, bytes) != 0;
 }
@@ -63,28 +67,30 @@ range_transfer whole_columns(const char* function, std::int64_t io) {
 
 }  // namespace
 
-int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, unsigned char* rows) {
+int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows) {
   const range_transfer range = whole_columns("qd_read_selection_free", io);
   std::int64_t length = row_length(range.samples);
   *row_bytes = length;
   const unsigned char* mask = nullptr;
   if (length == 0) return 1;
-  if (!load_mask(range, mask)) return 0;
-  for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
-    if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, rows)) return 0;
+  if (!rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  unsigned char* row = rows.data();
+  for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
+    if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, row)) return 0;
     for (std::int64_t i = 0; i < length; ++i)
-      rows[i] = static_cast<unsigned char>(~(mask == nullptr ? rows[i] : rows[i] | mask[i]));
+      row[i] = static_cast<unsigned char>(~(mask == nullptr ? row[i] : row[i] | mask[i]));
   }
   return 1;
 }
 
-int qd_write_selection_free(std::int64_t io, const unsigned char* rows) {
+int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows) {
   const range_transfer range = whole_columns("qd_write_selection_free", io);
   std::int64_t length = row_length(range.samples);
   const unsigned char* mask = nullptr;
   if (length == 0) return 1;
-  if (!load_mask(range, mask)) return 0;
-  for (std::int64_t v = 0; v < range.variable_count(); ++v, rows += length) {
+  if (!rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  const unsigned char* row = rows.data();
+  for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
     std::int64_t id = range.id(v);
     std::int64_t start = range.file_sample(v, 1);
     std::int64_t end = start + range.samples - 1;
@@ -94,7 +100,7 @@ int qd_write_selection_free(std::int64_t io, const unsigned char* rows) {
     if (mask != nullptr && !load_column(id, start, range.samples, column)) return 0;
     for (std::int64_t i = 0; i < length; ++i) {
       int kept = mask == nullptr ? 0 : mask[i];
-      column[i] = static_cast<unsigned char>((~rows[i] & ~kept) | (kept == 0 ? 0 : column[i] & kept));
+      column[i] = static_cast<unsigned char>((~row[i] & ~kept) | (kept == 0 ? 0 : column[i] & kept));
     }
     int bit = first_bit(start);
     if (bit != 0) {
@@ -114,7 +120,8 @@ std::int64_t qd_free_samples_count(const char* directory, const char* file, cons
   if (info.sample_count <= 0) return 0;
   if (std::strcmp(selection, no_name) == 0) return info.sample_count;
   selected_variable selected;
-  if (qd_selection_select(directory, file, selection, selected.handle) == 0) return -1;
+  if (qd_free_entries() < 1 || qd_selection_select(directory, file, selection, selected.handle) == 0)
+    return -1;
   return qd_selected_samples_count(selected.handle, 1, info.sample_count);
 }
 
@@ -129,7 +136,7 @@ std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std:
   checked_array<unsigned char> bits;
   std::int64_t row_bytes = 0;
   if (!bits.allocate(row_length(entry->sample_count))) return -2;
-  if (qd_read_selection_free(io.id, &row_bytes, bits.data()) == 0) return -2;
+  if (qd_read_selection_free(io.id, &row_bytes, bits) == 0) return -2;
   return qd_count_bits(bits.data(), first, last);
 }
 

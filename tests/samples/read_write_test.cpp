@@ -69,7 +69,7 @@ TEST_P(range, reads_every_range_of_every_column) {
         auto check = [&](std::int64_t io, selection_mode mode, const std::vector<double>& expected) {
           std::vector<double> values(plain.size());
           std::int64_t count = -1;
-          ASSERT_EQ(qd_read_float_free(io, mode, first, last, &count, values.data()), 1);
+          ASSERT_EQ(qd_read_float_free(io, mode, first, last, &count, values), 1);
           values.resize(static_cast<std::size_t>(count));
           ASSERT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), expected.end(), same))
               << "column " << slot << ", " << first << " to " << last << ", mode " << mode;
@@ -96,7 +96,7 @@ TEST(read_write, a_file_that_ends_early) {
   std::vector<double> values(20, -1);
   auto read = [&](const char* name) {
     bound target(name);
-    return qd_read_float_free(target.io(), SEL_MASKED, 1, 20, &count, values.data());
+    return qd_read_float_free(target.io(), SEL_MASKED, 1, 20, &count, values);
   };
   std::vector<double> expected(20, missing_double);
   expected[0] = 5;
@@ -132,7 +132,7 @@ TEST(read_write, passes_join_without_a_seam) {
         expected.replace(static_cast<std::size_t>(2 * (many + s - 1)), 2,
                          stored_bits(values[static_cast<std::size_t>(s - 1)], 2));
     bound target("M[2]", selected ? "S" : "None");
-    ASSERT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, many, values.data()), 1);
+    ASSERT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, many, values), 1);
     EXPECT_TRUE(to_bits(read_file(path)) == expected) << selected;
     EXPECT_LE(work_buffer.capacity, 8 * samples_chunk);
   }
@@ -146,14 +146,13 @@ TEST(read_write, texts_lose_their_nuls_where_they_are_written) {
   bound all("T"), selected("T", "S");
   std::string texts(20, '?');
   std::int64_t count = 0;
-  auto bytes_of = [](std::string& text) { return reinterpret_cast<unsigned char*>(text.data()); };
-  ASSERT_EQ(qd_read_char_free(all.io(), SEL_MASKED, 2, 3, &count, bytes_of(texts)), 1);
+  ASSERT_EQ(qd_read_char_free(all.io(), SEL_MASKED, 2, 3, &count, qd_text_bytes(texts)), 1);
   EXPECT_EQ(texts.substr(0, 10), data.substr(5, 10));
   std::string written("one\0?22222three", 15);
-  ASSERT_EQ(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, bytes_of(written)), 1);
+  ASSERT_EQ(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, qd_text_bytes(written)), 1);
   EXPECT_EQ(read_file(path), "one  " + data.substr(5, 5) + "three" + data.substr(15));
   std::filesystem::resize_file(path, 19);
-  EXPECT_FATAL(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, bytes_of(texts)),
+  EXPECT_FATAL(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, qd_text_bytes(texts)),
                "No 46 in function _qd_file_read_char_buffer");
 }
 
@@ -161,7 +160,7 @@ std::vector<double> read_all(const char* name, std::int64_t first, std::int64_t 
   bound source(name);
   std::vector<double> values(static_cast<std::size_t>(last - first + 1));
   std::int64_t count = 0;
-  EXPECT_EQ(qd_read_float_free(source.io(), SEL_MASKED, first, last, &count, values.data()), 1);
+  EXPECT_EQ(qd_read_float_free(source.io(), SEL_MASKED, first, last, &count, values), 1);
   return values;
 }
 
@@ -274,6 +273,43 @@ TEST(read_write, what_the_disk_does_not_take_is_never_answered) {
   }
 }
 
+TEST(read_write, an_array_that_is_too_short_is_refused) {
+  sample_study study({.samples = 9});
+  study.add("V", VAR_FLOAT, 64, std::string(72, '\0'));
+  const std::string texts_before(27, 'q');
+  const std::string texts_file = study.add("T", VAR_CHAR, 24, texts_before) + "/DATAVAR";
+  study.add("S", VAR_FLOAT, 1, std::string_view("\x0F\x80", 2));  // keeps samples 1 to 4
+  std::int64_t count = 0, row_bytes = 0;
+  for (const char* selection : {"None", "S"}) {
+    bound numbers("V", selection), texts("T", selection), bits("S", selection);
+    for (selection_mode mode : {SEL_COMPRESSED, SEL_MASKED}) {
+      const bool is_short = mode == SEL_COMPRESSED && selection[0] == 'S';
+      const std::size_t asked = is_short ? 4 : 9;
+      // Exactly as long as is allowed, so that a sanitizer sees what goes beyond.
+      std::vector<double> values(8, -1), wanted(asked, 1), too_few(asked - 1, 1);
+      std::string bytes(26, '?'), text(3 * asked, 'q'), short_text(3 * asked - 1, 'w');
+      EXPECT_EQ(qd_read_float_free(numbers.io(), mode, 1, 9, &count, values), 0);
+      EXPECT_EQ(values, std::vector<double>(8, -1));
+      EXPECT_EQ(qd_read_char_free(texts.io(), mode, 1, 9, &count, qd_text_bytes(bytes)), 0);
+      EXPECT_EQ(bytes, std::string(26, '?'));
+      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, too_few), 0);
+      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(short_text)), 0);
+      EXPECT_EQ(read_file(texts_file), texts_before);
+      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, wanted), 1);
+      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)), 1);
+      // A compressed array that is too long is no more what the selection asks for.
+      wanted.push_back(1);
+      text += "qqq";
+      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, wanted), is_short ? 0 : 1);
+      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)), is_short ? 0 : 1);
+    }
+    std::vector<unsigned char> row(1, 7);
+    EXPECT_EQ(qd_read_selection_free(bits.io(), &row_bytes, row), 0);
+    EXPECT_EQ(qd_write_selection_free(bits.io(), row), 0);
+    EXPECT_EQ(row[0], 7);
+  }
+}
+
 TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
   constexpr std::int64_t most = std::int64_t{1} << 62;
   sample_study study({.samples = most});
@@ -283,8 +319,8 @@ TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
   std::int64_t count = 0;
   for (const char* name : {"V", "M[5]"}) {
     bound target(name);
-    EXPECT_EQ(qd_read_float_free(target.io(), SEL_MASKED, most, most, &count, &value), 0) << name;
-    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, most, most, &value), 0) << name;
+    EXPECT_EQ(qd_read_float_free(target.io(), SEL_MASKED, most, most, &count, {&value, 1}), 0) << name;
+    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, most, most, {&value, 1}), 0) << name;
   }
 }
 
