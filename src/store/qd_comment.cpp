@@ -53,22 +53,14 @@ int qd_comment_read(const char* directory, const char* file, const char* variabl
 int qd_comment_replace(const char* object_path, const char* text) {
   path_text path;
   comment_path(object_path, path);
-  // Other servers read the old comment or the new one, and a full disk leaves the old one. Where no new file
-  // can be made, the old one takes the text.
-  bool written = false;
-  if (replaced_file file(path, write_text); file) {
-    written = std::fputs(text, file.get()) >= 0 && file.commit();
-  } else {
-    file_stream stream(qu_file_open_n(path, write_read_text));
-    if (!stream) {
-      qu_message("Cannot open file or variable descrition file for writing:\n %s", path);
-      qu_message("Description will not be updated.");
-      qu_message("Check directory permissions and disk space.\n");
-      return 1;
-    }
-    written = std::fputs(text, stream.get()) >= 0;
-    written = stream.close() && written;
+  replaced_file file(path, write_text);
+  if (!file) {
+    qu_message("Cannot open file or variable descrition file for writing:\n %s", path);
+    qu_message("Description will not be updated.");
+    qu_message("Check directory permissions and disk space.\n");
+    return 1;
   }
+  const bool written = std::fputs(text, file.get()) >= 0 && file.commit();
   if (written) return 0;
   qu_message(
       "Error while updating file or variable description.\nComment has not been updated.\n"

@@ -1,13 +1,9 @@
 #include "store/qd_descriptor.h"
 
-#include <sys/types.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
 #include "store/qd_tools.h"
 #include "util/qu_file_replace.h"
@@ -55,15 +51,16 @@ file_stream qd_object_file_open(const char* path, file_mode mode) {
 }
 
 bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write) {
-  if (replaced_file file(path, write_binary); file) {
-    xdr_stream xdr(file.get(), XDR_ENCODE);
-    return xdr && write(xdr.get()) && file.commit();
+  object_gone = false;
+  replaced_file file(path, write_binary);
+  if (!file) {
+    object_gone = errno == ENOENT;
+    return false;
   }
-  file_stream stream = qd_object_file_open(path, write_binary);
-  if (!stream) return false;
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  const bool written = xdr && write(xdr.get());
-  return stream.close() && written;
+  xdr_stream xdr(file.get(), XDR_ENCODE);
+  if (xdr && write(xdr.get()) && file.commit()) return true;
+  object_gone = errno == ENOENT;
+  return false;
 }
 
 descriptor_reader::descriptor_reader(const char* object_path) {
@@ -77,24 +74,6 @@ descriptor_reader::descriptor_reader(const char* object_path) {
     count = static_cast<std::int64_t>(std::fread(bytes_, 1, sizeof bytes_, stream.get()));
   }
   xdr_.emplace(bytes_, static_cast<std::uint32_t>(count));
-}
-
-// The new fields go over the old ones and what was longer is cut off afterwards. The fields fit the
-// stream's buffer and leave it in one write, so that a server that reads at this moment finds the old
-// descriptor or the new one, and never an empty file.
-file_stream qd_descriptor_rewrite(const char* object_path) {
-  path_text path;
-  qd_descriptor_path(object_path, path);
-  object_gone = false;
-  file_stream stream(qu_file_open_n(path, update_binary));
-  return stream ? std::move(stream) : qd_object_file_open(path, write_binary);
-}
-
-bool qd_descriptor_rewritten(file_stream& stream) {
-  if (std::fflush(stream.get()) != 0) return false;
-  const off_t length = ftello(stream.get());
-  if (length < 0 || ftruncate(fileno(stream.get()), length) != 0) return false;
-  return stream.close();
 }
 
 }  // namespace qrd

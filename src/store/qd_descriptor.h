@@ -35,8 +35,8 @@ void qd_descriptor_path(const char* object_path, path_text& path);
 file_stream qd_object_file_open(const char* path, file_mode mode);
 
 // Puts a binary file whole into the folder of an object: other processes read what stood there before, or
-// the new content. Where no new file can be made, the old one takes the content, opened in the same way.
-// False after a failure of `write(xdr)` or of the disk.
+// the new content. False after a failure of `write(xdr)` or of the disk; the old file stays then. Never ends
+// the process; qd_object_gone() tells if the folder is no more.
 bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write);
 
 // The descriptor of an object, opened in the same way and read whole: a look-up reads many.
@@ -54,20 +54,16 @@ class descriptor_reader {
   std::optional<xdr_memory> xdr_;
 };
 
-// The descriptor for writing, and the end of the writing: true if the new fields are all that the file
-// holds.
-file_stream qd_descriptor_rewrite(const char* object_path);
-bool qd_descriptor_rewritten(file_stream& stream);
-
 // Writes the descriptor of an object in the current version; `move_fields(xdr, &version, record)` moves all
-// its fields. 1 or 0.
+// its fields. 1, or 0 as qd_object_file_replace.
 template <typename MoveFields, typename Record>
 int qd_descriptor_write(const char* object_path, MoveFields move_fields, Record& record) {
-  std::int64_t version = DESCRIPTOR_VERSION;
-  file_stream stream = qd_descriptor_rewrite(object_path);
-  if (!stream) return 0;
-  xdr_stream xdr(stream.get(), XDR_ENCODE);
-  return xdr && move_fields(xdr.get(), &version, record) && qd_descriptor_rewritten(stream);
+  path_text path;
+  qd_descriptor_path(object_path, path);
+  return qd_object_file_replace(path, [&](XDR* xdr) {
+    std::int64_t version = DESCRIPTOR_VERSION;
+    return move_fields(xdr, &version, record);
+  });
 }
 
 // Puts a text into the COMMENT file of an object's folder in place of the old one: 0, or 1 after reports.

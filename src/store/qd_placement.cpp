@@ -1,7 +1,5 @@
 #include "store/qd_placement.h"
 
-#include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,68 +7,25 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <optional>
 #include <string_view>
 #include <system_error>
 
 #include "util/qu_file.h"
+#include "util/qu_leftovers.h"
+#include "util/qu_message.h"
+#include "util/qu_rename.h"
 #include "util/qu_string.h"
+#include "util/qu_working_name.h"
 
 namespace qrd {
 
 namespace {
 
-constexpr char being_made[] = "NEW";
-constexpr char being_deleted[] = "OLD";
-
 // The longest of the files that are made inside an object; a path that would be cut names another file.
 constexpr std::string_view longest_inner_path = "/VARI.7/DATAVAR";
 
-// Stands for the host name and the process number space, since a process number means nothing outside
-// its own (FNV-1a, 32 bits: paths are short of room).
-std::uint32_t machine_number() {
-  static const std::uint32_t number = [] {
-    char host[256] = "";
-    gethostname(host, sizeof host - 1);
-    std::error_code ignored;
-    std::string text =
-        std::string(host) + "/" + std::filesystem::read_symlink("/proc/self/ns/pid", ignored).string();
-    std::uint32_t hash = 2166136261U;
-    for (char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
-    return hash;
-  }();
-  return number;
-}
-
-std::string working_name(const char* purpose, int attempt) {
-  char name[64];
-  std::snprintf(name, sizeof name, "%s_%d_%08X_%d", purpose, static_cast<int>(getpid()), machine_number(),
-                attempt);
-  return name;
-}
-
-// The process that a working name of this machine belongs to.
-std::optional<pid_t> owner_of(const std::string& name) {
-  char purpose[4];
-  int process = 0;
-  unsigned machine = 0;
-  int attempt = 0;
-  int end = 0;
-  if (std::sscanf(name.c_str(), "%3[A-Z]_%d_%8X_%d%n", purpose, &process, &machine, &attempt, &end) != 4)
-    return std::nullopt;
-  if (static_cast<std::size_t>(end) != name.size() || process <= 0 || machine != machine_number())
-    return std::nullopt;
-  if (std::strcmp(purpose, being_made) != 0 && std::strcmp(purpose, being_deleted) != 0) return std::nullopt;
-  return process;
-}
-
-bool is_left_behind(const std::string& name) {
-  std::optional<pid_t> owner = owner_of(name);
-  if (!owner) return false;
-  // At the start of a creation nothing with this process's own number is in use either.
-  return *owner == getpid() || (kill(*owner, 0) != 0 && errno == ESRCH);
+bool leaves_room(const std::string& path) {
+  return path.size() + longest_inner_path.size() < path_size;
 }
 
 // The lowest number that no listed name has. Numbers are written without leading zeros.
@@ -94,83 +49,50 @@ bool is_taken() {
   return errno == EEXIST || errno == ENOTEMPTY;
 }
 
-// Another server may have taken away the parent with all it holds.
-bool is_gone(const std::string& path) {
-  return access(path.c_str(), F_OK) != 0 && errno == ENOENT;
-}
-
-// Deletes a folder under its working name. It can be out of reach for a moment, while another server takes
-// its parent and puts it back. 1 or 0.
-int delete_taken(const std::string& folder) {
-  constexpr int attempts = 3;
-  for (int attempt = 0; attempt < attempts; attempt++)
-    if (qu_file_delete_tree(folder.c_str(), true) != 0 || is_gone(folder)) return 1;
-  return 0;
-}
-
-// Gives a folder its number back, or the next free one if that has been taken at this very moment. 1 or 0.
-int put_back(const std::string& folder, const char* path) {
-  const std::string_view place(path);
-  const std::size_t digits = place.find_last_not_of("0123456789") + 1;
-  std::int64_t number = 0;
-  std::from_chars(path + digits, path + place.size(), number);
-  const std::string prefix(place.substr(0, digits));
-  for (std::string target(place); qd_take_name(folder.c_str(), target.c_str()) != 0;
-       target = prefix + std::to_string(++number))
-    if (!is_taken()) return errno == ENOENT ? 1 : 0;  // gone with its parent
-  return 1;
-}
+// Deletion waits no longer than a client does.
+constexpr std::chrono::milliseconds removal_patience = std::chrono::seconds(1);
 
 }  // namespace
-
-int qd_take_name(const char* from, const char* to) {
-  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return -1;
-  return qd_take_name_by_creation(from, to);
-}
-
-int qd_take_name_by_creation(const char* from, const char* to) {
-  if (mkdir(to, 0777) != 0) return -1;
-  // A rename replaces an empty folder in one step.
-  if (rename(from, to) == 0) return 0;
-  int reason = errno;
-  rmdir(to);
-  errno = reason == EEXIST ? EIO : reason;
-  return -1;
-}
 
 prepared_object::prepared_object(const char* parent) : parent_(parent) {
   directory_listing listing(parent);
   if (listing)
     while (const char* name = listing.next()) siblings_.emplace_back(name);
-  for (const std::string& name : siblings_) {
-    std::error_code ignored;
-    if (is_left_behind(name)) std::filesystem::remove_all(std::filesystem::path(parent_) / name, ignored);
-  }
+  qu_remove_leftovers(parent_, siblings_);
 
-  constexpr int attempts = 100;
-  for (int attempt = 0; attempt < attempts; attempt++) {
-    std::string name = working_name(being_made, attempt);
-    std::string path = parent_ + path_separator + name;
-    if (path.size() + longest_inner_path.size() >= path_size) return;
-    if (mkdir(path.c_str(), 0777) == 0) {
-      name_ = name;
-      qu_path_join(path_, {path});
-      return;
+  const auto make = [this](const std::string& name) {
+    const std::string path = parent_ + path_separator + name;
+    if (!leaves_room(path)) {
+      errno = ENAMETOOLONG;
+      return -1;
     }
-    if (errno != EEXIST) return;
-  }
+    if (mkdir(path.c_str(), 0777) != 0) return -1;
+    lock_.emplace(path.c_str(), lock_kind::exclusive, std::chrono::milliseconds(0));
+    if (*lock_) return 0;
+    // Whoever tidies up was quicker than the lock.
+    lock_.reset();
+    errno = EEXIST;
+    return -1;
+  };
+  const std::string name = qu_with_working_name(qu_working_folder_name, being_made, make);
+  if (!name.empty()) qu_path_join(path_, {parent_, path_separator, name});
 }
 
 prepared_object::~prepared_object() {
-  if (!name_.empty()) qu_file_delete_tree(path_, true);
+  if (lock_) qu_file_delete_tree(path_, true);
 }
 
 placement prepared_object::place(const numbering& level) {
+  if (!qu_sync_tree(path_)) return placement::failed;
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
-    if (qd_take_name(path_, target.c_str()) == 0) {
-      name_.clear();
+    if (!leaves_room(target)) {
+      errno = ENAMETOOLONG;
+      return placement::failed;
+    }
+    if (qu_take_name(path_, target) == 0) {
+      if (!qu_sync_folder(parent_) && qu_take_name(target, path_) == 0) return placement::failed;
+      lock_.reset();
       qu_path_join(path_, {target});
       return placement::placed;
     }
@@ -179,22 +101,88 @@ placement prepared_object::place(const numbering& level) {
   return placement::numbers_used_up;
 }
 
-int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
-  path_text parent;
-  qu_path_join(parent, {path});
-  qu_file_dirname(parent, parent);
-  constexpr int attempts = 100;
-  for (int attempt = 0; attempt < attempts; attempt++) {
-    std::string target = std::string(parent) + path_separator + working_name(being_deleted, attempt);
-    if (qd_take_name(path, target.c_str()) == 0) {
-      // A path that would be cut can't be looked into.
-      bool can_look = target.size() + longest_inner_path.size() < path_size;
-      return !can_look || is_meant(target.c_str()) ? delete_taken(target) : put_back(target, path);
-    }
-    if (errno == ENOENT) return 1;
-    if (!is_taken()) return 0;
+removed_folder::removed_folder(const char* path) : place_(path) {
+  // It may be renamed, and another one get its name, until it is locked; whoever holds it is at work in it.
+  lock_.emplace(path, lock_kind::exclusive, removal_patience);
+  if (!*lock_) {
+    state_ = errno == ENOENT ? state::gone : errno == EWOULDBLOCK ? state::in_use : state::refused;
+    return;
   }
-  return 0;
+  const std::string parent = place_.substr(0, place_.find_last_of('/') + 1);
+  const std::string name = qu_with_working_name(
+      qu_working_folder_name, being_deleted,
+      [&](const std::string& candidate) { return qu_take_name(place_, parent + candidate); });
+  if (name.empty()) {
+    state_ = errno == ENOENT ? state::gone : state::refused;
+    return;
+  }
+  target_ = parent + name;
+  state_ = state::taken;
+}
+
+removed_folder::~removed_folder() {
+  if (state_ == state::taken) put_back();
+}
+
+bool removed_folder::remove() {
+  if (state_ != state::taken) return state_ == state::gone || state_ == state::deleted;
+  // It can be out of reach for a moment, while another server takes its parent and puts it back.
+  constexpr int attempts = 3;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    switch (qu_tree_remove(target_.c_str(), true)) {
+      case tree_removal::done:
+      case tree_removal::begun:
+        state_ = state::deleted;
+        return true;
+      case tree_removal::untouched:
+        break;
+    }
+    if (lock_->is_at(target_.c_str())) break;
+  }
+  if (access(target_.c_str(), F_OK) != 0 && errno == ENOENT) {
+    state_ = state::deleted;
+    return true;
+  }
+  put_back();
+  return false;
+}
+
+void removed_folder::put_back() {
+  state_ = state::put_back;
+  const std::size_t digits = place_.find_last_not_of("0123456789") + 1;
+  std::int64_t number = 0;
+  std::from_chars(place_.data() + digits, place_.data() + place_.size(), number);
+  const std::string prefix = place_.substr(0, digits);
+  for (std::string target = place_; qu_take_name(target_, target) != 0;
+       target = prefix + std::to_string(++number)) {
+    if (is_taken() && number > 0) continue;
+    if (errno == ENOENT) return;  // gone with its parent
+    const char* reason = qu_strerror(1);
+    qu_message("Unable to put back \"%s\", which is now \"%s\": %s", place_.c_str(), target_.c_str(), reason);
+    return;
+  }
+}
+
+int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
+  removed_folder folder(path);
+  switch (folder.now()) {
+    case removed_folder::state::gone:
+      return 1;
+    case removed_folder::state::taken:
+      break;
+    case removed_folder::state::in_use:
+      qu_message("Unable to delete directory \"%s\": another server is at work in it", path);
+      return 0;
+    default: {
+      const char* reason = qu_strerror(1);
+      qu_message("Unable to delete directory \"%s\": %s", path, reason);
+      return 0;
+    }
+  }
+  // A path that would be cut can't be looked into.
+  const bool can_look = leaves_room(folder.path());
+  if (can_look && !is_meant(folder.path())) return 1;
+  return folder.remove() ? 1 : 0;
 }
 
 }  // namespace qrd

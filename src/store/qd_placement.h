@@ -1,17 +1,19 @@
 // How objects of the catalogue appear and disappear as a whole, with several servers at work in one tree.
 //
-// An object is made with all its files in a folder whose name no look-up matches, and takes its number
-// by one rename that never replaces anything. A deletion renames the object to such a name first. The
-// names are "NEW_<process>_<machine>_<n>" and "OLD_<process>_<machine>_<n>"; without a point in them they
-// can hold none of "DIRE.", "FILE." and "VARI.".
+// An object is made with all its files in a folder with a working name (see qu_working_name.h), and takes its
+// number by one rename that never replaces anything. A deletion renames the object to such a name first. As
+// long as its maker is at work the folder is locked; what is found unlocked is a left-over.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "util/qu_constants.h"
+#include "util/qu_lock.h"
+#include "util/qu_sync.h"
 
 namespace qrd {
 
@@ -33,34 +35,64 @@ enum class placement {
 // A folder in the making. What has not been placed is removed at the end.
 class prepared_object {
  public:
-  // Makes the folder below `parent`, and removes there what dead processes of this machine have left.
+  // Makes the folder below `parent`, and removes there what others have left.
   explicit prepared_object(const char* parent);
   prepared_object(const prepared_object&) = delete;
   prepared_object& operator=(const prepared_object&) = delete;
   ~prepared_object();
 
-  // False if the folder could not be made.
-  explicit operator bool() const { return !name_.empty(); }
+  // False if the folder could not be made; errno tells why.
+  explicit operator bool() const { return lock_.has_value(); }
   const char* path() const { return path_; }
-  // Gives the folder the lowest free number.
+  // Gives the folder the lowest free number, once all it holds is on disk.
   placement place(const numbering& level);
 
  private:
   std::string parent_;
-  std::string name_;
+  std::optional<folder_lock> lock_;
   path_text path_ = "";
   std::vector<std::string> siblings_;
+  sync_pause pause_;
 };
 
-// Renames a folder without replacing anything. 0, or -1 and errno (EEXIST: the name is taken).
-int qd_take_name(const char* from, const char* to);
-// The same by creating the name first: the way for file systems that don't know such a rename.
-int qd_take_name_by_creation(const char* from, const char* to);
+// A folder on its way out: taken from its place by a rename, and put back at the end unless it has been
+// deleted.
+class removed_folder {
+ public:
+  enum class state {
+    taken,    // it is nowhere in the tree
+    gone,     // another one was quicker
+    in_use,   // somebody is at work in it
+    refused,  // errno tells why
+    deleted,
+    put_back
+  };
 
-// Takes a folder out of the catalogue and deletes it with all it holds. What another process has already
+  explicit removed_folder(const char* path);
+  removed_folder(const removed_folder&) = delete;
+  removed_folder& operator=(const removed_folder&) = delete;
+  ~removed_folder();
+
+  state now() const { return state_; }
+  // Where it stands while it is taken. REQUIRES: state::taken.
+  const char* path() const { return target_.c_str(); }
+  // Deletes it; where nothing of it can be deleted it is put back. What can't be deleted after the beginning
+  // stays out of the tree, and counts as removed: a left-over. True if it is no longer in the tree.
+  bool remove();
+  // Gives it back its place, or the next free number if that has been taken meanwhile.
+  void put_back();
+
+ private:
+  std::string place_;
+  std::string target_;
+  std::optional<folder_lock> lock_;
+  state state_ = state::refused;
+};
+
+// Takes an object out of the catalogue and deletes it with all it holds. What another process has already
 // taken away is a success: also where another object has taken its number since, which `is_meant` tells by
-// the files of the folder and which gets its place back. 1, or 0 when it could not be renamed (nothing has
-// changed then) or not all could be deleted (it is out of the catalogue then).
+// the files of the folder and which gets its place back. 1, or 0 after a report when it could not be removed:
+// nothing has changed then.
 int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant);
 
 }  // namespace qrd

@@ -16,6 +16,7 @@
 #include "util/qu_file.h"
 #include "util/qu_list.h"
 #include "util/qu_message.h"
+#include "util/qu_rename.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -298,7 +299,7 @@ int qu_study_create(const char* path, const char* template_path, std::int64_t wi
   record.unit_flag = with_units;
   int result = 2;
   if (qu_study_descriptor_write_n(fresh, &record) != 0 && make_folders(fresh))
-    result = qd_take_name(fresh, path) == 0 ? 0 : errno == EEXIST ? 1 : 2;
+    result = qu_take_name(fresh, path) == 0 ? 0 : errno == EEXIST ? 1 : 2;
   if (result != 0) {
     qu_file_delete_tree(fresh, true);
     return result;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -48,59 +49,153 @@ std::optional<std::vector<std::string>> read_names(DIR* listing) {
   return names;
 }
 
-// A removal that fails is tried again: another process may just be reading there. What is already
-// gone counts as removed.
-bool remove_patiently(int parent, const char* name, int flags) {
-  constexpr int attempts = 5;
-  constexpr int pause_ms = 1000;
-  for (int attempt = 1;; attempt++) {
-    if (unlinkat(parent, name, flags) == 0 || errno == ENOENT) return true;
-    if (flags == 0 && errno == EISDIR) return false;
-    if (attempt == attempts) return false;
-    poll(nullptr, 0, pause_ms);
-  }
+constexpr auto directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+void report_undeleted(const char* kind, const std::string& path, int reason) {
+  errno = reason;
+  const char* text = qu_strerror(1);
+  qu_message("Unable to delete %s \"%s\": %s", kind, path.c_str(), text);
 }
 
-bool empty_directory(int directory, const std::string& path);
+// What a network file system keeps of a file that somebody has open; it goes by itself.
+bool is_kept_for_another(const std::string& name) {
+  return name.starts_with(".nfs") || name.starts_with(".fuse_hidden");
+}
 
-// Removes one entry of a directory with all below it. Nothing is reached through a symbolic link.
-bool remove_entry(int parent, const std::string& name, const std::string& path) {
-  if (remove_patiently(parent, name.c_str(), 0)) return true;
-  if (errno != EISDIR) {
-    qu_message("Unable to delete file \"%s\"", path.c_str());
+// Whether nothing forbids what has to be done; asked of everything before the first file goes, since what has
+// been deleted can't be put back. Tells what forbids it.
+bool can_delete_entry(int parent, const struct stat& parent_status, const std::string& name,
+                      const std::string& path);
+
+bool can_empty(int directory, const std::string& path) {
+  struct stat status;
+  if (fstat(directory, &status) != 0 || faccessat(directory, ".", R_OK | W_OK | X_OK, AT_EACCESS) != 0) {
+    if (errno == ENOENT) return true;
+    report_undeleted("directory", path, errno);
     return false;
   }
-  // Another process may have been making a file in it when it was listed.
-  constexpr int attempts = 5;
-  for (int attempt = 0; attempt < attempts; attempt++) {
-    int directory = openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (directory < 0) {
-      if (errno == ENOENT) return true;
-      qu_message("Unable to delete file \"%s\"", path.c_str());
-      return false;
-    }
-    if (!empty_directory(directory, path)) return false;
-    if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return true;
-    if (errno != ENOTEMPTY && errno != EEXIST) break;
-  }
-  if (remove_patiently(parent, name.c_str(), AT_REMOVEDIR)) return true;
-  qu_message("Unable to delete directory \"%s\"", path.c_str());
-  return false;
-}
-
-// Takes over the open directory.
-bool empty_directory(int directory, const std::string& path) {
-  listing_owner listing(fdopendir(directory));
+  const int listed = openat(directory, ".", directory_flags);
+  listing_owner listing(listed < 0 ? nullptr : fdopendir(listed));
   if (listing == nullptr) {
-    close(directory);
+    if (listed >= 0) close(listed);
+    report_undeleted("directory", path, errno);
     return false;
   }
   std::optional<std::vector<std::string>> names = read_names(listing.get());
-  if (!names) return errno == ENOENT;  // another process has removed the directory itself
+  if (!names) return errno == ENOENT;
   return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
-    return is_dot_name(name) || remove_entry(directory, name, join(path.c_str(), name));
+    return is_dot_name(name) || can_delete_entry(directory, status, name, join(path.c_str(), name));
   });
 }
+
+bool can_delete_entry(int parent, const struct stat& parent_status, const std::string& name,
+                      const std::string& path) {
+  struct statx entry;
+  if (statx(parent, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE | STATX_UID, &entry) != 0)
+    return errno == ENOENT;
+  const bool is_directory = S_ISDIR(entry.stx_mode);
+  constexpr std::uint64_t fixed = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND | STATX_ATTR_MOUNT_ROOT;
+  const uid_t user = geteuid();
+  const bool is_others = (parent_status.st_mode & S_ISVTX) != 0 && user != 0 &&
+                         user != parent_status.st_uid && user != entry.stx_uid;
+  if (is_others || (entry.stx_attributes & fixed) != 0) {
+    report_undeleted(is_directory ? "directory" : "file", path, EPERM);
+    return false;
+  }
+  if (!is_directory) return true;
+  const int directory = openat(parent, name.c_str(), directory_flags);
+  if (directory < 0) {
+    if (errno == ENOENT) return true;
+    report_undeleted("directory", path, errno);
+    return false;
+  }
+  const bool can = can_empty(directory, path);
+  close(directory);
+  return can;
+}
+
+// Deletes a tree. What is already gone counts as removed. Where another process is just reading or making a
+// file it tries again, for two seconds altogether.
+class tree_deletion {
+ public:
+  // True once something has been deleted.
+  bool begun() const { return begun_; }
+
+  // One entry of a directory with all below it. Nothing is reached through a symbolic link.
+  bool remove(int parent, const std::string& name, const std::string& path) {
+    if (unlink_patiently(parent, name, 0)) return true;
+    if (errno != EISDIR) {
+      report_undeleted("file", path, errno);
+      return false;
+    }
+    do {
+      const int directory = openat(parent, name.c_str(), directory_flags);
+      if (directory < 0) {
+        if (errno == ENOENT) return true;
+        report_undeleted("directory", path, errno);
+        return false;
+      }
+      if (!empty(directory, path)) return false;
+      if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) return begun_ = true;
+      if (errno == ENOENT) return true;
+      if (is_only_kept(parent, name)) return true;
+    } while ((errno == ENOTEMPTY || errno == EEXIST || errno == EBUSY) && may_wait());
+    report_undeleted("directory", path, errno);
+    return false;
+  }
+
+  // All entries. Takes over the open directory.
+  bool empty(int directory, const std::string& path) {
+    listing_owner listing(fdopendir(directory));
+    if (listing == nullptr) {
+      close(directory);
+      return false;
+    }
+    std::optional<std::vector<std::string>> names = read_names(listing.get());
+    if (!names) return errno == ENOENT;  // another process has removed the directory itself
+    return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
+      return is_dot_name(name) || is_kept_for_another(name) ||
+             remove(directory, name, join(path.c_str(), name));
+    });
+  }
+
+ private:
+  bool may_wait() {
+    constexpr int attempts = 20;
+    constexpr int pause_ms = 100;
+    const int reason = errno;
+    if (++waits_ > attempts) return false;
+    poll(nullptr, 0, pause_ms);
+    errno = reason;
+    return true;
+  }
+
+  bool unlink_patiently(int parent, const std::string& name, int flags) {
+    do {
+      if (unlinkat(parent, name.c_str(), flags) == 0) return begun_ = true;
+      if (errno == ENOENT) return true;
+    } while ((errno == EBUSY || errno == ETXTBSY) && may_wait());
+    return false;
+  }
+
+  // Keeps errno.
+  static bool is_only_kept(int parent, const std::string& name) {
+    const int reason = errno;
+    const int directory = openat(parent, name.c_str(), directory_flags);
+    listing_owner listing(directory < 0 ? nullptr : fdopendir(directory));
+    if (listing == nullptr && directory >= 0) close(directory);
+    std::optional<std::vector<std::string>> names;
+    if (listing != nullptr) names = read_names(listing.get());
+    errno = reason;
+    return names && names->size() > 2 &&
+           std::all_of(names->begin(), names->end(), [](const std::string& each) {
+             return is_dot_name(each) || is_kept_for_another(each);
+           });
+  }
+
+  bool begun_ = false;
+  int waits_ = 0;
+};
 
 // Makes room for the target of a copy.
 void remove_target(const char* target) {
@@ -182,17 +277,33 @@ int qu_file_mkdir(const char* path, bool with_parents) {
   return 2;
 }
 
-int qu_file_delete_tree(const char* directory, bool remove_itself) {
+tree_removal qu_tree_remove(const char* directory, bool remove_itself) {
   std::string path(directory);
   while (path.size() > 1 && path.back() == '/') path.pop_back();
+  tree_deletion deletion;
+  bool done = false;
   if (remove_itself) {
-    struct stat status;
-    if (lstat(path.c_str(), &status) != 0 || !(S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode))) return 0;
-    return remove_entry(AT_FDCWD, path, path) ? 1 : 0;
+    struct stat status, parent_status;
+    if (lstat(path.c_str(), &status) != 0 || !(S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode)) ||
+        stat(std::filesystem::path(path).parent_path().empty()
+                 ? "."
+                 : std::filesystem::path(path).parent_path().c_str(),
+             &parent_status) != 0)
+      return tree_removal::untouched;
+    done = can_delete_entry(AT_FDCWD, parent_status, path, path) && deletion.remove(AT_FDCWD, path, path);
+  } else {
+    const int opened = open(path.c_str(), directory_flags);
+    if (opened < 0) return tree_removal::untouched;
+    if (can_empty(opened, path))
+      done = deletion.empty(opened, path);
+    else
+      close(opened);
   }
-  int opened = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (opened < 0) return 0;
-  return empty_directory(opened, path) ? 1 : 0;
+  return done ? tree_removal::done : deletion.begun() ? tree_removal::begun : tree_removal::untouched;
+}
+
+int qu_file_delete_tree(const char* directory, bool remove_itself) {
+  return qu_tree_remove(directory, remove_itself) == tree_removal::done ? 1 : 0;
 }
 
 int qu_dir_copy(const char* source, const char* target) {

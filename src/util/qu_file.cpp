@@ -1,6 +1,7 @@
 #include "util/qu_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,48 +20,62 @@ path_text handle_test_path = "";
 
 namespace {
 
-// By file_mode; "e" is close-on-exec.
-constexpr const char* mode_texts[] = {"rbe", "rb+e", "rbe", "rb+e", "ae",  "a+e",
-                                      "abe", "ab+e", "we",  "w+e",  "wbe", "wb+e"};
+struct opening {
+  int flags;         // of open
+  const char* mode;  // of fdopen
+};
+
+// By file_mode. Nothing waits for the other end of a pipe.
+constexpr int common_flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+constexpr int append_flags = O_CREAT | O_APPEND;
+constexpr int write_flags = O_CREAT | O_TRUNC;
+constexpr opening openings[] = {{O_RDONLY, "r"},
+                                {O_RDWR, "r+"},
+                                {O_RDONLY, "rb"},
+                                {O_RDWR, "rb+"},
+                                {O_WRONLY | append_flags, "a"},
+                                {O_RDWR | append_flags, "a+"},
+                                {O_WRONLY | append_flags, "ab"},
+                                {O_RDWR | append_flags, "ab+"},
+                                {O_WRONLY | write_flags, "w"},
+                                {O_RDWR | write_flags, "w+"},
+                                {O_WRONLY | write_flags, "wb"},
+                                {O_RDWR | write_flags, "wb+"}};
 
 // Bytes that a text file is judged by.
 constexpr std::size_t judged_bytes = 1024;
-
-bool has_valid_characters(const char* path) {
-  bool valid = std::strpbrk(path, "?*|\"<>") == nullptr;
-  // A colon at the second place was a drive.
-  if (valid && strnlen(path, 3) == 3) valid = std::strchr(path + 3, ':') == nullptr;
-  if (!valid) qu_message("File name \"%s\" contains invalid characters", path);
-  return valid;
-}
 
 bool too_many_files() {
   return errno == EMFILE || errno == ENFILE;
 }
 
-std::FILE* open_stream(const char* path, const char* mode) {
-  std::FILE* stream = std::fopen(path, mode);
-  if (stream == nullptr && too_many_files()) stream = std::fopen(path, mode);
-  return stream;
-}
-
 void close_keeping_errno(std::FILE* stream) {
-  int number = errno;
+  const int number = errno;
   std::fclose(stream);
   errno = number;
 }
 
-// A directory opens for reading, but its first byte can't be read. Asking for that byte costs no
-// system call of its own: it stays in the buffer for the caller.
-bool is_directory_stream(std::FILE* stream) {
-  int first = std::getc(stream);
-  if (first != EOF) {
-    std::ungetc(first, stream);
-    return false;
+// Null for what is no ordinary file.
+std::FILE* stream_of(int handle, const char* mode) {
+  struct stat status;
+  std::FILE* stream = nullptr;
+  if (fstat(handle, &status) == 0) {
+    if (S_ISREG(status.st_mode))
+      stream = fdopen(handle, mode);
+    else
+      errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
   }
-  if (std::ferror(stream) != 0 && errno == EISDIR) return true;
-  std::clearerr(stream);
-  return false;
+  const int number = errno;
+  if (stream == nullptr) close(handle);
+  errno = number;
+  return stream;
+}
+
+std::FILE* open_stream(const char* path, const opening& how) {
+  constexpr mode_t everybody = 0666;
+  int handle = open(path, how.flags | common_flags, everybody);
+  if (handle < 0 && too_many_files()) handle = open(path, how.flags | common_flags, everybody);
+  return handle < 0 ? nullptr : stream_of(handle, how.mode);
 }
 
 bool looks_like_text(std::FILE* stream, const char* path) {
@@ -78,16 +93,12 @@ bool looks_like_text(std::FILE* stream, const char* path) {
 }
 
 std::FILE* open_file(const char* path, file_mode mode, bool fatal) {
-  if (!has_valid_characters(path)) {
+  if (!qu_is_valid_path(path)) {
     errno = EINVAL;
     return nullptr;
   }
-  std::FILE* stream = open_stream(path, mode_texts[mode]);
+  std::FILE* stream = open_stream(path, openings[mode]);
   if (stream == nullptr) return nullptr;
-  if ((mode == read_text || mode == read_binary) && is_directory_stream(stream)) {
-    close_keeping_errno(stream);
-    return nullptr;
-  }
   if (!fatal && (mode == read_text || mode == update_text) && !looks_like_text(stream, path)) {
     errno = EINVAL;
     close_keeping_errno(stream);
@@ -98,16 +109,31 @@ std::FILE* open_file(const char* path, file_mode mode, bool fatal) {
 
 }  // namespace
 
+bool qu_is_valid_path(const char* path) {
+  bool valid = std::strpbrk(path, "?*|\"<>") == nullptr;
+  // A colon at the second place was a drive.
+  if (valid && strnlen(path, 3) == 3) valid = std::strchr(path + 3, ':') == nullptr;
+  if (!valid) qu_message("File name \"%s\" contains invalid characters", path);
+  return valid;
+}
+
 std::FILE* qu_file_open_n(const char* path, file_mode mode) {
   return open_file(path, mode, false);
 }
 
 std::int64_t qu_file_read_start(const char* path, void* buffer, std::size_t room) {
-  if (!has_valid_characters(path)) return -1;
-  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (!qu_is_valid_path(path)) {
+    errno = EINVAL;
+    return -1;
+  }
+  const int file = open(path, O_RDONLY | common_flags);
   if (file < 0) return -1;
-  const ssize_t count = read(file, buffer, room);
+  ssize_t count = 0;
+  do count = read(file, buffer, room);
+  while (count < 0 && errno == EINTR);
+  const int number = errno;
   close(file);
+  errno = number;
   return count;
 }
 

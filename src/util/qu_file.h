@@ -28,8 +28,11 @@ enum file_mode : int {
   write_read_binary = 11   // "wb+"
 };
 
-// A stream, close-on-exec; a directory doesn't open. The _f form ends the process on failure, the
-// _n form gives null.
+// False after a report if a tree with such a path could not be moved to another platform.
+bool qu_is_valid_path(const char* path);
+
+// A stream, close-on-exec; directories, pipes and devices don't open (EISDIR, EINVAL), and nothing waits for
+// them. The _f form ends the process on failure, the _n form gives null, and errno tells why.
 std::FILE* qu_file_open_f(const char* path, file_mode mode);
 std::FILE* qu_file_open_n(const char* path, file_mode mode);
 
@@ -89,7 +92,15 @@ int qu_file_rename(const char* directory, const char* old_name, const char* new_
 int qu_file_mkdir(const char* path, bool with_parents);
 int qu_file_copy(const char* source, const char* target);
 int qu_file_concat(const char* source, const char* target);
-// Symbolic links are removed, never followed. 1 if done.
+// Deletes a folder with all it holds, or what it holds. Symbolic links are removed, never followed. What
+// forbids it is found before anything goes; what goes wrong is told with its path. Within three seconds.
+enum class tree_removal {
+  done,
+  untouched,
+  begun  // some of it is gone
+};
+tree_removal qu_tree_remove(const char* directory, bool remove_itself);
+// 1 if done.
 int qu_file_delete_tree(const char* directory, bool remove_itself);
 // Symbolic links are passed over. 0 if done.
 int qu_dir_copy(const char* source, const char* target);

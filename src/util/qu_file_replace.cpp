@@ -1,43 +1,207 @@
 #include "util/qu_file_replace.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
+#include <cstdlib>
+#include <vector>
+
+#include "util/qu_lock.h"
+#include "util/qu_message.h"
+#include "util/qu_rename.h"
+#include "util/qu_sync.h"
+#include "util/qu_working_name.h"
 
 namespace qrd {
 
-replaced_file::replaced_file(const char* path, file_mode mode) {
-  path_ = path;
+namespace {
+
+// A folder may forbid what its files allow: to whom it does not belong, or because a file is a mount.
+bool folder_forbids(int reason) {
+  return reason == EACCES || reason == EPERM || reason == EROFS || reason == EBUSY || reason == EXDEV;
+}
+
+std::string folder_of(const std::string& path) {
+  const std::size_t end = path.find_last_of('/');
+  return end == std::string::npos ? "." : end == 0 ? "/" : path.substr(0, end);
+}
+
+std::string temporary_folder() {
+  const char* folder = std::getenv("TMPDIR");
+  return folder != nullptr && *folder == '/' ? folder : "/tmp";
+}
+
+// Where a symbolic link ends, or an empty text.
+std::string real_path(const char* path) {
+  char* resolved = realpath(path, nullptr);
+  if (resolved == nullptr) return "";
+  std::string result = resolved;
+  std::free(resolved);
+  return result;
+}
+
+struct open_file {
+  explicit open_file(int descriptor) : handle(descriptor) {}
+  open_file(const open_file&) = delete;
+  open_file& operator=(const open_file&) = delete;
+  ~open_file() {
+    const int reason = errno;
+    if (handle >= 0) close(handle);
+    errno = reason;
+  }
+  int handle;
+};
+
+// Opens a new file of a folder, with a lock that tells it from what the dead have left; its path, or an empty
+// text.
+std::string make_working_file(const std::string& folder, mode_t mode, int& handle) {
+  const auto make = [&](const std::string& name) {
+    const std::string path = folder + path_separator + name;
+    handle = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
+    if (handle < 0) return -1;
+    // Whoever tidies up may have been quicker than the lock.
+    struct stat status;
+    if (qu_lock_file(handle) != file_locking::held_by_other && fstat(handle, &status) == 0 &&
+        status.st_nlink > 0)
+      return 0;
+    close(handle);
+    errno = EEXIST;
+    return -1;
+  };
+  const std::string name = qu_with_working_name(qu_working_file_name, being_made, make);
+  return name.empty() ? "" : folder + path_separator + name;
+}
+
+bool copy_content(int from, int to) {
+  constexpr std::size_t block_bytes = 65536;
+  std::vector<char> block(block_bytes);
+  for (off_t position = 0;;) {
+    const ssize_t count = pread(from, block.data(), block.size(), position);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return count == 0 && ftruncate(to, position) == 0;
+    for (ssize_t done = 0; done < count;) {
+      const ssize_t written =
+          pwrite(to, block.data() + done, static_cast<std::size_t>(count - done), position + done);
+      if (written < 0 && errno == EINTR) continue;
+      if (written <= 0) return false;
+      done += written;
+    }
+    position += count;
+  }
+}
+
+// As far as it is allowed.
+void keep_owner(int handle, const struct stat& old_file) {
+  struct stat status;
+  if (fstat(handle, &status) != 0) return;
+  if (status.st_gid != old_file.st_gid && fchown(handle, static_cast<uid_t>(-1), old_file.st_gid) != 0)
+    return;
+  if (status.st_uid != old_file.st_uid && fchown(handle, old_file.st_uid, static_cast<gid_t>(-1)) != 0)
+    return;
+}
+
+// Room for the new content before the first byte of the old one goes.
+bool reserve(int handle, off_t bytes) {
+  return bytes == 0 || fallocate(handle, FALLOC_FL_KEEP_SIZE, 0, bytes) == 0 || errno == EOPNOTSUPP ||
+         errno == ENOSYS;
+}
+
+}  // namespace
+
+replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
   struct stat old_file;
   bool exists = lstat(path, &old_file) == 0;
+  if (!exists && errno != ENOENT) return;
   if (exists && S_ISLNK(old_file.st_mode)) {
-    // The link stays: the file it leads to is replaced.
-    std::error_code missing;
-    std::filesystem::path real = std::filesystem::canonical(path, missing);
-    if (!missing) path_ = real.string();
-    exists = stat(path, &old_file) == 0;
+    path_ = real_path(path);
+    if (path_.empty() || stat(path, &old_file) != 0) return;
   }
   // A rename would pass over the protection of the file itself.
-  if (exists && (!S_ISREG(old_file.st_mode) || access(path_.c_str(), W_OK) != 0)) return;
+  if (exists && !S_ISREG(old_file.st_mode)) {
+    errno = S_ISDIR(old_file.st_mode) ? EISDIR : EINVAL;
+    return;
+  }
+  if (exists && access(path_.c_str(), W_OK) != 0) return;
 
-  // Upper case, as all names in a catalogue folder must be.
-  fresh_path_ = path_ + ".T" + std::to_string(getpid());
-  stream_ = file_stream(qu_file_open_n(fresh_path_.c_str(), mode));
-  pending_ = static_cast<bool>(stream_);
-  if (stream_ && exists && fchmod(fileno(stream_.get()), old_file.st_mode & 07777) != 0) stream_.close();
+  folder_ = folder_of(path_);
+  if (!open_beside(mode)) {
+    if (!exists || !folder_forbids(errno)) return;
+    in_place_ = true;
+    folder_ = temporary_folder();
+    if (!open_beside(mode)) return;
+  }
+  if (!exists) return;
+  const int handle = fileno(stream_.get());
+  keep_owner(handle, old_file);
+  // After the owner, whose change would clear some of them.
+  if (fchmod(handle, old_file.st_mode & 07777) != 0) stream_.close();
+}
+
+bool replaced_file::open_beside(file_mode mode) {
+  if (!qu_is_valid_path(path_.c_str())) {
+    errno = EINVAL;
+    return false;
+  }
+  int handle = -1;
+  const mode_t rights = in_place_ ? 0600 : 0666;
+  fresh_path_ = make_working_file(folder_, rights, handle);
+  if (fresh_path_.empty()) return false;
+  stream_ = file_stream(fdopen(handle, mode == write_text ? "w+" : "wb+"));
+  if (!stream_) close(handle);
+  return static_cast<bool>(stream_);
 }
 
 replaced_file::~replaced_file() {
-  if (pending_) std::remove(fresh_path_.c_str());
+  const int reason = errno;
+  if (!fresh_path_.empty()) std::remove(fresh_path_.c_str());
+  errno = reason;
+}
+
+bool replaced_file::finish_writing() {
+  return stream_ && std::fflush(stream_.get()) == 0 && std::ferror(stream_.get()) == 0 &&
+         qu_sync_file(fileno(stream_.get()));
 }
 
 bool replaced_file::commit() {
-  if (!stream_ || !stream_.close() || std::rename(fresh_path_.c_str(), path_.c_str()) != 0) return false;
-  pending_ = false;
-  return true;
+  if (!finish_writing()) return false;
+  if (in_place_) return write_in_place();
+  if (std::rename(fresh_path_.c_str(), path_.c_str()) != 0)
+    return folder_forbids(errno) && access(path_.c_str(), W_OK) == 0 && write_in_place();
+  fresh_path_.clear();
+  return stream_.close() && qu_sync_folder(folder_);
+}
+
+bool replaced_file::commit_new() {
+  if (!finish_writing() || in_place_) return false;
+  if (qu_take_name(fresh_path_, path_) != 0) return false;
+  fresh_path_.clear();
+  return stream_.close() && qu_sync_folder(folder_);
+}
+
+bool replaced_file::write_in_place() {
+  const int fresh = fileno(stream_.get());
+  open_file target(open(path_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  struct stat status;
+  if (target.handle < 0 || fstat(fresh, &status) != 0 || !reserve(target.handle, status.st_size))
+    return false;
+  open_file kept(-1);
+  const std::string kept_path = make_working_file(folder_, 0600, kept.handle);
+  if (kept_path.empty()) return false;
+  bool done = copy_content(target.handle, kept.handle) && qu_sync_whole_file(kept.handle);
+  if (done) {
+    done = copy_content(fresh, target.handle) && qu_sync_whole_file(target.handle);
+    if (!done && !copy_content(kept.handle, target.handle)) {
+      qu_message("Cannot write \"%s\": what it held is kept in \"%s\"", path_.c_str(), kept_path.c_str());
+      return false;
+    }
+  }
+  std::remove(kept_path.c_str());
+  return stream_.close() && done;
 }
 
 }  // namespace qrd

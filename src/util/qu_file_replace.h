@@ -1,5 +1,6 @@
-// A file that is put in place whole: other processes see the old content or the new one, and a full
-// disk leaves the old one.
+// The one way to make or to change a file that others may read: they see the old content or the new one,
+// whole. It is written beside, under a working name, is on disk as far as the durability asks for it, and
+// then takes its place by a rename. A failure leaves the old file.
 #pragma once
 
 #include <string>
@@ -10,7 +11,10 @@ namespace qrd {
 
 class replaced_file {
  public:
-  // Opens a new file beside `path`, or nothing when that fails. `mode` is write_text or write_binary.
+  // Opens a new file beside `path`, or nothing when that fails; errno then tells why. `mode` is write_text or
+  // write_binary. Of a symbolic link the file it leads to is replaced; one that leads nowhere fails.
+  // Where no file can be made in the folder, but the old file may be written, that takes the new content in
+  // place at the commit; the old content is kept in a second file until that is done.
   replaced_file(const char* path, file_mode mode);
   replaced_file(const replaced_file&) = delete;
   replaced_file& operator=(const replaced_file&) = delete;
@@ -21,12 +25,19 @@ class replaced_file {
   std::FILE* get() const { return stream_.get(); }
   // True if the new content is in place.
   bool commit();
+  // The same where nothing may be replaced: false with EEXIST when there is such a file by now.
+  bool commit_new();
 
  private:
+  bool open_beside(file_mode mode);
+  bool finish_writing();
+  bool write_in_place();
+
   std::string path_;
-  std::string fresh_path_;
+  std::string folder_;
+  std::string fresh_path_;  // empty once it is in place
+  bool in_place_ = false;
   file_stream stream_;
-  bool pending_ = false;
 };
 
 }  // namespace qrd

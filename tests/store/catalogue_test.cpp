@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include "store/qd_tools.h"
 #include "store/qd_walk.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 
 namespace qrd::test {
 namespace {
@@ -292,14 +294,19 @@ TEST_F(catalogue, keeps_comments) {
 }
 
 TEST(comment, that_does_not_fit_the_disk_is_reported) {
-  if (!fs::exists("/dev/full")) GTEST_SKIP();
   catalogue_tree tree;
   tree.add_directory("DIRE.1", "Soil");
   std::string path = tree.add("DIRE.1/FILE.1", file_fields{.name = "points"}.bytes_of());
-  fs::create_symlink("/dev/full", path + "/COMMENT");
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_comment_write("Soil", "points", nullptr, 0, "x"), 1); }),
-            "Error while updating file or variable description.\nComment has not been updated.\n"
-            "Check disk space and quotas\n\n");
+  write_file(path + "/COMMENT", "old");
+  auto in_child = [] {
+    console_on_stderr();
+    file_size_limit disk(4096);
+    _exit(qd_comment_write("Soil", "points", nullptr, 0, std::string(5000, 'x').c_str()));
+  };
+  EXPECT_EXIT(in_child(), testing::ExitedWithCode(1),
+              "Error while updating file or variable description.\nComment has not been updated.\n"
+              "Check disk space and quotas\n");
+  EXPECT_EQ(read_file(path + "/COMMENT"), "old");
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
+#include "util/qu_rename.h"
 #include "util/qu_string.h"
 
 namespace qrd::test {
@@ -433,27 +434,37 @@ TEST_F(Manage, LeftoversOfDeadProcessesGo) {
   });
   const names left = names_in(catalogue());
   ASSERT_EQ(left.size(), 1U);
-  std::string name = *left.begin();
-  EXPECT_EQ(name.find('.'), std::string::npos);
-  // The same of another machine, and of a process that lives.
-  std::size_t machine = name.find('_', 4) + 1;
-  std::string elsewhere = name;
-  elsewhere[machine] = elsewhere[machine] == '0' ? '1' : '0';
-  std::string living = "OLD_" + std::to_string(getppid()) + name.substr(machine - 1);
-  fs::create_directory(at(elsewhere));
-  fs::create_directory(at(living));
+  // What a living one makes is locked; what only looks alike is somebody's.
+  fs::create_directory(at("N_OTHER"));
+  int ready[2], done[2];
+  ASSERT_EQ(pipe2(ready, O_CLOEXEC) + pipe2(done, O_CLOEXEC), 0);
+  char byte = 0;
+  const pid_t living = fork();
+  if (living == 0) {
+    prepared_object folder(catalogue().c_str());
+    const bool told = write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 1;
+    _exit(told && folder.place(directory_numbering) == placement::placed ? 0 : 1);
+  }
+  EXPECT_EQ(read(ready[0], &byte, 1), 1);
+  EXPECT_FALSE(fs::exists(at(*left.begin())));
   EXPECT_EQ(qd_create_directory("Mine"), 1);
-  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", elsewhere, living}));
+  EXPECT_EQ(names_in(catalogue()).size(), 3U);
+  EXPECT_EQ(write(done[1], &byte, 1), 1);
+  int status = 0;
+  waitpid(living, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "N_OTHER"}));
+  for (int end : {ready[0], ready[1], done[0], done[1]}) close(end);
 }
 
 TEST_F(Manage, FileSystemsWithoutExclusiveRename) {
   fs::create_directories(at("NEW/VARI.1"));
   fs::create_directory(at("DIRE.1"));
-  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.1").c_str()), -1);
+  EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.1")), -1);
   EXPECT_EQ(errno, EEXIST);
-  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.2").c_str()), 0);
+  EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.2")), 0);
   EXPECT_TRUE(fs::exists(at("DIRE.2/VARI.1")));
-  EXPECT_EQ(qd_take_name_by_creation(at("NEW").c_str(), at("DIRE.3").c_str()), -1);
+  EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.3")), -1);
   EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2"}));
 }
 

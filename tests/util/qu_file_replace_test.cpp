@@ -1,12 +1,17 @@
 #include "util/qu_file_replace.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
 
 #include "support/bytes.h"
+#include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
+#include "util/qu_set_aside.h"
 
 namespace qrd {
 namespace {
@@ -20,6 +25,10 @@ class replacement : public testing::Test {
     if (!file) return false;
     std::fputs(text, file.get());
     return commit && file.commit();
+  }
+  static ino_t inode(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
   }
   std::ptrdiff_t file_count() { return std::distance(fs::directory_iterator(folder.path()), {}); }
   test::temporary_directory folder;
@@ -52,6 +61,59 @@ TEST_F(replacement, leaves_what_is_no_file) {
   EXPECT_TRUE(fs::is_directory(folder / "a"));
   EXPECT_FALSE(replace("gone/a", "new"));
   EXPECT_EQ(file_count(), 1);
+}
+
+TEST_F(replacement, fails_behind_a_link_that_leads_nowhere) {
+  fs::create_symlink("mount/a", folder / "link");
+  EXPECT_FALSE(replace("link", "new"));
+  EXPECT_TRUE(fs::is_symlink(folder / "link"));
+  EXPECT_EQ(file_count(), 1);
+}
+
+TEST_F(replacement, of_nothing_leaves_what_another_has_made) {
+  replaced_file file((folder / "a").c_str(), write_binary);
+  std::fputs("mine", file.get());
+  test::write_file(folder / "a", "theirs");
+  EXPECT_FALSE(file.commit_new());
+  EXPECT_EQ(errno, EEXIST);
+  EXPECT_EQ(test::read_file(folder / "a"), "theirs");
+}
+
+// A file that is a mount of its own can't be renamed over, a folder of others takes no new file.
+TEST_F(replacement, is_written_in_place_where_the_folder_forbids_it) {
+  const std::string path = folder / "a";
+  test::write_file(path, "the old content");
+  auto in_child = [&] {
+    constexpr uid_t nobody = 65534;
+    fs::permissions(path, fs::perms(0666));
+    fs::permissions(folder.path(), fs::perms(0755));
+    if (setuid(nobody) != 0) _exit(2);
+    const ino_t before = inode(path);
+    if (!replace("a", "new") || inode(path) != before) _exit(3);
+    if (replace("b", "new")) _exit(4);
+    // A full disk is no reason to write in place.
+    test::file_size_limit disk(2);
+    _exit(replace("a", "longer") ? 5 : 0);
+  };
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become somebody else";
+  EXPECT_EXIT(in_child(), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(test::read_file(path), "new");
+  EXPECT_EQ(file_count(), 1);
+}
+
+TEST_F(replacement, keeps_what_is_damaged_for_its_owner) {
+  const std::string path = folder / "POLYGON";
+  test::write_file(path, "damaged");
+  file_stream read(std::fopen(path.c_str(), "re"));
+  fs::rename(path, folder / "other");
+  test::write_file(path, "good");
+  EXPECT_TRUE(qu_file_set_aside(path, read.get()));
+  EXPECT_EQ(test::read_file(path), "good");
+  read = file_stream(std::fopen(path.c_str(), "re"));
+  const std::string said = test::console_of([&] { EXPECT_TRUE(qu_file_set_aside(path, read.get())); });
+  EXPECT_FALSE(fs::exists(path));
+  const std::size_t start = said.rfind("\"", said.size() - 3) + 1;
+  EXPECT_EQ(test::read_file(said.substr(start, said.rfind('"') - start)), "good");
 }
 
 }  // namespace

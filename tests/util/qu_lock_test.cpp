@@ -1,0 +1,100 @@
+#include "util/qu_lock.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+
+#include "support/temporary_directory.h"
+
+namespace qrd {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// A process that holds a lock until it is let go.
+class holder {
+ public:
+  holder(const std::string& folder, lock_kind kind) {
+    int ready[2], done[2];
+    if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(done, O_CLOEXEC) != 0) std::abort();
+    char byte = 0;
+    process_ = fork();
+    if (process_ == 0) {
+      folder_lock lock(folder.c_str(), kind, 0ms);
+      byte = lock ? 1 : 0;
+      close(done[1]);
+      _exit(write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0 ? 0 : 1);
+    }
+    held = read(ready[0], &byte, 1) == 1 && byte == 1;
+    for (int end : {ready[0], ready[1], done[0]}) close(end);
+    release_ = done[1];
+  }
+  holder(const holder&) = delete;
+  holder& operator=(const holder&) = delete;
+  ~holder() { end(); }
+  void end() {
+    if (release_ < 0) return;
+    close(release_);
+    release_ = -1;
+    waitpid(process_, nullptr, 0);
+  }
+  bool held = false;
+
+ private:
+  pid_t process_;
+  int release_;
+};
+
+class folder_locking : public testing::Test {
+ protected:
+  bool take(lock_kind kind = lock_kind::exclusive) {
+    return static_cast<bool>(folder_lock(folder.path().c_str(), kind, 30ms));
+  }
+  test::temporary_directory folder;
+};
+
+TEST_F(folder_locking, keeps_other_processes_out_until_it_is_given_up) {
+  holder other(folder.path(), lock_kind::exclusive);
+  ASSERT_TRUE(other.held);
+  EXPECT_FALSE(take());
+  EXPECT_EQ(errno, EWOULDBLOCK);
+  EXPECT_FALSE(take(lock_kind::shared));
+  other.end();
+  EXPECT_TRUE(take());
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+TEST_F(folder_locking, is_shared_by_those_who_only_look) {
+  holder other(folder.path(), lock_kind::shared);
+  EXPECT_TRUE(take(lock_kind::shared));
+  EXPECT_FALSE(take());
+}
+
+TEST_F(folder_locking, within_a_lock_is_kept_to_the_end_of_the_last) {
+  auto outer = std::make_unique<folder_lock>(folder.path().c_str());
+  folder_lock inner((folder / ".").c_str());
+  ASSERT_TRUE(*outer && inner);
+  outer.reset();
+  EXPECT_FALSE(holder(folder.path(), lock_kind::shared).held);
+  inner.release();
+  EXPECT_TRUE(holder(folder.path(), lock_kind::shared).held);
+}
+
+TEST_F(folder_locking, is_of_the_folder_that_has_the_name) {
+  EXPECT_FALSE(folder_lock((folder / "none").c_str()));
+  EXPECT_EQ(errno, ENOENT);
+  fs::create_directory(folder / "a");
+  folder_lock lock((folder / "a").c_str());
+  fs::rename(folder / "a", folder / "b");
+  EXPECT_FALSE(lock.is_at((folder / "a").c_str()));
+  EXPECT_TRUE(lock.is_at((folder / "b").c_str()));
+}
+
+}  // namespace
+}  // namespace qrd
