@@ -8,18 +8,6 @@ namespace qrd::client {
 
 namespace {
 
-struct length_unit {
-  std::string_view symbol;
-  double centimetres;
-};
-
-constexpr length_unit length_units[] = {
-    {"micr", 0.0001}, {"mm", 0.1},       {"cm", 1},         {"dm", 10},
-    {"m", 100},       {"dam", 1000},     {"hm", 10000},     {"km", 100000},
-    {"in", 2.54},     {"ft", 30.48},     {"yd", 91.44},     {"mile", 160934.4},
-    {"nmil", 185200}, {"dakm", 1000000}, {"hkm", 10000000}, {"kkm", 100000000},
-};
-
 // What lies beyond is stored as missing, also where the format could carry it.
 constexpr double highest_stored = 1e30;
 
@@ -77,12 +65,6 @@ std::string single_text(double value, double factor) {
     return number_text(candidate);
   }
   return number_text(value);
-}
-
-std::optional<double> length_factor(std::string_view symbol) {
-  for (const length_unit& unit : length_units)
-    if (unit.symbol == symbol) return unit.centimetres;
-  return std::nullopt;
 }
 
 bool fits_bits(double value, std::int32_t bits) {

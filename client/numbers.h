@@ -1,4 +1,4 @@
-// Numbers as text, and the length units.
+// Numbers as text.
 #pragma once
 
 #include <cstdint>
@@ -21,9 +21,6 @@ std::string length_text(double value, double factor);
 // The shortest text whose number is stored in the same 32 bits, for a value that was read from such a
 // variable. `factor` is what the server multiplies values with before it stores them.
 std::string single_text(double value, double factor);
-
-// Centimetres per unit, for the symbol of a length unit.
-std::optional<double> length_factor(std::string_view symbol);
 
 // Whether a variable of so many bits can hold the value. Up to 16 bits it holds whole numbers from 0, and the
 // highest one means missing; from 32 bits on nothing beyond 1e30.

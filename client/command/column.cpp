@@ -107,9 +107,8 @@ std::string cell_text(const column& of, const column_values& values, std::size_t
   if (of.is_text()) return values.texts.values[i];
   if (values.is_missing(of, i)) return {};
   const double value = values.numbers.values[i];
-  const std::optional<double> factor = of.info.has_unit.value_or(false)
-                                           ? client::length_factor(of.info.unit_symbol.value_or(""))
-                                           : std::optional<double>(1);
+  const std::optional<double> factor =
+      of.info.has_unit.value_or(false) ? client::length_factor(of.unit()) : std::optional<double>(1);
   if (!factor) return client::number_text(value);
   if (of.info.bits == single_precision) return client::single_text(value, *factor);
   if (of.info.bits == double_precision && *factor != 1) return client::length_text(value, *factor);
@@ -135,16 +134,53 @@ void add_range_options(CLI::App& command, place_options& place) {
   command.add_flag("--compress", place.compress, "Leave out what the selection masks")->needs(selection);
 }
 
-void add_unit_options(CLI::App& command, place_options& place) {
-  auto* unit = command.add_option("--unit", place.unit, "Unit of all lengths, such as ft (default: m)")
-                   ->type_name("SYMBOL");
-  command.add_flag("--own-units", place.own_units, "Each length in its variable's own unit")->excludes(unit);
+CLI::Validator length_symbol() {
+  return {[](const std::string& text) -> std::string {
+            try {
+              client::check_length_symbol(text);
+              return {};
+            } catch (const client::error& problem) {
+              return problem.what();
+            }
+          },
+          ""};
+}
+
+void add_unit_options(CLI::App& command, std::string& unit) {
+  auto* symbol =
+      command.add_option("--unit", unit, "Unit of all lengths, such as ft (default: each variable's own)");
+  symbol->type_name("SYMBOL")->check(length_symbol());
+  auto* metres = command.add_flag_callback(
+      "--metres", [&unit] { unit = "m"; }, "All lengths in metres");
+  auto* own = command.add_flag_callback(
+      "--own-units", [] {}, "Each length in its variable's own unit (this is the default)");
+  symbol->excludes(metres)->excludes(own);
+  metres->excludes(own);
+}
+
+void use_units(client::connection& server, const std::string& unit) {
+  if (unit.empty())
+    server.set_unit_mode(client::unit_mode::own);
+  else
+    server.set_distance_unit(unit);
+}
+
+std::vector<std::string> coordinate_units(client::connection& server) {
+  const client::file_info info = server.file_info();
+  std::vector<std::string> units;
+  for (std::size_t i = 0; i < 3; ++i) {
+    // Lines of cores have no coordinates of their own but those of the ends.
+    const auto& name = info.coordinates[i] ? info.coordinates[i] : info.core_ends[i];
+    if (!name) continue;
+    server.set_variable(*name);
+    units.push_back(client::value_unit(server.variable_info()));
+  }
+  return units;
 }
 
 void open_place(client::connection& server, const place_options& place) {
   server.set_study(place.study);
-  if (place.own_units) server.set_unit_mode(client::unit_mode::own);
-  if (!place.unit.empty()) server.set_distance_unit(place.unit);
+  use_units(server, place.unit);
   server.set_directory(place.directory);
   server.set_file(place.file);
   if (!place.selection.empty()) server.set_selection(place.selection);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "client/command/session.h"
+#include "client/units.h"
 
 namespace qrd::command {
 
@@ -28,6 +29,8 @@ struct column {
   client::variable_info info;
 
   bool is_text() const { return info.type == client::variable_type::text; }
+  // Of the values as they are read; empty for none.
+  std::string unit() const { return client::value_unit(info); }
 };
 
 // Makes a variable the current one and asks for its description. `index` stands for the columns of macro
@@ -60,8 +63,7 @@ struct place_options {
   std::string selection;
   bool compress = false;
   std::string index;
-  std::string unit;
-  bool own_units = false;
+  std::string unit;  // of all lengths; empty: each in its variable's own
 
   client::selection_use use() const {
     return compress && !selection.empty() ? client::selection_use::compressed : client::selection_use::masked;
@@ -69,7 +71,14 @@ struct place_options {
 };
 void add_file_arguments(CLI::App& command, place_options& place);
 void add_range_options(CLI::App& command, place_options& place);
-void add_unit_options(CLI::App& command, place_options& place);
+
+// Of the value of an option: the symbol of a length unit.
+CLI::Validator length_symbol();
+// The unit of all lengths that a command tells or takes; empty for each in its own.
+void add_unit_options(CLI::App& command, std::string& unit);
+void use_units(client::connection& server, const std::string& unit);
+// What the coordinates of the current file are told in, axis by axis. Changes the current variable.
+std::vector<std::string> coordinate_units(client::connection& server);
 
 // Sets study, units, directory, file and selection.
 void open_place(client::connection& server, const place_options& place);

@@ -33,6 +33,7 @@ struct new_options {
   std::int32_t bits = 64;
   std::int32_t text_width = 0;
   std::string unit;
+  std::string unit_text;
   bool length = false;
   std::string style = "decimal";
   client::number_format format;
@@ -141,6 +142,11 @@ client::number_format wanted_format(const new_options& options) {
 // No unit text makes a length of a variable of 32 or 64 bits, in the unit that the session talks in.
 std::optional<std::string> wanted_unit(const new_options& options) {
   if (options.length) return std::nullopt;
+  if (!options.unit_text.empty()) {
+    client::check_unit_text(options.unit_text);
+    return options.unit_text;
+  }
+  client::check_unit(options.unit);
   return options.unit;
 }
 
@@ -219,7 +225,8 @@ void link(const common_options& common, const link_options& options) {
 
 void add_coordinate_unit(CLI::App& command, new_options& options) {
   command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
-      ->type_name("SYMBOL");
+      ->type_name("SYMBOL")
+      ->check(length_symbol());
 }
 
 void add_number_options(CLI::App& command, new_options& options) {
@@ -227,7 +234,10 @@ void add_number_options(CLI::App& command, new_options& options) {
   auto* unit =
       command.add_option("--unit", options.unit, "Unit; the symbol of a length unit makes a length of it")
           ->type_name("SYMBOL");
-  command.add_flag("--length", options.length, "A length in the default unit")->excludes(unit);
+  auto* text =
+      command.add_option("--unit-text", options.unit_text, "Unit that is mere text, such as \"feet\"");
+  text->type_name("TEXT")->excludes(unit);
+  command.add_flag("--length", options.length, "A length in metres")->excludes(unit)->excludes(text);
   command.add_option("--format", options.style, "How values are shown (default: decimal)")
       ->check(CLI::IsMember({"decimal", "integer", "exponent", "free", "shifted"}));
   command.add_option("--width", options.format.width, "Characters of a shown value (default: 10)")

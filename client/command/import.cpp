@@ -167,17 +167,24 @@ void add_import_options(CLI::App& command, import_options& options) {
   add_list("--bits", options.bits, "Bits of a number: 1, 2, 4, 8, 16, 32, 64 (default: 64)", "[COLUMN=]BITS");
   add_list("--unit", options.units, "Unit; the symbol of a length unit makes a length of it",
            "COLUMN=SYMBOL");
+  add_list("--unit-text", options.unit_texts, "Unit that is mere text, such as \"feet\"", "COLUMN=TEXT");
   add_list("--missing", options.missing.texts, "Cells that stand for a missing value, beside blank ones",
            "TEXT");
   command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
-      ->type_name("SYMBOL");
+      ->type_name("SYMBOL")
+      ->check(length_symbol());
 }
 
 std::vector<planned_variable> plan_variables(const client::csv_table& table, const import_options& options,
                                              const std::vector<std::string>& places) {
   const auto bits = settings(options.bits, table);
-  const auto units = settings(options.units, table);
-  if (units.contains("")) throw client::error("--unit takes COLUMN=SYMBOL");
+  auto units = settings(options.units, table);
+  for (const auto& [column, unit] : units) client::check_unit(unit);
+  for (const auto& [column, text] : settings(options.unit_texts, table)) {
+    client::check_unit_text(text);
+    if (!units.emplace(column, text).second) throw client::error("two units of column \"" + column + "\"");
+  }
+  if (units.contains("")) throw client::error("--unit takes COLUMN=SYMBOL, --unit-text COLUMN=TEXT");
   for (const auto& names : {options.texts, options.skipped})
     for (const std::string& name : names) table.index_of(name);
 

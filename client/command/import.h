@@ -22,9 +22,10 @@ struct import_options {
   std::string table;
   std::vector<std::string> columns;  // empty: all
   std::vector<std::string> skipped;
-  std::vector<std::string> texts;  // columns that are texts even if all their cells are numbers
-  std::vector<std::string> bits;   // "BITS" for all, "COLUMN=BITS" for one
-  std::vector<std::string> units;  // "COLUMN=SYMBOL"
+  std::vector<std::string> texts;       // columns that are texts even if all their cells are numbers
+  std::vector<std::string> bits;        // "BITS" for all, "COLUMN=BITS" for one
+  std::vector<std::string> units;       // "COLUMN=SYMBOL"
+  std::vector<std::string> unit_texts;  // "COLUMN=TEXT"
   std::string coordinate_unit = "m";
   missing_cells missing;
 };

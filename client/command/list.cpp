@@ -117,7 +117,11 @@ json variable_json(client::connection& server, const std::string& name) {
   result["implicit"] = info.implicit;
   if (info.type == client::variable_type::macro) result["indices"] = info.indices;
   result["unit"] = info.unit;
-  result["unit symbol"] = info.unit_symbol.value_or("");
+  const std::string symbol = client::value_unit(info);
+  result["unit symbol"] = symbol;
+  if (const std::string shown = info.unit_symbol.value_or("");
+      info.has_unit.value_or(false) && shown != symbol)
+    result["shown unit"] = shown;
   result["length"] = info.has_unit.value_or(false);
   return result;
 }
@@ -143,6 +147,7 @@ void list(const common_options& common, const list_options& options) {
     const bool in_directory = !options.directory.empty();
     const bool in_file = !options.file.empty();
     if (!options.study.empty()) server->set_study(options.study);
+    server->set_unit_mode(client::unit_mode::own);
     if (in_directory) server->set_directory(options.directory);
     if (in_file) server->set_file(options.file);
     const std::vector<std::string> names = in_file                  ? server->variables()
@@ -176,11 +181,13 @@ void list(const common_options& common, const list_options& options) {
 void inform(const common_options& common, const list_options& options) {
   with_session(common, [&](session& server) {
     server->set_study(options.study);
+    server->set_unit_mode(client::unit_mode::own);
     server->set_directory(options.directory);
     server->set_file(options.file);
     json result;
     if (options.variable.empty()) {
       result = file_json(*server, options.file);
+      result["units"] = coordinate_units(*server);
       result["variables"] = server->variables();
       result["comment"] = server->comment(client::comment_owner::file);
     } else {

@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
   add_import_commands(program, common);
   add_object_commands(program, common);
   add_resource_commands(program, common);
+  add_units_command(program, common);
 
   try {
     program.parse(argc, argv);

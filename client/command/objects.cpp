@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/output.h"
 #include "client/command/session.h"
@@ -101,11 +102,14 @@ void describe(const common_options& common, const object_options& options,
               json (*objects_json)(client::connection&, const object_options&)) {
   with_session(common, [&](session& server) {
     server->set_study(options.study);
-    if (!options.unit.empty()) server->set_distance_unit(options.unit);
+    use_units(*server, options.unit);
     server->set_directory(options.directory);
     server->set_file(options.file);
     if (!options.selection.empty()) server->set_selection(options.selection);
-    print_description(objects_json(*server, options), common.json);
+    const std::vector<std::string> units = coordinate_units(*server);
+    json told = {{"units", units}};
+    told.update(objects_json(*server, options));
+    print_description(told, common.json);
   });
 }
 
@@ -120,8 +124,7 @@ void add_object_commands(CLI::App& program, const common_options& common) {
         ->required()
         ->type_name("DIRECTORY");
     command->add_option("file", options->file, "Name of the file")->required()->type_name("FILE");
-    command->add_option("--unit", options->unit, "Length unit of coordinates (default: m)")
-        ->type_name("UNIT");
+    add_unit_options(*command, options->unit);
     command->add_flag("--points", options->vertices, "Tell every point");
     command->callback([options, &common, objects_json] { describe(common, *options, objects_json); });
     return std::pair(command, options);

@@ -24,5 +24,6 @@ void add_remove_command(CLI::App& program, const common_options& common);     //
 void add_import_commands(CLI::App& program, const common_options& common);    // import
 void add_object_commands(CLI::App& program, const common_options& common);    // polygons, wireframes, faults
 void add_resource_commands(CLI::App& program, const common_options& common);  // palettes, scales, vendor
+void add_units_command(CLI::App& program, const common_options& common);      // units
 
 }  // namespace qrd::command

@@ -92,6 +92,7 @@ json summarise(client::connection& server, const column& chosen,
         numbers.add(values[0].numbers);
     });
   json result = {{"variable", chosen.title}};
+  if (!chosen.is_text()) result["unit"] = chosen.unit().empty() ? json(nullptr) : json(chosen.unit());
   result.update(chosen.is_text() ? texts.told() : numbers.told());
   return result;
 }
@@ -100,7 +101,9 @@ void print_summary(const json& summary) {
   for (const auto& [key, value] : summary.items()) {
     if (key == "variable")
       std::printf("%s\n", value.get_ref<const std::string&>().c_str());
-    else
+    else if (value.is_string())
+      std::printf("  %-20s%s\n", key.c_str(), value.get_ref<const std::string&>().c_str());
+    else if (!value.is_null())
       std::printf(
           "  %-20s%s\n", key.c_str(),
           value.is_number_float() ? client::number_text(value.get<double>()).c_str() : value.dump().c_str());
@@ -136,7 +139,7 @@ void add_stat_command(CLI::App& program, const common_options& common) {
       ->type_name("VARIABLE");
   add_range_options(*command, options->place);
   command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
-  add_unit_options(*command, options->place);
+  add_unit_options(*command, options->place.unit);
   command->callback([options, &common] { tell(common, *options); });
 }
 

@@ -90,7 +90,7 @@ void add_write_command(CLI::App& program, const common_options& common) {
       ->allow_extra_args(false);
   add_range_options(*command, options->place);
   command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
-  add_unit_options(*command, options->place);
+  add_unit_options(*command, options->place.unit);
   command->callback([options, &common] { write(common, *options); });
 }
 

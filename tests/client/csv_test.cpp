@@ -135,8 +135,6 @@ TEST(Numbers, FitTheirBits) {
     EXPECT_TRUE(fits_bits(-1e30, bits));
     EXPECT_FALSE(fits_bits(1.1e30, bits));
   }
-  EXPECT_EQ(length_factor("ft"), 30.48);
-  EXPECT_EQ(length_factor("Ft"), std::nullopt);
 }
 
 }  // namespace
