@@ -120,11 +120,13 @@ int server_answer(const char* request) {
       status = row.handler(request);
     } catch (const std::bad_alloc&) {
       // Some small thing found no memory; what it was is lost, the process and its client are not.
-      _qrd_empty_write();
       status = refuse("Memory allocation failed");
     }
     if (trace_level >= 1) _qrd_trace_exit("%d", status);
-    if (status == -1) server_debug(1, "Error while processing [%s] request.", request);
+    if (status != -1) return status;
+    // The rest of an answer that came to nothing must not precede the next one.
+    _qrd_empty_write();
+    server_debug(1, "Error while processing [%s] request.", request);
     return status;
   }
   clean_packet();

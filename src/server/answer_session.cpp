@@ -59,10 +59,9 @@ std::int32_t port_of_new_child() {
     return 0;
   }
   listening.close();
-  // The read side serves the client as well: a broken call must leave nothing in the client's stream.
-  _qrd_empty_read();
   std::int32_t port = 0;
   if (_qrd_read_int(control.get(), &port) == 0) port = 0;
+  // The read side serves the client as well: a broken call must leave nothing in the client's stream.
   _qrd_empty_read();
   return port;
 }

@@ -26,6 +26,8 @@ void send_error(const char* format, va_list arguments) {
   std::string message = format_text(format, arguments);
   if (message.size() > longest_error_text) message.resize(longest_error_text);
   server_debug(0, "Sending %s to client.", "SERROR");
+  // In place of whatever the handler has begun.
+  _qrd_empty_write();
   write_name("SERROR");
   const char* text = message.c_str();
   _qrd_write_string(client_socket, &text, error_text_limit);

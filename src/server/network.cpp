@@ -25,12 +25,13 @@ namespace {
 constexpr char any_address[] = "0.0.0.0";
 constexpr char own_machine[] = "127.0.0.1";
 
+constexpr int accept_pause = 100;  // ms
+
 bool network_is_up = false;
 
-const char* listening_address(listen_for whom) {
-  const char* wanted = std::getenv("QRD_LISTEN_ADDRESS");
-  if (wanted == nullptr) return any_address;
-  return whom == listen_for::clients ? wanted : own_machine;
+// Null unless the operator has set it.
+const char* wanted_address(listen_for whom) {
+  return whom == listen_for::clients ? std::getenv("QRD_LISTEN_ADDRESS") : own_machine;
 }
 
 bool bind_to(int socket, const char* address_text, std::uint16_t port) {
@@ -75,13 +76,46 @@ int resolve(const char* host, in_addr* address) {
   return 0;
 }
 
+enum class accepting { again, later, broken };
+
+// What a failed accept says: errors of the one connection are passed on with it, and are gone.
+accepting after_error(int error) {
+  switch (error) {
+    case EINTR:
+    case ECONNABORTED:
+    case EPROTO:
+    case ENOPROTOOPT:
+    case ENETDOWN:
+    case ENETUNREACH:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+    case ENONET:
+    case EOPNOTSUPP:
+    case ETIMEDOUT:
+      return accepting::again;
+    // Short of something that others give back; or a firewall refuses this peer, or all.
+    case EMFILE:
+    case ENFILE:
+    case ENOBUFS:
+    case ENOMEM:
+    case EPERM:
+      return accepting::later;
+    default:
+      return accepting::broken;
+  }
+}
+
 int accept_connection(int listening, sockaddr_in* peer) {
-  for (;;) {
+  for (bool is_told = false;;) {
     socklen_t size = sizeof *peer;
     int accepted = accept4(listening, reinterpret_cast<sockaddr*>(peer), &size, SOCK_CLOEXEC);
-    // A peer that went away before it was accepted is no failure of the listening socket.
-    bool again = accepted < 0 && (errno == EINTR || errno == ECONNABORTED) && !end_requested();
-    if (!again) return accepted;
+    if (accepted >= 0 || end_requested()) return accepted;
+    const accepting next = after_error(errno);
+    if (next == accepting::broken) return accepted;
+    if (next == accepting::again) continue;
+    if (!is_told) _qrd_error_system("accept() failed and is tried again");
+    is_told = true;
+    poll(nullptr, 0, accept_pause);
   }
 }
 
@@ -108,13 +142,17 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
     return 1;
   }
   *socket = created;
-  const char* address = listening_address(whom);
+  const char* wanted = wanted_address(whom);
+  const char* address = wanted != nullptr ? wanted : any_address;
   if (trace_level >= 4) {
     _qrd_trace("Created Listening socket: %d", created);
     _qrd_trace("Binding socket to %s:%d", address, *port);
   }
   if (!bind_to(created, address, *port)) {
+    const bool is_wrong_address = errno == EADDRNOTAVAIL;
     _qrd_error_socket("Cannot bind socket");
+    if (is_wrong_address && wanted != nullptr && whom == listen_for::clients)
+      _qrd_error("QRD_LISTEN_ADDRESS is \"%s\", which is not an IPv4 address of this machine.", wanted);
     _qrd_close_socket(socket);
     _qrd_network_stop();
     return 2;
@@ -169,6 +207,9 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
   *socket = accepted;
   watch_socket(accepted);
   set_connection_options(accepted);
+  // What the last peer sent, or was to get, is none of this one's business.
+  _qrd_empty_read();
+  _qrd_empty_write();
   std::uint32_t address = ntohl(peer.sin_addr.s_addr);
   _qrd_debug("Get a client connection from %d.%d.%d.%d:%d.", address >> 24, address >> 16 & 255,
              address >> 8 & 255, address & 255, ntohs(peer.sin_port));

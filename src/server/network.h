@@ -14,7 +14,7 @@ void _qrd_network_stop();
 // Who shall reach a listening socket.
 enum class listen_for {
   clients,      // QRD_LISTEN_ADDRESS (an IPv4 address), or 0.0.0.0 when it is unset
-  own_children  // the same machine; 127.0.0.1 when QRD_LISTEN_ADDRESS keeps to one address
+  own_children  // 127.0.0.1
 };
 
 // Port 0 is replaced by the one that the system chooses. 0 ok, 1 no socket, 2 bind failed, 3 listen
@@ -23,6 +23,8 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket,
                      listen_for whom = listen_for::clients);
 
 // 0 ok, 1 nobody came within `seconds` (only if not blocking), -1 failure: the listening socket is closed.
+// An error of one connection is no failure, nor is a want of descriptors or memory, which is waited out.
+// The transfer buffer is empty for a new connection.
 int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocking, int seconds);
 
 // Closes a socket that is open, and stores no_socket.

@@ -24,6 +24,7 @@ const std::string help = usage +
 const std::map<std::string, std::string> no_listening = {{"QRD_LISTEN_ADDRESS", "nowhere"}};
 const std::string start_failed =
     "QRDserver ERROR: Cannot bind socket\nWinsock error: The address is not one of this machine\n"
+    "QRDserver ERROR: QRD_LISTEN_ADDRESS is \"nowhere\", which is not an IPv4 address of this machine.\n"
     "QRDserver ERROR: Cannot initialize server.\n";
 
 struct option_case {

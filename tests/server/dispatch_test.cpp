@@ -1,0 +1,20 @@
+// What holds for every handler.
+#include "support/open_study.h"
+
+namespace qrd::test {
+namespace {
+
+using Dispatch = open_study;
+
+// The count of a large grid doesn't fit into what an old client reads, and ends the answer in its middle.
+TEST_F(Dispatch, DropsAnAnswerThatCameToNothing) {
+  expect_done("CGFILENEW", bytes().text("large").i32(2).f64(0, 1).i32(60000).f64(0, 1).i32(60000));
+  expect_done("CFILESET", bytes().text("large"));
+  expect_answer("CARCH", bytes().i32(0), bytes().text("SARCH").i32(1));
+  expect_answer("CFILEINFO", {}, {});
+  EXPECT_EQ(client_.status(), -1);
+  expect_answer("CARCH", bytes().i32(1), bytes().text("SARCH").i32(1));
+}
+
+}  // namespace
+}  // namespace qrd::test
