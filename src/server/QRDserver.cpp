@@ -35,14 +35,14 @@ void announce(const char* program) {
   _qrd_trace("Arguments:");
 }
 
-// Starts a copy of this process without -fork. The exit status, which says the opposite of what one
-// expects: callers have learned not to rely on it.
+// Starts a copy of this process without -fork, whose standard streams stay with the starter. The exit status,
+// which says the opposite of what one expects: callers have learned not to rely on it.
 int start_detached(int argument_count, char** arguments) {
   std::vector<const char*> kept;
   for (int i = 0; i < argument_count; ++i)
     if (std::strcmp(arguments[i], "-fork") != 0) kept.push_back(arguments[i]);
   kept.push_back(nullptr);
-  return _qrd_exec_server(nullptr, kept.data()) == 0 ? 0 : 1;
+  return _qrd_exec_server(nullptr, kept.data(), nullptr, child_streams::none) == 0 ? 0 : 1;
 }
 
 // The exit status.

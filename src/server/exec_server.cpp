@@ -1,5 +1,6 @@
 #include "server/exec_server.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -24,20 +25,19 @@ std::string command_line(const char* path, const char* const* arguments) {
   return line;
 }
 
-// Where a bare name is found beside the running program; empty if it isn't there.
-std::string beside_this_program(const char* name) {
+// With the separator at its end; empty if the system can't tell.
+std::string folder_of_this_program() {
   char own_path[PATH_MAX];
   ssize_t length = readlink("/proc/self/exe", own_path, sizeof own_path);
   if (length <= 0) return "";
   std::string path(own_path, static_cast<std::size_t>(length));
   path.resize(path.rfind('/') + 1);
-  path += name;
-  return access(path.c_str(), X_OK) == 0 ? path : "";
+  return path;
 }
 
 class spawn_settings {
  public:
-  spawn_settings() {
+  explicit spawn_settings(child_streams streams) {
     sigset_t none, all;
     sigemptyset(&none);
     sigfillset(&all);
@@ -47,6 +47,9 @@ class spawn_settings {
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawn_file_actions_init(&file_actions);
+    if (streams == child_streams::none)
+      for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        posix_spawn_file_actions_addopen(&file_actions, stream, "/dev/null", O_RDWR, 0);
     // Also those that this process itself was started with.
     posix_spawn_file_actions_addclosefrom_np(&file_actions, STDERR_FILENO + 1);
   }
@@ -71,21 +74,22 @@ void child_watch::watch(int process) {
   descriptor_ = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
-std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch) {
+std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch,
+                              child_streams streams) {
   std::string line = command_line(path, arguments);
   if (trace_level >= 2) {
     _qrd_trace("_qrd_exec_server(%s)", line.c_str());
     _qrd_trace("Creating Process with command line: %s", line.c_str());
   }
   std::string program = path != nullptr ? path : arguments[0];
-  bool is_bare = program.find('/') == std::string::npos;
-  if (std::string found = is_bare ? beside_this_program(program.c_str()) : ""; !found.empty())
-    program = found;
+  const bool is_bare = program.find('/') == std::string::npos;
+  const std::string beside = is_bare ? folder_of_this_program() + program : "";
+  if (is_bare && access(beside.c_str(), X_OK) == 0) program = beside;
 
   // While the child is being started it may not vanish, so that its id stands for it. Otherwise the system
   // itself disposes of the children that end.
   std::signal(SIGCHLD, SIG_DFL);
-  spawn_settings settings;
+  spawn_settings settings(streams);
   pid_t process = -1;
   int error = posix_spawnp(&process, program.c_str(), &settings.file_actions, &settings.attributes,
                            const_cast<char* const*>(arguments), environ);
@@ -95,6 +99,8 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
   while (waitpid(-1, nullptr, WNOHANG) > 0) continue;
   if (error != 0) {
     _qrd_error("_qrd_exec_server: %s", std::strerror(error));
+    if (error == ENOENT && is_bare)
+      _qrd_error("There is no program %s, nor is one named %s in PATH.", beside.c_str(), program.c_str());
     return -1;
   }
   if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);

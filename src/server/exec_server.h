@@ -20,10 +20,17 @@ class child_watch {
   int descriptor_ = -1;
 };
 
+// Where the standard streams of a started process lead.
+enum class child_streams {
+  shared,  // where those of this process do
+  none     // to /dev/null, so that nobody waits for it who reads what this process prints
+};
+
 // Starts a program with a null-terminated list of arguments, in a session of its own and with no
 // descriptor but the three standard ones. `path` is the program, or null for the first argument; a bare
 // name is looked for beside the running program, then in PATH. Nobody has to wait for the process: it
 // leaves no zombie. The process id, or -1 after a report. `watch` may be null.
-std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch = nullptr);
+std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch = nullptr,
+                              child_streams streams = child_streams::shared);
 
 }  // namespace qrd

@@ -1,5 +1,6 @@
 // Servers that give each client a process of its own, and those that detach themselves.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -162,8 +163,11 @@ TEST(MultiSession, AChildThatDoesNotCallIsASilentFailure) {
     EXPECT_EQ(client.exchange(arch, 16), arch_answer) << "the client is still served";
     EXPECT_TRUE(children_of(server.pid()).empty());
     EXPECT_EQ(open_files_of(server.pid()).size(), 2U);
-    EXPECT_EQ(server.errors(),
-              *script == '\0' ? "QRDserver ERROR: _qrd_exec_server: No such file or directory\n" : "");
+    EXPECT_EQ(server.errors(), *script == '\0'
+                                   ? "QRDserver ERROR: _qrd_exec_server: No such file or directory\n"
+                                     "QRDserver ERROR: There is no program " +
+                                         (directory / "QRDserver") + ", nor is one named QRDserver in PATH.\n"
+                                   : "");
   }
 }
 
@@ -183,10 +187,15 @@ TEST(MultiSession, ABrokenCallLeavesTheStreamInOrder) {
 TEST(MultiSession, EndsWhileItWaitsForAChild) {
   temporary_directory directory;
   server_process server(
-      {.arguments = {"-multi"}, .program = parent_beside(directory, "#!/bin/sh\nexec sleep 100\n")});
+      {.arguments = {"-multi"},
+       .environment = {{"QRD_SERVER_TRACE", "4"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}},
+       .program = parent_beside(directory, "#!/bin/sh\nexec sleep 100\n")});
   raw_connection client = server.connect();
   client.send(new_session);
   ASSERT_TRUE(becomes_true([&] { return !children_of(server.pid()).empty(); }));
+  const std::string trace = read_file(directory / "trace");
+  EXPECT_NE(trace.find("Binding socket to 127.0.0.1:0", trace.find("CNEWSESS")), std::string::npos)
+      << "only this machine's children may call";
   std::vector<pid_t> children = children_of(server.pid());
   auto start = clock::now();
   EXPECT_EQ(server.stop(), 1);
@@ -225,16 +234,55 @@ TEST(Listening, ASecondServerOnAPortFails) {
 
 TEST(Fork, LeavesADetachedCopy) {
   listening_port control;
-  server_run run =
-      run_server({.arguments = {"-fork", "-control", std::to_string(control.port()), "-debug", "-fork"}});
-  EXPECT_EQ(run.status, 1) << "also when it worked";
-  EXPECT_EQ(run.errors, "");
+  server_process starter(
+      {.arguments = {"-fork", "-control", std::to_string(control.port()), "-debug", "-fork"},
+       .controlled = false});
+  EXPECT_EQ(starter.wait(), 1) << "also when it worked";
   std::optional<raw_connection> call = control.accept(10s);
   ASSERT_TRUE(call.has_value());
   raw_connection client =
       raw_connection::to_port(port_of_answer(bytes().text("SNEWPORT").str() + call->receive(4)));
   EXPECT_EQ(client.exchange(arch, 16), arch_answer);
   EXPECT_EQ(client.exchange(goodbye, 12), goodbye_answer);
+  EXPECT_EQ(starter.errors(), "");
+  EXPECT_EQ(starter.output().find("Received"), std::string::npos) << "the copy prints nowhere";
+}
+
+// What the last client left in the buffer, and a want of descriptors, do no harm to the next one.
+TEST(MultiSession, ANewClientBeginsAnew) {
+  server_process server({.arguments = {"-multi"}});
+  raw_connection first = server.connect();
+  // Its last request takes the beginning of another one off the socket.
+  EXPECT_EQ(first.exchange(goodbye + bytes().i32(5).str(), 12), goodbye_answer);
+  EXPECT_EQ(first.receive_rest(), "");
+  raw_connection second = server.connect();
+  EXPECT_EQ(second.exchange(arch, 16), arch_answer);
+}
+
+TEST(MultiSession, WaitsForADescriptor) {
+  server_process server({.arguments = {"-multi"}});
+  raw_connection first = server.connect();
+  EXPECT_EQ(first.exchange(arch, 16), arch_answer);
+  rlimit before{};
+  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, nullptr, &before), 0);
+  const rlimit none = {4, before.rlim_max};  // the standard streams and the listening socket
+  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+  EXPECT_EQ(first.exchange(goodbye, 12), goodbye_answer);
+  raw_connection second = server.connect();
+  second.send(arch);
+  EXPECT_TRUE(second.is_silent(300ms));
+  ASSERT_TRUE(server.is_running());
+  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
+  EXPECT_EQ(second.receive(16), arch_answer);
+  EXPECT_EQ(server.errors(), "QRDserver ERROR: accept() failed and is tried again: Too many open files\n");
+  // Asked to end while it waits for one.
+  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+  EXPECT_EQ(second.exchange(goodbye, 12), goodbye_answer);
+  raw_connection third = server.connect();
+  EXPECT_TRUE(third.is_silent(200ms));
+  auto start = clock::now();
+  EXPECT_EQ(server.stop(), 1);
+  EXPECT_LT(clock::now() - start, 2s);
 }
 
 }  // namespace
