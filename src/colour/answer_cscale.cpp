@@ -44,6 +44,7 @@ struct scale_description {
 
 template <typename Item, typename Read>
 bool read_array(std::vector<Item>& items, std::int64_t count, Read read) {
+  array_in_parts whole(count);
   for (std::int64_t held = 0; held < count; held += array_step) {
     const std::int64_t step = std::min(array_step, count - held);
     items.resize(static_cast<std::size_t>(held + step));

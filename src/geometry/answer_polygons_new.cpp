@@ -59,6 +59,7 @@ arrival read_entry(contour_entry& entry) {
   std::int32_t count = 0;
   if (!read_arguments(entry.contour_name, entry.polygon_name, z_min, z_max, count)) return arrival::broken;
   if (count < 0) return arrival::refused;
+  array_in_parts whole(2 * std::int64_t{count});
   for (std::int64_t held = 0; held < count; held += ring_step) {
     const std::int64_t step = std::min(ring_step, count - held);
     entry.vertices.resize(static_cast<std::size_t>(held + step));

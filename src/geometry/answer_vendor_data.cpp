@@ -62,6 +62,7 @@ arrival read_array(std::vector<Item>& items, Read read) {
   std::int32_t count = 0;
   if (!read_arguments(count)) return arrival::broken;
   if (count < 0) return arrival::no_memory;
+  array_in_parts whole(count);
   for (std::int64_t held = 0; held < count; held += array_step) {
     const std::int64_t step = std::min(array_step, count - held);
     items.resize(static_cast<std::size_t>(held + step));

@@ -35,6 +35,7 @@ const char* read_triples(number_block<Number>& numbers, std::int64_t count, Read
   if (count < 0) return memory_text;
   try {
     numbers.reserve(static_cast<std::size_t>(3 * std::min(count, most_room)));
+    array_in_parts whole(3 * count);
     for (std::int64_t held = 0; held < count; held += array_step) {
       const std::int64_t step = std::min(array_step, count - held);
       numbers.resize(static_cast<std::size_t>(3 * (held + step)));

@@ -188,16 +188,43 @@ int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
   return 1;
 }
 
+// An array whose values are being moved.
+struct moved_array {
+  std::int64_t count;
+  std::int64_t shown = 0;
+  bool hides = false;
+
+  // Of its next `size` values, those that a trace shows.
+  std::int64_t show(std::int64_t size) {
+    const std::int64_t next = std::min(size, traced_values - shown);
+    shown += next;
+    return next;
+  }
+  void hide_others() {
+    if (!hides && trace_level >= 3)
+      _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - traced_values));
+    hides = true;
+  }
+};
+// What an array_in_parts has announced; its count is -1 while there is none.
+moved_array array_of_parts = {-1};
+
+moved_array& array_of(moved_array& alone) {
+  return array_of_parts.count >= 0 ? array_of_parts : alone;
+}
+
 // Shows the first values one by one and moves the others in bulk.
 template <typename Value, typename Element>
 int transfer_numbers(socket_handle socket, Value* values, std::int64_t count, Element element,
                      int (*bulk)(socket_handle, Value*, std::int64_t, Element)) {
   if (!values_are_traced()) return bulk(socket, values, count, element);
-  std::int64_t shown = std::min(count, traced_values);
+  moved_array alone = {count};
+  moved_array& whole = array_of(alone);
+  std::int64_t shown = whole.show(count);
   for (std::int64_t i = 0; i < shown; ++i)
     if (element(socket, values + i) == 0) return 0;
   if (shown == count) return 1;
-  _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - shown));
+  whole.hide_others();
   quiet_scope quiet;
   return bulk(socket, values + shown, count - shown, element);
 }
@@ -385,13 +412,22 @@ int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t coun
   return 1;
 }
 
+array_in_parts::array_in_parts(std::int64_t count) {
+  array_of_parts = {count};
+}
+array_in_parts::~array_in_parts() {
+  array_of_parts = {-1};
+}
+
 int _qrd_transfer_array(std::int64_t count, int (*element)(void* context, std::int64_t i), void* context) {
   int before = quiet_values;
   int result = 1;
+  moved_array alone = {count};
+  moved_array& whole = array_of(alone);
+  const std::int64_t shown = values_are_traced() ? whole.show(count) : count;
   for (std::int64_t i = 0; i < count && result != 0; ++i) {
-    if (i == traced_values) {
-      if (trace_level >= 3)
-        _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - i));
+    if (i == shown) {
+      whole.hide_others();
       quiet_values = 1;
     }
     result = element(context, i);

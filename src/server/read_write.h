@@ -38,6 +38,15 @@ int _qrd_write_string(socket_handle socket, const char* const* text, std::uint32
 int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t count);
 
 // Arrays have no count of their own. A trace shows the first ten values.
+// While this lives, the array operations move the parts of one array of `count` values, which a trace shows
+// as one. REQUIRES: nothing else is moved meanwhile, and only one lives.
+class array_in_parts {
+ public:
+  explicit array_in_parts(std::int64_t count);
+  array_in_parts(const array_in_parts&) = delete;
+  array_in_parts& operator=(const array_in_parts&) = delete;
+  ~array_in_parts();
+};
 // Calls the element operation for 0 to count - 1, and stops when one fails.
 int _qrd_transfer_array(std::int64_t count, int (*element)(void* context, std::int64_t i), void* context);
 int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t count);

@@ -387,6 +387,30 @@ TEST(Arrays, ATraceShowsTenValues) {
       "Write Str(h)\nWrite Str(i)\nWrite Str(j)\n... + some other 1 values\n");
 }
 
+// In whatever blocks the code moves it.
+TEST(Arrays, ATraceShowsTenValuesOfAllParts) {
+  wire line;
+  const std::vector<double> values = {0.5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+  const std::string ten =
+      "Write Dbl(0.5)\nWrite Dbl(1)\nWrite Dbl(2)\nWrite Dbl(3)\nWrite Dbl(0.5)\nWrite Dbl(1)\n"
+      "Write Dbl(2)\nWrite Dbl(3)\nWrite Dbl(0.5)\nWrite Dbl(1)\n";
+  captured_trace trace(3);
+  {
+    array_in_parts whole(28);
+    for (int part = 0; part < 7; ++part) _qrd_write_double_array(line.near(), values.data(), 4);
+  }
+  EXPECT_EQ(trace.text(), ten + "... + some other 18 values\n");
+  _qrd_write_double_array(line.near(), values.data(), 1);
+  EXPECT_EQ(trace.text(), ten + "... + some other 18 values\nWrite Dbl(0.5)\n");
+  {
+    array_in_parts whole(11);
+    const char* names[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"};
+    _qrd_write_string_array(line.near(), names, 10);
+    _qrd_write_string_array(line.near(), names + 10, 1);
+  }
+  EXPECT_TRUE(trace.text().ends_with("Write Str(j)\n... + some other 1 values\n")) << trace.text();
+}
+
 TEST(ValueTrace, HasALineForEachValue) {
   wire line;
   const std::int32_t number = -3, truth = 8;

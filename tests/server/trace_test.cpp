@@ -3,10 +3,16 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
+#include <functional>
 
 #include "server/socket_errors.h"
 #include "server/wire.h"
+#include "support/bytes.h"
+#include "support/temporary_directory.h"
 
 namespace qrd::test {
 namespace {
@@ -41,6 +47,40 @@ TEST(Trace, AnExitTooManyIsTold) {
   _qrd_trace_exit("%d", 3);
   EXPECT_EQ(trace.text(), "Error in debug print (wrong indent) !!!!!!\nFunction returned 3\n");
   EXPECT_EQ(trace_indent, 0);
+}
+
+// Exits with 7 if the trace went where `prepare` has put something in its way.
+[[noreturn]] void trace_over(const std::function<void(const std::string& path)>& prepare) {
+  temporary_directory directory;
+  const std::string path = directory / ("QRDserver_trace_" + std::to_string(getpid()) + ".txt");
+  setenv("TMPDIR", directory.path().c_str(), 1);
+  setenv("QRD_SERVER_TRACE", "1", 1);
+  unsetenv("QRD_SERVER_TRACE_FILE");
+  prepare(path);
+  _qrd_trace_init();
+  const bool is_traced = trace_level != 0 || read_file(path).find("Tracing") != std::string::npos;
+  if (trace_file != nullptr) std::fclose(trace_file);
+  std::filesystem::remove_all(directory.path());
+  std::_Exit(is_traced ? 7 : 0);
+}
+
+// Its folder belongs to everybody, and its name can be guessed.
+TEST(TraceDeathTest, TheDefaultFileIsAnOwnOne) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(trace_over([](const std::string&) {}), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(trace_over([](const std::string& path) { write_file(path, "before"); }),
+              testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(trace_over([](const std::string& path) {
+                write_file(path + "x", "");
+                std::filesystem::create_symlink(path + "x", path);
+              }),
+              testing::ExitedWithCode(0), "");
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
+  EXPECT_EXIT(trace_over([](const std::string& path) {
+                write_file(path, "");
+                if (chown(path.c_str(), 65534, 65534) != 0) std::_Exit(1);
+              }),
+              testing::ExitedWithCode(0), "");
 }
 
 TEST(Errors, GoToTheSinkAndTheTrace) {
