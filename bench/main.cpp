@@ -28,9 +28,10 @@ int main(int count, char** arguments) {
   program
       .add_option("section", wanted,
                   "reads, writes, memory, trips, lists, creation, appends, polygons, "
-                  "wireframes, variables")
+                  "wireframes, variables, durability")
       ->check(CLI::IsMember(std::set<std::string>{"reads", "writes", "memory", "trips", "lists", "creation",
-                                                  "appends", "polygons", "wireframes", "variables"}));
+                                                  "appends", "polygons", "wireframes", "variables",
+                                                  "durability"}));
   CLI11_PARSE(program, count, arguments);
 
   const std::set<std::string> sections(wanted.begin(), wanted.end());
@@ -49,6 +50,7 @@ int main(int count, char** arguments) {
     if (runs("polygons")) measure_polygons(files, rounds);
     if (runs("wireframes")) measure_wireframes(files, rounds);
     if (runs("variables")) measure_many_variables(files, variables);
+    if (runs("durability")) measure_durability(files);
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "qrd_bench: %s\n", problem.what());
     return 1;

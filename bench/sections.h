@@ -19,6 +19,8 @@ void measure_creation(const study_files& files, std::int64_t points, int rounds)
 void measure_appends(const study_files& files);
 void measure_polygons(const study_files& files, int rounds);
 void measure_wireframes(const study_files& files, int rounds);
+// The same small changes with each setting of QRD_SYNC.
+void measure_durability(const study_files& files);
 void measure_many_variables(const study_files& files, int variables);
 
 }  // namespace qrd::bench

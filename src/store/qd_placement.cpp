@@ -55,6 +55,7 @@ constexpr std::chrono::milliseconds removal_patience = std::chrono::seconds(1);
 }  // namespace
 
 prepared_object::prepared_object(const char* parent) : parent_(parent) {
+  pause_.emplace();
   directory_listing listing(parent);
   if (listing)
     while (const char* name = listing.next()) siblings_.emplace_back(name);
@@ -84,6 +85,7 @@ prepared_object::~prepared_object() {
 
 placement prepared_object::place(const numbering& level) {
   if (!qu_sync_tree(path_)) return placement::failed;
+  pause_.reset();
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
     if (!leaves_room(target)) {

@@ -52,7 +52,7 @@ class prepared_object {
   std::optional<folder_lock> lock_;
   path_text path_ = "";
   std::vector<std::string> siblings_;
-  sync_pause pause_;
+  std::optional<sync_pause> pause_;
 };
 
 // A folder on its way out: taken from its place by a rename, and put back at the end unless it has been

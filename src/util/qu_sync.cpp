@@ -51,8 +51,7 @@ durability qu_durability() {
 }
 
 bool qu_sync_file(int file) {
-  const durability wanted = qu_durability();
-  return wanted == durability::none || (wanted == durability::small && pauses > 0) || sync_small(file);
+  return pauses > 0 || qu_durability() == durability::none || sync_small(file);
 }
 
 bool qu_sync_whole_file(int file) {
@@ -60,21 +59,22 @@ bool qu_sync_whole_file(int file) {
 }
 
 bool qu_sync_folder(const std::string& path) {
-  if (qu_durability() != durability::all) return true;
-  return sync_path(path.empty() ? "." : path, true);
+  return pauses > 0 || qu_durability() != durability::all || sync_path(path.empty() ? "." : path, true);
 }
 
 bool qu_sync_tree(const std::string& path) {
-  if (qu_durability() == durability::none) return true;
+  const durability wanted = qu_durability();
+  if (wanted == durability::none) return true;
+  const bool with_folders = wanted == durability::all;
   std::error_code error;
   for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end;
        entry.increment(error)) {
     const bool is_folder = entry->is_directory(error) && !entry->is_symlink(error);
     if (error) break;
-    if (is_folder ? !qu_sync_folder(entry->path()) : !sync_path(entry->path(), false)) return false;
+    if ((!is_folder || with_folders) && !sync_path(entry->path(), is_folder)) return false;
   }
   if (error) errno = error.value();
-  return !error && qu_sync_folder(path);
+  return !error && (!with_folders || sync_path(path, true));
 }
 
 sync_pause::sync_pause() {
