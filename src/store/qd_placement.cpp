@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
+#include <new>
 #include <string_view>
 #include <system_error>
 
@@ -55,7 +57,6 @@ constexpr std::chrono::milliseconds removal_patience = std::chrono::seconds(1);
 }  // namespace
 
 prepared_object::prepared_object(const char* parent) : parent_(parent) {
-  pause_.emplace();
   directory_listing listing(parent);
   if (listing)
     while (const char* name = listing.next()) siblings_.emplace_back(name);
@@ -85,7 +86,6 @@ prepared_object::~prepared_object() {
 
 placement prepared_object::place(const numbering& level) {
   if (!qu_sync_tree(path_)) return placement::failed;
-  pause_.reset();
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
     if (!leaves_room(target)) {
@@ -111,14 +111,16 @@ removed_folder::removed_folder(const char* path) : place_(path) {
     return;
   }
   const std::string parent = place_.substr(0, place_.find_last_of('/') + 1);
-  const std::string name = qu_with_working_name(
-      qu_working_folder_name, being_deleted,
-      [&](const std::string& candidate) { return qu_take_name(place_, parent + candidate); });
+  const std::string name =
+      qu_with_working_name(qu_working_folder_name, being_deleted, [&](const std::string& candidate) {
+        // Known before the rename: behind it nothing may fail.
+        target_ = parent + candidate;
+        return qu_take_name(place_, target_);
+      });
   if (name.empty()) {
     state_ = errno == ENOENT ? state::gone : state::refused;
     return;
   }
-  target_ = parent + name;
   state_ = state::taken;
 }
 
@@ -151,6 +153,16 @@ bool removed_folder::remove() {
 
 void removed_folder::put_back() {
   state_ = state::put_back;
+  if (qu_take_name(target_, place_) == 0) return;
+  try {
+    put_elsewhere();
+  } catch (const std::bad_alloc&) {
+    qu_message("Unable to put back \"%s\", which is now \"%s\": %s", place_.c_str(), target_.c_str(),
+               std::strerror(ENOMEM));
+  }
+}
+
+void removed_folder::put_elsewhere() {
   const std::size_t digits = place_.find_last_not_of("0123456789") + 1;
   std::int64_t number = 0;
   std::from_chars(place_.data() + digits, place_.data() + place_.size(), number);

@@ -52,7 +52,7 @@ class prepared_object {
   std::optional<folder_lock> lock_;
   path_text path_ = "";
   std::vector<std::string> siblings_;
-  std::optional<sync_pause> pause_;
+  sync_pause pause_;
 };
 
 // A folder on its way out: taken from its place by a rename, and put back at the end unless it has been
@@ -83,6 +83,8 @@ class removed_folder {
   void put_back();
 
  private:
+  void put_elsewhere();
+
   std::string place_;
   std::string target_;
   std::optional<folder_lock> lock_;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <optional>
 
 #include "util/qu_file.h"
@@ -197,6 +198,30 @@ class tree_deletion {
   int waits_ = 0;
 };
 
+std::string without_end_separators(const char* directory) {
+  std::string path(directory);
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  return path;
+}
+
+bool remove_whole(tree_deletion& deletion, const char* directory) {
+  const std::string path = without_end_separators(directory);
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  struct stat status, parent_status;
+  return lstat(path.c_str(), &status) == 0 && (S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode)) &&
+         stat(parent.empty() ? "." : parent.c_str(), &parent_status) == 0 &&
+         can_delete_entry(AT_FDCWD, parent_status, path, path) && deletion.remove(AT_FDCWD, path, path);
+}
+
+bool remove_content(tree_deletion& deletion, const char* directory) {
+  const std::string path = without_end_separators(directory);
+  const int opened = open(path.c_str(), directory_flags);
+  if (opened < 0) return false;
+  if (can_empty(opened, path)) return deletion.empty(opened, path);
+  close(opened);
+  return false;
+}
+
 // Makes room for the target of a copy.
 void remove_target(const char* target) {
   struct stat status;
@@ -278,26 +303,13 @@ int qu_file_mkdir(const char* path, bool with_parents) {
 }
 
 tree_removal qu_tree_remove(const char* directory, bool remove_itself) {
-  std::string path(directory);
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
   tree_deletion deletion;
   bool done = false;
-  if (remove_itself) {
-    struct stat status, parent_status;
-    if (lstat(path.c_str(), &status) != 0 || !(S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode)) ||
-        stat(std::filesystem::path(path).parent_path().empty()
-                 ? "."
-                 : std::filesystem::path(path).parent_path().c_str(),
-             &parent_status) != 0)
-      return tree_removal::untouched;
-    done = can_delete_entry(AT_FDCWD, parent_status, path, path) && deletion.remove(AT_FDCWD, path, path);
-  } else {
-    const int opened = open(path.c_str(), directory_flags);
-    if (opened < 0) return tree_removal::untouched;
-    if (can_empty(opened, path))
-      done = deletion.empty(opened, path);
-    else
-      close(opened);
+  try {
+    done = remove_itself ? remove_whole(deletion, directory) : remove_content(deletion, directory);
+  } catch (const std::bad_alloc&) {
+    // What has been deleted stays deleted: the caller must know.
+    errno = ENOMEM;
   }
   return done ? tree_removal::done : deletion.begun() ? tree_removal::begun : tree_removal::untouched;
 }

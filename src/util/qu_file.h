@@ -125,7 +125,7 @@ class directory_listing {
     if (directory_ != nullptr) qu_dir_close(directory_);
   }
   explicit operator bool() const { return directory_ != nullptr; }
-  const char* next() { return qu_dir_read(directory_); }
+  const char* next() const { return qu_dir_read(directory_); }
 
  private:
   qu_dir* directory_;

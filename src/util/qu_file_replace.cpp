@@ -162,29 +162,39 @@ replaced_file::~replaced_file() {
   errno = reason;
 }
 
-bool replaced_file::finish_writing() {
-  return stream_ && std::fflush(stream_.get()) == 0 && std::ferror(stream_.get()) == 0 &&
-         qu_sync_file(fileno(stream_.get()));
+// The close may be the first to tell of a failed write, so it comes before the rename. The second handle
+// keeps the lock until then.
+int replaced_file::finish_writing() {
+  if (!stream_ || std::fflush(stream_.get()) != 0 || std::ferror(stream_.get()) != 0 ||
+      !qu_sync_file(fileno(stream_.get())))
+    return -1;
+  const int fresh = fcntl(fileno(stream_.get()), F_DUPFD_CLOEXEC, 0);
+  if (fresh < 0 || stream_.close()) return fresh;
+  const int reason = errno;
+  close(fresh);
+  errno = reason;
+  return -1;
 }
 
 bool replaced_file::commit() {
-  if (!finish_writing()) return false;
-  if (in_place_) return write_in_place();
+  const open_file fresh(finish_writing());
+  if (fresh.handle < 0) return false;
+  if (in_place_) return write_in_place(fresh.handle);
   if (std::rename(fresh_path_.c_str(), path_.c_str()) != 0)
-    return folder_forbids(errno) && access(path_.c_str(), W_OK) == 0 && write_in_place();
+    return folder_forbids(errno) && access(path_.c_str(), W_OK) == 0 && write_in_place(fresh.handle);
   fresh_path_.clear();
-  return stream_.close() && qu_sync_folder(folder_);
+  return qu_sync_folder(folder_);
 }
 
 bool replaced_file::commit_new() {
-  if (!finish_writing() || in_place_) return false;
+  const open_file fresh(finish_writing());
+  if (fresh.handle < 0 || in_place_) return false;
   if (qu_take_name(fresh_path_, path_) != 0) return false;
   fresh_path_.clear();
-  return stream_.close() && qu_sync_folder(folder_);
+  return qu_sync_folder(folder_);
 }
 
-bool replaced_file::write_in_place() {
-  const int fresh = fileno(stream_.get());
+bool replaced_file::write_in_place(int fresh) {
   open_file target(open(path_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat status;
   if (target.handle < 0 || fstat(fresh, &status) != 0 || !reserve(target.handle, status.st_size))
@@ -201,7 +211,7 @@ bool replaced_file::write_in_place() {
     }
   }
   std::remove(kept_path.c_str());
-  return stream_.close() && done;
+  return done;
 }
 
 }  // namespace qrd

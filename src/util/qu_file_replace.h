@@ -30,8 +30,9 @@ class replaced_file {
 
  private:
   bool open_beside(file_mode mode);
-  bool finish_writing();
-  bool write_in_place();
+  // A second handle of the new file, whose stream is closed; -1 if something was not written.
+  int finish_writing();
+  bool write_in_place(int fresh);
 
   std::string path_;
   std::string folder_;

@@ -6,15 +6,14 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
+#include <cstring>
 #include <string_view>
-#include <system_error>
+
+#include "util/qu_file.h"
 
 namespace qrd {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 int pauses = 0;
 
@@ -31,7 +30,7 @@ bool sync_small(int file) {
 }
 
 // Opens what lies at the path just to wait for it.
-bool sync_path(const fs::path& path, bool is_folder) {
+bool sync_path(const std::string& path, bool is_folder) {
   const int handle = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   if (handle < 0) return false;
   const bool done = is_folder ? fsync(handle) == 0 || no_such_thing(errno) : sync_small(handle);
@@ -51,7 +50,8 @@ durability qu_durability() {
 }
 
 bool qu_sync_file(int file) {
-  return pauses > 0 || qu_durability() == durability::none || sync_small(file);
+  const durability wanted = qu_durability();
+  return wanted == durability::none || (wanted == durability::small && pauses > 0) || sync_small(file);
 }
 
 bool qu_sync_whole_file(int file) {
@@ -59,22 +59,22 @@ bool qu_sync_whole_file(int file) {
 }
 
 bool qu_sync_folder(const std::string& path) {
-  return pauses > 0 || qu_durability() != durability::all || sync_path(path.empty() ? "." : path, true);
+  if (qu_durability() != durability::all) return true;
+  return sync_path(path.empty() ? "." : path, true);
 }
 
 bool qu_sync_tree(const std::string& path) {
-  const durability wanted = qu_durability();
-  if (wanted == durability::none) return true;
-  const bool with_folders = wanted == durability::all;
-  std::error_code error;
-  for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const bool is_folder = entry->is_directory(error) && !entry->is_symlink(error);
-    if (error) break;
-    if ((!is_folder || with_folders) && !sync_path(entry->path(), is_folder)) return false;
+  if (qu_durability() == durability::none) return true;
+  const directory_listing listing(path.c_str());
+  if (!listing) return false;
+  while (const char* name = listing.next()) {
+    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+    const std::string entry = path + path_separator + name;
+    struct stat status;
+    if (lstat(entry.c_str(), &status) != 0) return false;
+    if (S_ISDIR(status.st_mode) ? !qu_sync_tree(entry) : !sync_path(entry, false)) return false;
   }
-  if (error) errno = error.value();
-  return !error && (!with_folders || sync_path(path, true));
+  return qu_sync_folder(path);
 }
 
 sync_pause::sync_pause() {
