@@ -13,16 +13,21 @@ namespace {
 
 constexpr std::size_t written_at_once = 64 * 1024;
 
+std::string line_text(const std::string& source, std::size_t line) {
+  return source + (source.empty() ? "line " : ", line ") + std::to_string(line);
+}
+
 // Walks a text row by row. A quoted cell is put together in place: it never grows.
 class scanner {
  public:
-  scanner(char* begin, char* end, char separator) : position_(begin), end_(end), separator_(separator) {
+  scanner(char* begin, char* end, char separator, const std::string& source)
+      : position_(begin), end_(end), separator_(separator), source_(source) {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
     if (std::string_view(begin, end).starts_with(byte_order_mark)) position_ += byte_order_mark.size();
   }
 
   bool at_end() const { return position_ == end_; }
-  std::int64_t line() const { return row_line_; }
+  std::size_t line() const { return row_line_; }
 
   void read_row(std::vector<std::string_view>& cells) {
     cells.clear();
@@ -57,7 +62,7 @@ class scanner {
     char* target = ++position_;
     const char* begin = target;
     for (;;) {
-      if (at_end()) throw error("line " + std::to_string(row_line_) + ": a quoted cell has no end");
+      if (at_end()) throw error(line_text(source_, row_line_) + ": a quoted cell has no end");
       if (*position_ == '"') {
         ++position_;
         if (at_end() || *position_ != '"') break;
@@ -66,24 +71,28 @@ class scanner {
       }
       *target++ = *position_++;
     }
-    if (!at_cell_end()) throw error("line " + std::to_string(line_) + ": text behind a quoted cell");
+    if (!at_cell_end()) throw error(line_text(source_, line_) + ": text behind a quoted cell");
     return {begin, target};
   }
 
   char* position_;
   char* end_;
   char separator_;
-  std::int64_t line_ = 1;
-  std::int64_t row_line_ = 1;
+  const std::string& source_;
+  std::size_t line_ = 1;
+  std::size_t row_line_ = 1;
 };
 
 }  // namespace
 
-csv_table::csv_table(std::string text, char separator) : text_(text.begin(), text.end()) {
+csv_table::csv_table(std::string text, char separator, std::string source)
+    : text_(text.begin(), text.end()), source_(std::move(source)) {
   text = {};
-  scanner scan(text_.data(), text_.data() + text_.size(), separator);
+  scanner scan(text_.data(), text_.data() + text_.size(), separator, source_);
   std::vector<std::string_view> cells;
-  if (scan.at_end()) throw error("the table is empty: it needs a first line with the names of the columns");
+  if (scan.at_end())
+    throw error(source_ + (source_.empty() ? "" : ": ") +
+                "the table is empty: it needs a first line with the names of the columns");
   scan.read_row(cells);
   names_.assign(cells.begin(), cells.end());
   columns_.resize(names_.size());
@@ -93,11 +102,20 @@ csv_table::csv_table(std::string text, char separator) : text_(text.begin(), tex
     const bool blank = cells.size() == 1 && cells[0].empty();
     if (blank && names_.size() > 1) continue;
     if (cells.size() != names_.size())
-      throw error("line " + std::to_string(scan.line()) + " has " + std::to_string(cells.size()) +
+      throw error(line_text(source_, scan.line()) + " has " + std::to_string(cells.size()) +
                   " cells where the first line names " + std::to_string(names_.size()));
     for (std::size_t i = 0; i < cells.size(); ++i) columns_[i].push_back(cells[i]);
+    lines_.push_back(scan.line());
     ++rows_;
   }
+}
+
+std::string csv_table::where(std::size_t row) const {
+  return line_text(source_, lines_[row]);
+}
+
+csv_table read_table(const std::string& path) {
+  return csv_table(read_text(path), ',', path == "-" ? std::string() : path);
 }
 
 bool csv_table::has(std::string_view name) const {

@@ -82,7 +82,7 @@ void in_directory(const common_options& common, const new_options& options,
 }
 
 void new_points(const common_options& common, const new_options& options) {
-  const client::csv_table table(client::read_text(options.input));
+  const client::csv_table table = client::read_table(options.input);
   std::vector<double> coordinates;
   for (const std::string& axis : options.axes) {
     const std::vector<double> values = to_places(table.column(axis), {}, axis);

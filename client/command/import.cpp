@@ -136,13 +136,15 @@ void delete_again(client::connection& server, const std::string& file) {
 }
 
 void tell(const common_options& common, const import_options& options, std::size_t variables,
-          std::int64_t samples) {
+          std::int64_t samples, const std::vector<std::string>& notes) {
   if (common.json) {
-    const json told = {{"file", options.file}, {"samples", samples}, {"variables", variables}};
+    const json told = {
+        {"file", options.file}, {"samples", samples}, {"variables", variables}, {"notes", notes}};
     std::printf("%s\n", json_text(told).c_str());
   } else {
     std::printf("%s: %lld samples, %zu %s\n", options.file.c_str(), static_cast<long long>(samples),
                 variables, variables == 1 ? "variable" : "variables");
+    for (const std::string& note : notes) std::printf("  %s\n", note.c_str());
   }
 }
 
@@ -218,7 +220,7 @@ std::vector<planned_variable> plan_variables(const client::csv_table& table, con
 
 void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
                  const std::vector<planned_variable>& plan, const sample_places& places,
-                 const std::function<void(file_making&)>& make) {
+                 const std::vector<std::string>& notes, const std::function<void(file_making&)>& make) {
   with_session(common, [&](session& opened) {
     client::connection& server = *opened;
     server.set_study(options.study);
@@ -247,7 +249,7 @@ void import_file(const common_options& common, const import_options& options, co
       throw;
     }
   });
-  tell(common, options, plan.size(), places.samples);
+  tell(common, options, plan.size(), places.samples, notes);
 }
 
 void add_import_commands(CLI::App& program, const common_options& common) {

@@ -61,10 +61,10 @@ struct file_making {
 };
 
 // Makes the file by `make` in the directory, makes and fills the variables in it, and deletes the file again
-// if anything of that fails. Tells what was made.
+// if anything of that fails. Tells what was made, and the notes.
 void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
                  const std::vector<planned_variable>& plan, const sample_places& places,
-                 const std::function<void(file_making&)>& make);
+                 const std::vector<std::string>& notes, const std::function<void(file_making&)>& make);
 
 void add_points_import(CLI::App& parent, const common_options& common);
 void add_grid_import(CLI::App& parent, const common_options& common);

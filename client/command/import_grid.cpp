@@ -95,7 +95,7 @@ void check_count(std::size_t count, std::size_t dimension, const char* option) {
 }
 
 void import_grid(const common_options& common, const grid_options& options) {
-  const client::csv_table table(client::read_text(options.table));
+  const client::csv_table table = client::read_table(options.table);
   if (table.rows() == 0) throw client::error("the table has no rows");
   std::vector<std::string> titles = {options.x, options.y};
   if (!options.z.empty()) titles.push_back(options.z);
@@ -148,7 +148,7 @@ void import_grid(const common_options& common, const grid_options& options) {
   }
   std::vector<double> angles = options.rotation;
   angles.resize(3, 0);
-  import_file(common, options, table, plan_variables(table, options, titles), places,
+  import_file(common, options, table, plan_variables(table, options, titles), places, {},
               [&](file_making& making) {
                 making.server.new_grid(options.file, grid);
                 making.made = true;

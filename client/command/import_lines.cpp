@@ -4,8 +4,11 @@
 #include <cstdio>
 #include <unordered_map>
 
-#include "client/command/hole.h"
 #include "client/command/import.h"
+#include "client/command/output.h"
+#include "client/desurvey.h"
+#include "client/holes.h"
+#include "client/numbers.h"
 
 namespace qrd::command {
 
@@ -24,6 +27,9 @@ struct lines_options : import_options {
   std::vector<std::string> collar_columns;
   std::string surveys;
   std::vector<std::string> survey_columns;
+  std::string method = "minimum-curvature";
+  client::hole_rules rules;
+  bool check_only = false;
 };
 
 // The rows of each line, in the order in which the lines first appear.
@@ -48,7 +54,8 @@ struct line_file {
   std::int32_t dimension = 3;
   std::vector<line> lines;
   sample_places places;
-  std::vector<std::string> used;  // columns that went into the geometry
+  std::vector<std::string> used;   // columns that went into the geometry
+  std::vector<std::string> notes;  // what the user should know of it
 };
 
 std::vector<std::vector<double>> read_axes(const client::csv_table& table,
@@ -107,8 +114,7 @@ line_file cores_by_places(const client::csv_table& table, const lines_options& o
         const double step = begins[axis][rows[i]] - ends[axis][rows[i - 1]];
         // Coordinates that were printed and read again may differ in their last digits.
         if (std::abs(step) > 1e-6 * std::max(1.0, std::abs(ends[axis][rows[i]])))
-          throw client::error("row " + std::to_string(rows[i] + 1) +
-                              ": the core does not begin where the one before ends");
+          throw client::error(table.where(rows[i]) + ": the core does not begin where the one before ends");
       }
     client::point3 start{begins[0][rows[0]], begins[1][rows[0]], begins.size() > 2 ? begins[2][rows[0]] : 0};
     file.lines.push_back({gathered(ends, rows), start});
@@ -117,88 +123,173 @@ line_file cores_by_places(const client::csv_table& table, const lines_options& o
   return file;
 }
 
-std::unordered_map<std::string, client::point3> read_collars(const lines_options& options) {
-  const client::csv_table table(client::read_text(options.collars));
-  const auto& columns = options.collar_columns;
-  const auto axes = read_axes(table, {columns.begin() + 1, columns.end()}, options.missing);
-  const cell_list& names = table.column(columns[0]);
-  std::unordered_map<std::string, client::point3> collars;
-  for (std::size_t row = 0; row < names.size(); ++row)
-    if (!collars.emplace(names[row], client::point3{axes[0][row], axes[1][row], axes[2][row]}).second)
-      throw client::error("two collars of \"" + std::string(names[row]) + "\"");
-  return collars;
+// The name of a hole as it is compared: without blanks around it.
+std::string hole_name(std::string_view cell) {
+  const std::size_t first = cell.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  return std::string(cell.substr(first, cell.find_last_not_of(' ') - first + 1));
 }
 
-std::unordered_map<std::string, std::vector<station>> read_surveys(const lines_options& options) {
-  std::unordered_map<std::string, std::vector<station>> surveys;
-  if (options.surveys.empty()) return surveys;
-  const client::csv_table table(client::read_text(options.surveys));
-  const auto& columns = options.survey_columns;
-  const auto values = read_axes(table, {columns.begin() + 1, columns.end()}, options.missing);
+// Calls act(row, hole, the three numbers or two) for each row of a table that begins with the hole.
+template <typename Act>
+void each_hole_row(const client::csv_table& table, const std::vector<std::string>& columns,
+                   const missing_cells& missing, const Act& act) {
+  const auto values = read_axes(table, {columns.begin() + 1, columns.end()}, missing);
   const cell_list& names = table.column(columns[0]);
-  for (std::size_t row = 0; row < names.size(); ++row)
-    surveys[std::string(names[row])].push_back({values[0][row], values[1][row], values[2][row]});
-  for (auto& [name, stations] : surveys)
-    std::stable_sort(stations.begin(), stations.end(),
-                     [](const station& a, const station& b) { return a.depth < b.depth; });
-  return surveys;
+  for (std::size_t row = 0; row < names.size(); ++row) act(row, hole_name(names[row]), values);
+}
+
+client::hole_tables read_hole_tables(const client::csv_table& table, const lines_options& options) {
+  client::hole_tables read;
+  {
+    const client::csv_table collars = client::read_table(options.collars);
+    each_hole_row(
+        collars, options.collar_columns, options.missing,
+        [&](std::size_t row, std::string hole, const auto& v) {
+          read.collars.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, collars.line(row)});
+        });
+  }
+  if (!options.surveys.empty()) {
+    const client::csv_table surveys = client::read_table(options.surveys);
+    each_hole_row(
+        surveys, options.survey_columns, options.missing,
+        [&](std::size_t row, std::string hole, const auto& v) {
+          read.surveys.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, surveys.line(row)});
+        });
+  }
+  each_hole_row(table, {options.line, options.from, options.to}, options.missing,
+                [&](std::size_t row, std::string hole, const auto& v) {
+                  read.intervals.push_back({std::move(hole), v[0][row], v[1][row], table.line(row)});
+                });
+  return read;
+}
+
+std::string mismatch_text(const client::hole_mismatch& one, const lines_options& options) {
+  const std::string& file = one.table == client::hole_table::collars   ? options.collars
+                            : one.table == client::hole_table::surveys ? options.surveys
+                                                                       : options.table;
+  std::string text = file == "-" ? std::string() : file;
+  if (one.line > 0) text += (text.empty() ? "line " : ", line ") + std::to_string(one.line);
+  if (!one.hole.empty()) text += ": hole \"" + one.hole + "\"";
+  if (one.depth) text += " at " + client::number_text(*one.depth);
+  return text + ": " + one.text;
+}
+
+// Every mismatch on a line of its own; of the remarks a few.
+void print_mismatches(const client::matched_holes& matched, const lines_options& options) {
+  constexpr std::size_t remarks_shown = 5;
+  std::size_t remarks = 0;
+  for (const client::hole_mismatch& one : matched.mismatches)
+    if (!one.is_remark || ++remarks <= remarks_shown)
+      std::fprintf(stderr, "qrd: %s\n", mismatch_text(one, options).c_str());
+  if (remarks > remarks_shown)
+    std::fprintf(stderr, "qrd: and %zu more remarks, which --check lists\n", remarks - remarks_shown);
+}
+
+const char* table_name(client::hole_table table) {
+  return table == client::hole_table::collars   ? "collars"
+         : table == client::hole_table::surveys ? "surveys"
+                                                : "intervals";
+}
+
+std::size_t count_mismatches(const client::matched_holes& matched) {
+  return static_cast<std::size_t>(std::count_if(matched.mismatches.begin(), matched.mismatches.end(),
+                                                [](const auto& one) { return !one.is_remark; }));
+}
+
+std::string mismatch_count(const client::matched_holes& matched) {
+  const std::size_t count = count_mismatches(matched);
+  return count == 1 ? "1 mismatch" : std::to_string(count) + " mismatches";
+}
+
+// Tells how the tables fit together, and makes nothing.
+void check_holes(const common_options& common, const lines_options& options,
+                 const client::hole_tables& tables) {
+  const client::matched_holes matched = match_holes(tables, options.rules);
+  if (common.json) {
+    json all = json::array();
+    for (const client::hole_mismatch& one : matched.mismatches)
+      all.push_back({{"table", table_name(one.table)},
+                     {"line", one.line > 0 ? json(one.line) : json(nullptr)},
+                     {"hole", one.hole},
+                     {"depth", one.depth ? json(*one.depth) : json(nullptr)},
+                     {"remark", one.is_remark},
+                     {"text", one.text}});
+    print_description({{"holes", matched.holes.size()},
+                       {"intervals", tables.intervals.size()},
+                       {"surveys", tables.surveys.size()},
+                       {"mismatches", all}},
+                      true);
+  } else {
+    for (const client::hole_mismatch& one : matched.mismatches)
+      std::printf("%s%s\n", one.is_remark ? "remark: " : "", mismatch_text(one, options).c_str());
+    std::printf("%zu holes, %zu intervals, %zu surveys: %s\n", matched.holes.size(), tables.intervals.size(),
+                tables.surveys.size(), mismatch_count(matched).c_str());
+  }
+  if (!matched.is_sound()) throw client::error("the tables do not fit: " + mismatch_count(matched));
 }
 
 // Depths along drill holes. A gap between two intervals becomes a core without values, since cores touch.
 line_file cores_by_depths(const client::csv_table& table, const lines_options& options,
-                          const std::vector<std::vector<std::size_t>>& lines) {
-  if (options.collars.empty()) throw client::error("depths need --collars");
+                          const client::hole_tables& tables) {
+  const client::matched_holes matched = match_holes(tables, options.rules);
+  print_mismatches(matched, options);
+  if (!matched.is_sound())
+    throw client::error("the tables do not fit, so that nothing was made: " + mismatch_count(matched));
+
   line_file file;
   file.places.of_row.resize(table.rows());
-  const auto collars = read_collars(options);
-  const auto surveys = read_surveys(options);
-  const auto depths = read_axes(table, {options.from, options.to}, options.missing);
-  const cell_list& names = table.column(options.line);
+  const auto method = client::desurvey_method_of(options.method).value();
   std::size_t gaps = 0;
-  for (const auto& rows : lines) {
-    const std::string name(names[rows[0]]);
-    const auto collar = collars.find(name);
-    if (collar == collars.end()) throw client::error("no collar of \"" + name + "\"");
-    const auto survey = surveys.find(name);
-    const std::vector<station> stations = survey == surveys.end() ? std::vector<station>() : survey->second;
-
+  for (const client::drill_hole& hole : matched.holes) {
     std::vector<double> ends;
-    double reached = depths[0][rows[0]];
-    const client::point3 start = place_in_hole(collar->second, stations, reached);
-    for (const std::size_t row : rows) {
-      const double from = depths[0][row];
-      const double to = depths[1][row];
-      if (!(to > from) || from < reached)
-        throw client::error("row " + std::to_string(row + 1) +
-                            ": its interval does not follow the one before");
-      if (from > reached) {
-        ends.push_back(from);
+    double reached = tables.intervals[hole.intervals.front()].from;
+    const client::hole_path path(hole.collar, hole.stations, method);
+    const client::point3 start = path.at(reached);
+    for (const std::size_t row : hole.intervals) {
+      const client::interval_row& interval = tables.intervals[row];
+      if (interval.from > reached) {
+        ends.push_back(interval.from);
         ++file.places.samples;
         ++gaps;
       }
-      ends.push_back(to);
+      ends.push_back(interval.to);
       file.places.of_row[row] = static_cast<std::size_t>(file.places.samples++);
-      reached = to;
+      reached = interval.to;
     }
     std::vector<client::point3> places;
-    for (const double depth : ends) places.push_back(place_in_hole(collar->second, stations, depth));
+    for (const double depth : ends) places.push_back(path.at(depth));
     std::vector<double> coordinates;
     for (double client::point3::*axis : {&client::point3::x, &client::point3::y, &client::point3::z})
       for (const client::point3& place : places) coordinates.push_back(place.*axis);
     file.lines.push_back({std::move(coordinates), start});
   }
-  if (gaps > 0) std::fprintf(stderr, "qrd: %zu gaps between intervals became cores without values\n", gaps);
+  file.notes.push_back(
+      std::to_string(matched.holes.size()) + (matched.holes.size() == 1 ? " hole by " : " holes by ") +
+      options.method + ", dips positive " +
+      (options.rules.dips == client::dip_convention::down_negative ? "upwards" : "downwards"));
+  if (gaps > 0)
+    file.notes.push_back(std::to_string(gaps) +
+                         (gaps == 1 ? " gap between intervals became a core without values"
+                                    : " gaps between intervals became cores without values"));
   return file;
 }
 
-void import_lines(const common_options& common, const lines_options& options) {
-  const client::csv_table table(client::read_text(options.table));
-  if (table.rows() == 0) throw client::error("the table has no rows");
+line_file read_lines(const client::csv_table& table, const lines_options& options) {
+  if (!options.from.empty()) return cores_by_depths(table, options, read_hole_tables(table, options));
   const auto lines = rows_of_lines(table.column(options.line));
-  const line_file file = !options.from.empty()  ? cores_by_depths(table, options, lines)
-                         : !options.end.empty() ? cores_by_places(table, options, lines)
-                                                : gravity_lines(table, options, lines);
-  import_file(common, options, table, plan_variables(table, options, file.used), file.places,
+  return options.end.empty() ? gravity_lines(table, options, lines) : cores_by_places(table, options, lines);
+}
+
+void import_lines(const common_options& common, const lines_options& options) {
+  const client::csv_table table = client::read_table(options.table);
+  if (table.rows() == 0) throw client::error("the table has no rows");
+  if (options.check_only) {
+    check_holes(common, options, read_hole_tables(table, options));
+    return;
+  }
+  const line_file file = read_lines(table, options);
+  import_file(common, options, table, plan_variables(table, options, file.used), file.places, file.notes,
               [&](file_making& making) {
                 making.server.new_lines(options.file, file.dimension);
                 making.made = true;
@@ -245,14 +336,35 @@ void add_lines_import(CLI::App& parent, const common_options& common) {
                    "Hole, X, Y, Z (default: BHID XCOLLAR YCOLLAR ZCOLLAR)")
       ->type_name("NAME")
       ->expected(4);
-  command->add_option("--surveys", options->surveys, "Table of the directions (default: vertical holes)")
+  command->add_option("--surveys", options->surveys, "Table of the directions")
       ->type_name("FILE.csv")
       ->needs(collars);
   command
       ->add_option("--survey-columns", options->survey_columns,
-                   "Hole, depth, azimuth, dip downwards (default: BHID AT AZ DIP)")
+                   "Hole, depth, azimuth clockwise from Y, dip (default: BHID AT AZ DIP)")
       ->type_name("NAME")
       ->expected(4);
+  command
+      ->add_option(
+          "--desurvey", options->method,
+          "Path between surveys: an arc (minimum-curvature, the default), half the way in each direction "
+          "(balanced), all of it in the upper one (tangential)")
+      ->check(CLI::IsMember({"minimum-curvature", "balanced", "tangential"}))
+      ->needs(collars);
+  auto* down = command->add_flag_callback(
+      "--dip-down-positive", [options] { options->rules.dips = client::dip_convention::down_positive; },
+      "Positive dips point down; taken so by default, unless that sends most holes upwards");
+  command
+      ->add_flag_callback(
+          "--dip-down-negative", [options] { options->rules.dips = client::dip_convention::down_negative; },
+          "Negative dips point down")
+      ->excludes(down);
+  command->add_flag("--vertical", options->rules.vertical_without_surveys,
+                    "Holes without surveys are vertical (default: they are refused)");
+  command
+      ->add_flag("--check", options->check_only,
+                 "Only tell whether collars, surveys and intervals fit together; status 1 if they don't")
+      ->needs(from);
   command->callback([options, &common] { import_lines(common, *options); });
 }
 

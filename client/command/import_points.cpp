@@ -14,7 +14,7 @@ struct points_options : import_options {
 };
 
 void import_points(const common_options& common, const points_options& options) {
-  const client::csv_table table(client::read_text(options.table));
+  const client::csv_table table = client::read_table(options.table);
   if (table.rows() == 0) throw client::error("the table has no rows");
   std::vector<std::string> axes = {options.x, options.y};
   if (!options.z.empty()) axes.push_back(options.z);
@@ -25,14 +25,15 @@ void import_points(const common_options& common, const points_options& options) 
   }
   sample_places places{static_cast<std::int64_t>(table.rows()), std::vector<std::size_t>(table.rows())};
   std::iota(places.of_row.begin(), places.of_row.end(), std::size_t{0});
-  import_file(common, options, table, plan_variables(table, options, axes), places, [&](file_making& making) {
-    making.server.set_progress([&](std::uint64_t done, std::uint64_t total) {
-      making.show(static_cast<double>(done) / static_cast<double>(total));
-    });
-    making.server.new_points(options.file, static_cast<std::int32_t>(axes.size()), coordinates);
-    making.made = true;
-    making.server.set_progress(nullptr);
-  });
+  import_file(common, options, table, plan_variables(table, options, axes), places, {},
+              [&](file_making& making) {
+                making.server.set_progress([&](std::uint64_t done, std::uint64_t total) {
+                  making.show(static_cast<double>(done) / static_cast<double>(total));
+                });
+                making.server.new_points(options.file, static_cast<std::int32_t>(axes.size()), coordinates);
+                making.made = true;
+                making.server.set_progress(nullptr);
+              });
 }
 
 }  // namespace

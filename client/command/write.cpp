@@ -30,7 +30,7 @@ struct source {
 void write(const common_options& common, const write_options& options) {
   if (!options.columns.empty() && options.columns.size() != options.variables.size())
     throw client::error("--column has to name one column for each variable");
-  const client::csv_table table(client::read_text(options.input));
+  const client::csv_table table = client::read_table(options.input);
   with_session(common, [&](session& server) {
     open_place(*server, options.place);
     const auto range = wanted_range(*server, options.place, server->file_info().samples);
