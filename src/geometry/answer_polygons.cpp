@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <new>
 
+#include "geometry/answer_units.h"
 #include "geometry/answers.h"
 #include "geometry/qd_polygon.h"
 #include "server/answering.h"
@@ -13,10 +14,6 @@ namespace qrd {
 namespace {
 
 constexpr std::uint32_t wire_name_size = 16;
-
-struct unit_divisors {
-  double x, y, z;
-};
 
 // The vertices are divided in place: the system goes with the request.
 bool write_contour(contour& written, const unit_divisors& unit) {
@@ -53,9 +50,7 @@ int server_answer_polygons(const char* /*request*/) {
   }
   if (status != 0) return refuse("Cannot read polygons.");
 
-  unit_divisors unit{distance_format.factor, distance_format.factor, distance_format.factor};
-  if (current_context.unit_mode != 0)
-    unit = {system->unit_x.factor, system->unit_y.factor, system->unit_z.factor};
+  const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,
                         info.x_max / unit.x, info.y_max / unit.y, info.z_max / unit.z};
   return answer_with("SPOLYGONS", [&] {

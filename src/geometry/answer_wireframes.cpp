@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <new>
 
+#include "geometry/answer_units.h"
 #include "geometry/answers.h"
 #include "geometry/qd_wireframe.h"
 #include "server/answering.h"
@@ -36,13 +37,13 @@ bool write_object(const wireframe_object& object) {
 }
 
 // From centimetres to the client's units.
-void divide(wireframe& root, double x, double y, double z) {
+void divide(wireframe& root, const unit_divisors& unit) {
   for (wireframe_object& object : root.objects)
     for (wireframe_piece& piece : object.pieces)
       for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
-        piece.vertices[i] /= x;
-        piece.vertices[i + 1] /= y;
-        piece.vertices[i + 2] /= z;
+        piece.vertices[i] /= unit.x;
+        piece.vertices[i + 1] /= unit.y;
+        piece.vertices[i + 2] /= unit.z;
       }
 }
 
@@ -67,10 +68,7 @@ int server_answer_wireframes_read(const char* /*request*/) {
   }
   if (status != 0) return refuse("Cannot read wireframes.");
 
-  if (current_context.unit_mode != 0)
-    divide(*root, root->unit_x.factor, root->unit_y.factor, root->unit_z.factor);
-  else
-    divide(*root, distance_format.factor, distance_format.factor, distance_format.factor);
+  divide(*root, client_units(root->unit_x, root->unit_y, root->unit_z));
   std::erase_if(root->objects, [](const wireframe_object& object) { return sent_pieces(object) == 0; });
   return answer_with("SWIREF", [&root] {
     return write_value(wire_int{static_cast<std::int32_t>(root->objects.size())}) &&

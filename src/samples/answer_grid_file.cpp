@@ -45,8 +45,7 @@ bool find_factors(double (&factors)[3]) {
     refuse("Cannot get coords formats");
     return false;
   }
-  // In a study without units a stored factor doesn't count.
-  for (int axis = 0; axis < 3; ++axis) factors[axis] = unit_flag != 0 ? formats[axis].factor : 1.0;
+  for (int axis = 0; axis < 3; ++axis) factors[axis] = qu_format_factor(formats[axis]);
   return true;
 }
 

@@ -35,8 +35,7 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
     case UNIT_NONE:
       return 1.0;
     case UNIT_VARIABLE:
-      // In a study without units a stored factor doesn't count.
-      return unit_flag != 0 ? record.format.factor : 1.0;
+      return qu_format_factor(record.format);
     case UNIT_DISTANCE:
       return record.format.length_flag != 0 ? distance_format.factor : 1.0;
   }

@@ -75,6 +75,10 @@ qd_format_record& axis_format(int axis) {
   return axis == 0 ? axis_format_x : axis == 1 ? axis_format_y : axis_format_z;
 }
 
+double qu_format_factor(const qd_format_record& format) {
+  return unit_flag != 0 ? format.factor : 1.0;
+}
+
 int qu_unit_factor(const char* symbol, double* factor) {
   *factor = 1.0;
   for (const length_unit& row : length_units) {
