@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <new>
 
+#include "geometry/answer_units.h"
 #include "geometry/answers.h"
 #include "geometry/qd_fault.h"
 #include "server/answering.h"
@@ -14,6 +15,7 @@ namespace qrd {
 namespace {
 
 constexpr char read_failure[] = "Error while reading from network";
+constexpr char already_faulted[] = "%s is an already faulted file.";
 constexpr char info_failure[] = "Cannot get fault information: Too much files opened.";
 constexpr std::int64_t priority_minimum = 1;
 
@@ -50,10 +52,6 @@ bool read_faults(fault_system& system, double client_missing, std::int32_t fault
   return true;
 }
 
-struct unit_divisors {
-  double x, y, z;
-};
-
 bool write_segment(const fault_segment& segment, const unit_divisors& unit) {
   const double values[] = {segment.x1 / unit.x, segment.y1 / unit.y, segment.z1 / unit.z,
                            segment.x2 / unit.x, segment.y2 / unit.y, segment.z2 / unit.z,
@@ -89,7 +87,7 @@ int server_answer_write_faults(const char* /*request*/) {
   fault_info present;
   const int state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, present);
   if (state == 2) return clean_packet(), refuse("%s", info_failure);
-  if (state == 0) return clean_packet(), refuse("%s is an already faulted file.", current_context.file);
+  if (state == 0) return clean_packet(), refuse(already_faulted, current_context.file);
 
   std::int32_t is_2d = 0;
   std::int32_t has_attributes = 0;
@@ -103,8 +101,15 @@ int server_answer_write_faults(const char* /*request*/) {
   } catch (const std::bad_alloc&) {
     return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
   }
-  if (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system) != 0) return -1;
-  return answer("SDONE");
+  switch (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system)) {
+    case 0:
+      return answer("SDONE");
+    case 3:
+      return refuse(already_faulted, current_context.file);
+    default:
+      return refuse("Problem while writing faults for %s/%s", current_context.directory,
+                    current_context.file);
+  }
 }
 
 int server_answer_faults(const char* /*request*/) {
@@ -124,9 +129,7 @@ int server_answer_faults(const char* /*request*/) {
     return refuse("No enough memory to read faults.");
   }
 
-  unit_divisors unit{distance_format.factor, distance_format.factor, distance_format.factor};
-  if (current_context.unit_mode != 0)
-    unit = {system->unit_x.factor, system->unit_y.factor, system->unit_z.factor};
+  const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const auto sent = std::count_if(system->faults.begin(), system->faults.end(),
                                   [limit](const fault& each) { return segments_within(each, limit) > 0; });
   return answer_with("SFAULTS", [&] {

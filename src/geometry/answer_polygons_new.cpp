@@ -96,6 +96,8 @@ std::unique_ptr<polygon_system> build_system(std::vector<contour_entry>& entries
   system->unit_x = axis_format_x;
   system->unit_y = axis_format_y;
   system->unit_z = axis_format_z;
+  // A longer name could not be sent back.
+  system->longest_numbered_name = wire_name_size - 1;
   for (contour_entry& entry : entries) {
     const char* owner = entry.polygon_name[0] == '\0' ? entry.contour_name : entry.polygon_name;
     contour& made = qu_polygon_add_contour(*system, polygon_of_entry(owner, ranks, *system));
@@ -142,8 +144,7 @@ int server_answer_polygons_new(const char* /*request*/) {
     return refuse("File %s: %s/%s already exists", current_context.study, current_context.directory,
                   name.c_str());
   server_debug(1, "Creating File: \"%s\".", name.c_str());
-  if (state == arrival::refused ||
-      qd_polygon_write(current_context.directory, name.c_str(), false, *system) != 0)
+  if (state == arrival::refused || qd_polygon_new(current_context.directory, name.c_str(), *system) != 0)
     return refuse("Cannot create file %s: %s/%s", current_context.study, name.c_str(), name.c_str());
   const int status = answer("SDONE");
   // A client that never heard of the file must not find it.

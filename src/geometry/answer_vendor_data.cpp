@@ -15,6 +15,7 @@ namespace qrd {
 namespace {
 
 constexpr char read_failure[] = "An error occured while reading vendor data";
+constexpr char write_failure[] = "An error occured while writing vendor data";
 constexpr char memory_failure[] = "Memory Allocation error for atttribute";
 // Arrays grow by so many items while they arrive, whatever count was announced.
 constexpr std::int64_t array_step = 1 << 16;
@@ -210,7 +211,7 @@ int server_answer_vendor_data_write(const char* /*request*/) {
   std::string text;
   if (!find_owner(scope, owner, text)) return -1;
   server_debug(1, "Writing Vendor Data: \"%s\" in %s.", bag.name, text.c_str());
-  if (qd_vendor_data_write(owner, bag) != 0) return -1;
+  if (qd_vendor_data_write(owner, bag) != 0) return refuse("%s", write_failure);
   return answer("SDONE");
 }
 

@@ -1,6 +1,11 @@
 #include "geometry/qd_companion.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+
 #include "store/qd_tools.h"
+#include "util/qu_set_aside.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -10,6 +15,32 @@ int qd_companion_path(const char* directory, const char* file, const char* name,
   if (qd_file_path(directory, file, folder) == 0) return 0;
   qu_path_join(path, {folder, path_separator, name});
   return 1;
+}
+
+namespace {
+
+// What isn't there, isn't a file or belongs to somebody else is no companion. Anything else that stops the
+// opening may be over in a moment.
+bool means_absent(int error) {
+  constexpr int reasons[] = {ENOENT, ENOTDIR, EACCES, EPERM, EISDIR, EINVAL, ELOOP};
+  return std::find(std::begin(reasons), std::end(reasons), error) != std::end(reasons);
+}
+
+}  // namespace
+
+companion_reader::companion_reader(const char* path) : stream_(qu_file_open_n(path, read_binary)) {
+  qu_path_join(path_, {path});
+  if (!stream_) {
+    state_ = means_absent(errno) ? state::absent : state::unreadable;
+    return;
+  }
+  if (qu_file_seek(stream_.get(), 0, 2) != 0) return;
+  bytes_ = qu_file_tell(stream_.get());
+  if (bytes_ >= 0 && qu_file_seek(stream_.get(), 0, 0) == 0) state_ = state::open;
+}
+
+void companion_reader::set_aside() {
+  qu_file_set_aside(path_, stream_.get());
 }
 
 }  // namespace qrd

@@ -1,11 +1,42 @@
 // Companion files: what hangs on a catalogue file lies beside its descriptor, in its folder.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
+
 #include "util/qu_constants.h"
+#include "util/qu_file.h"
 
 namespace qrd {
 
 // The path of a companion of that name; 1, or 0 if the catalogue file has no path.
 int qd_companion_path(const char* directory, const char* file, const char* name, path_text& path);
+
+// A companion that is read. Another server may put a new one in its place meanwhile: this is the one that was
+// opened.
+class companion_reader {
+ public:
+  enum class state {
+    open,
+    absent,     // none of that name, or none that may be read
+    unreadable  // it can't be told whether it is sound
+  };
+  explicit companion_reader(const char* path);
+
+  state opened() const { return state_; }
+  // These are for an open one.
+  std::FILE* stream() const { return stream_.get(); }
+  std::int64_t bytes() const { return bytes_; }
+  // Whether the disk gave all that was asked of it: what can't be understood then is damaged.
+  bool is_whole() const { return std::ferror(stream_.get()) == 0; }
+  // Moves a damaged one out of the tree, where it stays for its owner.
+  void set_aside();
+
+ private:
+  path_text path_ = "";
+  file_stream stream_;
+  state state_ = state::unreadable;
+  std::int64_t bytes_ = 0;
+};
 
 }  // namespace qrd

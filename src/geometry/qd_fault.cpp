@@ -1,14 +1,16 @@
 #include "geometry/qd_fault.h"
 
+#include <unistd.h>
+
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "geometry/qd_companion.h"
 #include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_info.h"
-#include "util/qu_file.h"
+#include "store/qd_tools.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_xdr.h"
 
@@ -93,6 +95,30 @@ bool write_system(XDR* xdr, fault_system& system) {
   return true;
 }
 
+enum class header_state { read, damaged, failed };
+
+header_state read_header(const companion_reader& companion, fault_info& info) {
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  std::int64_t version = 0;
+  if (!xdr) return header_state::failed;
+  const bool read = qu_xdr_int(xdr.get(), &version) && move_header(xdr.get(), info);
+  if (!companion.is_whole()) return header_state::failed;
+  return read ? header_state::read : header_state::damaged;
+}
+
+// Clears the place of a file to be written: 0, 1 if something is there that can't be judged, 3 if it is
+// sound.
+int make_way(const char* path) {
+  companion_reader present(path);
+  if (present.opened() == companion_reader::state::open) {
+    fault_info info;
+    const header_state state = read_header(present, info);
+    if (state == header_state::read) return 3;
+    if (state == header_state::damaged) present.set_aside();
+  }
+  return access(path, F_OK) == 0 ? 1 : 0;
+}
+
 // The records up to the end of the file. False after a failed read inside a record.
 bool read_segments(XDR* xdr, std::int64_t version, fault_system& system) {
   const bool is_2d = system.is_2d != 0;
@@ -120,53 +146,54 @@ int qd_fault_info(const char* directory, const char* file, fault_variant variant
   if (int test = qd_file_test(ORG_ANY, DIM_ANY, directory, file); test != 0) return test;
   path_text path;
   if (fault_path(directory, file, variant, path) == 0) return 2;
-  if (!qu_file_readable(path)) return 1;
-  file_stream stream = qd_object_file_open(path, read_binary);
-  if (!stream) return 2;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  if (!xdr) return 2;
-  std::int64_t version = 0;
-  if (!qu_xdr_int(xdr.get(), &version) || !move_header(xdr.get(), info) || std::ferror(stream.get()) != 0) {
-    qu_message("Fault file corrupted: %s\n", path);
-    return 1;
-  }
-  return 0;
+  companion_reader companion(path);
+  if (companion.opened() != companion_reader::state::open)
+    return companion.opened() == companion_reader::state::absent ? 1 : 2;
+  const header_state state = read_header(companion, info);
+  if (state == header_state::damaged) qu_message("Fault file corrupted: %s\n", path);
+  return state == header_state::read ? 0 : state == header_state::damaged ? 1 : 2;
 }
 
 int qd_fault_write(const char* directory, const char* file, fault_variant variant, fault_system& system) {
   if (qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr) == 0) return 2;
-  path_text path;
-  if (fault_path(directory, file, variant, path) == 0) return 2;
-  if (!qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); })) {
-    std::remove(path);
+  path_text folder, path;
+  if (qd_file_path(directory, file, folder) == 0 || fault_path(directory, file, variant, path) == 0) return 2;
+  // Until here another server may have deleted the file, and a new one have taken its number, or it may have
+  // faults by now.
+  const folder_lock lock(folder);
+  qd_file_record record;
+  if (!lock || !lock.is_at(folder) || qd_file_descriptor_read(folder, record) == 0 ||
+      std::strcmp(record.name, file) != 0)
     return 1;
-  }
+  if (int state = make_way(path); state != 0) return state;
+  if (!qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); })) return 1;
   qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
   return 0;
 }
 
 int qd_fault_read(const char* directory, const char* file, fault_variant variant,
                   std::unique_ptr<fault_system>& system) {
-  const int test = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
-  if (test == 1) qu_fatal_number("qd_fault_read", 10);
   path_text path;
-  if (test != 0 || fault_path(directory, file, variant, path) == 0) return 2;
-  file_stream stream = qd_object_file_open(path, read_binary);
-  if (!stream) return 2;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
+  if (qd_file_test(ORG_ANY, DIM_ANY, directory, file) != 0 || fault_path(directory, file, variant, path) == 0)
+    return 2;
+  companion_reader companion(path);
+  if (companion.opened() != companion_reader::state::open) return 2;
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return 2;
   std::int64_t version = 0;
-  if (!xdr || !qu_xdr_int(xdr.get(), &version)) qu_fatal_number("qd_fault_read", 20);
   fault_info info;
-  if (!move_header(xdr.get(), info)) {
-    std::remove(path);
-    return 1;
+  bool read = qu_xdr_int(xdr.get(), &version) && move_header(xdr.get(), info);
+  if (read) {
+    system = qu_fault_system_new(info.is_2d, info.has_attributes);
+    system->priority_min = info.priority_min;
+    system->priority_max = info.priority_max;
+    system->priority_limit = info.priority_limit;
+    read = read_segments(xdr.get(), version, *system);
   }
-  system = qu_fault_system_new(info.is_2d, info.has_attributes);
-  system->priority_min = info.priority_min;
-  system->priority_max = info.priority_max;
-  system->priority_limit = info.priority_limit;
-  if (!read_segments(xdr.get(), version, *system)) {
-    std::remove(path);
+  // The records end with the file: a failure of the disk must not look like the end.
+  if (!companion.is_whole()) return 2;
+  if (!read) {
+    companion.set_aside();
     return 1;
   }
   // What is missing keeps the distance format.

@@ -40,10 +40,21 @@ bool write_numbers(const char* directory, const char* file, const qd_variable_ha
   return qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
 }
 
-bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
+std::size_t name_width(const object_samples& samples) {
+  std::size_t width = 1;
+  for (const std::string& name : samples.names) width = std::max(width, name.size());
+  return width;
+}
+
+std::string padded_names(const object_samples& samples, std::size_t width) {
   std::string block(width * samples.names.size(), ' ');
   for (std::size_t i = 0; i < samples.names.size(); ++i)
     samples.names[i].copy(block.data() + i * width, width);
+  return block;
+}
+
+bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
+  std::string block = padded_names(samples, width);
   selected_variable names;
   if (qd_variable_select(directory, file, object_name_variable, UNIT_NONE, names.handle) == 0) return false;
   io_record io;
@@ -54,10 +65,31 @@ bool write_names(const char* directory, const char* file, std::size_t width, con
 
 }  // namespace
 
-int qd_object_points_new(const char* directory, const char* file, std::int64_t dimension,
-                         std::int64_t count) {
-  if (qd_create_file(directory, file, ORG_POINTS, dimension, nullptr) == 0) return 0;
-  return count == 0 ? 1 : qd_append_sample(directory, file, count);
+int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
+                       const object_samples& samples,
+                       const std::function<bool(const char* folder)>& companion) {
+  const std::size_t count = samples.names.size();
+  file_content content;
+  content.sample_count = static_cast<std::int64_t>(count);
+  content.companions = companion;
+  const std::size_t width = name_width(samples);
+  const std::string names = padded_names(samples, width);
+  if (count > 0) {
+    std::span<const double> centers = samples.centers;
+    for (const object_coordinate& each : variables.coordinates) {
+      content.variables.push_back(
+          {.variable = each.variable, .format = each.format, .numbers = centers.first(count)});
+      centers = centers.subspan(count);
+    }
+    content.variables.push_back({.variable = {object_name_variable, KIND_PLAIN},
+                                 .width = static_cast<std::int64_t>(width),
+                                 .texts = names});
+    content.variables.push_back({.variable = {variables.measure, KIND_PLAIN},
+                                 .format = &variables.measure_format,
+                                 .numbers = samples.measures});
+  }
+  const auto dimension = static_cast<std::int64_t>(variables.coordinates.size());
+  return qd_create_file(directory, file, ORG_POINTS, dimension, nullptr, &content);
 }
 
 bool qd_object_variable_delete(const char* directory, const char* file, const char* variable) {
@@ -69,39 +101,24 @@ bool qd_object_variable_delete(const char* directory, const char* file, const ch
   return true;
 }
 
-int qd_object_variables_write(const char* directory, const char* file,
-                              std::span<const object_coordinate> coordinates, const char* measure,
-                              const qd_format_record& measure_format, const object_samples& samples) {
-  for (const object_coordinate& each : coordinates)
+int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
+                              const object_samples& samples) {
+  for (const object_coordinate& each : variables.coordinates)
     if (qd_create_variable(directory, file, each.variable.name, VAR_FLOAT, each.variable.kind, float_bits,
                            each.format) == 0)
       return 0;
-  std::size_t width = 1;
-  for (const std::string& name : samples.names) width = std::max(width, name.size());
+  const std::size_t width = name_width(samples);
   if (qd_create_variable(directory, file, object_name_variable, VAR_CHAR, KIND_PLAIN,
                          static_cast<std::int64_t>(width) * character_bits, nullptr) == 0)
     return 0;
   selected_variable measured;
-  if (qd_new_old_var_select(false, directory, file, measure, VAR_FLOAT, UNIT_NONE, float_bits,
-                            &measure_format, measured.handle) == 0)
+  if (qd_new_old_var_select(false, directory, file, variables.measure, VAR_FLOAT, UNIT_NONE, float_bits,
+                            &variables.measure_format, measured.handle) == 0)
     return 0;
   return write_numbers(directory, file, measured.handle, samples) &&
                  write_names(directory, file, width, samples)
              ? 1
              : 0;
-}
-
-std::int64_t qd_object_user_variables(const char* directory, const char* file,
-                                      std::span<const char* const> generated) {
-  constexpr int every_variable = MASK_FLOAT | MASK_CHAR | MASK_MACRO | MASK_MACRO_TOO | MASK_SYSTEM;
-  const string_list names(qd_get_variable_list(nullptr, directory, file, -1, every_variable));
-  const std::int64_t count = names.count();
-  std::int64_t own = 0;
-  for (std::int64_t i = 0; i < count; ++i) {
-    const auto same = [&](const char* name) { return std::strcmp(name, names[i]) == 0; };
-    if (!same(sample_number.name) && std::none_of(generated.begin(), generated.end(), same)) ++own;
-  }
-  return own;
 }
 
 std::string qd_trimmed(const char* text) {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
+#include <functional>
 #include <optional>
 #include <set>
 #include <span>
@@ -16,9 +16,6 @@ namespace qrd {
 
 inline constexpr char object_name_variable[] = "N+ NAME";
 inline constexpr char object_volume_variable[] = "V+ VOLUME";
-
-// Makes a points file with `count` samples. 1 or 0.
-int qd_object_points_new(const char* directory, const char* file, std::int64_t dimension, std::int64_t count);
 
 // Deletes a variable if the file has it. False on a failure.
 bool qd_object_variable_delete(const char* directory, const char* file, const char* variable);
@@ -35,15 +32,24 @@ struct object_samples {
   std::vector<double> measures;
 };
 
-// Makes the coordinate and the name variable, makes or keeps the measure variable, and writes all
-// samples. 1 or 0. REQUIRES: at least one object, and neither coordinates nor names exist.
-int qd_object_variables_write(const char* directory, const char* file,
-                              std::span<const object_coordinate> coordinates, const char* measure,
-                              const qd_format_record& measure_format, const object_samples& samples);
+// The generated variables of a file of that many dimensions.
+struct object_variables {
+  std::span<const object_coordinate> coordinates;
+  const char* measure;
+  qd_format_record measure_format;
+};
 
-// How many variables of the file are neither the sample number nor one of the generated names.
-std::int64_t qd_object_user_variables(const char* directory, const char* file,
-                                      std::span<const char* const> generated);
+// Makes a points file with a sample for each object, and with the generated variables if there is one.
+// `companion` writes the geometry into the folder; the file appears in the catalogue with all this, or not at
+// all. 1 or 0.
+int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
+                       const object_samples& samples,
+                       const std::function<bool(const char* folder)>& companion);
+
+// Makes the coordinate and the name variable in a file that exists, makes or keeps the measure variable, and
+// writes all samples. 1 or 0. REQUIRES: at least one object, and neither coordinates nor names exist.
+int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
+                              const object_samples& samples);
 
 // Names of the objects that a selection leaves, without blanks at their ends. Nothing when they can't
 // be read: all objects count then.

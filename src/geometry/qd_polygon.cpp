@@ -33,8 +33,10 @@ constexpr const char* polygon_variable_names[] = {locations[0].name, locations[1
 constexpr const char* polygon_old_variable_names[] = {"_X Location", "_Y Location", "_Z Location",
                                                       "NAME",        "SURFACE",     "VOLUME"};
 
+constexpr char polygon_file_name[] = "POLYGON";
+
 int polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
-  return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : "POLYGON", path);
+  return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : polygon_file_name, path);
 }
 
 // True if every present polygon has one of its number in the new system, so that its sample stays.
@@ -44,24 +46,26 @@ bool covers(const polygon_system& system, const polygon_system& present) {
   });
 }
 
-// Makes the samples fit: the points file stays if it can, and is made anew otherwise.
-bool prepare_points_file(const char* directory, const char* file, const polygon_system& system) {
-  const int test = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
-  if (test == 2) return false;
-  if (test == 0) {
-    qd_file_info info;
-    if (qd_info_file(directory, file, info, nullptr) == 0) return false;
-    if (info.organisation == ORG_POINTS && info.dimension == system.dimension) {
-      int status = 0;
-      const auto present = qd_polygon_read(directory, file, no_name, false, status);
-      if (present != nullptr && covers(system, *present)) {
-        const std::int64_t surplus = system.polygons.count() - present->polygons.count();
-        return surplus <= 0 || qd_append_sample(directory, file, surplus) != 0;
-      }
+// What a points file that is there needs to get the samples of a system.
+enum class points_file {
+  fits,
+  made_anew,  // its samples don't fit: it goes
+  failed
+};
+
+points_file prepare_points_file(const char* directory, const char* file, const polygon_system& system) {
+  qd_file_info info;
+  if (qd_info_file(directory, file, info, nullptr) == 0) return points_file::failed;
+  if (info.organisation == ORG_POINTS && info.dimension == system.dimension) {
+    int status = 0;
+    const auto present = qd_polygon_read(directory, file, no_name, false, status);
+    if (present != nullptr && covers(system, *present)) {
+      const std::int64_t surplus = system.polygons.count() - present->polygons.count();
+      return surplus <= 0 || qd_append_sample(directory, file, surplus) != 0 ? points_file::fits
+                                                                             : points_file::failed;
     }
-    if (qd_delete_file(directory, file) == 0) return false;
   }
-  return qd_object_points_new(directory, file, system.dimension, system.polygons.count()) != 0;
+  return qd_delete_file(directory, file) != 0 ? points_file::made_anew : points_file::failed;
 }
 
 bool write_file(const char* path, polygon_system& system) {
@@ -79,6 +83,12 @@ bool write_file(const char* path, polygon_system& system) {
   });
 }
 
+// Always false.
+bool report_unwritten(const char* directory, const char* file) {
+  qu_message("WARNING: Error when writing in the Polygon File %s/%s.", directory, file);
+  return false;
+}
+
 // A measure variable that fits already keeps its place.
 bool keeps_measure(const char* directory, const char* file, const char* name,
                    const qd_format_record& format) {
@@ -89,8 +99,8 @@ bool keeps_measure(const char* directory, const char* file, const char* name,
          info.format.factor == format.factor;
 }
 
-// Places, names and measures go into the samples of the points file.
-int write_variables(const char* directory, const char* file, const polygon_system& system) {
+// Places, names and measures of the polygons.
+object_samples samples_of(const polygon_system& system) {
   const bool is_3d = system.dimension == 3;
   const double unit = std::pow(distance_format.factor, static_cast<double>(system.dimension));
   object_samples samples;
@@ -101,29 +111,45 @@ int write_variables(const char* directory, const char* file, const polygon_syste
     samples.names.emplace_back(each.name);
     samples.measures.push_back(qu_polygon_measure(each) / unit);
   }
-  const char* measure = is_3d ? object_volume_variable : surface_variable;
-  qd_format_record measure_format = float_default;
-  qu_string_copy((distance_format.unit + std::to_string(system.dimension)).c_str(), measure_format.unit);
-
-  for (const char* name : polygon_old_variable_names)
-    if (!qd_object_variable_delete(directory, file, name)) return 0;
-  const bool kept = keeps_measure(directory, file, measure, measure_format);
-  for (const char* name : polygon_variable_names)
-    if (!(kept && std::strcmp(name, measure) == 0) && !qd_object_variable_delete(directory, file, name))
-      return 0;
-  const object_coordinate coordinates[] = {
-      {locations[0], &system.unit_x}, {locations[1], &system.unit_y}, {locations[2], &system.unit_z}};
-  return qd_object_variables_write(directory, file,
-                                   std::span(coordinates).first(static_cast<std::size_t>(system.dimension)),
-                                   measure, measure_format, samples);
+  return samples;
 }
 
-bool read_body(std::FILE* stream, XDR* xdr, const char* directory, const char* file, const char* selection,
+// The variables that hold them, while the system lives.
+struct generated_variables {
+  explicit generated_variables(const polygon_system& system)
+      : coordinates{{locations[0], &system.unit_x},
+                    {locations[1], &system.unit_y},
+                    {locations[2], &system.unit_z}},
+        all{std::span(coordinates).first(static_cast<std::size_t>(system.dimension)),
+            system.dimension == 3 ? object_volume_variable : surface_variable, float_default} {
+    qu_string_copy((distance_format.unit + std::to_string(system.dimension)).c_str(),
+                   all.measure_format.unit);
+  }
+  generated_variables(const generated_variables&) = delete;
+  generated_variables& operator=(const generated_variables&) = delete;
+
+  object_coordinate coordinates[3];
+  object_variables all;
+};
+
+// They go into a points file that was there.
+int write_variables(const char* directory, const char* file, const polygon_system& system) {
+  const generated_variables generated(system);
+  const object_variables& variables = generated.all;
+  for (const char* name : polygon_old_variable_names)
+    if (!qd_object_variable_delete(directory, file, name)) return 0;
+  const bool kept = keeps_measure(directory, file, variables.measure, variables.measure_format);
+  for (const char* name : polygon_variable_names)
+    if (!(kept && std::strcmp(name, variables.measure) == 0) &&
+        !qd_object_variable_delete(directory, file, name))
+      return 0;
+  return qd_object_variables_write(directory, file, variables, samples_of(system));
+}
+
+bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* file, const char* selection,
                polygon_system& system) {
-  if (qu_file_seek(stream, 0, 2) != 0) return false;
-  const std::int64_t bytes = qu_file_tell(stream);
   polygon_header header;
-  if (qu_file_seek(stream, 0, 0) != 0 || !qd_polygon_header_move(xdr, header)) return false;
+  if (!qd_polygon_header_move(xdr, header)) return false;
   system.dimension = header.dimension();
   if (header.version <= last_compound_version) return qd_polygon_compounds_read(xdr, header, bytes, system);
   std::optional<object_name_set> kept;
@@ -131,16 +157,16 @@ bool read_body(std::FILE* stream, XDR* xdr, const char* directory, const char* f
   return qd_polygon_body_read(xdr, header, bytes, kept, system);
 }
 
-// What a selection leaves: counts and box over the polygons read with it.
-bool narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
-                 polygon_info& info) {
+// What a selection leaves: counts and box over the polygons read with it. 0, 1 damaged, 2 can't tell.
+int narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
+                polygon_info& info) {
   info.polygon_count = qd_free_samples_count(directory, file, selection);
-  if (info.polygon_count < 0) return false;
+  if (info.polygon_count < 0) return 1;
   int status = 0;
   const auto system = qd_polygon_read(directory, file, selection, temporary, status);
   if (status == 1)
     qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", directory, file);
-  if (system == nullptr) return false;
+  if (system == nullptr) return status == 1 ? 1 : 2;
   info.contour_count = system->contours.count();
   info.vertex_count = 0;
   // The bounds start exchanged, so that any vertex moves them.
@@ -158,7 +184,7 @@ bool narrow_info(const char* directory, const char* file, const char* selection,
     info.z_min = std::min(info.z_min, each.z_min);
     info.z_max = std::max(info.z_max, each.z_max);
   }
-  return true;
+  return 0;
 }
 
 }  // namespace
@@ -170,16 +196,17 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   path_text path;
   qd_file_info file_info;
   if (test != 0 || polygon_path(directory, file, temporary, path) == 0) return 2;
-  if (!qu_file_readable(path)) return 3;
-  if (qd_info_file(directory, file, file_info, nullptr) == 0) return 2;
   polygon_header header;
   bool read = false;
   {
-    file_stream stream = qd_object_file_open(path, read_binary);
-    if (!stream) return 2;
-    xdr_stream xdr(stream.get(), XDR_DECODE);
+    companion_reader companion(path);
+    if (companion.opened() != companion_reader::state::open)
+      return companion.opened() == companion_reader::state::absent ? 3 : 2;
+    if (qd_info_file(directory, file, file_info, nullptr) == 0) return 2;
+    xdr_stream xdr(companion.stream(), XDR_DECODE);
     if (!xdr) return 2;
-    read = qd_polygon_header_move(xdr.get(), header) && std::ferror(stream.get()) == 0;
+    read = qd_polygon_header_move(xdr.get(), header);
+    if (!companion.is_whole()) return 2;
   }
   info.dimension_word = header.dimension_word;
   info.polygon_count = header.polygon_count;
@@ -191,14 +218,14 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   // The first versions counted compounds; the samples count the polygons.
   if (header.version == 1 || header.version == 2)
     info.polygon_count = temporary ? header.compound_count : file_info.sample_count;
-  if (read && selection != nullptr && qd_object_selection_usable("Polygon", directory, file, selection))
-    read = narrow_info(directory, file, selection, temporary, info);
-  if (!read) {
-    qu_message("Polygon file corrupted: %s\n", path);
-    return 1;
+  if (read && selection != nullptr && qd_object_selection_usable("Polygon", directory, file, selection)) {
+    const int narrowed = qd_free_entries() < 2 ? 2 : narrow_info(directory, file, selection, temporary, info);
+    if (narrowed != 1) return narrowed;
+    read = false;
   }
-  info.variable_count = qd_object_user_variables(directory, file, polygon_variable_names);
-  return 0;
+  if (read) return 0;
+  qu_message("Polygon file corrupted: %s\n", path);
+  return 1;
 }
 
 std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const char* file,
@@ -208,25 +235,35 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
   if (qd_points_test(directory, file, nullptr) != 0) return nullptr;
   const bool selected = qd_object_selection_usable("Polygon", directory, file, selection);
   if (polygon_path(directory, file, temporary, path) == 0) return nullptr;
-  if (!qu_file_readable(path)) {
-    status = 3;
+  companion_reader companion(path);
+  if (companion.opened() != companion_reader::state::open) {
+    if (companion.opened() == companion_reader::state::absent) status = 3;
     return nullptr;
   }
-  status = 1;
-  file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream) return nullptr;
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return nullptr;
   auto system = qu_polygon_system_new();
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  const bool read = xdr && read_body(stream.get(), xdr.get(), directory, file,
-                                     selected && !temporary ? selection : nullptr, *system);
-  stream.close();
-  if (!read) {
-    std::remove(path);
+  if (!read_body(xdr.get(), companion.bytes(), directory, file, selected && !temporary ? selection : nullptr,
+                 *system)) {
+    if (!companion.is_whole()) return nullptr;
+    companion.set_aside();
+    status = 1;
     return nullptr;
   }
   qd_coordinates_formats(1, directory, file, &system->unit_x, &system->unit_y, &system->unit_z);
   status = 0;
   return system;
+}
+
+int qd_polygon_new(const char* directory, const char* file, polygon_system& system) {
+  const generated_variables generated(system);
+  const bool made =
+      qd_object_file_new(directory, file, generated.all, samples_of(system), [&](const char* folder) {
+        path_text path;
+        qu_path_join(path, {folder, path_separator, polygon_file_name});
+        return write_file(path, system) || report_unwritten(directory, file);
+      });
+  return made ? 0 : 2;
 }
 
 int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system) {
@@ -235,13 +272,18 @@ int qd_polygon_write(const char* directory, const char* file, bool temporary, po
   if (temporary) {
     if (test != 0) return 3;
   } else {
-    if (test == 4 && qd_create_directory(directory) == 0) return 2;
-    if (!prepare_points_file(directory, file, system)) return 2;
+    if (test == 4) return qd_create_directory(directory) == 0 ? 2 : qd_polygon_new(directory, file, system);
+    const int missing = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
+    if (missing == 2) return 2;
+    const points_file state =
+        missing == 1 ? points_file::made_anew : prepare_points_file(directory, file, system);
+    if (state != points_file::fits)
+      return state == points_file::failed ? 2 : qd_polygon_new(directory, file, system);
   }
   path_text path;
   if (polygon_path(directory, file, temporary, path) == 0) return 2;
   if (!write_file(path, system)) {
-    qu_message("WARNING: Error when writing in the Polygon File %s/%s.", directory, file);
+    report_unwritten(directory, file);
     return 2;
   }
   // The geometry stands, whatever comes of its samples.
@@ -254,8 +296,10 @@ void qd_polygon_delete(const char* directory, const char* file, bool temporary) 
   if (qd_points_test(directory, file, nullptr) != 0 || polygon_path(directory, file, temporary, path) == 0 ||
       !qu_file_readable(path))
     return;
-  std::remove(path);
-  if (!temporary) qd_delete_file(directory, file);
+  if (temporary)
+    std::remove(path);
+  else
+    qd_delete_file(directory, file);
 }
 
 }  // namespace qrd

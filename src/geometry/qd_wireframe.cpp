@@ -28,12 +28,10 @@ constexpr std::int64_t bytes_per_vertex = 24;
 constexpr std::int64_t bytes_per_triangle = 12;
 constexpr std::int64_t wireframe_dimension = 3;
 
-// Those of the samples' places, then the name and the volume.
+// Those of the samples' places.
 constexpr builtin_variable centers[3] = {{"X+ Gravity Center (READONLY)", KIND_X},
                                          {"Y+ Gravity Center (READONLY)", KIND_Y},
                                          {"Z+ Gravity Center (READONLY)", KIND_Z}};
-constexpr const char* wireframe_variable_names[] = {centers[0].name, centers[1].name, centers[2].name,
-                                                    object_name_variable, object_volume_variable};
 
 struct file_header {
   std::int64_t version = wireframe_version;
@@ -109,18 +107,16 @@ bool read_object(XDR* xdr, std::int64_t version, std::int64_t bytes_left,
   return true;
 }
 
-bool read_objects(std::FILE* stream, XDR* xdr, const std::optional<object_name_set>& kept, wireframe& root) {
-  if (qu_file_seek(stream, 0, 2) != 0) return false;
-  const std::int64_t bytes = qu_file_tell(stream);
+bool read_objects(XDR* xdr, std::int64_t bytes, const std::optional<object_name_set>& kept, wireframe& root) {
   file_header header;
-  if (qu_file_seek(stream, 0, 0) != 0 || !move_header(xdr, header)) return false;
+  if (!move_header(xdr, header)) return false;
   for (std::int64_t i = 0; i < header.objects; ++i)
     if (!read_object(xdr, header.version, bytes, kept, root)) return false;
   return true;
 }
 
-// Places, names and volumes go into the samples of the points file.
-int write_variables(const char* directory, const char* file, wireframe& root) {
+// Places, names and volumes of the objects.
+object_samples samples_of(wireframe& root) {
   const std::size_t count = root.objects.size();
   const double unit = distance_format.factor;
   object_samples samples;
@@ -132,13 +128,7 @@ int write_variables(const char* directory, const char* file, wireframe& root) {
     samples.names.emplace_back(object.name);
     samples.measures.push_back(qu_polyhedron_volume(object) / (unit * unit * unit));
   }
-  const object_coordinate coordinates[] = {
-      {centers[0], &distance_format}, {centers[1], &distance_format}, {centers[2], &distance_format}};
-  qd_format_record volume_format = float_default;
-  volume_format.format = FORMAT_EXPONENT;
-  qu_string_copy((std::string(distance_format.unit) + "3").c_str(), volume_format.unit);
-  return qd_object_variables_write(directory, file, coordinates, object_volume_variable, volume_format,
-                                   samples);
+  return samples;
 }
 
 // The short test of the catalogue, and the path: 0, or the failure 1 (missing) or 2 (can't tell).
@@ -165,27 +155,34 @@ void load_units(const char* directory, const char* file, wireframe& root) {
 
 }  // namespace
 
-int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
+int qd_wireframe_new(const char* directory, const char* file, wireframe& root) {
   if (root.objects.empty()) {
     qu_message("Cannot create Wireframe file with 0 polyhedron");
     return 2;
   }
-  const int test = qd_points_test(directory, file, nullptr);
-  if (test == 1) return 2;
-  if (test == 0 && qd_delete_file(directory, file) == 0) return 2;
-  if (test == 4 && qd_create_directory(directory) == 0) return 2;
-  path_text path;
-  if (qd_object_points_new(directory, file, wireframe_dimension,
-                           static_cast<std::int64_t>(root.objects.size())) == 0 ||
-      qd_companion_path(directory, file, wireframe_file_name, path) == 0)
-    return 2;
-  if (!qd_object_file_replace(path, [&root](XDR* xdr) { return write_root(xdr, root); })) {
+  const object_coordinate coordinates[] = {
+      {centers[0], &distance_format}, {centers[1], &distance_format}, {centers[2], &distance_format}};
+  object_variables variables{coordinates, object_volume_variable, float_default};
+  variables.measure_format.format = FORMAT_EXPONENT;
+  qu_string_copy((std::string(distance_format.unit) + "3").c_str(), variables.measure_format.unit);
+  const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
+    path_text path;
+    qu_path_join(path, {folder, path_separator, wireframe_file_name});
+    if (qd_object_file_replace(path, [&root](XDR* xdr) { return write_root(xdr, root); })) return true;
     qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
-    return 2;
+    return false;
+  });
+  return made ? 0 : 2;
+}
+
+int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
+  if (!root.objects.empty()) {
+    const int test = qd_points_test(directory, file, nullptr);
+    if (test == 1) return 2;
+    if (test == 0 && qd_delete_file(directory, file) == 0) return 2;
+    if (test == 4 && qd_create_directory(directory) == 0) return 2;
   }
-  // The geometry stands, whatever comes of its samples.
-  write_variables(directory, file, root);
-  return 0;
+  return qd_wireframe_new(directory, file, root);
 }
 
 std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
@@ -195,21 +192,18 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
   if (find_file(directory, file, path) != 0) return nullptr;
   std::optional<object_name_set> kept;
   const bool selected = qd_object_selection_usable("Wireframe", directory, file, selection);
-  if (!qu_file_readable(path)) {
-    status = 3;
+  companion_reader companion(path);
+  if (companion.opened() != companion_reader::state::open) {
+    if (companion.opened() == companion_reader::state::absent) status = 3;
     return nullptr;
   }
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return nullptr;
   if (selected) kept = qd_selected_object_names(directory, file, selection, object_name_variable);
   auto root = qu_wireframe_new();
-  file_stream stream(qu_file_open_n(path, read_binary));
-  bool read = false;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_DECODE);
-    read = xdr && read_objects(stream.get(), xdr.get(), kept, *root);
-  }
-  stream.close();
-  if (!read) {
-    std::remove(path);
+  if (!read_objects(xdr.get(), companion.bytes(), kept, *root)) {
+    if (!companion.is_whole()) return nullptr;
+    companion.set_aside();
     status = 1;
     return nullptr;
   }
@@ -221,15 +215,17 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
 int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info) {
   path_text path;
   if (int found = find_file(directory, file, path); found != 0) return found;
-  if (!qu_file_readable(path)) return 3;
-  file_stream stream = qd_object_file_open(path, read_binary);
-  if (!stream) return 2;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
+  companion_reader companion(path);
+  if (companion.opened() != companion_reader::state::open)
+    return companion.opened() == companion_reader::state::absent ? 3 : 2;
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return 2;
   file_header header;
-  bool read = move_header(xdr.get(), header) && std::ferror(stream.get()) == 0;
+  bool read = move_header(xdr.get(), header);
+  if (!companion.is_whole()) return 2;
   info.object_count = header.objects;
   if (read && qd_object_selection_usable("Wireframe", directory, file, selection)) {
+    if (qd_free_entries() < 2) return 2;
     info.object_count = qd_free_samples_count(directory, file, selection);
     read = info.object_count >= 0;
   }
@@ -248,7 +244,6 @@ int qd_wireframe_info(const char* directory, const char* file, const char* selec
     info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
     info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
   }
-  info.variable_count = qd_object_user_variables(directory, file, wireframe_variable_names);
   return 0;
 }
 

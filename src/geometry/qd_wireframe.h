@@ -24,12 +24,13 @@ struct wireframe_info {
   std::int64_t vertex_count = 0;
   std::int64_t triangle_count = 0;
   double x_min = 0, x_max = 0, y_min = 0, y_max = 0, z_min = 0, z_max = 0;
-  std::int64_t variable_count = 0;  // variables of the points file that a user made
 };
 
-// 0 written, 2 failed.
+// Makes a file with its wireframes; no other may have its name. 0 made; 2 failed, nothing is left.
+int qd_wireframe_new(const char* directory, const char* file, wireframe& root);
+// The same in place of a file that is there.
 int qd_wireframe_write(const char* directory, const char* file, wireframe& root);
-// The root or null. Status 0 read; 1 failed, the file was removed; 2 can't tell, or no such file; 3 no
+// The root or null. Status 0 read; 1 damaged, and moved aside; 2 can't tell, or no such file; 3 no
 // wireframes.
 std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
                                              int& status);

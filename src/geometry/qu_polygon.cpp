@@ -8,14 +8,11 @@ namespace qrd {
 
 namespace {
 
-// A number written from here on fills a name to its last place.
-constexpr std::size_t last_number_place = 29;
-
 // The wanted name or, where the list holds it, one that ends in the counter's value. "None" and the
 // empty name become an automatic one.
 template <typename T>
 void make_unique(const named_list<T>& list, const char* wanted, const char* automatic_prefix,
-                 std::int64_t& counter, polygon_name& result) {
+                 std::int64_t& counter, std::size_t longest, polygon_name& result) {
   std::snprintf(result, sizeof result, "%s", wanted);
   const std::size_t length = std::strlen(result);
   if (length == 0 || std::strcmp(result, no_name) == 0)
@@ -23,8 +20,8 @@ void make_unique(const named_list<T>& list, const char* wanted, const char* auto
   while (list.contains(result)) {
     const std::string number = std::to_string(++counter);
     // Behind the end of the text nothing would change: the number must stand in it or right after it.
-    const std::size_t place =
-        std::min({length, last_number_place - (number.size() - 1), std::strlen(result)});
+    // Its blank stands there, too.
+    const std::size_t place = std::min({length, longest - 1 - number.size(), std::strlen(result)});
     std::snprintf(result + place, sizeof result - place, length < 2 ? "%s" : " %s", number.c_str());
   }
 }
@@ -52,14 +49,16 @@ polygon& qu_polygon_new_named(polygon_system& system, const char* name) {
 
 polygon& qu_polygon_new_auto(polygon_system& system) {
   polygon_name name;
-  make_unique(system.polygons, "", "Polygon ", system.polygon_name_counter, name);
+  make_unique(system.polygons, "", "Polygon ", system.polygon_name_counter, system.longest_numbered_name,
+              name);
   return qu_polygon_new_named(system, name);
 }
 
 void qu_polygon_rename(polygon_system& system, polygon& renamed, const char* name) {
   if (std::strcmp(renamed.name, name) == 0) return;
   polygon_name unique;
-  make_unique(system.polygons, name, "Polygon ", system.polygon_name_counter, unique);
+  make_unique(system.polygons, name, "Polygon ", system.polygon_name_counter, system.longest_numbered_name,
+              unique);
   system.polygons.rename(renamed, unique);
 }
 
@@ -76,14 +75,14 @@ contour& qu_polygon_add_contour_named(polygon_system& system, polygon& owner, co
 
 contour& qu_polygon_add_contour(polygon_system& system, polygon& owner) {
   polygon_name name;
-  make_unique(system.contours, "", "C ", system.contour_name_counter, name);
+  make_unique(system.contours, "", "C ", system.contour_name_counter, system.longest_numbered_name, name);
   return qu_polygon_add_contour_named(system, owner, name);
 }
 
 void qu_contour_rename(polygon_system& system, contour& renamed, const char* name) {
   if (std::strcmp(renamed.name, name) == 0) return;
   polygon_name unique;
-  make_unique(system.contours, name, "C ", system.contour_name_counter, unique);
+  make_unique(system.contours, name, "C ", system.contour_name_counter, system.longest_numbered_name, unique);
   system.contours.rename(renamed, unique);
 }
 

@@ -107,6 +107,8 @@ struct polygon_system {
   qd_format_record unit_x, unit_y, unit_z;
   std::int64_t polygon_name_counter = 0;  // numbers automatic names
   std::int64_t contour_name_counter = 0;
+  // A name that gets a number to become unique is cut so that it has at most so many characters.
+  std::size_t longest_numbered_name = polygon_name_size - 1;
 };
 
 // An empty system of dimension 2 in the distance unit.

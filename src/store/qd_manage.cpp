@@ -110,13 +110,16 @@ bool write_initial_variable(const char* file_path, std::int64_t organisation, st
   return qd_write_variable_files(path, record, 0);
 }
 
-bool write_file_files(const char* path, const qd_file_record& record) {
+bool write_file_files(const char* path, const qd_file_record& record, const file_content* content) {
   if (is_lines(record.organisation) && qd_line_table_create(path) == 0) return false;
   if (!qd_make_empty_file(path, "DESCR") || qd_file_descriptor_write(path, record) == 0) return false;
   std::size_t number = 1;
   for (const initial_variable& initial : initial_variables(record.organisation, record.dimension))
     if (!write_initial_variable(path, record.organisation, number++, initial)) return false;
-  return true;
+  if (content == nullptr) return true;
+  for (const initial_samples& initial : content->variables)
+    if (!qd_write_initial_samples(path, record, number++, initial)) return false;
+  return !content->companions || content->companions(path);
 }
 
 bool fits_descriptor(std::int64_t nodes) {
@@ -212,7 +215,7 @@ int qd_delete_directory(const char* name) {
 
 // Fatal number: 35 no organisation.
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
-                   const qd_grid_record* grid) {
+                   const qd_grid_record* grid, const file_content* content) {
   if (qd_two_files_available("FILE CREATION FAILED") == 0) return 0;
   path_text directory_path, existing_path;
   qd_file_record existing;
@@ -234,12 +237,16 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
 
   qd_file_record record = empty_file_record(name, organisation, dimension);
   if (organisation == ORG_GRID && !set_grid(grid != nullptr ? *grid : qd_grid_record(), record)) return 0;
+  if (content != nullptr && !qd_set_sample_count(content->sample_count, record)) {
+    qu_message("CAN'T CREATE FILE.\n");
+    return 0;
+  }
 
   prepared_object folder(directory_path);
   placement placed = placement::failed;
   {
     log_pause pause;
-    if (folder && write_file_files(folder.path(), record) && is_still(directory_path, directory))
+    if (folder && write_file_files(folder.path(), record, content) && is_still(directory_path, directory))
       placed = folder.place(file_numbering);
   }
   if (placed == placement::failed && !is_still(directory_path, directory)) {

@@ -111,8 +111,7 @@ TEST_F(faults, that_a_full_disk_swallows_leave_the_file_not_faulted) {
   for (int i = 0; i < 200; ++i) segment(sent, {1, 2, 0, 4, 5, 0, 0, 0, 0}, {0, 0, 0}, 2);
   {
     file_size_limit disk(8000);
-    EXPECT_EQ(client_.ask("CWRITFAUL", sent.str()), "");
-    EXPECT_EQ(client_.status(), -1);
+    expect_refused("CWRITFAUL", sent, "Problem while writing faults for D/P");
   }
   expect_refused("CFAULTS", bytes().i32(127), "P is not a faulted file.");
 }

@@ -75,7 +75,6 @@ TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
   ASSERT_EQ(qd_wireframe_info("D", "P", "None", info), 0);
   EXPECT_EQ((std::vector<double>{info.x_min, info.y_max, info.x_max, info.z_min, info.y_min, info.z_max}),
             (std::vector<double>{1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(info.variable_count, 3);
 }
 
 TEST_F(wireframes, obey_a_selection_of_their_samples) {

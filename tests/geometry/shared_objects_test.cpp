@@ -1,0 +1,306 @@
+// Polygons, wireframes and faults in a tree where others are at work: what a reader finds may have changed
+// since it was looked for, and what a writer makes is seen whole or not at all.
+#include <fcntl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <filesystem>
+#include <thread>
+
+#include "geometry/qd_fault.h"
+#include "geometry/qd_polygon.h"
+#include "geometry/qd_wireframe.h"
+#include "samples/qd_select.h"
+#include "support/console.h"
+#include "support/descriptors.h"
+#include "support/file_size_limit.h"
+#include "support/open_study.h"
+
+namespace qrd::test {
+namespace {
+
+constexpr double no_data = 1.2345e308;
+
+class shared_objects : public open_study {
+ protected:
+  // A polygon "one" and a polygon "two", each a triangle with an edge of a metre at x = 0 and x = 10.
+  static bytes two_polygons(const std::string& file) {
+    bytes sent;
+    sent.text(file).i32(1).f64(0, 0, 0, 0, 0, 0).i64(2);
+    sent.text("one").text("").f64(0, 0).i32(3).f64(0, 0, 1, 0, 1, 1);
+    return sent.text("two").text("").f64(0, 0).i32(3).f64(10, 0, 11, 0, 11, 1);
+  }
+  static bytes two_polygons_back(double unit = 100) {
+    const double m = 100 / unit;
+    bytes back;
+    back.text("SPOLYGONS").i32(1).f64(0, 0, 0, 11 * m, m, m).i64(2);
+    back.text("one").text("one").f64(0, m).i32(3).f64(0, 0, m, 0, m, m);
+    return back.text("two").text("two").f64(0, m).i32(3).f64(10 * m, 0, 11 * m, 0, 11 * m, m);
+  }
+  // An object "one" and an object "two" of one triangle each.
+  static bytes triangles() {
+    bytes objects;
+    objects.i32(2);
+    for (const char* name : {"one", "two"})
+      objects.text(name).i32(1, 2, 3, 1, 3, 1).f64(0, 0, 0, 1, 0, 0, 0, 1, 0).i32(0, 1, 2);
+    return objects;
+  }
+  void make_polygons(const std::string& file) {
+    expect_done("CPOLYNEW", two_polygons(file));
+    expect_done("CFILESET", bytes().text(file));
+  }
+  void make_wireframes(const std::string& file) {
+    expect_done("CWIRENEW", bytes().text(file).raw(triangles().str()));
+    expect_done("CFILESET", bytes().text(file));
+  }
+  static void choose_selection(const char* name) {
+    std::snprintf(current_context.selection, sizeof current_context.selection, "%s", name);
+  }
+  std::vector<std::string> names_in(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+      names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  // The content of the one file of the n-th file's folder that was moved aside.
+  std::string kept_aside(int number) {
+    std::string content;
+    for (const std::string& name : names_in(in_file(number, "")))
+      if (name.starts_with("B_")) content += read_file(in_file(number, name));
+    return content;
+  }
+};
+
+TEST_F(shared_objects, a_name_variable_is_replaced_by_a_wider_one_under_a_selection) {
+  make_polygons("P");
+  select_samples("both", {1, 1});
+  // Both have the bytes that the other's width asks for.
+  const std::string narrow = in_file(1, "VARI.4"), wide = in_file(1, "other");
+  constexpr int width = 4000;
+  std::filesystem::copy(narrow, wide);
+  write_file(
+      wide + "/DESCR",
+      variable_fields{.name = "N+ NAME", .type = VAR_CHAR, .bit_length = 8 * width, .digits = 2}.bytes_of());
+  for (const std::string& folder : {narrow, wide})
+    write_file(folder + "/DATAVAR", std::string(2 * width, 'n'));
+  std::atomic<bool> stop = false;
+  std::thread other([&] {
+    while (!stop) renameat2(AT_FDCWD, narrow.c_str(), AT_FDCWD, wide.c_str(), RENAME_EXCHANGE);
+  });
+  constexpr int rounds = 150;
+  for (int i = 0; i < rounds; ++i)
+    EXPECT_EQ(client_.ask("CPOLYGONS").substr(4, 9), bytes().text("SPOLYGONS").str().substr(4, 9));
+  stop = true;
+  other.join();
+}
+
+TEST_F(shared_objects, what_a_selection_cannot_tell_keeps_all) {
+  make_polygons("P");
+  make_wireframes("W");
+  const bytes wireframes_back = bytes().text("SWIREF").raw(triangles().str());
+  const struct {
+    const char* file;
+    const char* request;
+    bytes all;
+    const char* too_many;
+  } rows[] = {
+      {"P", "CPOLYGONS", two_polygons_back(), "Cannot get polygon information."},
+      {"W", "CWIREREAD", wireframes_back, "Cannot get wireframe information: Too much files opened."}};
+  int number = 0;
+  for (const auto& row : rows) {
+    expect_done("CFILESET", bytes().text(row.file));
+    select_samples("second", {0, 1});
+    EXPECT_NE(client_.ask(row.request), row.all.str());
+    // A family of selections without an index selects nothing.
+    const std::string family = in_file(++number, "VARI.20");
+    std::filesystem::create_directory(family);
+    write_file(family + "/DESCR",
+               variable_fields{.name = "S[xxxxx]", .type = VAR_MACRO, .bit_length = 1}.bytes_of());
+    write_file(family + "/MACRO", macro_bytes({1}));
+    write_file(family + "/DATAVAR", std::string(64, '\xC0'));
+    choose_selection("S[xxxxx]");
+    expect_answer(row.request, bytes(), row.all);
+    // Every place of the table of selected variables is taken, or all but one.
+    choose_selection("second");
+    qd_selected_entry other;
+    for (int free : {0, 1}) {
+      std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+      if (free == 1) tab_selected[7] = nullptr;
+      expect_refused(row.request, bytes(), row.too_many);
+      std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+    }
+  }
+}
+
+TEST_F(shared_objects, are_made_whole_or_not_at_all) {
+  bytes big;
+  constexpr int corners = 1000;
+  big.text("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(1).text("round").text("").f64(0, 0).i32(corners);
+  for (int i = 0; i < corners; ++i) big.f64(std::cos(i * 0.006), std::sin(i * 0.006));
+  bytes mesh;
+  mesh.text("W").i32(1).text("many").i32(0, 0, 0, 1, corners, 1);
+  for (int i = 0; i < 3 * corners; ++i) mesh.f64(i);
+  mesh.i32(0, 1, 2);
+  const std::string directory = in_study("QRD/DIRE.1");
+  {
+    // The data files fit, the geometry doesn't.
+    file_size_limit disk(8000);
+    expect_refused("CPOLYNEW", big, "Cannot create file S: P/P");
+    expect_refused("CWIRENEW", mesh, "Cannot create file S: D/W");
+  }
+  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR"}));
+  {
+    // Nor do the samples.
+    file_size_limit disk(1000);
+    expect_refused("CPOLYNEW", two_polygons("P"), "Cannot create file S: P/P");
+    expect_refused("CWIRENEW", bytes().text("W").raw(triangles().str()), "Cannot create file S: D/W");
+  }
+  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR"}));
+  // A full table of selected variables is no reason: nothing of the file is selected.
+  qd_selected_entry other;
+  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+  expect_done("CPOLYNEW", big);
+  expect_done("CWIRENEW", mesh);
+  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+  // Another server was quicker.
+  auto system = qu_polygon_system_new();
+  EXPECT_EQ(qd_polygon_new("D", "P", *system), 2);
+  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR", "FILE.1", "FILE.2"}));
+}
+
+TEST_F(shared_objects, that_have_just_gone_are_refused) {
+  make_polygons("P");
+  std::filesystem::remove_all(in_file(1, ""));
+  int status = -1;
+  std::unique_ptr<fault_system> system;
+  fault_info found;
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, status), nullptr);
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(qd_wireframe_read("D", "P", "None", status), nullptr);
+  EXPECT_EQ(qd_fault_info("D", "P", FAULT_FILE, found), 1);
+  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, system), 2);
+  make_points("Q", 1);
+  EXPECT_EQ(qd_fault_read("D", "Q", FAULT_FILE, system), 2);
+  // What has no file behind its name is no companion, and stays.
+  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
+    std::filesystem::create_directory(in_file(1, name));
+  expect_refused("CPOLYGONS", bytes(), "Cannot read polygons.");
+  expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
+  expect_refused("CFAULTS", bytes().i32(1), "Q is not a faulted file.");
+  EXPECT_TRUE(std::filesystem::exists(in_file(1, "FAULT")));
+}
+
+TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
+  make_points("P", 2, 3);
+  const struct {
+    const char* file;
+    const char* request;
+    bytes arguments;
+    std::string content;
+    const char* refused;
+  } rows[] = {
+      {"POLYGON", "CPOLYGONS", bytes(),
+       bytes().i32(6, 2).i64(1, 1, 3).f64(0, 0, 0, 0, 0, 0).text("cut").str(), "Cannot read polygons."},
+      {"WIREFRAME", "CWIREREAD", bytes(), bytes().i32(3, 1, 3, 1).f64(0, 0, 0, 0, 0, 0).text("x").str(),
+       "Cannot read wireframes."},
+      {"FAULT", "CFAULTS", bytes().i32(1), bytes().i32(2, 1, 0, 1, 1, 1, 1, 127).text("A").f64(1).str(),
+       "Cannot read faults."}};
+  std::string kept;
+  for (const auto& row : rows) {
+    write_file(in_file(1, row.file), row.content);
+    const std::string console = console_of([&] { expect_refused(row.request, row.arguments, row.refused); });
+    EXPECT_FALSE(std::filesystem::exists(in_file(1, row.file)));
+    EXPECT_EQ(kept_aside(1).size(), kept.size() + row.content.size());
+    EXPECT_NE(kept_aside(1).find(row.content), std::string::npos) << row.file;
+    EXPECT_NE(
+        console.find("The damaged file \"" + in_file(1, row.file) + "\" is kept as \"" + in_file(1, "B_")),
+        std::string::npos)
+        << console;
+    kept = kept_aside(1);
+  }
+  // Faults are written beside what was damaged, and never over sound ones.
+  write_file(in_file(1, "FAULT"), "short");
+  auto system = qu_fault_system_new(1, 0);
+  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), 0);
+  EXPECT_NE(kept_aside(1).find("short"), std::string::npos);
+  const std::string first = read_file(in_file(1, "FAULT"));
+  qu_fault_new(*system, "late", 0);
+  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), 3);
+  EXPECT_EQ(read_file(in_file(1, "FAULT")), first);
+}
+
+TEST_F(shared_objects, of_a_damaged_name_variable_are_all_kept) {
+  make_polygons("P");
+  make_wireframes("W");
+  const bytes wireframes_back = bytes().text("SWIREF").raw(triangles().str());
+  int number = 0;
+  for (const char* file : {"P", "W"}) {
+    ++number;
+    expect_done("CFILESET", bytes().text(file));
+    select_samples("second", {0, 1});
+    const std::string names = in_file(number, number == 1 ? "VARI.4" : "VARI.5");
+    const char* request = number == 1 ? "CPOLYGONS" : "CWIREREAD";
+    const bytes all = number == 1 ? two_polygons_back() : wireframes_back;
+    EXPECT_NE(client_.ask(request), all.str());
+    // A number is no name.
+    write_file(names + "/DESCR", variable_fields{.name = "N+ NAME", .bit_length = 8}.bytes_of());
+    expect_answer(request, bytes(), all);
+    std::filesystem::remove(names + "/DATAVAR");
+    std::filesystem::remove_all(names);
+    expect_answer(request, bytes(), all);
+  }
+}
+
+TEST_F(shared_objects, with_equal_names_can_be_read_back) {
+  bytes sent;
+  sent.text("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(3);
+  for (double x : {0.0, 10.0, 20.0})
+    sent.text("fifteen letters").text("A").f64(0, 0).i32(3).f64(x, 0, x + 1, 0, x + 1, 1);
+  expect_done("CPOLYNEW", sent);
+  expect_done("CFILESET", bytes().text("P"));
+  bytes back;
+  back.text("SPOLYGONS").i32(1).f64(0, 0, 0, 21, 1, 0).i64(3);
+  double x = 0;
+  for (const char* name : {"fifteen letters", "fifteen lette 3", "fifteen lette 5"}) {
+    back.text(name).text("A").f64(0, 1).i32(3).f64(x, 0, x + 1, 0, x + 1, 1);
+    x += 10;
+  }
+  expect_answer("CPOLYGONS", bytes(), back);
+}
+
+// In a study without units a factor that stands in a descriptor doesn't count, for samples and objects alike.
+TEST_F(shared_objects, have_no_factors_in_a_study_without_units) {
+  root_.make_study("N", study_descriptor(0));
+  root_.write_registry(pair("$init$/N", "N"));
+  expect_answer("CQRDDATA", bytes().text(root_.path()), bytes().text("SOK"));
+  expect_done("CSTUDYSET", bytes().text("N"));
+  expect_done("CDIRNEW", bytes().text("D"));
+  expect_done("CDIRSET", bytes().text("D"));
+  make_polygons("P");
+  const std::string file = root_ / "N/QRD/DIRE.1/FILE.1";
+  write_file(file + "/VARI.2/DESCR",
+             variable_fields{"XL+ X Location (READONLY)", VAR_FLOAT, KIND_X, 64, 0, "km", 100000}.bytes_of());
+  for (int mode : {0, 1}) {
+    expect_done("CUNITMODE", bytes().i32(mode));
+    const std::string answer = client_.ask("CPOLYGONS");
+    bytes first;
+    first.text("SPOLYGONS").i32(1).f64(0, 0, 0, 11, 1, 0).i64(2);
+    EXPECT_EQ(answer.substr(0, first.str().size()), first.str()) << mode;
+  }
+  make_wireframes("W");
+  write_file(
+      root_ / "N/QRD/DIRE.1/FILE.2/VARI.2/DESCR",
+      variable_fields{"X+ Gravity Center (READONLY)", VAR_FLOAT, KIND_X, 64, 0, "km", 100000}.bytes_of());
+  expect_answer("CWIREREAD", bytes(), bytes().text("SWIREF").raw(triangles().str()));
+  bytes sent;
+  sent.i32(1, 0).f64(no_data).i32(1).text("F").i32(0, 1).f64(1, 2, 0, 3, 4, 0, 0, 0, 0).f64(0, 0, 0).i32(1);
+  expect_done("CWRITFAUL", sent);
+  bytes back;
+  back.text("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("F").i32(0, 1);
+  expect_answer("CFAULTS", bytes().i32(1), back.f64(1, 2, 0, 3, 4, 0, 0, 0, 0).f64(0, 0, 0).i32(1));
+}
+
+}  // namespace
+}  // namespace qrd::test
