@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
+#include <new>
 #include <string_view>
 #include <system_error>
 
@@ -109,14 +111,16 @@ removed_folder::removed_folder(const char* path) : place_(path) {
     return;
   }
   const std::string parent = place_.substr(0, place_.find_last_of('/') + 1);
-  const std::string name = qu_with_working_name(
-      qu_working_folder_name, being_deleted,
-      [&](const std::string& candidate) { return qu_take_name(place_, parent + candidate); });
+  const std::string name =
+      qu_with_working_name(qu_working_folder_name, being_deleted, [&](const std::string& candidate) {
+        // Known before the rename: behind it nothing may fail.
+        target_ = parent + candidate;
+        return qu_take_name(place_, target_);
+      });
   if (name.empty()) {
     state_ = errno == ENOENT ? state::gone : state::refused;
     return;
   }
-  target_ = parent + name;
   state_ = state::taken;
 }
 
@@ -149,6 +153,16 @@ bool removed_folder::remove() {
 
 void removed_folder::put_back() {
   state_ = state::put_back;
+  if (qu_take_name(target_, place_) == 0) return;
+  try {
+    put_elsewhere();
+  } catch (const std::bad_alloc&) {
+    qu_message("Unable to put back \"%s\", which is now \"%s\": %s", place_.c_str(), target_.c_str(),
+               std::strerror(ENOMEM));
+  }
+}
+
+void removed_folder::put_elsewhere() {
   const std::size_t digits = place_.find_last_not_of("0123456789") + 1;
   std::int64_t number = 0;
   std::from_chars(place_.data() + digits, place_.data() + place_.size(), number);

@@ -83,6 +83,8 @@ class removed_folder {
   void put_back();
 
  private:
+  void put_elsewhere();
+
   std::string place_;
   std::string target_;
   std::optional<folder_lock> lock_;
