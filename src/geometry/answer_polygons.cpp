@@ -1,5 +1,6 @@
 // CPOLYGONS.
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "geometry/answer_units.h"
@@ -14,6 +15,11 @@ namespace qrd {
 namespace {
 
 constexpr std::uint32_t wire_name_size = 16;
+
+// A longer name has no place on the wire.
+bool can_be_sent(const contour& each) {
+  return std::strlen(each.name) < wire_name_size && std::strlen(each.owner->name) < wire_name_size;
+}
 
 // The vertices are divided in place: the system goes with the request.
 bool write_contour(contour& written, const unit_divisors& unit) {
@@ -49,6 +55,8 @@ int server_answer_polygons(const char* /*request*/) {
     return refuse("No enough memory to read polygons.");
   }
   if (status != 0) return refuse("Cannot read polygons.");
+  // Found before the answer begins: what has been sent of it can't be taken back.
+  if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return -1;
 
   const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,

@@ -160,13 +160,14 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
   return found;
 }
 
-bool qd_object_selection_usable(const char* kind, const char* directory, const char* file,
-                                const char* selection) {
-  if (std::strcmp(selection, no_name) == 0) return false;
-  if (qd_variable_test(true, directory, file, selection) == 0) return true;
+selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
+                                          const char* selection) {
+  if (std::strcmp(selection, no_name) == 0) return selection_state::ignored;
+  const int test = qd_variable_test(true, directory, file, selection);
+  if (test != 1) return test == 0 ? selection_state::usable : selection_state::unknown;
   qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, directory, file);
   qu_message("-------  Selection will be ignored.");
-  return false;
+  return selection_state::ignored;
 }
 
 }  // namespace qrd

@@ -60,9 +60,13 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
 // Without blanks at both ends.
 std::string qd_trimmed(const char* text);
 
-// True if `selection` stands for one that exists; one that is gone is told on the console and ignored.
+enum class selection_state {
+  usable,
+  ignored,  // "None", or one that is gone, which is told on the console
+  unknown   // can't tell
+};
 // `kind` is the word of the message, such as "Polygon".
-bool qd_object_selection_usable(const char* kind, const char* directory, const char* file,
-                                const char* selection);
+selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
+                                          const char* selection);
 
 }  // namespace qrd

@@ -218,7 +218,11 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   // The first versions counted compounds; the samples count the polygons.
   if (header.version == 1 || header.version == 2)
     info.polygon_count = temporary ? header.compound_count : file_info.sample_count;
-  if (read && selection != nullptr && qd_object_selection_usable("Polygon", directory, file, selection)) {
+  const selection_state selected = read && selection != nullptr
+                                       ? qd_object_selection_state("Polygon", directory, file, selection)
+                                       : selection_state::ignored;
+  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::usable) {
     const int narrowed = qd_free_entries() < 2 ? 2 : narrow_info(directory, file, selection, temporary, info);
     if (narrowed != 1) return narrowed;
     read = false;
@@ -233,8 +237,9 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
   status = 2;
   path_text path;
   if (qd_points_test(directory, file, nullptr) != 0) return nullptr;
-  const bool selected = qd_object_selection_usable("Polygon", directory, file, selection);
-  if (polygon_path(directory, file, temporary, path) == 0) return nullptr;
+  const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
+  if (selected == selection_state::unknown || polygon_path(directory, file, temporary, path) == 0)
+    return nullptr;
   companion_reader companion(path);
   if (companion.opened() != companion_reader::state::open) {
     if (companion.opened() == companion_reader::state::absent) status = 3;
@@ -243,8 +248,8 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return nullptr;
   auto system = qu_polygon_system_new();
-  if (!read_body(xdr.get(), companion.bytes(), directory, file, selected && !temporary ? selection : nullptr,
-                 *system)) {
+  if (!read_body(xdr.get(), companion.bytes(), directory, file,
+                 selected == selection_state::usable && !temporary ? selection : nullptr, *system)) {
     if (!companion.is_whole()) return nullptr;
     companion.set_aside();
     status = 1;

@@ -191,7 +191,8 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
   path_text path;
   if (find_file(directory, file, path) != 0) return nullptr;
   std::optional<object_name_set> kept;
-  const bool selected = qd_object_selection_usable("Wireframe", directory, file, selection);
+  const selection_state selected = qd_object_selection_state("Wireframe", directory, file, selection);
+  if (selected == selection_state::unknown) return nullptr;
   companion_reader companion(path);
   if (companion.opened() != companion_reader::state::open) {
     if (companion.opened() == companion_reader::state::absent) status = 3;
@@ -199,7 +200,8 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
   }
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return nullptr;
-  if (selected) kept = qd_selected_object_names(directory, file, selection, object_name_variable);
+  if (selected == selection_state::usable)
+    kept = qd_selected_object_names(directory, file, selection, object_name_variable);
   auto root = qu_wireframe_new();
   if (!read_objects(xdr.get(), companion.bytes(), kept, *root)) {
     if (!companion.is_whole()) return nullptr;
@@ -224,7 +226,10 @@ int qd_wireframe_info(const char* directory, const char* file, const char* selec
   bool read = move_header(xdr.get(), header);
   if (!companion.is_whole()) return 2;
   info.object_count = header.objects;
-  if (read && qd_object_selection_usable("Wireframe", directory, file, selection)) {
+  const selection_state selected =
+      read ? qd_object_selection_state("Wireframe", directory, file, selection) : selection_state::ignored;
+  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return 2;
     info.object_count = qd_free_samples_count(directory, file, selection);
     read = info.object_count >= 0;

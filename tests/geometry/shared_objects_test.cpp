@@ -270,6 +270,24 @@ TEST_F(shared_objects, with_equal_names_can_be_read_back) {
   expect_answer("CPOLYGONS", bytes(), back);
 }
 
+// What can't be sent isn't begun: nobody takes the beginning for an answer to the next request.
+TEST_F(shared_objects, with_a_name_that_is_too_long_get_no_answer) {
+  bytes sent;
+  constexpr int corners = 200;
+  sent.text("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(2).text("round").text("").f64(0, 0).i32(corners);
+  for (int i = 0; i < corners; ++i) sent.f64(std::cos(i * 0.03), std::sin(i * 0.03));
+  sent.text("two").text("").f64(0, 0).i32(3).f64(10, 0, 11, 0, 11, 1);
+  expect_done("CPOLYNEW", sent);
+  expect_done("CFILESET", bytes().text("P"));
+  EXPECT_GT(client_.ask("CPOLYGONS").size(), 3000U);
+  std::string file = read_file(in_file(1, "POLYGON"));
+  const std::string last = bytes().text("two").str();
+  file.replace(file.rfind(last), last.size(), bytes().text("sixteen letters!").str());
+  write_file(in_file(1, "POLYGON"), file);
+  EXPECT_EQ(client_.ask("CPOLYGONS"), "");
+  EXPECT_EQ(client_.status(), -1);
+}
+
 // In a study without units a factor that stands in a descriptor doesn't count, for samples and objects alike.
 TEST_F(shared_objects, have_no_factors_in_a_study_without_units) {
   root_.make_study("N", study_descriptor(0));
