@@ -222,6 +222,17 @@ bool remove_content(tree_deletion& deletion, const char* directory) {
   return false;
 }
 
+// A folder that is not there is nothing to tell of; errno stays.
+qu_dir* tell_unlisted(const char* path) {
+  const int reason = errno;
+  if (reason != ENOENT && reason != ENOTDIR) {
+    const char* text = qu_strerror(1);
+    qu_message("Unable to list directory \"%s\": %s", path, text);
+  }
+  errno = reason;
+  return nullptr;
+}
+
 // Makes room for the target of a copy.
 void remove_target(const char* target) {
   struct stat status;
@@ -236,10 +247,11 @@ void remove_target(const char* target) {
 }  // namespace
 
 qu_dir* qu_dir_open(const char* path) {
-  listing_owner listing(opendir(path == nullptr || *path == '\0' ? "." : path));
-  if (listing == nullptr) return nullptr;
+  if (path == nullptr || *path == '\0') path = ".";
+  listing_owner listing(opendir(path));
+  if (listing == nullptr) return tell_unlisted(path);
   std::optional<std::vector<std::string>> names = read_names(listing.get());
-  if (!names) return nullptr;
+  if (!names) return tell_unlisted(path);
   return new qu_dir{0, std::move(*names)};
 }
 
