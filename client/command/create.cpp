@@ -5,7 +5,7 @@
 #include <memory>
 #include <set>
 
-#include "client/command/cells.h"
+#include "client/cells.h"
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/session.h"
@@ -85,7 +85,7 @@ void new_points(const common_options& common, const new_options& options) {
   const client::csv_table table = client::read_table(options.input);
   std::vector<double> coordinates;
   for (const std::string& axis : options.axes) {
-    const std::vector<double> values = to_places(table.column(axis), {}, axis);
+    const std::vector<double> values = to_places(table, axis, {});
     coordinates.insert(coordinates.end(), values.begin(), values.end());
   }
   const auto dimension = static_cast<std::int32_t>(options.axes.size());

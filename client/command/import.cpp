@@ -87,12 +87,12 @@ std::map<std::string, planned_macro> plan_macros(const std::vector<planned_varia
 
 void make_variable(client::connection& server, const planned_variable& planned,
                    std::map<std::string, planned_macro>& macros) {
-  if (planned.characters > 0) {
-    server.new_text_variable(planned.variable.name, planned.characters);
+  if (planned.type.is_text()) {
+    server.new_text_variable(planned.variable.name, planned.type.characters);
   } else if (!planned.variable.index) {
-    server.new_float_variable(planned.variable.name, planned.bits, {}, planned.unit);
+    server.new_float_variable(planned.variable.name, planned.type.bits, {}, planned.unit);
   } else if (const auto macro = macros.extract(planned.variable.name)) {
-    server.new_macro_variable(planned.variable.name, planned.bits, {}, planned.unit);
+    server.new_macro_variable(planned.variable.name, planned.type.bits, {}, planned.unit);
     server.set_variable(planned.variable.name);
     server.add_macro_indices(macro.mapped().numbers, macro.mapped().names);
   }
@@ -109,16 +109,15 @@ std::vector<T> placed(std::vector<T> values, const sample_places& places, const 
 void fill_variable(client::connection& server, const client::csv_table& table,
                    const planned_variable& planned, const import_options& options,
                    const sample_places& places, const shown_progress& show) {
-  const cell_list& cells = table.column(planned.title);
   const client::sample_range whole{1, places.samples};
-  if (planned.characters > 0) {
-    auto texts = to_texts(cells, options.missing, planned.title, planned.characters);
+  if (planned.type.is_text()) {
+    auto texts = to_texts(table, planned.title, options.cells, planned.type.characters);
     write_texts(server, placed(std::move(texts), places, std::string()), whole, client::selection_use::masked,
                 show);
   } else {
     // What no row fills is not selected in a selection, and missing elsewhere.
-    const double unfilled = planned.bits == 1 ? 0 : client::missing_value;
-    auto numbers = to_numbers(cells, options.missing, planned.title, planned.bits);
+    const double unfilled = planned.type.bits == 1 ? 0 : client::missing_value;
+    auto numbers = to_numbers(table, planned.title, options.cells, planned.type.bits);
     write_numbers(server, placed(std::move(numbers), places, unfilled), whole, client::selection_use::masked,
                   show);
   }
@@ -135,20 +134,70 @@ void delete_again(client::connection& server, const std::string& file) {
   }
 }
 
-void tell(const common_options& common, const import_options& options, std::size_t variables,
-          std::int64_t samples, const std::vector<std::string>& notes) {
+std::string type_text(const client::column_type& type) {
+  if (type.is_text()) return "text of " + std::to_string(type.characters) + " characters";
+  if (type.bits == 1) return "selection";
+  return "number of " + std::to_string(type.bits) + " bits";
+}
+
+json column_json(const planned_variable& one) {
+  json told = {{"column", one.title},
+               {"type", one.type.is_text()   ? "text"
+                        : one.type.bits == 1 ? "selection"
+                                             : "number"}};
+  if (one.type.is_text())
+    told["characters"] = one.type.characters;
+  else
+    told["bits"] = one.type.bits;
+  told["unit"] = one.unit.empty() ? json(nullptr) : json(one.unit);
+  told["missing"] = one.type.missing;
+  return told;
+}
+
+void tell(const common_options& common, const import_options& options,
+          const std::vector<planned_variable>& plan, std::int64_t samples,
+          const std::vector<std::string>& notes) {
   if (common.json) {
-    const json told = {
-        {"file", options.file}, {"samples", samples}, {"variables", variables}, {"notes", notes}};
-    std::printf("%s\n", json_text(told).c_str());
-  } else {
-    std::printf("%s: %lld samples, %zu %s\n", options.file.c_str(), static_cast<long long>(samples),
-                variables, variables == 1 ? "variable" : "variables");
-    for (const std::string& note : notes) std::printf("  %s\n", note.c_str());
+    json columns = json::array();
+    for (const planned_variable& one : plan) columns.push_back(column_json(one));
+    print_description({{"file", options.file},
+                       {"samples", samples},
+                       {"variables", plan.size()},
+                       {"columns", columns},
+                       {"notes", notes},
+                       {"dry run", options.dry_run}},
+                      true);
+    return;
   }
+  std::printf("%s: %lld samples, %zu %s%s\n", options.file.c_str(), static_cast<long long>(samples),
+              plan.size(), plan.size() == 1 ? "variable" : "variables",
+              options.dry_run ? " (dry run: nothing is made)" : "");
+  for (const planned_variable& one : plan)
+    std::printf("  %s: %s%s%s, %zu missing\n", one.title.c_str(), type_text(one.type).c_str(),
+                one.unit.empty() ? "" : " in ", one.unit.c_str(), one.type.missing);
+  for (const std::string& note : notes) std::printf("  %s\n", note.c_str());
 }
 
 }  // namespace
+
+void add_cell_options(CLI::App& command, client::cell_rules& rules) {
+  command
+      .add_option("--missing", rules.missing,
+                  "Cells that stand for a missing value, beside blank ones, NA, N/A, NaN and null")
+      ->type_name("WORD")
+      ->allow_extra_args(false);
+  static const std::map<std::string, client::below_detection> words = {
+      {"half", client::below_detection::half},
+      {"zero", client::below_detection::zero},
+      {"missing", client::below_detection::missing},
+      {"value", client::below_detection::value},
+  };
+  command
+      .add_option("--below-detection", rules.below,
+                  "What a cell such as <0.01 stands for: half of it, zero, a missing value, or the value")
+      ->type_name("half|zero|missing|value")
+      ->transform(CLI::CheckedTransformer(words).description(""));
+}
 
 void add_import_options(CLI::App& command, import_options& options) {
   command.add_option("study", options.study, "Name of the study")->required()->type_name("STUDY");
@@ -170,8 +219,8 @@ void add_import_options(CLI::App& command, import_options& options) {
   add_list("--unit", options.units, "Unit; the symbol of a length unit makes a length of it",
            "COLUMN=SYMBOL");
   add_list("--unit-text", options.unit_texts, "Unit that is mere text, such as \"feet\"", "COLUMN=TEXT");
-  add_list("--missing", options.missing.texts, "Cells that stand for a missing value, beside blank ones",
-           "TEXT");
+  add_cell_options(command, options.cells);
+  command.add_flag("--dry-run", options.dry_run, "Tell what each column would become, and make nothing");
   command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
       ->type_name("SYMBOL")
       ->check(length_symbol());
@@ -197,19 +246,18 @@ std::vector<planned_variable> plan_variables(const client::csv_table& table, con
     planned_variable one;
     one.title = title;
     one.variable = parse_variable_name(title);
-    const cell_list& cells = table.column(title);
-    const bool all_missing =
-        std::all_of(cells.begin(), cells.end(), [&](auto cell) { return options.missing.contain(cell); });
-    const bool is_text =
-        contains(options.texts, title) || !(all_missing || are_numbers(cells, options.missing));
+    client::column_wishes wishes;
+    wishes.text = contains(options.texts, title);
     const auto own_bits = bits.find(title);
-    if (is_text && own_bits == bits.end()) {
+    if (own_bits != bits.end()) wishes.bits = parse_bits(own_bits->second);
+    if (wishes.text && wishes.bits != 0)
+      throw client::error("column \"" + title + "\" cannot be a text and have bits");
+    one.type = client::type_of_column(table, title, options.cells, wishes);
+    if (one.type.is_text()) {
       if (one.variable.index) throw client::error("the columns of a macro variable hold numbers: " + title);
-      one.characters = longest(cells, options.missing);
     } else {
-      const auto setting = own_bits != bits.end() ? own_bits : bits.find("");
-      if (setting != bits.end()) one.bits = parse_bits(setting->second);
-      to_numbers(cells, options.missing, title, one.bits);
+      if (wishes.bits == 0 && bits.contains("")) one.type.bits = parse_bits(bits.at(""));
+      to_numbers(table, title, options.cells, one.type.bits);
     }
     if (const auto unit = units.find(title); unit != units.end()) one.unit = unit->second;
     plan.push_back(std::move(one));
@@ -221,6 +269,10 @@ std::vector<planned_variable> plan_variables(const client::csv_table& table, con
 void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
                  const std::vector<planned_variable>& plan, const sample_places& places,
                  const std::vector<std::string>& notes, const std::function<void(file_making&)>& make) {
+  if (options.dry_run) {
+    tell(common, options, plan, places.samples, notes);
+    return;
+  }
   with_session(common, [&](session& opened) {
     client::connection& server = *opened;
     server.set_study(options.study);
@@ -249,7 +301,7 @@ void import_file(const common_options& common, const import_options& options, co
       throw;
     }
   });
-  tell(common, options, plan.size(), places.samples, notes);
+  tell(common, options, plan, places.samples, notes);
 }
 
 void add_import_commands(CLI::App& program, const common_options& common) {

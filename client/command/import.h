@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "client/command/cells.h"
+#include "client/cells.h"
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/session.h"
@@ -27,17 +27,19 @@ struct import_options {
   std::vector<std::string> units;       // "COLUMN=SYMBOL"
   std::vector<std::string> unit_texts;  // "COLUMN=TEXT"
   std::string coordinate_unit = "m";
-  missing_cells missing;
+  client::cell_rules cells;
+  bool dry_run = false;
 };
 void add_import_options(CLI::App& command, import_options& options);
+// What the cells of a table stand for.
+void add_cell_options(CLI::App& command, client::cell_rules& rules);
 
 // One variable to be made from one column. A column named "stem[12]" or "stem{gold}" belongs to a macro
 // variable.
 struct planned_variable {
   std::string title;
   variable_name variable;
-  std::int32_t bits = 64;       // of a number
-  std::int32_t characters = 0;  // of a text; 0 for a number
+  client::column_type type;
   std::string unit;
 };
 
@@ -61,7 +63,7 @@ struct file_making {
 };
 
 // Makes the file by `make` in the directory, makes and fills the variables in it, and deletes the file again
-// if anything of that fails. Tells what was made, and the notes.
+// if anything of that fails. Tells what each column became, and the notes; a dry run does only that.
 void import_file(const common_options& common, const import_options& options, const client::csv_table& table,
                  const std::vector<planned_variable>& plan, const sample_places& places,
                  const std::vector<std::string>& notes, const std::function<void(file_making&)>& make);

@@ -30,12 +30,12 @@ struct axis {
 constexpr double tolerance = 1e-3;
 
 // The number of meshes from the first node, for a place that lies on a node.
-std::int32_t node_of(double place, const axis& along, const std::string& title, std::size_t row) {
+std::int32_t node_of(double place, const axis& along, const std::string& title,
+                     const client::csv_table& table, std::size_t row) {
   const double steps = (place - along.origin) / along.mesh;
   const double node = std::round(steps);
   if (std::abs(steps - node) > tolerance || node < 0 || node >= static_cast<double>(along.nodes))
-    throw client::error("column \"" + title + "\", row " + std::to_string(row + 1) +
-                        ": the place is not a node of the grid");
+    throw client::error(table.where(row) + ": column \"" + title + "\": the place is not a node of the grid");
   return static_cast<std::int32_t>(node);
 }
 
@@ -109,13 +109,13 @@ void import_grid(const common_options& common, const grid_options& options) {
   std::vector<std::vector<std::int32_t>> nodes_of_rows;
   std::int64_t samples = 1;
   for (std::size_t i = 0; i < titles.size(); ++i) {
-    const std::vector<double> values = to_places(table.column(titles[i]), options.missing, titles[i]);
+    const std::vector<double> values = to_places(table, titles[i], options.cells);
     axes.push_back(options.numbered ? numbered_axis(values, titles[i], options, i)
                                     : find_axis(values, titles[i], options, i));
     const axis counted = options.numbered ? axis{1, 1, axes[i].nodes} : axes[i];
     std::vector<std::int32_t> nodes(table.rows());
     for (std::size_t row = 0; row < nodes.size(); ++row)
-      nodes[row] = node_of(values[row], counted, titles[i], row);
+      nodes[row] = node_of(values[row], counted, titles[i], table, row);
     nodes_of_rows.push_back(std::move(nodes));
     constexpr std::int64_t most = std::int64_t{1} << 32;
     if (axes[i].nodes < 1 || samples > most / axes[i].nodes) throw client::error("too many nodes for a grid");
@@ -130,7 +130,7 @@ void import_grid(const common_options& common, const grid_options& options) {
     for (std::size_t i = 0; i < axes.size(); ++i)
       place =
           place * static_cast<std::size_t>(axes[i].nodes) + static_cast<std::size_t>(nodes_of_rows[i][row]);
-    if (taken[place]) throw client::error("row " + std::to_string(row + 1) + ": its node has a row already");
+    if (taken[place]) throw client::error(table.where(row) + ": its node has a row already");
     taken[place] = true;
     places.of_row[row] = place;
   }

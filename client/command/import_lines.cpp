@@ -33,7 +33,7 @@ struct lines_options : import_options {
 };
 
 // The rows of each line, in the order in which the lines first appear.
-std::vector<std::vector<std::size_t>> rows_of_lines(const cell_list& names) {
+std::vector<std::vector<std::size_t>> rows_of_lines(const client::cell_list& names) {
   std::vector<std::vector<std::size_t>> lines;
   std::unordered_map<std::string_view, std::size_t> known;
   for (std::size_t row = 0; row < names.size(); ++row) {
@@ -60,9 +60,9 @@ struct line_file {
 
 std::vector<std::vector<double>> read_axes(const client::csv_table& table,
                                            const std::vector<std::string>& titles,
-                                           const missing_cells& missing) {
+                                           const client::cell_rules& rules) {
   std::vector<std::vector<double>> axes;
-  for (const std::string& title : titles) axes.push_back(to_places(table.column(title), missing, title));
+  for (const std::string& title : titles) axes.push_back(to_places(table, title, rules));
   return axes;
 }
 
@@ -88,7 +88,7 @@ line_file gravity_lines(const client::csv_table& table, const lines_options& opt
   file.used = {options.x, options.y};
   if (!options.z.empty()) file.used.push_back(options.z);
   file.dimension = static_cast<std::int32_t>(file.used.size());
-  const auto axes = read_axes(table, file.used, options.missing);
+  const auto axes = read_axes(table, file.used, options.cells);
   for (const auto& rows : lines) {
     file.lines.push_back({gathered(axes, rows), std::nullopt});
     place_rows(file, rows);
@@ -106,8 +106,8 @@ line_file cores_by_places(const client::csv_table& table, const lines_options& o
   file.used = options.begin;
   file.used.insert(file.used.end(), options.end.begin(), options.end.end());
   file.dimension = static_cast<std::int32_t>(options.end.size());
-  const auto begins = read_axes(table, options.begin, options.missing);
-  const auto ends = read_axes(table, options.end, options.missing);
+  const auto begins = read_axes(table, options.begin, options.cells);
+  const auto ends = read_axes(table, options.end, options.cells);
   for (const auto& rows : lines) {
     for (std::size_t i = 1; i < rows.size(); ++i)
       for (std::size_t axis = 0; axis < ends.size(); ++axis) {
@@ -133,9 +133,9 @@ std::string hole_name(std::string_view cell) {
 // Calls act(row, hole, the three numbers or two) for each row of a table that begins with the hole.
 template <typename Act>
 void each_hole_row(const client::csv_table& table, const std::vector<std::string>& columns,
-                   const missing_cells& missing, const Act& act) {
-  const auto values = read_axes(table, {columns.begin() + 1, columns.end()}, missing);
-  const cell_list& names = table.column(columns[0]);
+                   const client::cell_rules& rules, const Act& act) {
+  const auto values = read_axes(table, {columns.begin() + 1, columns.end()}, rules);
+  const client::cell_list& names = table.column(columns[0]);
   for (std::size_t row = 0; row < names.size(); ++row) act(row, hole_name(names[row]), values);
 }
 
@@ -144,7 +144,7 @@ client::hole_tables read_hole_tables(const client::csv_table& table, const lines
   {
     const client::csv_table collars = client::read_table(options.collars);
     each_hole_row(
-        collars, options.collar_columns, options.missing,
+        collars, options.collar_columns, options.cells,
         [&](std::size_t row, std::string hole, const auto& v) {
           read.collars.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, collars.line(row)});
         });
@@ -152,12 +152,12 @@ client::hole_tables read_hole_tables(const client::csv_table& table, const lines
   if (!options.surveys.empty()) {
     const client::csv_table surveys = client::read_table(options.surveys);
     each_hole_row(
-        surveys, options.survey_columns, options.missing,
+        surveys, options.survey_columns, options.cells,
         [&](std::size_t row, std::string hole, const auto& v) {
           read.surveys.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, surveys.line(row)});
         });
   }
-  each_hole_row(table, {options.line, options.from, options.to}, options.missing,
+  each_hole_row(table, {options.line, options.from, options.to}, options.cells,
                 [&](std::size_t row, std::string hole, const auto& v) {
                   read.intervals.push_back({std::move(hole), v[0][row], v[1][row], table.line(row)});
                 });

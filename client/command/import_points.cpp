@@ -20,7 +20,7 @@ void import_points(const common_options& common, const points_options& options) 
   if (!options.z.empty()) axes.push_back(options.z);
   std::vector<double> coordinates;
   for (const std::string& axis : axes) {
-    const std::vector<double> values = to_places(table.column(axis), options.missing, axis);
+    const std::vector<double> values = to_places(table, axis, options.cells);
     coordinates.insert(coordinates.end(), values.begin(), values.end());
   }
   sample_places places{static_cast<std::int64_t>(table.rows()), std::vector<std::size_t>(table.rows())};

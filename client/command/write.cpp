@@ -1,8 +1,9 @@
 // qrd write: samples from a table into variables that are there.
 #include <memory>
 
-#include "client/command/cells.h"
+#include "client/cells.h"
 #include "client/command/column.h"
+#include "client/command/import.h"
 #include "client/command/options.h"
 #include "client/command/progress.h"
 #include "client/command/session.h"
@@ -18,7 +19,7 @@ struct write_options {
   std::vector<std::string> variables;
   std::vector<std::string> columns;
   std::string input = "-";
-  missing_cells missing;
+  client::cell_rules cells;
 };
 
 struct source {
@@ -46,11 +47,10 @@ void write(const common_options& common, const write_options& options) {
     for (std::size_t i = 0; i < options.variables.size(); ++i) {
       source one{open_column(*server, options.variables[i], options.place.index), {}, {}};
       const std::string& title = options.columns.empty() ? options.variables[i] : options.columns[i];
-      const cell_list& cells = table.column(title);
       if (one.target.is_text())
-        one.texts = to_texts(cells, options.missing, title, one.target.info.characters);
+        one.texts = to_texts(table, title, options.cells, one.target.info.characters);
       else
-        one.numbers = to_numbers(cells, options.missing, title, one.target.info.bits);
+        one.numbers = to_numbers(table, title, options.cells, one.target.info.bits);
       sources.push_back(std::move(one));
     }
     progress_bar bar("writing", table.rows() * sources.size(), common.quiet);
@@ -83,11 +83,7 @@ void add_write_command(CLI::App& program, const common_options& common) {
                    "Columns, one for each variable (default: of the same names)")
       ->type_name("NAME")
       ->allow_extra_args(false);
-  command
-      ->add_option("--missing", options->missing.texts,
-                   "Cells that stand for a missing value, beside blank ones")
-      ->type_name("TEXT")
-      ->allow_extra_args(false);
+  add_cell_options(*command, options->cells);
   add_range_options(*command, options->place);
   command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
   add_unit_options(*command, options->place.unit);

@@ -14,7 +14,12 @@ TEST_F(Command, PointsGoInAndComeOut) {
   EXPECT_EQ(good({"import", "points", "S", "D", "P", "-", "--x", "east", "--y", "north", "--unit", "depth=ft",
                   "--bits", "class=4", "--bits", "used=1", "--unit", "Cu=%"},
                  table),
-            "P: 3 samples, 5 variables\n");
+            "P: 3 samples, 5 variables\n"
+            "  name: text of 6 characters, 1 missing\n"
+            "  Cu: number of 64 bits in %, 1 missing\n"
+            "  depth: number of 64 bits in ft, 1 missing\n"
+            "  class: number of 4 bits, 1 missing\n"
+            "  used: selection, 0 missing\n");
   EXPECT_EQ(good({"ls", "-l", "S", "D"}), "P\tpoints\t2D\t3 samples\n");
   EXPECT_EQ(good({"export", "S", "D", "P"}),
             "X+ Gravity Center,Y+ Gravity Center,Cu,class,depth,name,used\n"
@@ -38,6 +43,50 @@ TEST_F(Command, PointsGoInAndComeOut) {
   EXPECT_EQ(stat[0]["mean"], 8.5);
   EXPECT_EQ(stat[0]["standard deviation"], 5.5);
   EXPECT_EQ(stat[1], json({{"variable", "name"}, {"count", 3}, {"blank", 1}, {"distinct", 2}}));
+}
+
+TEST_F(Command, ImportsTellWhatColumnsBecome) {
+  make_directory();
+  const strings import = {"import", "points", "S", "D", "P", "-"};
+  const auto with = [&](const strings& more) {
+    strings arguments = import;
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+  };
+  const std::string table =
+      "x,y,Cu,rock,flag\n0,0,1.5,NA,1\n1,0,NaN,Na,0\n2,0,n/a,null,1\n3,0,<0.02,ox,1\n4,0,-99,,0\n";
+  EXPECT_NE(complaint(import, table).find("\"<0.02\" on line 5"), std::string::npos);
+  const std::string told =
+      "  Cu: number of 64 bits, 4 missing\n"
+      "  rock: text of 2 characters, 3 missing\n"
+      "  flag: selection, 0 missing\n";
+  const strings options = {"--below-detection", "missing", "--missing", "-99", "--bits", "flag=1"};
+  strings dry = options;
+  dry.push_back("--dry-run");
+  EXPECT_EQ(good(with(dry), table), "P: 5 samples, 3 variables (dry run: nothing is made)\n" + told);
+  EXPECT_EQ(good({"ls", "S", "D"}), "");
+  EXPECT_EQ(good(with(options), table), "P: 5 samples, 3 variables\n" + told);
+  EXPECT_EQ(good({"read", "S", "D", "P", "Cu", "rock"}), "Cu,rock\n1.5,\n,Na\n,\n,ox\n,\n");
+  const json columns =
+      json::parse(good(with({"--below-detection", "half", "--json", "--dry-run"}), table))["columns"];
+  EXPECT_EQ(columns[0],
+            json({{"column", "Cu"}, {"type", "number"}, {"bits", 64}, {"unit", nullptr}, {"missing", 2}}));
+
+  // Words among numbers are a mistake, or missing values, or make texts.
+  const std::string mixed = "x,y,v\n0,0,1\n1,0,2\n\n2,0,lost\n3,0,3\n4,0,4\n5,0,bad\n6,0,5\n7,0,6\n8,0,7\n";
+  const std::string refused = complaint(import, mixed);
+  EXPECT_NE(refused.find("7 numbers, and 2 cells that are none: \"lost\" on line 5, \"bad\" on line 8."),
+            std::string::npos)
+      << refused;
+  EXPECT_NE(complaint(with({"--missing", "lost"}), mixed).find("\"bad\" on line 8"), std::string::npos);
+  EXPECT_NE(good(with({"--dry-run", "--missing", "lost", "--missing", "bad"}), mixed)
+                .find("v: number of 64 bits, 2 missing"),
+            std::string::npos);
+  EXPECT_NE(good(with({"--dry-run", "--text", "v"}), mixed).find("v: text of 4 characters, 0 missing"),
+            std::string::npos);
+  EXPECT_NE(complaint(with({"--bits", "v=8"}), mixed).find("line 5: column \"v\": \"lost\" is not a number"),
+            std::string::npos);
+  complaint(with({"--below-detection", "some"}), table, 2);
 }
 
 TEST_F(Command, GridsFindTheirNodes) {
@@ -68,9 +117,9 @@ TEST_F(Command, GridsFindTheirNodes) {
             "v,X+ Coordinate (READONLY),Z+ Coordinate (READONLY)\n,100,-5\n2,100,-4\n3,80,-5\n4,80,-4\n");
   EXPECT_EQ(json::parse(good({"info", "--json", "S", "D", "N"}))["angles"], json({90, 0, 0}));
 
-  EXPECT_NE(complaint({"import", "grid", "S", "D", "X", "-"}, "x,y\n0,0\n1,0\n2.5,0\n").find("row 3"),
+  EXPECT_NE(complaint({"import", "grid", "S", "D", "X", "-"}, "x,y\n0,0\n1,0\n2.5,0\n").find("line 4"),
             std::string::npos);
-  EXPECT_NE(complaint({"import", "grid", "S", "D", "X", "-"}, "x,y\n0,0\n1,0\n0,0\n").find("row 3"),
+  EXPECT_NE(complaint({"import", "grid", "S", "D", "X", "-"}, "x,y\n0,0\n1,0\n0,0\n").find("line 4"),
             std::string::npos);
 }
 
