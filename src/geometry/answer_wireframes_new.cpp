@@ -117,7 +117,7 @@ int server_answer_new_wireframes(const char* /*request*/) {
     return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
   }
   if (!valid) return refuse("%s", triangles_failure);
-  if (qd_wireframe_new(current_context.directory, name.c_str(), *root) == 0) return answer("SDONE");
+  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer("SDONE");
   // Clients know that a file without objects gets no answer.
   if (root->objects.empty()) return -1;
   return refuse("Cannot create file %s: %s/%s", current_context.study, current_context.directory,

@@ -68,6 +68,7 @@ bool write_names(const char* directory, const char* file, std::size_t width, con
 int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
                        const object_samples& samples,
                        const std::function<bool(const char* folder)>& companion) {
+  if (qd_directory_test(directory) == 1 && qd_create_directory(directory) == 0) return 0;
   const std::size_t count = samples.names.size();
   file_content content;
   content.sample_count = static_cast<std::int64_t>(count);

@@ -277,7 +277,6 @@ int qd_polygon_write(const char* directory, const char* file, bool temporary, po
   if (temporary) {
     if (test != 0) return 3;
   } else {
-    if (test == 4) return qd_create_directory(directory) == 0 ? 2 : qd_polygon_new(directory, file, system);
     const int missing = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
     if (missing == 2) return 2;
     const points_file state =

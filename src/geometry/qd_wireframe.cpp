@@ -155,7 +155,7 @@ void load_units(const char* directory, const char* file, wireframe& root) {
 
 }  // namespace
 
-int qd_wireframe_new(const char* directory, const char* file, wireframe& root) {
+int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
   if (root.objects.empty()) {
     qu_message("Cannot create Wireframe file with 0 polyhedron");
     return 2;
@@ -173,16 +173,6 @@ int qd_wireframe_new(const char* directory, const char* file, wireframe& root) {
     return false;
   });
   return made ? 0 : 2;
-}
-
-int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
-  if (!root.objects.empty()) {
-    const int test = qd_points_test(directory, file, nullptr);
-    if (test == 1) return 2;
-    if (test == 0 && qd_delete_file(directory, file) == 0) return 2;
-    if (test == 4 && qd_create_directory(directory) == 0) return 2;
-  }
-  return qd_wireframe_new(directory, file, root);
 }
 
 std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,

@@ -27,8 +27,6 @@ struct wireframe_info {
 };
 
 // Makes a file with its wireframes; no other may have its name. 0 made; 2 failed, nothing is left.
-int qd_wireframe_new(const char* directory, const char* file, wireframe& root);
-// The same in place of a file that is there.
 int qd_wireframe_write(const char* directory, const char* file, wireframe& root);
 // The root or null. Status 0 read; 1 damaged, and moved aside; 2 can't tell, or no such file; 3 no
 // wireframes.

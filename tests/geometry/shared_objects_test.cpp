@@ -190,6 +190,31 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
   expect_refused("CFAULTS", bytes().i32(1), "Q is not a faulted file.");
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "FAULT")));
+  // A directory that has gone comes back with the new file.
+  std::filesystem::remove_all(in_study("QRD/DIRE.1"));
+  make_polygons("P");
+  expect_answer("CDIRLST", bytes(), bytes().text("SDIRS").i32(1).text("D"));
+}
+
+TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
+  make_points("P", 1, 3);
+  // Its first byte can't be read.
+  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
+    std::filesystem::create_symlink("/proc/self/mem", in_file(1, name));
+  expect_refused("CPOLYGONS", bytes(), "Cannot get polygon information.");
+  expect_refused("CWIREREAD", bytes(), "Cannot get wireframe information: Too much files opened.");
+  expect_refused("CFAULTS", bytes().i32(1), "Cannot get fault information: Too much files opened.");
+  expect_refused("CWRITFAUL", bytes().i32(1, 0).f64(0).i32(0),
+                 "Cannot get fault information: Too much files opened.");
+  int status = -1;
+  std::unique_ptr<fault_system> system;
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, status), nullptr);
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(qd_wireframe_read("D", "P", "None", status), nullptr);
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, system), 2);
+  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
+    EXPECT_TRUE(std::filesystem::is_symlink(in_file(1, name)));
 }
 
 TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
