@@ -8,11 +8,15 @@
 #include "colour/answers.h"
 #include "colour/qu_cscale.h"
 #include "server/answering.h"
+#include "server/context.h"
+#include "store/qd_init.h"
 #include "util/qu_string.h"
 
 namespace qrd {
 
 namespace {
+
+constexpr char read_failure[] = "Cannot read Color Scale named %s.";
 
 // Arrays grow by so many items while they arrive, whatever count was announced.
 constexpr std::int64_t array_step = 1 << 16;
@@ -182,16 +186,22 @@ bool write_description(const scale_description& sent) {
 }  // namespace
 
 int server_answer_cscale_list(const char* /*request*/) {
-  if (!resources_available()) return -1;
-  return answer("SSCALST", wire_names{qu_cscale_get_list(-1)});
+  if (!resources_available(resources::scales)) return -1;
+  string_list names;
+  if (qu_cscale_get_list(-1, names) != 0) return refuse(read_failure, cscale_path);
+  return answer("SSCALST", wire_names{names});
 }
 
 int server_answer_cscale_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::scales)) return -1;
+  // The word for no scale, whatever a file calls itself.
+  if (!is_set(name)) return answer("SEXIST", wire_bool{false});
   path_text path;
-  return answer("SEXIST", wire_bool{qu_cscale_test(name, path) == 0});
+  const int state = qu_cscale_test(name, path);
+  if (state == 3) return refuse(read_failure, name);
+  return answer("SEXIST", wire_bool{state == 0});
 }
 
 int server_answer_cscale_new(const char* /*request*/) {
@@ -204,7 +214,7 @@ int server_answer_cscale_new(const char* /*request*/) {
   } catch (const std::bad_alloc&) {
     return clean_packet(), refuse(write_failure, name.c_str());
   }
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::scales)) return -1;
   if (sent.scale_type != SCALE_AUTOMATIC && sent.class_count <= 0)
     return refuse("Number of Classes cannot be negative or null for non-automatic color scales");
   if (sent.scale_type == SCALE_MANUAL && sent.bounds.empty())
@@ -230,13 +240,13 @@ int server_answer_cscale_new(const char* /*request*/) {
 int server_answer_cscale_read(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::scales)) return -1;
   color_scale scale;
-  if (qu_cscale_read(name, false, scale) != 0) return refuse("Cannot read Color Scale named %s.", name);
+  if (qu_cscale_read(name, false, scale) != 0) return refuse(read_failure, name);
   // The bounds of a manual scale are told class by class.
   if (scale.scale_type == SCALE_MANUAL &&
       (scale.class_count < 1 || scale.intervals.count() < scale.class_count))
-    return refuse("Cannot read Color Scale named %s.", name);
+    return refuse(read_failure, name);
 
   scale_description sent;
   sent.scale_type = narrow_int(scale.scale_type);
@@ -252,7 +262,7 @@ int server_answer_cscale_read(const char* /*request*/) {
 int server_answer_cscale_delete(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::scales)) return -1;
   if (qu_cscale_delete(name) != 0) return refuse("An error happened during Color Scale deletion");
   return answer("SDONE");
 }

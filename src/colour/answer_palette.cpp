@@ -11,6 +11,8 @@ namespace qrd {
 
 namespace {
 
+constexpr char read_failure[] = "An error happened during Palette %s read";
+
 // Reads `count` values and keeps the first ones that fit.
 bool read_channel(std::int32_t count, std::span<std::int32_t, palette_maximum> kept) {
   array_in_parts whole(std::max(count, 0));
@@ -30,27 +32,25 @@ bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_
 }  // namespace
 
 int server_answer_palette_list(const char* /*request*/) {
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::palettes)) return -1;
   return answer("SPALLST", wire_names{qu_palette_get_list(-1)});
 }
 
 int server_answer_palette_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
-  return answer("SEXIST", wire_bool{qu_palette_exists(name) != 0});
+  if (!resources_available(resources::palettes)) return -1;
+  const int exists = qu_palette_exists(name);
+  if (exists < 0) return refuse(read_failure, name);
+  return answer("SEXIST", wire_bool{exists != 0});
 }
 
 int server_answer_palette_read(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::palettes)) return -1;
   palette_colours colours;
-  // A listed name may be the beginning of a longer one.
-  path_text path;
-  if ((qu_palette_exists(name) != 0 && qu_palette_path(name, path) != 0) ||
-      qu_palette_read(name, colours) != 0)
-    return refuse("An error happened during Palette %s read", name);
+  if (qu_palette_read(name, colours) != 0) return refuse(read_failure, name);
   return answer("SPAL", wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
                 wire_ints{colours.green.data(), colours.count},
                 wire_ints{colours.blue.data(), colours.count});
@@ -63,24 +63,27 @@ int server_answer_palette_write(const char* /*request*/) {
   if (!read_channel(colours.count, colours.red) || !read_channel(colours.count, colours.green) ||
       !read_channel(colours.count, colours.blue))
     return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::palettes)) return -1;
   if (colours.count < 0 || colours.count > palette_maximum)
     return refuse("Palettes cannot have more than %d colors", palette_maximum);
   if (!in_range(colours.red, colours.count) || !in_range(colours.green, colours.count) ||
       !in_range(colours.blue, colours.count))
     return refuse("RGBs for Palettes must be in the [0-255] interval");
-  if (qu_palette_exists(name) == 0 && (!qu_palette_room() || qu_palit_new_name(name, palette_prefix) != 0))
-    return refuse("Cannot create new Palette named %s.", name);
-  // A full disk may have taken the new palette back at once.
-  if (qu_palette_exists(name) == 0 || !qu_palette_writable(name) || qu_palette_save(name, colours) != 0)
-    return refuse("An error occured during Palette %s writing", name);
+  switch (qu_palette_write(name, colours)) {
+    case palette_writing::not_created:
+      return refuse("Cannot create new Palette named %s.", name);
+    case palette_writing::failed:
+      return refuse("An error occured during Palette %s writing", name);
+    case palette_writing::done:
+      break;
+  }
   return answer("SDONE");
 }
 
 int server_answer_palette_delete(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return -1;
-  if (!resources_available()) return -1;
+  if (!resources_available(resources::both)) return -1;
   switch (qu_palit_delete(name, palette_prefix)) {
     case 0:
       return answer("SDONE");

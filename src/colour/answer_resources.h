@@ -3,7 +3,9 @@
 
 namespace qrd {
 
-// True if a root is open and its study is still there; refuses otherwise.
-bool resources_available();
+enum class resources { palettes, scales, both };
+
+// True if a root is open and what the request works with is still there; refuses otherwise.
+bool resources_available(resources needed);
 
 }  // namespace qrd

@@ -23,6 +23,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -30,6 +31,7 @@
 #include "store/qd_init.h"
 #include "util/qu_file.h"
 #include "util/qu_list_head.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
 #include "util/qu_string.h"
@@ -162,6 +164,38 @@ bool move_scale(XDR* xdr, std::int64_t left, color_scale& scale) {
          move_legend(xdr, version, scale) && move_unit(xdr, version, scale);
 }
 
+// The values of qu_cscale_test.
+int find_scale(const char* name, named_file& file) {
+  if (!qu_named_file_room(2)) return 2;
+  switch (qu_named_file_find(cscale_path, scale_files, name, file)) {
+    case named_search::found:
+      return 0;
+    case named_search::ended:
+      return 1;
+    case named_search::unreadable:
+      return 3;
+    case named_search::no_folder:
+      break;
+  }
+  qu_fatal("Fatal Error in qu_cscale_test: bad directory...");
+}
+
+// False if the disk fails; a damaged file ends the process.
+bool read_scale(named_file& file, color_scale& scale) {
+  xdr_stream xdr(file.stream.get(), XDR_DECODE);
+  if (!xdr || !move_scale(xdr.get(), bytes_left(file.stream.get()), scale)) {
+    qu_named_file_unread(scale_files, file);
+    return false;
+  }
+  if (scale.default_unit != 0) qu_format_default(scale.unit);
+  return true;
+}
+
+bool is_protected(const color_scale& scale) {
+  if (scale.readonly != 0) qu_message("Color Scale is readonly. It cannot be deleted");
+  return scale.readonly != 0;
+}
+
 }  // namespace
 
 void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name) {
@@ -175,68 +209,83 @@ void qu_cscale_init(color_scale& scale, bool white, const char* name, const char
 }
 
 int qu_cscale_test(const char* name, path_text& path) {
-  if (!qu_named_file_room(2)) return 2;
-  const int result = qu_named_file_find(cscale_path, scale_files, name, path);
-  if (result == 2) qu_fatal("Fatal Error in qu_cscale_test: bad directory...");
+  named_file file;
+  const int result = find_scale(name, file);
+  if (result == 0) qu_path_join(path, {file.path});
   return result;
 }
 
-string_list qu_cscale_get_list(int mode) {
-  string_list list;
+int qu_cscale_get_list(int mode, string_list& list) {
   const std::int64_t head = qu_list_head(list, mode, "New Color Scale");
   if (head < 0) qu_fatal("Fatal Error in qu_cscale_get_list (1)");
-  if (qu_test_open_file(3) == 0) return list;
-  const auto add = [&list](const char*, const char* name) {
-    list.add(name, name_size);
+  if (qu_test_open_file(3) == 0) return 0;
+  std::vector<std::string> names;
+  const auto add = [&names](named_file& file) {
+    names.emplace_back(file.name);
     return false;
   };
-  if (qu_named_file_scan(cscale_path, scale_files, add) == 2)
-    qu_fatal("Fatal Error in qu_cscale_get_list (2)");
+  const named_search seen = qu_named_file_scan(cscale_path, scale_files, add, [&names] { names.clear(); });
+  if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
+  for (const std::string& name : names) list.add(name.c_str(), name_size);
   list.sort(head);
-  return list;
+  return seen == named_search::unreadable ? 1 : 0;
 }
 
 int qu_cscale_read(const char* name, bool white, color_scale& scale) {
   qu_cscale_init(scale, white, no_name, no_name);
-  path_text path;
-  if (qu_cscale_test(name, path) != 0) {
-    qu_message("Cannot read Color Scale named \"%s\"", name);
-    return 1;
-  }
-  file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream && qu_named_file_gone(path)) return 1;
-  bool read = false;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_DECODE);
-    read = xdr && move_scale(xdr.get(), bytes_left(stream.get()), scale);
-  }
-  if (!stream.close() || !read) qu_named_file_corrupted(scale_files, path);
-  if (scale.default_unit != 0) qu_format_default(scale.unit);
-  return 0;
+  named_file file;
+  if (find_scale(name, file) == 0 && read_scale(file, scale)) return 0;
+  qu_message("Cannot read Color Scale named \"%s\"", name);
+  return 1;
 }
 
 int qu_cscale_write(color_scale& scale) {
-  path_text path;
-  const int present = qu_cscale_test(scale.name, path);
-  if (present == 2) return 1;
+  const folder_lock lock(cscale_path);
+  if (!lock) {
+    qu_report_failure("Cannot lock", cscale_path);
+    return 1;
+  }
+  named_file old;
+  const int present = find_scale(scale.name, old);
+  if (present > 1) return 1;
   // A read-only scale stays beside the new one.
-  if (present == 0) qu_cscale_delete(scale.name);
+  const char* replaced = nullptr;
+  if (present == 0) {
+    color_scale old_scale;
+    if (!read_scale(old, old_scale)) return 1;
+    if (!is_protected(old_scale)) replaced = old.path;
+  }
   const auto write = [&scale](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);
     return xdr && move_scale(xdr.get(), 0, scale);
   };
-  return qu_named_file_make(cscale_path, scale_files, write) ? 0 : 1;
+  return qu_named_file_put(cscale_path, scale_files, replaced, write) ? 0 : 1;
 }
 
 int qu_cscale_delete(const char* name) {
-  path_text path;
-  if (int result = qu_cscale_test(name, path); result != 0) return result;
-  color_scale scale;
-  if (qu_cscale_read(name, false, scale) == 0 && scale.readonly != 0) {
-    qu_message("Color Scale is readonly. It cannot be deleted");
+  const folder_lock lock(cscale_path);
+  if (!lock) {
+    qu_report_failure("Cannot lock", cscale_path);
     return 1;
   }
-  return std::remove(path) == 0 ? 0 : 1;
+  named_file file;
+  if (int result = find_scale(name, file); result != 0) return result;
+  color_scale scale;
+  if (!read_scale(file, scale) || is_protected(scale)) return 1;
+  if (std::remove(file.path) == 0 || errno == ENOENT) return 0;
+  qu_report_failure("Cannot delete", file.path);
+  return 1;
+}
+
+bool qu_cscale_uses(const char* palette_name) {
+  if (qu_test_open_file(3) == 0) return true;
+  const auto uses = [palette_name](named_file& file) {
+    color_scale scale;
+    return !read_scale(file, scale) || std::strcmp(scale.palette_name, palette_name) == 0;
+  };
+  const named_search seen = qu_named_file_scan(cscale_path, scale_files, uses);
+  if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
+  return seen != named_search::ended;
 }
 
 }  // namespace qrd

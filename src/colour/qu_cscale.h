@@ -45,15 +45,19 @@ struct color_scale {
 
 // Sets the defaults; with `white` the colours are 255 instead of 0.
 void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name);
-// 0 found, with the path; 1 not found; 2 too many files are open. A damaged scale in the study is fatal.
+// 0 found, with the path; 1 not found; 2 too many files are open; 3 one that may be meant can't be read now.
+// A damaged scale in the study is fatal, here and below.
 int qu_cscale_test(const char* name, path_text& path);
-// All names, sorted. Mode -1 plain, 0 with "None" and "New Color Scale", 1 with "None".
-string_list qu_cscale_get_list(int mode);
-// 0 read; 1 not found.
+// Adds all names, sorted, behind a head. Mode -1 plain, 0 with "None" and "New Color Scale", 1 with "None".
+// 0, or 1 if one can't be read now.
+int qu_cscale_get_list(int mode, string_list& list);
+// 0 read; 1 not found, or it can't be read now.
 int qu_cscale_read(const char* name, bool white, color_scale& scale);
-// 0 written, in place of an older scale of that name; 1 failed.
+// 0 written, in place of an older scale of that name; 1 failed, and an older one stays.
 int qu_cscale_write(color_scale& scale);
-// 0 deleted; 1 not found or read-only; 2 too many files are open.
+// 0 deleted; 1 not found, read-only or failed; 2 too many files are open; 3 as above.
 int qu_cscale_delete(const char* name);
+// True if a scale uses the palette, or one can't be read now.
+bool qu_cscale_uses(const char* palette_name);
 
 }  // namespace qrd

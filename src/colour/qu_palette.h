@@ -23,24 +23,23 @@ struct palette_colours {
 
 // 0 and the path if a file of that name exists in the directory, else 1.
 int qu_palit_path(const char* directory, const char* name, const char* prefix, path_text& path);
-// 0 when a file was made; 1 when the name is "None" or taken.
-int qu_palit_new_name(const char* name, const char* prefix);
+// 0 when a file with these colours was made; 1 when the name is "None" or taken, or no file can be made; 2
+// when it could not be written.
+int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours = {});
 // All names, sorted. Mode -1 plain, 0 with "None" and "New File", 1 with "None".
 string_list qu_palette_get_list(int mode);
-// 1 or 0.
+// 1 or 0; -1 if it can't be told, since one that may be meant can't be read now.
 int qu_palette_exists(const char* name);
-// 0 and the path of the user's or else the system's palette of that name; else 1.
-int qu_palette_path(const char* name, path_text& path);
-// Can a palette of the user's be made; can this one be written?
-bool qu_palette_room();
-bool qu_palette_writable(const char* name);
-// 0 read; 1 not found.
+// 0 read; 1 not found, or it can't be read now.
 int qu_palette_read(const char* name, palette_colours& colours);
 // 0 if it can't be read.
 std::int32_t qu_palette_size(const char* name);
-// 0 written; 1 when the palette is not one of the user's. REQUIRES: it exists.
+// 0 written; 1 when the palette is not one of the user's, or after a report: it is as it was then.
 int qu_palette_save(const char* name, const palette_colours& colours);
-// 0 deleted; 1 not found among the user's; 2 a colour scale uses it or can't be read.
+// Writes a palette of the user's, old or new, while nobody else does. A failure has changed nothing.
+enum class palette_writing { done, not_created, failed };
+palette_writing qu_palette_write(const char* name, const palette_colours& colours);
+// 0 deleted; 1 not found among the user's, or failed; 2 a colour scale uses it or can't be read.
 int qu_palit_delete(const char* name, const char* prefix);
 
 }  // namespace qrd

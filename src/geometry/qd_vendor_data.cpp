@@ -7,6 +7,7 @@
 #include "store/qd_init.h"
 #include "store/qd_tools.h"
 #include "util/qu_file.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
 #include "util/qu_string.h"
@@ -156,8 +157,24 @@ bool write_bag(XDR* xdr, vendor_data& bag) {
                      [xdr](vendor_attribute& attribute) { return write_attribute(xdr, attribute); });
 }
 
-const char* shown(const char* name) {
-  return name == nullptr ? no_name : name;
+// The values of st_get_vendor_data_path. One that can't be read now may be meant as well.
+int find_bag(const char* name, const vendor_owner& owner, named_file& file) {
+  if (!qu_named_file_room(2)) return 2;
+  path_text folder;
+  if (!owner_folder(owner, folder)) return 1;
+  switch (qu_named_file_find(folder, vendor_files, name, file)) {
+    case named_search::found:
+      return 0;
+    case named_search::ended:
+      return 1;
+    case named_search::unreadable:
+      return 2;
+    case named_search::no_folder:
+      break;
+  }
+  if (!qd_folder_gone(folder))
+    qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
+  return 1;
 }
 
 }  // namespace
@@ -191,70 +208,57 @@ bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type) {
 }
 
 int st_get_vendor_data_path(const char* name, const vendor_owner& owner, path_text& path) {
-  if (!qu_named_file_room(2)) return 2;
-  path_text folder;
-  if (!owner_folder(owner, folder)) return 1;
-  const int result = qu_named_file_find(folder, vendor_files, name, path);
-  if (result == 2 && qd_folder_gone(folder)) return 1;
-  if (result == 2) qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
+  named_file file;
+  const int result = find_bag(name, owner, file);
+  if (result == 0) qu_path_join(path, {file.path});
   return result;
 }
 
 int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
-  path_text path;
-  if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
-  file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream && qu_named_file_gone(path)) return 1;
+  named_file file;
+  if (int result = find_bag(name, owner, file); result != 0) return result;
   vendor_data bag;
-  bool read = false;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_DECODE);
-    read = xdr && move_head(xdr.get(), bag);
+  xdr_stream xdr(file.stream.get(), XDR_DECODE);
+  if (!xdr || !move_head(xdr.get(), bag)) {
+    qu_named_file_unread(vendor_files, file);
+    return 2;
   }
-  stream.close();
-  if (!read) qu_named_file_corrupted(vendor_files, path);
   version = bag.version;
   return 0;
 }
 
 int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name) {
   bag = {};
-  path_text path;
-  if (int result = st_get_vendor_data_path(name, owner, path); result != 0) return result;
-  file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream && qu_named_file_gone(path)) return 1;
+  named_file file;
+  if (int result = find_bag(name, owner, file); result != 0) return result;
   auto state = decoding::corrupted;
-  if (stream) {
-    xdr_stream xdr(stream.get(), XDR_DECODE);
-    std::int64_t count = 0;
-    if (xdr && move_head(xdr.get(), bag) && qu_xdr_int(xdr.get(), &count)) state = decoding::done;
-    for (std::int64_t i = 0; i < count && state == decoding::done; ++i)
-      state = read_attribute(xdr.get(), bag.attributes.emplace_back());
-  }
-  stream.close();
-  if (state == decoding::corrupted) qu_named_file_corrupted(vendor_files, path);
+  xdr_stream xdr(file.stream.get(), XDR_DECODE);
+  std::int64_t count = 0;
+  if (xdr && move_head(xdr.get(), bag) && qu_xdr_int(xdr.get(), &count)) state = decoding::done;
+  for (std::int64_t i = 0; i < count && state == decoding::done; ++i)
+    state = read_attribute(xdr.get(), bag.attributes.emplace_back());
+  if (state == decoding::corrupted) qu_named_file_unread(vendor_files, file);
   if (state == decoding::done) return 0;
   qu_message("An error occured during Vendor Data decoding");
   return 2;
 }
 
 int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
-  std::int64_t old_version = 0;
-  const int present = qd_vendor_data_version(bag.name, owner, old_version);
-  if (present == 2) return 1;
-  path_text path;
-  if (present == 0 && (st_get_vendor_data_path(bag.name, owner, path) != 0 || std::remove(path) != 0)) {
-    qu_message("WARNING: Cannot Delete VENDOR DATA named %s in %s/%s/%s", bag.name, shown(owner.directory),
-               shown(owner.file), shown(owner.variable));
-    return 1;
-  }
   path_text folder;
   if (!owner_folder(owner, folder)) return 1;
+  const folder_lock lock(folder);
+  if (!lock) {
+    qu_report_failure("Cannot lock", folder);
+    return 1;
+  }
+  named_file old;
+  const int present = find_bag(bag.name, owner, old);
+  if (present == 2) return 1;
   const auto write = [&bag](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);
     return xdr && write_bag(xdr.get(), bag);
   };
-  return qu_named_file_make(folder, vendor_files, write) ? 0 : 1;
+  return qu_named_file_put(folder, vendor_files, present == 0 ? old.path : nullptr, write) ? 0 : 1;
 }
 
 }  // namespace qrd

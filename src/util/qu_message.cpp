@@ -89,6 +89,13 @@ const char* qu_strerror(int mode) {
   return text;
 }
 
+void qu_report_failure(const char* what, const char* path) {
+  const int number = errno;
+  const char* reason = qu_strerror(1);
+  qu_message("%s \"%s\": %s", what, path, reason);
+  errno = number;
+}
+
 void qu_recover_advice(bool fatal) {
   static constexpr char advice[] =
       "Please proceed with a Workspace Recover in order to clean up the project.\n\n"

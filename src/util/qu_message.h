@@ -16,6 +16,9 @@ void qu_message(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // The text of errno; `mode` must be 1 (fatal otherwise). Not re-entrant.
 const char* qu_strerror(int mode);
 
+// Prints "<what> "<path>": <the text of errno>", and keeps errno.
+void qu_report_failure(const char* what, const char* path);
+
 // Tells how to repair a project whose files are in doubt; ends the process if `fatal`.
 void qu_recover_advice(bool fatal);
 

@@ -1,16 +1,19 @@
 #include "util/qu_named_file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
+#include <utility>
 
-#include "util/qu_file.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_message.h"
+#include "util/qu_rename.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
 #include "util/qu_xdr.h"
 
 namespace qrd {
@@ -19,40 +22,125 @@ namespace {
 
 constexpr int number_count = 999;
 constexpr std::uint32_t name_limit = 50;
+// A folder in which others write at every moment must not be looked through for ever.
+constexpr int most_passes = 20;
 
-void report_unwritten(const std::string& path) {
+void report_unwritten(const char* path) {
+  const char* reason = qu_strerror(1);
   qu_message("WARNING: ERROR WHEN STORING THE NEW PARAMETERS");
   qu_message("         CHECK FOR DISK SPACE OR DISK QUOTAS");
   qu_message("         CAN'T WRITE INTO THE FOLLOWING FILE:");
-  qu_message("%s", path.c_str());
+  qu_message("%s", path);
+  qu_message("%s", reason);
 }
 
-// A file that has no name yet, or null where the file system doesn't know such files.
-std::FILE* unnamed_file(const char* folder) {
-  const int descriptor = open(folder, O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-  if (descriptor < 0) return nullptr;
-  std::FILE* stream = fdopen(descriptor, "wb");
-  if (stream == nullptr) close(descriptor);
-  return stream;
+[[noreturn]] void end_by_damage(const named_file_kind& kind, const char* path) {
+  qu_message("%s", kind.corrupted_report);
+  qu_message("         VELMAR FILE SYSTEM ACCESS FAILED FOR PATH:");
+  qu_message("%s", path);
+  qu_recover_advice(true);
+  qu_exit(2);
 }
 
-enum class taking { done, taken, failed };
-
-// Gives the unnamed file a name that no other file has; only looks for such a name when the file isn't ready.
-taking take_name(std::FILE* unnamed, bool ready, const char* path) {
-  if (!ready) return access(path, F_OK) == 0 ? taking::taken : taking::failed;
-  const std::string descriptor = "/proc/self/fd/" + std::to_string(fileno(unnamed));
-  if (linkat(AT_FDCWD, descriptor.c_str(), AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0) return taking::done;
-  return errno == EEXIST ? taking::taken : taking::failed;
+bool means_gone(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ESTALE;
 }
 
-taking make_in_place(const char* path, const std::function<bool(std::FILE* stream)>& write) {
-  file_stream stream(std::fopen(path, "wbxe"));
-  if (!stream) return errno == EEXIST ? taking::taken : taking::failed;
-  const bool written = write(stream.get());
-  if (stream.close() && written) return taking::done;
-  std::remove(path);
-  return taking::failed;
+// It is there, and no waiting helps.
+bool means_damage(int error) {
+  constexpr int reasons[] = {EACCES, EPERM, EISDIR, EINVAL, ELOOP, ENAMETOOLONG, ENXIO};
+  return std::find(std::begin(reasons), std::end(reasons), error) != std::end(reasons);
+}
+
+bool is_there(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+struct timespec changed(const char* folder) {
+  struct stat status;
+  return stat(folder, &status) == 0 ? status.st_mtim : timespec{};
+}
+
+bool is_same(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool read_head(named_file& file) {
+  std::int64_t word = 0;
+  xdr_stream xdr(file.stream.get(), XDR_DECODE);
+  return xdr && qu_xdr_int(xdr.get(), &word) && qu_xdr_text(xdr.get(), file.name, name_limit) &&
+         qu_file_seek(file.stream.get(), 0, 0) == 0;
+}
+
+enum class opening { done, gone, unreadable };
+
+opening open_file(const named_file_kind& kind, named_file& file) {
+  file.stream = file_stream(qu_file_open_n(file.path, read_binary));
+  if (file.stream) {
+    if (read_head(file)) return opening::done;
+    qu_named_file_unread(kind, file);
+    return opening::unreadable;
+  }
+  const int reason = errno;
+  // A link that leads nowhere is always there and never opens.
+  if (means_gone(reason)) return opening::gone;
+  if (means_damage(reason)) end_by_damage(kind, file.path);
+  qu_report_failure("Cannot read", file.path);
+  return opening::unreadable;
+}
+
+struct pass_result {
+  named_search search;
+  bool any_gone = false;
+};
+
+pass_result look_through(const char* folder, const named_file_kind& kind,
+                         const std::function<bool(named_file& file)>& visit) {
+  directory_listing listing(folder);
+  if (!listing) {
+    if (means_gone(errno) || means_damage(errno)) return {named_search::no_folder};
+    qu_report_failure("Cannot read", folder);
+    return {named_search::unreadable};
+  }
+  pass_result result = {named_search::ended};
+  while (const char* entry = listing.next()) {
+    if (std::strstr(entry, kind.prefix) == nullptr) continue;
+    named_file file;
+    qu_path_join(file.path, {folder, path_separator, entry});
+    switch (open_file(kind, file)) {
+      case opening::done:
+        if (visit(file)) return {named_search::found};
+        break;
+      case opening::gone:
+        result.any_gone = result.any_gone || !is_there(file.path);
+        break;
+      case opening::unreadable:
+        result.search = named_search::unreadable;
+        break;
+    }
+  }
+  return result;
+}
+
+std::string numbered(const char* folder, const named_file_kind& kind, int number) {
+  return std::string(folder) + path_separator + kind.prefix + std::to_string(number);
+}
+
+void move_to_lower_number(const char* folder, const named_file_kind& kind, const char* path) {
+  for (int number = 0; number < number_count; ++number) {
+    const std::string lower = numbered(folder, kind, number);
+    if (lower == path) return;
+    if (is_there(lower)) continue;
+    if (qu_take_name(path, lower) == 0) qu_sync_folder(folder);
+    return;
+  }
+}
+
+// errno is EEXIST if the name was taken meanwhile.
+bool make_new(const std::string& path, const std::function<bool(std::FILE* stream)>& write) {
+  replaced_file file(path.c_str(), write_binary);
+  return file && write(file.get()) && file.commit_new();
 }
 
 }  // namespace
@@ -63,65 +151,54 @@ bool qu_named_file_room(int count) {
   return false;
 }
 
-void qu_named_file_corrupted(const named_file_kind& kind, const char* path) {
-  qu_message("%s", kind.corrupted_report);
-  qu_message("         VELMAR FILE SYSTEM ACCESS FAILED FOR PATH:");
-  qu_message("%s", path);
-  qu_recover_advice(true);
-  qu_exit(2);
+void qu_named_file_unread(const named_file_kind& kind, named_file& file) {
+  if (std::ferror(file.stream.get()) == 0) end_by_damage(kind, file.path);
+  qu_report_failure("Cannot read", file.path);
 }
 
-int qu_named_file_scan(const char* folder, const named_file_kind& kind,
-                       const std::function<bool(const char* path, const char* name)>& visit) {
-  directory_listing listing(folder);
-  if (!listing) return 2;
-  while (const char* entry = listing.next()) {
-    if (std::strstr(entry, kind.prefix) == nullptr) continue;
-    path_text path;
-    qu_path_join(path, {folder, path_separator, entry});
-    file_stream stream(qu_file_open_n(path, read_binary));
-    if (!stream && qu_named_file_gone(path)) continue;
-    std::int64_t word = 0;
-    name_text name;
-    bool read = false;
-    if (stream) {
-      xdr_stream xdr(stream.get(), XDR_DECODE);
-      read = xdr && qu_xdr_int(xdr.get(), &word) && qu_xdr_text(xdr.get(), name, name_limit);
-    }
-    stream.close();
-    if (!read) qu_named_file_corrupted(kind, path);
-    if (visit(path, name)) return 0;
+named_search qu_named_file_scan(const char* folder, const named_file_kind& kind,
+                                const std::function<bool(named_file& file)>& visit,
+                                const std::function<void()>& restart) {
+  for (int pass = 1;; ++pass) {
+    const timespec before = changed(folder);
+    const pass_result result = look_through(folder, kind, visit);
+    const bool all_seen = !result.any_gone && is_same(before, changed(folder));
+    if (result.search != named_search::ended || all_seen || pass == most_passes) return result.search;
+    if (restart) restart();
   }
-  return 1;
 }
 
-int qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name, path_text& path) {
-  return qu_named_file_scan(folder, kind, [&](const char* each_path, const char* each_name) {
-    if (std::strcmp(each_name, name) != 0) return false;
-    qu_path_join(path, {each_path});
+named_search qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name,
+                                named_file& file) {
+  return qu_named_file_scan(folder, kind, [&](named_file& each) {
+    if (std::strcmp(each.name, name) != 0) return false;
+    file = std::move(each);
     return true;
   });
 }
 
-bool qu_named_file_make(const char* folder, const named_file_kind& kind,
-                        const std::function<bool(std::FILE* stream)>& write) {
-  file_stream unnamed(unnamed_file(folder));
-  const bool ready = unnamed && write(unnamed.get()) && std::fflush(unnamed.get()) == 0;
+bool qu_named_file_put(const char* folder, const named_file_kind& kind, const char* old_path,
+                       const std::function<bool(std::FILE* stream)>& write) {
+  if (old_path != nullptr) {
+    replaced_file file(old_path, write_binary);
+    const bool written = file && write(file.get()) && file.commit();
+    if (written)
+      move_to_lower_number(folder, kind, old_path);
+    else
+      report_unwritten(old_path);
+    return written;
+  }
   for (int number = 0; number < number_count; ++number) {
-    path_text path;
-    qu_path_join(path, {folder, path_separator, kind.prefix, std::to_string(number)});
-    const taking result = !unnamed ? make_in_place(path, write) : take_name(unnamed.get(), ready, path);
-    if (result == taking::taken) continue;
-    if (result == taking::failed) report_unwritten(path);
-    return result == taking::done;
+    const std::string path = numbered(folder, kind, number);
+    if (is_there(path)) continue;
+    if (make_new(path, write)) return true;
+    if (errno == EEXIST && is_there(path)) continue;
+    report_unwritten(path.c_str());
+    return false;
   }
   qu_message("%s", kind.maximum_report);
   qu_message("         VELMAR FILE SYSTEM ACCESS FAILED...\n");
   return false;
-}
-
-bool qu_named_file_gone(const char* path) {
-  return access(path, F_OK) != 0;
 }
 
 }  // namespace qrd

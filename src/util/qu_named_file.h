@@ -1,11 +1,15 @@
 // Small binary files that carry their names inside: <prefix><n> in one folder, n from 0 to 998. Each
 // begins with an xint word and its name as xstring(50); a name is found by reading all of them.
+//
+// They appear, change and move to another number whole. What vanishes while it is looked for has gone or has
+// moved, and is no damage; nor is what the disk, or want of memory or descriptors, keeps from being read.
 #pragma once
 
 #include <cstdio>
 #include <functional>
 
 #include "util/qu_constants.h"
+#include "util/qu_file.h"
 
 namespace qrd {
 
@@ -15,27 +19,39 @@ struct named_file_kind {
   const char* maximum_report;    // first line of the report when all numbers are taken
 };
 
+// One of them as a search meets it: opened once, at its start.
+struct named_file {
+  path_text path = "";
+  name_text name = "";
+  file_stream stream;
+};
+
+enum class [[nodiscard]] named_search{
+    found,      // the visitor gave true
+    ended,      // all have been shown
+    no_folder,  // the folder can't be listed
+    unreadable  // after a report: one that may be meant can't be read now
+};
+
 // True if `count` more files can be open; reports otherwise.
 bool qu_named_file_room(int count);
 
-// Ends the process after the report on a damaged file.
-[[noreturn]] void qu_named_file_corrupted(const named_file_kind& kind, const char* path);
+// Shows each file to `visit` until that gives true. Where they change meanwhile it may begin anew, after
+// `restart`. A damaged file ends the process.
+named_search qu_named_file_scan(const char* folder, const named_file_kind& kind,
+                                const std::function<bool(named_file& file)>& visit,
+                                const std::function<void()>& restart = {});
+// The same for one name; the file on `found`.
+named_search qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name,
+                                named_file& file);
+// For one whose content could not be read: reports, and ends the process if it is damaged.
+void qu_named_file_unread(const named_file_kind& kind, named_file& file);
 
-// Shows path and name of each file to `visit` until that gives true. 0 stopped so, 1 the files ended,
-// 2 the folder can't be listed. A damaged file is fatal; one that has just gone is passed over.
-int qu_named_file_scan(const char* folder, const named_file_kind& kind,
-                       const std::function<bool(const char* path, const char* name)>& visit);
-// The same results for one name; its path on 0.
-int qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name, path_text& path);
-
-// Makes a file under the lowest free number; `write` puts its content into the stream and gives false if that
-// fails. It appears whole, and no other file is ever seen beside it (where the file system can't do that, it
-// grows under its number). False after the report that nothing could be written or that all numbers are
-// taken.
-bool qu_named_file_make(const char* folder, const named_file_kind& kind,
-                        const std::function<bool(std::FILE* stream)>& write);
-
-// True if no file of that path is there any more: another server may have replaced it since it was found.
-bool qu_named_file_gone(const char* path);
+// Writes a file whole, in place of `old_path` (or null), at the lowest number that is free then; the old one
+// stays if that fails. `write` puts the content into the stream and gives false if it can't. False after the
+// report that nothing could be written or that all numbers are taken.
+// REQUIRES: the folder is locked since the old file was looked for.
+bool qu_named_file_put(const char* folder, const named_file_kind& kind, const char* old_path,
+                       const std::function<bool(std::FILE* stream)>& write);
 
 }  // namespace qrd

@@ -1,6 +1,7 @@
 #include <filesystem>
 
 #include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
@@ -54,6 +55,21 @@ TEST_F(vendor_data_requests, take_the_first_free_number_and_replace) {
   EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("c").i32(2, 0).str());
   EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.2")));
   expect_refused("CVDATREAD", bytes().text("gone").i32(0), "An error occured while reading vendor data");
+}
+
+TEST_F(vendor_data_requests, keep_the_old_bag_where_the_disk_is_full) {
+  expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 0));
+  const std::string before = read_file(in_study("VENDOR.0"));
+  {
+    file_size_limit full(16);
+    client_.ask("CVDATWRIT", bytes().text("bag").i32(2, 0, 0).str());
+    EXPECT_EQ(client_.status(), -1);
+  }
+  EXPECT_EQ(read_file(in_study("VENDOR.0")), before);
+  // What the disk doesn't give is no damage.
+  std::filesystem::create_symlink("/proc/self/mem", in_study("VENDOR.1"));
+  expect_answer("CVDATVERS", bytes().text("bag").i32(0), bytes().text("SVDATVERS").i32(1));
+  expect_refused("CVDATEXIS", bytes().text("other").i32(0), "An error occured while reading vendor data");
 }
 
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
