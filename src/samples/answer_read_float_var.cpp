@@ -4,10 +4,35 @@
 
 #include "samples/answer_data.h"
 #include "samples/answers.h"
+#include "samples/qd_implicit.h"
 #include "samples/qd_lines.h"
 #include "server/context.h"
 
 namespace qrd {
+
+namespace {
+
+// The values of the opened variable. Those of a computed one are made while they are sent; `values` has room
+// for the range of a stored one. Sample counts have 64 bits, or 32 where lines are read.
+template <typename Count>
+int answer_values(data_request& data, selection_mode mode, checked_array<double>& values) {
+  using number = decltype(Count::value);
+  std::int64_t count = 0;
+  if (!data.is_numeric()) return data.refuse_transfer();
+  if (data.entry().implicit != 0) {
+    computed_reader reader;
+    if (!reader.open(data.io(), mode, data.first, data.last)) return data.refuse_transfer();
+    count = reader.count();
+    return answer("SDATAF", Count{static_cast<number>(count)}, wire_double{missing_double},
+                  wire_double_pieces{count, [&reader] { return reader.next(); }});
+  }
+  if (qd_read_float_free(data.io(), mode, data.first, data.last, &count, values) == 0)
+    return data.refuse_transfer();
+  return answer("SDATAF", Count{static_cast<number>(count)}, wire_double{missing_double},
+                wire_doubles{values.data(), count});
+}
+
+}  // namespace
 
 int server_answer_read_float_var(const char* /*request*/) {
   data_request data(data_request::reading);
@@ -16,13 +41,9 @@ int server_answer_read_float_var(const char* /*request*/) {
   if (!data.find_variable() || !data.check_index() || !data.check_range()) return -1;
 
   checked_array<double> values;
-  if (!allocate_or_refuse(values, data.count())) return -1;
+  if (data.variable.implicit == 0 && !allocate_or_refuse(values, data.count())) return -1;
   if (!data.open() || !data.set_index()) return -1;
-  std::int64_t count = 0;
-  if (!data.is_numeric() || qd_read_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED,
-                                               data.first, data.last, &count, values) == 0)
-    return data.refuse_transfer();
-  return answer("SDATAF", wire_long{count}, wire_double{missing_double}, wire_doubles{values.data(), count});
+  return answer_values<wire_long>(data, compress != 0 ? SEL_COMPRESSED : SEL_MASKED, values);
 }
 
 int server_answer_read_line_float_var(const char* /*request*/) {
@@ -39,16 +60,12 @@ int server_answer_read_line_float_var(const char* /*request*/) {
   data.set_line(lengths, line);
 
   checked_array<double> values;
-  if (!allocate_or_refuse(values, data.count())) return -1;
   if (!data.open()) return -1;
-  std::int64_t count = 0;
-  if (!data.is_numeric() || data.count() > std::numeric_limits<std::int32_t>::max())
-    return data.refuse_transfer();
-  if (data.count() > 0 &&
-      qd_read_float_free(data.io(), SEL_MASKED, data.first, data.last, &count, values) == 0)
-    return data.refuse_transfer();
-  return answer("SDATAF", wire_int{static_cast<std::int32_t>(count)}, wire_double{missing_double},
-                wire_doubles{values.data(), count});
+  if (data.count() > std::numeric_limits<std::int32_t>::max()) return data.refuse_transfer();
+  if (data.entry().implicit == 0 && !allocate_or_refuse(values, data.count())) return -1;
+  if (data.count() > 0) return answer_values<wire_int>(data, SEL_MASKED, values);
+  if (!data.is_numeric()) return data.refuse_transfer();
+  return answer("SDATAF", wire_int{0}, wire_double{missing_double});
 }
 
 int server_answer_read_selection_var(const char* /*request*/) {

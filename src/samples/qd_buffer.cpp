@@ -24,39 +24,46 @@ void note_write(qd_selected_entry& entry) {
   qd_interrupt_add_modif(entry.directory_name, entry.file_name, entry.variable_name, nullptr, CHANGE_DATA);
 }
 
-void seek_or_end(std::FILE* stream, std::int64_t offset, const char* function, int number) {
-  if (qu_file_seek(stream, offset, 0) != 0) qu_fatal_number(function, number);
+// The result of a transfer that met the end of the file or a failure of the disk: told on the console, and
+// for the callers to refuse. Another program may have cut the file, and a damaged one is still there to be
+// saved.
+int failed(const qd_selected_entry& entry, const char* action) {
+  const bool ends = std::feof(entry.stream) != 0;
+  qu_message("Cannot %s %s/%s: %s", action, entry.variable_path, data_file_name,
+             ends ? "The file is too short" : qu_strerror(1));
+  std::clearerr(entry.stream);
+  return 0;
+}
+
+bool seek(const qd_selected_entry& entry, std::int64_t first) {
+  return qu_file_seek(entry.stream, qd_sample_offset(first, entry.bit_length), 0) == 0;
 }
 
 // Bytes that the file didn't take, or that its flush loses, must not be answered as written.
-void write_or_end(std::FILE* stream, const void* bytes, std::int64_t count, const char* function,
-                  int number) {
-  auto size = static_cast<std::size_t>(count);
-  if (std::fwrite(bytes, 1, size, stream) != size || std::fflush(stream) != 0)
-    qu_fatal_number(function, number);
+bool write(std::FILE* stream, const void* bytes, std::int64_t count) {
+  const auto size = static_cast<std::size_t>(count);
+  return std::fwrite(bytes, 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
-unsigned char byte_at(std::FILE* stream, std::int64_t offset, int seek_number, int read_number) {
-  constexpr char function[] = "_qd_file_write_float_buffer";
-  seek_or_end(stream, offset, function, seek_number);
-  int byte = std::getc(stream);
-  if (byte == EOF) qu_fatal_number(function, read_number);
-  return static_cast<unsigned char>(byte);
+bool read_byte(std::FILE* stream, std::int64_t offset, unsigned char& byte) {
+  return qu_file_seek(stream, offset, 0) == 0 && std::fread(&byte, 1, 1, stream) == 1;
 }
 
-// Puts the file's bits of the neighbouring samples into the first and the last byte of a packed block.
-void keep_neighbours(std::FILE* stream, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+// Puts the file's bits of the neighbouring samples into the first and the last byte of a packed block. False
+// if they can't be read.
+bool keep_neighbours(std::FILE* stream, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      unsigned char* block) {
   std::int64_t bytes = _qd_file_byte_count(first, last, bit_length);
   std::int64_t offset = qd_sample_offset(first, bit_length);
-  unsigned char before = byte_at(stream, offset, 15, 17);
-  unsigned char behind = byte_at(stream, offset + bytes - 1, 20, 22);
+  unsigned char before = 0, behind = 0;
+  if (!read_byte(stream, offset, before) || !read_byte(stream, offset + bytes - 1, behind)) return false;
   auto p = static_cast<int>((first - 1) * bit_length % 8);
   auto q = static_cast<int>(7 - (last * bit_length - 1) % 8);
   unsigned low = 0xFFU >> p;
   block[0] = static_cast<unsigned char>((block[0] & low) | (before & ~low));
   unsigned high = 0xFFU << q;
   block[bytes - 1] = static_cast<unsigned char>((block[bytes - 1] & high) | (behind & ~high));
+  return true;
 }
 
 }  // namespace
@@ -66,21 +73,26 @@ int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::i
   constexpr char function[] = "_qd_file_read_float_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr) qu_fatal_number(function, 20);
-  if (entry->implicit != 0)
-    return qd_implicit_values(*entry, first, last, static_cast<double*>(destination)) ? 1 : 0;
+  if (entry->implicit != 0) {
+    computed_values source;
+    if (!source.open(*entry)) return 0;
+    source.get(first, last, static_cast<double*>(destination));
+    return 1;
+  }
   if (entry->stream == nullptr) qu_fatal_number(function, 20);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
 
-  seek_or_end(entry->stream, qd_sample_offset(first, bit_length), function, 30);
+  if (!seek(*entry, first)) return failed(*entry, "read");
   auto wanted = static_cast<std::size_t>(_qd_file_byte_count(first, last, bit_length));
   std::size_t got = std::fread(destination, 1, wanted, entry->stream);
+  // An early end is missing samples; an error of the disk is not.
+  const bool ends_early = bit_length <= 16 && got != 0 && std::ferror(entry->stream) == 0;
+  if (got != wanted && !ends_early) return failed(*entry, "read");
   if (bit_length <= 16) {
-    if (got == 0) qu_fatal_number(function, 46);
     std::memset(static_cast<unsigned char*>(destination) + got, absent_byte, wanted - got);
     return 1;
   }
-  if (got != wanted) qu_fatal_number(function, 40);
   if (bit_length == 32)
     qu_big_endian_block<std::uint32_t>(destination, last - first + 1);
   else
@@ -95,9 +107,9 @@ int _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::in
   if (entry == nullptr) qu_fatal_number(function, 10);
   if (entry->implicit != 0) qu_fatal_number(function, 15);
   if (entry->stream == nullptr) qu_fatal_number(function, 20);
-  seek_or_end(entry->stream, qd_sample_offset(first, entry->bit_length), function, 30);
   auto wanted = static_cast<std::size_t>(_qd_file_byte_count(first, last, entry->bit_length));
-  if (std::fread(destination, 1, wanted, entry->stream) != wanted) qu_fatal_number(function, 46);
+  if (!seek(*entry, first) || std::fread(destination, 1, wanted, entry->stream) != wanted)
+    return failed(*entry, "read");
   return 1;
 }
 
@@ -109,24 +121,13 @@ int _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::
   qd_require_numeric(bit_length);
   note_write(*entry);
 
-  std::int64_t offset = qd_sample_offset(first, bit_length);
-  std::int64_t bytes = _qd_file_byte_count(first, last, bit_length);
-  int write_number = 49;
-  if (bit_length < 8) {
-    keep_neighbours(entry->stream, first, last, bit_length, static_cast<unsigned char*>(stored));
-    seek_or_end(entry->stream, offset, function, 30);
-    write_number = 35;
-  } else {
-    seek_or_end(entry->stream, offset, function, 40);
-  }
-  if (bit_length == 32) {
-    qu_big_endian_block<std::uint32_t>(stored, last - first + 1);
-    write_number = 46;
-  } else if (bit_length == 64) {
-    qu_big_endian_block<std::uint64_t>(stored, last - first + 1);
-    write_number = 43;
-  }
-  write_or_end(entry->stream, stored, bytes, function, write_number);
+  if (bit_length < 8 &&
+      !keep_neighbours(entry->stream, first, last, bit_length, static_cast<unsigned char*>(stored)))
+    return failed(*entry, "read");
+  if (bit_length == 32) qu_big_endian_block<std::uint32_t>(stored, last - first + 1);
+  if (bit_length == 64) qu_big_endian_block<std::uint64_t>(stored, last - first + 1);
+  if (!seek(*entry, first) || !write(entry->stream, stored, _qd_file_byte_count(first, last, bit_length)))
+    return failed(*entry, "write");
   return 1;
 }
 
@@ -137,22 +138,23 @@ void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width) 
       std::memset(end, ' ', size - static_cast<std::size_t>(static_cast<unsigned char*>(end) - texts));
 }
 
-void qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64_t last,
-                           const unsigned char* texts) {
-  constexpr char function[] = "_qd_file_write_char_buffer";
+int qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64_t last,
+                          const unsigned char* texts) {
   qd_selected_entry* entry = qd_entry(entry_id);
-  if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr) qu_fatal_number(function, 5);
+  if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr)
+    qu_fatal_number("_qd_file_write_char_buffer", 5);
   note_write(*entry);
-  seek_or_end(entry->stream, qd_sample_offset(first, entry->bit_length), function, 40);
-  write_or_end(entry->stream, texts, _qd_file_byte_count(first, last, entry->bit_length), function, 49);
+  if (!seek(*entry, first) ||
+      !write(entry->stream, texts, _qd_file_byte_count(first, last, entry->bit_length)))
+    return failed(*entry, "write");
+  return 1;
 }
 
 int _qd_file_write_char_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
                                unsigned char* texts) {
   if (const qd_selected_entry* entry = qd_entry(entry_id))
     qd_pad_texts(texts, last - first + 1, entry->bytes_per_sample);
-  qd_write_padded_texts(entry_id, first, last, texts);
-  return 1;
+  return qd_write_padded_texts(entry_id, first, last, texts);
 }
 
 }  // namespace qrd

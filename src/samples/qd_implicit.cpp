@@ -7,34 +7,21 @@
 
 #include "samples/qd_lines.h"
 #include "store/qd_tools.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 
 namespace {
 
-constexpr char function[] = "_qd_file_read_float_buffer";
-
-// False if the file has just gone.
-bool line_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last, double* values) {
-  qd_file_record record;
-  if (qd_file_descriptor_read(entry.file_path, record) == 0) {
-    if (qd_object_gone()) return false;
-    qu_fatal_number(function, 50);
+// Line j holds the samples offsets[j - 1] to offsets[j] - 1.
+void line_values(const std::vector<std::int64_t>& offsets, int kind, std::int64_t first, std::int64_t last,
+                 double* values) {
+  const auto behind = std::upper_bound(offsets.begin() + 1, offsets.end() - 1, first);
+  auto j = static_cast<std::size_t>(behind - offsets.begin());
+  for (std::int64_t i = 0; i <= last - first; ++i) {
+    while (j < offsets.size() - 1 && offsets[j] <= first + i) ++j;
+    values[i] = static_cast<double>(kind == KIND_LINE_NUMBER ? static_cast<std::int64_t>(j)
+                                                             : first + i - offsets[j - 1] + 1);
   }
-  std::vector<std::int64_t> offsets;
-  if (!qd_line_table_require(entry.file_path, record, function, {60, 70, 80}, offsets)) return false;
-  // Samples, but no line that could hold them.
-  if (offsets.size() < 2) qu_fatal_number(function, 70);
-
-  // Line j holds the samples offsets[j - 1] to offsets[j] - 1.
-  std::size_t j = 1;
-  for (std::int64_t s = first; s <= last; ++s) {
-    while (j < offsets.size() - 1 && offsets[j] <= s) ++j;
-    values[s - first] = static_cast<double>(entry.kind == KIND_LINE_NUMBER ? static_cast<std::int64_t>(j)
-                                                                           : s - offsets[j - 1] + 1);
-  }
-  return true;
 }
 
 // Calls row(i, j, k, count, place) for each run of nodes along Z. Z varies fastest, X slowest; all
@@ -91,28 +78,61 @@ bool qd_is_computed_kind(int kind) {
   return kind >= KIND_SAMPLE_NUMBER && kind <= KIND_Z;
 }
 
-bool qd_implicit_values(const qd_selected_entry& entry, std::int64_t first, std::int64_t last,
-                        double* values) {
-  switch (entry.kind) {
+bool computed_values::open(const qd_selected_entry& entry) {
+  entry_ = &entry;
+  if (!qd_is_computed_kind(entry.kind)) return false;
+  if (entry.kind != KIND_RELATIVE_NUMBER && entry.kind != KIND_LINE_NUMBER) return true;
+  qd_file_record record;
+  // Samples, but no line that could hold them, are no table either.
+  return qd_file_descriptor_read(entry.file_path, record) != 0 && record.sample_count == entry.sample_count &&
+         qd_line_table_read(entry.file_path, record, offsets_) && offsets_.size() >= 2;
+}
+
+void computed_values::get(std::int64_t first, std::int64_t last, double* values) const {
+  switch (entry_->kind) {
     case KIND_SAMPLE_NUMBER:
-      for (std::int64_t s = first; s <= last; ++s) values[s - first] = static_cast<double>(s);
-      return true;
+      for (std::int64_t i = 0; i <= last - first; ++i) values[i] = static_cast<double>(first + i);
+      return;
     case KIND_RELATIVE_NUMBER:
     case KIND_LINE_NUMBER:
-      return line_values(entry, first, last, values);
+      return line_values(offsets_, entry_->kind, first, last, values);
     case KIND_IX:
     case KIND_IY:
     case KIND_IZ:
-      grid_index(entry, first, last, values);
-      return true;
-    case KIND_X:
-    case KIND_Y:
-    case KIND_Z:
-      grid_coordinate(entry, first, last, values);
-      return true;
+      return grid_index(*entry_, first, last, values);
     default:
-      qu_fatal_number(function, 48);
+      return grid_coordinate(*entry_, first, last, values);
   }
+}
+
+bool computed_reader::open(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last) {
+  const range_transfer range("qd_read_float_free", io, first, last);
+  if (!range.addressable() || !source_.open(range.entry(0)) || !mask_.load(range) ||
+      !piece_.allocate(std::min(range.count(), samples_chunk)))
+    return false;
+  mode_ = mode;
+  unit_factor_ = range.unit_factor(0);
+  first_ = range.file_sample(0, first);
+  samples_ = range.count();
+  count_ = mode == SEL_COMPRESSED ? mask_.kept(samples_) : samples_;
+  return true;
+}
+
+std::span<const double> computed_reader::next() {
+  std::int64_t kept = 0;
+  while (kept == 0 && done_ < samples_) {
+    const std::int64_t part = std::min(samples_ - done_, piece_.count());
+    source_.get(first_ + done_, first_ + done_ + part - 1, piece_.data());
+    for (std::int64_t i = 0; i < part; ++i) {
+      const bool left_out = mask_.leaves_out(done_ + i);
+      if (left_out && mode_ == SEL_COMPRESSED) continue;
+      double value = left_out ? missing_double : piece_[i];
+      if (unit_factor_ != 1.0 && value != missing_double) value /= unit_factor_;
+      piece_[kept++] = value;
+    }
+    done_ += part;
+  }
+  return {piece_.data(), static_cast<std::size_t>(kept)};
 }
 
 }  // namespace qrd

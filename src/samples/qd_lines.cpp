@@ -21,6 +21,10 @@ namespace {
 
 constexpr std::int64_t entry_bytes = 8;
 
+void line_table_path(const char* file_path, path_text& path) {
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+}
+
 // True if a file of that length holds the table. It is asked before memory is taken for it.
 bool holds_table(const struct stat& status, const qd_file_record& record) {
   return record.line_count >= 0 && status.st_size / entry_bytes > record.line_count;
@@ -45,18 +49,11 @@ bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<s
   return offsets.front() == 1 && offsets.back() - 1 == record.sample_count;
 }
 
-line_table_status read_table(const char* file_path, const qd_file_record& record,
-                             std::vector<std::int64_t>& offsets) {
-  offsets.clear();
-  path_text path;
-  qu_path_join(path, {file_path, path_separator, line_file_name});
+bool read_table(const char* path, const qd_file_record& record, std::vector<std::int64_t>& offsets) {
   file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream) return line_table_status::cannot_open;
-  if (!read_entries(stream.get(), record, offsets)) {
-    offsets.clear();
-    return line_table_status::cannot_read;
-  }
-  return stream.close() ? line_table_status::ok : line_table_status::cannot_close;
+  if (stream && read_entries(stream.get(), record, offsets)) return true;
+  offsets.clear();
+  return false;
 }
 
 // True if the descriptor of a file is no longer the one that a record was read from.
@@ -69,33 +66,18 @@ bool has_changed(const char* file_path, const qd_file_record& record) {
 
 }  // namespace
 
-line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
-                                     std::vector<std::int64_t>& offsets) {
-  const line_table_status status = read_table(file_path, record, offsets);
-  return status != line_table_status::ok && has_changed(file_path, record) ? line_table_status::file_changed
-                                                                           : status;
-}
-
-bool qd_line_table_require(const char* file_path, const qd_file_record& record, const char* function,
-                           const line_table_numbers& fatal, std::vector<std::int64_t>& offsets) {
-  switch (qd_line_table_read(file_path, record, offsets)) {
-    case line_table_status::ok:
-      return true;
-    case line_table_status::file_changed:
-      return false;
-    case line_table_status::cannot_open:
-      qu_fatal_number(function, fatal.cannot_open);
-    case line_table_status::cannot_read:
-      qu_fatal_number(function, fatal.cannot_read);
-    case line_table_status::cannot_close:
-      break;
-  }
-  qu_fatal_number(function, fatal.cannot_close);
+bool qd_line_table_read(const char* file_path, const qd_file_record& record,
+                        std::vector<std::int64_t>& offsets) {
+  path_text path;
+  line_table_path(file_path, path);
+  if (read_table(path, record, offsets)) return true;
+  if (!has_changed(file_path, record)) qu_message("Line descriptor corrupted:\n%s", path);
+  return false;
 }
 
 int qd_line_table_create(const char* file_path) {
   path_text path;
-  qu_path_join(path, {file_path, path_separator, line_file_name});
+  line_table_path(file_path, path);
   file_stream stream(qu_file_open_n(path, write_binary));
   if (!stream) return 0;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
@@ -106,14 +88,14 @@ int qd_line_table_create(const char* file_path) {
 
 bool qd_line_table_holds(const char* file_path, const qd_file_record& record) {
   path_text path;
-  qu_path_join(path, {file_path, path_separator, line_file_name});
+  line_table_path(file_path, path);
   struct stat status;
   return stat(path, &status) == 0 && S_ISREG(status.st_mode) && holds_table(status, record);
 }
 
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
   path_text path;
-  qu_path_join(path, {file_path, path_separator, line_file_name});
+  line_table_path(file_path, path);
   file_stream stream(qu_file_open_n(path, update_binary));
   if (!stream || !holds_table(stream.get(), record)) return 0;
   // What an interrupted growth left behind the table is overwritten.
@@ -123,21 +105,15 @@ int qd_line_table_append(const char* file_path, const qd_file_record& record, st
   return stream.close() ? 1 : 0;
 }
 
-// Fatal numbers: 1 no file record, 7 not a lines file, 3 the table can't be opened, 5 it can't be read or
-// doesn't hold, 6 it can't be closed.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {
-  constexpr char function[] = "qd_samples_per_line";
   counts.clear();
   if (qd_two_files_available() == 0) return 0;
   path_text path;
   qd_file_record record;
-  const lookup_result found = qd_find_file(directory, file, path, record);
-  if (found == LOOKUP_UNREADABLE) qu_fatal_number(function, 1);
-  if (found == LOOKUP_ABSENT) return -1;
-  if (!is_lines(record.organisation)) qu_fatal_number(function, 7);
-
   std::vector<std::int64_t> offsets;
-  if (!qd_line_table_require(path, record, function, {3, 5, 6}, offsets)) return -1;
+  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND || !is_lines(record.organisation) ||
+      !qd_line_table_read(path, record, offsets))
+    return -1;
   counts.reserve(offsets.size() - 1);
   for (std::size_t i = 1; i < offsets.size(); ++i) counts.push_back(offsets[i] - offsets[i - 1]);
   return 1;

@@ -11,18 +11,10 @@ namespace qrd {
 inline constexpr char line_file_name[] = "LINE";
 
 // The table of first samples, read and checked: line_count + 1 entries ascending from 1 to the sample
-// count plus 1. False if it can't be read or doesn't hold.
-// Where another server has changed or deleted the file since the record was read, the table tells nothing.
-enum class line_table_status { ok, cannot_open, cannot_read, cannot_close, file_changed };
-line_table_status qd_line_table_read(const char* file_path, const qd_file_record& record,
-                                     std::vector<std::int64_t>& offsets);
-// The same where a damaged table ends the process: `fatal` holds the numbers of `function` for a table that
-// can't be opened, read or closed. False if the file has changed.
-struct line_table_numbers {
-  int cannot_open, cannot_read, cannot_close;
-};
-bool qd_line_table_require(const char* file_path, const qd_file_record& record, const char* function,
-                           const line_table_numbers& fatal, std::vector<std::int64_t>& offsets);
+// count plus 1. False if another server has changed or deleted the file since the record was read, and after
+// a report if the table can't be read or doesn't hold.
+bool qd_line_table_read(const char* file_path, const qd_file_record& record,
+                        std::vector<std::int64_t>& offsets);
 // A table with the single entry 1. 1 or 0.
 int qd_line_table_create(const char* file_path);
 // True if the table is there and as long as the record tells.
@@ -31,7 +23,8 @@ bool qd_line_table_holds(const char* file_path, const qd_file_record& record);
 // behind it. 1, or 0 when the table can't be written or is shorter than the record tells.
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end);
 
-// Samples of each line: 1, 0 when too many files are open, or -1 when the file has just gone.
+// Samples of each line: 1, 0 when too many files are open, or -1 when the file has just gone or changed, or
+// can't be read.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
 
 // Adds samples (above 0) to every variable of a file: 1, or 0 after reports.

@@ -54,7 +54,7 @@ bool write_all(const range_transfer& range, std::int64_t v, const double* values
       source = scaled;
     }
     _qd_file_encode(source, first, last, entry.bit_length, work_buffer.data);
-    _qd_file_write_float_buffer(range.id(v), first, last, work_buffer.data);
+    if (_qd_file_write_float_buffer(range.id(v), first, last, work_buffer.data) == 0) return false;
   }
   return true;
 }
@@ -72,14 +72,14 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t last = first + count - 1;
     std::int64_t bytes = _qd_file_byte_count(first, last, entry.bit_length);
     if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, bytes) == 0) return false;
-    _qd_file_read_float_buffer(id, first, last, work_buffer.data);
+    if (_qd_file_read_float_buffer(id, first, last, work_buffer.data) == 0) return false;
     for (std::int64_t i = 0; i < count; ++i) {
       bool keep = !mask.leaves_out(done + i);
       if (keep)
         qd_encode_sample(stored_value(*values, factor), first, first + i, entry.bit_length, work_buffer.data);
       if (keep || !compressed) ++values;
     }
-    _qd_file_write_float_buffer(id, first, last, work_buffer.data);
+    if (_qd_file_write_float_buffer(id, first, last, work_buffer.data) == 0) return false;
   }
   return true;
 }

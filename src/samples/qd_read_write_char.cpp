@@ -23,7 +23,7 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t last = first + count - 1;
     if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, count * width) == 0) return false;
     auto* stored = static_cast<unsigned char*>(work_buffer.data);
-    _qd_file_read_char_buffer(id, first, last, stored);
+    if (_qd_file_read_char_buffer(id, first, last, stored) == 0) return false;
     for (std::int64_t i = 0; i < count; ++i, stored += width) {
       bool keep = !mask.leaves_out(done + i);
       if (keep) {
@@ -33,7 +33,8 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
       }
       if (keep || !compressed) texts += width;
     }
-    qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(work_buffer.data));
+    if (qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(work_buffer.data)) == 0)
+      return false;
   }
   return true;
 }
@@ -67,7 +68,9 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
   unsigned char* place = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     std::int64_t width = range.entry(v).bytes_per_sample;
-    _qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), place);
+    if (_qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
+                                  place) == 0)
+      return 0;
     place += n * width;
     widths += width;
   }
@@ -107,7 +110,9 @@ int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first,
   unsigned char* next = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     if (!mask) {
-      _qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last), next);
+      if (_qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
+                                     next) == 0)
+        return 0;
       next += range.count() * range.entry(v).bytes_per_sample;
     } else if (!write_kept(range, v, mask, compressed, next)) {
       return 0;

@@ -31,16 +31,13 @@ int first_bit(std::int64_t column_start) {
 }
 
 // The stored bits of the whole column that begins at a sample of the file, sample 1 on the top bit of
-// the row. Uses work_buffer. False without memory.
+// the row. Uses work_buffer. False without memory or if the disk fails.
 bool load_column(std::int64_t entry, std::int64_t start, std::int64_t samples, unsigned char* row) {
   std::int64_t end = start + samples - 1;
   int bit = first_bit(start);
-  if (bit == 0) {
-    _qd_file_read_float_buffer(entry, start, end, row);
-    return true;
-  }
+  if (bit == 0) return _qd_file_read_float_buffer(entry, start, end, row) != 0;
   if (!reserve(work_buffer, _qd_file_byte_count(start, end, 1))) return false;
-  _qd_file_read_float_buffer(entry, start, end, work_buffer.data);
+  if (_qd_file_read_float_buffer(entry, start, end, work_buffer.data) == 0) return false;
   qd_bits_shift(static_cast<unsigned char*>(work_buffer.data), row, 7 - bit, 7, samples);
   return true;
 }
@@ -108,7 +105,7 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
       qd_bits_shift(column, static_cast<unsigned char*>(work_buffer.data), 7, 7 - bit, range.samples);
       column = static_cast<unsigned char*>(work_buffer.data);
     }
-    _qd_file_write_float_buffer(id, start, end, column);
+    if (_qd_file_write_float_buffer(id, start, end, column) == 0) return 0;
   }
   return 1;
 }

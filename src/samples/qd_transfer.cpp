@@ -23,13 +23,15 @@ std::int64_t samples_of(const char* function, const qd_io& io) {
   return entry->sample_count;
 }
 
-// Whether the sample `last` of a column can be addressed, in bits, in 63 bits.
-bool fits(std::int64_t slot, std::int64_t samples, std::int64_t last, std::int64_t bit_length) {
+// Whether the sample `last` of a column can be told in 63 bits, and its address in the data file, in bits,
+// too.
+bool fits(const qd_selected_entry& entry, std::int64_t slot, std::int64_t samples, std::int64_t last) {
   std::int64_t sample = 0;
   std::int64_t bits = 0;
-  return bit_length >= 1 && slot >= 0 && !__builtin_mul_overflow(slot, samples, &sample) &&
+  return entry.bit_length >= 1 && slot >= 0 && !__builtin_mul_overflow(slot, samples, &sample) &&
          !__builtin_add_overflow(sample, last, &sample) &&
-         !__builtin_mul_overflow(sample, std::max<std::int64_t>(bit_length, 64), &bits);
+         (entry.implicit != 0 ||
+          !__builtin_mul_overflow(sample, std::max<std::int64_t>(entry.bit_length, 64), &bits));
 }
 
 }  // namespace
@@ -54,10 +56,11 @@ const qd_selected_entry& range_transfer::entry(std::int64_t variable) const {
 
 bool range_transfer::addressable() const {
   for (std::int64_t v = 0; v < variable_count(); ++v)
-    if (!fits(io.macro_slots[static_cast<std::size_t>(v)], samples, last, entry(v).bit_length)) return false;
+    if (!fits(entry(v), io.macro_slots[static_cast<std::size_t>(v)], samples, last)) return false;
   if (io.selection == 0) return true;
   const qd_selected_entry* selection = qd_entry(io.selection);
-  return selection != nullptr && selection->bit_length == 1 && fits(io.selection_slot, samples, last, 1);
+  return selection != nullptr && selection->bit_length == 1 &&
+         fits(*selection, io.selection_slot, samples, last);
 }
 
 bool selection_mask::load(const range_transfer& range) {
@@ -67,7 +70,7 @@ bool selection_mask::load(const range_transfer& range) {
   std::int64_t last = base + range.last;
   std::int64_t bytes = _qd_file_byte_count(first, last, 1);
   if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), mask_buffer, bytes) == 0) return false;
-  _qd_file_read_float_buffer(range.io.selection, first, last, mask_buffer.data);
+  if (_qd_file_read_float_buffer(range.io.selection, first, last, mask_buffer.data) == 0) return false;
   bits_ = static_cast<const unsigned char*>(mask_buffer.data);
   skipped_ = (first - 1) % 8;
   return true;

@@ -136,6 +136,9 @@ bool write_value(wire_ints value) {
 bool write_value(wire_doubles value) {
   return _qrd_write_double_array(client_socket, value.values, value.count) != 0;
 }
+bool write_value(wire_double_pieces value) {
+  return _qrd_write_double_pieces(client_socket, value.count, value.next) != 0;
+}
 bool write_value(wire_strings value) {
   return _qrd_write_string_array(client_socket, value.texts, value.count) != 0;
 }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
+#include <span>
 
 #include "server/read_write.h"
 #include "util/qu_constants.h"
@@ -103,6 +105,11 @@ struct wire_doubles {
   const double* values;
   std::int64_t count;
 };
+// Doubles that are made while they are sent (see _qrd_write_double_pieces).
+struct wire_double_pieces {
+  std::int64_t count;
+  const std::function<std::span<const double>()>& next;
+};
 struct wire_strings {
   const char* const* texts;
   std::int64_t count;
@@ -122,6 +129,7 @@ bool write_value(wire_double value);
 bool write_value(wire_string value);
 bool write_value(wire_ints value);
 bool write_value(wire_doubles value);
+bool write_value(wire_double_pieces value);
 bool write_value(wire_strings value);
 bool write_value(wire_bytes value);
 bool write_value(wire_names value);

@@ -9,6 +9,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <span>
 
 #include "server/connection.h"
 
@@ -55,6 +57,10 @@ int _qrd_read_string_array(socket_handle socket, char** texts, std::int64_t coun
 int _qrd_write_double_array(socket_handle socket, const double* values, std::int64_t count);
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count);
 int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count);
+
+// An array of `count` doubles, given piece by piece. 0 also if the pieces end before it is complete.
+int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
+                             const std::function<std::span<const double>()>& next_piece);
 
 int _qrd_flush_write(socket_handle socket);
 void _qrd_empty_write();

@@ -23,10 +23,10 @@ void fill(const qd_file_record& file, const qd_variable_record& variable, qd_var
   qu_format_copy(variable.format, info.format);
 }
 
-// Samples in the longest line of a lines file, or -1 if the file has just gone.
+// Samples in the longest line of a lines file, or -1 if its table can't be read.
 std::int64_t longest_line(const char* file_path, const qd_file_record& record) {
   std::vector<std::int64_t> offsets;
-  if (!qd_line_table_require(file_path, record, "qd_info_file", {3, 6, 7}, offsets)) return -1;
+  if (!qd_line_table_read(file_path, record, offsets)) return -1;
   std::int64_t longest = 0;
   for (std::size_t i = 1; i < offsets.size(); ++i) longest = std::max(longest, offsets[i] - offsets[i - 1]);
   return longest;

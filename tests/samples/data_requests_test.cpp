@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "samples/qd_implicit.h"
 #include "samples/sample_study.h"
 #include "server/connection.h"
 #include "server/context.h"
@@ -83,6 +84,36 @@ TEST_F(data_requests, floats_are_read) {
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(2, 3, 1)), doubles("SDATAF", {}));
   choose("SN");
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(4, 5)), doubles("SDATAF", {4, 5}));
+}
+
+TEST_F(data_requests, computed_values_are_made_in_pieces) {
+  constexpr std::int64_t many = 2 * samples_chunk + 7;
+  study_.set_shape({.samples = many});
+  std::string mask(static_cast<std::size_t>(many / 8 + 1),
+                   '\xFF');  // leaves out whole pieces, and most of others
+  mask.front() = '\x7F';
+  mask[2 * samples_chunk / 8] = '\xEF';
+  write_file(selection_path_, mask);
+  choose("SN", "S");
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1, 1)), doubles("SDATAF", {1, 200004}));
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(2, samples_chunk + 1, 1)), doubles("SDATAF", {}));
+
+  // Too much for this socket: what the answers take the values from.
+  for (const char* selection : {"S", no_name}) {
+    bound numbers("SN", selection);
+    computed_reader reader;
+    ASSERT_TRUE(reader.open(numbers.io(), SEL_MASKED, 3, many));
+    std::vector<double> values;
+    for (auto piece = reader.next(); !piece.empty(); piece = reader.next()) {
+      ASSERT_LE(piece.size(), static_cast<std::size_t>(samples_chunk));
+      values.insert(values.end(), piece.begin(), piece.end());
+    }
+    std::vector<double> expected(many - 2, missing_double);
+    for (std::int64_t i = 0; i < many - 2; ++i)
+      if (selection == no_name || i + 3 == 200004)
+        expected[static_cast<std::size_t>(i)] = static_cast<double>(i + 3);
+    EXPECT_TRUE(values == expected) << selection;
+  }
 }
 
 TEST_F(data_requests, units_of_floats) {

@@ -353,9 +353,12 @@ TEST_F(information, of_lines) {
   expected.names = {"None", "None", "None", "None", "None", "None"};
   expected.cores = {"XB", "None", "None", "None", "None", "ZE"};
   expect_file(expected, 2, 1);
-  // A damaged line table is an end of the process that the console explains.
+  // A damaged line table: the console names it.
   write_file(path + "/LINE", bytes().i64(1, 3, 7).str());
-  EXPECT_FATAL(ask("CFILEINFO"), "No 6 in function qd_info_file");
+  std::string answer;
+  EXPECT_EQ(console_of([&] { answer = ask("CFILEINFO"); }),
+            "Line descriptor corrupted:\n" + path + "/LINE\n");
+  EXPECT_EQ(answer, refusal("Cannot get file info"));
 }
 
 TEST_F(information, of_grids) {
