@@ -107,7 +107,8 @@ void computed_values::get(std::int64_t first, std::int64_t last, double* values)
 
 bool computed_reader::open(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last) {
   const range_transfer range("qd_read_float_free", io, first, last);
-  if (!range.addressable() || !source_.open(range.entry(0)) || !mask_.load(range) ||
+  const range_guard guard(range, range_guard::purpose::reading);
+  if (!guard || !range.addressable() || !source_.open(range.entry(0)) || !mask_.load(range) ||
       !piece_.allocate(std::min(range.count(), samples_chunk)))
     return false;
   mode_ = mode;

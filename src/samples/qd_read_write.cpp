@@ -90,6 +90,8 @@ int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first,
                        std::int64_t* count, std::span<double> values) {
   range_transfer range("qd_read_float_free", io, first, last);
   if (!range.addressable() || !fits_in(range, values.size())) return 0;
+  const range_guard guard(range, range_guard::purpose::reading);
+  if (!guard) return 0;
   std::int64_t n = range.count();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     const qd_selected_entry& entry = range.entry(v);
@@ -124,6 +126,8 @@ int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first
   range_transfer range("qd_write_float_free", io, first, last);
   if (!range.addressable()) return 0;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) qd_require_numeric(range.entry(v).bit_length);
+  const range_guard guard(range, range_guard::purpose::writing);
+  if (!guard) return 0;
   if (range.io.selection == 0) {
     if (!fits_in(range, values.size())) return 0;
     for (std::int64_t v = 0; v < range.variable_count(); ++v)

@@ -64,6 +64,8 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
   range_transfer range("qd_read_char_free", io, first, last);
   std::int64_t n = range.count();
   if (!have_width(range) || !fits_in(range, n, texts.size())) return 0;
+  const range_guard guard(range, range_guard::purpose::reading);
+  if (!guard) return 0;
   std::int64_t widths = 0;
   unsigned char* place = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
@@ -100,7 +102,8 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
 int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
                        std::span<unsigned char> texts) {
   range_transfer range("qd_write_char_free", io, first, last);
-  if (!have_width(range)) return 0;
+  const range_guard guard(range, range_guard::purpose::writing);
+  if (!guard || !have_width(range)) return 0;
   selection_mask mask;
   if (!mask.load(range)) return 0;
   bool compressed = mask && mode == SEL_COMPRESSED;

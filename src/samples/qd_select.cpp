@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <utility>
 
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
@@ -70,27 +71,22 @@ lookup_result find_variable(const char* file_path, const char* variable, int& na
   return LOOKUP_FOUND;
 }
 
-// The slot that a name of this class means. False if the variable has just gone.
+// The slot that a name of this class means. False if the variable has just gone, or has no such column.
 bool find_macro_slot(int name_class, const char* variable_path, const char* variable, std::int64_t& slot) {
   slot = name_class;
   if (name_class <= 0) return true;
-  macro_descriptor descriptor(qd_macro_descr_read(variable_path));
-  if (!descriptor && qd_object_gone()) return false;
-  slot = -1;
-  if (descriptor) slot = descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr));
-  if (slot < 0) qu_fatal_number(select_function, 51);
-  return true;
+  macro_descriptor descriptor(qd_macro_descr_look(variable_path));
+  slot = descriptor ? descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr)) : -1;
+  return slot >= 0;
 }
 
-// What an earlier request has left selected may have been deleted by another server, and its number taken by
-// a new variable. The closed path of such an entry is no variable's any more.
+// What an earlier request has left selected may have been deleted by another server, and its number or its
+// file taken by a new one. The closed path of such an entry is no variable's any more.
 bool is_entry_of(qd_selected_entry& entry, const char* variable_path) {
   if (std::strcmp(entry.variable_path, variable_path) != 0) return false;
-  struct stat status;
-  const bool deleted =
-      entry.stream != nullptr && fstat(fileno(entry.stream), &status) == 0 && status.st_nlink == 0;
-  if (deleted) entry.variable_path[0] = '\0';
-  return !deleted;
+  if (qd_is_in_place(entry)) return true;
+  entry.variable_path[0] = '\0';
+  return false;
 }
 
 template <typename T>
@@ -100,14 +96,20 @@ int first_free_slot(T* const (&table)[table_slots], const char* function, int fu
   return static_cast<int>(slot - std::begin(table));
 }
 
-// Fills `stream` for a variable with a data file. False if its compressed form can't be put back, or if
-// another server has just deleted it.
-bool open_data_file(const char* variable_path, std::FILE*& stream) {
-  path_text path;
+void data_path_of(const char* variable_path, path_text& path) {
   qu_path_join(path, {variable_path, path_separator, data_file_name});
-  if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return false;
-  stream = qd_data_file_open(path);
-  return stream != nullptr;
+}
+
+// The data file of a variable, if it has one. None if its compressed form can't be put back, if it can't be
+// written, and if another server has just deleted it.
+file_stream open_data_file(const char* variable_path) {
+  path_text path;
+  data_path_of(variable_path, path);
+  if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return file_stream();
+  file_stream stream(qu_file_open_n(path, update_binary));
+  // Each transfer is one call of the system on the caller's memory.
+  if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+  return stream;
 }
 
 qd_selected_entry* new_entry() {
@@ -115,46 +117,74 @@ qd_selected_entry* new_entry() {
       qd_selected_entry;
 }
 
-// Gives the handle of a variable that was found its entry: an open one, or a new one.
+// What the catalogue says of a variable at a place, read anew.
+struct found_variable {
+  qd_file_record file;
+  qd_variable_record variable;
+  bool read(const qd_variable_place& place, const char* file_name, const char* variable_name) {
+    return qd_file_descriptor_read(place.file_path, file) != 0 && std::strcmp(file.name, file_name) == 0 &&
+           qd_variable_descriptor_read(place.path, variable) != 0 &&
+           std::strcmp(variable.name, variable_name) == 0;
+  }
+};
+
+void fill_entry(const qd_variable_place& place, const char* directory, const char* file, const char* variable,
+                const found_variable& found, qd_selected_entry& entry) {
+  qu_path_join(entry.variable_path, {place.path});
+  qu_path_join(entry.file_path, {place.file_path});
+  qu_path_join(entry.directory_name, {directory});
+  qu_path_join(entry.file_name, {file});
+  qu_path_join(entry.variable_name, {variable});
+  // Computed values are doubles, whatever the descriptor says.
+  entry.bit_length = found.variable.implicit != 0 ? 64 : found.variable.bit_length;
+  entry.bytes_per_sample = entry.bit_length / 8;
+  entry.sample_count = found.file.sample_count;
+  entry.type = found.variable.type;
+  entry.kind = found.variable.kind;
+  entry.implicit = found.variable.implicit;
+  if (found.file.organisation == ORG_GRID)
+    entry.grid = found.file.grid;
+  else
+    entry.grid.nx = 0;
+}
+
+// Gives the handle of a variable its entry: an open one, or a new one. `catalogue_name` is the variable's own
+// name, without an index. What an entry holds is of one variable: the descriptors are read while the data
+// file is open, and it is still in its place afterwards.
 int select_found(const qd_variable_place& place, const char* directory, const char* file,
-                 const char* variable, const qd_file_record& file_record, const qd_variable_record& record,
+                 const char* variable, const char* catalogue_name, unit_choice choice,
                  qd_variable_handle& selected, qd_variable_handle& handle) {
+  found_variable found;
   // One entry, and so one stream, serves all the columns of a macro variable.
   for (int slot = 0; slot < table_slots; ++slot) {
     qd_selected_entry* open_entry = tab_selected[slot];
     if (open_entry == nullptr || !is_entry_of(*open_entry, place.path)) continue;
+    if (!found.read(place, file, catalogue_name) || !qd_is_in_place(*open_entry)) return 0;
     ++open_entry->reference_count;
     // An entry can outlive its request; another server may have added samples since.
-    open_entry->sample_count = file_record.sample_count;
+    open_entry->sample_count = found.file.sample_count;
+    selected.unit_factor = unit_factor_of(found.variable, choice);
     selected.entry = slot + 1;
     handle = selected;
     return 1;
   }
 
   int slot = first_free_slot(tab_selected, select_function, 70);
-  std::FILE* stream = nullptr;
-  if (record.implicit == 0 && !open_data_file(place.path, stream)) return 0;
+  file_stream stream = open_data_file(place.path);
+  if (!found.read(place, file, catalogue_name)) return 0;
+  if (found.variable.implicit != 0) stream = file_stream();
+  if (found.variable.implicit == 0 && !stream) return 0;
+  qd_selected_entry candidate;
+  fill_entry(place, directory, file, variable, found, candidate);
+  candidate.stream = stream.get();
+  if (!qd_is_in_place(candidate)) return 0;
 
   qd_selected_entry* entry = new_entry();
-  qu_path_join(entry->variable_path, {place.path});
-  qu_path_join(entry->file_path, {place.file_path});
-  qu_path_join(entry->directory_name, {directory});
-  qu_path_join(entry->file_name, {file});
-  qu_path_join(entry->variable_name, {variable});
-  entry->stream = stream;
-  // Computed values are doubles, whatever the descriptor says.
-  entry->bit_length = record.implicit != 0 ? 64 : record.bit_length;
-  entry->bytes_per_sample = entry->bit_length / 8;
+  *entry = candidate;
+  entry->stream = stream.release();
   entry->reference_count = 1;
-  entry->sample_count = file_record.sample_count;
-  entry->type = record.type;
-  entry->kind = record.kind;
-  entry->implicit = record.implicit;
-  if (file_record.organisation == ORG_GRID)
-    entry->grid = file_record.grid;
-  else
-    entry->grid.nx = 0;
   tab_selected[slot] = entry;
+  selected.unit_factor = unit_factor_of(found.variable, choice);
   selected.entry = slot + 1;
   handle = selected;
   return 1;
@@ -186,6 +216,15 @@ qd_selected_entry* qd_entry(std::int64_t id) {
   return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
 }
 
+bool qd_is_in_place(const qd_selected_entry& entry) {
+  if (entry.stream == nullptr) return true;
+  path_text path;
+  data_path_of(entry.variable_path, path);
+  struct stat held, there;
+  return fstat(fileno(entry.stream), &held) == 0 && stat(path, &there) == 0 && held.st_dev == there.st_dev &&
+         held.st_ino == there.st_ino;
+}
+
 qd_selected_entry* qd_selected_find(const char* variable_path) {
   for (qd_selected_entry* entry : tab_selected)
     if (entry != nullptr && std::strcmp(entry->variable_path, variable_path) == 0) return entry;
@@ -199,57 +238,39 @@ int qd_variable_select(const char* directory, const char* file, const char* vari
 
   qd_variable_place place;
   qd_file_record file_record;
-  // What callers have found may be no more: another server may have deleted it since.
-  const lookup_result found = qd_find_file(directory, file, place.file_path, file_record);
-  if (found == LOOKUP_UNREADABLE) qu_fatal_number(select_function, 10);
-  if (found == LOOKUP_ABSENT) return 0;
   qd_variable_record record;
   int name_class = qd_macro_name_kind(variable);
-  switch (find_variable(place.file_path, variable, name_class, place.path, record)) {
-    case LOOKUP_FOUND:
-      break;
-    case LOOKUP_ABSENT:
-      return 0;
-    case LOOKUP_UNREADABLE:
-      qu_fatal_number(select_function, 31);
-  }
+  // What callers have found may be no more: another server may have deleted or damaged it since.
+  if (qd_find_file(directory, file, place.file_path, file_record) != LOOKUP_FOUND ||
+      find_variable(place.file_path, variable, name_class, place.path, record) != LOOKUP_FOUND)
+    return 0;
   qd_variable_handle selected;
-  selected.unit_factor = unit_factor_of(record, choice);
   if (!find_macro_slot(name_class, place.path, variable, selected.macro_slot)) return 0;
-  return select_found(place, directory, file, variable, file_record, record, selected, handle);
+  return select_found(place, directory, file, variable, record.name, choice, selected, handle);
 }
 
 int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
                           const char* variable, unit_choice choice, qd_variable_handle& handle) {
   handle = {};
   if (qd_two_files_available() == 0) return 0;
-  qd_file_record file_record;
-  qd_variable_record record;
-  if (qd_file_descriptor_read(place.file_path, file_record) == 0 ||
-      std::strcmp(file_record.name, file) != 0 || qd_variable_descriptor_read(place.path, record) == 0 ||
-      std::strcmp(record.name, variable) != 0)
-    return 0;
   qd_variable_handle selected;
-  selected.unit_factor = unit_factor_of(record, choice);
   selected.macro_slot = std::min(qd_macro_name_kind(variable), 0);
-  return select_found(place, directory, file, variable, file_record, record, selected, handle);
+  return select_found(place, directory, file, variable, variable, choice, selected, handle);
 }
 
 int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
                           std::int64_t& dimension, qd_variable_handle (&handles)[3]) {
   constexpr int kinds[3] = {KIND_X, KIND_Y, KIND_Z};
-  for (int axis = 0; axis < 3; ++axis) {
+  selected_variable axes[3];
+  dimension = 0;
+  for (selected_variable& axis : axes) {
     name_text name;
-    int found = qd_special_var_name(directory, file, kinds[axis], name);
-    if (found == 2) return 0;
-    if (found == 1 && axis < 2) qu_fatal_number("qd_coordinates_select", axis + 1);
-    if (found == 1) {
-      dimension = 2;
-      return 1;
-    }
-    if (qd_variable_select(directory, file, name, choice, handles[axis]) == 0) return 0;
+    const int found = qd_special_var_name(directory, file, kinds[dimension], name);
+    if (found == 1 && dimension == 2) break;
+    if (found != 0 || qd_variable_select(directory, file, name, choice, axis.handle) == 0) return 0;
+    ++dimension;
   }
-  dimension = 3;
+  for (int axis = 0; axis < dimension; ++axis) handles[axis] = std::exchange(axes[axis].handle, {});
   return 1;
 }
 
@@ -365,10 +386,9 @@ int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
     any_generic = true;
     const qd_selected_entry* entry = qd_entry(record.variables[v]);
     if (entry == nullptr) qu_fatal_number(function, 10);
-    macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
-    if (!descriptor && qd_object_gone()) return 0;
+    macro_descriptor descriptor(qd_macro_descr_look(entry->variable_path));
     std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
-    if (slot < 0) qu_fatal_number(function, 10);
+    if (slot < 0) return 0;
     record.macro_slots[v] = slot;
   }
   if (any_generic) return 1;

@@ -60,6 +60,8 @@ extern qd_io* tab_io[table_slots];
 int qd_free_entries();
 // The entry of an id, or null.
 qd_selected_entry* qd_entry(std::int64_t id);
+// True unless the file of an entry has another name now, or none: another server has deleted or replaced it.
+bool qd_is_in_place(const qd_selected_entry& entry);
 // The open entry of a variable folder, or null.
 qd_selected_entry* qd_selected_find(const char* variable_path);
 
@@ -68,15 +70,17 @@ inline constexpr char access_failed[] = "FILE SYSTEM ACCESS FAILED";
 // 1 if two more files can be open, or 0 after the report that too many are.
 int qd_two_files_available(const char* failed = access_failed, const char* before = "");
 
-// 1, or 0 when too many files are open, the data file can't be decompressed or there is no such variable:
-// callers have tested that, but another server may delete it between the test and the selection.
+// 1, or 0 when too many files are open, the data file can't be decompressed or opened for writing, or there
+// is no such variable or column: callers have tested that, but another server may delete or change it between
+// the test and the selection.
 int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
                        qd_variable_handle& handle);
 // The same without a walk, for a variable whose own name was found at a place a moment ago: 0 also if another
 // variable has that place now.
 int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
                           const char* variable, unit_choice choice, qd_variable_handle& handle);
-// The stored or computed coordinates of a file: dimension 2 or 3 and as many handles.
+// The stored or computed coordinates of a file: dimension 2 or 3 and as many handles. 0 if one of them
+// can't be selected.
 int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
                           std::int64_t& dimension, qd_variable_handle (&handles)[3]);
 // "None" gives the empty handle. 0 if the name isn't a selection of this file.

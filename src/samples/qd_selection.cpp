@@ -70,7 +70,8 @@ int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<u
   *row_bytes = length;
   const unsigned char* mask = nullptr;
   if (length == 0) return 1;
-  if (!rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  const range_guard guard(range, range_guard::purpose::reading);
+  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
   unsigned char* row = rows.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
     if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, row)) return 0;
@@ -85,7 +86,8 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
   std::int64_t length = row_length(range.samples);
   const unsigned char* mask = nullptr;
   if (length == 0) return 1;
-  if (!rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  const range_guard guard(range, range_guard::purpose::writing);
+  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
   const unsigned char* row = rows.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
     std::int64_t id = range.id(v);

@@ -5,6 +5,7 @@
 
 #include "samples/qd_data_file.h"
 #include "samples/qd_read_write.h"
+#include "store/qd_tools.h"
 #include "util/qu_message.h"
 
 namespace qrd {
@@ -61,6 +62,20 @@ bool range_transfer::addressable() const {
   const qd_selected_entry* selection = qd_entry(io.selection);
   return selection != nullptr && selection->bit_length == 1 &&
          fits(*selection, io.selection_slot, samples, last);
+}
+
+range_guard::range_guard(const range_transfer& range, purpose what) {
+  const char* file_path = range.entry(0).file_path;
+  bool in_columns = range.io.selection_slot > 0;
+  for (std::int64_t slot : range.io.macro_slots) in_columns = in_columns || slot > 0;
+  if (what == purpose::reading && !in_columns) return;
+
+  lock_.emplace(file_path, lock_kind::shared);
+  holds_ = static_cast<bool>(*lock_);
+  for (std::int64_t v = 0; v < range.variable_count() && holds_; ++v) holds_ = qd_is_in_place(range.entry(v));
+  qd_file_record now;
+  if (holds_ && in_columns)
+    holds_ = qd_file_descriptor_read(file_path, now) != 0 && now.sample_count == range.samples;
 }
 
 bool selection_mask::load(const range_transfer& range) {

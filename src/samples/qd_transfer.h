@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "samples/qd_select.h"
+#include "util/qu_lock.h"
 
 namespace qrd {
 
@@ -43,6 +45,21 @@ struct range_transfer {
   std::int64_t samples;  // in the file, which is also the distance of the columns of a macro
   std::int64_t first, last;
   std::int64_t count() const { return last - first + 1; }
+};
+
+// Holds the file of a range operation as it was selected while samples move: nobody who knows the lock lays
+// its columns out anew meanwhile. Writing needs it, and reading where the place of a column depends on how
+// many samples the file has.
+class range_guard {
+ public:
+  enum class purpose { reading, writing };
+  range_guard(const range_transfer& range, purpose what);
+  // False if the lock is not to be had, or if another server has deleted or replaced what was selected.
+  explicit operator bool() const { return holds_; }
+
+ private:
+  std::optional<folder_lock> lock_;
+  bool holds_ = true;
 };
 
 // Which samples of a range a selection leaves out, from the stored bits.

@@ -7,6 +7,7 @@
 
 #include "server/format_text.h"
 #include "server/trace.h"
+#include "util/qu_memory.h"
 
 namespace qrd {
 
@@ -66,6 +67,8 @@ request_texts::~request_texts() {
 }
 
 bool request_texts::allocate(std::int64_t count) {
+  // Whoever announces more texts than there is memory for their places is refused before the first comes.
+  if (checked_array<char*> places; !places.allocate(count)) return false;
   count_ = count;
   return grow(std::min(count, first_texts));
 }

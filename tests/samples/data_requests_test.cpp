@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "samples/answer_data.h"
 #include "samples/qd_implicit.h"
 #include "samples/sample_study.h"
 #include "server/connection.h"
@@ -357,6 +358,26 @@ TEST_F(data_requests, what_has_no_numbers_is_refused) {
   }
 }
 
+TEST_F(data_requests, a_file_that_has_changed_since_the_look_up_is_refused) {
+  choose("V");
+  for (std::int64_t samples : {5, 7}) {
+    for (bool with_selection : {false, true}) {
+      study_.set_shape({.samples = 6});
+      data_request data(data_request::writing);
+      ASSERT_TRUE(data.find_variable() && data.check_range());
+      if (with_selection) {
+        set_current_selection("S");
+        EXPECT_GT(data.count_selected(), 0);
+      }
+      study_.set_shape({.samples = samples});  // by another server
+      EXPECT_FALSE(data.open());
+      set_current_selection(no_name);
+    }
+    EXPECT_EQ(client_.ask("CREADVARF", read_arguments(2, 2)),
+              refusal("Cannot select variable") + refusal("Cannot select variable") + doubles("SDATAF", {2}));
+  }
+}
+
 TEST_F(data_requests, counts_that_ask_for_too_much) {
   choose("V");
   const std::int64_t most = std::int64_t{1} << 62;
@@ -368,6 +389,9 @@ TEST_F(data_requests, counts_that_ask_for_too_much) {
             refusal("Memory allocation failed for byte array (-3 bytes)"));
   EXPECT_EQ(client_.ask("CWRITVARC", bytes().i64(1, 1).i32(0).text("").i64(-1).str()),
             refusal("Memory allocation failed (-8 bytes)"));
+  // Before the first text comes: it would be waited for.
+  EXPECT_EQ(client_.ask("CWRITVARC", bytes().i64(1, 1).i32(0).text("").i64(most).str()),
+            refusal("Memory allocation failed (9223372036854775807 bytes)"));
   study_.set_shape({.samples = most});
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)),
             refusal("Memory allocation failed (9223372036854775807 bytes)"));

@@ -241,35 +241,39 @@ TEST(implicit_values, flat_grid_with_nothing_on_the_third_axis) {
   EXPECT_FALSE(can_read("odd"));
 }
 
-// Puts a file without room, or one that gives nothing, under a selected variable.
+// Puts a file without room, or one that gives nothing, in the place of a selected data file.
 void set_stream(const bound& target, const char* path, bool buffered) {
-  std::FILE*& stream = qd_entry(target.handle().entry)->stream;
-  std::fclose(stream);
-  stream = std::fopen(path, "r+");
-  if (!buffered) std::setvbuf(stream, nullptr, _IONBF, 0);
+  qd_selected_entry& entry = *qd_entry(target.handle().entry);
+  const std::string place = entry.variable_path + std::string("/DATAVAR");
+  std::filesystem::remove(place);
+  std::filesystem::create_symlink(path, place);
+  std::fclose(entry.stream);
+  entry.stream = std::fopen(path, "r+");
+  if (!buffered) std::setvbuf(entry.stream, nullptr, _IONBF, 0);
 }
 
 TEST(read_write, what_the_disk_does_not_take_is_never_answered) {
-  sample_study study({.samples = 8});
   const double values[8] = {};
   unsigned char text[2] = {'a', 'b'};
-  for (int bit_length : {2, 8, 32, 64})
-    study.add(std::to_string(bit_length), VAR_FLOAT, bit_length, std::string(64, '\0'));
-  study.add("T", VAR_CHAR, 8, std::string(8, ' '));
-  study.add("S", VAR_FLOAT, 1, std::string(1, '\0'));
+  const unsigned char row[1] = {0x0F};
   // With a buffer only the flush can tell.
   for (bool buffered : {false, true}) {
-    for (const char* name : {"2", "8", "32", "64"}) {
-      bound target(name);
+    sample_study study({.samples = 8});
+    for (int bit_length : {2, 8, 32, 64}) {
+      const std::string name = std::to_string(bit_length);
+      study.add(name, VAR_FLOAT, bit_length, std::string(64, '\0'));
+      bound target(name.c_str());
       set_stream(target, "/dev/full", buffered);
-      EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values), 0) << name;
+      EXPECT_TRUE(console_of([&] {
+                    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values), 0) << name;
+                  }).ends_with("No space left on device\n"));
     }
-    bound texts("T");
+    study.add("T", VAR_CHAR, 8, std::string(8, ' '));
+    study.add("S", VAR_FLOAT, 1, std::string(1, '\0'));
+    bound texts("T"), selection("S");
     set_stream(texts, "/dev/full", buffered);
-    EXPECT_EQ(qd_write_char_free(texts.io(), SEL_MASKED, 4, 5, text), 0);
-    bound selection("S");
     set_stream(selection, "/dev/full", buffered);
-    const unsigned char row[1] = {0x0F};
+    EXPECT_EQ(qd_write_char_free(texts.io(), SEL_MASKED, 4, 5, text), 0);
     EXPECT_EQ(qd_write_selection_free(selection.io(), row), 0);
   }
 }
@@ -322,6 +326,45 @@ TEST(read_write, an_error_of_the_disk_is_no_missing_sample) {
   set_stream(target, "/proc/self/mem", false);
   EXPECT_EQ(qd_read_float_free(target.io(), SEL_MASKED, 1, 8, &count, values), 0);
   EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values), 0);
+}
+
+TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
+  sample_study study({.samples = 8});
+  const std::string before(8, 'a');
+  const double values[8] = {};
+  unsigned char text[2] = {'x', 'y'};
+  const unsigned char row[1] = {0x0F};
+  const std::string number = study.add("V", VAR_FLOAT, 8, before) + "/DATAVAR";
+  const std::string texts = study.add("T", VAR_CHAR, 8, before) + "/DATAVAR";
+  const std::string bits = study.add("S", VAR_FLOAT, 1, "a") + "/DATAVAR";
+  bound number_io("V"), text_io("T"), bit_io("S");
+  for (const std::string& path : {number, texts, bits}) {
+    std::filesystem::rename(path, path + ".old");
+    write_file(path, path == bits ? "b" : before);
+  }
+  EXPECT_EQ(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values), 0);
+  EXPECT_EQ(qd_write_char_free(text_io.io(), SEL_MASKED, 1, 2, text), 0);
+  EXPECT_EQ(qd_write_selection_free(bit_io.io(), row), 0);
+  EXPECT_EQ(read_file(number) + read_file(texts), before + before);
+  EXPECT_EQ(read_file(number + ".old") + read_file(texts + ".old"), before + before);
+  EXPECT_EQ(read_file(bits) + read_file(bits + ".old"), "ba");
+  std::filesystem::remove_all(study.file_path());
+  EXPECT_EQ(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values), 0);
+}
+
+TEST(read_write, a_column_is_looked_for_where_the_file_has_it) {
+  sample_study study({.samples = 4});
+  const std::string before("aaaabbbb");
+  const std::string path = study.add_macro("M[xxxxx]", 8, before, {1, 2}) + "/DATAVAR";
+  bound first("M[1]"), second("M[2]");
+  study.set_shape({.samples = 6});  // by another server
+  const double values[4] = {};
+  double read[4] = {};
+  std::int64_t count = 0;
+  EXPECT_EQ(qd_read_float_free(second.io(), SEL_MASKED, 1, 4, &count, read), 0);
+  EXPECT_EQ(qd_write_float_free(second.io(), SEL_MASKED, 1, 4, values), 0);
+  EXPECT_EQ(read_file(path), before);
+  EXPECT_EQ(qd_read_float_free(first.io(), SEL_MASKED, 1, 4, &count, read), 1);
 }
 
 TEST(read_write, samples_beyond_any_file_are_not_looked_for) {

@@ -51,7 +51,7 @@ TEST(select, columns_of_a_macro_share_their_entry) {
   }
   EXPECT_EQ(qd_entry(handles[0].entry)->reference_count, 5);
   for (qd_variable_handle& handle : handles) deselect(handle);
-  EXPECT_FATAL(select("G[5]"), "No 51 in function qd_variable_select");
+  EXPECT_EQ(qd_variable_select("Dir", "File", "G[5]", UNIT_NONE, handles[0]), 0);
   EXPECT_EQ(qd_variable_select("Dir", "File", "H[5]", UNIT_NONE, handles[0]), 0);
   EXPECT_EQ(handles[0].entry, 0);
 }
@@ -81,6 +81,43 @@ TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   EXPECT_EQ(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle), 0);
   EXPECT_EQ(handle.entry, 0);
   EXPECT_EQ(tab_selected[0], nullptr);
+}
+
+TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
+  sample_study study({.samples = 4});
+  const std::string folder = study.add("V", VAR_FLOAT, 8, "abcd");
+  qd_variable_handle old = select("V");
+  std::filesystem::rename(folder + "/DATAVAR", folder + "/elsewhere");
+  write_file(folder + "/DATAVAR", "efgh");
+  qd_variable_handle fresh = select("V");
+  EXPECT_NE(fresh.entry, old.entry);
+  EXPECT_EQ(select("V").entry, fresh.entry);
+  qd_deselect_all();
+
+  // A place that a look-up has found may be another variable's by now, or its data file be out of reach.
+  qd_variable_place place;
+  qu_path_join(place.file_path, {study.file_path()});
+  qu_path_join(place.path, {folder});
+  EXPECT_EQ(qd_variable_select_at(place, "Dir", "File", "W", UNIT_NONE, fresh), 0);
+  EXPECT_EQ(qd_variable_select_at(place, "Dir", "Other", "V", UNIT_NONE, fresh), 0);
+  std::filesystem::remove(folder + "/DATAVAR");
+  std::filesystem::create_directory(folder + "/DATAVAR");
+  EXPECT_EQ(qd_variable_select("Dir", "File", "V", UNIT_NONE, fresh), 0);
+  EXPECT_EQ(qd_free_entries(), 512);
+}
+
+TEST(select, coordinates_are_selected_all_or_none) {
+  sample_study study({.samples = 4});
+  study.add("X", VAR_FLOAT, 64, std::string(32, '\0'), KIND_X);
+  qd_variable_handle handles[3];
+  std::int64_t dimension = 0;
+  EXPECT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), 0);
+  EXPECT_EQ(qd_free_entries(), 512);
+  study.add("Y", VAR_FLOAT, 64, std::string(32, '\0'), KIND_Y);
+  ASSERT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), 1);
+  EXPECT_EQ(dimension, 2);
+  for (int axis = 0; axis < 2; ++axis) deselect(handles[axis]);
+  EXPECT_EQ(qd_free_entries(), 512);
 }
 
 TEST(select, the_tables_end) {
