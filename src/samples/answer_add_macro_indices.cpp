@@ -1,5 +1,6 @@
 // More indices for a macro variable.
 #include <cstdint>
+#include <string>
 
 #include "samples/answers.h"
 #include "samples/qd_data_file.h"
@@ -84,16 +85,12 @@ int server_answer_add_macro_indices(const char* /*request*/) {
   const char* no_text = "";
   const char* const* texts = indices.count > 0 ? indices.texts.data() : &no_text;
   if (indices.has_texts == 0) texts = nullptr;
-  const std::int64_t conflict = qd_macro_text_conflict(*macro, indices.count, indices.numbers.data(), texts);
-  if (conflict >= 0) {
-    const std::int64_t number = indices.numbers[conflict];
-    return refuse(macro_text_conflict, "qd_create_macro_variable_indices", static_cast<int>(number),
-                  macro->alpha_indices[macro->slot_of(number)], indices.texts[conflict]);
-  }
+  std::string refusal;
   const int created = qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
-                                                       indices.numbers.data(), texts);
+                                                       indices.numbers.data(), texts, &refusal);
   if (created < 0) return refuse("Cannot get variable info");
-  return created == 0 ? -1 : answer("SDONE");
+  if (created != 0) return answer("SDONE");
+  return refusal.empty() ? -1 : refuse("%s", refusal.c_str());
 }
 
 }  // namespace qrd

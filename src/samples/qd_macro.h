@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "samples/qd_select.h"
@@ -69,16 +70,11 @@ std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const
                                            const char* file, const char* variable, std::int64_t* count,
                                            string_list* alpha);
 // 1, 0 after a report, or -1 when another server has deleted the variable since the caller's test. `alpha`
-// holds one text per index, or is null.
+// holds one text per index, or is null. After a 0 `refusal` holds what a client is to be told: it stays empty
+// for texts that can't be taken, which clients know to get no answer. Adding a present index with another
+// text than its own is fatal without it.
 int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
                                      std::int64_t count, const std::int64_t* indices,
-                                     const char* const* alpha);
-
-// Adding a present index with another text than its own is fatal, with this text (the function's name, the
-// index, its text, the given text). The rank of the first such index that the operation would meet, or -1.
-inline constexpr char macro_text_conflict[] =
-    "%s : trying to create an existing numerical index (%d) with different alpha index (%s != %s)";
-std::int64_t qd_macro_text_conflict(const qd_macro_descr& descriptor, std::int64_t count,
-                                    const std::int64_t* indices, const char* const* alpha);
+                                     const char* const* alpha, std::string* refusal = nullptr);
 
 }  // namespace qrd

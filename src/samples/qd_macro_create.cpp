@@ -214,18 +214,9 @@ int grow_data_file(const macro_target& target, std::int64_t columns, std::int64_
 
 }  // namespace
 
-std::int64_t qd_macro_text_conflict(const qd_macro_descr& descriptor, std::int64_t count,
-                                    const std::int64_t* indices, const char* const* alpha) {
-  std::int64_t conflict = -1;
-  for (std::int64_t i = 0; i < count; ++i)
-    if (indices[i] < 1 || indices[i] > macro_index_maximum) return -1;
-  first_missing(descriptor, slot_table(descriptor), {count, indices, alpha}, conflict);
-  return conflict;
-}
-
 int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
                                      std::int64_t count, const std::int64_t* indices,
-                                     const char* const* alpha) {
+                                     const char* const* alpha, std::string* refusal) {
   if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return 0;
   macro_target target;
   if (int found = find_target(directory, file, variable, target); found != 1) return found;
@@ -238,9 +229,15 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
   const slot_table known(*old);
   std::int64_t conflict = -1;
   std::int64_t missing = first_missing(*old, known, added, conflict);
-  if (conflict >= 0)
-    qu_fatal(macro_text_conflict, function, static_cast<int>(indices[conflict]),
-             old->alpha_indices[known.slot(indices[conflict])], added.text(conflict));
+  if (conflict >= 0) {
+    const std::string text = "trying to create an existing numerical index (" +
+                             std::to_string(indices[conflict]) + ") with different alpha index (" +
+                             old->alpha_indices[known.slot(indices[conflict])] +
+                             " != " + added.text(conflict) + ")";
+    if (refusal == nullptr) qu_fatal("%s : %s", function, text.c_str());
+    *refusal = function + (" : " + text);
+    return 0;
+  }
   if (missing == count && (alpha != nullptr) == (old->alpha_indices.get() != nullptr)) return 1;
 
   qd_macro_descr merged;
@@ -254,8 +251,9 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
       grow_data_file(target, merged.slot_count() - old->slot_count(), descriptor_room(merged, texts.size()));
   if (grown == 1 && qd_macro_descr_write(target.path, merged) != 0) return 1;
   if (qd_folder_gone(target.path)) return gone;
-  if (grown == 1) return 0;
   report_full_disk(directory, file, variable, target.path);
+  if (refusal != nullptr)
+    *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
   if (grown == 0) qd_remove_object<variable_level>(target.path, variable);
   return 0;
 }

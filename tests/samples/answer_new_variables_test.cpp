@@ -7,6 +7,7 @@
 #include "server/connection.h"
 #include "server/context.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/request_session.h"
 
 namespace qrd::test {
@@ -150,6 +151,8 @@ TEST_F(NewIndices, RefusalsReadTheWholePacket) {
       refusal("qd_create_macro_variable_indices : trying to create an existing numerical index (7) with "
               "different alpha index (gold != lead)"));
   EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 8, 1).text("None")), "") << "no answer";
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(2, 1, 7, 8, 1).text("lead").text("None")), "")
+      << "the texts come first";
   const bytes one = bytes().i32(1, 1, 8, 0);
   set_current_variable("None");
   EXPECT_EQ(ask("CMACROADD", one), refusal("Variable is not set"));
@@ -165,11 +168,24 @@ TEST_F(NewIndices, RefusalsReadTheWholePacket) {
   EXPECT_EQ(ask("CMACROADD", one), refusal("Cannot get variable info"));
 }
 
+TEST_F(NewIndices, AFullDiskIsARefusal) {
+  const std::string before = macro();
+  {
+    file_size_limit full(8);
+    EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 5, 0)),
+              refusal("Problem while writing Dir/File/Grade[xxxxx]"));
+  }
+  EXPECT_EQ(macro(), before);
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 5, 0)), done());
+}
+
 using NewIndicesDeathTest = NewIndices;
 TEST_F(NewIndicesDeathTest, WrongNumbersEndTheServer) {
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 0, 0)), "Bad Indice \\(1<i<99999\\)");
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 100000, 0)), "Bad Indice");
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(2, 1, 4, 4, 0)), "2 equal indices");
+  EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 7, 1).text("gold")), done());
+  EXPECT_FATAL(ask("CMACROADD", bytes().i32(2, 1, 7, 7, 1).text("lead").text("tin")), "2 equal indices");
 }
 
 }  // namespace
