@@ -66,6 +66,14 @@ int qd_descriptor_write(const char* object_path, MoveFields move_fields, Record&
   });
 }
 
+// Writes the fields to an open file. Closing and syncing is left to its owner.
+template <typename MoveFields, typename Record>
+bool qd_descriptor_put(std::FILE* stream, MoveFields move_fields, Record& record) {
+  std::int64_t version = DESCRIPTOR_VERSION;
+  xdr_stream xdr(stream, XDR_ENCODE);
+  return xdr && move_fields(xdr.get(), &version, record);
+}
+
 // Puts a text into the COMMENT file of an object's folder in place of the old one: 0, or 1 after reports.
 int qd_comment_replace(const char* object_path, const char* text);
 

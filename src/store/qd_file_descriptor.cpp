@@ -17,11 +17,14 @@
 //   900 to 1099  ten of them
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 
 #include "samples/qd_interrupt.h"
 #include "samples/qd_lines.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
+#include "util/qu_file_replace.h"
+#include "util/qu_lock.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -115,22 +118,21 @@ bool read_lines(std::FILE* stream, int (*move_entry)(XDR*, std::int64_t*), const
   return table[0] == 1 && table[table.count() - 1] == record.sample_count + 1;
 }
 
-// Writes the entries from `first` to the one before `end`, at their places.
-bool write_lines(std::FILE* stream, checked_array<std::int64_t>& table, std::int64_t first,
-                 std::int64_t end) {
-  if (qu_file_seek(stream, first * 8, 0) != 0) return false;
-  xdr_stream xdr(stream, XDR_ENCODE);
+bool write_lines(const char* line_path, checked_array<std::int64_t>& table) {
+  replaced_file wide(line_path, write_binary);
+  if (!wide) return false;
+  xdr_stream xdr(wide.get(), XDR_ENCODE);
   if (!xdr) return false;
-  for (std::int64_t i = first; i < end; ++i) {
-    if (!qu_xdr_long(xdr.get(), &table[i])) return false;
-  }
-  return std::fflush(stream) == 0;
+  for (std::int64_t& entry : table)
+    if (!qu_xdr_long(xdr.get(), &entry)) return false;
+  return wide.commit();
 }
 
-// Widens the entries of LINE in place. False if there is no such table; a table that was widened before,
-// by a server that came no further, is left as it is.
+// Puts a table with wide entries in the place of LINE, before the descriptor tells of it: whoever still has
+// the old descriptor knows by the first entry which of the two tables it reads. False if there is no such
+// table; one that was widened before, by a server that came no further, is left as it is.
 bool widen_lines(const char* line_path, const qd_file_record& record) {
-  file_stream stream(qu_file_open_n(line_path, update_binary));
+  file_stream stream(qu_file_open_n(line_path, read_binary));
   if (!stream || qu_file_seek(stream.get(), 0, 2) != 0) return false;
   const std::int64_t entries = record.line_count + 1;
   if (qu_file_tell(stream.get()) / 4 < entries) return false;
@@ -139,18 +141,12 @@ bool widen_lines(const char* line_path, const qd_file_record& record) {
     qu_message("Cannot allocate memory to update line");
     return false;
   }
-  if (!read_lines(stream.get(), qu_xdr_int, record, table)) {
-    return read_lines(stream.get(), qu_xdr_long, record, table);
-  }
-  // The half that lies behind the old table goes first: a full disk is met before anything is replaced.
-  const std::int64_t behind = (entries + 1) / 2;
-  return write_lines(stream.get(), table, behind, entries) && write_lines(stream.get(), table, 0, behind) &&
-         stream.close();
+  if (read_lines(stream.get(), qu_xdr_int, record, table)) return write_lines(line_path, table);
+  return read_lines(stream.get(), qu_xdr_long, record, table);
 }
 
 // The one-time upgrade of a file from a version below 520. 1, or 0 after a report.
 int upgrade_file(const char* path, const qd_file_record& record) {
-  qd_delete_derived_files(path);
   if (is_lines(record.organisation)) {
     path_text line_path;
     qu_path_join(line_path, {path, path_separator, line_file_name});
@@ -159,6 +155,7 @@ int upgrade_file(const char* path, const qd_file_record& record) {
       return 0;
     }
   }
+  qd_delete_derived_files(path);
   if (!qd_file_descriptor_write(path, record)) {
     if (!qd_object_lost(path)) qu_message("Can't write new file descriptor");
     return 0;
@@ -166,21 +163,35 @@ int upgrade_file(const char* path, const qd_file_record& record) {
   return 1;
 }
 
+enum class reading { done, corrupted, gone };
+
+reading read_fields(const char* path, std::int64_t& version, qd_file_record& record) {
+  descriptor_reader descriptor(path);
+  if (!descriptor) return reading::gone;
+  return move_fields(descriptor.get(), &version, record) && is_sound(record) ? reading::done
+                                                                             : reading::corrupted;
+}
+
 }  // namespace
 
 int qd_file_descriptor_read(const char* path, qd_file_record& record) {
   record = qd_file_record();
-  descriptor_reader descriptor(path);
-  if (!descriptor) return 0;
-
   std::int64_t version = 0;
-  bool done = move_fields(descriptor.get(), &version, record) && is_sound(record);
-  if (done) qd_grid_compute(record.grid);
+  reading result = read_fields(path, version, record);
+  std::optional<folder_lock> lock;
+  if (result == reading::done && is_old_descriptor(version)) {
+    // Another server may upgrade the file at this moment, and have it grown before we look again.
+    lock.emplace(path);
+    result = *lock ? read_fields(path, version, record) : reading::corrupted;
+  }
+  if (result == reading::gone) return 0;
+  bool done = result == reading::done;
   if (done && version < wide_counts_version) {
     if (!upgrade_file(path, record)) return 0;
   } else if (done && is_old_descriptor(version)) {
-    done = qd_file_descriptor_write(path, record);
+    done = qd_file_descriptor_write(path, record) != 0;
   }
+  if (done) qd_grid_compute(record.grid);
   if (!done) {
     if (!qd_object_lost(path)) qu_message("File descriptor corrupted:\n%s", path);
     return 0;
@@ -199,6 +210,11 @@ int qd_file_descriptor_write(const char* path, const qd_file_record& record) {
   if (!qd_descriptor_write(path, move_fields, fields)) return 0;
   qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
   return 1;
+}
+
+bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record) {
+  qd_file_record fields = record;
+  return qd_descriptor_put(stream, move_fields, fields);
 }
 
 }  // namespace qrd

@@ -1,6 +1,7 @@
 // Descriptors on disk and the way from names to paths. Every call reads the disk.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 #include "store/qd_records.h"
@@ -28,6 +29,9 @@ int qd_file_descriptor_read(const char* path, qd_file_record& record);
 int qd_file_descriptor_write(const char* path, const qd_file_record& record);
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record);
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record);
+// The bytes of a descriptor into an open file (see descriptor_changes).
+bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record);
+bool qd_variable_descriptor_put(std::FILE* stream, const qd_variable_record& record);
 // True if the last file of an object that was read or written could not be opened because its folder is no
 // longer there.
 bool qd_object_gone();

@@ -131,7 +131,19 @@ bool read_fields(XDR* xdr, const char* path, std::int64_t* version, qd_variable_
   return move_comment_out(xdr, path);
 }
 
+// Only a length has a factor on disk.
+qd_variable_record stored_form(const qd_variable_record& record) {
+  qd_variable_record fields = record;
+  if (fields.format.length_flag == 0) fields.format.factor = 0.0;
+  return fields;
+}
+
 }  // namespace
+
+bool qd_variable_descriptor_put(std::FILE* stream, const qd_variable_record& record) {
+  qd_variable_record fields = stored_form(record);
+  return qd_descriptor_put(stream, move_fields, fields);
+}
 
 bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& variable) {
   if (variable.implicit != 0 || variable.bit_length < 8) return true;
@@ -153,8 +165,7 @@ int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
 }
 
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
-  qd_variable_record fields = record;
-  if (fields.format.length_flag == 0) fields.format.factor = 0.0;
+  qd_variable_record fields = stored_form(record);
   if (!qd_descriptor_write(path, move_fields, fields)) return 0;
   qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
   return 1;

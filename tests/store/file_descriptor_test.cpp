@@ -196,6 +196,25 @@ TEST(line_table, below_520_gets_wider_entries) {
   EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
 }
 
+TEST(line_table, is_widened_beside_or_not_at_all) {
+  catalogue_tree tree;
+  std::string path = tree.folder("DIRE.1/FILE.1");
+  const std::string narrow = bytes().i32(1, 4, 6, 10).str(), old = some_lines().bytes_of(500);
+  write_file(path + "/LINE", narrow);
+  fs::create_hard_link(path + "/LINE", path + "/before");
+  tree.add("DIRE.1/FILE.1", old);
+  {
+    file_size_limit full(24);
+    qd_file_record record;
+    EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), 0);
+  }
+  EXPECT_EQ(read_file(path + "/DESCR"), old);
+  EXPECT_EQ(read_file(path + "/LINE"), narrow);
+  EXPECT_EQ(file_read(tree, old).result, 1);
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
+  EXPECT_EQ(read_file(path + "/before"), narrow) << "a reader in it still reads the old table";
+}
+
 TEST(line_table, that_an_interrupted_upgrade_has_widened_is_left_alone) {
   catalogue_tree tree;
   std::string path = tree.folder("DIRE.1/FILE.1");
