@@ -5,31 +5,30 @@
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
+#include "store/qd_descriptor_changes.h"
 #include "store/qd_info.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_manage.h"
-#include "store/qd_tools.h"
 #include "units/qu_units.h"
 
 namespace qrd {
 
 namespace {
 
-struct grid_target {
-  path_text path;
-  qd_file_record file;
-  bool is_3d() const { return file.dimension == 3; }
+struct grid_target : locked_file {
+  bool is_3d() const { return record.dimension == 3; }
 };
 
-// The current file, which must be a grid. False after a refusal.
+// The current file, which must be a grid, locked for a change. False after a refusal.
 bool find_grid(grid_target& target) {
   const char* problem = nullptr;
   if (!is_set(current_context.directory))
     problem = "Directory is not set";
   else if (!is_set(current_context.file))
     problem = "File is not set";
-  else if (!current_file(target.path, target.file))
+  else if (target.open(current_context.directory, current_context.file) != LOOKUP_FOUND)
     problem = "Cannot get file info";
-  else if (target.file.organisation != ORG_GRID)
+  else if (target.record.organisation != ORG_GRID)
     problem = "Current file is not a grid";
   if (problem != nullptr) refuse("%s", problem);
   return problem == nullptr;
@@ -50,9 +49,11 @@ bool find_factors(double (&factors)[3]) {
 }
 
 int write_grid(const grid_target& target) {
-  qd_delete_derived_files(target.path);
-  if (qd_file_descriptor_write(target.path, target.file) == 0)
-    return refuse("Impossible to write the file_descriptor");
+  descriptor_changes change;
+  // What was derived from the old geometry goes once the new one has found its room on the disk.
+  const bool prepared = change.add(target.path, target.record);
+  if (prepared) qd_delete_derived_files(target.path);
+  if (!prepared || !change.commit()) return refuse("Impossible to write the file_descriptor");
   return answer("SDONE");
 }
 
@@ -64,9 +65,9 @@ int modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y, double 
   if (!find_grid(target) || !find_factors(factors)) return -1;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
-  target.file.grid.*x = values[0] * factors[0];
-  target.file.grid.*y = values[1] * factors[1];
-  if (target.is_3d()) target.file.grid.*z = values[2] * factors[2];
+  target.record.grid.*x = values[0] * factors[0];
+  target.record.grid.*y = values[1] * factors[1];
+  if (target.is_3d()) target.record.grid.*z = values[2] * factors[2];
   return write_grid(target);
 }
 
@@ -116,10 +117,10 @@ int server_answer_grid_file_modify_rotation(const char* /*request*/) {
   if (!find_grid(target)) return -1;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
-  target.file.grid.angle1 = angle1;
+  target.record.grid.angle1 = angle1;
   if (target.is_3d()) {
-    target.file.grid.angle2 = angle2;
-    target.file.grid.angle3 = angle3;
+    target.record.grid.angle2 = angle2;
+    target.record.grid.angle3 = angle3;
   }
   return write_grid(target);
 }

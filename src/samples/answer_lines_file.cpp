@@ -8,6 +8,7 @@
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_manage.h"
 #include "store/qd_tools.h"
 
@@ -45,14 +46,10 @@ bool find_lines(std::int32_t samples, std::int32_t dimension, bool cores_too, li
 }
 
 // A header of one sample per line stops matching when a line comes. False after a refusal.
-bool drop_link(qd_file_record& file) {
-  if (file.link_name[0] == '\0') return true;
-  if (qd_delete_link(current_context.directory, current_context.file, true) == 0) {
-    refuse(cannot_delete_link);
-    return false;
-  }
-  file.link_name[0] = '\0';
-  return true;
+bool can_drop_link(const qd_file_record& file) {
+  if (file.link_name[0] == '\0' || qd_link_can_be_deleted(current_context.directory, current_context.file))
+    return true;
+  return refuse(cannot_delete_link) == 0;
 }
 
 // False after a refusal.
@@ -79,12 +76,15 @@ bool select_coordinates(coordinate_variables& coordinates,
 }
 
 // One line more, with the values of its samples variable by variable.
-int add_line(const coordinate_variables& coordinates, std::int64_t before, std::int32_t samples,
+int add_line(const coordinate_variables& coordinates, const qd_file_record& file, std::int32_t samples,
              checked_array<double>& values) {
   const server_context& context = current_context;
+  const std::int64_t before = file.sample_count;
   if (qd_append_sample(context.directory, context.file, samples) == 0) return refuse_samples(samples);
   if (coordinates.write(before + 1, before + samples, values) == 0)
     return refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
+  // A failure now is only told on the console: a client that is refused adds its line again.
+  if (file.link_name[0] != '\0') qd_delete_link(context.directory, context.file, true);
   return answer("SDONE");
 }
 
@@ -111,11 +111,12 @@ bool become_cores(lines_target& target) {
   const server_context& context = current_context;
   bool first_cores = target.file.organisation == ORG_LINES_GRAVITY && target.file.sample_count == 0;
   if (target.file.organisation != ORG_LINES_CORES) {
-    target.file.organisation = ORG_LINES_CORES;
-    if (qd_file_descriptor_write(target.path, target.file) == 0) {
-      refuse("Impossible to write the file_descriptor");
-      return false;
-    }
+    locked_file file;
+    if (file.open(context.directory, context.file) != LOOKUP_FOUND)
+      return refuse("Cannot get file descriptor") == 0;
+    file.record.organisation = ORG_LINES_CORES;
+    if (qd_file_descriptor_write(file.path, file.record) == 0)
+      return refuse("Impossible to write the file_descriptor") == 0;
   }
   if (!first_cores) return true;
   for (const auto* table : {&core_begins, &core_ends}) {
@@ -161,9 +162,9 @@ int server_answer_lines_file_append(const char* /*request*/) {
   coordinate_variables coordinates;
   if (!find_lines(samples, dimension, false, target)) return -1;
   if (!select_coordinates(coordinates, {gravity_centers}, dimension)) return -1;
-  if (!drop_link(target.file)) return -1;
+  if (!can_drop_link(target.file)) return -1;
   server_debug(1, "Appending line to file: \"%s\".", current_context.file);
-  return add_line(coordinates, target.file.sample_count, samples, values);
+  return add_line(coordinates, target.file, samples, values);
 }
 
 // CLFILEAPC: adds a line of core segments, given by where the first begins and where each ends.
@@ -178,10 +179,10 @@ int server_answer_lines_file_append_cores(const char* /*request*/) {
   lines_target target;
   coordinate_variables coordinates;
   if (!find_lines(samples, dimension, true, target)) return -1;
-  if (!drop_link(target.file) || !become_cores(target)) return -1;
+  if (!can_drop_link(target.file) || !become_cores(target)) return -1;
   if (!select_coordinates(coordinates, {gravity_centers, core_begins, core_ends}, dimension)) return -1;
   complete_segments(start, dimension, samples, values.data());
-  return add_line(coordinates, target.file.sample_count, samples, values);
+  return add_line(coordinates, target.file, samples, values);
 }
 
 }  // namespace qrd

@@ -14,8 +14,6 @@ namespace qrd {
 
 namespace {
 
-constexpr char cannot_delete_previous[] = "Cannot delete previous link of %s: %s/%s";
-
 // The record of a file of the current directory. False after a refusal.
 bool find_file(const char* name, qd_file_record& record) {
   const server_context& context = current_context;
@@ -30,14 +28,6 @@ bool find_file(const char* name, qd_file_record& record) {
       refuse("Cannot open files");
       return false;
   }
-  return false;
-}
-
-// Ends the link of a file, if it has one. False after a refusal.
-bool drop_previous_link(const char* name) {
-  const server_context& context = current_context;
-  if (qd_delete_link(context.directory, name, true) != 0) return true;
-  refuse(cannot_delete_previous, context.study, context.directory, name);
   return false;
 }
 
@@ -58,14 +48,13 @@ int server_answer_lines_file_create_link(const char* /*request*/) {
   if (!is_lines(lines.organisation) || lines.line_count != points.sample_count)
     return refuse("Cannot link this Lines file (%" PRId64 " lines) with this %" PRId64 " samples Points file",
                   lines.line_count, points.sample_count);
-  if (points.link_name[0] != '\0' && !drop_previous_link(points_name.c_str())) return -1;
-  if (lines.link_name[0] != '\0' && !drop_previous_link(context.file)) return -1;
 
   server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
   if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer("SDONE");
-  // Another server has deleted one of them meanwhile, or has linked it.
+  // Another server has deleted one of them meanwhile, or the former links can't be ended.
   if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return -1;
-  return refuse(cannot_delete_previous, context.study, context.directory, points_name.c_str());
+  return refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory,
+                points_name.c_str());
 }
 
 // CLFILECNT: the number of samples of each line.

@@ -27,14 +27,14 @@ int refuse_selection(coordinate_variables::status status, const coordinate_varia
                 file, coordinates.name());
 }
 
-// The new samples of a file, behind those that it has.
-int add_points(const coordinate_variables& coordinates, const char* file, std::int64_t before,
-               std::int64_t samples, checked_array<double>& values) {
+// The new samples of a file, behind those that it has. False after a refusal.
+bool add_points(const coordinate_variables& coordinates, const char* file, std::int64_t before,
+                std::int64_t samples, checked_array<double>& values) {
   const char* directory = current_context.directory;
-  if (qd_append_sample(directory, file, samples) == 0) return refuse_samples(samples, file);
+  if (qd_append_sample(directory, file, samples) == 0) return refuse_samples(samples, file) == 0;
   if (coordinates.write(before + 1, before + samples, values) == 0)
-    return refuse("Problem while writing coordinates for %s/%s", directory, file);
-  return answer("SDONE");
+    return refuse("Problem while writing coordinates for %s/%s", directory, file) == 0;
+  return true;
 }
 
 int fill_new_file(const char* name, std::int32_t dimension, std::int64_t samples,
@@ -45,7 +45,7 @@ int fill_new_file(const char* name, std::int32_t dimension, std::int64_t samples
   coordinate_variables coordinates;
   auto status = coordinates.select(context.directory, name, {gravity_centers}, dimension);
   if (status != coordinate_variables::status::done) return refuse_selection(status, coordinates, name);
-  return add_points(coordinates, name, 0, samples, values);
+  return add_points(coordinates, name, 0, samples, values) ? answer("SDONE") : -1;
 }
 
 }  // namespace
@@ -94,9 +94,12 @@ int server_answer_points_file_append(const char* /*request*/) {
   auto status = coordinates.select(context.directory, context.file, {gravity_centers}, dimension);
   if (status != coordinate_variables::status::done)
     return refuse_selection(status, coordinates, context.file);
-  if (record.link_name[0] != '\0' && qd_delete_link(context.directory, context.file, true) == 0)
-    return refuse(cannot_delete_link);
-  return add_points(coordinates, context.file, record.sample_count, samples, values);
+  const bool linked = record.link_name[0] != '\0';
+  if (linked && !qd_link_can_be_deleted(context.directory, context.file)) return refuse(cannot_delete_link);
+  if (!add_points(coordinates, context.file, record.sample_count, samples, values)) return -1;
+  // A failure now is only told on the console: a client that is refused adds its samples again.
+  if (linked) qd_delete_link(context.directory, context.file, true);
+  return answer("SDONE");
 }
 
 }  // namespace qrd

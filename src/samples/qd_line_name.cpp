@@ -7,7 +7,9 @@
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
+#include "store/qd_descriptor_changes.h"
 #include "store/qd_info.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_tools.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
@@ -90,15 +92,22 @@ bool read_variable(const char* directory, const char* file, const char* variable
          qd_variable_descriptor_read(path, record) != 0;
 }
 
-// False if another server has just deleted the variable.
-bool write_and_reread(const char* path, qd_variable_record& record) {
-  if (qd_variable_descriptor_write(path, record) == 0) {
-    if (qd_object_gone()) return false;
-    qu_fatal("Impossible to write the variable descriptor");
+// Gives a text variable the role of the former one, in one change: 0, or 2.
+int take_role(const char* directory, const char* file, const char* variable) {
+  name_text former_name;
+  const int former = qd_special_var_name(directory, file, KIND_LINE_NAME, former_name);
+  if (former == 2) return 2;
+  path_text path;
+  qd_variable_record record;
+  descriptor_changes changes;
+  if (former == 0 && std::strcmp(former_name, variable) != 0) {
+    if (!read_variable(directory, file, former_name, path, record)) return 2;
+    record.kind = KIND_PLAIN;
+    if (!changes.add(path, record)) return 2;
   }
-  if (qd_variable_descriptor_read(path, record) != 0) return true;
-  if (!qd_object_gone()) qu_fatal("Impossible to read the variable descriptor");
-  return false;
+  if (!read_variable(directory, file, variable, path, record) || record.type != VAR_CHAR) return 2;
+  record.kind = KIND_LINE_NAME;
+  return changes.add(path, record) && changes.commit() ? 0 : 2;
 }
 
 }  // namespace
@@ -120,25 +129,19 @@ int qd_var_as_line_name(const char* directory, const char* file, const char* var
     return 1;
   }
 
-  name_text former_name;
-  int former = qd_special_var_name(directory, file, KIND_LINE_NAME, former_name);
-  if (former == 2) return 2;
-  path_text former_path, path;
-  qd_variable_record former_record, record;
-  if (former == 0 && !read_variable(directory, file, former_name, former_path, former_record)) return 2;
-  if (!read_variable(directory, file, variable, path, record)) return 2;
+  locked_file target;
+  path_text path;
+  qd_variable_record record;
+  if (target.open(directory, file) != LOOKUP_FOUND || !read_variable(directory, file, variable, path, record))
+    return 2;
   if (record.type != VAR_CHAR) {
     qu_message("The new Line Name variable must be an Alphanumerical Variable.\n");
     return 1;
   }
   if (int status = check_names(directory, file, variable); status != 0) return status;
-
-  if (former == 0) {
-    former_record.kind = KIND_PLAIN;
-    write_and_reread(former_path, former_record);
-  }
-  record.kind = KIND_LINE_NAME;
-  return write_and_reread(path, record) ? 0 : 2;
+  const int taken = take_role(directory, file, variable);
+  if (taken != 0) qu_message("Impossible to write the variable descriptor");
+  return taken;
 }
 
 }  // namespace qrd

@@ -99,10 +99,11 @@ int qd_line_table_append(const char* file_path, const qd_file_record& record, st
   file_stream stream(qu_file_open_n(path, update_binary));
   if (!stream || !holds_table(stream.get(), record)) return 0;
   // What an interrupted growth left behind the table is overwritten.
-  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
+  const std::int64_t length = (record.line_count + 1) * entry_bytes;
+  if (qu_file_seek(stream.get(), length, 0) != 0) return 0;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return 0;
-  return stream.close() ? 1 : 0;
+  if (xdr && qu_xdr_long(xdr.get(), &end) != 0 && stream.close()) return 1;
+  return 0;
 }
 
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {

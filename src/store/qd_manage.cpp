@@ -281,8 +281,9 @@ int qd_delete_file(const char* directory, const char* name) {
     name_file(directory, name);
     return 0;
   }
-  if (record.link_name[0] != '\0' && qd_delete_link(directory, name, true) == 0) return 0;
   if (remove_with_selections<file_level>(path, name) == 0) return 0;
+  // A partner that can't be changed keeps the name of a file that is no more, which does no harm.
+  if (record.link_name[0] != '\0') qd_forget_partner(directory, record.link_name, name);
   qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_DELETED);
   return 1;
 }

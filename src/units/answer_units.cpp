@@ -5,6 +5,7 @@
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_tools.h"
 #include "units/answers.h"
 #include "units/qu_units.h"
@@ -22,8 +23,6 @@ void set_axis_formats_to_distance() {
 void set_variable_unit(const char* symbol, const char* display, qd_format_record& format) {
   if (unit_flag == 0) {
     qu_string_copy(display != nullptr ? display : symbol, format.unit);
-    // A factor on disk shows as no length here; without the flag it would be written as none.
-    if (format.factor != 1.0) format.length_flag = 1;
     return;
   }
   format.length_flag = qu_unit_factor(symbol, &format.factor);
@@ -88,10 +87,11 @@ int server_answer_set_var_unit(const char* /*request*/) {
   name_text variable;
   qu_string_copy(current_context.variable, variable);
   qd_macro_name_generic(variable);
+  locked_file file;
   path_text path;
   qd_variable_record record;
-  if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0 ||
-      qd_variable_descriptor_read(path, record) == 0)
+  if (file.open(current_context.directory, current_context.file) != LOOKUP_FOUND ||
+      qd_variable_path_in(file.path, variable, path) == 0 || qd_variable_descriptor_read(path, record) == 0)
     return refuse("Cannot get variable descriptor");
   set_variable_unit(symbol, count == 2 ? display : nullptr, record.format);
   if (qd_variable_descriptor_write(path, record) == 0) return refuse("Cannot write variable descriptor");

@@ -197,6 +197,16 @@ TEST_F(Files, OriginMeshAndRotationOfAGridChange) {
   EXPECT_EQ(descriptor(2),
             descriptor_of("G", grid_fields(2, {50, 60, 0, 100, 200, 0}, {3, 2, 1}, {0, 0, 0}, 6)));
   EXPECT_FALSE(exists("FILE.2/RPD"));
+  const std::string before = descriptor(2);
+  write_file(path("FILE.2/PTD"), "computed");
+  {
+    file_size_limit full(100);
+    for (const char* request : {"GRIDMODO", "GRIDMODM", "GRIDMODR"})
+      expect_refusal("Impossible to write the file_descriptor", request, three);
+  }
+  EXPECT_EQ(descriptor(2), before);
+  EXPECT_EQ(read_file(path("FILE.2/PTD")), "computed");
+  fs::remove(path("FILE.2/PTD"));
   EXPECT_FALSE(exists("FILE.2/PTD"));
   expect(done(), "GRIDMODR", three);
   EXPECT_EQ(descriptor(2),

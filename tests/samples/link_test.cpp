@@ -5,6 +5,7 @@
 #include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 
 namespace qrd::test {
 namespace {
@@ -80,18 +81,60 @@ TEST(Link, AVanishedPartnerIsForgotten) {
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
-TEST(LinkDeathTest, ALinkNeedsTwoFreeFilesOfTheRightSort) {
+TEST(Link, NeedsTwoFilesOfTheRightSortAndEndsTheirFormerLinks) {
   linked_study study;
-  EXPECT_FATAL(qd_create_link("Dir", "Holes", "Holes"), "No 30 in function qd_create_link");
-  EXPECT_FATAL(qd_create_link("Dir", "Collars", "Collars"), "No 70 in function qd_create_link");
   // What another server may have done since the caller's test.
-  EXPECT_EQ(qd_create_link("Dir", "Holes", "Gone"), 0);
-  EXPECT_EQ(qd_create_link("Dir", "Gone", "Collars"), 0);
-  study.write_links("X", "");
-  EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 0);
-  study.write_links("", "X");
-  EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 0);
-  study.expect_links("", "X");
+  for (auto [lines, points] :
+       {std::pair{"Holes", "Holes"}, {"Collars", "Collars"}, {"Holes", "Gone"}, {"Gone", "Collars"}})
+    EXPECT_EQ(qd_create_link("Dir", lines, points), 0) << lines << points;
+  study.expect_links("", "");
+  study.write_links("X", "Y");
+  std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
+  EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 1);
+  study.expect_links("Holes", "Collars");
+  EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
+}
+
+TEST(Link, AFullDiskLeavesBothSidesAndTheLineName) {
+  linked_study study;
+  study.write_links("Holes", "Collars");
+  const std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
+  const std::string former = study.add_names("Other", "cd");
+  const std::string before = read_file(names + "/DESCR");
+  int refused = 0;
+  // The descriptors have different lengths: at some limits the first of a change fits and the last doesn't.
+  for (rlim_t limit = 0; limit < study.lines("").size(); limit += 8, ++refused) {
+    file_size_limit full(limit);
+    EXPECT_FALSE(qd_link_can_be_deleted("Dir", "Collars")) << limit;
+    EXPECT_EQ(qd_delete_link("Dir", "Holes", true), 0) << limit;
+    EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 0) << limit;
+    EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Holes"), 0) << limit;
+    study.expect_links("Holes", "Collars");
+    EXPECT_EQ(read_file(names + "/DESCR"), before) << limit;
+  }
+  EXPECT_GT(refused, 10);
+  {
+    file_size_limit full(before.size() - 1);
+    EXPECT_EQ(qd_var_as_line_name("Dir", "Collars", "Other"), 2);
+  }
+  EXPECT_EQ(read_file(names + "/DESCR"), before);
+  EXPECT_EQ(study.kind_of(former), KIND_PLAIN);
+  EXPECT_TRUE(qd_link_can_be_deleted("Dir", "Collars"));
+  study.expect_links("Holes", "Collars");
+  for (const std::string& folder : {study.file_path(), study.lines_path(), names})
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+      EXPECT_FALSE(entry.path().filename().string().starts_with("N_")) << entry.path();
+}
+
+TEST(Link, ThePartnerOfADeletedFileIsFreedOnlyFromThatFile) {
+  linked_study study;
+  study.write_links("Holes", "Collars");
+  std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
+  EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Others"), 1);
+  study.expect_links("Holes", "Collars");
+  EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Holes"), 1);
+  study.expect_links("", "Collars");
+  EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
 class LineName : public testing::Test {

@@ -4,6 +4,7 @@
 
 #include "server/context.h"
 #include "store/catalogue_tree.h"
+#include "support/file_size_limit.h"
 #include "support/request_session.h"
 
 namespace qrd::test {
@@ -110,11 +111,11 @@ TEST_F(variable_unit, the_first_symbol_converts_and_the_second_shows) {
                     {2, "km", "m", "_m", 1e5},
                     {2, "ft", "furlong", "furlong", 30.48},
                     {3, "mm", "", "mm", 0.1},
-                    // An unknown first symbol is a plain text, and a study without units keeps the factor.
+                    // An unknown first symbol is a plain text; without units nothing is a length.
                     {2, "ppm", "m", "ppm", 0},
                     {1, "exactlyten", "", "exactlyten", 0},
-                    {2, "km", "any", "any", 100, 0},
-                    {1, "km", "", "km", 100, 0}};
+                    {2, "km", "any", "any", 0, 0},
+                    {1, "km", "", "km", 0, 0}};
   for (const auto& row : rows) {
     write("elev");
     unit_flag = row.units;
@@ -128,6 +129,16 @@ TEST_F(variable_unit, an_index_means_the_whole_macro) {
   set_current_variable("metal[00012]");
   EXPECT_EQ(set(1, "km"), done());
   expect_stored("metal[xxxxx]", "km", 1e5);
+}
+
+TEST_F(variable_unit, a_full_disk_leaves_the_old_one) {
+  write("elev");
+  const std::string before = read_file(tree.descriptor("DIRE.1/FILE.1/VARI.1"));
+  {
+    file_size_limit full(16);
+    EXPECT_EQ(set(1, "km"), refusal("Cannot write variable descriptor"));
+  }
+  EXPECT_EQ(read_file(tree.descriptor("DIRE.1/FILE.1/VARI.1")), before);
 }
 
 TEST_F(variable_unit, needs_a_variable_that_is_there) {
