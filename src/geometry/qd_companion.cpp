@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <iterator>
 
 #include "store/qd_tools.h"
@@ -28,10 +29,23 @@ bool means_absent(int error) {
 
 }  // namespace
 
-companion_reader::companion_reader(const char* path) : stream_(qu_file_open_n(path, read_binary)) {
+bool qd_companion_folder_holds(const char* folder, const char* file) {
+  qd_file_record record;
+  return qd_file_descriptor_read(folder, record) != 0 && std::strcmp(record.name, file) == 0;
+}
+
+companion_reader::companion_reader(const char* path, const char* file)
+    : stream_(qu_file_open_n(path, read_binary)) {
   qu_path_join(path_, {path});
   if (!stream_) {
     state_ = means_absent(errno) ? state::absent : state::unreadable;
+    return;
+  }
+  path_text folder;
+  qu_path_join(folder, {path});
+  qu_file_dirname(folder, folder);
+  if (!qd_companion_folder_holds(folder, file)) {
+    state_ = state::absent;
     return;
   }
   if (qu_file_seek(stream_.get(), 0, 2) != 0) return;

@@ -12,16 +12,19 @@ namespace qrd {
 // The path of a companion of that name; 1, or 0 if the catalogue file has no path.
 int qd_companion_path(const char* directory, const char* file, const char* name, path_text& path);
 
-// A companion that is read. Another server may put a new one in its place meanwhile: this is the one that was
-// opened.
+// True if the folder is still that file's: its number may have gone to another one since it was looked up.
+bool qd_companion_folder_holds(const char* folder, const char* file);
+
+// A companion of a file that is read. Another server may put a new one in its place meanwhile: this is the
+// one that was opened.
 class companion_reader {
  public:
   enum class state {
     open,
-    absent,     // none of that name, or none that may be read
+    absent,     // none of that name, none that may be read, or the file has gone
     unreadable  // it can't be told whether it is sound
   };
-  explicit companion_reader(const char* path);
+  companion_reader(const char* path, const char* file);
 
   state opened() const { return state_; }
   // These are for an open one.

@@ -108,8 +108,8 @@ header_state read_header(const companion_reader& companion, fault_info& info) {
 
 // Clears the place of a file to be written: 0, 1 if something is there that can't be judged, 3 if it is
 // sound.
-int make_way(const char* path) {
-  companion_reader present(path);
+int make_way(const char* path, const char* file) {
+  companion_reader present(path, file);
   if (present.opened() == companion_reader::state::open) {
     fault_info info;
     const header_state state = read_header(present, info);
@@ -146,7 +146,7 @@ int qd_fault_info(const char* directory, const char* file, fault_variant variant
   if (int test = qd_file_test(ORG_ANY, DIM_ANY, directory, file); test != 0) return test;
   path_text path;
   if (fault_path(directory, file, variant, path) == 0) return 2;
-  companion_reader companion(path);
+  companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open)
     return companion.opened() == companion_reader::state::absent ? 1 : 2;
   const header_state state = read_header(companion, info);
@@ -161,11 +161,8 @@ int qd_fault_write(const char* directory, const char* file, fault_variant varian
   // Until here another server may have deleted the file, and a new one have taken its number, or it may have
   // faults by now.
   const folder_lock lock(folder);
-  qd_file_record record;
-  if (!lock || !lock.is_at(folder) || qd_file_descriptor_read(folder, record) == 0 ||
-      std::strcmp(record.name, file) != 0)
-    return 1;
-  if (int state = make_way(path); state != 0) return state;
+  if (!lock || !lock.is_at(folder) || !qd_companion_folder_holds(folder, file)) return 1;
+  if (int state = make_way(path, file); state != 0) return state;
   if (!qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); })) return 1;
   qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
   return 0;
@@ -176,7 +173,7 @@ int qd_fault_read(const char* directory, const char* file, fault_variant variant
   path_text path;
   if (qd_file_test(ORG_ANY, DIM_ANY, directory, file) != 0 || fault_path(directory, file, variant, path) == 0)
     return 2;
-  companion_reader companion(path);
+  companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open) return 2;
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return 2;

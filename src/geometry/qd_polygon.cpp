@@ -199,7 +199,7 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   polygon_header header;
   bool read = false;
   {
-    companion_reader companion(path);
+    companion_reader companion(path, file);
     if (companion.opened() != companion_reader::state::open)
       return companion.opened() == companion_reader::state::absent ? 3 : 2;
     if (qd_info_file(directory, file, file_info, nullptr) == 0) return 2;
@@ -240,7 +240,7 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
   const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
   if (selected == selection_state::unknown || polygon_path(directory, file, temporary, path) == 0)
     return nullptr;
-  companion_reader companion(path);
+  companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open) {
     if (companion.opened() == companion_reader::state::absent) status = 3;
     return nullptr;

@@ -183,7 +183,7 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
   std::optional<object_name_set> kept;
   const selection_state selected = qd_object_selection_state("Wireframe", directory, file, selection);
   if (selected == selection_state::unknown) return nullptr;
-  companion_reader companion(path);
+  companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open) {
     if (companion.opened() == companion_reader::state::absent) status = 3;
     return nullptr;
@@ -207,7 +207,7 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
 int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info) {
   path_text path;
   if (int found = find_file(directory, file, path); found != 0) return found;
-  companion_reader companion(path);
+  companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open)
     return companion.opened() == companion_reader::state::absent ? 3 : 2;
   xdr_stream xdr(companion.stream(), XDR_DECODE);

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "geometry/qd_companion.h"
 #include "geometry/qd_fault.h"
 #include "geometry/qd_polygon.h"
 #include "geometry/qd_wireframe.h"
@@ -190,6 +191,11 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
   expect_refused("CFAULTS", bytes().i32(1), "Q is not a faulted file.");
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "FAULT")));
+  // Nor is that of another file, which has the number now.
+  std::filesystem::remove(in_file(1, "POLYGON"));
+  write_file(in_file(1, "POLYGON"), "another's");
+  EXPECT_EQ(companion_reader(in_file(1, "POLYGON").c_str(), "P").opened(), companion_reader::state::absent);
+  EXPECT_EQ(companion_reader(in_file(1, "POLYGON").c_str(), "Q").opened(), companion_reader::state::open);
   // A directory that has gone comes back with the new file.
   std::filesystem::remove_all(in_study("QRD/DIRE.1"));
   make_polygons("P");
