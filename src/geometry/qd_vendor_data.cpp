@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "store/qd_descriptor.h"
 #include "store/qd_init.h"
@@ -251,6 +252,9 @@ int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
     qu_report_failure("Cannot lock", folder);
     return 1;
   }
+  // Until here the owner may have gone, and another one have taken its number.
+  path_text still;
+  if (!lock.is_at(folder) || !owner_folder(owner, still) || std::strcmp(still, folder) != 0) return 1;
   named_file old;
   const int present = find_bag(bag.name, owner, old);
   if (present == 2) return 1;

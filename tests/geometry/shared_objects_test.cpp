@@ -275,6 +275,8 @@ TEST_F(shared_objects, of_a_damaged_name_variable_are_all_kept) {
     const char* request = number == 1 ? "CPOLYGONS" : "CWIREREAD";
     const bytes all = number == 1 ? two_polygons_back() : wireframes_back;
     EXPECT_NE(client_.ask(request), all.str());
+    write_file(names + "/DATAVAR", "on");
+    expect_answer(request, bytes(), all);
     // A number is no name.
     write_file(names + "/DESCR", variable_fields{.name = "N+ NAME", .bit_length = 8}.bytes_of());
     expect_answer(request, bytes(), all);

@@ -1,5 +1,10 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <filesystem>
 
+#include "geometry/qd_vendor_data.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/open_study.h"
@@ -62,14 +67,45 @@ TEST_F(vendor_data_requests, keep_the_old_bag_where_the_disk_is_full) {
   const std::string before = read_file(in_study("VENDOR.0"));
   {
     file_size_limit full(16);
-    client_.ask("CVDATWRIT", bytes().text("bag").i32(2, 0, 0).str());
-    EXPECT_EQ(client_.status(), -1);
+    expect_refused("CVDATWRIT", bytes().text("bag").i32(2, 0, 0),
+                   "An error occured while writing vendor data");
   }
   EXPECT_EQ(read_file(in_study("VENDOR.0")), before);
   // What the disk doesn't give is no damage.
   std::filesystem::create_symlink("/proc/self/mem", in_study("VENDOR.1"));
   expect_answer("CVDATVERS", bytes().text("bag").i32(0), bytes().text("SVDATVERS").i32(1));
   expect_refused("CVDATEXIS", bytes().text("other").i32(0), "An error occured while reading vendor data");
+}
+
+TEST_F(vendor_data_requests, of_several_servers_leave_one_bag_of_a_name) {
+  expect_done("CVDATWRIT", bytes().text("first").i32(1, 0, 0));
+  expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 0));
+  constexpr int writers = 3, rounds = 30;
+  std::vector<pid_t> others;
+  for (int i = 0; i < writers; ++i) {
+    others.push_back(fork());
+    if (others.back() != 0) continue;
+    vendor_data bag;
+    std::snprintf(bag.name, sizeof bag.name, "bag");
+    int failed = 0;
+    for (bag.version = 1; bag.version <= rounds; ++bag.version)
+      failed += qd_vendor_data_write({}, bag) != 0 ? 1 : 0;
+    _exit(failed == 0 ? 0 : 1);
+  }
+  // Whoever reads meanwhile always finds one, and whole.
+  for (pid_t other : others) {
+    int status = 0;
+    while (waitpid(other, &status, WNOHANG) == 0)
+      EXPECT_EQ(client_.ask("CVDATVERS", bytes().text("bag").i32(0).str()).substr(0, 16),
+                bytes().text("SVDATVERS").str());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  std::vector<std::string> bags;
+  for (const auto& entry : std::filesystem::directory_iterator(in_study("")))
+    if (entry.path().filename().string().starts_with("VENDOR.")) bags.push_back(entry.path().filename());
+  std::sort(bags.begin(), bags.end());
+  EXPECT_EQ(bags, (std::vector<std::string>{"VENDOR.0", "VENDOR.1"}));
+  EXPECT_EQ(read_file(in_study("VENDOR.1")), bytes().i32(520).text("bag").i32(rounds, 0).str());
 }
 
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
