@@ -130,7 +130,7 @@ bool ready_to_grow(const char* file_path, const std::vector<growing_variable>& v
     if (variable.implicit || plan.blocks == 0) continue;
     path_text path;
     data_path_of(variable, path);
-    if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return false;
+    if (!qu_file_restore(path)) return false;
     if (__builtin_mul_overflow(plan.blocks, block_bytes(variable), &added) ||
         __builtin_add_overflow(needed, added, &needed) || __builtin_add_overflow(needed, disk_block, &needed))
       return false;

@@ -177,7 +177,7 @@ void report_full_disk(const char* directory, const char* file, const char* varia
 
 // False if another server has deleted the variable.
 bool require_open_data_file(const macro_target& target) {
-  if (qu_file_is_compressed(target.data_path) != 0 && qu_file_uncompress(target.data_path) != 1)
+  if (!qu_file_restore(target.data_path))
     qu_fatal("%s: cannot uncompress variable...", function);
   if (!file_stream(qu_file_open_n(target.data_path, append_binary))) {
     if (qd_folder_gone(target.path)) return false;

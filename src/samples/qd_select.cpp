@@ -105,7 +105,7 @@ void data_path_of(const char* variable_path, path_text& path) {
 file_stream open_data_file(const char* variable_path) {
   path_text path;
   data_path_of(variable_path, path);
-  if (qu_file_is_compressed(path) != 0 && qu_file_uncompress(path) != 1) return file_stream();
+  if (!qu_file_restore(path)) return file_stream();
   file_stream stream(qu_file_open_n(path, update_binary));
   // Each transfer is one call of the system on the caller's memory.
   if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);

@@ -135,10 +135,19 @@ std::int64_t qu_file_tell(std::FILE* stream);
 // Origin 0 is the start, 1 the current position, 2 the end. 0 if done.
 int qu_file_seek(std::FILE* stream, std::int64_t offset, int origin);
 
-// A data file P may lie on disk as P.gz or P.Z.
+// A data file P may lie on disk as P.gz or P.Z. Where both forms are there the plain one counts, unless it is
+// shorter than what the archive holds: the beginning that another program has left. The form that doesn't
+// count is set aside.
 int qu_file_is_compressed(const char* path);
-// Puts the plain file back: 0 failed, 1 done, 5 after a failed write.
+// Puts the plain file back: 0 failed, 1 done, 5 after a failed write. The archive goes when the plain file is
+// whole and on disk; after a failure it is still there. What could be decoded of damaged LZW data becomes the
+// plain file, and the archive is set aside.
 int qu_file_uncompress(const char* path);
+// Before a data file is opened: true if there is no compressed form of it, any more.
+bool qu_file_restore(const char* path);
+// The length that a data file has when it is restored, and the part of it that must be expanded for that.
+// False if its compressed form can't be read.
+bool qu_file_measure(const char* path, std::int64_t& length, std::int64_t& to_expand);
 // 0 unknown, 1 gzip, 2 compress: by the first two bytes.
 int qu_file_compression(const char* path);
 

@@ -85,7 +85,22 @@ std::uint8_t* unroll(int code, std::uint8_t* top) {
   return top;
 }
 
-void decode(std::FILE* source, std::FILE* target, int largest_width, bool block_mode) {
+// Where decoded bytes go to.
+class byte_target {
+ public:
+  byte_target(std::FILE* stream, std::int64_t& length) : stream_(stream), length_(length) {}
+  bool put(const std::uint8_t* bytes, std::size_t count) {
+    length_ += static_cast<std::int64_t>(count);
+    return stream_ == nullptr || std::fwrite(bytes, 1, count, stream_) == count;
+  }
+
+ private:
+  std::FILE* stream_;
+  std::int64_t& length_;
+};
+
+// A code that no encoder can have sent is damage; it is decoded all the same, as far as it can be.
+lzw_end decode(std::FILE* source, byte_target& target, int largest_width, bool block_mode) {
   std::fill(prefixes, prefixes + table_size, std::uint16_t{0});
   std::fill(suffixes, suffixes + table_size, std::uint8_t{0});
   code_reader reader(source, largest_width);
@@ -93,9 +108,10 @@ void decode(std::FILE* source, std::FILE* target, int largest_width, bool block_
   int next_free = block_mode ? clear_code + 1 : clear_code;
 
   int previous = reader.next(next_free);
-  if (previous < 0) return;
+  if (previous < 0) return lzw_end::whole;
   auto first_byte = static_cast<std::uint8_t>(previous);
-  std::fputc(first_byte, target);
+  lzw_end end = previous > 255 ? lzw_end::damaged : lzw_end::whole;
+  if (!target.put(&first_byte, 1)) return lzw_end::unwritten;
   for (;;) {
     int code = reader.next(next_free);
     if (block_mode && code == clear_code) {
@@ -104,18 +120,18 @@ void decode(std::FILE* source, std::FILE* target, int largest_width, bool block_
       reader.clear();
       code = reader.next(next_free);
     }
-    if (code < 0) return;
+    if (code < 0) return end;
 
-    std::uint8_t* const end = stack + table_size;
-    std::uint8_t* top = end;
+    std::uint8_t* const stack_end = stack + table_size;
+    std::uint8_t* top = stack_end;
     // The string being defined by this very code: the previous one and its first byte again.
     bool is_new = code >= next_free;
     if (is_new) *--top = first_byte;
+    if (code > next_free) end = lzw_end::damaged;
     top = unroll(is_new ? previous : code, top);
-    if (top == nullptr) return;
+    if (top == nullptr) return lzw_end::damaged;
     first_byte = *top;
-    auto length = static_cast<std::size_t>(end - top);
-    if (std::fwrite(top, 1, length, target) != length) return;
+    if (!target.put(top, static_cast<std::size_t>(stack_end - top))) return lzw_end::unwritten;
     if (next_free < table_end) {
       prefixes[next_free] = static_cast<std::uint16_t>(previous);
       suffixes[next_free] = first_byte;
@@ -127,22 +143,26 @@ void decode(std::FILE* source, std::FILE* target, int largest_width, bool block_
 
 }  // namespace
 
-int qu_lzw_decode(std::FILE* source, std::FILE* target) {
+lzw_end qu_lzw_decode(std::FILE* source, std::FILE* target, std::int64_t& length) {
   constexpr int width_bits = 0x1F;
   constexpr int block_bit = 0x80;
+  length = 0;
   std::getc(source);
   std::getc(source);
   int flags = std::getc(source);
+  lzw_end end = lzw_end::damaged;
   if (flags != EOF) {
     int largest_width = flags & width_bits;
-    if (largest_width > widest) {
+    byte_target bytes(target, length);
+    if (largest_width <= widest)
+      end = decode(source, bytes, largest_width, (flags & block_bit) != 0);
+    else
       qu_message("Unsupported compression method...\ncompressed with %d bits, can only handle %d bits",
                  largest_width, widest);
-      return 0;
-    }
-    decode(source, target, largest_width, (flags & block_bit) != 0);
   }
-  return std::fflush(target) == 0 && std::ferror(target) == 0 ? 1 : 0;
+  if (end == lzw_end::unwritten) return end;
+  if (std::ferror(source) != 0) return lzw_end::unreadable;
+  return target == nullptr || std::fflush(target) == 0 ? end : lzw_end::unwritten;
 }
 
 }  // namespace qrd

@@ -60,7 +60,11 @@ bool qu_sync_whole_file(int file) {
 
 bool qu_sync_folder(const std::string& path) {
   if (qu_durability() != durability::all) return true;
-  return sync_path(path.empty() ? "." : path, true);
+  return qu_sync_folder_first(path);
+}
+
+bool qu_sync_folder_first(const std::string& path) {
+  return qu_durability() == durability::none || sync_path(path.empty() ? "." : path, true);
 }
 
 bool qu_sync_tree(const std::string& path) {

@@ -24,6 +24,8 @@ bool qu_sync_file(int file);
 bool qu_sync_whole_file(int file);
 // Waits for the names in a folder, as far as the durability asks for it.
 bool qu_sync_folder(const std::string& path);
+// The same always but for "0": for a name that must be there before another one goes.
+bool qu_sync_folder_first(const std::string& path);
 // Waits for all that a folder in the making holds, before it gets its name.
 bool qu_sync_tree(const std::string& path);
 

@@ -1,12 +1,18 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
 
+#include <chrono>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
@@ -14,6 +20,7 @@
 #include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
 #include "util/qu_file.h"
+#include "util/qu_working_name.h"
 
 namespace qrd::test {
 namespace {
@@ -119,9 +126,21 @@ class Compress : public testing::Test {
  protected:
   std::string expand(const char* suffix, const std::string& archive, int expected = 1) {
     write_file(plain_ + suffix, archive);
+    fs::remove_all(fs::is_symlink(plain_) ? "" : plain_);
     EXPECT_EQ(qu_file_is_compressed(plain_.c_str()), 1);
     EXPECT_EQ(qu_file_uncompress(plain_.c_str()), expected);
     return fs::exists(plain_) ? read_file(plain_) : "(none)";
+  }
+  std::set<std::string> names() const {
+    std::set<std::string> all;
+    for (const auto& entry : fs::directory_iterator(folder_.path())) all.insert(entry.path().filename());
+    return all;
+  }
+  // What has been set aside.
+  std::string kept() const {
+    for (const std::string& name : names())
+      if (name.starts_with("B_")) return folder_ / name;
+    return "";
   }
   bool archive_exists(const char* suffix) { return fs::exists(plain_ + suffix); }
 
@@ -156,16 +175,24 @@ TEST_F(Compress, DamagedGzipKeepsTheArchive) {
   EXPECT_TRUE(archive_exists(".gz"));
 }
 
-TEST_F(Compress, AShortWriteGives5AndDropsTheArchive) {
-  write_file(plain_ + ".gz", gzipped(sample_text(100000), folder_ / "made"));
-  EXPECT_EXIT(
-      {
-        file_size_limit disk(50000);
-        console_on_stderr();
-        _exit(qu_file_uncompress(plain_.c_str()));
-      },
-      testing::ExitedWithCode(5), "failed to fwrite");
-  EXPECT_FALSE(archive_exists(".gz"));
+TEST_F(Compress, AFullDiskLeavesTheArchiveAlone) {
+  const std::string content = sample_text(100000);
+  const std::pair<std::string, std::string> archives[] = {{".gz", gzipped(content, folder_ / "made")},
+                                                          {".Z", lzw_encoder(16, true).encode(content, 0)}};
+  for (const auto& [suffix, archive] : archives) {
+    write_file(plain_ + suffix, archive);
+    const std::set<std::string> before = names();
+    EXPECT_EXIT(
+        {
+          file_size_limit disk(50000);
+          console_on_stderr();
+          _exit(qu_file_uncompress(plain_.c_str()));
+        },
+        testing::ExitedWithCode(5), "failed to fwrite");
+    EXPECT_EQ(names(), before) << "nothing appears";
+    EXPECT_TRUE(read_file(plain_ + suffix) == archive);
+    fs::remove(plain_ + suffix);
+  }
 }
 
 TEST_F(Compress, LzwAtEveryWidth) {
@@ -210,8 +237,10 @@ TEST_F(Compress, DamagedLzwEnds) {
   // Codes far beyond the table make entries that lead to one another in a circle.
   std::vector<int> codes = {'a'};
   for (int i = 0; i < 300; i++) codes.push_back(511 - i % 250);
-  expand(".Z", nine_bit_codes(codes, '\x90'));
+  const std::string archive = nine_bit_codes(codes, '\x90');
+  expand(".Z", archive);
   EXPECT_FALSE(archive_exists(".Z"));
+  EXPECT_EQ(read_file(kept()), archive) << "for its owner";
   std::uint32_t state = 7;
   for (int round = 0; round < 200; round++) {
     std::string noise = {'\x1F', '\x9D', static_cast<char>((round % 17) | (round % 2 != 0 ? 0x80 : 0))};
@@ -222,13 +251,14 @@ TEST_F(Compress, DamagedLzwEnds) {
     expand(".Z", noise);
   }
   EXPECT_EQ(expand(".Z", "\x1F\x9D"), "");
-  EXPECT_EQ(console_of([&] {
-              EXPECT_EQ(expand(".Z",
-                               "\x1F\x9D\x91"
-                               "abc"),
-                        "");
-            }),
-            "Unsupported compression method...\ncompressed with 17 bits, can only handle 16 bits\n");
+  EXPECT_PRED2([](const std::string& all, const std::string& start) { return all.starts_with(start); },
+               console_of([&] {
+                 EXPECT_EQ(expand(".Z",
+                                  "\x1F\x9D\x91"
+                                  "abc"),
+                           "");
+               }),
+               "Unsupported compression method...\ncompressed with 17 bits, can only handle 16 bits\n");
 }
 
 TEST_F(Compress, TheMagicDecidesAndGzipNamesComeFirst) {
@@ -253,19 +283,143 @@ TEST_F(Compress, WithoutAnArchiveNothingIsTouched) {
   EXPECT_TRUE(archive_exists(".gz"));
 }
 
-TEST_F(Compress, WithoutAPlaceForThePlainFileTheArchiveGoes) {
+TEST_F(Compress, WithoutAPlaceForThePlainFileTheArchiveStays) {
   std::string archive = gzipped("x", folder_ / "made");
   fs::create_symlink(folder_ / "none/DATAVAR", plain_);
   EXPECT_EQ(expand(".gz", archive, 0), "(none)");
-  EXPECT_FALSE(archive_exists(".gz"));
+  EXPECT_TRUE(archive_exists(".gz"));
 
   fs::remove(plain_);
   fs::create_directory(plain_);
   write_file(plain_ + "/inside", "");
-  write_file(plain_ + ".gz", archive);
   EXPECT_EQ(qu_file_uncompress(plain_.c_str()), 0);
   EXPECT_TRUE(fs::exists(plain_ + "/inside"));
   EXPECT_TRUE(archive_exists(".gz"));
+}
+
+// An archive beside a plain file: somebody was killed, or hasn't come further.
+TEST_F(Compress, APlainFileIsNeverOverwritten) {
+  const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
+  fs::remove(folder_ / "made");
+  const auto both = [&](const std::string& plain) {
+    write_file(plain_, plain);
+    write_file(plain_ + ".gz", archive);
+    fs::last_write_time(plain_ + ".gz", fs::file_time_type::clock::now() - std::chrono::hours(1));
+    bool restored = false;
+    const std::string console = console_of([&] { restored = qu_file_restore(plain_.c_str()); });
+    EXPECT_TRUE(restored);
+    EXPECT_FALSE(archive_exists(".gz"));
+    return console;
+  };
+  std::string written = content, grown = content + "more";
+  written[7] = '#';
+  for (const std::string& changed : {written, grown}) {
+    const std::string console = both(changed);
+    EXPECT_TRUE(read_file(plain_) == changed);
+    EXPECT_TRUE(console.starts_with("The damaged file \"" + plain_ + ".gz\" is kept as \"")) << console;
+    EXPECT_TRUE(read_file(kept()) == archive);
+    fs::remove(kept());
+  }
+  // The beginning that another program has left.
+  const std::string console = both(content.substr(0, 20000));
+  EXPECT_TRUE(read_file(plain_) == content);
+  EXPECT_TRUE(console.starts_with("The damaged file \"" + plain_ + "\" is kept as \"")) << console;
+  EXPECT_TRUE(read_file(kept()) == content.substr(0, 20000));
+}
+
+TEST_F(Compress, AKilledExpansionIsFinished) {
+  const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
+  fs::remove(folder_ / "made");
+  // Between the plain file's place and the archive's end: nothing is worth keeping.
+  EXPECT_EQ(expand(".gz", archive), content);
+  write_file(plain_ + ".gz", archive);
+  struct stat status;
+  ASSERT_EQ(stat(plain_.c_str(), &status), 0);
+  const timespec times[2] = {status.st_atim, status.st_mtim};
+  utimensat(AT_FDCWD, (plain_ + ".gz").c_str(), times, 0);
+  EXPECT_TRUE(qu_file_restore(plain_.c_str()));
+  EXPECT_EQ(names(), std::set<std::string>{"DATAVAR"});
+  // Before it: what has been expanded is tidied up.
+  fs::remove(plain_);
+  write_file(plain_ + ".gz", archive);
+  write_file(folder_ / qu_working_file_name(being_made), content.substr(0, 700));
+  EXPECT_TRUE(qu_file_restore(plain_.c_str()));
+  EXPECT_TRUE(read_file(plain_) == content);
+  EXPECT_EQ(names(), std::set<std::string>{"DATAVAR"});
+}
+
+TEST_F(Compress, AnArchiveThatCannotGoIsAFailure) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a file that can't be removed";
+  write_file(plain_ + ".gz", gzipped("content", folder_ / "made"));
+  const int handle = open((plain_ + ".gz").c_str(), O_RDONLY | O_CLOEXEC);
+  int flags = 0;
+  bool fixed = ioctl(handle, FS_IOC_GETFLAGS, &flags) == 0;
+  int immutable = flags | FS_IMMUTABLE_FL;
+  fixed = fixed && ioctl(handle, FS_IOC_SETFLAGS, &immutable) == 0;
+  if (fixed) {
+    console_of([&] {
+      EXPECT_EQ(qu_file_uncompress(plain_.c_str()), 0);
+      EXPECT_FALSE(qu_file_restore(plain_.c_str()));
+    });
+    EXPECT_EQ(read_file(plain_), "content");
+    ioctl(handle, FS_IOC_SETFLAGS, &flags);
+  }
+  close(handle);
+  if (!fixed) GTEST_SKIP() << "no such flag here";
+}
+
+// Servers that meet one archive at the same moment; the first of each pair writes as soon as it has the file.
+TEST_F(Compress, SeveralServersExpandOneArchive) {
+  const std::string content = sample_text(300000), archive = gzipped(content, folder_ / "made");
+  fs::remove(folder_ / "made");
+  constexpr int rounds = 40, servers = 4;
+  for (int round = 0; round < rounds; round++) {
+    write_file(plain_ + ".gz", archive);
+    std::vector<pid_t> children;
+    for (int server = 0; server < servers; server++) {
+      const pid_t child = fork();
+      if (child == 0) {
+        console_on_stderr();
+        usleep(static_cast<useconds_t>(server * round * 100));
+        if (!qu_file_restore(plain_.c_str())) _exit(1);
+        const int file = open(plain_.c_str(), O_RDWR | O_CLOEXEC);
+        const char mark = static_cast<char>('A' + server);
+        if (file < 0 || pwrite(file, &mark, 1, server) != 1) _exit(2);
+        _exit(0);
+      }
+      children.push_back(child);
+    }
+    for (pid_t child : children) {
+      int status = -1;
+      waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0);
+    }
+    ASSERT_TRUE(read_file(plain_) == "ABCD" + content.substr(4)) << round;
+    ASSERT_FALSE(archive_exists(".gz"));
+    fs::remove_all(folder_.path());
+    fs::create_directory(folder_.path());
+  }
+}
+
+TEST_F(Compress, MeasuresBothForms) {
+  const std::string content = sample_text(70000);
+  std::int64_t length = -1, to_expand = -1;
+  EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
+  EXPECT_EQ(length, 0);
+  for (const auto& [suffix, archive] :
+       {std::pair<std::string, std::string>{".gz", gzipped(content, folder_ / "made")},
+        {".Z", lzw_encoder(14, true).encode(content, 0)}}) {
+    write_file(plain_ + suffix, archive);
+    EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
+    EXPECT_EQ(length, 70000);
+    EXPECT_EQ(to_expand, 70000);
+    EXPECT_TRUE(read_file(plain_ + suffix) == archive);
+    fs::remove(plain_ + suffix);
+  }
+  write_file(plain_, "plain");
+  EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
+  EXPECT_EQ(length, 5);
+  EXPECT_EQ(to_expand, 0);
 }
 
 TEST_F(Compress, ADirectoryIsNoArchive) {
