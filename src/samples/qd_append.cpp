@@ -1,22 +1,26 @@
 // Growth of a file by samples. Data files grow in blocks of 512 samples; the columns of a macro variable
-// stand at a distance of the sample count, so they are laid out again when that changes.
+// stand at a distance of the sample count, so they are laid out again when that changes. The count in the
+// descriptor comes last, when all that it tells of is there.
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <optional>
 #include <vector>
 
+#include "samples/qd_column_move.h"
 #include "samples/qd_data_file.h"
 #include "samples/qd_interrupt.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_macro.h"
-#include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
 #include "store/qd_info.h"
 #include "store/qd_walk.h"
+#include "util/qu_critical.h"
 #include "util/qu_file.h"
-#include "util/qu_list.h"
+#include "util/qu_lock.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -117,38 +121,6 @@ bool sizes_fit(const std::vector<growing_variable>& variables, const growth& pla
   return true;
 }
 
-// A file system hands out whole blocks: what a file gets may take one more than its bytes tell.
-constexpr std::int64_t disk_block = 4096;
-
-// True when all data files lie on disk as such and the file system has room for what they and the line
-// table get. So a disk that is full stops a growth before it has begun.
-bool ready_to_grow(const char* file_path, const std::vector<growing_variable>& variables,
-                   const growth& plan) {
-  std::int64_t needed = disk_block;
-  for (const growing_variable& variable : variables) {
-    std::int64_t added = 0;
-    if (variable.implicit || plan.blocks == 0) continue;
-    path_text path;
-    data_path_of(variable, path);
-    if (!qu_file_restore(path)) return false;
-    if (__builtin_mul_overflow(plan.blocks, block_bytes(variable), &added) ||
-        __builtin_add_overflow(needed, added, &needed) || __builtin_add_overflow(needed, disk_block, &needed))
-      return false;
-  }
-  return qd_file_system_has_room(file_path, needed);
-}
-
-// What another server has just deleted doesn't stop the growth of the others.
-bool grow_data_file(const growing_variable& variable, const growth& plan) {
-  checked_array<unsigned char> block;
-  if (!qd_fill_block(variable.bit_length, variable.text, block)) return false;
-  path_text path;
-  data_path_of(variable, path);
-  return st_file_concat(path, block.data(), block.count(), plan.blocks * variable.columns,
-                        variable.text ? -1 : variable.bit_length) != 0 ||
-         qd_folder_gone(variable.path);
-}
-
 bool is_still(const char* file_path, const qd_file_record& record) {
   qd_file_record now;
   return qd_file_descriptor_read(file_path, now) != 0 && std::strcmp(now.name, record.name) == 0 &&
@@ -156,26 +128,187 @@ bool is_still(const char* file_path, const qd_file_record& record) {
          now.allocated_samples == record.allocated_samples;
 }
 
-enum class growing { done, failed, file_changed };
+// Columns move with every sample, other data files get longer by blocks.
+bool must_change(const growing_variable& variable, const growth& plan) {
+  if (variable.implicit || variable.columns == 0) return false;
+  return variable.macro || plan.blocks > 0;
+}
+
+// A file system hands out whole blocks: what a file gets may take one more than its bytes tell.
+constexpr std::int64_t disk_block = 4096;
+
+// What a growth needs of the disk, together.
+class needed_room {
+ public:
+  void add(std::int64_t bytes) {
+    if (__builtin_add_overflow(bytes_, bytes, &bytes_) || __builtin_add_overflow(bytes_, disk_block, &bytes_))
+      too_much_ = true;
+  }
+  bool is_there(const char* path) const { return !too_much_ && qd_file_system_has_room(path, bytes_); }
+
+ private:
+  std::int64_t bytes_ = 0;
+  bool too_much_ = false;
+};
+
+// The growth of one file. Whatever fails, and unless it comes to its end, the file is as it was before.
+class file_growth {
+ public:
+  enum class ending { done, failed, file_changed };
+
+  // REQUIRES: the lock of the file's folder.
+  file_growth(const char* file_path, const qd_file_record& record, const growth& plan,
+              const std::vector<growing_variable>& variables)
+      : file_path_(file_path),
+        record_(record),
+        plan_(plan),
+        variables_(variables),
+        move_(file_path, record.sample_count, plan.samples) {}
+  file_growth(const file_growth&) = delete;
+  file_growth& operator=(const file_growth&) = delete;
+
+  // True if the file system has room for what the growth writes, compressed data files put back included. So
+  // a disk that is full stops it before anything is touched.
+  bool has_room() const;
+  // Puts compressed data files back. No value changes by that.
+  bool restore() const;
+  // The memory that the growth works with.
+  bool reserve();
+  ending run(const std::function<bool()>& fill);
+
+ private:
+  // Bytes by which a data file gets longer.
+  std::int64_t added_bytes(const growing_variable& variable) const {
+    return plan_.blocks * block_bytes(variable);
+  }
+  // Where the capacity of a data file ends, and no sample lies behind.
+  std::int64_t capacity_bytes(const growing_variable& variable) const {
+    const std::int64_t samples = std::max(record_.allocated_samples, record_.sample_count) * variable.columns;
+    return samples == 0 ? 0 : _qd_file_byte_count(1, samples, variable.bit_length);
+  }
+  bool grow_data_file(const growing_variable& variable);
+  bool lay_out(const growing_variable& variable);
+  bool grow_data_files();
+  bool change_records();
+  void count_entries(std::int64_t samples) const;
+  void undo() const;
+
+  const char* file_path_;
+  qd_file_record record_;
+  const growth plan_;
+  const std::vector<growing_variable>& variables_;
+  std::vector<growing_data_file> grown_;
+  checked_array<unsigned char> piece_;
+  std::optional<std::int64_t> table_bytes_;  // of the line table before
+  column_move move_;
+};
+
+bool file_growth::has_room() const {
+  needed_room needed;
+  needed.add(0);  // the descriptor
+  if (is_lines(record_.organisation)) needed.add(disk_block);
+  for (const growing_variable& variable : variables_) {
+    if (!must_change(variable, plan_)) continue;
+    path_text path;
+    data_path_of(variable, path);
+    std::int64_t length = 0, to_expand = 0;
+    if (!qu_file_measure(path, length, to_expand)) return false;
+    needed.add(to_expand);
+    needed.add(added_bytes(variable));
+    if (variable.macro) needed.add(length);
+  }
+  return needed.is_there(file_path_);
+}
+
+bool file_growth::restore() const {
+  return std::all_of(variables_.begin(), variables_.end(), [this](const growing_variable& variable) {
+    path_text path;
+    data_path_of(variable, path);
+    return !must_change(variable, plan_) || qu_file_restore(path);
+  });
+}
+
+bool file_growth::reserve() {
+  std::int64_t room = 0;
+  for (const growing_variable& variable : variables_)
+    if (must_change(variable, plan_) && !variable.macro)
+      room = std::max(room, qd_piece_bytes(block_bytes(variable), plan_.blocks));
+  grown_.reserve(variables_.size());
+  return piece_.allocate(room) && move_.reserve();
+}
+
+bool file_growth::grow_data_file(const growing_variable& variable) {
+  checked_array<unsigned char> block;
+  path_text path;
+  data_path_of(variable, path);
+  grown_.emplace_back();
+  if (qd_stored_fill_block(variable.bit_length, variable.text, block) &&
+      grown_.back().extend(path, capacity_bytes(variable), block, plan_.blocks, piece_))
+    return true;
+  grown_.pop_back();
+  return false;
+}
+
+bool file_growth::lay_out(const growing_variable& variable) {
+  return move_.lay_out(variable.path, {variable.bit_length, variable.columns, record_.sample_count,
+                                       plan_.samples, capacity_bytes(variable), added_bytes(variable)});
+}
+
+// What another server has just deleted doesn't stop the growth of the others.
+bool file_growth::grow_data_files() {
+  return std::all_of(variables_.begin(), variables_.end(), [this](const growing_variable& variable) {
+    return !must_change(variable, plan_) || (variable.macro ? lay_out(variable) : grow_data_file(variable)) ||
+           qd_folder_gone(variable.path);
+  });
+}
 
 // The streams of selected variables have no buffer and see the longer file as it is.
-growing grow_files(const char* file_path, const std::vector<growing_variable>& variables, const growth& plan,
-                   std::int64_t samples, qd_file_record& record) {
-  for (const growing_variable& variable : variables) {
-    if (plan.blocks > 0 && !variable.implicit && !grow_data_file(variable, plan)) return growing::failed;
-    if (qd_selected_entry* entry = qd_selected_find(variable.path)) entry->sample_count += samples;
+void file_growth::count_entries(std::int64_t samples) const {
+  for (qd_selected_entry* entry : tab_selected)
+    if (entry != nullptr && std::strcmp(entry->file_path, file_path_) == 0) entry->sample_count = samples;
+}
+
+// From the change of the columns on to that of the count nothing may be in between.
+bool file_growth::change_records() {
+  if (is_lines(record_.organisation)) {
+    table_bytes_ = qd_line_table_bytes(file_path_);
+    if (table_bytes_ < 0 || qd_line_table_append(file_path_, record_, plan_.samples + 1) == 0) return false;
   }
-  // Another server may have deleted the file, and a new one may have its number, or it has grown meanwhile:
-  // what has been added to the data files lies behind all samples then, and the records stay as they are.
-  if (!is_still(file_path, record)) return growing::file_changed;
-  qd_delete_derived_files(file_path);
-  if (is_lines(record.organisation)) {
-    if (qd_line_table_append(file_path, record, plan.samples + 1) == 0) return growing::failed;
-    ++record.line_count;
+  qd_file_record grown = record_;
+  grown.line_count += is_lines(record_.organisation) ? 1 : 0;
+  grown.allocated_samples = plan_.allocated;
+  grown.sample_count = plan_.samples;
+  const critical_step step;
+  if (!move_.begin()) return false;
+  qd_delete_derived_files(file_path_);
+  // The new descriptor may be in place although something failed behind that.
+  if (qd_file_descriptor_write(file_path_, grown) == 0 && !is_still(file_path_, grown)) return false;
+  move_.commit();
+  return true;
+}
+
+void file_growth::undo() const {
+  for (const growing_data_file& file : grown_) file.undo();
+  if (table_bytes_ > 0) qd_line_table_cut(file_path_, *table_bytes_);
+}
+
+file_growth::ending file_growth::run(const std::function<bool()>& fill) {
+  bool grown = grow_data_files();
+  if (grown && fill) {
+    count_entries(plan_.samples);
+    grown = fill();
   }
-  record.allocated_samples = plan.allocated;
-  record.sample_count = plan.samples;
-  return qd_file_descriptor_write(file_path, record) != 0 ? growing::done : growing::failed;
+  // Programs that don't know the lock may have deleted the file, and a new one may have its number, or they
+  // have made it grow: what has been added to the data files lies behind all samples then, and stays.
+  const bool same_file = is_still(file_path_, record_);
+  if (grown && same_file && change_records()) {
+    count_entries(plan_.samples);
+    return ending::done;
+  }
+  count_entries(record_.sample_count);
+  if (!is_still(file_path_, record_)) return ending::file_changed;
+  undo();
+  return ending::failed;
 }
 
 void name_file(const char* directory, const char* file) {
@@ -183,84 +316,24 @@ void name_file(const char* directory, const char* file) {
   qu_message("              FILE NAME: >>>%s<<<\n\n", file);
 }
 
-void report_full_disk(const char* directory, const char* file) {
+void report_refusal(const char* reason, const char* directory, const char* file) {
+  qu_message("WARNING: CANNOT APPEND SAMPLES, %s\n", reason);
+  name_file(directory, file);
+}
+
+void report_changed(const char* directory, const char* file) {
+  report_refusal("THE FILE IS NO MORE, OR HAS CHANGED", directory, file);
+}
+
+void report_no_room(const qd_file_record& record, const char* directory, const char* file) {
+  if (qd_capacity_is_damaged(record)) {
+    qd_report_damaged_capacity(directory, file);
+    return;
+  }
   qu_message("WARNING: ERROR DURING SAMPLES CREATION, FILE SYSTEM FULL\n");
   qu_message("         OR WRITE PROTECTED ?\n");
   name_file(directory, file);
 }
-
-// Samples of one piece of a move. Any size gives the same bytes.
-constexpr std::int64_t piece_samples = 16384;
-
-// A macro variable whose columns are addressed one behind the other, by sample numbers that run over
-// all of them.
-class macro_columns {
- public:
-  macro_columns(const char* directory, const char* file, const char* variable) {
-    if (qd_variable_select(directory, file, variable, UNIT_NONE, selected_.handle) == 0) {
-      // Another server may have deleted it since it was listed.
-      if (qd_variable_test(false, directory, file, variable) == 1) return;
-      fail(20);
-    }
-    qd_selected_entry* entry = qd_entry(selected_.handle.entry);
-    macro_descriptor macro(qd_macro_descr_read(entry->variable_path));
-    if (!macro && qd_object_gone()) return;
-    if (!macro) fail(30);
-    if (!piece_.allocate(piece_samples)) fail(40);
-    io_.id = qd_set_io(qd_variable_handle{}, 1, &selected_.handle);
-    samples_ = entry->sample_count;
-    columns_ = entry->implicit != 0 ? 0 : macro->slot_count();
-    entry->sample_count = samples_ * columns_;
-  }
-  macro_columns(const macro_columns&) = delete;
-  macro_columns& operator=(const macro_columns&) = delete;
-  ~macro_columns() {
-    if (io_.id != 0) qd_entry(selected_.handle.entry)->sample_count = samples_;
-  }
-
-  // Puts the columns of a file that has got `added` samples at their new distance. From the end to the
-  // start: a column's new place never lies before its old one, so nothing is overwritten before it
-  // has been moved.
-  void spread(std::int64_t added) {
-    const std::int64_t old_samples = samples_ - added;
-    for (std::int64_t column = columns_ - 1; column >= 0; --column) {
-      fill(column * samples_ + old_samples + 1, added);
-      if (column > 0) move(column * old_samples + 1, column * samples_ + 1, old_samples);
-    }
-  }
-
- private:
-  [[noreturn]] static void fail(int number) { qu_fatal_number("qd_append_sample", number); }
-
-  void fill(std::int64_t first, std::int64_t count) {
-    std::fill_n(piece_.data(), std::min(count, piece_samples), missing_double);
-    for (std::int64_t left = count; left > 0;) {
-      std::int64_t samples = std::min(left, piece_samples);
-      left -= samples;
-      write(first + left, samples, 50);
-    }
-  }
-
-  void move(std::int64_t from, std::int64_t to, std::int64_t count) {
-    for (std::int64_t left = count; left > 0;) {
-      std::int64_t samples = std::min(left, piece_samples), given = 0;
-      left -= samples;
-      std::int64_t first = from + left;
-      if (qd_read_float_free(io_.id, SEL_MASKED, first, first + samples - 1, &given, piece_) == 0) fail(55);
-      write(to + left, samples, 60);
-    }
-  }
-
-  void write(std::int64_t first, std::int64_t count, int number) {
-    if (qd_write_float_free(io_.id, SEL_MASKED, first, first + count - 1, piece_) == 0) fail(number);
-  }
-
-  selected_variable selected_;
-  io_record io_;
-  checked_array<double> piece_;
-  std::int64_t samples_ = 0;
-  std::int64_t columns_ = 0;
-};
 
 }  // namespace
 
@@ -273,7 +346,8 @@ void qd_delete_derived_files(const char* file_path) {
 }
 
 // Fatal number 25: grids don't grow.
-int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro) {
+int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
+                     const std::function<bool()>& fill) {
   *has_macro = false;
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
@@ -284,6 +358,17 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   qd_file_record record;
   if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
   if (record.organisation == ORG_GRID) qu_fatal_number("st_append_sample", 25);
+  const folder_lock lock(path);
+  if (!lock) {
+    report_refusal("THE FILE IS IN USE BY ANOTHER SERVER, OR IS NO MORE", directory, file);
+    return 0;
+  }
+  // Another server may have made it grow before the lock was to be had.
+  if (!qd_settle_columns(path) || qd_file_descriptor_read(path, record) == 0 ||
+      std::strcmp(record.name, file) != 0 || record.organisation == ORG_GRID) {
+    report_changed(directory, file);
+    return 0;
+  }
 
   growth plan;
   std::vector<growing_variable> variables;
@@ -302,39 +387,35 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
     qu_message("CANNOT APPEND SAMPLES.\n");
     return 0;
   }
-  if ((plan.blocks > 0 || is_lines(record.organisation)) && !ready_to_grow(path, variables, plan)) {
-    report_full_disk(directory, file);
+  file_growth growing(path, record, plan, variables);
+  if (!growing.has_room() || !growing.restore()) {
+    report_no_room(record, directory, file);
     return 0;
   }
-  growing grown = grow_files(path, variables, plan, samples, record);
-  if (grown == growing::failed && qd_folder_gone(path)) grown = growing::file_changed;
-  switch (grown) {
-    case growing::done:
+  if (!growing.reserve()) {
+    report_refusal("THERE IS NOT ENOUGH MEMORY", directory, file);
+    return 0;
+  }
+  switch (growing.run(fill)) {
+    case file_growth::ending::done:
       return 1;
-    case growing::file_changed:
-      qu_message("WARNING: CANNOT APPEND SAMPLES, THE FILE IS NO MORE, OR HAS CHANGED\n");
-      name_file(directory, file);
+    case file_growth::ending::file_changed:
+      report_changed(directory, file);
       return 0;
-    case growing::failed:
-      report_full_disk(directory, file);
-      qd_remove_object<file_level>(path, file);
+    case file_growth::ending::failed:
+      report_no_room(record, directory, file);
       return 0;
   }
   return 0;
 }
 
-// Fatal numbers: 10 less than one sample; in the move of macro columns 20 selection, 30 descriptor, 40
-// memory, 50 fill, 55 read, 60 write.
-int qd_append_sample(const char* directory, const char* file, std::int64_t samples) {
+// Fatal number 10: less than one sample.
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
+                     const std::function<bool()>& fill) {
   if (samples < 1) qu_fatal_number("qd_append_sample", 10);
   bool has_macro = false;
-  if (st_append_sample(directory, file, samples, &has_macro) == 0) return 0;
+  if (st_append_sample(directory, file, samples, &has_macro, fill) == 0) return 0;
   qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
-  if (!has_macro) return 1;
-
-  string_list macros;
-  if (qd_list_variables(directory, file, MASK_MACRO, macros) == 0) return 0;
-  for (std::int64_t i = 0; i < macros.count(); ++i) macro_columns(directory, file, macros[i]).spread(samples);
   return 1;
 }
 

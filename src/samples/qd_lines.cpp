@@ -5,7 +5,10 @@
 #include "samples/qd_lines.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "samples/qd_select.h"
@@ -13,6 +16,7 @@
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
 #include "util/qu_xdr.h"
 
 namespace qrd {
@@ -99,11 +103,25 @@ int qd_line_table_append(const char* file_path, const qd_file_record& record, st
   file_stream stream(qu_file_open_n(path, update_binary));
   if (!stream || !holds_table(stream.get(), record)) return 0;
   // What an interrupted growth left behind the table is overwritten.
-  const std::int64_t length = (record.line_count + 1) * entry_bytes;
-  if (qu_file_seek(stream.get(), length, 0) != 0) return 0;
+  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (xdr && qu_xdr_long(xdr.get(), &end) != 0 && stream.close()) return 1;
-  return 0;
+  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return 0;
+  const bool is_written = std::fflush(stream.get()) == 0 && qu_sync_file(fileno(stream.get()));
+  return stream.close() && is_written ? 1 : 0;
+}
+
+std::int64_t qd_line_table_bytes(const char* file_path) {
+  path_text path;
+  line_table_path(file_path, path);
+  struct stat status;
+  return stat(path, &status) == 0 ? status.st_size : -1;
+}
+
+void qd_line_table_cut(const char* file_path, std::int64_t bytes) {
+  path_text path;
+  line_table_path(file_path, path);
+  if (truncate(path, bytes) != 0 && errno != ENOENT)
+    qu_message("Cannot make \"%s\" as short again as it was", path);
 }
 
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {

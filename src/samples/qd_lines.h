@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "store/qd_records.h"
@@ -22,14 +23,21 @@ bool qd_line_table_holds(const char* file_path, const qd_file_record& record);
 // Adds the entry of one more line to the table of a file of that record: the number of the first sample
 // behind it. 1, or 0 when the table can't be written or is shorter than the record tells.
 int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end);
+// The length of the table of a file, or -1; and back to such a length, after a growth that failed.
+std::int64_t qd_line_table_bytes(const char* file_path);
+void qd_line_table_cut(const char* file_path, std::int64_t bytes);
 
 // Samples of each line: 1, 0 when too many files are open, or -1 when the file has just gone or changed, or
 // can't be read.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
 
-// Adds samples (above 0) to every variable of a file: 1, or 0 after reports.
-int qd_append_sample(const char* directory, const char* file, std::int64_t samples);
-int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro);
+// Adds samples (above 0) to every variable of a file: 1, or 0 after reports, and the file is as it was then.
+// `fill` gives the new samples their values before any other server sees them; where it gives false nothing
+// has been added.
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
+                     const std::function<bool()>& fill = nullptr);
+int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
+                     const std::function<bool()>& fill = nullptr);
 // Removes the derived files of a file's folder.
 void qd_delete_derived_files(const char* file_path);
 

@@ -210,19 +210,71 @@ TEST(Append, SizesBeyond64BitsAreRefused) {
   EXPECT_TRUE(tree_of(study.file_path()) == before);
 }
 
-TEST(Append, AFailedWriteTakesTheFileAwayAndNothingElse) {
-  sample_study study({.samples = 512});
-  study.add("V", VAR_FLOAT, 64, noise(4096, 1));
-  write_file(study / "QRD/DIRE.1/bystander", "stays");
-  bound selected("V");
-  int result = -1;
-  {
-    file_size_limit disk(6000);
-    result = qd_append_sample("Dir", "File", 1);
+// Variables of all kinds in a lines file whose next sample needs a block more.
+void add_mixture(sample_study& study) {
+  study.add("Small", VAR_FLOAT, 8, noise(512, 1));
+  study.add("Grade[xxxxx]", VAR_MACRO, 16, "");
+  write_file(study.file_path() + "/VARI.2/MACRO", macro_bytes({5, 0, -7}));
+  write_file(study.file_path() + "/VARI.2/DATAVAR", noise(3 * 1024, 2));
+  study.add("Large", VAR_FLOAT, 64, noise(4096, 3));
+}
+const file_shape mixture_shape = {.samples = 512, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 513}};
+
+TEST(Append, AFailureLeavesTheFileAsItWas) {
+  sample_study study(mixture_shape);
+  add_mixture(study);
+  const std::string before = tree_of(study.file_path());
+  // The disk takes less and less: the large variable, the columns, the small variable.
+  for (rlim_t limit : {6000, 5000, 2000, 600}) {
+    bound selected("Large");
+    {
+      file_size_limit disk(limit);
+      const std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+      EXPECT_NE(console.find("FILE SYSTEM FULL\n"), std::string::npos) << limit;
+    }
+    EXPECT_TRUE(tree_of(study.file_path()) == before) << limit;
+    EXPECT_EQ(qd_entry(selected.handle().entry)->sample_count, 512);
   }
-  EXPECT_EQ(result, 0);
-  EXPECT_FALSE(std::filesystem::exists(study.file_path()));
-  EXPECT_EQ(read_file(study / "QRD/DIRE.1/bystander"), "stays");
+  EXPECT_EQ(qd_append_sample("Dir", "File", 1, [] { return false; }), 0);
+  EXPECT_TRUE(tree_of(study.file_path()) == before) << "no values for the new samples";
+
+  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), noise(4096, 3) + block_of(64));
+  EXPECT_EQ(read_file(study.file_path() + "/LINE"), bytes().i64(1, 513, 514).str());
+}
+
+TEST(Append, AFullDiskIsMetBeforeAnArchiveIsExpanded) {
+  sample_study study({.samples = 512});
+  const std::string path = study.add("V", VAR_FLOAT, 8, "");
+  std::filesystem::remove(path + "/DATAVAR");
+  gzFile file = gzopen((path + "/DATAVAR.gz").c_str(), "wb");
+  ASSERT_EQ(gzwrite(file, noise(512, 5).data(), 512), 512);
+  gzclose(file);
+  const std::string before = tree_of(study.file_path());
+  const std::string console =
+      console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", std::int64_t{1} << 50), 0); });
+  EXPECT_NE(console.find("FILE SYSTEM FULL\n"), std::string::npos);
+  EXPECT_TRUE(tree_of(study.file_path()) == before);
+}
+
+TEST(Append, WhatAKilledGrowthHasLeftIsWrittenOver) {
+  sample_study study({.samples = 512});
+  const std::string path = study.add("V", VAR_FLOAT, 64, noise(4096, 3) + block_of(64).substr(0, 1003));
+  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  EXPECT_EQ(read_file(path + "/DATAVAR"), noise(4096, 3) + block_of(64));
+}
+
+TEST(Append, ADamagedCapacityIsNamed) {
+  sample_study study({.samples = 512});
+  study.add("V", VAR_FLOAT, 8, noise(512, 1));
+  file_fields fields = {.name = "File", .organisation = ORG_POINTS, .dimension = 3};
+  fields.samples = std::int64_t{1} << 50;
+  fields.allocated = 512;
+  write_file(study.file_path() + "/DESCR", fields.bytes_of());
+  const std::string before = tree_of(study.file_path());
+  const std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+  EXPECT_EQ(console.find("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n"), 0U) << console;
+  EXPECT_TRUE(tree_of(study.file_path()) == before);
 }
 
 }  // namespace

@@ -1,0 +1,136 @@
+// Columns of macro variables that move while other servers read, write and are killed.
+#include "samples/qd_column_move.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "sample_study.h"
+#include "samples/qd_lines.h"
+#include "samples/qd_read_write.h"
+#include "support/console.h"
+#include "util/qu_lock.h"
+
+namespace qrd::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t old_samples = 4, samples = 7;
+
+// Two macro variables of 8 bits with two columns each, in a file of 4 samples.
+class column_moves : public testing::Test {
+ protected:
+  column_moves() : study({.samples = old_samples}) {
+    for (const char* name : {"A[xxxxx]", "B[xxxxx]"})
+      paths.push_back(study.add_macro(name, 8, old_data(), {1, 2}));
+    whole = tree();
+  }
+
+  static std::string old_data() { return "abcdABCD" + std::string(1016, '\xFF'); }
+  static std::string new_data() { return "abcd\xFF\xFF\xFF" + ("ABCD" + std::string(1013, '\xFF')); }
+
+  std::map<std::string, std::string> tree() const {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(study.file_path()))
+      if (entry.is_regular_file()) files[entry.path()] = read_file(entry.path());
+    return files;
+  }
+
+  // A server that is killed in the middle.
+  void in_killed_server(const std::function<void(column_move&)>& act) {
+    const pid_t child = fork();
+    if (child == 0) {
+      const folder_lock lock(study.file_path().c_str());
+      auto* move = new column_move(study.file_path().c_str(), old_samples, samples);
+      if (!move->reserve()) _exit(2);
+      for (const std::string& path : paths)
+        if (!move->lay_out(path.c_str(), {8, 2, old_samples, samples, 1024, 0})) _exit(3);
+      act(*move);
+      _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+  }
+
+  std::string working_file(const std::string& path, char purpose) const {
+    for (const auto& entry : fs::directory_iterator(path))
+      if (entry.path().filename().string().starts_with(std::string{purpose} + "_")) return entry.path();
+    return "";
+  }
+
+  sample_study study;
+  std::vector<std::string> paths;
+  std::map<std::string, std::string> whole;
+};
+
+TEST_F(column_moves, a_killed_growth_is_undone) {
+  const std::function<void(column_move&)> begin = [](column_move& move) {
+    if (!move.begin()) _exit(4);
+  };
+  in_killed_server(begin);
+  ASSERT_EQ(read_file(paths[0] + "/DATAVAR"), new_data());
+  EXPECT_TRUE(qd_settle_columns(study.file_path().c_str()));
+  EXPECT_TRUE(tree() == whole);
+  EXPECT_TRUE(qd_settle_columns(study.file_path().c_str())) << "nothing to do";
+
+  // Killed before the second variable; before its new layout took the place; before anything moved.
+  in_killed_server(begin);
+  fs::rename(paths[1] + "/DATAVAR", fs::path(working_file(paths[1], 'K')).replace_filename("X"));
+  fs::rename(working_file(paths[1], 'K'), paths[1] + "/DATAVAR");
+  const std::string token = fs::path(working_file(paths[0], 'K')).filename().string().substr(1);
+  fs::rename(paths[1] + "/X", paths[1] + "/G" + token);
+  fs::create_hard_link(paths[1] + "/DATAVAR", paths[1] + "/K" + token);
+  EXPECT_TRUE(qd_settle_columns(study.file_path().c_str()));
+  EXPECT_TRUE(tree() == whole);
+}
+
+TEST_F(column_moves, a_growth_killed_behind_its_count_is_finished) {
+  in_killed_server([this](column_move& move) {
+    if (!move.begin()) _exit(4);
+    study.set_shape({.samples = samples});
+  });
+  EXPECT_TRUE(qd_settle_columns(study.file_path().c_str()));
+  auto expected = whole;
+  for (const std::string& path : paths) expected[path + "/DATAVAR"] = new_data();
+  expected[study.file_path() + "/DESCR"] = sample_study::descriptor_of({.samples = samples});
+  EXPECT_TRUE(tree() == expected);
+}
+
+TEST_F(column_moves, layouts_without_a_journal_are_tidied_up) {
+  in_killed_server([](column_move&) {});
+  EXPECT_NE(working_file(paths[0], 'G'), "");
+  EXPECT_TRUE(qd_settle_columns(study.file_path().c_str()));
+  ASSERT_EQ(qd_append_sample("Dir", "File", 3), 1);
+  EXPECT_EQ(working_file(paths[0], 'G') + working_file(paths[0], 'K'), "");
+  EXPECT_EQ(read_file(paths[0] + "/DATAVAR"), new_data());
+  EXPECT_FALSE(fs::exists(study.file_path() + "/GROWTH"));
+}
+
+TEST_F(column_moves, a_journal_that_cannot_be_used_is_a_refusal) {
+  const std::string journal = study.file_path() + "/GROWTH";
+  const std::string rows[] = {
+      "",
+      bytes().i32(1100).i64(4, 7).text("T").i32(0x7FFFFFFE).str(),
+      bytes().i32(1100).i64(4, 7).text(std::string(40, 'T')).i32(0).str(),
+      bytes().i32(1100).i64(99, 100).text("T").i32(0).str(),
+  };
+  for (const std::string& row : rows) {
+    write_file(journal, row);
+    const std::string console = console_of([this] {
+      EXPECT_FALSE(qd_settle_columns(study.file_path().c_str()));
+      EXPECT_EQ(qd_append_sample("Dir", "File", 3), 0);
+    });
+    EXPECT_NE(console.find("cannot be undone: see its file GROWTH"), std::string::npos);
+    EXPECT_EQ(read_file(journal), row);
+  }
+  fs::remove(journal);
+  EXPECT_TRUE(tree() == whole);
+}
+
+}  // namespace
+}  // namespace qrd::test
