@@ -47,10 +47,4 @@ bool current_file(path_text& path, qd_file_record& record) {
   return qd_find_file(current_context.directory, current_context.file, path, record) == LOOKUP_FOUND;
 }
 
-void remove_new_file(const char* name) {
-  // A growth that failed on a full disk has removed the file already.
-  if (qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0)
-    qd_delete_file(current_context.directory, name);
-}
-
 }  // namespace qrd

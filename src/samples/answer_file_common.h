@@ -29,7 +29,4 @@ bool may_create_file(const char* name);
 // The path and the record of the current file. Refuses nothing.
 bool current_file(path_text& path, qd_file_record& record);
 
-// Removes what a request that failed has made of a file in the current directory.
-void remove_new_file(const char* name);
-
 }  // namespace qrd

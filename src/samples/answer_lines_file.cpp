@@ -141,14 +141,11 @@ int server_answer_lines_file_new(const char* /*request*/) {
 
   const server_context& context = current_context;
   server_debug(1, "Creating File: \"%s\".", name.c_str());
-  if (qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr) == 0)
+  file_content content;
+  content.variables = qd_axis_content(gravity_centers, dimension, {});
+  if (qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr, &content) == 0)
     return refuse(cannot_create_file, context.study, context.directory, name.c_str());
-  const char* failed = qd_create_axis_variables(context.directory, name.c_str(), gravity_centers, dimension);
-  int status = failed == nullptr
-                   ? answer("SDONE")
-                   : refuse(cannot_create_variable, context.study, context.directory, name.c_str(), failed);
-  if (status != 0) remove_new_file(name.c_str());
-  return status;
+  return answer("SDONE");
 }
 
 // CLFILEAPP: adds a line of points.

@@ -37,17 +37,6 @@ bool add_points(const coordinate_variables& coordinates, const char* file, std::
   return true;
 }
 
-int fill_new_file(const char* name, std::int32_t dimension, std::int64_t samples,
-                  checked_array<double>& values) {
-  const server_context& context = current_context;
-  if (const char* failed = qd_create_axis_variables(context.directory, name, gravity_centers, dimension))
-    return refuse(cannot_create_variable, context.study, context.directory, name, failed);
-  coordinate_variables coordinates;
-  auto status = coordinates.select(context.directory, name, {gravity_centers}, dimension);
-  if (status != coordinate_variables::status::done) return refuse_selection(status, coordinates, name);
-  return add_points(coordinates, name, 0, samples, values) ? answer("SDONE") : -1;
-}
-
 }  // namespace
 
 // CPFILENEW: makes a points file with its coordinates.
@@ -64,12 +53,13 @@ int server_answer_points_file_new(const char* /*request*/) {
 
   server_debug(1, "Creating File: \"%s\".", name.c_str());
   const server_context& context = current_context;
-  const qd_grid_record no_grid;
-  if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, &no_grid) == 0)
-    return refuse(cannot_create_file, context.study, context.directory, name.c_str());
-  int status = fill_new_file(name.c_str(), dimension, samples, values);
-  if (status != 0) remove_new_file(name.c_str());
-  return status;
+  file_content content;
+  content.sample_count = samples;
+  content.variables = qd_axis_content(gravity_centers, dimension, values);
+  if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, nullptr, &content) != 0)
+    return answer("SDONE");
+  if (content.samples_failed) return refuse_samples(samples, name.c_str());
+  return refuse(cannot_create_file, context.study, context.directory, name.c_str());
 }
 
 // CPFILEAPP: adds points to the current file. Its header role for a lines file ends by that.

@@ -33,6 +33,18 @@ const char* qd_create_axis_variables(const char* directory, const char* file,
   return nullptr;
 }
 
+std::vector<initial_samples> qd_axis_content(const builtin_variable (&table)[3], std::int64_t dimension,
+                                             std::span<const double> values) {
+  std::vector<initial_samples> content;
+  const std::size_t count = values.size() / static_cast<std::size_t>(dimension);
+  for (int axis = 0; axis < dimension; ++axis)
+    content.push_back({.variable = table[axis],
+                       .format = &axis_format(axis),
+                       .numbers = values.subspan(static_cast<std::size_t>(axis) * count, count),
+                       .factor = qu_format_factor(axis_format(axis))});
+  return content;
+}
+
 coordinate_variables::status coordinate_variables::select(
     const char* directory, const char* file,
     std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension) {

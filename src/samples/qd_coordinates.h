@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "samples/qd_select.h"
+#include "store/qd_file_content.h"
 #include "store/qd_records.h"
 
 namespace qrd {
@@ -12,6 +14,11 @@ namespace qrd {
 // Creates the variables of one table for the axes of a file. Null, or the name that can't be created.
 const char* qd_create_axis_variables(const char* directory, const char* file,
                                      const builtin_variable (&table)[3], std::int64_t dimension);
+
+// The variables of one table for a file in the making, with values variable by variable in the units of the
+// axes.
+std::vector<initial_samples> qd_axis_content(const builtin_variable (&table)[3], std::int64_t dimension,
+                                             std::span<const double> values);
 
 // The coordinates of a file, selected with their own units and bound for transfer: those of each table in
 // turn, axis by axis.

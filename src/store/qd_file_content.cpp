@@ -39,6 +39,7 @@ bool append_numbers(const char* data_path, const initial_samples& initial) {
 
 // The samples that the last block has room for are missing.
 bool append_missing(const char* data_path, std::int64_t samples, std::int64_t bit_length, bool text) {
+  if (samples == 0) return true;
   checked_array<unsigned char> block;
   return qd_fill_block(bit_length, text, block) &&
          st_file_concat(data_path, block.data(), samples * bit_length / character_bits, 1,

@@ -26,6 +26,8 @@ struct file_content {
   std::vector<initial_samples> variables;
   // Writes what else belongs into the file's folder. False if that fails.
   std::function<bool(const char* folder)> companions;
+  // Told by a creation that failed: the samples could not be written.
+  bool samples_failed = false;
 };
 
 // The blocks of samples that a file with so many of them has room for. False if no file can have them.

@@ -110,7 +110,7 @@ bool write_initial_variable(const char* file_path, std::int64_t organisation, st
   return qd_write_variable_files(path, record, 0);
 }
 
-bool write_file_files(const char* path, const qd_file_record& record, const file_content* content) {
+bool write_file_files(const char* path, const qd_file_record& record, file_content* content) {
   if (is_lines(record.organisation) && qd_line_table_create(path) == 0) return false;
   if (!qd_make_empty_file(path, "DESCR") || qd_file_descriptor_write(path, record) == 0) return false;
   std::size_t number = 1;
@@ -118,7 +118,10 @@ bool write_file_files(const char* path, const qd_file_record& record, const file
     if (!write_initial_variable(path, record.organisation, number++, initial)) return false;
   if (content == nullptr) return true;
   for (const initial_samples& initial : content->variables)
-    if (!qd_write_initial_samples(path, record, number++, initial)) return false;
+    if (!qd_write_initial_samples(path, record, number++, initial)) {
+      content->samples_failed = true;
+      return false;
+    }
   return !content->companions || content->companions(path);
 }
 
@@ -215,7 +218,7 @@ int qd_delete_directory(const char* name) {
 
 // Fatal number: 35 no organisation.
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
-                   const qd_grid_record* grid, const file_content* content) {
+                   const qd_grid_record* grid, file_content* content) {
   if (qd_two_files_available("FILE CREATION FAILED") == 0) return 0;
   path_text directory_path, existing_path;
   qd_file_record existing;
@@ -241,6 +244,8 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
     qu_message("CAN'T CREATE FILE.\n");
     return 0;
   }
+  // As a growth leaves it: a 2D file is read with one node along Z.
+  if (record.sample_count > 0 && dimension == 2) record.grid.nz = 1;
 
   prepared_object folder(directory_path);
   placement placed = placement::failed;

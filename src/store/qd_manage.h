@@ -28,7 +28,7 @@ int qd_create_directory(const char* name);
 int qd_delete_directory(const char* name);
 // With a content the file appears with all of it, or not at all.
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
-                   const qd_grid_record* grid, const file_content* content = nullptr);
+                   const qd_grid_record* grid, file_content* content = nullptr);
 int qd_delete_file(const char* directory, const char* name);
 int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format);
