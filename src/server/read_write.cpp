@@ -450,26 +450,14 @@ int _qrd_write_double_array(socket_handle socket, const double* values, std::int
 
 int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
                              const std::function<std::span<const double>()>& next_piece) {
-  const int before = quiet_values;
-  bool shows = values_are_traced();
-  bool written = true;
-  for (std::int64_t done = 0; done < count && written;) {
+  array_in_parts whole(count);
+  for (std::int64_t done = 0; done < count;) {
     const std::span<const double> piece = next_piece();
     const std::int64_t length = std::min(static_cast<std::int64_t>(piece.size()), count - done);
-    const std::int64_t shown = shows ? std::min(length, traced_values - done) : 0;
-    written = length > 0;
-    for (std::int64_t i = 0; i < shown && written; ++i)
-      written = _qrd_write_double(socket, &piece[static_cast<std::size_t>(i)]) != 0;
-    if (shows && done + shown == traced_values && done + shown < count) {
-      _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - done - shown));
-      quiet_values = 1;
-      shows = false;
-    }
-    written = written && write_numbers(socket, piece.data() + shown, length - shown, _qrd_write_double) != 0;
+    if (length == 0 || _qrd_write_double_array(socket, piece.data(), length) == 0) return 0;
     done += length;
   }
-  quiet_values = before;
-  return written ? 1 : 0;
+  return 1;
 }
 
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "util/qu_critical.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
@@ -204,6 +205,7 @@ bool replaced_file::write_in_place(int fresh) {
   if (kept_path.empty()) return false;
   bool done = copy_content(target.handle, kept.handle) && qu_sync_whole_file(kept.handle);
   if (done) {
+    const critical_step half_written;
     done = copy_content(fresh, target.handle) && qu_sync_whole_file(target.handle);
     if (!done && !copy_content(kept.handle, target.handle)) {
       qu_message("Cannot write \"%s\": what it held is kept in \"%s\"", path_.c_str(), kept_path.c_str());

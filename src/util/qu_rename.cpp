@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "util/qu_critical.h"
+
 namespace qrd {
 
 int qu_take_name(const std::string& from, const std::string& to) {
@@ -18,6 +20,7 @@ int qu_take_name(const std::string& from, const std::string& to) {
 int qu_take_name_by_creation(const std::string& from, const std::string& to) {
   struct stat status;
   if (lstat(from.c_str(), &status) != 0) return -1;
+  const critical_step both_names;
   if (!S_ISDIR(status.st_mode)) {
     if (link(from.c_str(), to.c_str()) != 0) return -1;
     return unlink(from.c_str());

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <thread>
 
 #include "server/answering.h"
@@ -241,7 +242,8 @@ TEST(Strings, AHugeAnnouncementTakesNoMemoryBeforeItArrives) {
   other.arrive(bytes().text("one").i32(-1).str());
   other.hang_up();
   request_texts many;
-  ASSERT_TRUE(many.allocate(std::numeric_limits<std::int64_t>::max() / 2));
+  EXPECT_FALSE(many.allocate(std::numeric_limits<std::int64_t>::max() / 2)) << "no memory has so many places";
+  ASSERT_TRUE(many.allocate(100'000'000));
   EXPECT_FALSE(many.read());
   EXPECT_STREQ(many[0], "one");
   EXPECT_STREQ(many[1], "");
@@ -409,6 +411,8 @@ TEST(Arrays, ATraceShowsTenValuesOfAllParts) {
     _qrd_write_string_array(line.near(), names + 10, 1);
   }
   EXPECT_TRUE(trace.text().ends_with("Write Str(j)\n... + some other 1 values\n")) << trace.text();
+  _qrd_write_double_pieces(line.near(), 11, [&] { return std::span<const double>(values).first(4); });
+  EXPECT_TRUE(trace.text().ends_with("\n" + ten + "... + some other 1 values\n")) << trace.text();
 }
 
 TEST(ValueTrace, HasALineForEachValue) {
