@@ -37,7 +37,7 @@ bool write_numbers(const char* directory, const char* file, const qd_variable_ha
   if (static_cast<std::int64_t>(values.size()) != (dimension + 1) * count) return false;
   io_record io;
   io.id = qd_set_io({}, dimension + 1, handles);
-  return qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
+  return io.id != 0 && qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
 }
 
 std::size_t name_width(const object_samples& samples) {

@@ -64,7 +64,7 @@ coordinate_variables::status coordinate_variables::select(
     if (!is_stored_number(*qd_entry(handles[i].entry))) return status::not_bound;
   }
   io_.id = qd_set_io(qd_variable_handle{}, count_, handles);
-  return status::done;
+  return io_.id != 0 ? status::done : status::not_bound;
 }
 
 coordinate_variables::status coordinate_variables::select_one(const char* directory, const char* file,

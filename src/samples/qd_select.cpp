@@ -343,13 +343,15 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
   for (std::int64_t v = 0; v < count; ++v) {
     const qd_selected_entry* entry = qd_entry(handles[v].entry);
     if (entry == nullptr || !qd_can_be_bound(handles[v])) qu_fatal_number(function, 15);
-    if (std::strcmp(entry->file_path, reference->file_path) != 0) qu_fatal_number(function, 20);
-    if ((entry->type == VAR_CHAR) != (reference->type == VAR_CHAR)) qu_fatal_number(function, 21);
+    // A file of the same name may have taken the place of the first between two selections.
+    if (std::strcmp(entry->file_path, reference->file_path) != 0 ||
+        (entry->type == VAR_CHAR) != (reference->type == VAR_CHAR))
+      return 0;
   }
   if (selection.entry != 0) {
     const qd_selected_entry* entry = qd_entry(selection.entry);
     if (entry == nullptr) qu_fatal_number(function, 15);
-    if (std::strcmp(entry->file_path, reference->file_path) != 0) qu_fatal_number(function, 25);
+    if (std::strcmp(entry->file_path, reference->file_path) != 0) return 0;
     if (selection.macro_slot == -1) qu_fatal_number(function, 30);
   }
 

@@ -97,7 +97,7 @@ bool qd_can_be_bound(const qd_variable_handle& handle);
 // Whether a variable can be bound together with a selection, or with the empty handle: both were selected in
 // one file, of one length. A family of selections without an index selects nothing.
 bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_handle& variable);
-// An io id. All variables belong to one file, and are all text or all not.
+// An io id, or 0 unless all variables belong to one file and are all text or all not.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);
 // 0; harmless on 0. Releases the scratch buffers too.

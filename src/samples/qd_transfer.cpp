@@ -43,8 +43,6 @@ range_transfer::range_transfer(const char* function, std::int64_t io_id)
 range_transfer::range_transfer(const char* function, std::int64_t io_id, std::int64_t first_sample,
                                std::int64_t last_sample)
     : range_transfer(function, io_id) {
-  if (first_sample < 1 || first_sample > samples) qu_fatal_number(function, 30);
-  if (last_sample < first_sample || last_sample > samples) qu_fatal_number(function, 40);
   first = first_sample;
   last = last_sample;
 }
@@ -56,6 +54,7 @@ const qd_selected_entry& range_transfer::entry(std::int64_t variable) const {
 }
 
 bool range_transfer::addressable() const {
+  if (first < 1 || last < first || last > samples) return false;
   for (std::int64_t v = 0; v < variable_count(); ++v)
     if (!fits(entry(v), io.macro_slots[static_cast<std::size_t>(v)], samples, last)) return false;
   if (io.selection == 0) return true;

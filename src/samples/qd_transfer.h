@@ -24,7 +24,8 @@ int qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t l
 // empty record are fatal for `function`.
 struct range_transfer {
   range_transfer(const char* function, std::int64_t io);
-  // The same for a range; one outside the file is fatal.
+  // The same for a range. One outside the file isn't addressable: another server may have replaced the file
+  // by a shorter one.
   range_transfer(const char* function, std::int64_t io, std::int64_t first, std::int64_t last);
 
   std::int64_t variable_count() const { return static_cast<std::int64_t>(io.variables.size()); }
@@ -37,8 +38,8 @@ struct range_transfer {
   double unit_factor(std::int64_t variable) const {
     return io.unit_factors[static_cast<std::size_t>(variable)];
   }
-  // False if a position of the range in one of the data files doesn't fit 63 bits, a sample has no width
-  // or the selection isn't one: a descriptor is damaged then.
+  // False if the range isn't one of the file, and where a descriptor is damaged: a position in one of the
+  // data files doesn't fit 63 bits, a sample has no width or the selection isn't one.
   bool addressable() const;
 
   qd_io& io;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "samples/qd_implicit.h"
 #include "samples/sample_study.h"
 #include "support/console.h"
 
@@ -350,6 +351,24 @@ TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
   EXPECT_EQ(read_file(bits) + read_file(bits + ".old"), "ba");
   std::filesystem::remove_all(study.file_path());
   EXPECT_EQ(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values), 0);
+}
+
+TEST(read_write, a_range_that_the_file_does_not_have_is_refused) {
+  sample_study study({.samples = 4});
+  study.add("V", VAR_FLOAT, 8, "abcd");
+  study.add("T", VAR_CHAR, 8, "abcd");
+  study.add_implicit("SN", KIND_SAMPLE_NUMBER);
+  bound numbers("V"), texts("T"), computed("SN");
+  std::vector<double> values(9);
+  std::vector<unsigned char> bytes(9);
+  std::int64_t count = 0;
+  for (auto [first, last] : {std::pair{0, 1}, {1, 5}, {5, 5}, {3, 2}}) {
+    EXPECT_EQ(qd_read_float_free(numbers.io(), SEL_MASKED, first, last, &count, values), 0);
+    EXPECT_EQ(qd_write_float_free(numbers.io(), SEL_MASKED, first, last, values), 0);
+    EXPECT_EQ(qd_read_char_free(texts.io(), SEL_MASKED, first, last, &count, bytes), 0);
+    EXPECT_EQ(qd_write_char_free(texts.io(), SEL_MASKED, first, last, bytes), 0);
+    EXPECT_FALSE(computed_reader().open(computed.io(), SEL_MASKED, first, last));
+  }
 }
 
 TEST(read_write, a_column_is_looked_for_where_the_file_has_it) {

@@ -106,6 +106,22 @@ TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
   EXPECT_EQ(qd_free_entries(), 512);
 }
 
+TEST(select, what_was_selected_in_two_files_is_not_bound) {
+  sample_study study({.samples = 4});
+  study.add("V", VAR_FLOAT, 8, "abcd");
+  study.add("W", VAR_FLOAT, 8, "efgh");
+  study.add("S", VAR_FLOAT, 1, "a");
+  study.add("T", VAR_CHAR, 8, "ijkl");
+  qd_variable_handle handles[] = {select("V"), select("W")}, texts[] = {handles[0], select("T")};
+  EXPECT_EQ(qd_set_io({}, 2, texts), 0);
+  handles[1] = qd_variable_deselect(handles[1]);
+  // Another server has put a file of that name in its place.
+  std::filesystem::rename(study.file_path(), study / "QRD/DIRE.1/FILE.9");
+  handles[1] = select("W");
+  EXPECT_EQ(qd_set_io({}, 2, handles), 0);
+  EXPECT_EQ(qd_set_io(select("S"), 1, handles), 0);
+}
+
 TEST(select, coordinates_are_selected_all_or_none) {
   sample_study study({.samples = 4});
   study.add("X", VAR_FLOAT, 64, std::string(32, '\0'), KIND_X);
