@@ -105,8 +105,8 @@ looking look_through(const char* folder, const char* prefix, bool (*belong)(cons
   return unreadable ? looking::unreadable : looking::ended;
 }
 
-// The file of a name.
-looking find_file(const char* folder, const char* name, const char* prefix, palette_file& found) {
+// The file of a palette, opened behind its name.
+looking qu_palit_path(const char* folder, const char* name, const char* prefix, palette_file& found) {
   const looking end = look_through(folder, prefix, contains, [&](palette_file& file) {
     if (file.name != name) return false;
     found = std::move(file);
@@ -164,18 +164,11 @@ bool fits_in_a_line(const char* name) {
 
 }  // namespace
 
-int qu_palit_path(const char* directory, const char* name, const char* prefix, path_text& path) {
-  palette_file file;
-  if (find_file(directory, name, prefix, file) != looking::found) return 1;
-  qu_path_join(path, {file.path});
-  return 0;
-}
-
 int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours) {
   if (std::strcmp(name, no_name) == 0 || !fits_in_a_line(name)) return 1;
   const char* folder = user_path(prefix);
   palette_file present;
-  if (find_file(folder, name, prefix, present) != looking::ended) return 1;
+  if (qu_palit_path(folder, name, prefix, present) != looking::ended) return 1;
   for (std::int64_t number = 0;; ++number) {
     path_text path;
     qu_path_join(path, {folder, path_separator, prefix, std::to_string(number)});
@@ -226,8 +219,8 @@ int qu_palette_read(const char* name, palette_colours& colours) {
   palette_file file;
   looking state = looking::ended;
   if (qu_palette_exists(name) == 1) {
-    state = find_file(u_color_path, name, palette_prefix, file);
-    if (state == looking::ended) state = find_file(system_path(), name, palette_prefix, file);
+    state = qu_palit_path(u_color_path, name, palette_prefix, file);
+    if (state == looking::ended) state = qu_palit_path(system_path(), name, palette_prefix, file);
   }
   if (state != looking::found) {
     qu_message("Unable to find the palette named %s\n", name);
@@ -253,7 +246,7 @@ std::int32_t qu_palette_size(const char* name) {
 
 int qu_palette_save(const char* name, const palette_colours& colours) {
   palette_file old;
-  if (find_file(u_color_path, name, palette_prefix, old) != looking::found) return 1;
+  if (qu_palit_path(u_color_path, name, palette_prefix, old) != looking::found) return 1;
   replaced_file file(old.path, write_text);
   if (file && write_palette(file.get(), name, colours) && file.commit()) return 0;
   qu_report_failure("Error writing palette in", old.path);
@@ -288,7 +281,7 @@ int qu_palit_delete(const char* name, const char* prefix) {
     return 1;
   }
   palette_file file;
-  if (find_file(folder, name, prefix, file) != looking::found) return 1;
+  if (qu_palit_path(folder, name, prefix, file) != looking::found) return 1;
   if (std::strcmp(prefix, palette_prefix) == 0 && qu_cscale_uses(name)) return 2;
   if (std::remove(file.path) == 0 || errno == ENOENT) return 0;
   qu_report_failure("Cannot delete", file.path);

@@ -21,8 +21,6 @@ struct palette_colours {
   std::array<std::int32_t, palette_maximum> red{}, green{}, blue{};
 };
 
-// 0 and the path if a file of that name exists in the directory, else 1.
-int qu_palit_path(const char* directory, const char* name, const char* prefix, path_text& path);
 // 0 when a file with these colours was made; 1 when the name is "None" or taken, or no file can be made; 2
 // when it could not be written.
 int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours = {});

@@ -158,8 +158,9 @@ bool write_bag(XDR* xdr, vendor_data& bag) {
                      [xdr](vendor_attribute& attribute) { return write_attribute(xdr, attribute); });
 }
 
-// The values of st_get_vendor_data_path. One that can't be read now may be meant as well.
-int find_bag(const char* name, const vendor_owner& owner, named_file& file) {
+// The file of a bag, opened. 0 found; 1 not found, or no owner; 2 too many files are open, or one that may be
+// meant can't be read now. A damaged bag in the folder is fatal.
+int st_get_vendor_data_path(const char* name, const vendor_owner& owner, named_file& file) {
   if (!qu_named_file_room(2)) return 2;
   path_text folder;
   if (!owner_folder(owner, folder)) return 1;
@@ -208,16 +209,9 @@ bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type) {
   }
 }
 
-int st_get_vendor_data_path(const char* name, const vendor_owner& owner, path_text& path) {
-  named_file file;
-  const int result = find_bag(name, owner, file);
-  if (result == 0) qu_path_join(path, {file.path});
-  return result;
-}
-
 int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
   named_file file;
-  if (int result = find_bag(name, owner, file); result != 0) return result;
+  if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
   vendor_data bag;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
   if (!xdr || !move_head(xdr.get(), bag)) {
@@ -231,7 +225,7 @@ int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int
 int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name) {
   bag = {};
   named_file file;
-  if (int result = find_bag(name, owner, file); result != 0) return result;
+  if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
   auto state = decoding::corrupted;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
   std::int64_t count = 0;
@@ -256,7 +250,7 @@ int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
   path_text still;
   if (!lock.is_at(folder) || !owner_folder(owner, still) || std::strcmp(still, folder) != 0) return 1;
   named_file old;
-  const int present = find_bag(bag.name, owner, old);
+  const int present = st_get_vendor_data_path(bag.name, owner, old);
   if (present == 2) return 1;
   const auto write = [&bag](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);

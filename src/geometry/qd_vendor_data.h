@@ -52,7 +52,6 @@ struct vendor_owner {
 
 // 0 found; 1 not found, or no owner; 2 too many files are open, or one that may be meant can't be read now. A
 // damaged bag in the folder is fatal, here and below.
-int st_get_vendor_data_path(const char* name, const vendor_owner& owner, path_text& path);
 int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version);
 // 0 read; 1 not found; 2 decoding failed.
 int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name);
