@@ -90,7 +90,7 @@ TEST_F(shared_objects, a_name_variable_is_replaced_by_a_wider_one_under_a_select
   std::thread other([&] {
     while (!stop) renameat2(AT_FDCWD, narrow.c_str(), AT_FDCWD, wide.c_str(), RENAME_EXCHANGE);
   });
-  constexpr int rounds = 150;
+  constexpr int rounds = 300;
   for (int i = 0; i < rounds; ++i)
     EXPECT_EQ(client_.ask("CPOLYGONS").substr(4, 9), bytes().text("SPOLYGONS").str().substr(4, 9));
   stop = true;
