@@ -79,10 +79,13 @@ bool select_coordinates(coordinate_variables& coordinates,
 int add_line(const coordinate_variables& coordinates, const qd_file_record& file, std::int32_t samples,
              checked_array<double>& values) {
   const server_context& context = current_context;
-  const std::int64_t before = file.sample_count;
-  if (qd_append_sample(context.directory, context.file, samples) == 0) return refuse_samples(samples);
-  if (coordinates.write(before + 1, before + samples, values) == 0)
-    return refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
+  bool written = true;
+  const auto fill = [&](std::int64_t first, std::int64_t last) {
+    return written = coordinates.write(first, last, values) != 0;
+  };
+  if (qd_append_sample(context.directory, context.file, samples, fill) == 0)
+    return written ? refuse_samples(samples)
+                   : refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
   // A failure now is only told on the console: a client that is refused adds its line again.
   if (file.link_name[0] != '\0') qd_delete_link(context.directory, context.file, true);
   return answer("SDONE");

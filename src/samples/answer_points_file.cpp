@@ -28,13 +28,16 @@ int refuse_selection(coordinate_variables::status status, const coordinate_varia
 }
 
 // The new samples of a file, behind those that it has. False after a refusal.
-bool add_points(const coordinate_variables& coordinates, const char* file, std::int64_t before,
-                std::int64_t samples, checked_array<double>& values) {
+bool add_points(const coordinate_variables& coordinates, const char* file, std::int64_t samples,
+                checked_array<double>& values) {
   const char* directory = current_context.directory;
-  if (qd_append_sample(directory, file, samples) == 0) return refuse_samples(samples, file) == 0;
-  if (coordinates.write(before + 1, before + samples, values) == 0)
-    return refuse("Problem while writing coordinates for %s/%s", directory, file) == 0;
-  return true;
+  bool written = true;
+  const auto fill = [&](std::int64_t first, std::int64_t last) {
+    return written = coordinates.write(first, last, values) != 0;
+  };
+  if (qd_append_sample(directory, file, samples, fill) != 0) return true;
+  if (written) return refuse_samples(samples, file) == 0;
+  return refuse("Problem while writing coordinates for %s/%s", directory, file) == 0;
 }
 
 }  // namespace
@@ -86,7 +89,7 @@ int server_answer_points_file_append(const char* /*request*/) {
     return refuse_selection(status, coordinates, context.file);
   const bool linked = record.link_name[0] != '\0';
   if (linked && !qd_link_can_be_deleted(context.directory, context.file)) return refuse(cannot_delete_link);
-  if (!add_points(coordinates, context.file, record.sample_count, samples, values)) return -1;
+  if (!add_points(coordinates, context.file, samples, values)) return -1;
   // A failure now is only told on the console: a client that is refused adds its samples again.
   if (linked) qd_delete_link(context.directory, context.file, true);
   return answer("SDONE");

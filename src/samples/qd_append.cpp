@@ -174,7 +174,7 @@ class file_growth {
   bool restore() const;
   // The memory that the growth works with.
   bool reserve();
-  ending run(const std::function<bool()>& fill);
+  ending run(const sample_filler& fill);
 
  private:
   // Bytes by which a data file gets longer.
@@ -292,11 +292,11 @@ void file_growth::undo() const {
   if (table_bytes_ > 0) qd_line_table_cut(file_path_, *table_bytes_);
 }
 
-file_growth::ending file_growth::run(const std::function<bool()>& fill) {
+file_growth::ending file_growth::run(const sample_filler& fill) {
   bool grown = grow_data_files();
   if (grown && fill) {
     count_entries(plan_.samples);
-    grown = fill();
+    grown = fill(record_.sample_count + 1, plan_.samples);
   }
   // Programs that don't know the lock may have deleted the file, and a new one may have its number, or they
   // have made it grow: what has been added to the data files lies behind all samples then, and stays.
@@ -347,7 +347,7 @@ void qd_delete_derived_files(const char* file_path) {
 
 // Fatal number 25: grids don't grow.
 int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const std::function<bool()>& fill) {
+                     const sample_filler& fill) {
   *has_macro = false;
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
@@ -411,7 +411,7 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
 
 // Fatal number 10: less than one sample.
 int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
-                     const std::function<bool()>& fill) {
+                     const sample_filler& fill) {
   if (samples < 1) qu_fatal_number("qd_append_sample", 10);
   bool has_macro = false;
   if (st_append_sample(directory, file, samples, &has_macro, fill) == 0) return 0;

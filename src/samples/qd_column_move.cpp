@@ -94,10 +94,6 @@ journal_state read_journal(const std::string& file_path, journal& entries) {
   return is_read ? journal_state::read : journal_state::unreadable;
 }
 
-bool stands(const std::string& file_path) {
-  return access(journal_path(file_path).c_str(), F_OK) == 0 || errno != ENOENT;
-}
-
 // What another server has deleted is none of ours any more.
 bool gone_with_its_folder(const std::string& path) {
   return errno == ENOENT && qd_folder_gone(path.substr(0, path.find_last_of('/')).c_str());
@@ -302,10 +298,6 @@ std::string real_data_path(const char* variable_path) {
   return std::filesystem::canonical(path, error).string();
 }
 
-bool is_same_file(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 }  // namespace
 
 column_move::column_move(const char* file_path, std::int64_t old_samples, std::int64_t samples)
@@ -389,8 +381,12 @@ void column_move::commit() {
   begun_ = false;
 }
 
+bool qd_columns_move(const char* file_path) {
+  return access(journal_path(file_path).c_str(), F_OK) == 0 || errno != ENOENT;
+}
+
 bool qd_settle_columns(const char* file_path) {
-  if (!stands(file_path)) return true;
+  if (!qd_columns_move(file_path)) return true;
   const folder_lock lock(file_path);
   if (!lock) {
     if (errno != ENOENT)
@@ -412,14 +408,9 @@ bool qd_settle_columns(const char* file_path) {
 
 bool qd_columns_hold(const qd_selected_entry& entry) {
   if (entry.type != VAR_MACRO || entry.stream == nullptr) return true;
-  if (stands(entry.file_path)) return false;
-  struct stat opened, named;
-  path_text path;
-  qu_path_join(path, {entry.variable_path, path_separator, data_file_name});
   qd_file_record record;
-  return fstat(fileno(entry.stream), &opened) == 0 && stat(path, &named) == 0 &&
-         is_same_file(opened, named) && qd_file_descriptor_read(entry.file_path, record) != 0 &&
-         record.sample_count == entry.sample_count;
+  return !qd_columns_move(entry.file_path) && qd_is_in_place(entry) &&
+         qd_file_descriptor_read(entry.file_path, record) != 0 && record.sample_count == entry.sample_count;
 }
 
 }  // namespace qrd

@@ -82,6 +82,8 @@ class column_move {
   bool begun_ = false;
 };
 
+// True if a journal stands in that folder.
+bool qd_columns_move(const char* file_path);
 // Waits for the maker of a journal in that folder, or undoes the work of a dead one. False after a report if
 // a journal still stands.
 bool qd_settle_columns(const char* file_path);

@@ -31,13 +31,16 @@ void qd_line_table_cut(const char* file_path, std::int64_t bytes);
 // can't be read.
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
 
+// Gives the samples first to last of a growing file their values; false after a failure.
+using sample_filler = std::function<bool(std::int64_t first, std::int64_t last)>;
+
 // Adds samples (above 0) to every variable of a file: 1, or 0 after reports, and the file is as it was then.
 // `fill` gives the new samples their values before any other server sees them; where it gives false nothing
 // has been added.
 int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
-                     const std::function<bool()>& fill = nullptr);
+                     const sample_filler& fill = nullptr);
 int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const std::function<bool()>& fill = nullptr);
+                     const sample_filler& fill = nullptr);
 // Removes the derived files of a file's folder.
 void qd_delete_derived_files(const char* file_path);
 

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "samples/qd_column_move.h"
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "store/qd_info.h"
@@ -151,7 +152,7 @@ void fill_entry(const qd_variable_place& place, const char* directory, const cha
 // Gives the handle of a variable its entry: an open one, or a new one. `catalogue_name` is the variable's own
 // name, without an index. What an entry holds is of one variable: the descriptors are read while the data
 // file is open, and it is still in its place afterwards.
-int select_found(const qd_variable_place& place, const char* directory, const char* file,
+int select_entry(const qd_variable_place& place, const char* directory, const char* file,
                  const char* variable, const char* catalogue_name, unit_choice choice,
                  qd_variable_handle& selected, qd_variable_handle& handle) {
   found_variable found;
@@ -188,6 +189,23 @@ int select_found(const qd_variable_place& place, const char* directory, const ch
   selected.entry = slot + 1;
   handle = selected;
   return 1;
+}
+
+// The same, and the columns of a macro variable are where its count tells: a growth that is under way is
+// waited for.
+int select_found(const qd_variable_place& place, const char* directory, const char* file,
+                 const char* variable, const char* catalogue_name, unit_choice choice,
+                 qd_variable_handle& selected, qd_variable_handle& handle) {
+  constexpr int attempts = 4;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    const bool found =
+        select_entry(place, directory, file, variable, catalogue_name, choice, selected, handle) != 0;
+    if (found && qd_columns_hold(*qd_entry(handle.entry))) return 1;
+    handle = qd_variable_deselect(handle);
+    if (!found && !qd_columns_move(place.file_path)) return 0;
+    if (!qd_settle_columns(place.file_path)) return 0;
+  }
+  return 0;
 }
 
 qd_io& io_of(std::int64_t io, const char* function) {

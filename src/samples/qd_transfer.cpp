@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "samples/qd_column_move.h"
 #include "samples/qd_data_file.h"
 #include "samples/qd_read_write.h"
 #include "store/qd_tools.h"
@@ -74,7 +75,8 @@ range_guard::range_guard(const range_transfer& range, purpose what) {
   for (std::int64_t v = 0; v < range.variable_count() && holds_; ++v) holds_ = qd_is_in_place(range.entry(v));
   qd_file_record now;
   if (holds_ && in_columns)
-    holds_ = qd_file_descriptor_read(file_path, now) != 0 && now.sample_count == range.samples;
+    holds_ = !qd_columns_move(file_path) && qd_file_descriptor_read(file_path, now) != 0 &&
+             now.sample_count == range.samples;
 }
 
 bool selection_mask::load(const range_transfer& range) {

@@ -235,7 +235,7 @@ TEST(Append, AFailureLeavesTheFileAsItWas) {
     EXPECT_TRUE(tree_of(study.file_path()) == before) << limit;
     EXPECT_EQ(qd_entry(selected.handle().entry)->sample_count, 512);
   }
-  EXPECT_EQ(qd_append_sample("Dir", "File", 1, [] { return false; }), 0);
+  EXPECT_EQ(qd_append_sample("Dir", "File", 1, [](std::int64_t, std::int64_t) { return false; }), 0);
   EXPECT_TRUE(tree_of(study.file_path()) == before) << "no values for the new samples";
 
   ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);

@@ -5,12 +5,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
 #include <functional>
 
 #include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
+#include "store/qd_walk.h"
 #include "support/console.h"
 #include "util/qu_lock.h"
 
@@ -130,6 +132,72 @@ TEST_F(column_moves, a_journal_that_cannot_be_used_is_a_refusal) {
   }
   fs::remove(journal);
   EXPECT_TRUE(tree() == whole);
+}
+
+// The values of the second column of a variable, as a request reads them; empty if it is refused.
+std::string second_column(const char* name) {
+  selected_variable variable;
+  if (qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle) == 0) return "";
+  io_record io;
+  io.id = qd_set_io({}, 1, &variable.handle);
+  const std::int64_t last = qd_entry(variable.handle.entry)->sample_count;
+  std::vector<double> values(static_cast<std::size_t>(last));
+  std::int64_t count = 0;
+  if (qd_read_float_free(io.id, SEL_MASKED, 1, last, &count, values) == 0) return "";
+  std::string text;
+  for (double value : values) text += value == missing_double ? '.' : static_cast<char>(value);
+  return text;
+}
+
+TEST_F(column_moves, a_reader_undoes_what_a_killed_growth_has_begun) {
+  in_killed_server([](column_move& move) {
+    if (!move.begin()) _exit(4);
+  });
+  EXPECT_EQ(second_column("B[2]"), "ABCD");
+  EXPECT_TRUE(tree() == whole);
+}
+
+bool write_second(const char* name, double value) {
+  selected_variable variable;
+  if (qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle) == 0) return false;
+  io_record io;
+  io.id = qd_set_io({}, 1, &variable.handle);
+  return qd_write_float_free(io.id, SEL_MASKED, 2, 2, std::array{value}) != 0;
+}
+
+// One server lets the file grow, one reads, one writes: each right at every moment.
+TEST_F(column_moves, others_read_and_write_while_columns_move) {
+  constexpr int growths = 60;
+  const auto server = [](const std::function<bool()>& round) {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    for (;;) {
+      qd_file_record file;
+      path_text path;
+      if (!round()) _exit(1);
+      if (qd_find_file("Dir", "File", path, file) == LOOKUP_FOUND && file.sample_count >= 4 + growths)
+        _exit(0);
+    }
+  };
+  int value = 0;
+  const pid_t servers[] = {server([] {
+                             const std::string read = second_column("B[2]");
+                             return read.empty() || read == "ABCD" + std::string(read.size() - 4, '.');
+                           }),
+                           server([&value] {
+                             value = (value + 1) % 100;
+                             if (!write_second("A[2]", 100 + value)) return true;
+                             std::string read;
+                             for (int i = 0; i < 50 && read.empty(); ++i) read = second_column("A[2]");
+                             return read.empty() || read[1] == static_cast<char>(100 + value);
+                           })};
+  for (int i = 0; i < growths; ++i) EXPECT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  for (const pid_t each : servers) {
+    int status = -1;
+    waitpid(each, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(second_column("B[2]"), "ABCD" + std::string(growths, '.'));
 }
 
 }  // namespace
