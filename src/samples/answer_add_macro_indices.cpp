@@ -59,7 +59,7 @@ const char* read_indices(wire_indices& indices) {
 qd_macro_descr* read_macro(const char* variable) {
   path_text path;
   if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0) return nullptr;
-  return qd_macro_descr_look(path);
+  return qd_macro_descr_read(path);
 }
 
 }  // namespace

@@ -149,7 +149,7 @@ bool data_request::set_index() {
   // The index may have left the macro since it was chosen.
   bool known = variable_.handle.macro_slot != -1;
   if (!known) {
-    macro_descriptor descriptor(qd_macro_descr_look(entry().variable_path));
+    macro_descriptor descriptor(qd_macro_descr_read(entry().variable_path));
     known = descriptor && descriptor->slot_of(current_context.indice) >= 0;
   }
   if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice) != 0) return true;

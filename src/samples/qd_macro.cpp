@@ -10,7 +10,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -60,9 +62,9 @@ std::int64_t file_size(std::FILE* stream) {
   return fstat(fileno(stream), &status) == 0 ? status.st_size : 0;
 }
 
-// The count of alphanumerical indices that a file may hold; another one is fatal.
-void require_alpha_count(const char* function, std::int64_t count, std::int64_t slots) {
-  if (count != 0 && count != slots) qu_fatal_number(function, 1);
+// The count of alphanumerical indices that a file may hold.
+bool is_alpha_count(std::int64_t count, std::int64_t slots) {
+  return count == 0 || count == slots;
 }
 
 bool read_descriptor(std::FILE* stream, qd_macro_descr& descriptor) {
@@ -81,8 +83,7 @@ bool read_descriptor(std::FILE* stream, qd_macro_descr& descriptor) {
   if (version < alpha_since_version) return true;
 
   std::int64_t alpha_count = 0;
-  if (qu_xdr_int(xdr.get(), &alpha_count) == 0) return false;
-  require_alpha_count("qd_macro_descr_read", alpha_count, slots);
+  if (qu_xdr_int(xdr.get(), &alpha_count) == 0 || !is_alpha_count(alpha_count, slots)) return false;
   for (std::int64_t i = 0; i < alpha_count; ++i) {
     name_text alpha;
     if (qu_xdr_text(xdr.get(), alpha, alpha_text_limit) == 0) return false;
@@ -127,23 +128,22 @@ qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor) {
 qd_macro_descr* qd_macro_descr_read(const char* variable_path) {
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  file_stream stream = qd_object_file_open(path, read_binary);
-  if (!stream) return nullptr;
-  qd_macro_descr* descriptor = qd_macro_descr_new(0);
-  if (read_descriptor(stream.get(), *descriptor)) return descriptor;
-  qu_message("Macro Variable Descriptor corrupted:\n%s\n", variable_path);
+  const file_stream stream(qu_file_open_n(path, read_binary));
+  const int reason = errno;
+  if (!stream && reason == ENOENT && qd_object_lost(variable_path)) return nullptr;
+  qd_macro_descr* descriptor = stream ? qd_macro_descr_new(0) : nullptr;
+  if (stream && read_descriptor(stream.get(), *descriptor)) return descriptor;
+  const bool damaged = stream && std::ferror(stream.get()) == 0;
+  if (stream && !damaged) qu_message("Cannot read \"%s\": %s", path, qu_strerror(1));
+  if (damaged) qu_message("Macro Variable Descriptor corrupted:\n%s\n", variable_path);
+  errno = reason;
+  if (!stream) qu_message("Cannot open \"%s\": %s", path, qu_strerror(1));
   return qd_macro_descr_free(descriptor);
-}
-
-qd_macro_descr* qd_macro_descr_look(const char* variable_path) {
-  path_text path;
-  qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  return qu_file_readable(path) ? qd_macro_descr_read(variable_path) : nullptr;
 }
 
 int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor) {
   std::int64_t alpha_count = descriptor.alpha_indices.count();
-  require_alpha_count("qd_macro_descr_write", alpha_count, descriptor.slot_count());
+  if (!is_alpha_count(alpha_count, descriptor.slot_count())) qu_fatal_number("qd_macro_descr_write", 1);
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
   if (!qd_object_file_replace(path, [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); }))
@@ -227,7 +227,7 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   if (alpha != nullptr) alpha->reset(nullptr);
   const qd_selected_entry* entry = qd_entry(handle.entry);
   if (entry == nullptr || qd_two_files_available() == 0) return {};
-  macro_descriptor descriptor(qd_macro_descr_look(entry->variable_path));
+  macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
   if (!descriptor) return {};
 
   std::vector<std::int64_t> indices, slots;

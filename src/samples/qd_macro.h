@@ -26,12 +26,10 @@ struct qd_macro_descr {
 
 qd_macro_descr* qd_macro_descr_new(std::int64_t slots);
 qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor);
-// Null after a report if the file is corrupted; a file that can't be opened is fatal, unless another server
-// has deleted the variable: then null, and qd_object_gone() tells so.
+// Null after a report if the file is missing, can't be read or is corrupted; without one if another server
+// has deleted the variable, which qd_object_gone() tells then. Never ends the process.
 qd_macro_descr* qd_macro_descr_read(const char* variable_path);
 // 1 or 0. Other servers see the old file or the new one.
-// The same for a request, which only refuses what can't be read: null also if there is no file.
-qd_macro_descr* qd_macro_descr_look(const char* variable_path);
 int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor);
 
 // Owns a descriptor.

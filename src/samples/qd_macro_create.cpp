@@ -1,4 +1,5 @@
-// Adding indices to a macro variable. New columns go behind the old ones in its data file.
+// Adding indices to a macro variable. New columns go behind the old ones in its data file; until the
+// descriptor tells of them they belong to nobody, and the next one who adds some writes over them.
 #include <algorithm>
 #include <cinttypes>
 #include <cstdlib>
@@ -7,9 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "samples/qd_column_move.h"
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "samples/qd_select.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
@@ -26,9 +29,9 @@ constexpr char function[] = "qd_create_macro_variable_indices";
 constexpr int gone = -1;
 
 struct macro_target {
+  locked_file file;
   path_text path;
   path_text data_path;
-  qd_file_record file;
   qd_variable_record variable;
 };
 
@@ -71,14 +74,13 @@ class slot_table {
   std::vector<std::int64_t> slots_;
 };
 
-// 1, 0 or -1 as the operation.
+// 1, 0 or -1 as the operation. The file stays locked, so that no other server adds samples or indices
+// meanwhile.
 int find_target(const char* directory, const char* file, const char* variable, macro_target& target) {
-  path_text file_path;
-  lookup_result found = qd_find_file(directory, file, file_path, target.file);
-  if (found == LOOKUP_FOUND)
-    found = qd_find<variable_level>(file_path, variable, target.path, target.variable);
-  if (found == LOOKUP_ABSENT) return gone;
-  if (found == LOOKUP_UNREADABLE) qu_fatal("%s: unable to read the descriptor", function);
+  if (target.file.open(directory, file) != LOOKUP_FOUND || !qd_settle_columns(target.file.path) ||
+      qd_file_descriptor_read(target.file.path, target.file.record) == 0 ||
+      qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != LOOKUP_FOUND)
+    return gone;
   if (target.variable.type != VAR_MACRO) qu_fatal("%s: Not a Macro Variable...", function);
   qu_path_join(target.data_path, {target.path, path_separator, data_file_name});
 
@@ -175,13 +177,12 @@ void report_full_disk(const char* directory, const char* file, const char* varia
   qu_message("       FILE PATH: >>>%s<<<\n\n", path);
 }
 
-// False if another server has deleted the variable.
-bool require_open_data_file(const macro_target& target) {
-  if (!qu_file_restore(target.data_path))
-    qu_fatal("%s: cannot uncompress variable...", function);
+// False if it can't be written, or another server has deleted it.
+bool can_open_data_file(const macro_target& target) {
+  if (!qu_file_restore(target.data_path)) return false;
   if (!file_stream(qu_file_open_n(target.data_path, append_binary))) {
-    if (qd_folder_gone(target.path)) return false;
-    qu_fatal("%s: DATAVAR open failed...", function);
+    if (!qd_folder_gone(target.path)) qu_message("%s: DATAVAR open failed...", function);
+    return false;
   }
   if (qd_selected_find(target.path) != nullptr) qu_fatal("%s: Macro Variable already selected", function);
   return true;
@@ -194,22 +195,32 @@ std::int64_t descriptor_room(const qd_macro_descr& merged, std::size_t texts) {
                                    disk_blocks);
 }
 
-// Appends the new columns: 1 done, 0 a write failed, -1 there is no room (nothing is written then), also
-// not for so many bytes beside them.
-int grow_data_file(const macro_target& target, std::int64_t columns, std::int64_t bytes_beside) {
-  std::int64_t bits = target.variable.bit_length, capacity = target.file.allocated_samples;
-  bool grows = columns > 0 && capacity > 0;
+// Puts the new columns behind those that the old descriptor tells of. False when there is no room, also not
+// for so many bytes beside them, or a write failed: the data file is as it was.
+bool add_columns(const macro_target& target, std::int64_t columns, std::int64_t added,
+                 std::int64_t bytes_beside, growing_data_file& grown) {
+  const std::int64_t bits = target.variable.bit_length, capacity = target.file.record.allocated_samples;
+  const bool grows = added > 0 && capacity > 0;
   if (grows && !is_numeric_bit_length(bits)) qu_fatal("%s: Impossible case...", function);
-  std::int64_t blocks = 0, bytes = 0;
-  if (grows && (__builtin_mul_overflow(capacity / block_samples, columns, &blocks) ||
-                __builtin_mul_overflow(blocks, block_samples / 8 * bits, &bytes)))
-    return -1;
+  std::int64_t blocks = 0, bytes = 0, samples = 0;
+  if (grows &&
+      (__builtin_mul_overflow(capacity / block_samples, added, &blocks) ||
+       __builtin_mul_overflow(blocks, block_samples / 8 * bits, &bytes) ||
+       __builtin_mul_overflow(std::max(capacity, target.file.record.sample_count), columns * bits, &samples)))
+    return false;
   if (__builtin_add_overflow(bytes, bytes_beside, &bytes) || !qd_file_system_has_room(target.path, bytes))
-    return -1;
-  if (!grows) return 1;
-  checked_array<unsigned char> block;
-  if (!qd_fill_block(bits, false, block)) return -1;
-  return st_file_concat(target.data_path, block.data(), block.count(), blocks, bits);
+    return false;
+  if (!grows || blocks == 0) return true;
+  checked_array<unsigned char> block, piece;
+  return qd_stored_fill_block(bits, false, block) && piece.allocate(qd_piece_bytes(block.count(), blocks)) &&
+         grown.extend(target.data_path, samples / 8 + (samples % 8 != 0 ? 1 : 0), block, blocks, piece);
+}
+
+// The new descriptor may be in place although something failed behind that.
+bool write_descriptor(const macro_target& target, const qd_macro_descr& merged) {
+  if (qd_macro_descr_write(target.path, merged) != 0) return true;
+  const macro_descriptor now(qd_macro_descr_read(target.path));
+  return now && now->indices == merged.indices && now->alpha_indices.count() == merged.alpha_indices.count();
 }
 
 }  // namespace
@@ -221,8 +232,7 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
   macro_target target;
   if (int found = find_target(directory, file, variable, target); found != 1) return found;
   macro_descriptor old(qd_macro_descr_read(target.path));
-  if (!old && qd_object_gone()) return gone;
-  if (!old) qu_fatal("%s: No macro descriptor...", function);
+  if (!old) return gone;
 
   const new_indices added{count, indices, alpha};
   if (!check_arguments(added)) return 0;
@@ -246,15 +256,21 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
   if (!texts_are_distinct(texts, variable)) return 0;
   for (const std::string& text : texts) merged.alpha_indices.add(text.c_str(), name_size);
 
-  if (!require_open_data_file(target)) return gone;
-  int grown =
-      grow_data_file(target, merged.slot_count() - old->slot_count(), descriptor_room(merged, texts.size()));
-  if (grown == 1 && qd_macro_descr_write(target.path, merged) != 0) return 1;
+  if (!can_open_data_file(target)) return gone;
+  growing_data_file grown;
+  const std::int64_t columns = old->slot_count();
+  if (add_columns(target, columns, merged.slot_count() - columns, descriptor_room(merged, texts.size()),
+                  grown)) {
+    if (write_descriptor(target, merged)) return 1;
+    grown.undo();
+  }
   if (qd_folder_gone(target.path)) return gone;
-  report_full_disk(directory, file, variable, target.path);
+  if (qd_capacity_is_damaged(target.file.record))
+    qd_report_damaged_capacity(directory, file);
+  else
+    report_full_disk(directory, file, variable, target.path);
   if (refusal != nullptr)
     *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
-  if (grown == 0) qd_remove_object<variable_level>(target.path, variable);
   return 0;
 }
 

@@ -76,7 +76,7 @@ lookup_result find_variable(const char* file_path, const char* variable, int& na
 bool find_macro_slot(int name_class, const char* variable_path, const char* variable, std::int64_t& slot) {
   slot = name_class;
   if (name_class <= 0) return true;
-  macro_descriptor descriptor(qd_macro_descr_look(variable_path));
+  macro_descriptor descriptor(qd_macro_descr_read(variable_path));
   slot = descriptor ? descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr)) : -1;
   return slot >= 0;
 }
@@ -406,7 +406,7 @@ int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
     any_generic = true;
     const qd_selected_entry* entry = qd_entry(record.variables[v]);
     if (entry == nullptr) qu_fatal_number(function, 10);
-    macro_descriptor descriptor(qd_macro_descr_look(entry->variable_path));
+    macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
     std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
     if (slot < 0) return 0;
     record.macro_slots[v] = slot;

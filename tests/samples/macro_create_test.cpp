@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -105,16 +106,53 @@ TEST(MacroCreateForms, AFileWithoutCapacityGetsOnlyTheDescriptor) {
   EXPECT_EQ(read_file(path + "/DATAVAR"), "");
 }
 
-TEST_F(MacroCreate, AFailedWriteTakesTheVariableAwayAndNothingElse) {
+TEST_F(MacroCreate, AFailedWriteLeavesTheVariableAsItWas) {
   make({4});
-  std::string other = study.add("Other", VAR_FLOAT, 8, "data");
-  std::string console = console_of([] {
+  const std::string console = console_of([] {
     file_size_limit disk(column_bytes + 100);
     EXPECT_EQ(add({5}), 0);
   });
   EXPECT_NE(console.find("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n"), std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(path));
-  EXPECT_EQ(read_file(other + "/DATAVAR"), "data");
+  expect({4});
+  // No place for the descriptor.
+  std::filesystem::rename(path + "/MACRO", path + "/KEPT");
+  std::filesystem::create_symlink("KEPT", path + "/MACRO");
+  std::filesystem::permissions(path + "/KEPT", std::filesystem::perms::owner_read);
+  if (geteuid() != 0) console_of([] { EXPECT_EQ(add({5}), 0); });
+  EXPECT_TRUE(read_file(path + "/DATAVAR") == data);
+  EXPECT_EQ(read_file(path + "/KEPT"), macro_bytes({4}));
+}
+
+TEST_F(MacroCreate, WhatAKilledCreationHasLeftIsWrittenOver) {
+  make({4});
+  write_file(path + "/DATAVAR", data + std::string(777, 'x'));
+  EXPECT_EQ(add({5}), 1);
+  expect({4, 5});
+}
+
+TEST_F(MacroCreate, ADescriptorThatCannotBeReadIsARefusal) {
+  make({4});
+  for (const char* damage : {"damaged", ""}) {
+    write_file(path + "/MACRO", damage);
+    console_of([] { EXPECT_EQ(add({5}), -1); });
+    EXPECT_TRUE(read_file(path + "/DATAVAR") == data);
+  }
+  std::filesystem::remove(path + "/MACRO");
+  console_of([] { EXPECT_EQ(add({5}), -1); });
+  EXPECT_FALSE(std::filesystem::exists(path + "/MACRO"));
+}
+
+TEST_F(MacroCreate, ADamagedCapacityIsNamed) {
+  make({4});
+  file_fields fields = {.name = "File", .organisation = ORG_POINTS, .dimension = 3};
+  fields.samples = 600;
+  fields.allocated = std::int64_t{1} << 60;
+  write_file(study.file_path() + "/DESCR", fields.bytes_of());
+  const std::string console = console_of([] { EXPECT_EQ(add({5}), 0); });
+  EXPECT_NE(console.find("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n"),
+            std::string::npos)
+      << console;
+  expect({4});
 }
 
 using MacroCreateDeathTest = MacroCreate;
