@@ -14,11 +14,13 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <optional>
 
 #include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
 #include "units/qu_units.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -131,6 +133,14 @@ bool read_fields(XDR* xdr, const char* path, std::int64_t* version, qd_variable_
   return move_comment_out(xdr, path);
 }
 
+// True of a descriptor of an old version, which is rewritten when it is read. Leaves the place of reading.
+bool needs_upgrade(XDR* xdr) {
+  std::int64_t version = 0;
+  const bool read = qu_xdr_int(xdr, &version);
+  xdr_setpos(xdr, 0);
+  return read && version >= oldest_descriptor_version && is_old_descriptor(version);
+}
+
 // Only a length has a factor on disk.
 qd_variable_record stored_form(const qd_variable_record& record) {
   qd_variable_record fields = record;
@@ -154,12 +164,20 @@ bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& v
 
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
   record = qd_variable_record();
-  descriptor_reader descriptor(path);
-  if (!descriptor) return 0;
+  std::optional<descriptor_reader> descriptor(path);
+  std::optional<folder_lock> lock;
+  if (*descriptor && needs_upgrade(descriptor->get())) {
+    // Another server may upgrade it at this moment, and have it changed before we look again.
+    path_text file_path;
+    qu_path_join(file_path, {path});
+    lock.emplace(qu_file_dirname(file_path, file_path));
+    descriptor.emplace(path);
+  }
+  if (!*descriptor) return 0;
 
   std::int64_t version = 0;
-  bool done = read_fields(descriptor.get(), path, &version, record);
-  if (done && is_old_descriptor(version)) done = qd_variable_descriptor_write(path, record);
+  bool done = (!lock || *lock) && read_fields(descriptor->get(), path, &version, record);
+  if (done && is_old_descriptor(version)) done = qd_variable_descriptor_write(path, record) != 0;
   if (!done && !qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
   return done ? 1 : 0;
 }
