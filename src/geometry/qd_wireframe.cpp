@@ -1,9 +1,6 @@
 #include "geometry/qd_wireframe.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <new>
 #include <string>
 
 #include "geometry/qd_companion.h"
@@ -11,8 +8,6 @@
 #include "samples/qd_read_write.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_info.h"
-#include "store/qd_manage.h"
-#include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr_block.h"
@@ -26,7 +21,6 @@ constexpr std::int64_t wireframe_version = 3;
 constexpr std::uint32_t object_name_limit = 50;
 constexpr std::int64_t bytes_per_vertex = 24;
 constexpr std::int64_t bytes_per_triangle = 12;
-constexpr std::int64_t wireframe_dimension = 3;
 
 // Those of the samples' places.
 constexpr builtin_variable centers[3] = {{"X+ Gravity Center (READONLY)", KIND_X},
