@@ -11,6 +11,7 @@
 #include "store/qd_variable_files.h"
 #include "store/qd_walk.h"
 #include "units/qu_units.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 
 namespace qrd {
@@ -101,15 +102,22 @@ int qd_create_variable(const char* directory, const char* file, const char* name
 
   prepared_object folder(file_path);
   placement placed = placement::failed;
+  bool has_changed = false;
   {
     log_pause pause;
     // A capacity that is no number of blocks comes from a damaged descriptor.
     bool is_capacity = filled >= 0 && filled % block_samples == 0;
-    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled) &&
-        is_still(file_path, file_record))
-      placed = folder.place(variable_numbering);
+    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled)) {
+      // Another server may have let the file grow, or made one of that name, until the lock was to be had.
+      const folder_lock lock(file_path);
+      if (lock && is_still(file_path, file_record) &&
+          qd_find<variable_level>(file_path, name, existing_path, existing) == LOOKUP_ABSENT)
+        placed = folder.place(variable_numbering);
+      else
+        has_changed = true;
+    }
   }
-  if (placed == placement::failed && !is_still(file_path, file_record)) {
+  if (placed == placement::failed && (has_changed || !is_still(file_path, file_record))) {
     qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
     name_variable(directory, file, name);
     return 0;
@@ -123,6 +131,10 @@ int qd_create_variable(const char* directory, const char* file, const char* name
       name_variable(directory, file, name);
       return 0;
     case placement::failed:
+      if (filled != 0 && qd_capacity_is_damaged(file_record)) {
+        qd_report_damaged_capacity(directory, file);
+        return 0;
+      }
       qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
       qu_message("         OR WRITE PROTECTED ?\n");
       name_variable(directory, file, name);
