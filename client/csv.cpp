@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "client/error.h"
+#include "client/names.h"
 
 namespace qrd::client {
 
@@ -127,7 +128,8 @@ std::size_t csv_table::index_of(std::string_view name) const {
   if (found == names_.end()) {
     std::string known;
     for (const std::string& one : names_) known += (known.empty() ? "" : ", ") + one;
-    throw error("there is no column \"" + std::string(name) + "\"; the columns are: " + known);
+    throw error("there is no column \"" + std::string(name) + "\"" + did_you_mean(name, names_) +
+                "; the columns are: " + known);
   }
   if (std::find(found + 1, names_.end(), name) != names_.end())
     throw error("there are two columns \"" + std::string(name) + "\"");

@@ -24,6 +24,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+constexpr const char* loopback_address = "127.0.0.1";
 // How often a process that may have ended is looked at.
 constexpr milliseconds look_time{10};
 
@@ -76,6 +77,8 @@ std::vector<std::string> merged_environment(const std::vector<std::pair<std::str
     const std::size_t split = line.find('=');
     if (split != std::string::npos) merged[line.substr(0, split)] = line.substr(split + 1);
   }
+  // Nobody but the starter talks to it, and that on this address.
+  merged["QRD_LISTEN_ADDRESS"] = loopback_address;
   for (const auto& [name, value] : changes) merged[name] = value;
   std::vector<std::string> lines;
   for (const auto& [name, value] : merged) lines.push_back(name + "=" + value);
@@ -110,7 +113,9 @@ pid_t spawn(const server_options& options, std::uint16_t control_port) {
   sigfillset(&all);
   posix_spawnattr_setsigmask(&attributes, &none);
   posix_spawnattr_setsigdefault(&attributes, &all);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  // In a session of its own: a Ctrl-C on the terminal is for the program that has to put things in order with
+  // it.
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
 
   pid_t id = -1;
   const int status = posix_spawnp(&id, program.c_str(), &actions, &attributes, pointers(arguments).data(),
@@ -155,7 +160,7 @@ server_process::~server_process() {
 }
 
 connection server_process::connect(const connection_options& options) const {
-  return connection::connect("127.0.0.1", port_, options);
+  return connection::connect(loopback_address, port_, options);
 }
 
 std::optional<int> server_process::wait(milliseconds time) {

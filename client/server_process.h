@@ -22,7 +22,8 @@ struct server_options {
   std::string program = "QRDserver";
   // Passed after "-control PORT".
   std::vector<std::string> arguments;
-  // Set in the server's environment, over what this process has.
+  // Set in the server's environment, over what this process has. It listens on 127.0.0.1 unless told
+  // otherwise.
   std::vector<std::pair<std::string, std::string>> environment;
   // Receives what the server prints, at its end; empty: dropped.
   std::string output_file;

@@ -4,7 +4,9 @@
 #include <charconv>
 #include <numeric>
 
+#include "client/command/choose.h"
 #include "client/command/progress.h"
+#include "client/interruption.h"
 #include "client/numbers.h"
 
 namespace qrd::command {
@@ -62,7 +64,7 @@ column open_column(client::connection& server, const std::string& name, const st
         server.variable_exists(generic))
       result.variable.name = generic;
   }
-  server.set_variable(result.variable.name);
+  choose_variable(server, result.variable.name);
   result.info = server.variable_info();
   const bool is_macro = result.info.type == client::variable_type::macro;
   if (is_macro && !result.variable.index && !index.empty()) take_index();
@@ -75,13 +77,15 @@ column open_column(client::connection& server, const std::string& name, const st
 
 std::vector<column> open_columns(client::connection& server, const std::string& name) {
   if (!name.ends_with(generic_suffix)) return {open_column(server, name)};
-  server.set_variable(name);
+  choose_variable(server, name);
   const client::variable_info info = server.variable_info();
   if (info.type != client::variable_type::macro) return {open_column(server, name)};
   std::vector<column> columns;
   if (info.indices == 0) return columns;
-  for (const std::int32_t number : server.macro_index_numbers()) {
-    column one{{}, {name, number}, info};
+  const client::macro_indices indices = server.macro_indices();
+  for (std::size_t i = 0; i < indices.numbers.size(); ++i) {
+    column one{{}, {name, indices.numbers[i]}, info};
+    if (indices.names) one.variable.index = (*indices.names)[i];
     one.title = shown(one.variable);
     columns.push_back(std::move(one));
   }
@@ -179,11 +183,11 @@ std::vector<std::string> coordinate_units(client::connection& server) {
 }
 
 void open_place(client::connection& server, const place_options& place) {
-  server.set_study(place.study);
+  choose_study(server, place.study);
   use_units(server, place.unit);
-  server.set_directory(place.directory);
-  server.set_file(place.file);
-  if (!place.selection.empty()) server.set_selection(place.selection);
+  choose_directory(server, place.directory);
+  choose_file(server, place.file);
+  if (!place.selection.empty()) choose_selection(server, place.selection);
 }
 
 std::optional<client::sample_range> wanted_range(client::connection& server, const place_options& place,
@@ -215,6 +219,7 @@ void read_pieces(client::connection& server, const std::vector<column>& columns,
   std::uint64_t done = 0;
   std::vector<column_values> values(columns.size());
   for (std::int64_t first = range.first; first <= range.last; first += piece) {
+    client::check_interruption();
     const client::sample_range part{first, std::min(range.last, first + piece - 1)};
     const auto samples = static_cast<std::uint64_t>(part.last - part.first + 1);
     for (std::size_t i = 0; i < columns.size(); ++i) {

@@ -6,10 +6,13 @@
 #include <set>
 
 #include "client/cells.h"
+#include "client/command/choose.h"
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/session.h"
+#include "client/command/undo.h"
 #include "client/csv.h"
+#include "client/names.h"
 
 namespace qrd::command {
 
@@ -57,6 +60,7 @@ std::string study_path(const common_options& common, const std::string& name) {
 }
 
 void new_study(const common_options& common, const new_options& options) {
+  client::check_new_name(options.study, "study");
   std::string path = options.path.empty() ? study_path(common, options.study) : options.path;
   if (common.server.empty()) path = std::filesystem::absolute(path).lexically_normal().string();
   with_session(
@@ -64,19 +68,21 @@ void new_study(const common_options& common, const new_options& options) {
 }
 
 void new_directory(const common_options& common, const new_options& options) {
+  client::check_new_name(options.directory, "directory");
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     server->new_directory(options.directory);
   });
 }
 
 void in_directory(const common_options& common, const new_options& options,
                   const std::function<void(client::connection&)>& act) {
+  client::check_new_name(options.file, "file");
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     server->set_unit_mode(client::unit_mode::own);
     server->set_creation_units(options.coordinate_unit, options.coordinate_unit, options.coordinate_unit);
-    server->set_directory(options.directory);
+    choose_directory(*server, options.directory);
     act(*server);
   });
 }
@@ -115,10 +121,19 @@ void new_grid(const common_options& common, const new_options& options) {
   std::vector<double> angles = options.rotation;
   angles.resize(3, 0);
   in_directory(common, options, [&](client::connection& server) {
-    server.new_grid(options.file, grid);
-    if (options.rotation.empty()) return;
-    server.set_file(options.file);
-    server.set_grid_rotation(angles[0], angles[1], angles[2]);
+    const auto make = [&](bool& made) {
+      server.new_grid(options.file, grid);
+      made = true;
+      if (options.rotation.empty()) return;
+      server.set_file(options.file);
+      server.set_grid_rotation(angles[0], angles[1], angles[2]);
+    };
+    make_or_undo(common, server, make, [&](client::connection& again) {
+      again.set_study(options.study);
+      again.set_directory(options.directory);
+      again.set_file(options.file);
+      again.delete_file();
+    });
   });
 }
 
@@ -153,14 +168,15 @@ std::optional<std::string> wanted_unit(const new_options& options) {
 void in_file(const common_options& common, const new_options& options,
              const std::function<void(client::connection&)>& act) {
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
-    server->set_directory(options.directory);
-    server->set_file(options.file);
+    choose_study(*server, options.study);
+    choose_directory(*server, options.directory);
+    choose_file(*server, options.file);
     act(*server);
   });
 }
 
 void new_variable(const common_options& common, const new_options& options) {
+  client::check_new_name(options.name, "variable");
   in_file(common, options, [&](client::connection& server) {
     if (options.text_width > 0)
       server.new_text_variable(options.name, options.text_width);
@@ -191,14 +207,26 @@ void new_macro(const common_options& common, const new_options& options) {
   check_indices(options);
   std::string name = options.name;
   if (!name.ends_with(generic_suffix)) name += generic_suffix;
+  client::check_new_name(name, "macro variable");
   in_file(common, options, [&](client::connection& server) {
-    if (options.indices.empty() || !server.variable_exists(name))
-      server.new_macro_variable(name, options.bits, wanted_format(options), wanted_unit(options));
-    if (options.indices.empty()) return;
-    server.set_variable(name);
-    std::optional<std::vector<std::string>> names;
-    if (!options.index_names.empty()) names = options.index_names;
-    server.add_macro_indices(options.indices, names);
+    const auto make = [&](bool& made) {
+      if (options.indices.empty() || !server.variable_exists(name)) {
+        server.new_macro_variable(name, options.bits, wanted_format(options), wanted_unit(options));
+        made = true;
+      }
+      if (options.indices.empty()) return;
+      server.set_variable(name);
+      std::optional<std::vector<std::string>> names;
+      if (!options.index_names.empty()) names = options.index_names;
+      server.add_macro_indices(options.indices, names);
+    };
+    make_or_undo(common, server, make, [&](client::connection& again) {
+      again.set_study(options.study);
+      again.set_directory(options.directory);
+      again.set_file(options.file);
+      again.set_variable(name);
+      again.delete_variable();
+    });
   });
 }
 
@@ -212,13 +240,13 @@ struct link_options {
 
 void link(const common_options& common, const link_options& options) {
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
-    server->set_directory(options.directory);
-    server->set_file(options.lines);
+    choose_study(*server, options.study);
+    choose_directory(*server, options.directory);
+    choose_file(*server, options.lines);
     server->link_lines(options.points);
     if (options.names.empty()) return;
-    server->set_file(options.points);
-    server->set_variable(options.names);
+    choose_file(*server, options.points);
+    choose_variable(*server, options.names);
     server->set_line_name();
   });
 }

@@ -1,4 +1,5 @@
 #include "client/command/import.h"
+#include "client/command/choose.h"
 #include "client/command/output.h"
 
 #include <algorithm>
@@ -7,7 +8,10 @@
 #include <set>
 
 #include "client/command/progress.h"
+#include "client/command/undo.h"
 #include "client/command/write_column.h"
+#include "client/interruption.h"
+#include "client/names.h"
 
 namespace qrd::command {
 
@@ -123,17 +127,6 @@ void fill_variable(client::connection& server, const client::csv_table& table,
   }
 }
 
-// For a file that was made but could not be filled. What went wrong first is what the user has to hear.
-void delete_again(client::connection& server, const std::string& file) {
-  try {
-    server.set_progress(nullptr);
-    server.set_file(file);
-    server.delete_file();
-  } catch (const client::error&) {
-    // The connection is gone: the file stays as it is.
-  }
-}
-
 std::string type_text(const client::column_type& type) {
   if (type.is_text()) return "text of " + std::to_string(type.characters) + " characters";
   if (type.bits == 1) return "selection";
@@ -239,6 +232,7 @@ std::vector<planned_variable> plan_variables(const client::csv_table& table, con
   for (const auto& names : {options.texts, options.skipped})
     for (const std::string& name : names) table.index_of(name);
 
+  client::check_new_name(options.file, "file");
   std::vector<planned_variable> plan;
   std::set<std::string> taken;
   for (const std::string& title : chosen_columns(table, options, places)) {
@@ -246,6 +240,7 @@ std::vector<planned_variable> plan_variables(const client::csv_table& table, con
     planned_variable one;
     one.title = title;
     one.variable = parse_variable_name(title);
+    client::check_new_name(one.variable.name, "variable");
     client::column_wishes wishes;
     wishes.text = contains(options.texts, title);
     const auto own_bits = bits.find(title);
@@ -275,31 +270,35 @@ void import_file(const common_options& common, const import_options& options, co
   }
   with_session(common, [&](session& opened) {
     client::connection& server = *opened;
-    server.set_study(options.study);
+    choose_study(server, options.study);
     // Each value is given in its own unit: that of its column, that of the coordinates.
     server.set_unit_mode(client::unit_mode::own);
     server.set_creation_units(options.coordinate_unit, options.coordinate_unit, options.coordinate_unit);
-    server.set_directory(options.directory);
+    choose_directory(server, options.directory);
 
     const auto samples = static_cast<std::uint64_t>(places.samples);
     progress_bar bar("importing", samples * (plan.size() + 1), common.quiet);
     std::uint64_t done = 0;
-    file_making making{server, [&](double part) {
-                         bar.show(static_cast<std::uint64_t>(part * static_cast<double>(samples)));
-                       }};
-    try {
+    const auto fill = [&](bool& made) {
+      file_making making{server, made, [&](double part) {
+                           bar.show(static_cast<std::uint64_t>(part * static_cast<double>(samples)));
+                         }};
       make(making);
       server.set_file(options.file);
       auto macros = plan_macros(plan);
       for (const planned_variable& one : plan) {
+        client::check_interruption();
         done += samples;
         make_variable(server, one, macros);
         fill_variable(server, table, one, options, places, [&](std::uint64_t now) { bar.show(done + now); });
       }
-    } catch (const client::error&) {
-      if (making.made) delete_again(server, options.file);
-      throw;
-    }
+    };
+    make_or_undo(common, server, fill, [&](client::connection& again) {
+      again.set_study(options.study);
+      again.set_directory(options.directory);
+      again.set_file(options.file);
+      again.delete_file();
+    });
   });
   tell(common, options, plan, places.samples, notes);
 }

@@ -58,8 +58,8 @@ struct sample_places {
 // What the making of a file gets, and tells.
 struct file_making {
   client::connection& server;
+  bool& made;  // the file is there, and is ours to delete if the rest fails
   std::function<void(double part)> show;
-  bool made = false;  // the file is there, and is ours to delete if the rest fails
 };
 
 // Makes the file by `make` in the directory, makes and fills the variables in it, and deletes the file again

@@ -8,6 +8,7 @@
 #include "client/command/output.h"
 #include "client/desurvey.h"
 #include "client/holes.h"
+#include "client/interruption.h"
 #include "client/numbers.h"
 
 namespace qrd::command {
@@ -295,6 +296,7 @@ void import_lines(const common_options& common, const lines_options& options) {
                 making.made = true;
                 making.server.set_file(options.file);
                 for (std::size_t i = 0; i < file.lines.size(); ++i) {
+                  client::check_interruption();
                   const line& one = file.lines[i];
                   if (one.start)
                     making.server.append_cores(file.dimension, *one.start, one.coordinates);

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "client/command/choose.h"
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/output.h"
@@ -146,10 +147,10 @@ void list(const common_options& common, const list_options& options) {
   with_session(common, [&](session& server) {
     const bool in_directory = !options.directory.empty();
     const bool in_file = !options.file.empty();
-    if (!options.study.empty()) server->set_study(options.study);
+    if (!options.study.empty()) choose_study(*server, options.study);
     server->set_unit_mode(client::unit_mode::own);
-    if (in_directory) server->set_directory(options.directory);
-    if (in_file) server->set_file(options.file);
+    if (in_directory) choose_directory(*server, options.directory);
+    if (in_file) choose_file(*server, options.file);
     const std::vector<std::string> names = in_file                  ? server->variables()
                                            : in_directory           ? server->files()
                                            : !options.study.empty() ? server->directories()
@@ -158,10 +159,10 @@ void list(const common_options& common, const list_options& options) {
     if (options.details && in_directory) {
       for (const std::string& name : names) {
         if (in_file) {
-          server->set_variable(name);
+          choose_variable(*server, name);
           described.push_back(variable_json(*server, name));
         } else {
-          server->set_file(name);
+          choose_file(*server, name);
           described.push_back(file_json(*server, name));
         }
       }
@@ -180,10 +181,10 @@ void list(const common_options& common, const list_options& options) {
 
 void inform(const common_options& common, const list_options& options) {
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     server->set_unit_mode(client::unit_mode::own);
-    server->set_directory(options.directory);
-    server->set_file(options.file);
+    choose_directory(*server, options.directory);
+    choose_file(*server, options.file);
     json result;
     if (options.variable.empty()) {
       result = file_json(*server, options.file);
@@ -191,7 +192,7 @@ void inform(const common_options& common, const list_options& options) {
       result["variables"] = server->variables();
       result["comment"] = server->comment(client::comment_owner::file);
     } else {
-      server->set_variable(options.variable);
+      choose_variable(*server, options.variable);
       result = variable_json(*server, options.variable);
       if (result.contains("indices") && result["indices"] != 0) {
         const client::macro_indices indices = server->macro_indices();

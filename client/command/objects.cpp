@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "client/command/choose.h"
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/output.h"
@@ -101,11 +102,11 @@ json faults_json(client::connection& server, const object_options& options) {
 void describe(const common_options& common, const object_options& options,
               json (*objects_json)(client::connection&, const object_options&)) {
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     use_units(*server, options.unit);
-    server->set_directory(options.directory);
-    server->set_file(options.file);
-    if (!options.selection.empty()) server->set_selection(options.selection);
+    choose_directory(*server, options.directory);
+    choose_file(*server, options.file);
+    if (!options.selection.empty()) choose_selection(*server, options.selection);
     const std::vector<std::string> units = coordinate_units(*server);
     json told = {{"units", units}};
     told.update(objects_json(*server, options));

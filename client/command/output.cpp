@@ -48,7 +48,13 @@ void print_lines(const json& value, int depth) {
       continue;
     }
     if (one.is_array())
-      for (const json& item : one) print_one(item);
+      for (const json& item : one) {
+        // What is missing holds its place among the others.
+        if (item.is_null())
+          std::printf(" -");
+        else
+          print_one(item);
+      }
     else
       print_one(one);
     std::printf("\n");

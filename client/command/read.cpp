@@ -1,12 +1,14 @@
 // qrd read, qrd export: samples as a table.
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "client/command/column.h"
 #include "client/command/options.h"
 #include "client/command/session.h"
 #include "client/command/table_output.h"
+#include "client/interruption.h"
 #include "client/output_file.h"
 
 namespace qrd::command {
@@ -42,6 +44,9 @@ void print_table(client::connection& server, const common_options& common, const
                  const std::vector<column>& columns, std::int64_t samples,
                  const std::vector<std::size_t>& columns_that_count = {}) {
   const auto range = wanted_range(server, options.place, samples);
+  // An export that is interrupted takes its unfinished file away.
+  std::optional<client::interruption_guard> guard;
+  if (options.output != "-") guard.emplace();
   client::output_file file(options.output,
                            options.force ? client::existing_file::replaced : client::existing_file::kept);
   table_output table(columns, wanted_form(common, options), options.header_units, file.stream());

@@ -1,6 +1,7 @@
 // qrd palettes, scales, vendor: what hangs on a study and its objects.
 #include <memory>
 
+#include "client/command/choose.h"
 #include "client/command/options.h"
 #include "client/command/output.h"
 #include "client/command/session.h"
@@ -64,7 +65,7 @@ void show(const common_options& common, const resource_options& options,
           std::vector<std::string> (client::connection::*names)(),
           json (*describe)(client::connection&, const std::string&)) {
   with_session(common, [&](session& server) {
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     if (!options.name.empty()) {
       print_description(describe(*server, options.name), common.json);
       return;
@@ -78,6 +79,10 @@ void show(const common_options& common, const resource_options& options,
   });
 }
 
+json number_json(double value) {
+  return value == client::missing_value ? json(nullptr) : json(value);
+}
+
 struct vendor_options {
   std::string study;
   std::string directory;
@@ -89,17 +94,17 @@ struct vendor_options {
 void show_vendor(const common_options& common, const vendor_options& options) {
   with_session(common, [&](session& server) {
     auto scope = client::vendor_scope::study;
-    server->set_study(options.study);
+    choose_study(*server, options.study);
     if (!options.directory.empty()) {
-      server->set_directory(options.directory);
+      choose_directory(*server, options.directory);
       scope = client::vendor_scope::directory;
     }
     if (!options.file.empty()) {
-      server->set_file(options.file);
+      choose_file(*server, options.file);
       scope = client::vendor_scope::file;
     }
     if (!options.variable.empty()) {
-      server->set_variable(options.variable);
+      choose_variable(*server, options.variable);
       scope = client::vendor_scope::variable;
     }
     const client::vendor_bag bag = server->vendor_data(options.name, scope);
@@ -108,7 +113,15 @@ void show_vendor(const common_options& common, const vendor_options& options) {
       json value;
       std::visit(
           [&value](const auto& held) {
-            if constexpr (!std::is_same_v<std::decay_t<decltype(held)>, std::monostate>) value = held;
+            using type = std::decay_t<decltype(held)>;
+            if constexpr (std::is_same_v<type, std::vector<double>>) {
+              value = json::array();
+              for (const double one : held) value.push_back(number_json(one));
+            } else if constexpr (std::is_same_v<type, double>) {
+              value = number_json(held);
+            } else if constexpr (!std::is_same_v<type, std::monostate>) {
+              value = held;
+            }
           },
           attribute.value);
       attributes.push_back({{"name", attribute.name}, {"value", value}});

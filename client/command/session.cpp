@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
+#include <sstream>
 #include <utility>
 
+#include "client/command/server_texts.h"
 #include "client/error.h"
 
 namespace qrd::command {
@@ -40,16 +43,26 @@ struct output_file {
   }
 };
 
-std::string last_line(int descriptor) {
-  constexpr off_t looked_at = 2000;
+// The last lines of a file, without blank ones.
+std::string last_lines(int descriptor) {
+  constexpr off_t looked_at = 16000;
+  constexpr std::size_t most_lines = 20;
   const off_t size = lseek(descriptor, 0, SEEK_END);
   if (size <= 0) return {};
   std::string text(static_cast<std::size_t>(std::min(size, looked_at)), '\0');
   const ssize_t got = pread(descriptor, text.data(), text.size(), size - static_cast<off_t>(text.size()));
   text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-  const std::size_t line_end = text.rfind('\n');
-  return line_end == std::string::npos ? text : text.substr(line_end + 1);
+  std::deque<std::string> lines;
+  std::istringstream words(text);
+  for (std::string line; std::getline(words, line);) {
+    line.erase(line.find_last_not_of(" \r") + 1);
+    if (line.empty()) continue;
+    lines.push_back(line);
+    if (lines.size() > most_lines) lines.pop_front();
+  }
+  std::string told;
+  for (const std::string& line : lines) told += (told.empty() ? "" : "\n") + line;
+  return told;
 }
 
 }  // namespace
@@ -58,6 +71,9 @@ session::session(const common_options& common, root_use use) {
   client::connection_options options;
   options.timeout = std::chrono::seconds(common.timeout);
   if (!common.server.empty()) {
+    // The server would make and open a root of its own in the home of its account.
+    if (common.root.empty())
+      throw client::error("--server needs the database too: give --root DIR, or set QRD_ROOT");
     const auto [host, port] = parse_place(common.server);
     options.new_session = true;
     connection_.emplace(client::connection::connect(host, port, options));
@@ -82,13 +98,13 @@ session::session(const common_options& common, root_use use) {
     process_.emplace(server);
     connection_.emplace(process_->connect(options));
     connection_->open_root(root);
-  } catch (const client::refusal&) {
+  } catch (const client::refusal& problem) {
     release();
-    throw;
+    throw client::refusal(with_help(problem.what()));
   } catch (const client::error& problem) {
     const std::string words = last_words();
     release();
-    throw client::error(problem.what() + (words.empty() ? words : ": " + words));
+    throw client::protocol_error(problem.what() + (words.empty() ? words : with_help(":\n" + words)));
   }
 }
 
@@ -109,7 +125,7 @@ std::string session::last_words() const {
   // The server may just be about to say why.
   constexpr useconds_t time_to_speak = 100000;
   usleep(time_to_speak);
-  return last_line(output_);
+  return last_lines(output_);
 }
 
 void with_session(const common_options& common, const std::function<void(session&)>& act, root_use use) {
@@ -119,7 +135,9 @@ void with_session(const common_options& common, const std::function<void(session
   } catch (const client::protocol_error& problem) {
     const std::string words = opened.last_words();
     if (words.empty()) throw;
-    throw client::error(std::string(problem.what()) + ": " + words);
+    throw client::protocol_error(with_help(std::string(problem.what()) + ":\n" + words));
+  } catch (const client::refusal& problem) {
+    throw client::refusal(with_help(problem.what()));
   }
 }
 

@@ -6,6 +6,7 @@
 #include "client/command/import.h"
 #include "client/command/options.h"
 #include "client/command/progress.h"
+#include "client/command/roles.h"
 #include "client/command/session.h"
 #include "client/command/write_column.h"
 #include "client/csv.h"
@@ -20,6 +21,7 @@ struct write_options {
   std::vector<std::string> columns;
   std::string input = "-";
   client::cell_rules cells;
+  bool force = false;
 };
 
 struct source {
@@ -34,7 +36,8 @@ void write(const common_options& common, const write_options& options) {
   const client::csv_table table = client::read_table(options.input);
   with_session(common, [&](session& server) {
     open_place(*server, options.place);
-    const auto range = wanted_range(*server, options.place, server->file_info().samples);
+    const client::file_info file = server->file_info();
+    const auto range = wanted_range(*server, options.place, file.samples);
     if (!range) throw client::error("the file has no samples to write");
     const bool compressed = options.place.use() == client::selection_use::compressed;
     const auto samples = static_cast<std::uint64_t>(range->last - range->first + 1);
@@ -46,6 +49,10 @@ void write(const common_options& common, const write_options& options) {
     std::vector<source> sources;
     for (std::size_t i = 0; i < options.variables.size(); ++i) {
       source one{open_column(*server, options.variables[i], options.place.index), {}, {}};
+      const auto role = role_of(one.target.variable.name, one.target.info, file);
+      if (role && !options.force)
+        throw client::error("the variable \"" + options.variables[i] + "\" " + *role +
+                            ". --force writes into it all the same");
       const std::string& title = options.columns.empty() ? options.variables[i] : options.columns[i];
       if (one.target.is_text())
         one.texts = to_texts(table, title, options.cells, one.target.info.characters);
@@ -84,6 +91,8 @@ void add_write_command(CLI::App& program, const common_options& common) {
       ->type_name("NAME")
       ->allow_extra_args(false);
   add_cell_options(*command, options->cells);
+  command->add_flag("-f,--force", options->force,
+                    "Write into variables that the file needs, such as coordinates");
   add_range_options(*command, options->place);
   command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
   add_unit_options(*command, options->place.unit);

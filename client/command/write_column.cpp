@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "client/interruption.h"
+
 namespace qrd::command {
 
 namespace {
@@ -13,6 +15,7 @@ void write_pieces(client::connection& server, std::span<const T> values, client:
                   client::selection_use use, const shown_progress& show, const Write& write) {
   const std::size_t piece = use == client::selection_use::compressed ? values.size() : values_per_piece;
   for (std::size_t done = 0; done < values.size(); done += piece) {
+    client::check_interruption();
     const auto part = values.subspan(done, std::min(piece, values.size() - done));
     client::sample_range place = range;
     if (use == client::selection_use::masked) {

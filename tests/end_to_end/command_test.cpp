@@ -18,12 +18,12 @@ TEST_F(Command, MakesARootStudiesAndDirectories) {
   EXPECT_EQ(good({"ls", "North / 2"}), "a / b\n");
   EXPECT_NE(complaint({"new", "study", "Elsewhere"}).find("already exists"), std::string::npos);
 
-  complaint({"rm", "Elsewhere"});
-  complaint({"rm", "North / 2", "a / b"});
+  complaint({"rm", "--yes", "Elsewhere"});
+  complaint({"rm", "--yes", "North / 2", "a / b"});
   EXPECT_EQ(good({"ls", "North / 2"}), "a / b\n");
-  good({"rm", "-r", "North / 2", "a / b"});
+  good({"rm", "--yes", "-r", "North / 2", "a / b"});
   EXPECT_EQ(good({"ls", "North / 2"}), "");
-  good({"rm", "-r", "Elsewhere"});
+  good({"rm", "--yes", "-r", "Elsewhere"});
   EXPECT_EQ(good({"ls"}), "North / 2\n");
   EXPECT_FALSE(std::filesystem::exists(scratch_ / "far"));
 }
@@ -73,22 +73,24 @@ TEST_F(Command, WritesIntoWhatIsThere) {
   good({"write", "S", "D", "G", "len", "--unit", "ft", "--last", "1"}, "len\n10\n");
   EXPECT_EQ(good({"read", "S", "D", "G", "len", "--last", "2"}), "len\n3.048\n\"\"\n");
 
-  good({"rm", "S", "D", "G", "v"});
+  good({"rm", "--yes", "S", "D", "G", "v"});
   complaint({"read", "S", "D", "G", "v"});
-  complaint({"rm", "S", "D", "G", "X+ Coordinate (READONLY)"});
-  good({"rm", "S", "D", "G"});
+  complaint({"rm", "--yes", "S", "D", "G", "X+ Coordinate (READONLY)"});
+  good({"rm", "--yes", "S", "D", "G"});
   EXPECT_EQ(good({"ls", "S", "D"}), "");
 }
 
 TEST_F(Command, ComplainsInOneLine) {
-  EXPECT_EQ(complaint({"ls"}), "qrd: QRD_INIT=" + root_ + ": Cannot access directory");
+  const std::string no_root = complaints({"ls"});
+  EXPECT_TRUE(no_root.starts_with("qrd: QRD_INIT=" + root_ + ": Cannot access directory\n  help: "))
+      << no_root;
   complaint({"frob"}, {}, 2);
   complaint({}, {}, 2);
   complaint({"read", "S", "D", "F"}, {}, 2);
   make_directory();
   EXPECT_EQ(complaint({"ls", "T"}), "qrd: Study Unknown: \"T\"");
   EXPECT_EQ(complaint({"ls", "S", "E"}), "qrd: Not a valid Velmar directory: S: E");
-  complaint({"--server", "127.0.0.1:1", "ls"});
+  complaint({"--server", "127.0.0.1:1", "ls"}, {}, 3);
   complaint({"--server", "127.0.0.1:x", "ls"});
 
   // A server that is none.
@@ -101,9 +103,38 @@ TEST_F(Command, ComplainsInOneLine) {
       connection->receive(12);
       connection->send(answer);
     });
-    complaint({"--server", "127.0.0.1:" + std::to_string(listener.port()), "ls"});
+    complaint({"--server", "127.0.0.1:" + std::to_string(listener.port()), "ls"}, {}, 3);
     impostor.join();
   }
+}
+
+TEST_F(Command, ShowsWhatTheServerSaidAtItsEnd) {
+  make_directory();
+  write_file(root_ + "/DATA", "fifteen\n");
+  const std::string told = complaints({"ls"}, {}, 3);
+  EXPECT_NE(told.find("\n  help: the file DATA of the root is damaged"), std::string::npos) << told;
+  EXPECT_LT(told.find("Badly formatted version number"), told.find("help:")) << told;
+  EXPECT_LE(std::count(told.begin(), told.end(), '\n'), 22) << told;
+}
+
+TEST_F(Command, TakesDatabaseAndServerFromItsEnvironment) {
+  make_directory();
+  const auto with = [&](const strings& environment, strings arguments) {
+    strings all = environment;
+    all.push_back(QRD_CLIENT_PROGRAM);
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return run_program("/usr/bin/env", all);
+  };
+  EXPECT_EQ(with({"QRD_ROOT=" + root_}, {"ls"}).output, "S\n");
+  EXPECT_EQ(with({"QRD_ROOT=" + root_, "QRD_SERVER=127.0.0.1:1"}, {"ls"}).status, 3);
+  // A server without a root would make one where nobody looks.
+  const program_run refused = with({"HOME=" + scratch_ / "home"}, {"--server", "127.0.0.1:1", "ls"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.errors.find("QRD_ROOT"), std::string::npos) << refused.errors;
+  EXPECT_FALSE(std::filesystem::exists(scratch_ / "home"));
+  const program_run version = with({}, {"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_TRUE(version.output.starts_with("qrd ")) << version.output;
 }
 
 TEST_F(Command, EveryJsonParses) {
