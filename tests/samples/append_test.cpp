@@ -225,7 +225,7 @@ TEST(Append, AFailureLeavesTheFileAsItWas) {
   add_mixture(study);
   const std::string before = tree_of(study.file_path());
   // The disk takes less and less: the large variable, the columns, the small variable.
-  for (rlim_t limit : {6000, 5000, 2000, 600}) {
+  for (rlim_t limit : {6000U, 5000U, 2000U, 600U}) {
     bound selected("Large");
     {
       file_size_limit disk(limit);
