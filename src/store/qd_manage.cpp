@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -287,8 +288,13 @@ int qd_delete_file(const char* directory, const char* name) {
     return 0;
   }
   if (remove_with_selections<file_level>(path, name) == 0) return 0;
-  // A partner that can't be changed keeps the name of a file that is no more, which does no harm.
-  if (record.link_name[0] != '\0') qd_forget_partner(directory, record.link_name, name);
+  // A partner that can't be changed keeps the name of a file that is no more, which does no harm; a refusal
+  // now would tell that nothing has been deleted.
+  try {
+    if (record.link_name[0] != '\0') qd_forget_partner(directory, record.link_name, name);
+  } catch (const std::bad_alloc&) {
+    qu_message("WARNING: THERE IS NOT ENOUGH MEMORY TO FREE THE FILE %s OF ITS LINK", record.link_name);
+  }
   qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_DELETED);
   return 1;
 }

@@ -155,11 +155,17 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
   if (entry->stream != nullptr) {
     bool closed = std::fclose(entry->stream) == 0;
     entry->stream = nullptr;
-    if (!closed) qu_fatal_number(function, 26);
+    if (!closed) {
+      const char* reason = qu_strerror(1);
+      qu_message("Unable to close the data of \"%s\": %s", entry->variable_path, reason);
+      qu_fatal_number(function, 26);
+    }
   }
   if (qd_remove_folder(entry->variable_path,
-                       [entry](const char* folder) { return is_variable_of(*entry, folder); }) == 0)
+                       [entry](const char* folder) { return is_variable_of(*entry, folder); }) == 0) {
+    qu_message("Unable to delete the variable \"%s\"", entry->variable_path);
     qu_fatal_number(function, 30);
+  }
   if (entry->reference_count > 1) qu_fatal_number(function, 60);
   log_change(entry->directory_name, entry->file_name, entry->variable_name, entry->kind, CHANGE_DELETED);
   return qd_variable_deselect(handle);
