@@ -9,7 +9,8 @@ namespace qrd {
 int server_answer_study_list(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not defined");
   string_list names;
-  qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr);
+  if (qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr) == registry_unreadable)
+    return refuse("%s", no_registry_text);
   return answer("SSTUDIES", wire_names{names});
 }
 

@@ -11,6 +11,7 @@
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "util/qu_file.h"
+#include "util/qu_lock.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -74,21 +75,25 @@ int server_answer_study_new(const char* /*request*/) {
   if (!is_old_client() && !read_arguments(path)) return -1;
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
+  // Held until the study is registered, so that no other server's study gets lost in between.
+  const folder_lock lock(root_path);
   string_list all_names, all_paths;
-  qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths);
+  const bool is_known =
+      qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) != registry_unreadable;
   server_debug(1, "Creating Study: \"%s\".", name.c_str());
   if (all_names.find(name.c_str()) >= 0)
     return refuse("WARNING: This study already exists: %s", name.c_str());
 
   root_text folder;
   std::string wanted = is_old_client() ? path_beside_first(name.c_str(), all_paths) : path.c_str();
-  if (!can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
-      lies_in_catalogue(folder, all_paths) || qu_study_create(folder, no_name, 1) != 0)
+  const auto enter = [&] {
+    all_names.add(name.c_str(), name_size);
+    all_paths.add(folder, root_size);
+    return qu_study_names_write(all_names, all_paths);
+  };
+  if (!lock || !is_known || !can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
+      lies_in_catalogue(folder, all_paths) || qu_study_create(folder, no_name, 1, enter) != 0)
     return refuse("Impossible to create study %s. File system full?", name.c_str());
-
-  all_names.add(name.c_str(), name_size);
-  all_paths.add(folder, root_size);
-  qu_study_names_write(all_names, all_paths);
   return answer("SDONE");
 }
 

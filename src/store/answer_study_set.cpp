@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
@@ -5,6 +7,7 @@
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "units/qu_units.h"
+#include "util/qu_string.h"
 
 namespace qrd {
 
@@ -15,7 +18,9 @@ int server_answer_study_set(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   string_list valid_names, valid_paths, all_names, all_paths;
-  qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths);
+  if (qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
+      registry_unreadable)
+    return refuse("%s", no_registry_text);
   std::int64_t rank = all_names.find(name.c_str());
   if (rank < 0) return refuse("Study Unknown: \"%s\"", name.c_str());
   std::int64_t valid_rank = valid_names.find(name.c_str());
@@ -24,12 +29,17 @@ int server_answer_study_set(const char* /*request*/) {
   if (qu_study_descriptor_read(true, name.c_str(), valid_paths[valid_rank], &record) != 0)
     return refuse("Invalid Study version: \"%s\"", name.c_str());
 
-  set_current_study(name.c_str());
-  server_debug(1, "Setting Study: \"%s\".", current_context.study);
-  if (qu_study_open(current_context.study) != 0) {
-    set_current_study(no_name);
-    return refuse("Invalid Study version: \"%s\"", name.c_str());
+  name_text wanted;
+  qu_string_copy(name.c_str(), wanted);
+  const open_store before;
+  if (qu_study_open(wanted) != STUDY_OPENED) return refuse("Invalid Study version: \"%s\"", name.c_str());
+  // The first one that fits stands in for a study that another server deletes at this moment.
+  if (std::strcmp(study_name, wanted) != 0) {
+    before.put_back();
+    return refuse("Study Directory not found or not a study: \"%s\"", all_paths[rank]);
   }
+  set_current_study(wanted);
+  server_debug(1, "Setting Study: \"%s\".", current_context.study);
   qd_end(0);
   qd_init();
   qu_formats_reset();

@@ -5,6 +5,7 @@
 #include "store/qd_init.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -37,6 +38,7 @@ void study_lock_path(path_text& path) {
   qu_path_join(path, {study_path, path_separator, "LOCK"});
 }
 
+// False, with errno set, if it can't be written.
 bool write_data_descriptor(const char* path) {
   replaced_file file(path, write_binary);
   if (!file) return false;
@@ -56,10 +58,10 @@ void renew_data_descriptor() {
   path_text path;
   qu_path_join(path, {catalogue_path, path_separator, "DESCR"});
   std::int64_t version = 0;
-  bool written = write_data_descriptor(path);
-  bool read = read_data_descriptor(path, version);
-  if (read && version != DESCRIPTOR_VERSION) written = write_data_descriptor(path);
-  if (!written || !read) qu_message("Data descriptor corrupted:\n%s\n", path);
+  const bool written = write_data_descriptor(path);
+  if (!written && qu_is_gone(errno)) return;
+  if (!written || !read_data_descriptor(path, version) || version != DESCRIPTOR_VERSION)
+    qu_message("Data descriptor corrupted:\n%s\n", path);
 }
 
 void end_open_study(int strict) {
@@ -86,6 +88,7 @@ int qd_init() {
     return 0;
   }
   file_stream file(qu_file_open_n(path, write_text));
+  if (!file && qu_is_gone(errno)) return 0;
   if (!file) qu_fatal("Impossible to write the LOCK file: %s", path);
   remember_lock(path);
   std::fputs("LOCKED", file.get());

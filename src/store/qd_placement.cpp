@@ -177,22 +177,28 @@ void removed_folder::put_elsewhere() {
   }
 }
 
+bool removed_folder::is_out() const {
+  switch (state_) {
+    case state::gone:
+    case state::taken:
+    case state::deleted:
+      return true;
+    case state::in_use:
+      qu_message("Unable to delete directory \"%s\": another server is at work in it", place_.c_str());
+      return false;
+    case state::refused:
+    case state::put_back:
+      break;
+  }
+  const char* reason = qu_strerror(1);
+  qu_message("Unable to delete directory \"%s\": %s", place_.c_str(), reason);
+  return false;
+}
+
 int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
   removed_folder folder(path);
-  switch (folder.now()) {
-    case removed_folder::state::gone:
-      return 1;
-    case removed_folder::state::taken:
-      break;
-    case removed_folder::state::in_use:
-      qu_message("Unable to delete directory \"%s\": another server is at work in it", path);
-      return 0;
-    default: {
-      const char* reason = qu_strerror(1);
-      qu_message("Unable to delete directory \"%s\": %s", path, reason);
-      return 0;
-    }
-  }
+  if (!folder.is_out()) return 0;
+  if (folder.now() != removed_folder::state::taken) return 1;
   // A path that would be cut can't be looked into.
   const bool can_look = leaves_room(folder.path());
   if (can_look && !is_meant(folder.path())) return 1;

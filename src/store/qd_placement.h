@@ -74,6 +74,8 @@ class removed_folder {
   ~removed_folder();
 
   state now() const { return state_; }
+  // True if it is nowhere in the tree; false after a report that tells the path and why.
+  bool is_out() const;
   // Where it stands while it is taken. REQUIRES: state::taken.
   const char* path() const { return target_.c_str(); }
   // Deletes it; where nothing of it can be deleted it is put back. What can't be deleted after the beginning

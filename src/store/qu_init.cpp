@@ -1,10 +1,12 @@
 // Where the root is, and whether it can be used.
 #include "store/qu_init.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,9 +16,11 @@
 #include "store/qd_init.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
+#include "util/qu_working_name.h"
 
 namespace qrd {
 
@@ -25,6 +29,7 @@ char program_name[20] = "";
 char program_version_text[15] = "";
 char program_version_long[20] = "";
 root_text root_path = "";
+std::int64_t root_has_end = 0;
 root_text root_windows = "";
 root_text root_unix = "";
 std::int64_t running_test = 0;
@@ -93,10 +98,12 @@ void find_default_root(root_text& root) {
 }
 
 // One folder has one spelling, with or without separators behind it: the registry holds paths that
-// are cut at the end of the root.
-void drop_last_separators(root_text& path) {
-  std::size_t length = std::strlen(path);
+// are cut at the end of the root. True if there were any.
+bool drop_last_separators(root_text& path) {
+  const std::size_t given = std::strlen(path);
+  std::size_t length = given;
   while (length > 1 && path[length - 1] == '/') path[--length] = '\0';
+  return length < given;
 }
 
 void find_root(const char* wanted, root_text& root) {
@@ -105,7 +112,7 @@ void find_root(const char* wanted, root_text& root) {
   else
     qu_getenv("QRD_INIT", root_size, root);
   if (root[0] == '\0') find_default_root(root);
-  drop_last_separators(root);
+  root_has_end = drop_last_separators(root) ? 1 : 0;
 
   if (qu_file_isdirectory(root) != 0) return;
   qu_message("Creation of the root directory for the Velmar File System");
@@ -127,23 +134,39 @@ void check_plugin_path() {
   }
 }
 
+bool holds_text(const char* path, std::string_view text) {
+  char start[64];
+  const std::int64_t count = qu_file_read_start(path, start, sizeof start);
+  return count >= 0 && std::string_view(start, static_cast<std::size_t>(count)) == text;
+}
+
 void make_handle_test_file() {
   qu_path_join(handle_test_path, {root_path, path_separator, handle_test_name});
-  file_stream stream(qu_file_open_n(handle_test_path, write_text));
-  if (!stream || std::fputs(handle_test_text, stream.get()) < 0 || !stream.close())
+  if (holds_text(handle_test_path, handle_test_text)) return;
+  replaced_file file(handle_test_path, write_text);
+  if (!file || std::fputs(handle_test_text, file.get()) < 0 || !file.commit())
     qu_fatal(write_locked, handle_test_path);
+}
+
+bool write_whole(int file, std::string_view text) {
+  const ssize_t written = write(file, text.data(), text.size());
+  return close(file) == 0 && written == static_cast<ssize_t>(text.size());
 }
 
 }  // namespace
 
 write_test qu_write_test(const char* folder, const char* text, path_text& path) {
-  std::string name = "WRT_TRY_" + std::to_string(getpid());
-  qu_path_join(path, {folder, path_separator, name});
-  file_stream stream(qu_file_open_n(path, write_text));
-  if (!stream) return write_test::cannot_create;
-  bool written = std::fputs(text, stream.get()) >= 0;
-  written = stream.close() && written;
-  bool deleted = std::remove(path) == 0;
+  int file = -1;
+  const auto make = [&](const std::string& name) {
+    qu_path_join(path, {folder, path_separator, "WRT_TRY_", std::string_view(name).substr(2)});
+    constexpr mode_t everybody = 0666;
+    file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, everybody);
+    return file < 0 ? -1 : 0;
+  };
+  if (qu_with_working_name(qu_working_file_name, being_made, make).empty())
+    return qu_is_gone(errno) ? write_test::folder_gone : write_test::cannot_create;
+  const bool written = write_whole(file, text);
+  const bool deleted = unlink(path) == 0 || qu_is_gone(errno);
   if (!written) return write_test::cannot_create;
   return deleted ? write_test::passed : write_test::cannot_delete;
 }
@@ -176,6 +199,7 @@ void qu_init(int /*mode*/, const char* root, const char* short_name, const char*
     case write_test::passed:
       break;
     case write_test::cannot_create:
+    case write_test::folder_gone:
       qu_fatal(write_locked, path);
     case write_test::cannot_delete:
       qu_fatal("Your Velmar File System is not correctly protected...\nImpossible to delete a file:\n%s",

@@ -1,23 +1,26 @@
 // Making a study and opening it.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
 
 #include "store/qd_init.h"
-#include "store/qd_placement.h"
 #include "store/qu_init.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_list.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
+#include "util/qu_working_name.h"
 
 namespace qrd {
 
@@ -53,17 +56,66 @@ bool make_folders(const char* study) {
   return true;
 }
 
-// Makes a folder beside the place of a study. A name that is taken may be all that a dead process of the
-// same number has left, or a study of somebody's: it stays.
-bool make_working_folder(const char* study, path_text& folder) {
-  constexpr int attempts = 100;
-  int result = 1;
-  for (int attempt = 0; result == 1 && attempt < attempts; ++attempt) {
-    qu_path_join(folder, {study, ".T", std::to_string(getpid()), "_", std::to_string(attempt)});
-    result = qu_file_mkdir(folder, false);
+// The folder in which a study is made before it takes its place: no other server opens half of it. What has
+// not been placed goes again.
+class study_in_the_making {
+ public:
+  explicit study_in_the_making(const char* parent) : parent_(parent) {
+    const auto make = [&](const std::string& name) {
+      qu_path_join(path_, {parent, path_separator, name});
+      return mkdir(path_, 0777);
+    };
+    if (qu_with_working_name(qu_working_folder_name, being_made, make).empty()) path_[0] = '\0';
   }
-  return result == 0;
-}
+  study_in_the_making(const study_in_the_making&) = delete;
+  study_in_the_making& operator=(const study_in_the_making&) = delete;
+  ~study_in_the_making() {
+    if (path_[0] != '\0') qu_file_delete_tree(path_, true);
+  }
+
+  explicit operator bool() const { return path_[0] != '\0'; }
+  const char* path() const { return path_; }
+  // False with errno set: EEXIST if there is something of that name.
+  bool place(const char* target) {
+    if (!qu_sync_tree(path_) || qu_take_name(path_, target) != 0) return false;
+    qu_path_join(path_, {target});
+    return qu_sync_folder(parent_);
+  }
+  void keep() { path_[0] = '\0'; }
+
+ private:
+  std::string parent_;
+  path_text path_ = "";
+  sync_pause pause_;
+};
+
+// Makes the parents of a new study, and takes them away again if it comes to nothing.
+class made_parents {
+ public:
+  explicit made_parents(const char* parent) {
+    for (std::string path = parent; qu_file_isdirectory(path.c_str()) == 0;) {
+      missing_.push_back(path);
+      path_text above;
+      qu_string_copy(path.c_str(), above);
+      qu_file_dirname(above, above);
+      if (path == above) break;
+      path = above;
+    }
+    done_ = missing_.empty() || qu_file_mkdir(parent, true) != 2;
+  }
+  made_parents(const made_parents&) = delete;
+  made_parents& operator=(const made_parents&) = delete;
+  ~made_parents() {
+    for (const std::string& path : missing_)
+      if (rmdir(path.c_str()) != 0 && errno != ENOENT) break;
+  }
+  explicit operator bool() const { return done_; }
+  void keep() { missing_.clear(); }
+
+ private:
+  std::vector<std::string> missing_;  // from the innermost outwards
+  bool done_ = false;
+};
 
 void copy_first_words(bool first_use, const char* from, const char* to) {
   path_text source, target;
@@ -115,19 +167,25 @@ bool choose_registered(const char* wanted, const string_list& names, const strin
   return false;
 }
 
-// A study below the root of which the registry knows nothing. False if its path would not fit.
-bool choose_below_root(const char* wanted, root_text& path, study_choice& choice) {
+// A study below the root of which the registry knows nothing.
+study_opening choose_below_root(const char* wanted, root_text& path, study_choice& choice) {
   choice.name = default_study_name;
   if (running_test != 0) {
     if (std::strcmp(wanted, no_name) == 0) qu_fatal("No more study and no study name on command line");
-    if (!qu_is_path_element(wanted)) return false;
+    if (!qu_is_path_element(wanted)) return STUDY_OTHER_VERSION;
     choice.name = wanted;
   }
   std::string whole = std::string(root_path) + path_separator + choice.name;
-  if (whole.size() >= root_size) return false;
+  if (whole.size() >= root_size) return STUDY_TOO_LONG;
   qu_string_copy(whole.c_str(), path);
   choice.path = path;
-  return true;
+  return STUDY_OPENED;
+}
+
+// True if another server has deleted the study, or is just deleting it: then its folder stands elsewhere.
+bool is_study_gone() {
+  struct stat status;
+  return stat(study_path, &status) != 0 && qu_is_gone(errno);
 }
 
 void make_missing_study() {
@@ -140,16 +198,30 @@ void make_missing_study() {
   if (result != 0 && !made_by_other) qu_fatal("Impossible to create a default study...");
 }
 
-void register_study(string_list& all_names, string_list& all_paths) {
+bool is_registered(const string_list& all_paths) {
   std::int64_t count = all_paths.count();
   for (std::int64_t i = 0; i < count; ++i) {
     root_text folder;
     qu_study_folder(all_paths[i], folder);
-    if (std::strcmp(folder, study_path) == 0) return;
+    if (std::strcmp(folder, study_path) == 0) return true;
   }
+  return false;
+}
+
+// False if there is a registry that can't be read. One that can't be written leaves the study unregistered.
+bool register_study() {
+  const folder_lock lock(root_path);
+  string_list all_names, all_paths;
+  if (qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) == registry_unreadable)
+    return false;
+  if (is_registered(all_paths)) return true;
   all_names.add(study_name, name_size);
   all_paths.add(study_path, root_size);
-  qu_study_names_write(all_names, all_paths);
+  if (lock)
+    qu_study_names_write(all_names, all_paths);
+  else
+    qu_message("Cannot create the study_names file...");
+  return true;
 }
 
 void keep_marker(std::int64_t version) {
@@ -157,8 +229,10 @@ void keep_marker(std::int64_t version) {
   qu_path_join(path, {study_path, path_separator, "DESCR.500"});
   bool made = false;
   for (std::int64_t marked : versions_with_marker)
-    if (version == marked && !qu_file_readable(path))
-      made = static_cast<bool>(file_stream(qu_file_open_n(path, write_binary)));
+    if (version == marked && !qu_file_readable(path)) {
+      replaced_file marker(path, write_binary);
+      made = marker && marker.commit();
+    }
   has_marker = made || qu_file_readable(path) ? 1 : 0;
 }
 
@@ -182,69 +256,78 @@ void set_paths() {
     qu_path_join(folder.path, {study_path, path_separator, folder.name});
 }
 
-void test_write_protection() {
+// The steps of an opening: false if the study has just gone. All other failures are fatal.
+
+bool test_write_protection() {
   path_text path;
   switch (qu_write_test(study_path, "This is a test of the Velmar write protection", path)) {
     case write_test::passed:
-      return;
+      return true;
+    case write_test::folder_gone:
+      return false;
     case write_test::cannot_create:
       qu_fatal(" File System Full or Write Protected...");
     case write_test::cannot_delete:
-      qu_fatal(" File System Incorrect: Impossible to delete a file...");
+      break;
   }
+  qu_fatal(" File System Incorrect: Impossible to delete a file...");
 }
 
-void require_folder(const char* path) {
-  if (qu_file_isdirectory(path) == 0) qu_fatal("%s directory not found.", path);
+bool require_folder(const char* path) {
+  if (qu_file_isdirectory(path) != 0) return true;
+  if (!is_study_gone()) qu_fatal("%s directory not found.", path);
+  return false;
 }
 
-// True if the folder was missing.
+enum class folder_state { there, made, gone, failed };
+
+// What another server has made at this moment is there.
+folder_state make_folder(const char* path) {
+  if (qu_file_isdirectory(path) != 0) return folder_state::there;
+  if (mkdir(path, 0777) == 0) return folder_state::made;
+  if (qu_is_gone(errno)) return folder_state::gone;
+  if (errno == EEXIST && qu_file_isdirectory(path) != 0) return folder_state::there;
+  qu_file_mkdir(path, false);  // reports
+  return folder_state::failed;
+}
+
 bool make_missing_folder(const char* path) {
-  if (qu_file_isdirectory(path) != 0) return false;
+  if (qu_file_isdirectory(path) != 0) return true;
   qu_message("%s directory not found. Creating...\n", path);
-  if (qu_file_mkdir(path, false) == 2 || qu_file_isdirectory(path) == 0)
-    qu_fatal("%s directory: Creation failed.", path);
-  return true;
+  const folder_state state = make_folder(path);
+  if (state == folder_state::failed) qu_fatal("%s directory: Creation failed.", path);
+  return state != folder_state::gone;
 }
 
-void make_definition_folder() {
-  if (qu_file_isdirectory(def_path) != 0) return;
-  if (qu_file_mkdir(def_path, false) != 2 && qu_file_isdirectory(def_path) != 0) return;
-  qu_file_delete_tree(def_path, true);
-  qu_fatal("IMPOSSIBLE TO CREATE A DIRECTORY... FILE SYSTEM FULL ?");
+bool make_definition_folder() {
+  const folder_state state = make_folder(def_path);
+  if (state == folder_state::failed) qu_fatal("IMPOSSIBLE TO CREATE A DIRECTORY... FILE SYSTEM FULL ?");
+  return state != folder_state::gone;
 }
 
 // The anamorphoses lay in MHISTO once.
-void migrate_anamorphosis_folder() {
+bool migrate_anamorphosis_folder() {
   path_text old_path, new_path;
   qu_path_join(old_path, {param_path, path_separator, "MHISTO"});
   qu_path_join(new_path, {param_path, path_separator, "ANAM"});
-  if (qu_file_isdirectory(old_path) == 0) return;
+  if (qu_file_isdirectory(old_path) == 0) return true;
   if (qu_path_readable(new_path)) {
     qu_message("WARNING: Your study contains OLD anamorphosis directory (MHISTO) and NEW directory (ANAM)");
     qu_message("         You have to move your old anamorphosis manually...");
-  } else if (qu_file_rename(param_path, "MHISTO", "ANAM") == 0) {
-    qu_fatal("IMPOSSIBLE TO RENAME MHISTO TO ANAM");
+    return true;
   }
+  if (qu_take_name(old_path, new_path) == 0 || errno == EEXIST) return true;
+  // Another server, or one that knows nothing of the lock, was quicker.
+  if (!qu_is_gone(errno)) qu_fatal("IMPOSSIBLE TO RENAME MHISTO TO ANAM");
+  return !is_study_gone();
 }
 
-void make_param_folders() {
-  path_text path;
-  for (const char* folder : param_folders) {
+bool make_param_folders() {
+  return std::all_of(std::begin(param_folders), std::end(param_folders), [](const char* folder) {
+    path_text path;
     qu_path_join(path, {param_path, path_separator, folder});
-    make_missing_folder(path);
-  }
-}
-
-// The number of missing folders; that of metafiles doesn't count.
-int make_study_folders() {
-  int missing = 0;
-  for (const char* path :
-       {tmp_path, u_color_path, metafile_path, cscale_path, u_litho_path, images_path, transfo_path}) {
-    bool was_missing = make_missing_folder(path);
-    if (was_missing && path != metafile_path) ++missing;
-  }
-  return missing;
+    return make_missing_folder(path);
+  });
 }
 
 // A study without any environment of its own gets that of the study "Template".
@@ -264,6 +347,82 @@ void copy_template(const char* wanted) {
     return;
   }
 }
+
+// The number of missing folders tells a bare study; that of metafiles doesn't count.
+bool make_study_folders(const char* wanted) {
+  constexpr int bare_study = 5;
+  int missing = 0;
+  for (const char* path :
+       {tmp_path, u_color_path, metafile_path, cscale_path, u_litho_path, images_path, transfo_path}) {
+    if (qu_file_isdirectory(path) == 0 && path != metafile_path) ++missing;
+    if (!make_missing_folder(path)) return false;
+  }
+  if (missing == bare_study) copy_template(wanted);
+  return true;
+}
+
+// Makes all that the chosen study has to have.
+study_opening prepare_study(const char* wanted) {
+  study_record record;
+  switch (qu_study_descriptor_read(true, study_name, study_path, &record)) {
+    case 0:
+      break;
+    case 2:
+      return STUDY_OTHER_VERSION;
+    default:
+      if (is_study_gone()) return STUDY_GONE;
+      qu_fatal("Study Descriptor not found...");
+  }
+  unit_flag = record.unit_flag != 0 ? 1 : 0;
+  keep_marker(record.study_version);
+  if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(study_path, &record);
+
+  set_paths();
+  // Of servers that open the study at one moment one makes what is missing, and the others find it whole.
+  const folder_lock lock(study_path);
+  if (!lock) return qu_is_gone(errno) ? STUDY_GONE : STUDY_IN_USE;
+  const bool done = test_write_protection() && require_folder(catalogue_path) && make_definition_folder() &&
+                    require_folder(param_path) && migrate_anamorphosis_folder() && make_param_folders() &&
+                    make_study_folders(wanted);
+  return done ? STUDY_OPENED : STUDY_GONE;
+}
+
+study_opening open_study(const char* wanted) {
+  string_list valid_names, valid_paths, all_names, all_paths;
+  if (qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
+      registry_unreadable)
+    return STUDY_NO_REGISTRY;
+
+  study_choice choice = {};
+  root_text path_below_root;
+  if (!choose_registered(wanted, valid_names, valid_paths, choice)) {
+    const study_opening below = choose_below_root(wanted, path_below_root, choice);
+    if (below != STUDY_OPENED) return below;
+  }
+  qu_string_copy(choice.name, study_name);
+  qu_string_copy(choice.path, study_path);
+
+  make_missing_study();
+  if (!is_registered(all_paths) && !register_study()) return STUDY_NO_REGISTRY;
+  return prepare_study(wanted);
+}
+
+// The fields that an open_store keeps.
+struct text_field {
+  char* text;
+  std::size_t room;
+};
+constexpr text_field store_texts[] = {
+    {root_path, sizeof root_path},           {root_windows, sizeof root_windows},
+    {root_unix, sizeof root_unix},           {handle_test_path, sizeof handle_test_path},
+    {study_name, sizeof study_name},         {study_path, sizeof study_path},
+    {catalogue_path, sizeof catalogue_path}, {def_path, sizeof def_path},
+    {param_path, sizeof param_path},         {tmp_path, sizeof tmp_path},
+    {u_color_path, sizeof u_color_path},     {u_litho_path, sizeof u_litho_path},
+    {images_path, sizeof images_path},       {metafile_path, sizeof metafile_path},
+    {transfo_path, sizeof transfo_path},     {cscale_path, sizeof cscale_path}};
+constexpr std::int64_t* store_flags[] = {&root_has_end, &running_test, &lock_taken,
+                                         &unit_flag,    &is_64bit,     &has_marker};
 
 // Without symbolic links as far as the system shows it, and without separators at its end.
 fs::path true_path(const char* path) {
@@ -285,26 +444,25 @@ bool qu_path_lies_within(const char* path, const char* folder) {
   return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
 }
 
-int qu_study_create(const char* path, const char* template_path, std::int64_t with_units) {
+int qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
+                    const std::function<bool()>& enter) {
   if (qu_file_isdirectory(path) != 0) return 1;
 
-  // The study is made beside its place and appears whole, so that no other server opens half of it.
-  path_text parent, fresh;
+  path_text parent;
   qu_string_copy(path, parent);
   qu_file_dirname(parent, parent);
-  if (qu_file_isdirectory(parent) == 0 && qu_file_mkdir(parent, true) == 2) return 2;
-  if (!make_working_folder(path, fresh)) return 2;
-
+  made_parents parents(parent);
+  if (!parents || !qu_is_valid_path(path)) return 2;
+  study_in_the_making fresh(parent);
   study_record record;
   record.unit_flag = with_units;
-  int result = 2;
-  if (qu_study_descriptor_write_n(fresh, &record) != 0 && make_folders(fresh))
-    result = qu_take_name(fresh, path) == 0 ? 0 : errno == EEXIST ? 1 : 2;
-  if (result != 0) {
-    qu_file_delete_tree(fresh, true);
-    return result;
-  }
-  if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, path);
+  if (!fresh || qu_study_descriptor_write_n(fresh.path(), &record) == 0 || !make_folders(fresh.path()))
+    return 2;
+  if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, fresh.path());
+  if (!fresh.place(path)) return errno == EEXIST ? 1 : 2;
+  if (enter && !enter()) return 2;
+  fresh.keep();
+  parents.keep();
   return 0;
 }
 
@@ -322,38 +480,24 @@ void qu_study_copy_environment(bool first_use, const char* from, const char* to)
 int qu_study_open(const char* name) {
   name_text wanted;
   qu_string_copy(std::strcmp(name, no_name) == 0 ? study_name : name, wanted);
-  string_list valid_names, valid_paths, all_names, all_paths;
-  qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths);
+  const open_store before;
+  // The next one takes the place of a study that goes while it is opened.
+  constexpr int attempts = 5;
+  study_opening opening = STUDY_GONE;
+  for (int attempt = 0; attempt < attempts && opening == STUDY_GONE; ++attempt) opening = open_study(wanted);
+  if (opening != STUDY_OPENED) before.put_back();
+  return opening;
+}
 
-  study_choice choice = {};
-  root_text path_below_root;
-  if (!choose_registered(wanted, valid_names, valid_paths, choice) &&
-      !choose_below_root(wanted, path_below_root, choice))
-    return 1;
-  qu_string_copy(choice.name, study_name);
-  qu_string_copy(choice.path, study_path);
+open_store::open_store() {
+  for (const text_field& field : store_texts) texts_.emplace_back(field.text);
+  for (const std::int64_t* flag : store_flags) flags_.push_back(*flag);
+}
 
-  make_missing_study();
-  register_study(all_names, all_paths);
-
-  study_record record;
-  int result = qu_study_descriptor_read(true, study_name, study_path, &record);
-  if (result == 1) qu_fatal("Study Descriptor not found...");
-  if (result == 2) return 1;
-  unit_flag = record.unit_flag != 0 ? 1 : 0;
-  keep_marker(record.study_version);
-  if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(study_path, &record);
-
-  set_paths();
-  test_write_protection();
-  require_folder(catalogue_path);
-  make_definition_folder();
-  require_folder(param_path);
-  migrate_anamorphosis_folder();
-  make_param_folders();
-  constexpr int bare_study = 5;
-  if (make_study_folders() == bare_study) copy_template(wanted);
-  return 0;
+void open_store::put_back() const {
+  for (std::size_t i = 0; i < texts_.size(); ++i)
+    qu_string_copy(texts_[i].c_str(), store_texts[i].room, store_texts[i].text);
+  for (std::size_t i = 0; i < flags_.size(); ++i) *store_flags[i] = flags_[i];
 }
 
 }  // namespace qrd

@@ -4,12 +4,14 @@
 //   xint  unit_flag           non-zero: lengths have units
 //   xint  study_version       from 411 on; 40000 before
 //   xint  is_64bit            from 520 on; 0 before
+#include <cerrno>
 #include <cstring>
 
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -38,44 +40,42 @@ bool code_descriptor(std::FILE* file, xdr_op direction, std::int64_t version, st
   return version < is_64bit_since || qu_xdr_int(xdr, &record.is_64bit) != 0;
 }
 
-int write_descriptor(replaced_file& file, study_record* record) {
-  record->study_version = PROGRAM_VERSION;
-  return code_descriptor(file.get(), XDR_ENCODE, STUDY_DESCRIPTOR_VERSION, *record) && file.commit() ? 1 : 0;
+// Puts the descriptor in place by one of the two ways of a replaced_file.
+bool write_descriptor(const char* study, study_record& record, bool (replaced_file::*put_in_place)()) {
+  path_text path;
+  descriptor_path(study, path);
+  replaced_file file(path, write_binary);
+  if (!file) return false;
+  record.study_version = PROGRAM_VERSION;
+  return code_descriptor(file.get(), XDR_ENCODE, STUDY_DESCRIPTOR_VERSION, record) && (file.*put_in_place)();
 }
 
-// The descriptor, made anew if the study has lost it.
+// The descriptor, made anew if the study has lost it. What is there by now, or can't be opened, is not
+// replaced.
 file_stream open_descriptor(const char* study, study_record* record) {
   path_text path;
   descriptor_path(study, path);
   file_stream file(qu_file_open_n(path, read_binary));
-  if (file) return file;
+  if (file || errno != ENOENT) return file;
   record->unit_flag = 1;
   record->is_64bit = 0;
-  if (qu_study_descriptor_write_n(study, record) == 0) return file;
+  if (!write_descriptor(study, *record, &replaced_file::commit_new) && errno != EEXIST) return file;
   return file_stream(qu_file_open_n(path, read_binary));
 }
 
 }  // namespace
 
 int qu_study_descriptor_write(const char* path, study_record* record) {
+  if (qu_study_descriptor_write_n(path, record) != 0) return 1;
+  // Where it can't be written, opening it tells why, and ends the process.
   path_text descriptor;
   descriptor_path(path, descriptor);
-  replaced_file file(descriptor, write_binary);
-  // Where no new file can be made, opening the old one for writing tells why, and ends the process.
-  if (!file) {
-    file_stream direct(qu_file_open_f(descriptor, write_binary));
-    record->study_version = PROGRAM_VERSION;
-    bool written = code_descriptor(direct.get(), XDR_ENCODE, STUDY_DESCRIPTOR_VERSION, *record);
-    return direct.close() && written ? 1 : 0;
-  }
-  return write_descriptor(file, record);
+  const file_stream file(qu_file_open_f(descriptor, update_binary));
+  return 0;
 }
 
 int qu_study_descriptor_write_n(const char* path, study_record* record) {
-  path_text descriptor;
-  descriptor_path(path, descriptor);
-  replaced_file file(descriptor, write_binary);
-  return file ? write_descriptor(file, record) : 0;
+  return write_descriptor(path, *record, &replaced_file::commit) ? 1 : 0;
 }
 
 int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record) {
@@ -107,7 +107,8 @@ void qu_study_mark_64bit() {
   if (is_64bit != 0) return;
   is_64bit = 1;
   study_record record;
-  if (qu_study_descriptor_read(false, study_name, study_path, &record) != 0) {
+  const folder_lock lock(study_path);
+  if (!lock || qu_study_descriptor_read(false, study_name, study_path, &record) != 0) {
     // What is unknown is not written over.
     qu_message("Failed to read study descriptor %s%sDESCR for 64-bit flag update", study_path,
                path_separator);

@@ -1,33 +1,99 @@
-// Copying and appending whole files.
+// Copying and appending whole files, copying trees.
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "util/qu_file.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_message.h"
+#include "util/qu_rename.h"
+#include "util/qu_sync.h"
+#include "util/qu_working_name.h"
 
 namespace qrd {
 
 namespace {
 
-constexpr std::int64_t block_bytes = 65536;
+constexpr std::size_t block_bytes = 65536;
 
 void report_failure(const char* verb, const char* target) {
   qu_message("WARNING: UNABLE TO %s INTO THE NEW FILE\n %s\n", verb, target);
   qu_message("         CHECK DISK SPACE AND DISK QUOTAS.");
 }
 
-// Moves `size` bytes; false if a block can't be written. A block that can't be read is fatal.
-bool move_bytes(const char* operation, std::FILE* source, std::FILE* target, std::int64_t size) {
-  std::vector<char> block(static_cast<std::size_t>(std::min(size, block_bytes)));
-  for (std::int64_t left = size; left > 0;) {
-    auto wanted = static_cast<std::size_t>(std::min(left, block_bytes));
-    if (std::fread(block.data(), 1, wanted, source) != wanted) qu_fatal_number(operation, 2);
-    if (std::fwrite(block.data(), 1, wanted, target) != wanted) return false;
-    left -= static_cast<std::int64_t>(wanted);
+// What another process has just taken away, or what no path may be called, is no reason to end.
+void report_source(const char* source) {
+  const char* reason = qu_strerror(1);
+  qu_message("Unable to access file %s.", source);
+  qu_message("System Error: %s", reason);
+}
+
+enum class moving { done, cannot_read, cannot_write };
+
+moving move_bytes(std::FILE* source, std::FILE* target) {
+  std::vector<char> block(block_bytes);
+  for (;;) {
+    const std::size_t count = std::fread(block.data(), 1, block.size(), source);
+    if (std::ferror(source) != 0) return moving::cannot_read;
+    if (count == 0) return moving::done;
+    if (std::fwrite(block.data(), 1, count, target) != count) return moving::cannot_write;
   }
+}
+
+int finish(moving moved, const char* verb, const char* source, const char* target, replaced_file& file) {
+  if (moved == moving::done && file.commit()) return 1;
+  if (moved == moving::cannot_read)
+    report_source(source);
+  else
+    report_failure(verb, target);
+  return 0;
+}
+
+// What can't be copied is told and passed over.
+void copy_entries(directory_listing& listing, const std::string& source, const std::string& target) {
+  while (const char* name = listing.next()) {
+    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+    const std::string from = source + path_separator + name;
+    const std::string to = target + path_separator + name;
+    struct stat status;
+    if (lstat(from.c_str(), &status) != 0) continue;
+    // Links, pipes and devices are passed over: what they lead to is not part of the tree.
+    if (S_ISREG(status.st_mode)) {
+      qu_file_copy(from.c_str(), to.c_str());
+    } else if (S_ISDIR(status.st_mode)) {
+      directory_listing inner(from.c_str());
+      if (inner && qu_file_mkdir(to.c_str(), false) == 0) copy_entries(inner, from, to);
+    }
+  }
+}
+
+// Puts a folder in its place; what stands there goes at the end, and comes back after a failure.
+bool put_in_place(const std::string& fresh, const std::string& folder, const char* target) {
+  // This replaces an empty folder.
+  if (std::rename(fresh.c_str(), target) == 0) return true;
+  if (errno != ENOTEMPTY && errno != EEXIST && errno != ENOTDIR) {
+    qu_message("Cannot create directory");
+    return false;
+  }
+  const std::string name = qu_with_working_name(
+      qu_working_folder_name, being_deleted,
+      [&](const std::string& candidate) { return qu_take_name(target, folder + candidate); });
+  if (name.empty()) {
+    qu_message("Cannot delete directory:\n%s", target);
+    return false;
+  }
+  const std::string old = folder + name;
+  if (qu_take_name(fresh, target) != 0) {
+    qu_message("Cannot create directory");
+    qu_take_name(old, target);
+    return false;
+  }
+  if (qu_file_delete_tree(old.c_str(), true) == 0) std::remove(old.c_str());
   return true;
 }
 
@@ -35,48 +101,67 @@ bool move_bytes(const char* operation, std::FILE* source, std::FILE* target, std
 
 int qu_file_copy(const char* source, const char* target) {
   file_stream from(qu_file_open_n(source, read_binary));
-  if (!from) qu_fatal_number("qu_file_copy", 1);
-  file_stream to(qu_file_open_n(target, write_binary));
+  if (!from) {
+    report_source(source);
+    return 0;
+  }
+  replaced_file to(target, write_binary);
   if (!to) {
     qu_message("Unable to create the new file %s\n", target);
     return 0;
   }
-  struct stat status;
-  if (fstat(fileno(from.get()), &status) != 0) {
-    const char* reason = qu_strerror(1);
-    qu_message("Unable to access file %s.", source);
-    qu_message("System Error: %s", reason);
-    qu_fatal_number("qu_file_copy", 3);
-  }
-  if (!move_bytes("qu_file_copy", from.get(), to.get(), status.st_size)) {
-    to.close();
-    unlink(target);
-    report_failure("COPY", target);
-    return 0;
-  }
-  if (!to.close()) {
-    report_failure("COPY", target);
-    return 0;
-  }
-  return 1;
+  return finish(move_bytes(from.get(), to.get()), "COPY", source, target, to);
 }
 
 int qu_file_concat(const char* source, const char* target) {
   file_stream from(qu_file_open_n(source, read_binary));
-  if (!from) qu_fatal_number("qu_file_concat", 1);
-  file_stream to(qu_file_open_n(target, append_binary));
-  if (!to) {
+  if (!from) {
+    report_source(source);
+    return 0;
+  }
+  file_stream old(qu_file_open_n(target, read_binary));
+  const bool is_readable = old || errno == ENOENT;
+  replaced_file to(target, write_binary);
+  if (!is_readable || !to) {
     qu_message("Unable to open the new file %s\n", target);
     return 0;
   }
-  struct stat status;
-  std::int64_t size = fstat(fileno(from.get()), &status) == 0 ? status.st_size : 0;
-  // What a failure has already appended stays.
-  bool written = move_bytes("qu_file_concat", from.get(), to.get(), size);
-  if (!to.close() || !written) {
+  if (old && move_bytes(old.get(), to.get()) != moving::done) {
     report_failure("CONCAT", target);
     return 0;
   }
+  return finish(move_bytes(from.get(), to.get()), "CONCAT", source, target, to);
+}
+
+int qu_dir_copy(const char* source, const char* target) {
+  if (std::strcmp(source, target) == 0) {
+    qu_message("Copy directory error: source and target are identical");
+    return 1;
+  }
+  directory_listing listing(source);
+  if (!listing) {
+    const char* reason = qu_strerror(1);
+    qu_message("WARNING: CANNOT OPEN DIRECTORY");
+    qu_message("%s", source);
+    qu_message("\nSYSTEM ERROR MESSAGE:\n");
+    qu_message("%s", reason);
+    return 1;
+  }
+  // Made beside its place, so that it appears whole.
+  const std::string_view place(target);
+  const std::string folder(place.substr(0, place.find_last_of('/') + 1));
+  const std::string name = qu_with_working_name(
+      qu_working_folder_name, being_made,
+      [&](const std::string& candidate) { return mkdir((folder + candidate).c_str(), 0777); });
+  if (name.empty()) {
+    qu_message("Cannot create directory");
+    return 1;
+  }
+  const std::string fresh = folder + name;
+  const sync_pause pause;
+  copy_entries(listing, source, fresh);
+  if (qu_sync_tree(fresh) && put_in_place(fresh, folder, target)) return 0;
+  qu_file_delete_tree(fresh.c_str(), true);
   return 1;
 }
 

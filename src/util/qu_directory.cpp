@@ -1,4 +1,4 @@
-// Directories: listing, making, deleting and copying trees.
+// Directories: listing, making, and deleting trees.
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -233,17 +233,6 @@ qu_dir* tell_unlisted(const char* path) {
   return nullptr;
 }
 
-// Makes room for the target of a copy.
-void remove_target(const char* target) {
-  struct stat status;
-  if (lstat(target, &status) != 0) return;
-  if (S_ISDIR(status.st_mode)) {
-    if (qu_file_delete_tree(target, true) == 0) qu_fatal("Cannot delete directory:\n%s", target);
-  } else if (unlink(target) != 0) {
-    qu_fatal("Cannot delete file:\n%s", target);
-  }
-}
-
 }  // namespace
 
 qu_dir* qu_dir_open(const char* path) {
@@ -328,38 +317,6 @@ tree_removal qu_tree_remove(const char* directory, bool remove_itself) {
 
 int qu_file_delete_tree(const char* directory, bool remove_itself) {
   return qu_tree_remove(directory, remove_itself) == tree_removal::done ? 1 : 0;
-}
-
-int qu_dir_copy(const char* source, const char* target) {
-  if (std::strcmp(source, target) == 0) {
-    qu_message("Copy directory error: source and target are identical");
-    return 1;
-  }
-  directory_listing listing(source);
-  if (!listing) {
-    const char* reason = qu_strerror(1);
-    qu_message("WARNING: CANNOT OPEN DIRECTORY");
-    qu_message("%s", source);
-    qu_message("\nSYSTEM ERROR MESSAGE:\n");
-    qu_message("%s", reason);
-    return 1;
-  }
-  remove_target(target);
-  if (qu_file_mkdir(target, false) != 0) qu_fatal("Cannot create directory");
-
-  while (const char* name = listing.next()) {
-    if (is_dot_name(name)) continue;
-    std::string from = join(source, name);
-    std::string to = join(target, name);
-    struct stat status;
-    if (lstat(from.c_str(), &status) != 0) continue;
-    // Links, pipes and devices are passed over: what they lead to is not part of the tree.
-    if (S_ISDIR(status.st_mode))
-      qu_dir_copy(from.c_str(), to.c_str());
-    else if (S_ISREG(status.st_mode))
-      qu_file_copy(from.c_str(), to.c_str());
-  }
-  return 0;
 }
 
 void qu_lower_case_directory(const char* path, const char* name) {

@@ -2,6 +2,7 @@
 // and the undoing of compression. Reports go to the console; nothing here reaches a client.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -35,6 +36,12 @@ bool qu_is_valid_path(const char* path);
 // them. The _f form ends the process on failure, the _n form gives null, and errno tells why.
 std::FILE* qu_file_open_f(const char* path, file_mode mode);
 std::FILE* qu_file_open_n(const char* path, file_mode mode);
+
+// True if an opening, or another call by a path, failed with this errno because another process has taken
+// away what was there.
+inline bool qu_is_gone(int reason) {
+  return reason == ENOENT || reason == ENOTDIR || reason == ESTALE;
+}
 
 // The first bytes of a file, at most `room` of them, with the fewest calls of the system: how many, or -1
 // where they can't be had.
@@ -90,6 +97,7 @@ char* qu_file_dirname(const char* path, char* destination);
 int qu_file_rename(const char* directory, const char* old_name, const char* new_name);
 // 0 created, 1 already there, 2 failed.
 int qu_file_mkdir(const char* path, bool with_parents);
+// The target is put in place whole. 1, or 0 after a report: a source that can't be read ends nothing.
 int qu_file_copy(const char* source, const char* target);
 int qu_file_concat(const char* source, const char* target);
 // Deletes a folder with all it holds, or what it holds. Symbolic links are removed, never followed. What
@@ -102,7 +110,8 @@ enum class tree_removal {
 tree_removal qu_tree_remove(const char* directory, bool remove_itself);
 // 1 if done.
 int qu_file_delete_tree(const char* directory, bool remove_itself);
-// Symbolic links are passed over. 0 if done.
+// The target appears whole, in place of what stood there. Symbolic links, and with a report what can't be
+// copied, are passed over. 0 if done.
 int qu_dir_copy(const char* source, const char* target);
 
 // All names of a directory, "." and ".." included, read at once.

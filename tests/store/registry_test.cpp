@@ -24,6 +24,7 @@ class registry : public testing::Test {
  protected:
   void SetUp() override {
     qu_string_copy(root.path().c_str(), root_path);
+    root_has_end = 0;
     root_windows[0] = root_unix[0] = '\0';
   }
   int read(bool sort = false, bool no_check = false) {
@@ -97,6 +98,55 @@ TEST_F(registry, texts_beyond_their_room_are_cut_with_a_star) {
   read();
   EXPECT_EQ(texts(names), (words{std::string(48, 'n') + "*"}));
   EXPECT_EQ(texts(paths), (words{"/" + std::string(197, 'p') + "*"}));
+}
+
+TEST_F(registry, a_rewrite_for_another_study_cuts_nothing) {
+  const std::string far = "/" + std::string(300, 'p');
+  const std::string text = "root_unix      =/" + std::string(220, 'u') + "\nroot_windows   =\n" +
+                           pair(far + "/A", "A") + pair(far + "/B", std::string(60, 'b')) +
+                           pair("$init$/" + std::string(250, 'g'), "Gold");
+  write_file(root / "study_names.def", text);
+  read();
+  names.add("New", name_size);
+  paths.add((root / "New").c_str(), root_size);
+  EXPECT_TRUE(qu_study_names_write(names, paths));
+  EXPECT_EQ(root.registry(), text + pair("$init$/New", "New"));
+}
+
+// A root that is given with a separator: what stands behind the prefix begins below it.
+TEST_F(registry, the_end_of_a_given_root_counts) {
+  root_has_end = 1;
+  const std::string pairs = pair("$init$Gold", "Gold") + pair("$init$/Tin", "Tin");
+  root.write_registry(pairs);
+  read();
+  EXPECT_EQ(texts(paths), (words{root / "Gold", root / "Tin"}));
+  for (const char* beside : {"/New", "2"}) {
+    names.add(beside, name_size);
+    paths.add((root.path() + beside).c_str(), root_size);
+  }
+  EXPECT_TRUE(qu_study_names_write(names, paths));
+  EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n" + pairs + pair("$init$/New", "/New") +
+                                 pair(root.path() + "2", "2"));
+}
+
+TEST_F(registry, only_a_missing_one_is_empty) {
+  const std::string registry_file = root / "study_names.def";
+  const auto is_unreadable = [&] {
+    names.add("old", name_size);
+    const bool refused = read() == registry_unreadable && names.count() == 0;
+    const string_list none;
+    return refused && !qu_study_names_write(none, none);
+  };
+  for (const std::string& damaged :
+       {std::string(100, '\0'), pair("/a", "A") + std::string(5000, '\n') + '\0'}) {
+    write_file(registry_file, damaged);
+    EXPECT_TRUE(is_unreadable());
+    EXPECT_EQ(root.registry(), damaged);
+  }
+  std::filesystem::remove(registry_file);
+  std::filesystem::create_symlink(root / "not/mounted", registry_file);
+  EXPECT_TRUE(is_unreadable());
+  EXPECT_TRUE(std::filesystem::is_symlink(registry_file));
 }
 
 TEST_F(registry, a_rewrite_keeps_lines_of_another_platform) {

@@ -35,7 +35,8 @@ TEST_F(root, a_given_path_is_the_root) {
   EXPECT_EQ(root_path, folder.path());
   EXPECT_STREQ(root_windows, "");
   EXPECT_EQ(read_file(folder / "read_write.def"), "Do not delete this file during Velmar Run...");
-  EXPECT_FALSE(std::filesystem::exists(folder / "WRT_TRY_" + std::to_string(getpid())));
+  // The trial file is gone again.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
   EXPECT_STREQ(program_name, "QRDserver");
   EXPECT_STREQ(program_version_text, "15.03");
   EXPECT_STREQ(program_version_long, "2015.3");
@@ -73,10 +74,14 @@ TEST_F(root, a_root_that_cannot_be_made_or_written_is_fatal) {
   EXPECT_FATAL(init((folder / "file/db").c_str()), "Creation failed for the root directory: .*/file/db");
   std::filesystem::create_directory(folder / "read_write.def");
   EXPECT_FATAL(init(folder.path().c_str()), "write locked...\nCan't create file:\n.*/read_write.def");
+  // Longer names than the file system knows.
+  const std::string deep = folder / std::string(140, 'd');
+  std::filesystem::create_directory(deep);
+  std::filesystem::current_path(deep);
   EXPECT_FATAL(
       {
-        std::filesystem::create_directory(folder / "WRT_TRY_" + std::to_string(getpid()));
-        init(folder.path().c_str());
+        std::filesystem::remove(deep);
+        init(".");
       },
       "write locked...\nCan't create file:\n.*/WRT_TRY_");
 }

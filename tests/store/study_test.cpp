@@ -1,15 +1,18 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
 #include "store/qu_init.h"
 #include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
@@ -68,13 +71,19 @@ TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
   EXPECT_EQ(read_file(root / "file"), "kept");
 }
 
-TEST_F(study, what_a_dead_process_of_the_same_number_left_is_no_hindrance) {
-  std::string left = root / "Gold.T" + std::to_string(getpid()) + "_0";
-  fs::create_directory(left);
-  write_file(left + "/DESCR", "half");
-  EXPECT_EQ(qu_study_create((root / "Gold").c_str(), "None", 1), 0);
-  EXPECT_EQ(read_file(root / "Gold/DESCR"), study_descriptor(1));
-  EXPECT_EQ(read_file(left + "/DESCR"), "half");
+TEST_F(study, a_failed_creation_leaves_nothing) {
+  EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1, [] { return false; }), 2);
+  EXPECT_FALSE(fs::exists(root / "a"));
+  // What stands in the parents stays.
+  fs::create_directory(root / "a");
+  {
+    file_size_limit disk(0);
+    EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1), 2);
+  }
+  EXPECT_TRUE(fs::is_empty(root / "a"));
+  const std::string longest = root / std::string(root_size - 2 - root.path().size(), 'n');
+  EXPECT_EQ(qu_study_create(longest.c_str(), "None", 1), 0);
+  EXPECT_TRUE(fs::is_directory(longest + "/PARAM/MCORREL"));
 }
 
 TEST_F(study, descriptors_of_all_versions_are_read) {
@@ -117,6 +126,28 @@ TEST_F(study, a_lost_descriptor_is_made_anew_and_a_damaged_one_stays) {
   EXPECT_FATAL(qu_study_descriptor_write((root / "Gone").c_str(), &record), "FATAL ERROR in qu_file_open_f");
 }
 
+TEST_F(study, a_descriptor_that_cannot_be_opened_is_not_replaced) {
+  const std::string path = make("Gold");
+  fs::remove(path + "/DESCR");
+  fs::create_symlink(path + "/elsewhere/DESCR", path + "/DESCR");
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 1);
+  EXPECT_TRUE(fs::is_symlink(path + "/DESCR"));
+}
+
+TEST_F(study, a_failed_opening_leaves_the_open_study) {
+  make("Gold", study_descriptor(0));
+  enter("Gold");
+  ASSERT_EQ(qu_study_open("Gold"), 0);
+  write_file(root / "study_names.def", std::string(10, '\0'));
+  EXPECT_EQ(qu_study_open("Tin"), STUDY_NO_REGISTRY);
+  EXPECT_EQ(qu_study_open("None"), STUDY_NO_REGISTRY);
+  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_EQ(study_path, root / "Gold");
+  EXPECT_EQ(catalogue_path, root / "Gold/QRD");
+  EXPECT_EQ(unit_flag, 0);
+  EXPECT_FALSE(fs::exists(root / "Velmar-Init"));
+}
+
 TEST_F(study, the_first_study_that_fits_is_opened) {
   make("Old", study_descriptor(1, 130000));
   make("New", study_descriptor(1, 150000));
@@ -139,7 +170,8 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
   EXPECT_EQ(qu_study_open("Old"), 0);
   EXPECT_STREQ(study_name, "Gold");
   EXPECT_EQ(root.registry(), before);
-  EXPECT_FALSE(fs::exists(root / "Gold/WRT_TRY_" + std::to_string(getpid())));
+  for (const auto& entry : fs::directory_iterator(root / "Gold"))
+    EXPECT_NE(entry.path().filename().string().substr(0, 4), "WRT_");
 }
 
 TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
@@ -184,10 +216,13 @@ TEST_F(study, missing_folders_are_made_and_some_are_required) {
 TEST_F(study, a_study_that_cannot_be_written_is_fatal) {
   std::string path = make("Gold");
   enter("Gold");
-  // Death tests run in a process of their own, so the file of this one's number doesn't disturb them.
+  for (const fs::path& folder : {fs::path(root.path()).parent_path(), fs::path(root.path())})
+    fs::permissions(folder, fs::perms(0755));
+  fs::permissions(path, fs::perms(0555));
   EXPECT_FATAL(
       {
-        fs::create_directory(path + "/WRT_TRY_" + std::to_string(getpid()));
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && seteuid(nobody) != 0) _exit(2);
         qu_study_open("Gold");
       },
       " File System Full or Write Protected...");
@@ -244,6 +279,31 @@ TEST_F(environment, exactly_five_missing_folders_bring_the_template) {
     EXPECT_FALSE(fs::exists(target + "/DEF/" + name)) << name;
 }
 
+// Several servers open a bare study at once: none ends, and none finds half of the template.
+TEST_F(environment, several_that_open_a_bare_study_make_it_once) {
+  for (int i = 0; i < 40; ++i) write_file(source + "/CSCALE/CSCA." + std::to_string(i), "scale");
+  fs::create_directory(target + "/PARAM/MHISTO");
+  write_file(target + "/PARAM/MHISTO/A.1", "old");
+  fs::remove(target + "/PARAM/ANAM");
+  write_file(target + "/DEF/environ.def", "own\n");
+  strip();
+  console_of([&] {
+    std::vector<pid_t> servers;
+    for (int i = 0; i < 4; ++i) {
+      servers.push_back(fork());
+      if (servers.back() == 0) _exit(qu_study_open("Gold") == 0 && is_copied() ? 0 : 2);
+    }
+    for (pid_t server : servers) {
+      int status = -1;
+      EXPECT_EQ(waitpid(server, &status, 0), server);
+      EXPECT_EQ(status, 0);
+    }
+  });
+  EXPECT_EQ(std::distance(fs::directory_iterator(target + "/CSCALE"), {}), 40);
+  EXPECT_EQ(read_file(target + "/DEF/environ.def"), "own\ngeneral\n");
+  EXPECT_EQ(read_file(target + "/PARAM/ANAM/A.1"), "old");
+}
+
 TEST_F(environment, the_template_is_never_copied_onto_itself) {
   std::swap(source, target);
   strip();
@@ -296,6 +356,12 @@ TEST_F(lock, cannot_end_before_it_is_taken_nor_be_a_directory) {
   EXPECT_FATAL(qd_end(0), "Fatal Software Error No 7 in function qd_end\\(\\)");
   fs::create_directory(path + "/LOCK");
   EXPECT_FATAL(qd_init(), "Impossible to write the LOCK file: .*/LOCK");
+}
+
+TEST_F(lock, of_a_study_that_has_just_gone_is_no_end) {
+  fs::remove_all(path);
+  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_init(), 0); }), "");
+  qd_end(0);
 }
 
 TEST_F(lock, is_removed_by_a_fatal_end) {
@@ -382,11 +448,37 @@ TEST_F(open_root, a_refused_root_leaves_the_open_one) {
   EXPECT_FALSE(fs::exists(root / "Gold/LOCK"));
 }
 
+TEST_F(open_root, one_that_cannot_be_read_is_refused_and_stays) {
+  make("Gold");
+  enter("Gold");
+  const std::string damaged = root.registry() + std::string(3, '\0');
+  write_file(root / "study_names.def", damaged);
+  EXPECT_EQ(open(root.path()), "Not a valid Velmar path (does not contain a list of studies).");
+  EXPECT_EQ(root.registry(), damaged);
+  EXPECT_FALSE(fs::exists(root / "Velmar-Init"));
+}
+
+TEST_F(open_root, nothing_chosen_before_is_current_in_it) {
+  make("Gold");
+  enter("Gold");
+  set_current_study("Old");
+  set_current_directory("D");
+  set_current_file("F");
+  set_current_variable("V");
+  set_current_selection("S");
+  current_context.indice = 3;
+  ASSERT_EQ(open(root.path()), "");
+  const server_context& now = current_context;
+  for (const char* field : {now.study, now.directory, now.file, now.variable, now.selection})
+    EXPECT_STREQ(field, "None");
+  EXPECT_EQ(now.indice, -1);
+}
+
 TEST_F(open_root, a_root_too_deep_for_its_default_study_is_refused) {
   std::string deep = root / std::string(root_size - 2 - root.path().size(), 'd');
   fs::create_directory(deep);
   write_file(deep + "/study_names.def", "");
-  EXPECT_EQ(open(deep), "No valid study to use for this QRDserver version");
+  EXPECT_EQ(open(deep), "Path is too long for the files of a study");
   EXPECT_FALSE(fs::exists(deep + "/Velmar-Init"));
 }
 

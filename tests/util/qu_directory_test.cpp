@@ -96,6 +96,16 @@ TEST_F(Directory, DeletionNeverFollowsALink) {
   EXPECT_EQ(read_file(folder_ / "kept/file"), "x");
 }
 
+TEST_F(Directory, CopyPassesOverWhatNoPathMayBeCalled) {
+  fs::create_directory(tree_);
+  for (const char* name : {"a*b", "good", "zz"}) write_file(tree_ + "/" + name, name);
+  const std::string copy = folder_ / "COPY";
+  const std::string said = console_of([&] { EXPECT_EQ(qu_dir_copy(tree_.c_str(), copy.c_str()), 0); });
+  EXPECT_NE(said.find("Unable to access file " + tree_ + "/a*b.\n"), std::string::npos);
+  EXPECT_EQ(read_file(copy + "/good") + read_file(copy + "/zz"), "goodzz");
+  EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 2);
+}
+
 TEST_F(Directory, CopyPassesOverLinksAndPipes) {
   fs::create_directories(fs::path(tree_) / "sub");
   write_file(tree_ + "/sub/file", "content");
@@ -108,6 +118,7 @@ TEST_F(Directory, CopyPassesOverLinksAndPipes) {
   EXPECT_EQ(qu_dir_copy(tree_.c_str(), copy.c_str()), 0);
   EXPECT_EQ(read_file(copy + "/sub/file"), "content");
   EXPECT_EQ(std::distance(fs::recursive_directory_iterator(copy), {}), 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 2);
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_dir_copy(copy.c_str(), copy.c_str()), 1); }),
             "Copy directory error: source and target are identical\n");
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_dir_copy((folder_ / "none").c_str(), copy.c_str()), 1); }),

@@ -139,10 +139,22 @@ TEST_F(File, CopiesAndAppends) {
   EXPECT_EQ(read_file(folder_ / "B"), content + content);
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_copy(path_.c_str(), (folder_ / "no/B").c_str()), 0); }),
             "Unable to create the new file " + (folder_ / "no/B") + "\n\n");
-  EXPECT_FATAL(qu_file_copy((folder_ / "no").c_str(), "x"), "No 1 in function qu_file_copy");
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_copy((folder_ / "no").c_str(), "x"), 0); }),
+            "Unable to access file " + (folder_ / "no") + ".\nSystem Error: No such file or directory\n");
   EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "C"), 1);
   EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "D"), 0);
   EXPECT_EQ(read_file(folder_ / "C").size(), 140000U);
+}
+
+TEST_F(File, AFailedAppendLeavesTheTargetAsItWas) {
+  write_file(path_, std::string(200000, 'c'));
+  write_file(folder_ / "B", "own");
+  {
+    file_size_limit disk(70000);
+    EXPECT_EQ(qu_file_concat(path_.c_str(), (folder_ / "B").c_str()), 0);
+  }
+  EXPECT_EQ(read_file(folder_ / "B"), "own");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
 }
 
 TEST_F(File, AFullDiskRemovesTheCopy) {
