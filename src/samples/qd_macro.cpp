@@ -130,7 +130,7 @@ qd_macro_descr* qd_macro_descr_read(const char* variable_path) {
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
   const file_stream stream(qu_file_open_n(path, read_binary));
   const int reason = errno;
-  if (!stream && reason == ENOENT && qd_object_lost(variable_path)) return nullptr;
+  if (!stream && qd_object_failed(reason)) return nullptr;
   qd_macro_descr* descriptor = stream ? qd_macro_descr_new(0) : nullptr;
   if (stream && read_descriptor(stream.get(), *descriptor)) return descriptor;
   const bool damaged = stream && std::ferror(stream.get()) == 0;

@@ -43,7 +43,10 @@ int server_answer_comment_get(const char* /*request*/) {
   if (!is_comment_mode(mode)) return refuse_mode(mode);
   if (!is_object_set(mode)) return refuse_object(mode);
   std::string text;
-  qd_comment_read(current_context.directory, current_context.file, variable_of(mode), text);
+  // Half a text, taken for the whole, would be written back by the client.
+  if (qd_comment_read(current_context.directory, current_context.file, variable_of(mode), text) ==
+      comment_unreadable)
+    return refuse("Enable to read file or variable comment");
   return answer("SCOMMENT", wire_string{text.c_str(), unlimited_text});
 }
 

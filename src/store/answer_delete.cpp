@@ -52,15 +52,13 @@ int server_answer_var_del(const char* /*request*/) {
   if (!is_set(context.variable)) return refuse("Current Variable is not set");
   server_debug(1, "Deleting Variable: %s:%s/%s/%s", context.study, context.directory, context.file,
                context.variable);
+  // Clients get no answer when too many files are open.
+  if (!qd_two_files_available()) return -1;
   if (qd_variable_test(true, context.directory, context.file, context.variable) != 0)
     return refuse("Cannot get info on Variable %s", context.variable);
   selected_variable variable;
-  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) ==
-      0) {
-    // Clients get no answer when too many files are open; another server may have been faster, though.
-    if (qd_variable_test(true, context.directory, context.file, context.variable) == 0) return -1;
+  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) == 0)
     return refuse("Cannot get info on Variable %s", context.variable);
-  }
   qd_var_info info;
   const qd_selected_entry* entry = qd_entry(variable.handle.entry);
   if (qd_info_var_ident(variable.handle, info) == 0 || !can_change(entry->file_path) ||
@@ -70,6 +68,7 @@ int server_answer_var_del(const char* /*request*/) {
 
   release_other_holders(variable.handle);
   variable.handle = qd_delete_variable(variable.handle);
+  if (variable.handle.entry != 0) return refuse("An error happened during Variable deletion");
   set_current_variable(no_name);
   set_current_selection(no_name);
   return answer("SDONE");

@@ -4,6 +4,7 @@
 #include "server/trace.h"
 #include "store/answers.h"
 #include "store/qd_info.h"
+#include "store/qd_init.h"
 
 namespace qrd {
 
@@ -11,8 +12,14 @@ namespace qrd {
 int server_answer_dir_list(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Study is not set");
   string_list names;
-  if (!qd_list_directories(names)) return refuse("Study is not set");
-  return answer("SDIRS", wire_names{names});
+  switch (qd_list_directories(names)) {
+    case 0:
+      return refuse("Study Directory not found or not a study: \"%s\"", study_path);
+    case list_unreadable:
+      return refuse("Cannot open file");
+    default:
+      return answer("SDIRS", wire_names{names});
+  }
 }
 
 // CDIRXIST: tells whether a directory exists.

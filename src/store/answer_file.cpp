@@ -52,10 +52,14 @@ int server_answer_file_list(const char* request) {
   const server_context& context = current_context;
   if (!is_set(context.directory)) return refuse("Directory is not set");
   string_list names;
-  if (!qd_list_files(context.directory, organisation, dimension, names)) {
-    return refuse("Not a valid Velmar directory: %s: %s", context.study, context.directory);
+  switch (qd_list_files(context.directory, organisation, dimension, names)) {
+    case 0:
+      return refuse("Not a valid Velmar directory: %s: %s", context.study, context.directory);
+    case list_unreadable:
+      return refuse("Cannot open file");
+    default:
+      return answer("SFILES", wire_names{names});
   }
-  return answer("SFILES", wire_names{names});
 }
 
 // CFILEXIST: tells whether a file exists.

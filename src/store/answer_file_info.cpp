@@ -105,17 +105,10 @@ class role_names {
         knows_line_name_(client_version >= line_name_version),
         has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
 
-  // False if a name that the answer needs can't be told.
-  bool find() {
+  // 0, or what qd_special_var_names tells of a name that the answer needs.
+  int find() {
     otherwise_ = qd_special_var_names(current_context.directory, current_context.file, names_);
-    if (otherwise_ != 2) return true;
-    for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
-      if (names_[kind][0] == '\0') return false;
-    }
-    for (int kind = KIND_X_BEGIN; has_cores_ && kind <= KIND_Z_END; ++kind) {
-      if (names_[kind][0] == '\0') return false;
-    }
-    return !knows_line_name_ || !has_line_name_ || names_[KIND_LINE_NAME][0] != '\0';
+    return otherwise_ >= 2 && !has_all() ? otherwise_ : 0;
   }
 
   bool write() const {
@@ -129,6 +122,15 @@ class role_names {
   }
 
  private:
+  bool has_all() const {
+    for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
+      if (names_[kind][0] == '\0') return false;
+    }
+    for (int kind = KIND_X_BEGIN; has_cores_ && kind <= KIND_Z_END; ++kind) {
+      if (names_[kind][0] == '\0') return false;
+    }
+    return !knows_line_name_ || !has_line_name_ || names_[KIND_LINE_NAME][0] != '\0';
+  }
   const char* name(int kind) const { return names_[kind][0] == '\0' ? no_name : names_[kind]; }
 
   bool has_cores_;
@@ -162,10 +164,10 @@ int server_answer_file_info(const char* /*request*/) {
   const bool has_faults = qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == 0;
   if (!has_faults) faults = fault_info();
   role_names names(info.organisation, file.link_name);
-  if (!names.find()) {
-    // Clients get no answer when too many files are open; another server may have deleted the file, though.
-    if (qd_file_test(ORG_ANY, DIM_ANY, context.directory, context.file) == 1)
-      return refuse("Cannot get file info");
+  const int missing = names.find();
+  if (missing == nothing_told && qd_two_files_available()) return refuse("Cannot get file info");
+  if (missing != 0) {
+    // Clients get no answer when too many files are open.
     server_debug(1, "Too much files opened to determine variable type.");
     return -1;
   }

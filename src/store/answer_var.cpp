@@ -48,10 +48,14 @@ int server_answer_var_list(const char* request) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   string_list names;
-  if (!qd_list_variables(context.directory, context.file, mask, names)) {
-    return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, context.file);
+  switch (qd_list_variables(context.directory, context.file, mask, names)) {
+    case 0:
+      return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, context.file);
+    case list_unreadable:
+      return refuse("Cannot open file");
+    default:
+      return answer("SVARS", wire_names{names});
   }
-  return answer("SVARS", wire_names{names});
 }
 
 // CVARXIST: tells whether a variable exists, with the index that its name carries.

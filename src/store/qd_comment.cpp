@@ -1,4 +1,5 @@
 // The comment of a file or variable: the plain text COMMENT in its folder.
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -9,6 +10,7 @@
 #include "store/qd_walk.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
@@ -34,6 +36,17 @@ int find_object(const char* directory, const char* file, const char* variable, c
   return 0;
 }
 
+// True if the folder is still that of the object: its number may have a new owner.
+bool is_still(const char* object_path, const char* file, const char* variable) {
+  qd_file_record file_record;
+  if (variable == nullptr)
+    return qd_file_descriptor_read(object_path, file_record) != 0 && std::strcmp(file_record.name, file) == 0;
+  qd_variable_record record;
+  name_text name;
+  return qd_variable_descriptor_read(object_path, record) != 0 && qd_catalogue_name(variable, name) &&
+         std::strcmp(record.name, name) == 0;
+}
+
 }  // namespace
 
 int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text) {
@@ -45,9 +58,9 @@ int qd_comment_read(const char* directory, const char* file, const char* variabl
   path_text path;
   comment_path(object_path, path);
   file_stream stream(qu_file_open_n(path, read_text));
-  if (!stream) return 1;
+  if (!stream) return qu_is_gone(errno) || errno == EINVAL ? 1 : comment_unreadable;
   while (const char* line = qu_file_next_line(stream.get(), true)) text += line;
-  return 0;
+  return std::feof(stream.get()) != 0 && std::ferror(stream.get()) == 0 ? 0 : comment_unreadable;
 }
 
 int qd_comment_replace(const char* object_path, const char* text) {
@@ -55,6 +68,7 @@ int qd_comment_replace(const char* object_path, const char* text) {
   comment_path(object_path, path);
   replaced_file file(path, write_text);
   if (!file) {
+    qd_object_unwritten(errno);
     qu_message("Cannot open file or variable descrition file for writing:\n %s", path);
     qu_message("Description will not be updated.");
     qu_message("Check directory permissions and disk space.\n");
@@ -62,6 +76,7 @@ int qd_comment_replace(const char* object_path, const char* text) {
   }
   const bool written = std::fputs(text, file.get()) >= 0 && file.commit();
   if (written) return 0;
+  qd_object_unwritten(errno);
   qu_message(
       "Error while updating file or variable description.\nComment has not been updated.\n"
       "Check disk space and quotas\n");
@@ -73,6 +88,11 @@ int qd_comment_write(const char* directory, const char* file, const char* variab
   if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_write", 1);
   path_text object_path;
   if (!find_object(directory, file, variable, "updated", object_path)) return 2;
+  const folder_lock lock(object_path);
+  if (!lock || !is_still(object_path, file, variable)) {
+    qu_message("Description will not be updated.");
+    return 1;
+  }
   // Appending reads what is there, and the opening has just emptied it: clients count on the replacement.
   if (qd_comment_replace(object_path, text) != 0) return 1;
   qd_interrupt_add_modif(directory, file, variable, nullptr, CHANGE_DESCRIPTION);

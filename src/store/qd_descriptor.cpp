@@ -1,24 +1,55 @@
 #include "store/qd_descriptor.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
 #include "store/qd_tools.h"
 #include "util/qu_file_replace.h"
+#include "util/qu_message.h"
 #include "util/qu_string.h"
 
 namespace qrd {
 
 namespace {
 
-bool object_gone = false;
+object_state last_state = object_state::sound;
+
+// What passes by itself, or with more room. Of anything else a second attempt would find the same.
+bool is_passing(int reason) {
+  switch (reason) {
+    case EACCES:
+    case EPERM:
+    case EINVAL:
+    case EISDIR:
+    case ELOOP:
+    case ENAMETOOLONG:
+    case ENXIO:
+      return false;
+    default:
+      return true;
+  }
+}
 
 }  // namespace
 
+object_state qd_object_state() {
+  return last_state;
+}
+
 bool qd_object_gone() {
-  return object_gone;
+  return last_state == object_state::gone;
+}
+
+bool qd_object_failed(int reason) {
+  last_state = qu_is_gone(reason)   ? object_state::gone
+               : is_passing(reason) ? object_state::unreadable
+                                    : object_state::damaged;
+  return qd_object_gone();
+}
+
+void qd_object_unwritten(int reason) {
+  last_state = qu_is_gone(reason) ? object_state::gone : object_state::unreadable;
 }
 
 bool qd_folder_gone(const char* path) {
@@ -27,7 +58,9 @@ bool qd_folder_gone(const char* path) {
 }
 
 bool qd_object_lost(const char* object_path) {
-  return object_gone = qd_folder_gone(object_path);
+  if (last_state == object_state::sound)
+    last_state = qd_folder_gone(object_path) ? object_state::gone : object_state::damaged;
+  return qd_object_gone();
 }
 
 void qd_descriptor_path(const char* object_path, path_text& path) {
@@ -35,45 +68,36 @@ void qd_descriptor_path(const char* object_path, path_text& path) {
 }
 
 file_stream qd_object_file_open(const char* path, file_mode mode) {
-  // Between a failed opening and the look at the folder its number may be taken by a new object.
-  constexpr int attempts = 3;
-  object_gone = false;
-  for (int attempt = 0; attempt < attempts; ++attempt) {
-    file_stream stream(qu_file_open_n(path, mode));
-    if (stream) return stream;
-    if (errno != ENOENT) break;
-    path_text folder;
-    qu_path_join(folder, {path});
-    object_gone = qd_folder_gone(qu_file_dirname(folder, folder));
-    if (object_gone) return stream;
-  }
+  last_state = object_state::sound;
+  file_stream stream(qu_file_open_n(path, mode));
+  if (stream || qd_object_failed(errno)) return stream;
   return file_stream(qu_file_open_f(path, mode));
 }
 
 bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write) {
-  object_gone = false;
+  last_state = object_state::sound;
   replaced_file file(path, write_binary);
-  if (!file) {
-    object_gone = errno == ENOENT;
-    return false;
+  if (file) {
+    xdr_stream xdr(file.get(), XDR_ENCODE);
+    if (xdr && write(xdr.get()) && file.commit()) return true;
   }
-  xdr_stream xdr(file.get(), XDR_ENCODE);
-  if (xdr && write(xdr.get()) && file.commit()) return true;
-  object_gone = errno == ENOENT;
+  qd_object_unwritten(errno);
   return false;
 }
 
 descriptor_reader::descriptor_reader(const char* object_path) {
   path_text path;
   qd_descriptor_path(object_path, path);
-  object_gone = false;
-  std::int64_t count = qu_file_read_start(path, bytes_, sizeof bytes_);
-  if (count < 0) {
-    file_stream stream = qd_object_file_open(path, read_binary);
-    if (!stream) return;
-    count = static_cast<std::int64_t>(std::fread(bytes_, 1, sizeof bytes_, stream.get()));
+  last_state = object_state::sound;
+  const std::int64_t count = qu_file_read_start(path, bytes_, sizeof bytes_);
+  if (count >= 0) {
+    xdr_.emplace(bytes_, static_cast<std::uint32_t>(count));
+    return;
   }
-  xdr_.emplace(bytes_, static_cast<std::uint32_t>(count));
+  if (qd_object_failed(errno)) return;
+  const char* reason = qu_strerror(1);
+  qu_message("Unable to access file %s.", path);
+  qu_message("System Error: %s", reason);
 }
 
 }  // namespace qrd

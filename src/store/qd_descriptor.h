@@ -22,16 +22,30 @@ inline bool is_old_descriptor(std::int64_t version) {
   return version < DESCRIPTOR_VERSION;
 }
 
+// What came of the last file of an object that was read or written.
+enum class object_state {
+  sound,
+  gone,       // another server has taken it away: the errno of the failed call tells
+  damaged,    // it is there, and nobody will ever understand it
+  unreadable  // it can't be read or written now: an error of the disk, no handles, no room
+};
+object_state qd_object_state();
+// Sets it after a call that failed with this errno: of a reader, which gives true if the object is gone, and
+// of a writer, to whom nothing is damaged.
+bool qd_object_failed(int reason);
+void qd_object_unwritten(int reason);
+
 // True if another server has deleted a folder. One that can't be looked at counts as there.
 bool qd_folder_gone(const char* path);
-// The same for an object whose files could not be read or written; qd_object_gone() then tells it.
+// What was read of an object could not be understood, or an operation on its files has told why it failed:
+// true if the object is gone, which needs no report.
 bool qd_object_lost(const char* object_path);
 
 // The path of an object's descriptor.
 void qd_descriptor_path(const char* object_path, path_text& path);
 
-// A file in the folder of an object. One that can't be opened ends the process, unless another server has
-// deleted the whole folder meanwhile: then no stream, and qd_object_gone() tells so.
+// A file in the folder of an object. One that can't be opened ends the process, unless it is gone: then no
+// stream, and qd_object_gone() tells so.
 file_stream qd_object_file_open(const char* path, file_mode mode);
 
 // Puts a binary file whole into the folder of an object: other processes read what stood there before, or
@@ -39,13 +53,14 @@ file_stream qd_object_file_open(const char* path, file_mode mode);
 // the process; qd_object_gone() tells if the folder is no more.
 bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write);
 
-// The descriptor of an object, opened in the same way and read whole: a look-up reads many.
+// The descriptor of an object, read whole: a look-up reads many. Never ends the process; what can't be read
+// and isn't gone is told on the console.
 class descriptor_reader {
  public:
   explicit descriptor_reader(const char* object_path);
   descriptor_reader(const descriptor_reader&) = delete;
   descriptor_reader& operator=(const descriptor_reader&) = delete;
-  // False if it is gone.
+  // False if it could not be read; qd_object_state() tells why.
   explicit operator bool() const { return xdr_.has_value(); }
   XDR* get() { return xdr_->get(); }
 

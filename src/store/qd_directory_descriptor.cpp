@@ -30,7 +30,7 @@ int qd_directory_descriptor_read(const char* path, name_text& name) {
 
   std::int64_t version = 0;
   if (!move_fields(descriptor.get(), &version, name)) {
-    qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
+    if (!qd_object_lost(path)) qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
     return 0;
   }
   if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {

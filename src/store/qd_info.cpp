@@ -38,6 +38,8 @@ struct role_records {
   bool found[kind_count] = {};
   // What it means that a kind was not found.
   lookup_result otherwise = LOOKUP_ABSENT;
+  // False if something can't be read now that may be there.
+  bool is_told = true;
 
   void walk(const char* file_path) {
     path_text path;
@@ -53,6 +55,7 @@ struct role_records {
           return false;
         });
     otherwise = qd_lookup_result(end);
+    is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
   }
 };
 
@@ -75,17 +78,13 @@ int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   const qd_selected_entry* entry = tab_selected[handle.entry - 1];
   if (entry == nullptr) qu_fatal_number(function, 20);
 
-  // What another server has deleted since the selection is nobody's mistake.
+  // The numbers 30 and 40 are left out: what another server has deleted or damaged since the selection is
+  // nobody's mistake.
   qd_variable_record variable;
-  if (!qd_variable_descriptor_read(entry->variable_path, variable)) {
-    if (qd_object_gone()) return 0;
-    qu_fatal_number(function, 30);
-  }
   qd_file_record file;
-  if (!qd_file_descriptor_read(entry->file_path, file)) {
-    if (qd_object_gone()) return 0;
-    qu_fatal_number(function, 40);
-  }
+  if (!qd_variable_descriptor_read(entry->variable_path, variable) ||
+      !qd_file_descriptor_read(entry->file_path, file))
+    return 0;
   fill(file, variable, info);
   info.system = variable.kind != KIND_PLAIN || variable.implicit != 0;
   return 1;
@@ -119,13 +118,13 @@ int qd_variable_query(bool test_index, const char* directory, const char* file, 
 int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
   for (name_text& name : names) name[0] = '\0';
   path_text file_path;
-  if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
+  if (!qd_file_path(directory, file, file_path)) return nothing_told;
   role_records roles;
   roles.walk(file_path);
   for (int kind = 0; kind < kind_count; ++kind) {
     if (roles.found[kind]) std::strcpy(names[kind], roles.records[kind].name);
   }
-  return roles.otherwise;
+  return roles.is_told ? roles.otherwise : nothing_told;
 }
 
 int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name) {

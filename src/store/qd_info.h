@@ -32,14 +32,16 @@ enum variable_mask : int {
 };
 qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char* file, int mode, int mask);
 
-// The same names in mode -1, added to a list. 1, or 0 if the catalogue, the directory or the file can't be
-// found, which is fatal above: what a client asks for may have been deleted by another one.
+// The same names in mode -1, added to a list, without those that nobody can read. 1; 0 if the catalogue, the
+// directory or the file can't be found, which is fatal above: what a client asks for may have been deleted by
+// another one; or `list_unreadable` if something can't be read now.
+inline constexpr int list_unreadable = -1;
 int qd_list_directories(string_list& list);
 int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
                   string_list& list);
 int qd_list_variables(const char* directory, const char* file, int mask, string_list& list);
 
-// 1, or 0 if the object can't be found or too many files are open.
+// 1, or 0 if the object can't be found or read, or too many files are open.
 int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
 int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info);
 // One walk for all that a request asks of a variable: 0 all is told, 1 and 2 as qd_variable_test gives them,
@@ -51,7 +53,7 @@ int qd_variable_query(bool test_index, const char* directory, const char* file, 
 // 0 found, 1 none, 2 unreadable.
 int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name);
 // All of them at once; those that the file doesn't have are empty. The result tells what such a name means:
-// 1 none, 2 unreadable.
+// 1 none, 2 unreadable; nothing_told if it can't be read now.
 int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]);
 // 1, or 0 as above. A damaged line table is fatal. `grid` may be null; it is the default grid for any other
 // file.

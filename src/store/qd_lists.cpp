@@ -15,7 +15,7 @@ namespace qrd {
 namespace {
 
 // Numbers of the software errors.
-constexpr int bad_mode = 10, no_parent = 20, cannot_list = 30, unreadable_descriptor = 40;
+constexpr int bad_mode = 10, no_parent = 20, unreadable_descriptor = 40;
 
 // The words before the names.
 void add_head(const char* function, int mode, const char* create_word, string_list& list) {
@@ -27,11 +27,28 @@ void add_sorted(std::vector<std::string>& names, string_list& list) {
   for (const std::string& name : names) list.add(name.c_str(), name_size);
 }
 
-// A list is whole or it isn't given at all.
-int listed(const char* function, walk_end end) {
-  if (end == walk_end::cannot_list) qu_fatal_number(function, cannot_list);
-  if (end == walk_end::unreadable) qu_fatal_number(function, unreadable_descriptor);
-  return end == walk_end::parent_gone ? 0 : 1;
+// A list holds all but what nobody will ever read, or it isn't given at all.
+int listed(walk_end end) {
+  switch (end) {
+    case walk_end::parent_gone:
+      return 0;
+    case walk_end::cannot_list:
+    case walk_end::unreadable:
+      return list_unreadable;
+    default:
+      return 1;
+  }
+}
+
+// What the lookup of the parent means for a list.
+int listed_below(lookup_result parent) {
+  return parent == LOOKUP_FOUND ? 1 : parent == LOOKUP_ABSENT ? 0 : list_unreadable;
+}
+
+// For callers to whom every failure is fatal.
+void require_listed(const char* function, int listed) {
+  if (listed == 0) qu_fatal_number(function, no_parent);
+  if (listed == list_unreadable) qu_fatal_number(function, unreadable_descriptor);
 }
 
 // Names of variables: those that the store makes have their places in front, the others are sorted.
@@ -102,29 +119,31 @@ int qd_list_directories(string_list& list) {
         names.emplace_back(directory.name);
         return false;
       });
-  if (!listed("qd_get_directory_list", end)) return 0;
-  add_sorted(names, list);
-  return 1;
+  const int result = listed(end);
+  if (result == 1) add_sorted(names, list);
+  return result;
 }
 
 int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
                   string_list& list) {
   path_text directory_path, path;
-  if (!qd_directory_path(directory, directory_path)) return 0;
+  if (int found = listed_below(qd_find_directory(directory, directory_path)); found != 1) return found;
   std::vector<std::string> names;
   qd_file_record record;
   const walk_end end = qd_walk<file_level>(directory_path, path, record, [&](const qd_file_record& file) {
     if (qd_file_fits(file, organisation, dimension)) names.emplace_back(file.name);
     return false;
   });
-  if (!listed("qd_get_file_list", end)) return 0;
-  add_sorted(names, list);
-  return 1;
+  const int result = listed(end);
+  if (result == 1) add_sorted(names, list);
+  return result;
 }
 
 int qd_list_variables(const char* directory, const char* file, int mask, string_list& list) {
   path_text file_path, path;
-  if (!qd_file_path(directory, file, file_path)) return 0;
+  qd_file_record file_record;
+  if (int found = listed_below(qd_find_file(directory, file, file_path, file_record)); found != 1)
+    return found;
   variable_names names;
   qd_variable_record record;
   const walk_end end =
@@ -132,9 +151,9 @@ int qd_list_variables(const char* directory, const char* file, int mask, string_
         if (passes(variable, mask)) names.add(variable);
         return false;
       });
-  if (!listed("qd_get_variable_list", end)) return 0;
-  names.add_to(list);
-  return 1;
+  const int result = listed(end);
+  if (result == 1) names.add_to(list);
+  return result;
 }
 
 qu_list qd_get_directory_list(qu_list old_list, int mode) {
@@ -142,7 +161,7 @@ qu_list qd_get_directory_list(qu_list old_list, int mode) {
   const string_list freed(old_list);
   string_list list;
   add_head(function, mode, "New Directory", list);
-  if (!qd_list_directories(list)) qu_fatal_number(function, no_parent);
+  require_listed(function, qd_list_directories(list));
   return list.release();
 }
 
@@ -157,7 +176,7 @@ qu_list qd_get_file_list(qu_list old_list, const char* directory, int mode, std:
     return list.release();
   }
   add_head(function, mode, "New File", list);
-  if (!qd_list_files(directory, organisation, dimension, list)) qu_fatal_number(function, no_parent);
+  require_listed(function, qd_list_files(directory, organisation, dimension, list));
   return list.release();
 }
 
@@ -171,7 +190,7 @@ qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char
     return list.release();
   }
   add_head(function, mode, "New Variable", list);
-  if (!qd_list_variables(directory, file, mask, list)) qu_fatal_number(function, no_parent);
+  require_listed(function, qd_list_variables(directory, file, mask, list));
   return list.release();
 }
 

@@ -197,7 +197,7 @@ int qd_create_directory(const char* name) {
     case placement::failed:
       report_full("DIRECTORY");
       name_directory(name);
-      qu_message("         FILE PATH: >>>%s<<<\n\n", folder.path());
+      qu_message("         FILE PATH: >>>%s<<<\n\n", catalogue_path);
       return 0;
   }
   qd_interrupt_add_modif(name, nullptr, nullptr, nullptr, CHANGE_CREATED);
@@ -271,7 +271,7 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
     case placement::failed:
       report_full("FILE");
       name_file(directory, name);
-      qu_message("         FILE PATH: >>>%s<<<\n\n", folder.path());
+      qu_message("         FILE PATH: >>>%s<<<\n\n", directory_path);
       return 0;
   }
   qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_CREATED);

@@ -45,10 +45,9 @@ bool is_still(const char* file_path, const qd_file_record& record) {
 }
 
 // A column of a macro variable stands for all of them.
-bool is_variable_of(const qd_selected_entry& entry, const char* folder) {
-  qd_variable_record record;
+bool is_variable_of(const qd_selected_entry& entry, const qd_variable_record& record) {
   name_text family;
-  return !qd_variable_descriptor_read(folder, record) || std::strcmp(record.name, entry.variable_name) == 0 ||
+  return std::strcmp(record.name, entry.variable_name) == 0 ||
          (qd_catalogue_name(entry.variable_name, family) && std::strcmp(record.name, family) == 0);
 }
 
@@ -138,15 +137,15 @@ int qd_create_variable(const char* directory, const char* file, const char* name
       qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
       qu_message("         OR WRITE PROTECTED ?\n");
       name_variable(directory, file, name);
-      qu_message("       FILE PATH: >>>%s<<<\n\n", folder.path());
+      qu_message("       FILE PATH: >>>%s<<<\n\n", file_path);
       return 0;
   }
   log_change(directory, file, name, kind, CHANGE_CREATED);
   return 1;
 }
 
-// Fatal numbers: 10 no handle; 20 nothing selected; 26 the data file can't be closed; 30 the folder can't be
-// deleted; 60 selected more than once.
+// Fatal numbers: 10 no handle; 20 nothing selected; 26 the data file can't be closed; 60 selected more than
+// once. The number 30 is left out: a folder that can't be deleted is a refusal.
 qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
   constexpr char function[] = "qd_delete_variable";
   if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
@@ -161,11 +160,10 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
       qu_fatal_number(function, 26);
     }
   }
-  if (qd_remove_folder(entry->variable_path,
-                       [entry](const char* folder) { return is_variable_of(*entry, folder); }) == 0) {
-    qu_message("Unable to delete the variable \"%s\"", entry->variable_path);
-    qu_fatal_number(function, 30);
-  }
+  if (qd_remove_object<variable_level>(entry->variable_path, [entry](const qd_variable_record& record) {
+        return is_variable_of(*entry, record);
+      }) == 0)
+    return handle;
   if (entry->reference_count > 1) qu_fatal_number(function, 60);
   log_change(entry->directory_name, entry->file_name, entry->variable_name, entry->kind, CHANGE_DELETED);
   return qd_variable_deselect(handle);

@@ -1,7 +1,6 @@
 // From the names of the catalogue to paths on disk.
 #include <strings.h>
 
-#include <cerrno>
 #include <cstring>
 
 #include "samples/qd_macro.h"
@@ -20,11 +19,27 @@ bool directory_level::is_entry(const char* parent, const char* entry) {
   return false;
 }
 
-walk_end qd_unlisted(const char* parent) {
-  const bool was_missing = errno == ENOENT;
-  // A folder that stands there now, though there was none to list, is another object's that took the number.
-  const bool is_retaken = was_missing && qu_file_isdirectory(parent) == 1;
-  return is_retaken || qd_folder_gone(parent) ? walk_end::parent_gone : walk_end::cannot_list;
+bool unread_objects::pass_over() {
+  switch (qd_object_state()) {
+    case object_state::gone:
+      gone_ = true;
+      return true;
+    case object_state::unreadable: {
+      // One bad block leaves the others in reach; without handles none can be read.
+      constexpr int patience = 8;
+      return ++unreadable_ < patience;
+    }
+    case object_state::damaged:
+    case object_state::sound:
+      break;
+  }
+  damaged_ = true;
+  return true;
+}
+
+walk_end unread_objects::end() const {
+  if (unreadable_ > 0) return walk_end::unreadable;
+  return damaged_ ? walk_end::damaged : walk_end::all_seen;
 }
 
 lookup_result qd_lookup_result(walk_end end) {
@@ -34,6 +49,7 @@ lookup_result qd_lookup_result(walk_end end) {
     case walk_end::all_seen:
     case walk_end::parent_gone:
       return LOOKUP_ABSENT;
+    case walk_end::damaged:
     case walk_end::unreadable:
     case walk_end::cannot_list:
       break;

@@ -20,9 +20,8 @@ int qd_variable_path_in(const char* file_path, const char* variable, path_text& 
 // no object can have it, because it doesn't fit a descriptor.
 bool qd_catalogue_name(const char* variable, name_text& name);
 
-// 1 or 0 after a report. Reading rewrites an old version. A DESCR that is missing or can't be written is
-// fatal, unless the object's folder has gone with it (another server deleted it): then 0 without a report,
-// and qd_object_gone tells so.
+// 1 or 0 after a report. Reading rewrites an old version. What another server has taken away gives 0 without
+// a report, and qd_object_gone tells so. None of them ends the process.
 int qd_directory_descriptor_read(const char* path, name_text& name);
 int qd_directory_descriptor_write(const char* path, const char* name);
 int qd_file_descriptor_read(const char* path, qd_file_record& record);
@@ -32,8 +31,7 @@ int qd_variable_descriptor_write(const char* path, const qd_variable_record& rec
 // The bytes of a descriptor into an open file (see descriptor_changes).
 bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record);
 bool qd_variable_descriptor_put(std::FILE* stream, const qd_variable_record& record);
-// True if the last file of an object that was read or written could not be opened because its folder is no
-// longer there.
+// True if the last file of an object that was read or written is no longer there.
 bool qd_object_gone();
 
 // False if the data file of such a variable would be longer than 64 bits can tell.
@@ -42,7 +40,9 @@ bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& v
 // Sets rotated, m and t from the angles.
 void qd_grid_compute(qd_grid_record& grid);
 
-// 0 read; 1 no comment file (empty text); 2 no such object. Null variable: the file's comment.
+// 0 read; 1 no comment file (empty text); 2 no such object; 3 it is there and can't be read. Null variable:
+// the file's comment.
+inline constexpr int comment_unreadable = 3;
 int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text);
 // 0 written; 1 failure; 2 no such object. The text always replaces the old one.
 int qd_comment_write(const char* directory, const char* file, const char* variable, int append,

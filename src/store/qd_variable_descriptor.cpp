@@ -11,6 +11,7 @@
 //   below 411    the unit is an xstring(6) with trailing blanks, and there is no factor
 //   320 to 509   an xstring(500) behind the last field: the comment, which is a file today
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -116,29 +117,33 @@ void settle_unit(qd_format_record& format) {
   format.length_flag = unit_flag != 0;
 }
 
-// Gives the comment that old descriptors hold a file of its own.
-bool move_comment_out(XDR* xdr, const char* path) {
-  char comment[comment_limit + 1];
-  if (!qu_xdr_text(xdr, comment, comment_limit)) return false;
+// Some old descriptors hold the comment, which has a file of its own today.
+bool holds_comment(std::int64_t version) {
+  return version >= first_comment_version && version <= last_comment_version;
+}
+
+using comment_text = char[comment_limit + 1];
+
+// The fields as they stand on disk. False after a report.
+bool read_fields(const char* path, std::int64_t& version, qd_variable_record& record, comment_text& comment) {
+  record = qd_variable_record();
+  descriptor_reader descriptor(path);
+  if (!descriptor) return false;
+  XDR* xdr = descriptor.get();
+  if (move_fields(xdr, &version, record) && is_sound(record) &&
+      (!holds_comment(version) || qu_xdr_text(xdr, comment, comment_limit))) {
+    settle_unit(record.format);
+    return true;
+  }
+  if (!qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
+  return false;
+}
+
+bool move_comment_out(const char* path, const comment_text& comment) {
   if (qd_comment_replace(path, comment) == 0) return true;
   qu_message("Cannot convert variable comment from previous version");
   qu_message("Please check rights and disk space and run Velmar again");
   return false;
-}
-
-bool read_fields(XDR* xdr, const char* path, std::int64_t* version, qd_variable_record& record) {
-  if (!move_fields(xdr, version, record) || !is_sound(record)) return false;
-  settle_unit(record.format);
-  if (*version < first_comment_version || *version > last_comment_version) return true;
-  return move_comment_out(xdr, path);
-}
-
-// True of a descriptor of an old version, which is rewritten when it is read. Leaves the place of reading.
-bool needs_upgrade(XDR* xdr) {
-  std::int64_t version = 0;
-  const bool read = qu_xdr_int(xdr, &version);
-  xdr_setpos(xdr, 0);
-  return read && version >= oldest_descriptor_version && is_old_descriptor(version);
 }
 
 // Only a length has a factor on disk.
@@ -163,23 +168,26 @@ bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& v
 }
 
 int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
-  record = qd_variable_record();
-  std::optional<descriptor_reader> descriptor(path);
-  std::optional<folder_lock> lock;
-  if (*descriptor && needs_upgrade(descriptor->get())) {
-    // Another server may upgrade it at this moment, and have it changed before we look again.
-    path_text file_path;
-    qu_path_join(file_path, {path});
-    lock.emplace(qu_file_dirname(file_path, file_path));
-    descriptor.emplace(path);
-  }
-  if (!*descriptor) return 0;
-
   std::int64_t version = 0;
-  bool done = (!lock || *lock) && read_fields(descriptor->get(), path, &version, record);
-  if (done && is_old_descriptor(version)) done = qd_variable_descriptor_write(path, record) != 0;
-  if (!done && !qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
-  return done ? 1 : 0;
+  comment_text comment;
+  if (!read_fields(path, version, record, comment)) return 0;
+  if (!is_old_descriptor(version)) return 1;
+
+  // Another server may upgrade it at this moment, and have it changed before we look again.
+  path_text file_path;
+  qu_path_join(file_path, {path});
+  const folder_lock lock(qu_file_dirname(file_path, file_path));
+  if (!lock) {
+    qd_object_failed(errno);
+    return 0;
+  }
+  if (!read_fields(path, version, record, comment)) return 0;
+  if (!is_old_descriptor(version)) return 1;
+  if ((!holds_comment(version) || move_comment_out(path, comment)) &&
+      qd_variable_descriptor_write(path, record) != 0)
+    return 1;
+  if (!qd_object_gone()) qu_message("Variable descriptor corrupted:\n%s\n", path);
+  return 0;
 }
 
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {

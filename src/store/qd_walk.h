@@ -2,6 +2,7 @@
 // only, so that a look-up reads the siblings in the order of the disk up to the wanted one.
 #pragma once
 
+#include <cerrno>
 #include <cstring>
 
 #include "store/qd_descriptor.h"
@@ -46,44 +47,66 @@ struct variable_level {
 enum class walk_end {
   all_seen,
   stopped,      // by the visitor
-  unreadable,   // at a descriptor
+  damaged,      // all but some whose descriptors nobody will ever understand
+  unreadable,   // all but some whose descriptors can't be read now
   cannot_list,  // the parent's folder
   parent_gone   // another server has deleted it
 };
 
-// What is there of a folder that can't be listed; errno tells why it can't.
-walk_end qd_unlisted(const char* parent);
+// Keeps count of what a walk could not read.
+class unread_objects {
+ public:
+  // Of the object that was just tried. False if it is no use to go on: handles, or the disk, are missing.
+  bool pass_over();
+  bool any_gone() const { return gone_; }
+  walk_end end() const;
+
+ private:
+  bool gone_ = false;
+  bool damaged_ = false;
+  int unreadable_ = 0;
+};
 
 // Reads the objects of a level one after the other and shows them to `visit`, which stops the walk by
-// giving true. An object that another server deletes meanwhile is passed over. `path` and `record` hold
-// the last one read.
+// giving true. `path` and `record` hold the last one that was tried. An object that another server deletes
+// meanwhile is passed over; so is one that can't be read, after a report, but the end then tells it.
 template <typename Level, typename Visit>
 walk_end qd_walk(const char* parent, path_text& path, typename Level::record_type& record, Visit visit) {
   directory_listing listing(parent);
-  if (!listing) return qd_unlisted(parent);
-  bool any_seen = false, any_gone = false;
+  if (!listing) return qu_is_gone(errno) ? walk_end::parent_gone : walk_end::cannot_list;
+  bool any_seen = false;
+  unread_objects unread;
   while (const char* entry = listing.next()) {
     if (!Level::is_entry(parent, entry)) continue;
     qu_path_join(path, {parent, path_separator, entry});
     if (!Level::read(path, record)) {
-      if (!qd_object_gone()) return walk_end::unreadable;
-      any_gone = true;
+      if (!unread.pass_over()) break;
       continue;
     }
     any_seen = true;
     if (visit(static_cast<const typename Level::record_type&>(record))) return walk_end::stopped;
   }
   // What another server is just deleting as a whole must not look like a folder with few objects.
-  return (any_gone || !any_seen) && qd_folder_gone(parent) ? walk_end::parent_gone : walk_end::all_seen;
+  return (unread.any_gone() || !any_seen) && qd_folder_gone(parent) ? walk_end::parent_gone : unread.end();
 }
 
-// Deletes the object of that path and name (see qd_remove_folder). A number that another object has taken
-// since the look-up is left alone.
+// Deletes the object of that path if `is_meant(record)` (see qd_remove_folder). A number that another object
+// has taken since the look-up is left alone. 1, or 0 after a report if it can't be removed, or if nobody can
+// tell which object it is.
+template <typename Level, typename IsMeant>
+int qd_remove_object(const char* path, IsMeant is_meant) {
+  bool can_tell = true;
+  const int removed = qd_remove_folder(path, [&](const char* folder) {
+    typename Level::record_type record;
+    can_tell = Level::read(folder, record) != 0;
+    return can_tell && is_meant(static_cast<const typename Level::record_type&>(record));
+  });
+  return can_tell ? removed : 0;
+}
 template <typename Level>
 int qd_remove_object(const char* path, const char* name) {
-  return qd_remove_folder(path, [name](const char* folder) {
-    typename Level::record_type record;
-    return !Level::read(folder, record) || std::strcmp(record.name, name) == 0;
+  return qd_remove_object<Level>(path, [name](const typename Level::record_type& record) {
+    return std::strcmp(record.name, name) == 0;
   });
 }
 

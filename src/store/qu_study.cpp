@@ -395,14 +395,17 @@ study_opening open_study(const char* wanted) {
 
   study_choice choice = {};
   root_text path_below_root;
-  if (!choose_registered(wanted, valid_names, valid_paths, choice)) {
+  const bool is_found = choose_registered(wanted, valid_names, valid_paths, choice);
+  if (!is_found) {
     const study_opening below = choose_below_root(wanted, path_below_root, choice);
     if (below != STUDY_OPENED) return below;
   }
   qu_string_copy(choice.name, study_name);
   qu_string_copy(choice.path, study_path);
 
-  make_missing_study();
+  // A registered one that is missing by now has just been deleted.
+  if (is_found && is_study_gone()) return STUDY_GONE;
+  if (!is_found) make_missing_study();
   if (!is_registered(all_paths) && !register_study()) return STUDY_NO_REGISTRY;
   return prepare_study(wanted);
 }

@@ -1,11 +1,17 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <string>
 
 #include "samples/qd_select.h"
 #include "store/qd_manage.h"
 #include "support/console.h"
 #include "support/open_study.h"
+#include "util/qu_lock.h"
 
 namespace qrd::test {
 namespace {
@@ -65,6 +71,55 @@ TEST_F(Delete, Variable) {
   EXPECT_FALSE(std::filesystem::exists(in_file(1, "VARI.4")));
   set_current_variable("sel");
   expect_refused("CVARDEL", {}, "Cannot get info on Variable sel");
+}
+
+// What may not be deleted stays as it was, and the console tells what forbids it.
+TEST_F(Delete, WhatIsInUseStays) {
+  make_points("P", 3);
+  select_samples("sel", {1, 0, 1});
+  expect_done("CVARSET", bytes().text("sel"));
+  const std::string folders[] = {in_file(1, "VARI.4"), in_study("QRD/DIRE.1/FILE.1"), in_study("QRD/DIRE.1")};
+  int held[2], done[2];
+  ASSERT_EQ(pipe2(held, O_CLOEXEC) + pipe2(done, O_CLOEXEC), 0);
+  char byte = 0;
+  const pid_t other = fork();
+  if (other == 0) {
+    const folder_lock variable(folders[0].c_str()), file(folders[1].c_str()), directory(folders[2].c_str());
+    _exit(write(held[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 1 ? 0 : 1);
+  }
+  EXPECT_EQ(read(held[0], &byte, 1), 1);
+  const std::string said = console_of([&] {
+    expect_refused("CVARDEL", {}, "An error happened during Variable deletion");
+    expect_refused("CFILEDEL", {}, "An error happened during File deletion");
+    expect_refused("CDIRDEL", {}, "An error happened during Directory deletion");
+  });
+  EXPECT_EQ(write(done[1], &byte, 1), 1);
+  waitpid(other, nullptr, 0);
+  for (int end : {held[0], held[1], done[0], done[1]}) close(end);
+  for (const std::string& folder : folders)
+    EXPECT_NE(said.find("Unable to delete directory \"" + folder + "\": "), std::string::npos) << said;
+  expect_done("CDIRSET", bytes().text("D"));
+  expect_done("CFILESET", bytes().text("P"));
+  expect_done("CVARSET", bytes().text("sel"));
+  expect_done("CVARDEL");
+}
+
+TEST_F(Delete, VariableWithoutHandlesHasNoAnswer) {
+  make_points("P", 3);
+  select_samples("sel", {1, 0, 1});
+  expect_done("CVARSET", bytes().text("sel"));
+  struct rlimit before;
+  getrlimit(RLIMIT_NOFILE, &before);
+  const int next = dup(0);
+  close(next);
+  const struct rlimit none = {static_cast<rlim_t>(next), before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  std::string answered = "none";
+  answered = client_.ask("CVARDEL");
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(answered, "");
+  EXPECT_EQ(client_.status(), -1);
+  EXPECT_TRUE(std::filesystem::exists(in_file(1, "VARI.4/DESCR")));
 }
 
 TEST_F(Delete, MacroColumnThatDoesNotExist) {

@@ -1,15 +1,23 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "server/connection.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
+#include "support/console.h"
+#include "support/file_size_limit.h"
 #include "support/request_session.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
@@ -89,6 +97,128 @@ TEST_F(study_requests, new_creates_and_registers) {
   EXPECT_EQ(root.registry(), registered + pair("$init$/deep/New", "New study/1"));
   EXPECT_STREQ(current_context.study, "None");
   EXPECT_EQ(set("New study/1"), done());
+}
+
+TEST_F(study_requests, new_leaves_nothing_that_could_not_be_registered) {
+  // A registry for which the disk has no room; the files of a study are smaller.
+  std::string pairs;
+  for (int i = 0; i < 20; ++i) pairs += pair("$init$/far/" + std::to_string(i), "far " + std::to_string(i));
+  root.write_registry(pairs);
+  {
+    const file_size_limit disk(200);
+    EXPECT_EQ(make_new("New", root / "deep/New"),
+              refusal("Impossible to create study New. File system full?"));
+  }
+  EXPECT_FALSE(fs::exists(root / "deep"));
+  EXPECT_EQ(root.registry(), registry_head + pairs);
+  write_file(root / "study_names.def", pairs + std::string(3, '\0'));
+  EXPECT_EQ(make_new("New", root / "New"), refusal("Impossible to create study New. File system full?"));
+  EXPECT_FALSE(fs::exists(root / "New"));
+  const std::string unreadable = "Not a valid Velmar path (does not contain a list of studies).";
+  EXPECT_EQ(session.ask("CSTUDYLST"), refusal(unreadable));
+  EXPECT_EQ(set("Gold"), refusal(unreadable));
+}
+
+// Several servers make studies at once; each of them is in the registry afterwards.
+TEST_F(study_requests, new_ones_of_several_servers_are_all_registered) {
+  constexpr int servers = 4, each = 8;
+  const auto name_of = [](int server, int i) { return std::to_string(server) + "." + std::to_string(i); };
+  std::vector<pid_t> children;
+  for (int server = 0; server < servers; ++server) {
+    children.push_back(fork());
+    if (children.back() != 0) continue;
+    request_session own;
+    qu_string_copy(root.path().c_str(), current_context.qrd_init);
+    for (int i = 0; i < each; ++i) {
+      const std::string name = name_of(server, i);
+      if (own.ask("CSTUDYNEW", bytes().text(name).text(root / name).str()) != done()) _exit(2);
+    }
+    _exit(0);
+  }
+  for (pid_t child : children) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  for (int server = 0; server < servers; ++server)
+    for (int i = 0; i < each; ++i)
+      EXPECT_NE(root.registry().find(pair("$init$/" + name_of(server, i), name_of(server, i))),
+                std::string::npos);
+}
+
+// Another server moves the study away and back again while it is opened, in whatever moment.
+TEST_F(study_requests, set_gives_the_study_of_the_name_or_none) {
+  const pid_t other = fork();
+  if (other == 0) {
+    for (;;) {
+      fs::rename(root / "Gold", root / "Away");
+      fs::rename(root / "Away", root / "Gold");
+    }
+  }
+  console_of([&] {
+    int opened = 0, refused = 0;
+    for (int round = 0; round < 1000 && (opened < 20 || refused < 20); ++round) {
+      ASSERT_EQ(set("Zinc"), done());
+      set_current_directory("D");
+      if (set("Gold") == done()) {
+        ++opened;
+        EXPECT_STREQ(study_name, "Gold");
+        EXPECT_STREQ(current_context.directory, "None");
+      } else {
+        ++refused;
+        EXPECT_STREQ(study_name, "Zinc");
+        EXPECT_STREQ(current_context.study, "Zinc");
+        EXPECT_STREQ(current_context.directory, "D");
+      }
+    }
+  });
+  kill(other, SIGKILL);
+  waitpid(other, nullptr, 0);
+}
+
+TEST_F(study_requests, del_puts_back_what_it_cannot_delete) {
+  ASSERT_EQ(set("Gold"), done());
+  int held[2];
+  ASSERT_EQ(pipe2(held, O_CLOEXEC), 0);
+  char byte = 0;
+  const pid_t other = fork();
+  if (other == 0) {
+    const folder_lock lock((root / "Gold").c_str());
+    if (write(held[1], &byte, 1) == 1) pause();
+    _exit(0);
+  }
+  EXPECT_EQ(read(held[0], &byte, 1), 1);
+  const std::string said = console_of(
+      [&] { EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("An error happened during Study deletion: Gold")); });
+  kill(other, SIGKILL);
+  waitpid(other, nullptr, 0);
+  for (int end : held) close(end);
+  EXPECT_NE(said.find("Unable to delete directory \"" + root.path() + "/Gold\": "), std::string::npos)
+      << said;
+  EXPECT_EQ(root.registry(), registered);
+  {
+    const file_size_limit disk(60);
+    ASSERT_EQ(set("Gold"), done());
+    EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("An error happened during Study deletion: Gold"));
+  }
+  EXPECT_EQ(root.registry(), registered);
+  EXPECT_EQ(set("Gold"), done());
+}
+
+TEST_F(study_requests, a_server_at_work_in_a_deleted_study_refuses) {
+  ASSERT_EQ(set("Iron"), done());
+  const std::string path = root / "Iron";
+  ASSERT_EQ(session.ask("CDIRNEW", bytes().text("D").str()), done());
+  ASSERT_EQ(session.ask("CDIRSET", bytes().text("D").str()), done());
+  fs::remove_all(path);
+  console_of([&] {
+    EXPECT_EQ(session.ask("CDIRLST"), refusal("Study Directory not found or not a study: \"" + path + "\""));
+    EXPECT_EQ(session.ask("CDIRNEW", bytes().text("E").str()), refusal("Cannot create directory Iron: E"));
+    EXPECT_EQ(session.ask("CFILELST"), refusal("Not a valid Velmar directory: Iron: D"));
+    EXPECT_EQ(session.ask("CDIRDEL"), refusal("An error happened during Directory deletion"));
+  });
+  EXPECT_FALSE(fs::exists(path));
+  EXPECT_EQ(set("Gold"), done());
 }
 
 TEST_F(study_requests, new_refuses_names_and_paths_that_are_no_study) {

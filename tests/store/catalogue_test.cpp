@@ -133,8 +133,8 @@ TEST_F(catalogue, tests_of_what_cannot_be_read_say_so) {
   path_text path;
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_file_path("Soil", "no such one", path), 0); }).find(no_access),
             std::string::npos);
-  write_file(tree / "plain", "");
-  qu_path_join(catalogue_path, {tree / "plain"});
+  fs::create_symlink(tree / "loop", tree / "loop");
+  qu_path_join(catalogue_path, {tree / "loop"});
   EXPECT_EQ(console_of([] { EXPECT_EQ(qd_directory_test("Soil"), 2); }), no_access);
 }
 
@@ -156,19 +156,12 @@ TEST_F(catalogue, passes_over_what_is_deleted_meanwhile) {
   EXPECT_EQ(seen, 1);
   fs::remove_all(directory);
   EXPECT_EQ(qd_walk<file_level>(directory.c_str(), path, record, delete_siblings), walk_end::parent_gone);
-  // Its number may be another object's before anybody looks.
-  fs::create_directory(directory);
-  errno = ENOENT;
-  EXPECT_EQ(qd_unlisted(directory.c_str()), walk_end::parent_gone);
-  errno = EACCES;
-  EXPECT_EQ(qd_unlisted(directory.c_str()), walk_end::cannot_list);
-  fs::remove(directory);
-  fs::create_symlink("nowhere", directory);
+  fs::create_symlink(directory, directory);
   EXPECT_EQ(qd_walk<file_level>(directory.c_str(), path, record, delete_siblings), walk_end::cannot_list);
   fs::remove(directory);
-  // A folder that is there without a descriptor is another matter.
+  // A folder without a descriptor is no object, and hinders nothing.
   tree.folder("DIRE.12/FILE.1");
-  EXPECT_FATAL(qd_file_test(ORG_ANY, DIM_ANY, "Air", "no such one"), "FATAL ERROR in qu_file_open_f");
+  EXPECT_EQ(qd_file_test(ORG_ANY, DIM_ANY, "Air", "no such one"), 1);
 }
 
 TEST_F(catalogue, refuses_directories_in_lower_case) {

@@ -307,7 +307,7 @@ TEST_F(Manage, AFullDiskLeavesNothing) {
         "WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n\n         OR WRITE PROTECTED ?\n\n"
         "         DIRECTORY NAME: >>>D<<<\n\n              FILE NAME: >>>G<<<\n\n\n"
         "          VARIABLE NAME: >>>x<<<\n\n\n       FILE PATH: >>>" +
-            path + "/",
+            path + "<<<",
         create_variable);
     EXPECT_EQ(names_in(path), before) << limit;
   }
