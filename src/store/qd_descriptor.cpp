@@ -95,9 +95,7 @@ descriptor_reader::descriptor_reader(const char* object_path) {
     return;
   }
   if (qd_object_failed(errno)) return;
-  const char* reason = qu_strerror(1);
-  qu_message("Unable to access file %s.", path);
-  qu_message("System Error: %s", reason);
+  qu_report_failure("Unable to read", path);
 }
 
 }  // namespace qrd

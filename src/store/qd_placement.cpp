@@ -190,8 +190,7 @@ bool removed_folder::is_out() const {
     case state::put_back:
       break;
   }
-  const char* reason = qu_strerror(1);
-  qu_message("Unable to delete directory \"%s\": %s", place_.c_str(), reason);
+  qu_report_failure("Unable to delete directory", place_.c_str());
   return false;
 }
 

@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <optional>
 
 #include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
