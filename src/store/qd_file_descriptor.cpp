@@ -15,6 +15,7 @@
 //                the entries of LINE are xint
 //   below 900    three xstring(9) behind the last field, unit names of that time
 //   900 to 1099  ten of them
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -139,9 +140,14 @@ bool widen_lines(const char* line_path, const qd_file_record& record) {
   checked_array<std::int64_t> table;
   if (!table.allocate(entries)) {
     qu_message("Cannot allocate memory to update line");
+    qd_object_unwritten(ENOMEM);
     return false;
   }
-  if (read_lines(stream.get(), qu_xdr_int, record, table)) return write_lines(line_path, table);
+  if (read_lines(stream.get(), qu_xdr_int, record, table)) {
+    if (write_lines(line_path, table)) return true;
+    qd_object_unwritten(errno);
+    return false;
+  }
   return read_lines(stream.get(), qu_xdr_long, record, table);
 }
 
@@ -182,7 +188,11 @@ int qd_file_descriptor_read(const char* path, qd_file_record& record) {
   if (result == reading::done && is_old_descriptor(version)) {
     // Another server may upgrade the file at this moment, and have it grown before we look again.
     lock.emplace(path);
-    result = *lock ? read_fields(path, version, record) : reading::corrupted;
+    if (!*lock) {
+      qd_object_failed(errno);
+      return 0;
+    }
+    result = read_fields(path, version, record);
   }
   if (result == reading::gone) return 0;
   bool done = result == reading::done;

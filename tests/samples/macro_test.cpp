@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "samples/sample_study.h"
+#include "store/qd_tools.h"
 
 namespace qrd::test {
 namespace {
