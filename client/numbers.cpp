@@ -53,8 +53,17 @@ std::string single_text(double value, double factor) {
   // The value may have been stored as it is, or as a length; where both are possible both must come out the
   // same.
   const bool is_plain = is_single(value) && static_cast<double>(static_cast<float>(value)) == value;
-  for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
-    char text[32];
+  char text[32];
+  if (factor == 1 && is_plain) {
+    const auto [end, problem] = std::to_chars(text, text + sizeof text, static_cast<float>(value));
+    double candidate = 0;
+    std::from_chars(text, end, candidate);
+    // Read as a double first, a text that lies between two singles could become the other one.
+    if (problem == std::errc() && same_single(candidate, value)) return {text, end};
+  }
+  // A text of fewer digits comes out of this many too.
+  constexpr int fewest_digits = std::numeric_limits<float>::digits10;
+  for (int digits = fewest_digits; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
     const auto [end, problem] =
         std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
     if (problem != std::errc()) break;

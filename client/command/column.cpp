@@ -31,6 +31,15 @@ std::string shown(const variable_name& variable) {
   return stem + "{" + std::get<std::string>(*variable.index) + "}";
 }
 
+// Of the current variable, if the name tells one.
+void choose_index(client::connection& server, const variable_name& variable) {
+  if (!variable.index) return;
+  if (const auto* number = std::get_if<std::int32_t>(&*variable.index))
+    server.set_index(*number);
+  else
+    server.set_index(std::get<std::string>(*variable.index));
+}
+
 void trim_right(std::string& text) {
   text.erase(text.find_last_not_of(' ') + 1);
 }
@@ -71,7 +80,7 @@ column open_column(client::connection& server, const std::string& name, const st
   if (is_macro && !result.variable.index)
     throw client::error("\"" + name + "\" is a macro variable: name one of its columns with --index");
   result.title = shown(result.variable);
-  select_column(server, result);
+  choose_index(server, result.variable);
   return result;
 }
 
@@ -94,11 +103,7 @@ std::vector<column> open_columns(client::connection& server, const std::string& 
 
 void select_column(client::connection& server, const column& chosen) {
   server.set_variable(chosen.variable.name);
-  if (!chosen.variable.index) return;
-  if (const auto* number = std::get_if<std::int32_t>(&*chosen.variable.index))
-    server.set_index(*number);
-  else
-    server.set_index(std::get<std::string>(*chosen.variable.index));
+  choose_index(server, chosen.variable);
 }
 
 bool column_values::is_missing(const column& of, std::size_t i) const {
