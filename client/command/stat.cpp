@@ -20,6 +20,13 @@ struct stat_options {
   std::vector<std::string> variables;
 };
 
+// The number that a read of such a value prints: of 32 bits that with the fewest digits.
+double as_read(const column& of, double value) {
+  column_values one;
+  one.numbers.values = {value};
+  return client::parse_number(cell_text(of, one, 0)).value_or(value);
+}
+
 // Mean and squared deviation in one pass, without the loss that a sum of squares has (Welford 1962).
 class number_summary {
  public:
@@ -39,11 +46,11 @@ class number_summary {
     }
   }
 
-  json told() const {
+  json told(const column& of) const {
     json result = {{"count", count_}, {"missing", missing_}};
     if (count_ == missing_) return result;
-    result["minimum"] = minimum_;
-    result["maximum"] = maximum_;
+    result["minimum"] = as_read(of, minimum_);
+    result["maximum"] = as_read(of, maximum_);
     result["sum"] = sum_;
     result["mean"] = mean_;
     result["standard deviation"] = std::sqrt(deviation_ / static_cast<double>(count_ - missing_));
@@ -93,7 +100,7 @@ json summarise(client::connection& server, const column& chosen,
     });
   json result = {{"variable", chosen.title}};
   if (!chosen.is_text()) result["unit"] = chosen.unit().empty() ? json(nullptr) : json(chosen.unit());
-  result.update(chosen.is_text() ? texts.told() : numbers.told());
+  result.update(chosen.is_text() ? texts.told() : numbers.told(chosen));
   return result;
 }
 

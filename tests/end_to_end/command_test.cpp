@@ -170,6 +170,7 @@ TEST_F(Command, JsonHasThreeShapes) {
             "{\"variable\":\"a \\\"t\\\"\",\"unit\":null,\"values\":[\"\xC3\xA9,\",null]},"
             "{\"variable\":\"X+ Gravity Center\",\"unit\":\"m\",\"values\":[1,1]}]\n");
   EXPECT_EQ(json::parse(with("--json")).size(), 2U);
+  EXPECT_EQ(json::parse(good({"stat", "--json", "S", "D", "P", "g"}))[0]["maximum"], 0.1);
   good({"new", "lines", "S", "D", "L"});
   EXPECT_EQ(good({"read", "--json", "S", "D", "L", "X+ Gravity Center"}), "[]\n");
 }
