@@ -65,11 +65,12 @@ TEST_F(objects, polygons) {
   EXPECT_EQ(to().polygons().contours, (std::vector{stored(pit, "Pit")}));
   EXPECT_EQ(
       told_json({"polygons", "Study", "D", "Poly", "--selection", "pits", "--points", "--unit", "cm"}),
-      json::parse(R"({"dimension": 2, "lowest": [-300, -200, 0], "highest": [-100, 0, 100], "polygons": [
+      json::parse(
+          R"({"units": ["cm", "cm"], "dimension": 2, "lowest": [-300, -200, 0], "highest": [-100, 0, 100], "polygons": [
               {"polygon": "Pit", "contours": [{"contour": "Pit", "vertices": 4, "points": [
                 {"x": -100, "y": 0}, {"x": -100, "y": -200}, {"x": -300, "y": -200}, {"x": -300, "y": 0}]}]}]})"));
   EXPECT_EQ(told({"polygons", "Study", "D", "Poly"}),
-            "dimension: 2\nlowest: -3 -2 0\nhighest: 6 6.5 0\npolygons: 2\n"
+            "units:\n  m\n  m\ndimension: 2\nlowest: -3 -2 0\nhighest: 6 6.5 0\npolygons: 2\n"
             "  polygon: Lake\n  contours: 2\n    contour: shore\n    vertices: 3\n    contour: island\n"
             "    vertices: 3\n  polygon: Pit\n  contours: 1\n    contour: Pit\n    vertices: 4\n");
 }
@@ -86,9 +87,10 @@ TEST_F(objects, wireframes) {
   EXPECT_EQ(to().wireframes(), (std::vector{ore}));
   EXPECT_EQ(
       told_json({"wireframes", "Study", "D", "Wire"}),
-      json::parse(R"({"wireframes": [{"object": "Ore", "colour": [1, 2, 3], "pieces": [
+      json::parse(
+          R"({"units": ["m", "m", "m"], "wireframes": [{"object": "Ore", "colour": [1, 2, 3], "pieces": [
               {"vertices": 4, "triangles": 4}, {"vertices": 0, "triangles": 0}]}, {"object": ")" +
-                  other.name + R"(", "colour": [4, 5, 6], "pieces": [{"vertices": 4, "triangles": 4}]}]})"));
+          other.name + R"(", "colour": [4, 5, 6], "pieces": [{"vertices": 4, "triangles": 4}]}]})"));
   const json points = told_json({"wireframes", "Study", "D", "Wire", "--selection", "first", "--points"});
   EXPECT_EQ(points["wireframes"][0]["pieces"][0]["points"][3], json::parse(R"({"x": 0, "y": 0, "z": 2.5})"));
   EXPECT_EQ(points["wireframes"][0]["pieces"][0]["surface"][3], json::parse(R"({"corners": [1, 2, 3]})"));
@@ -116,11 +118,13 @@ TEST_F(objects, faults) {
   EXPECT_EQ(refusal_of([&] { to().write_faults(sent); }), "P is an already faulted file.");
   EXPECT_EQ(
       told_json({"faults", "Study", "D", "P", "--priority", "99", "--points"}),
-      json::parse(R"({"dimension": 2, "attributes": true, "faults": [{"fault": "North", "polyline": true,
+      json::parse(
+          R"({"units": ["m", "m"], "dimension": 2, "attributes": true, "faults": [{"fault": "North", "polyline": true,
               "segments": 1, "pieces": [{"priority": 1, "point 1": [1, 2, 0], "point 2": [3, 4, 0],
               "attributes": [null, 0.5, null]}]}]})"));
   EXPECT_EQ(told({"faults", "Study", "D", "P"}),
-            "dimension: 2\nattributes: yes\nfaults: 2\n  fault: North\n  polyline: yes\n  segments: 2\n"
+            "units:\n  m\n  m\ndimension: 2\nattributes: yes\nfaults: 2\n  fault: North\n  polyline: yes\n  "
+            "segments: 2\n"
             "  fault: South\n  polyline: no\n  segments: 1\n");
 }
 
