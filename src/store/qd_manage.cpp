@@ -17,6 +17,7 @@
 #include "store/qd_variable_files.h"
 #include "store/qd_walk.h"
 #include "units/qu_units.h"
+#include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
@@ -180,11 +181,23 @@ int qd_create_directory(const char* name) {
 
   prepared_object folder(catalogue_path);
   placement placed = placement::failed;
+  bool has_changed = false;
   {
     log_pause pause;
     if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
-        qd_directory_descriptor_write(folder.path(), name) != 0)
-      placed = folder.place(directory_numbering);
+        qd_directory_descriptor_write(folder.path(), name) != 0) {
+      // Another server may have made one of that name until the lock was to be had.
+      const folder_lock lock(catalogue_path);
+      if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
+        placed = folder.place(directory_numbering);
+      else
+        has_changed = true;
+    }
+  }
+  if (has_changed) {
+    report_unexpected("DIRECTORY TO BE CREATED", "EXISTS ALREADY");
+    name_directory(name);
+    return 0;
   }
   switch (placed) {
     case placement::placed:
@@ -250,13 +263,20 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
 
   prepared_object folder(directory_path);
   placement placed = placement::failed;
+  bool has_changed = false;
   {
     log_pause pause;
-    if (folder && write_file_files(folder.path(), record, content) && is_still(directory_path, directory))
-      placed = folder.place(file_numbering);
+    if (folder && write_file_files(folder.path(), record, content)) {
+      const folder_lock lock(directory_path);
+      if (lock && is_still(directory_path, directory) &&
+          qd_find<file_level>(directory_path, name, existing_path, existing) == LOOKUP_ABSENT)
+        placed = folder.place(file_numbering);
+      else
+        has_changed = true;
+    }
   }
-  if (placed == placement::failed && !is_still(directory_path, directory)) {
-    report_unexpected("DIRECTORY OF THE FILE TO BE CREATED", "IS NO MORE");
+  if (placed == placement::failed && (has_changed || !is_still(directory_path, directory))) {
+    report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
     name_file(directory, name);
     return 0;
   }

@@ -408,6 +408,27 @@ TEST_F(Manage, CreatorsNeverShareANumber) {
   EXPECT_EQ(descriptors.size(), expected.size());
 }
 
+TEST_F(Manage, OneOfManyCreatorsMakesAName) {
+  ASSERT_EQ(qd_create_directory("D"), 1);
+  in_processes(6, [](int) {
+    for (int i = 0; i < 10; i++) {
+      const std::string name = std::to_string(i);
+      qd_create_directory(name.c_str());
+      qd_create_file("D", name.c_str(), ORG_POINTS, 2, nullptr);
+      qd_create_variable("D", "0", name.c_str(), VAR_FLOAT, 0, 8, nullptr);
+    }
+  });
+  EXPECT_EQ(names_in(catalogue()).size(), 11U);
+  EXPECT_EQ(names_in(at("DIRE.1")).size(), 11U);
+  std::set<std::string> variables;
+  std::string file;
+  for (const auto& entry : fs::directory_iterator(at("DIRE.1")))
+    if (entry.is_directory() && read_file(entry.path() / "DESCR").substr(8, 1) == "0") file = entry.path();
+  for (const auto& entry : fs::directory_iterator(file))
+    if (entry.is_directory()) variables.insert(read_file(entry.path() / "DESCR"));
+  EXPECT_EQ(names_in(file).size(), variables.size() + 1);
+}
+
 TEST_F(Manage, NobodyMeetsAHalfMadeObject) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   in_processes(6, [this](int server) {
