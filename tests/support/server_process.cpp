@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,7 +14,6 @@
 #include <csignal>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "support/bytes.h"
@@ -219,14 +219,17 @@ bool server_process::is_running() {
 }
 
 std::optional<int> server_process::wait(std::chrono::milliseconds time) {
-  for (auto end = clock::now() + time; !status_;) {
-    int status = 0;
-    pid_t ended = waitpid(process_, &status, WNOHANG);
-    if (ended < 0) fail("waitpid");
-    if (ended == process_) status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    if (status_ || clock::now() >= end) break;
-    std::this_thread::sleep_for(5ms);
+  if (status_) return status_;
+  if (time > 0ms) {
+    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
+    if (descriptor < 0) fail("pidfd_open");
+    is_readable(descriptor, time);
+    ::close(descriptor);
   }
+  int status = 0;
+  const pid_t ended = waitpid(process_, &status, WNOHANG);
+  if (ended < 0) fail("waitpid");
+  if (ended == process_) status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return status_;
 }
 

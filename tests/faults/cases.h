@@ -1,0 +1,46 @@
+// The requests that change a tree or bring it up to date, each in its smallest case.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "client/connection.h"
+
+namespace qrd::test {
+
+// A root, and a client that has said hello but opened nothing.
+struct scene {
+  client::connection& to;
+  std::filesystem::path root;
+
+  void open() const { to.open_root(root.string()); }
+  void choose(const std::string& study, const std::string& directory = {}, const std::string& file = {},
+              const std::string& variable = {}) const;
+};
+
+struct fault_case {
+  std::string name;
+  // Through a server that nothing disturbs, on a root with the empty studies "T" and "S"; then what an older
+  // program, or a compressing one, would have made of the files.
+  std::function<void(const scene&)> made;
+  // Before the first fault: what the client chooses.
+  std::function<void(const scene&)> chosen;
+  std::function<void(const scene&)> request;
+  // The place in the view whose samples the request writes over where they are: a cut write leaves old and
+  // new ones.
+  std::string written_over = {};
+  // The place of the file that was linked with one that is deleted: the name of what is no more may stay
+  // there.
+  std::string partner = {};
+};
+
+const std::vector<fault_case>& fault_cases();
+
+inline void PrintTo(const fault_case& tried, std::ostream* out) {
+  *out << tried.name;
+}
+
+}  // namespace qrd::test

@@ -1,0 +1,465 @@
+// What servers that share a tree may do at the same time, and what must never come of it.
+#include "sharing/sharing.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "end_to_end/database.h"
+#include "support/bytes.h"
+
+namespace qrd::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int many = 20000;
+
+std::vector<double> counted(int count) {
+  std::vector<double> values(static_cast<std::size_t>(count));
+  std::iota(values.begin(), values.end(), 1);
+  return values;
+}
+
+turn chosen_first(const std::function<void(client::connection&)>& choose, const turn& then) {
+  return [=](visitor& self) {
+    if (self.round == 0) choose(self.to);
+    then(self);
+  };
+}
+
+// A points file "P" with the values 1, 2, 3... in "v", which lie compressed at the beginning of each round.
+class sharing_compressed : public sharing {
+ protected:
+  void SetUp() override {
+    alone([](client::connection& to) {
+      to.set_study("S");
+      to.set_directory("D");
+      to.new_points("P", 2, std::vector<double>(2 * many, 0.5));
+      to.set_file("P");
+      to.new_float_variable("v", 64, {}, "");
+      to.set_variable("v");
+      to.write_floats(counted(many));
+    });
+    for (const auto& entry : fs::directory_iterator(in_file(1, "")))
+      if (fs::exists(entry.path() / "DATAVAR") &&
+          read_file((entry.path() / "DESCR").string()).starts_with(bytes().i32(1100).text("v").str()))
+        plain_ = (entry.path() / "DATAVAR").string();
+    const std::string content = read_file(plain_);
+    const std::string path = root_ / "made.gz";
+    gzFile stream = gzopen(path.c_str(), "wb");
+    gzwrite(stream, content.data(), static_cast<unsigned>(content.size()));
+    gzclose(stream);
+    archive_ = read_file(path);
+  }
+  void compress() {
+    write_file(plain_ + ".gz", archive_);
+    fs::remove(plain_);
+  }
+  static void choose(client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.set_file("P");
+    to.set_variable("v");
+  }
+
+  std::string plain_, archive_;
+};
+
+TEST_F(sharing_compressed, is_expanded_by_those_who_read) {
+  const turn reader =
+      chosen_first(choose, [](visitor& self) { EXPECT_EQ(self.to.read_floats().values, counted(many)); });
+  together({.turns = {reader, reader, reader, reader}, .before = [this] { compress(); }});
+}
+
+TEST_F(sharing_compressed, keeps_what_is_written_at_that_moment) {
+  const std::vector<double> written(many / 2, 7.0);
+  std::vector<double> expected = counted(many);
+  std::copy(written.begin(), written.end(), expected.begin());
+  const turn writer = chosen_first(choose, [&](visitor& self) {
+    self.to.write_floats(written, client::sample_range{1, many / 2});
+  });
+  const turn reader = chosen_first(choose, [&](visitor& self) {
+    const std::vector<double> read = self.to.read_floats().values;
+    for (std::size_t i = 0; i < read.size(); ++i)
+      if (read[i] != expected[i] && read[i] != static_cast<double>(i + 1))
+        throw std::runtime_error("value " + std::to_string(i) + " is " + std::to_string(read[i]));
+  });
+  together({.turns = {writer, reader, reader},
+            .before = [this] { compress(); },
+            .after =
+                [&] {
+                  alone([&](client::connection& to) {
+                    choose(to);
+                    EXPECT_EQ(to.read_floats().values, expected);
+                  });
+                },
+            .most_rounds = 200});
+}
+
+// Each append is longer than the room that is left, so that all columns move.
+TEST_F(sharing, an_append_leaves_each_column_its_values) {
+  constexpr int columns = 30;
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.set_file("P");
+  };
+  alone([&](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.new_points("P", 2, std::vector<double>(2 * 300, 0.5));
+    to.set_file("P");
+    to.new_macro_variable("m[xxxxx]", 64, {}, "");
+    to.set_variable("m[xxxxx]");
+    std::vector<std::int32_t> indices(columns);
+    std::iota(indices.begin(), indices.end(), 1);
+    to.add_macro_indices(indices);
+    for (const std::int32_t index : indices) {
+      to.set_index(index);
+      to.write_floats(std::vector<double>(300, index));
+    }
+  });
+  const turn writer = chosen_first(
+      choose, [](visitor& self) { self.to.append_points(2, std::vector<double>(2 * 512, 0.5)); });
+  const turn reader = [&](visitor& self) {
+    if (self.round == 0) {
+      choose(self.to);
+      self.to.set_variable("m[xxxxx]");
+    }
+    for (int i = 0; i < 8; ++i) {
+      const int index = 1 + self.pick(columns);
+      self.to.set_index(index);
+      // In the moment of the change a reader may be refused, and never given another column.
+      std::vector<double> read(300, index);
+      attempt([&] { read = self.to.read_floats(client::sample_range{1, 300}).values; });
+      EXPECT_EQ(read, std::vector<double>(300, index));
+    }
+  };
+  together({.turns = {writer, reader, reader}, .most_rounds = 300});
+}
+
+TEST_F(sharing, a_bare_study_opened_by_two_has_the_whole_template) {
+  alone([this](client::connection& to) { to.new_study("Template", root_ / "Template"); });
+  write_file(root_ / "Template/DEF/DISP1", "shown\n");
+  for (int i = 1; i <= 30; ++i)
+    write_file(root_ / ("Template/U_COLOR/PAL." + std::to_string(i)),
+               "C" + std::to_string(i) + "\n  1   2   3\n");
+  const tree_image expected = image_of(root_ / "Template/U_COLOR");
+  const turn open = [](visitor& self) { self.to.set_study("S"); };
+  together({.turns = {open, open},
+            .before =
+                [this] {
+                  for (const char* folder : {"CSCALE", "U_LITHO", "TRANSFO", "U_COLOR", "IMAGES", "METAFILE"})
+                    fs::remove_all(root_ / (std::string("S/") + folder));
+                  fs::remove(root_ / "S/DEF/DISP1");
+                },
+            .after =
+                [&] {
+                  EXPECT_EQ(image_of(root_ / "S/U_COLOR"), expected);
+                  EXPECT_EQ(read_file(root_ / "S/DEF/DISP1"), "shown\n");
+                }});
+}
+
+TEST_F(sharing, old_anamorphoses_move_once) {
+  const turn open = [](visitor& self) { self.to.set_study("S"); };
+  together({.turns = {open, open},
+            .before =
+                [this] {
+                  fs::remove_all(root_ / "S/PARAM/ANAM");
+                  fs::create_directory(root_ / "S/PARAM/MHISTO");
+                  write_file(root_ / "S/PARAM/MHISTO/one", "kept");
+                },
+            .after =
+                [this] {
+                  EXPECT_TRUE(fs::exists(root_ / "S/PARAM/ANAM/one"));
+                  EXPECT_FALSE(fs::exists(root_ / "S/PARAM/MHISTO"));
+                }});
+}
+
+// Each makes studies and forgets those of two rounds before.
+class sharing_studies : public sharing, public testing::WithParamInterface<process_numbers> {
+ protected:
+  turn maker(const std::string& name) {
+    return [this, name](visitor& self) {
+      const std::string made = name + std::to_string(self.round);
+      self.to.new_study(made, root_ / made);
+    };
+  }
+};
+
+TEST_P(sharing_studies, made_at_once_are_all_registered) {
+  int rounds = 0;
+  together({.turns = {maker("a"), maker("b"), maker("c")},
+            .after =
+                [&] {
+                  const std::string registry = root_.registry();
+                  for (const char* name : {"a", "b", "c"}) {
+                    const std::string line = "=" + (name + std::to_string(rounds)) + "\n";
+                    EXPECT_NE(registry.find(line), std::string::npos) << line;
+                  }
+                  ++rounds;
+                },
+            .most_rounds = 40,
+            .numbers = GetParam()});
+}
+
+TEST_P(sharing_studies, directories_and_files_made_at_once_are_all_there) {
+  const auto maker_of_files = [](const std::string& name) {
+    return chosen_first([](client::connection& to) { to.set_study("S"); },
+                        [name](visitor& self) {
+                          self.to.new_directory(name + std::to_string(self.round));
+                          self.to.set_directory("D");
+                          self.to.new_points(name + std::to_string(self.round), 2, std::vector<double>{1, 2});
+                        });
+  };
+  int rounds = 0;
+  together({.turns = {maker_of_files("a"), maker_of_files("b"), maker_of_files("c")},
+            .after = [&] { ++rounds; },
+            .most_rounds = 25,
+            .numbers = GetParam()});
+  if (IsSkipped()) return;
+  alone([&](client::connection& to) {
+    to.set_study("S");
+    { EXPECT_EQ(to.directories().size(), 1U + 3U * static_cast<unsigned>(rounds)); }
+    to.set_directory("D");
+    EXPECT_EQ(to.files().size(), 3U * static_cast<unsigned>(rounds));
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(with, sharing_studies,
+                         testing::Values(process_numbers::different, process_numbers::equal),
+                         [](const auto& numbers) {
+                           return numbers.param == process_numbers::equal ? "equal_process_numbers"
+                                                                          : "different_process_numbers";
+                         });
+
+TEST_F(sharing, no_other_study_is_open_than_the_one_that_was_set) {
+  alone([](client::connection& to) {
+    to.set_study("T");
+    to.new_directory("of T");
+  });
+  const turn maker = [this](visitor& self) {
+    self.to.new_study("U", root_ / "U");
+    self.to.set_study("U");
+    self.to.new_directory("of U");
+    // Somebody who has it open may keep it.
+    attempt([&] { self.to.delete_study(); });
+    if (fs::exists(root_ / "U")) {
+      attempt([&] { self.to.set_study("U"); });
+      attempt([&] { self.to.delete_study(); });
+    }
+  };
+  const turn opener = [](visitor& self) {
+    for (int i = 0; i < 10; ++i) {
+      std::vector<std::string> names;
+      if (attempt([&] { self.to.set_study("U"); }) && attempt([&] { names = self.to.directories(); })) {
+        for (const std::string& name : names) EXPECT_EQ(name, "of U");
+      }
+      attempt([&] { self.to.set_study("T"); });
+    }
+  };
+  together({.turns = {maker, opener}, .most_rounds = 60});
+}
+
+client::vendor_bag bag(std::int32_t version) {
+  return {version, {{"number", version}, {"reals", std::vector<double>(200, version)}}};
+}
+
+client::colour_scale scale(std::int32_t red) {
+  client::colour_scale one;
+  one.kind = client::scale_kind::facies;
+  one.palette = "P";
+  one.colour_1 = {red, 2, 3};
+  one.intervals.assign(20, {1, 2, red});
+  one.classes = 3;
+  one.facies = {{{10, 20, red}, "sand"}, {{40, 50, red}, "clay"}, {{40, 50, red}, "rock"}};
+  return one;
+}
+
+int count_named(const fs::path& folder, const std::string& begin) {
+  return static_cast<int>(std::count_if(fs::directory_iterator(folder), {}, [&](const auto& entry) {
+    return entry.path().filename().string().starts_with(begin);
+  }));
+}
+
+// One of two writes again and again what the other writes too; a third one reads.
+TEST_F(sharing, what_two_replace_is_there_once_and_whole) {
+  const auto open = [](client::connection& to) { to.set_study("S"); };
+  const auto write = [](client::connection& to, std::int32_t number) {
+    to.write_scale("one", scale(number));
+    to.write_vendor_data("bag", client::vendor_scope::study, bag(number));
+    to.write_palette("colours", std::vector<client::rgb>(200, client::rgb{number, number, number}));
+  };
+  alone([&](client::connection& to) {
+    open(to);
+    write(to, 1);
+  });
+  const turn reader = chosen_first(open, [](visitor& self) {
+    const std::int32_t version = self.to.vendor_data("bag", client::vendor_scope::study).version;
+    EXPECT_TRUE(version == 1 || version == 2) << version;
+    const std::vector<client::rgb> colours = self.to.palette("colours");
+    EXPECT_EQ(colours, std::vector<client::rgb>(200, colours.at(0)));
+    const std::int32_t red = self.to.scale("one").colour_1[0];
+    EXPECT_TRUE(red == 1 || red == 2) << red;
+  });
+  together({.turns = {chosen_first(open, [&](visitor& self) { write(self.to, 1); }),
+                      chosen_first(open, [&](visitor& self) { write(self.to, 2); }), reader, reader},
+            .after = [this] {
+              EXPECT_EQ(count_named(root_ / "S/CSCALE", "CSCA."), 1);
+              EXPECT_EQ(count_named(root_ / "S/U_COLOR", "PAL"), 1);
+            }});
+}
+
+TEST_F(sharing, comments_of_two_are_one_or_the_other) {
+  alone([](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.new_points("P", 2, std::vector<double>{1, 2});
+  });
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.set_file("P");
+  };
+  const std::string first(300, 'a'), second(2000, 'b');
+  const auto writer = [&](const std::string& text) {
+    return chosen_first(choose,
+                        [&text](visitor& self) { self.to.set_comment(client::comment_owner::file, text); });
+  };
+  const turn reader = chosen_first(choose, [&](visitor& self) {
+    const std::string read = self.to.comment(client::comment_owner::file);
+    EXPECT_TRUE(self.round == 0 || read.starts_with(first) || read.starts_with(second)) << read;
+  });
+  together({.turns = {writer(first), writer(second), reader}});
+}
+
+TEST_F(sharing, a_points_file_is_listed_with_its_samples) {
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+  };
+  const std::vector<double> coordinates(2 * 30000, 2.5);
+  const turn maker = chosen_first(choose, [&](visitor& self) {
+    self.to.new_points("P", 2, coordinates);
+    self.to.set_file("P");
+    attempt([&] { self.to.delete_file(); });
+  });
+  const turn looker = chosen_first(choose, [](visitor& self) {
+    for (int i = 0; i < 20; ++i) {
+      if (self.to.files().empty()) continue;
+      client::float_samples read;
+      if (attempt([&] { self.to.set_file("P"); }) &&
+          attempt([&] { self.to.set_variable("Y+ Gravity Center"); }) &&
+          attempt([&] { read = self.to.read_floats(); })) {
+        EXPECT_EQ(read.values, std::vector<double>(30000, 2.5));
+      }
+    }
+  });
+  together({.turns = {maker, looker, looker}, .most_rounds = 60});
+}
+
+// Files of polygons, wireframes and faults that come and go.
+TEST_F(sharing, objects_are_read_whole_or_refused) {
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+  };
+  const std::vector<client::contour> contours(
+      5, client::contour{"a", "A", 0, 0, {{0, 0}, {4, 0}, {4, 4}, {2, 3}}});
+  const client::wireframe_piece piece = {{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}, {{{0, 2, 1}}}};
+  const std::vector<client::wireframe> wireframes = {{"Ore", 1, 2, 3, {piece, piece}}};
+  client::fault_segment segment;
+  segment.points[1] = {3, 4, 0};
+  client::fault_set faults;
+  faults.faults = {{"North", false, {segment, segment}}};
+  const turn maker = chosen_first(choose, [&](visitor& self) {
+    self.to.new_polygons("A", contours);
+    self.to.new_wireframes("W", wireframes);
+    self.to.new_points("F", 2, std::vector<double>{1, 2});
+    self.to.set_file("F");
+    self.to.write_faults(faults);
+    for (const char* name : {"A", "W", "F"}) {
+      self.to.set_file(name);
+      attempt([&] { self.to.delete_file(); });
+    }
+  });
+  const turn reader = chosen_first(choose, [&](visitor& self) {
+    for (int i = 0; i < 10; ++i) {
+      client::polygon_set read;
+      if (attempt([&] { self.to.set_file("A"); }) && attempt([&] { read = self.to.polygons(); })) {
+        EXPECT_EQ(read.contours.size(), 5U);
+      }
+      std::vector<client::wireframe> bodies;
+      if (attempt([&] { self.to.set_file("W"); }) && attempt([&] { bodies = self.to.wireframes(); })) {
+        EXPECT_EQ(bodies, wireframes);
+      }
+      client::fault_set cracks;
+      if (attempt([&] { self.to.set_file("F"); }) && attempt([&] { cracks = self.to.faults(); })) {
+        EXPECT_EQ(cracks, faults);
+      }
+    }
+  });
+  together({.turns = {maker, reader, reader}});
+}
+
+// The names under a selection get wider between the look at them and their reading.
+TEST_F(sharing, names_of_polygons_may_change_their_width) {
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.set_file("A");
+  };
+  alone([](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    std::vector<client::contour> contours;
+    for (int i = 0; i < 40; ++i)
+      contours.push_back({"c" + std::to_string(i), "", 0, 0, {{0, 0}, {4, 0}, {4, 4}}});
+    to.new_polygons("A", contours);
+    to.set_file("A");
+    to.new_float_variable("s", 1);
+    to.set_variable("s");
+    to.write_selection(std::vector<std::uint8_t>(40, 1));
+  });
+  const turn widener = chosen_first(choose, [](visitor& self) {
+    if (attempt([&] { self.to.set_variable("N+ NAME"); })) attempt([&] { self.to.delete_variable(); });
+    attempt([&] { self.to.new_text_variable("N+ NAME", self.round % 2 == 0 ? 200 : 4); });
+  });
+  const turn reader = chosen_first(choose, [](visitor& self) {
+    self.to.set_selection("s");
+    for (int i = 0; i < 5; ++i) attempt([&] { self.to.polygons(); });
+  });
+  together({.turns = {widener, reader, reader}});
+}
+
+TEST_F(sharing, lines_grow_while_their_lengths_are_read) {
+  const auto choose = [](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.set_file("L");
+  };
+  alone([](client::connection& to) {
+    to.set_study("S");
+    to.set_directory("D");
+    to.new_lines("L", 2);
+    to.set_file("L");
+    to.append_line(2, std::vector<double>{1, 2, 3, 10, 20, 30});
+  });
+  const turn writer = chosen_first(choose, [](visitor& self) {
+    self.to.append_line(2, std::vector<double>{1, 2, 3, 10, 20, 30});
+  });
+  const turn reader = chosen_first(choose, [](visitor& self) {
+    for (int i = 0; i < 5; ++i) {
+      std::vector<std::int32_t> lengths;
+      if (attempt([&] { lengths = self.to.line_lengths(); })) {
+        EXPECT_EQ(lengths, std::vector<std::int32_t>(lengths.size(), 3));
+      }
+    }
+  });
+  together({.turns = {writer, reader, reader}, .most_rounds = 400});
+}
+
+}  // namespace
+}  // namespace qrd::test
