@@ -35,6 +35,7 @@
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
 #include "util/qu_xdr.h"
 
 namespace qrd {
@@ -272,7 +273,7 @@ int qu_cscale_delete(const char* name) {
   if (int result = find_scale(name, file); result != 0) return result;
   color_scale scale;
   if (!read_scale(file, scale) || is_protected(scale)) return 1;
-  if (std::remove(file.path) == 0 || errno == ENOENT) return 0;
+  if (qu_remove_file(file.path)) return 0;
   qu_report_failure("Cannot delete", file.path);
   return 1;
 }

@@ -21,6 +21,7 @@
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
 
 namespace qrd {
 
@@ -283,7 +284,7 @@ int qu_palit_delete(const char* name, const char* prefix) {
   palette_file file;
   if (qu_palit_path(folder, name, prefix, file) != looking::found) return 1;
   if (std::strcmp(prefix, palette_prefix) == 0 && qu_cscale_uses(name)) return 2;
-  if (std::remove(file.path) == 0 || errno == ENOENT) return 0;
+  if (qu_remove_file(file.path)) return 0;
   qu_report_failure("Cannot delete", file.path);
   return 1;
 }

@@ -132,7 +132,7 @@ int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first
     if (!fits_in(range, values.size())) return 0;
     for (std::int64_t v = 0; v < range.variable_count(); ++v)
       if (!write_all(range, v, values.data() + v * range.count())) return 0;
-    return 1;
+    return qd_sync_range(range) ? 1 : 0;
   }
 
   selection_mask mask;
@@ -146,7 +146,7 @@ int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first
   const double* next = values.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v)
     if (!write_kept(range, v, mask, compressed, next)) return 0;
-  return 1;
+  return qd_sync_range(range) ? 1 : 0;
 }
 
 }  // namespace qrd

@@ -121,7 +121,7 @@ int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first,
       return 0;
     }
   }
-  return 1;
+  return qd_sync_range(range) ? 1 : 0;
 }
 
 }  // namespace qrd

@@ -109,7 +109,7 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
     }
     if (_qd_file_write_float_buffer(id, start, end, column) == 0) return 0;
   }
-  return 1;
+  return qd_sync_range(range) ? 1 : 0;
 }
 
 std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection) {

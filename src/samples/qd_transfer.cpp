@@ -8,6 +8,7 @@
 #include "samples/qd_read_write.h"
 #include "store/qd_tools.h"
 #include "util/qu_message.h"
+#include "util/qu_sync.h"
 
 namespace qrd {
 
@@ -70,13 +71,21 @@ range_guard::range_guard(const range_transfer& range, purpose what) {
   for (std::int64_t slot : range.io.macro_slots) in_columns = in_columns || slot > 0;
   if (what == purpose::reading && !in_columns) return;
 
-  lock_.emplace(file_path, lock_kind::shared);
+  // Samples below a byte, and those that a selection leaves out, are read and written again.
+  lock_.emplace(file_path, what == purpose::writing ? lock_kind::exclusive : lock_kind::shared);
   holds_ = static_cast<bool>(*lock_);
   for (std::int64_t v = 0; v < range.variable_count() && holds_; ++v) holds_ = qd_is_in_place(range.entry(v));
   qd_file_record now;
   if (holds_ && in_columns)
     holds_ = !qd_columns_move(file_path) && qd_file_descriptor_read(file_path, now) != 0 &&
              now.sample_count == range.samples;
+}
+
+bool qd_sync_range(const range_transfer& range) {
+  for (std::int64_t v = 0; v < range.variable_count(); ++v)
+    if (std::FILE* stream = range.entry(v).stream; stream != nullptr && !qu_sync_written(fileno(stream)))
+      return false;
+  return true;
 }
 
 bool selection_mask::load(const range_transfer& range) {

@@ -63,6 +63,9 @@ class range_guard {
   bool holds_ = true;
 };
 
+// True when what was written to a range is as durable as it has to be.
+bool qd_sync_range(const range_transfer& range);
+
 // Which samples of a range a selection leaves out, from the stored bits.
 class selection_mask {
  public:

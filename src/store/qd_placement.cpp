@@ -137,6 +137,7 @@ bool removed_folder::remove() {
       case tree_removal::done:
       case tree_removal::begun:
         state_ = state::deleted;
+        qu_sync_folder(place_.substr(0, place_.find_last_of('/')));
         return true;
       case tree_removal::untouched:
         break;

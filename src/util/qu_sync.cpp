@@ -58,6 +58,17 @@ bool qu_sync_whole_file(int file) {
   return qu_durability() == durability::none || fdatasync(file) == 0 || no_such_thing(errno);
 }
 
+bool qu_sync_written(int file) {
+  return pauses > 0 || qu_durability() != durability::all || qu_sync_whole_file(file);
+}
+
+bool qu_remove_file(const char* path) {
+  if (unlink(path) != 0) return errno == ENOENT;
+  const std::string whole = path;
+  const std::size_t end = whole.find_last_of('/');
+  return qu_sync_folder(end == std::string::npos ? "" : whole.substr(0, end));
+}
+
 bool qu_sync_folder(const std::string& path) {
   if (qu_durability() != durability::all) return true;
   return qu_sync_folder_first(path);

@@ -22,6 +22,11 @@ inline constexpr std::int64_t small_file_bytes = std::int64_t{1} << 20;
 bool qu_sync_file(int file);
 // The same whatever its size: for what must be there before something else goes.
 bool qu_sync_whole_file(int file);
+// The same for samples that were written over others: only where every answer has to be durable.
+bool qu_sync_written(int file);
+// Removes a file, and waits for that as far as the durability asks for it. What is already gone counts as
+// removed.
+bool qu_remove_file(const char* path);
 // Waits for the names in a folder, as far as the durability asks for it.
 bool qu_sync_folder(const std::string& path);
 // The same always but for "0": for a name that must be there before another one goes.

@@ -15,6 +15,7 @@
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/open_study.h"
+#include "support/processes.h"
 #include "util/qu_lock.h"
 
 namespace qrd::test {
@@ -147,25 +148,12 @@ TEST_F(shared_colours, are_looked_through_once_for_a_palette) {
   EXPECT_LT(std::clock() - start, 3 * CLOCKS_PER_SEC / 10);
 }
 
-// Runs an act many times in several processes; each gives true if it succeeded. How many processes failed.
-int in_processes(int count, const std::function<bool(int process)>& act) {
-  std::vector<pid_t> children;
-  for (int process = 0; process < count; ++process) {
-    children.push_back(fork());
-    if (children.back() == 0) {
-      std::freopen("/dev/null", "w", stdout);
-      for (int round = 0; round < 60; ++round)
-        if (!act(process)) _exit(1);
-      _exit(0);
-    }
-  }
-  int failures = 0;
-  for (pid_t child : children) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    failures += status != 0 ? 1 : 0;
-  }
-  return failures;
+std::function<bool(int)> many_times(const std::function<bool(int process)>& act) {
+  return [act](int process) {
+    for (int round = 0; round < 60; ++round)
+      if (!act(process)) return false;
+    return true;
+  };
 }
 
 // Two write, one moves the scale to a higher number, from which the next write takes it back, and two read.
@@ -179,7 +167,7 @@ TEST_F(shared_colours, scale_of_one_name_stays_one_and_is_always_found) {
     const folder_lock lock(cscale_path);
     return std::rename(scale_file(0).c_str(), scale_file(7).c_str()) == 0 || errno == ENOENT;
   };
-  EXPECT_EQ(in_processes(5, act), 0);
+  EXPECT_EQ(in_processes(5, many_times(act)), 0);
   EXPECT_EQ(names_in("CSCALE").size(), 1U);
 }
 
@@ -194,7 +182,7 @@ TEST_F(shared_colours, palette_of_one_name_stays_one_and_is_always_whole) {
     return qu_palette_write(std::to_string(moment).c_str(), colours) == palette_writing::done &&
            qu_palette_write("one", colours) == palette_writing::done;
   };
-  EXPECT_EQ(in_processes(4, act), 0);
+  EXPECT_EQ(in_processes(4, many_times(act)), 0);
   const string_list names = qu_palette_get_list(-1);
   for (std::int64_t i = 1; i < names.count(); ++i) EXPECT_STRNE(names[i - 1], names[i]);
 }

@@ -10,6 +10,7 @@
 #include "samples/qd_implicit.h"
 #include "samples/sample_study.h"
 #include "support/console.h"
+#include "support/processes.h"
 
 namespace qrd::test {
 namespace {
@@ -417,6 +418,26 @@ TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
   bound numbers("SN");
   EXPECT_EQ(qd_read_float_free(numbers.io(), SEL_MASKED, most, most, &count, {&value, 1}), 1);
   EXPECT_EQ(value, 4611686018427387904.0);
+}
+
+// Samples of one byte that several servers write.
+TEST(shared_byte, keeps_what_each_of_its_writers_has_written) {
+  sample_study study({.samples = 8});
+  study.add("S", VAR_FLOAT, 1, std::string(1, '\0'));
+  const auto write = [](int server) {
+    const bound variable("S");
+    const std::int64_t sample = server + 1;
+    for (int round = 0; round < 2000; ++round) {
+      double value = round % 2, got = -1;
+      std::int64_t count = 0;
+      if (qd_write_float_free(variable.io(), SEL_MASKED, sample, sample, {&value, 1}) == 0 ||
+          qd_read_float_free(variable.io(), SEL_MASKED, sample, sample, &count, {&got, 1}) == 0 ||
+          got != value)
+        return false;
+    }
+    return true;
+  };
+  EXPECT_EQ(in_processes(4, write), 0);
 }
 
 }  // namespace

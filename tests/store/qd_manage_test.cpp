@@ -19,6 +19,7 @@
 #include "support/console.h"
 #include "support/descriptors.h"
 #include "support/file_size_limit.h"
+#include "support/processes.h"
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
@@ -374,32 +375,14 @@ TEST_F(Manage, DeletedVariablesAreForgotten) {
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
 
-// Runs in so many processes at once; all must end with status 0.
-void in_processes(int count, const std::function<void(int)>& act) {
-  std::vector<pid_t> children;
-  for (int i = 0; i < count; i++) {
-    pid_t child = fork();
-    if (child == 0) {
-      int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-      dup2(nowhere, STDOUT_FILENO);
-      act(i);
-      _exit(0);
-    }
-    children.push_back(child);
-  }
-  for (pid_t child : children) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-  }
-}
-
 TEST_F(Manage, CreatorsNeverShareANumber) {
   constexpr int creators = 8, each = 12;
-  in_processes(creators, [](int creator) {
+  const auto create = [](int creator) {
     for (int i = 0; i < each; i++)
-      if (qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str()) != 1) _exit(1);
-  });
+      if (qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str()) != 1) return false;
+    return true;
+  };
+  EXPECT_EQ(in_processes(creators, create), 0);
   names expected;
   for (int number = 1; number <= creators * each; number++) expected.insert("DIRE." + std::to_string(number));
   EXPECT_EQ(names_in(catalogue()), expected);
@@ -410,14 +393,16 @@ TEST_F(Manage, CreatorsNeverShareANumber) {
 
 TEST_F(Manage, OneOfManyCreatorsMakesAName) {
   ASSERT_EQ(qd_create_directory("D"), 1);
-  in_processes(6, [](int) {
+  const auto create = [](int) {
     for (int i = 0; i < 10; i++) {
       const std::string name = std::to_string(i);
       qd_create_directory(name.c_str());
       qd_create_file("D", name.c_str(), ORG_POINTS, 2, nullptr);
       qd_create_variable("D", "0", name.c_str(), VAR_FLOAT, 0, 8, nullptr);
     }
-  });
+    return true;
+  };
+  EXPECT_EQ(in_processes(6, create), 0);
   EXPECT_EQ(names_in(catalogue()).size(), 11U);
   EXPECT_EQ(names_in(at("DIRE.1")).size(), 11U);
   std::set<std::string> variables;
@@ -431,28 +416,32 @@ TEST_F(Manage, OneOfManyCreatorsMakesAName) {
 
 TEST_F(Manage, NobodyMeetsAHalfMadeObject) {
   ASSERT_EQ(qd_create_directory("D"), 1);
-  in_processes(6, [this](int server) {
+  const auto create = [this](int server) {
     std::string own = "file " + std::to_string(server);
     for (int i = 0; i < 10; i++) {
-      if (qd_create_file("D", own.c_str(), ORG_LINES_CORES, 3, nullptr) != 1) _exit(1);
+      if (qd_create_file("D", own.c_str(), ORG_LINES_CORES, 3, nullptr) != 1) return false;
       for (const auto& entry : fs::directory_iterator(at("DIRE.1"))) {
         std::string name = entry.path().filename().string();
         if (!name.starts_with("FILE.")) continue;
         std::error_code gone;
-        if (!fs::exists(entry.path() / "VARI.3/DATAVAR", gone) && fs::exists(entry.path(), gone)) _exit(2);
+        if (!fs::exists(entry.path() / "VARI.3/DATAVAR", gone) && fs::exists(entry.path(), gone))
+          return false;
       }
-      if (qd_delete_file("D", own.c_str()) != 1) _exit(3);
+      if (qd_delete_file("D", own.c_str()) != 1) return false;
     }
-  });
+    return true;
+  };
+  EXPECT_EQ(in_processes(6, create), 0);
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
 
 TEST_F(Manage, LeftoversOfDeadProcessesGo) {
-  in_processes(1, [this](int) {
+  const auto die = [this](int) -> bool {
     prepared_object folder(catalogue().c_str());
     write_file(std::string(folder.path()) + "/DESCR", "half");
     _exit(0);
-  });
+  };
+  EXPECT_EQ(in_processes(1, die), 0);
   const names left = names_in(catalogue());
   ASSERT_EQ(left.size(), 1U);
   // What a living one makes is locked; what only looks alike is somebody's.
