@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -127,7 +128,8 @@ std::string numbered(const char* folder, const named_file_kind& kind, int number
   return std::string(folder) + path_separator + kind.prefix + std::to_string(number);
 }
 
-void move_to_lower_number(const char* folder, const named_file_kind& kind, const char* path) {
+// Whatever fails, the new content is in place, and is found under any number.
+void move_to_lower_number(const char* folder, const named_file_kind& kind, const char* path) try {
   for (int number = 0; number < number_count; ++number) {
     const std::string lower = numbered(folder, kind, number);
     if (lower == path) return;
@@ -135,6 +137,7 @@ void move_to_lower_number(const char* folder, const named_file_kind& kind, const
     if (qu_take_name(path, lower) == 0) qu_sync_folder(folder);
     return;
   }
+} catch (const std::bad_alloc&) {
 }
 
 // errno is EEXIST if the name was taken meanwhile.

@@ -395,7 +395,6 @@ std::vector<fault_case> object_cases() {
                 {"a_variable", vendor_scope::variable, choice("S", "D", "P", "v")}};
   for (const auto& [owner, scope, chosen] : owners) {
     cases.push_back({std::string("CVDATWRIT_of_") + owner, points, chosen, bagged(scope, 2)});
-    if (scope == vendor_scope::study) continue;
     const step first = all({points, [](const scene& at) { at.to.set_variable("v"); }, bagged(scope, 1)});
     cases.push_back({std::string("CVDATWRIT_over_that_of_") + owner, first, chosen, bagged(scope, 2)});
   }
