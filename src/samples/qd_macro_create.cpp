@@ -228,9 +228,15 @@ bool write_descriptor(const macro_target& target, const qd_macro_descr& merged) 
 int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
                                      std::int64_t count, const std::int64_t* indices,
                                      const char* const* alpha, std::string* refusal) {
-  if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return 0;
+  const auto not_written = [&] {
+    if (refusal != nullptr)
+      *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
+    return 0;
+  };
+  if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return not_written();
   macro_target target;
-  if (int found = find_target(directory, file, variable, target); found != 1) return found;
+  if (int found = find_target(directory, file, variable, target); found != 1)
+    return found == 0 ? not_written() : found;
   macro_descriptor old(qd_macro_descr_read(target.path));
   if (!old) return gone;
 
@@ -269,9 +275,7 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
     qd_report_damaged_capacity(directory, file);
   else
     report_full_disk(directory, file, variable, target.path);
-  if (refusal != nullptr)
-    *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
-  return 0;
+  return not_written();
 }
 
 }  // namespace qrd

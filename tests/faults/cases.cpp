@@ -77,6 +77,14 @@ void macro(const scene& at) {
   }
 }
 
+void named_macro(const scene& at) {
+  at.to.new_macro_variable("m[xxxxx]", 32, {}, "");
+  at.to.set_variable("m[xxxxx]");
+  at.to.add_macro_indices(std::vector<std::int32_t>{2}, std::vector<std::string>{"gold"});
+  at.to.set_index(2);
+  at.to.write_floats(std::vector<double>{2.25, 2.5, 2.75});
+}
+
 void grid(const scene& at) {
   directory(at);
   client::grid_geometry shape;
@@ -318,11 +326,18 @@ std::vector<fault_case> file_cases() {
 
 std::vector<fault_case> variable_cases() {
   static const std::vector<double> three = {7, 8, 9};
+  static const std::vector<std::int32_t> more_indices = {7, 9};
   return {
       {"CVARFNEW", points, choice("S", "D", "P"),
        ask([](auto& to) { to.new_float_variable("New", 32, {}, "g/t"); })},
       {"CVARMNEW", points, choice("S", "D", "P"),
        ask([](auto& to) { to.new_macro_variable("new[xxxxx]", 32, {}, ""); })},
+      {"CMACROADD", all({points, macro}), choice("S", "D", "P", "m[xxxxx]"),
+       ask([](auto& to) { to.add_macro_indices(more_indices); })},
+      {"CMACROADD_with_names", all({points, named_macro}), choice("S", "D", "P", "m[xxxxx]"),
+       ask([](auto& to) {
+         to.add_macro_indices(more_indices, std::vector<std::string>{"lead", "zinc"});
+       })},
       {"CVARCNEW", points, choice("S", "D", "P"), ask([](auto& to) { to.new_text_variable("New", 4); })},
       {"CVARDEL", points, choice("S", "D", "P", "v"), ask([](auto& to) { to.delete_variable(); })},
       {"CVARDEL_of_line_names", named_lines, choice("S", "D", "H", "name"),
