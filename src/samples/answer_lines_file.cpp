@@ -1,5 +1,6 @@
 // Lines files: creation, and more lines, as points or as core segments.
 #include <cinttypes>
+#include <optional>
 
 #include "samples/answer_file_common.h"
 #include "samples/answers.h"
@@ -52,43 +53,48 @@ bool can_drop_link(const qd_file_record& file) {
   return refuse(cannot_delete_link) == 0;
 }
 
-// False after a refusal.
-bool select_coordinates(coordinate_variables& coordinates,
-                        std::initializer_list<std::span<const builtin_variable, 3>> tables,
-                        std::int32_t dimension) {
+int refuse_selection(coordinate_variables::status failed, const coordinate_variables& coordinates) {
   const server_context& context = current_context;
-  using status = coordinate_variables::status;
-  switch (coordinates.select(context.directory, context.file, tables, dimension)) {
-    case status::done:
-      return true;
-    case status::not_found:
-      refuse("Cannot retrieve coordinate %d variable name in file%s/%s",
-             static_cast<int>(coordinates.position() + 1), context.directory, context.file);
-      return false;
-    case status::not_selected:
-      refuse("Cannot select variable %s/%s/%s", context.directory, context.file, coordinates.name());
-      return false;
-    case status::not_bound:
-      refuse("Canot set io for coordinates variables of %s/%s", context.directory, context.file);
-      return false;
+  switch (failed) {
+    case coordinate_variables::status::not_selected:
+      return refuse("Cannot select variable %s/%s/%s", context.directory, context.file, coordinates.name());
+    case coordinate_variables::status::not_bound:
+      return refuse("Canot set io for coordinates variables of %s/%s", context.directory, context.file);
+    default:
+      return refuse("Cannot retrieve coordinate %d variable name in file%s/%s",
+                    static_cast<int>(coordinates.position() + 1), context.directory, context.file);
   }
-  return false;
 }
 
-// One line more, with the values of its samples variable by variable.
-int add_line(const coordinate_variables& coordinates, const qd_file_record& file, std::int32_t samples,
-             checked_array<double>& values) {
+enum class line_addition { done, no_room, no_values };
+
+// One line more, with the values of its samples variable by variable; by that the file may become one of
+// another organisation.
+line_addition add_line(const coordinate_variables& coordinates, const qd_file_record& file,
+                       std::int32_t samples, checked_array<double>& values,
+                       std::optional<std::int64_t> organisation = std::nullopt) {
   const server_context& context = current_context;
   bool written = true;
   const auto fill = [&](std::int64_t first, std::int64_t last) {
     return written = coordinates.write(first, last, values) != 0;
   };
-  if (qd_append_sample(context.directory, context.file, samples, fill) == 0)
-    return written ? refuse_samples(samples)
-                   : refuse("Problem while reading coordinates of %s/%s", context.directory, context.file);
+  if (qd_append_sample(context.directory, context.file, samples, fill, organisation) == 0)
+    return written ? line_addition::no_room : line_addition::no_values;
   // A failure now is only told on the console: a client that is refused adds its line again.
   if (file.link_name[0] != '\0') qd_delete_link(context.directory, context.file, true);
-  return answer("SDONE");
+  return line_addition::done;
+}
+
+int answer_addition(line_addition result, std::int32_t samples) {
+  switch (result) {
+    case line_addition::done:
+      return answer("SDONE");
+    case line_addition::no_values:
+      return refuse("Problem while reading coordinates of %s/%s", current_context.directory,
+                    current_context.file);
+    default:
+      return refuse_samples(samples);
+  }
 }
 
 // Fills the centres and the begins of segments in front of their ends, which stand in the last third. Each
@@ -108,28 +114,18 @@ void complete_segments(const double (&start)[3], std::int32_t dimension, std::in
   }
 }
 
-// Makes a lines file one of cores; the variables of the segments come with the first of them. False after a
-// refusal.
-bool become_cores(lines_target& target) {
+// The variables of the segments come with the first of them. False after a refusal.
+bool prepare_cores(const lines_target& target, locked_file& locked, prepared_coordinates& segments) {
   const server_context& context = current_context;
-  bool first_cores = target.file.organisation == ORG_LINES_GRAVITY && target.file.sample_count == 0;
-  if (target.file.organisation != ORG_LINES_CORES) {
-    locked_file file;
-    if (file.open(context.directory, context.file) != LOOKUP_FOUND)
-      return refuse("Cannot get file descriptor") == 0;
-    file.record.organisation = ORG_LINES_CORES;
-    if (qd_file_descriptor_write(file.path, file.record) == 0)
-      return refuse("Impossible to write the file_descriptor") == 0;
-  }
-  if (!first_cores) return true;
-  for (const auto* table : {&core_begins, &core_ends}) {
-    const char* failed =
-        qd_create_axis_variables(context.directory, context.file, *table, target.file.dimension);
-    if (failed == nullptr) continue;
-    refuse(cannot_create_variable, context.study, context.directory, context.file, failed);
-    return false;
-  }
-  return true;
+  if (target.file.organisation == ORG_LINES_CORES) return true;
+  if (locked.open(context.directory, context.file) != LOOKUP_FOUND)
+    return refuse("Cannot get file descriptor") == 0;
+  if (locked.record.organisation != ORG_LINES_GRAVITY || locked.record.sample_count != 0) return true;
+  const char* failed = segments.create(context.directory, context.file, locked, {core_begins, core_ends},
+                                       target.file.dimension);
+  if (failed == nullptr) return true;
+  segments.settle();
+  return refuse(cannot_create_variable, context.study, context.directory, context.file, failed) == 0;
 }
 
 }  // namespace
@@ -161,10 +157,12 @@ int server_answer_lines_file_append(const char* /*request*/) {
   lines_target target;
   coordinate_variables coordinates;
   if (!find_lines(samples, dimension, false, target)) return -1;
-  if (!select_coordinates(coordinates, {gravity_centers}, dimension)) return -1;
+  const auto selected =
+      coordinates.select(current_context.directory, current_context.file, {gravity_centers}, dimension);
+  if (selected != coordinate_variables::status::done) return refuse_selection(selected, coordinates);
   if (!can_drop_link(target.file)) return -1;
   server_debug(1, "Appending line to file: \"%s\".", current_context.file);
-  return add_line(coordinates, target.file, samples, values);
+  return answer_addition(add_line(coordinates, target.file, samples, values), samples);
 }
 
 // CLFILEAPC: adds a line of core segments, given by where the first begins and where each ends.
@@ -177,12 +175,21 @@ int server_answer_lines_file_append_cores(const char* /*request*/) {
   if (!read_coordinates(samples, dimension, 3, values)) return -1;
 
   lines_target target;
+  if (!find_lines(samples, dimension, true, target) || !can_drop_link(target.file)) return -1;
+  locked_file locked;
+  prepared_coordinates segments;
   coordinate_variables coordinates;
-  if (!find_lines(samples, dimension, true, target)) return -1;
-  if (!can_drop_link(target.file) || !become_cores(target)) return -1;
-  if (!select_coordinates(coordinates, {gravity_centers, core_begins, core_ends}, dimension)) return -1;
+  if (!prepare_cores(target, locked, segments)) return -1;
+  const auto selected = coordinates.select(current_context.directory, current_context.file,
+                                           {gravity_centers, core_begins, core_ends}, dimension);
+  if (selected != coordinate_variables::status::done) {
+    segments.settle();
+    return refuse_selection(selected, coordinates);
+  }
   complete_segments(start, dimension, samples, values.data());
-  return add_line(coordinates, target.file, samples, values);
+  const line_addition result = add_line(coordinates, target.file, samples, values, ORG_LINES_CORES);
+  segments.settle();
+  return answer_addition(result, samples);
 }
 
 }  // namespace qrd

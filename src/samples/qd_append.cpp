@@ -158,11 +158,12 @@ class file_growth {
 
   // REQUIRES: the lock of the file's folder.
   file_growth(const char* file_path, const qd_file_record& record, const growth& plan,
-              const std::vector<growing_variable>& variables)
+              const std::vector<growing_variable>& variables, std::optional<std::int64_t> organisation)
       : file_path_(file_path),
         record_(record),
         plan_(plan),
         variables_(variables),
+        organisation_(organisation.value_or(record.organisation)),
         move_(file_path, record.sample_count, plan.samples) {}
   file_growth(const file_growth&) = delete;
   file_growth& operator=(const file_growth&) = delete;
@@ -197,6 +198,7 @@ class file_growth {
   qd_file_record record_;
   const growth plan_;
   const std::vector<growing_variable>& variables_;
+  const std::int64_t organisation_;  // what the file is when it has grown
   std::vector<growing_data_file> grown_;
   checked_array<unsigned char> piece_;
   std::optional<std::int64_t> table_bytes_;  // of the line table before
@@ -275,6 +277,7 @@ bool file_growth::change_records() {
     if (table_bytes_ < 0 || qd_line_table_append(file_path_, record_, plan_.samples + 1) == 0) return false;
   }
   qd_file_record grown = record_;
+  grown.organisation = organisation_;
   grown.line_count += is_lines(record_.organisation) ? 1 : 0;
   grown.allocated_samples = plan_.allocated;
   grown.sample_count = plan_.samples;
@@ -347,7 +350,7 @@ void qd_delete_derived_files(const char* file_path) {
 
 // Fatal number 25: grids don't grow.
 int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const sample_filler& fill) {
+                     const sample_filler& fill, std::optional<std::int64_t> organisation) {
   *has_macro = false;
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
@@ -365,7 +368,8 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   }
   // Another server may have made it grow before the lock was to be had.
   if (!qd_settle_columns(path) || qd_file_descriptor_read(path, record) == 0 ||
-      std::strcmp(record.name, file) != 0 || record.organisation == ORG_GRID) {
+      std::strcmp(record.name, file) != 0 || record.organisation == ORG_GRID ||
+      (organisation && !is_lines(record.organisation))) {
     report_changed(directory, file);
     return 0;
   }
@@ -387,7 +391,7 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
     qu_message("CANNOT APPEND SAMPLES.\n");
     return 0;
   }
-  file_growth growing(path, record, plan, variables);
+  file_growth growing(path, record, plan, variables, organisation);
   if (!growing.has_room() || !growing.restore()) {
     report_no_room(record, directory, file);
     return 0;
@@ -410,11 +414,11 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
 }
 
 // Fatal number 10: less than one sample.
-int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
-                     const sample_filler& fill) {
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples, const sample_filler& fill,
+                     std::optional<std::int64_t> organisation) {
   if (samples < 1) qu_fatal_number("qd_append_sample", 10);
   bool has_macro = false;
-  if (st_append_sample(directory, file, samples, &has_macro, fill) == 0) return 0;
+  if (st_append_sample(directory, file, samples, &has_macro, fill, organisation) == 0) return 0;
   qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
   return 1;
 }

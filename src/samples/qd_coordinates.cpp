@@ -1,9 +1,13 @@
 #include "samples/qd_coordinates.h"
 
+#include <utility>
+
 #include "samples/qd_data_file.h"
+#include "samples/qd_interrupt.h"
 #include "samples/qd_read_write.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
+#include "store/qd_walk.h"
 #include "units/qu_units.h"
 #include "util/qu_string.h"
 
@@ -20,17 +24,43 @@ bool is_stored_number(const qd_selected_entry& entry) {
 
 }  // namespace
 
-const char* qd_create_axis_variables(const char* directory, const char* file,
-                                     const builtin_variable (&table)[3], std::int64_t dimension) {
-  for (int axis = 0; axis < dimension; ++axis) {
-    const builtin_variable& variable = table[axis];
-    // Nothing keeps a client from taking such a name for a variable of its own.
-    if (qd_variable_test(false, directory, file, variable.name) != 1) return variable.name;
-    if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
-                           &axis_format(axis)) == 0)
-      return variable.name;
+const char* prepared_coordinates::create(const char* directory, const char* file, const locked_file& locked,
+                                         std::initializer_list<std::span<const builtin_variable, 3>> tables,
+                                         std::int64_t dimension) {
+  qu_string_copy(directory, directory_);
+  qu_string_copy(file, file_);
+  qu_path_join(file_path_, {locked.path});
+  organisation_ = locked.record.organisation;
+  created_.reserve(tables.size() * 3);
+  name_text present[kind_count];
+  qd_special_var_names(directory, file, present);
+  for (auto table : tables) {
+    for (int axis = 0; axis < dimension; ++axis) {
+      const builtin_variable& variable = table[static_cast<std::size_t>(axis)];
+      if (present[variable.kind][0] != '\0') continue;
+      // Nothing keeps a client from taking such a name for a variable of its own.
+      if (qd_variable_test(false, directory, file, variable.name) != 1) return variable.name;
+      if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
+                             &axis_format(axis)) == 0)
+        return variable.name;
+      created_.push_back(variable.name);
+    }
   }
   return nullptr;
+}
+
+void prepared_coordinates::settle() {
+  // Whatever failed last, with the new organisation the file needs them.
+  qd_file_record now;
+  if (created_.empty() || qd_file_descriptor_read(file_path_, now) == 0 || now.organisation != organisation_)
+    return;
+  for (const char* name : std::exchange(created_, {})) {
+    path_text path;
+    qd_variable_record record;
+    if (qd_find<variable_level>(file_path_, name, path, record) == LOOKUP_FOUND &&
+        qd_remove_object<variable_level>(path, name) != 0)
+      qd_interrupt_add_modif(directory_, file_, name, nullptr, CHANGE_DELETED);
+  }
 }
 
 std::vector<initial_samples> qd_axis_content(const builtin_variable (&table)[3], std::int64_t dimension,

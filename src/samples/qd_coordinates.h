@@ -7,13 +7,35 @@
 
 #include "samples/qd_select.h"
 #include "store/qd_file_content.h"
+#include "store/qd_locked_file.h"
 #include "store/qd_records.h"
 
 namespace qrd {
 
-// Creates the variables of one table for the axes of a file. Null, or the name that can't be created.
-const char* qd_create_axis_variables(const char* directory, const char* file,
-                                     const builtin_variable (&table)[3], std::int64_t dimension);
+// Coordinate variables that a file gets before it becomes one of the organisation that needs them. If it has
+// not become one, settle() and the end remove what was created here; a kill leaves variables that nobody
+// reads, which the next attempt takes over.
+class prepared_coordinates {
+ public:
+  prepared_coordinates() = default;
+  prepared_coordinates(const prepared_coordinates&) = delete;
+  prepared_coordinates& operator=(const prepared_coordinates&) = delete;
+  ~prepared_coordinates() { settle(); }
+
+  // Creates those of the tables, for the axes of a file, that are missing there. Null, or the name that can't
+  // be created. REQUIRES: the file is locked until the end of this object.
+  const char* create(const char* directory, const char* file, const locked_file& locked,
+                     std::initializer_list<std::span<const builtin_variable, 3>> tables,
+                     std::int64_t dimension);
+  // Before the answer: clients see no variable that is to go.
+  void settle();
+
+ private:
+  name_text directory_ = "", file_ = "";
+  path_text file_path_ = "";
+  std::int64_t organisation_ = 0;
+  std::vector<const char*> created_;
+};
 
 // The variables of one table for a file in the making, with values variable by variable in the units of the
 // axes.

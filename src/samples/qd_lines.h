@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "store/qd_records.h"
@@ -36,11 +37,14 @@ using sample_filler = std::function<bool(std::int64_t first, std::int64_t last)>
 
 // Adds samples (above 0) to every variable of a file: 1, or 0 after reports, and the file is as it was then.
 // `fill` gives the new samples their values before any other server sees them; where it gives false nothing
-// has been added.
+// has been added. With an `organisation` a lines file becomes one of that, in the moment in which the
+// samples appear.
 int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
-                     const sample_filler& fill = nullptr);
+                     const sample_filler& fill = nullptr,
+                     std::optional<std::int64_t> organisation = std::nullopt);
 int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const sample_filler& fill = nullptr);
+                     const sample_filler& fill = nullptr,
+                     std::optional<std::int64_t> organisation = std::nullopt);
 // Removes the derived files of a file's folder.
 void qd_delete_derived_files(const char* file_path);
 

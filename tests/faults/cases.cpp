@@ -286,6 +286,19 @@ std::vector<fault_case> file_cases() {
       {"CLFILEAPP", lines, choice("S", "D", "L"), ask([](auto& to) { to.append_line(2, few); })},
       {"CLFILEAPP_beyond_the_room", lines, choice("S", "D", "L"),
        ask([](auto& to) { to.append_line(2, many); })},
+      {"CLFILEAPC_first_cores",
+       [](const scene& at) {
+         directory(at);
+         at.to.new_lines("L", 2);
+       },
+       choice("S", "D", "L"),
+       ask([](auto& to) {
+         to.append_cores(2, {0, 0, 0}, few);
+       }),
+       {},
+       {},
+       {"S/D/L/XB+ Begin of Sample", "S/D/L/YB+ Begin of Sample", "S/D/L/XE+ End of Sample",
+        "S/D/L/YE+ End of Sample"}},
       {"CLFILELNK", lines, choice("S", "D", "L"), ask([](auto& to) { to.link_lines("H"); })},
       {"CLFILELNK_to_other_points",
        [](const scene& at) {

@@ -35,6 +35,9 @@ struct fault_case {
   // The place of the file that was linked with one that is deleted: the name of what is no more may stay
   // there.
   std::string partner = {};
+  // The places of variables that a cut request may leave beside all that was there: prepared, and taken over
+  // by the next one.
+  std::vector<std::string> prepared = {};
 };
 
 const std::vector<fault_case>& fault_cases();

@@ -271,7 +271,7 @@ class sweep {
       const bool is_cut = seen.how != ending::done && seen.how != ending::refused;
       if (seen.how == ending::done) {
         if (now != fresh) found("done with something missing", differences(fresh, now));
-      } else if (now != old && !(is_cut && is_between(old, fresh, now))) {
+      } else if (now != old && !(is_cut && (is_between(old, fresh, now) || is_only_prepared(old, now)))) {
         found(lost_values(old, fresh, now) ? "lost"
               : now == fresh               ? "changed"
                                            : "half-made",
@@ -313,6 +313,17 @@ class sweep {
     if (how != ending::refused) seen.erase(tried_.partner);
     if (how != ending::done) seen.erase(tried_.written_over);
     return seen;
+  }
+
+  root_view without_prepared(root_view seen) const {
+    for (const std::string& place : tried_.prepared) {
+      seen.erase(place.substr(0, place.rfind('/')) + " variables");
+      std::erase_if(seen, [&](const auto& each) { return each.first.starts_with(place + " "); });
+    }
+    return seen;
+  }
+  bool is_only_prepared(const root_view& old, const root_view& now) const {
+    return !tried_.prepared.empty() && without_prepared(old) == without_prepared(now);
   }
 
   // Files that the request has no business with.

@@ -332,7 +332,19 @@ TEST_F(Files, AGravityFileWithSamplesHasNoSegments) {
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   expect_refusal("Cannot retrieve coordinate 3 variable name in fileDir/Holes", "CLFILEAPC",
                  bytes().i32(1, 2).f64(0, 0, 1, 2));
-  EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(3, 2, 1, 1))) << "it is one of cores now";
+  EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(2, 2, 1, 1)));
+  expect(done(), "CLFILEAPP", line(2, {3, 4}));
+}
+
+TEST_F(Files, AFailedChangeToCoresTakesItsVariablesAway) {
+  make_lines(2);
+  expect(done(), "CVARCNEW", bytes().text("YE+ End of Sample").i32(4));
+  expect_refusal("Error creating variable Study: Dir/Holes/YE+ End of Sample", "CLFILEAPC",
+                 bytes().i32(1, 2).f64(0, 0, 1, 2));
+  EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(2, 2, 0, 0)));
+  EXPECT_TRUE(exists("FILE.2/VARI.6"));
+  for (const char* gone : {"FILE.2/VARI.7", "FILE.2/VARI.8", "FILE.2/VARI.9"})
+    EXPECT_FALSE(exists(gone)) << gone;
 }
 
 TEST_F(Files, AHeaderHasOneSamplePerLine) {
