@@ -332,7 +332,10 @@ std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_cl
   if (entry->stream != nullptr) {
     closed = std::fclose(entry->stream) == 0;
     entry->stream = nullptr;
-    if (!closed && fatal_close) qu_fatal_number("_qd_tab_selected_entry_free", 30);
+    if (!closed && fatal_close) {
+      qu_report_failure("Unable to close the data of", entry->variable_path);
+      qu_fatal_number("_qd_tab_selected_entry_free", 30);
+    }
   }
   qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), entry, sizeof *entry, 1);
   return closed ? 1 : 0;

@@ -155,8 +155,7 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
     bool closed = std::fclose(entry->stream) == 0;
     entry->stream = nullptr;
     if (!closed) {
-      const char* reason = qu_strerror(1);
-      qu_message("Unable to close the data of \"%s\": %s", entry->variable_path, reason);
+      qu_report_failure("Unable to close the data of", entry->variable_path);
       qu_fatal_number(function, 26);
     }
   }
