@@ -130,6 +130,8 @@ removed_folder::~removed_folder() {
 
 bool removed_folder::remove() {
   if (state_ != state::taken) return state_ == state::gone || state_ == state::deleted;
+  // Whatever needs memory comes before the point of no return.
+  const std::string parent = place_.substr(0, place_.find_last_of('/'));
   // It can be out of reach for a moment, while another server takes its parent and puts it back.
   constexpr int attempts = 3;
   for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -137,7 +139,7 @@ bool removed_folder::remove() {
       case tree_removal::done:
       case tree_removal::begun:
         state_ = state::deleted;
-        qu_sync_folder(place_.substr(0, place_.find_last_of('/')));
+        qu_sync_folder(parent);
         return true;
       case tree_removal::untouched:
         break;

@@ -64,7 +64,7 @@ std::uint32_t most_struck(bool changes) {
 #ifdef FAULTS_WITHOUT_ALLOCATIONS
   return changes ? 2 : 1;  // a sanitizer's servers start slowly
 #else
-  return changes ? 24 : 10;
+  return changes ? 8 : 3;
 #endif
 }
 
