@@ -61,8 +61,8 @@ qd_format_record& axis_format(int axis);
 // Non-zero: the open study keeps lengths with units. Set by the study store.
 extern std::int64_t unit_flag;
 
-// Centimetres per unit of a stored format, the factor of all that travels in it: a stored factor doesn't count
-// in a study without units.
+// Centimetres per unit of a stored format, the factor of all that travels in it: a stored factor doesn't
+// count in a study without units.
 double qu_format_factor(const qd_format_record& format);
 // 1 if the symbol is a length unit. The factor is the unit's if unit_flag is set, and 1.0 otherwise.
 int qu_unit_factor(const char* symbol, double* factor);
