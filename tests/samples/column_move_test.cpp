@@ -14,6 +14,7 @@
 #include "samples/qd_read_write.h"
 #include "store/qd_walk.h"
 #include "support/console.h"
+#include "support/processes.h"
 #include "util/qu_lock.h"
 
 namespace qrd::test {
@@ -44,7 +45,7 @@ class column_moves : public testing::Test {
 
   // A server that is killed in the middle.
   void in_killed_server(const std::function<void(column_move&)>& act) {
-    const pid_t child = fork();
+    const pid_t child = fork_for_test();
     if (child == 0) {
       const folder_lock lock(study.file_path().c_str());
       auto* move = new column_move(study.file_path().c_str(), old_samples, samples);
@@ -169,7 +170,7 @@ bool write_second(const char* name, double value) {
 TEST_F(column_moves, others_read_and_write_while_columns_move) {
   constexpr int growths = 60;
   const auto server = [](const std::function<bool()>& round) {
-    const pid_t child = fork();
+    const pid_t child = fork_for_test();
     if (child != 0) return child;
     for (;;) {
       qd_file_record file;

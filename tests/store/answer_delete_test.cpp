@@ -11,6 +11,7 @@
 #include "store/qd_manage.h"
 #include "support/console.h"
 #include "support/open_study.h"
+#include "support/processes.h"
 #include "util/qu_lock.h"
 
 namespace qrd::test {
@@ -82,7 +83,7 @@ TEST_F(Delete, WhatIsInUseStays) {
   int held[2], done[2];
   ASSERT_EQ(pipe2(held, O_CLOEXEC) + pipe2(done, O_CLOEXEC), 0);
   char byte = 0;
-  const pid_t other = fork();
+  const pid_t other = fork_for_test();
   if (other == 0) {
     const folder_lock variable(folders[0].c_str()), file(folders[1].c_str()), directory(folders[2].c_str());
     _exit(write(held[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 1 ? 0 : 1);

@@ -14,6 +14,7 @@
 #include "store/qrd_init.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
+#include "support/processes.h"
 #include "support/request_session.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"
@@ -125,7 +126,7 @@ TEST_F(study_requests, new_ones_of_several_servers_are_all_registered) {
   const auto name_of = [](int server, int i) { return std::to_string(server) + "." + std::to_string(i); };
   std::vector<pid_t> children;
   for (int server = 0; server < servers; ++server) {
-    children.push_back(fork());
+    children.push_back(fork_for_test());
     if (children.back() != 0) continue;
     request_session own;
     qu_string_copy(root.path().c_str(), current_context.qrd_init);
@@ -148,7 +149,7 @@ TEST_F(study_requests, new_ones_of_several_servers_are_all_registered) {
 
 // Another server moves the study away and back again while it is opened, in whatever moment.
 TEST_F(study_requests, set_gives_the_study_of_the_name_or_none) {
-  const pid_t other = fork();
+  const pid_t other = fork_for_test();
   if (other == 0) {
     for (;;) {
       fs::rename(root / "Gold", root / "Away");
@@ -181,7 +182,7 @@ TEST_F(study_requests, del_puts_back_what_it_cannot_delete) {
   int held[2];
   ASSERT_EQ(pipe2(held, O_CLOEXEC), 0);
   char byte = 0;
-  const pid_t other = fork();
+  const pid_t other = fork_for_test();
   if (other == 0) {
     const folder_lock lock((root / "Gold").c_str());
     if (write(held[1], &byte, 1) == 1) pause();

@@ -15,6 +15,7 @@
 #include "store/qd_tools.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
+#include "support/processes.h"
 
 namespace qrd::test {
 namespace {
@@ -238,7 +239,7 @@ class other_server {
   other_server(const std::string& folder, const std::string& path, const std::string& content) {
     int ready[2];
     if (pipe(ready) != 0) throw std::runtime_error("pipe");
-    process_ = fork();
+    process_ = fork_for_test();
     if (process_ == 0) {
       const int held = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
       const bool locked = flock(held, LOCK_EX) == 0;

@@ -17,6 +17,7 @@
 #include "store/qd_walk.h"
 #include "support/console.h"
 #include "support/open_study.h"
+#include "support/processes.h"
 #include "util/qu_lock.h"
 #include "util/qu_string.h"
 
@@ -84,7 +85,7 @@ TEST_F(gone, what_was_left_selected_does_not_stand_for_the_next_variable) {
 TEST_F(gone, a_comment_is_not_given_to_the_next_owner_of_a_number) {
   make_points("P", 3);
   std::string text;
-  const int server = fork();
+  const int server = fork_for_test();
   if (server == 0) {
     // Holds the folder while the comment is on its way, and gives its number to another file.
     std::optional<folder_lock> lock(std::in_place, in_study("QRD/DIRE.1/FILE.1").c_str());
