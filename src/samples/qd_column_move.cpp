@@ -291,7 +291,7 @@ bool can_be_addressed(const column_layout& layout) {
 
 // The data file itself, where another name leads to it.
 std::string real_data_path(const char* variable_path) {
-  const std::string path = std::string(variable_path) + path_separator + data_file_name;
+  std::string path = std::string(variable_path) + path_separator + data_file_name;
   struct stat status;
   if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
   std::error_code error;
