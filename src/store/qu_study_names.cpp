@@ -84,7 +84,7 @@ std::string spelled_path(std::string_view path) {
   path = without_end(path);
   if (path.starts_with(root_prefix)) return std::string(path);
   const std::string_view windows = root_windows, init = root_path;
-  const std::string whole = expanded_path(path);
+  std::string whole = expanded_path(path);
   if (!windows.empty() && whole.starts_with(windows))
     return std::string(root_prefix).append(whole.substr(windows.size()));
   if (path.starts_with(init_prefix)) return std::string(path);
