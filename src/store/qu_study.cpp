@@ -273,10 +273,16 @@ bool test_write_protection() {
   qu_fatal(" File System Incorrect: Impossible to delete a file...");
 }
 
+// A study that another server takes away and puts back can be missing at one look and be there at the next:
+// something is missing in it only if that is seen so often.
+constexpr int looks_for_missing = 10;
+
 bool require_folder(const char* path) {
-  if (qu_file_isdirectory(path) != 0) return true;
-  if (!is_study_gone()) qu_fatal("%s directory not found.", path);
-  return false;
+  for (int look = 0; look < looks_for_missing; ++look) {
+    if (qu_file_isdirectory(path) != 0) return true;
+    if (is_study_gone()) return false;
+  }
+  qu_fatal("%s directory not found.", path);
 }
 
 enum class folder_state { there, made, gone, failed };
@@ -364,15 +370,13 @@ bool make_study_folders(const char* wanted) {
 // Makes all that the chosen study has to have.
 study_opening prepare_study(const char* wanted) {
   study_record record;
-  switch (qu_study_descriptor_read(true, study_name, study_path, &record)) {
-    case 0:
-      break;
-    case 2:
-      return STUDY_OTHER_VERSION;
-    default:
-      if (is_study_gone()) return STUDY_GONE;
-      qu_fatal("Study Descriptor not found...");
+  int read = qu_study_descriptor_read(true, study_name, study_path, &record);
+  for (int look = 1; read != 0 && read != 2; ++look) {
+    if (is_study_gone()) return STUDY_GONE;
+    if (look == looks_for_missing) qu_fatal("Study Descriptor not found...");
+    read = qu_study_descriptor_read(true, study_name, study_path, &record);
   }
+  if (read == 2) return STUDY_OTHER_VERSION;
   unit_flag = record.unit_flag != 0 ? 1 : 0;
   keep_marker(record.study_version);
   if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(study_path, &record);
