@@ -289,10 +289,12 @@ enum class folder_state { there, made, gone, failed };
 
 // What another server has made at this moment is there.
 folder_state make_folder(const char* path) {
-  if (qu_file_isdirectory(path) != 0) return folder_state::there;
-  if (mkdir(path, 0777) == 0) return folder_state::made;
-  if (qu_is_gone(errno)) return folder_state::gone;
-  if (errno == EEXIST && qu_file_isdirectory(path) != 0) return folder_state::there;
+  for (int look = 0; look < looks_for_missing; ++look) {
+    if (qu_file_isdirectory(path) != 0) return folder_state::there;
+    if (mkdir(path, 0777) == 0) return folder_state::made;
+    if (qu_is_gone(errno)) return folder_state::gone;
+    if (errno != EEXIST) break;
+  }
   qu_file_mkdir(path, false);  // reports
   return folder_state::failed;
 }
