@@ -50,7 +50,7 @@ std::string full_path(const std::string& file_path, const std::string& path) {
 
 // A file beside a data file.
 std::string beside(const std::string& data_path, char purpose, const std::string& token) {
-  return data_path.substr(0, data_path.find_last_of('/') + 1) + purpose + "_" + token;
+  return qu_folder_of(data_path) + purpose + "_" + token;
 }
 
 bool move_text(XDR* xdr, std::string& text, std::uint32_t limit) {
@@ -96,7 +96,7 @@ journal_state read_journal(const std::string& file_path, journal& entries) {
 
 // What another server has deleted is none of ours any more.
 bool gone_with_its_folder(const std::string& path) {
-  return errno == ENOENT && qd_folder_gone(path.substr(0, path.find_last_of('/')).c_str());
+  return errno == ENOENT && qd_folder_gone(qu_folder_of(path).c_str());
 }
 
 bool unlink_if_there(const std::string& path) {
@@ -140,7 +140,7 @@ bool finish(const std::string& file_path, const journal& entries) {
 
 // What killed growths have left beside a data file before there was a journal of them.
 void remove_leftovers(const std::string& data_path) {
-  const std::string folder = data_path.substr(0, data_path.find_last_of('/') + 1);
+  const std::string folder = qu_folder_of(data_path);
   const std::size_t length = qu_working_file_name(grown).size();
   directory_listing listing(folder.c_str());
   while (const char* name = listing ? listing.next() : nullptr)

@@ -239,8 +239,7 @@ bool qd_is_in_place(const qd_selected_entry& entry) {
   path_text path;
   data_path_of(entry.variable_path, path);
   struct stat held, there;
-  return fstat(fileno(entry.stream), &held) == 0 && stat(path, &there) == 0 && held.st_dev == there.st_dev &&
-         held.st_ino == there.st_ino;
+  return fstat(fileno(entry.stream), &held) == 0 && stat(path, &there) == 0 && qu_same_file(held, there);
 }
 
 qd_selected_entry* qd_selected_find(const char* variable_path) {

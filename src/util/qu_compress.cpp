@@ -40,10 +40,6 @@ compression method_of(std::FILE* stream) {
   return second == 0x8B ? COMPRESSION_GZIP : second == 0x9D ? COMPRESSION_LZW : COMPRESSION_UNKNOWN;
 }
 
-bool is_same_file(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 bool is_same_time(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
@@ -80,7 +76,7 @@ struct archive {
   // False if somebody else has taken it away, or has put another one there.
   bool is_in_place() const {
     struct stat named;
-    return stat(path.c_str(), &named) == 0 ? is_same_file(named, status) : errno != ENOENT;
+    return stat(path.c_str(), &named) == 0 ? qu_same_file(named, status) : errno != ENOENT;
   }
 
   // True if it is no longer there.
@@ -170,10 +166,6 @@ bool take_archive_away(const archive& source) {
   return false;
 }
 
-std::string folder_of(const std::string& path) {
-  return path.substr(0, path.find_last_of(path_separator) + 1);
-}
-
 // What expansions that were killed have left takes the room that this one needs.
 void remove_leftovers(const std::string& folder) {
   std::vector<std::string> names;
@@ -198,7 +190,7 @@ expanding put_in_place(replaced_file& fresh, const archive& source, const char* 
     report(source.path.c_str(), qu_strerror(1));
     return expanding::failed;
   }
-  if (qu_sync_folder_first(folder_of(path))) return expanding::done;
+  if (qu_sync_folder_first(qu_folder_of(path))) return expanding::done;
   report(source.path.c_str(), qu_strerror(1));
   return expanding::failed;
 }
@@ -223,7 +215,7 @@ beside compare(const archive& source, const struct stat& plain) {
 }
 
 expanding expand_beside(const archive& source, const char* path) {
-  const std::string folder = folder_of(path);
+  const std::string folder = qu_folder_of(path);
   remove_leftovers(folder);
   replaced_file fresh(path, write_binary);
   if (!fresh) {

@@ -148,8 +148,7 @@ int qu_dir_copy(const char* source, const char* target) {
     return 1;
   }
   // Made beside its place, so that it appears whole.
-  const std::string_view place(target);
-  const std::string folder(place.substr(0, place.find_last_of('/') + 1));
+  const std::string folder = qu_folder_of(target);
   const std::string name = qu_with_working_name(
       qu_working_folder_name, being_made,
       [&](const std::string& candidate) { return mkdir((folder + candidate).c_str(), 0777); });

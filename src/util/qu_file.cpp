@@ -151,6 +151,15 @@ std::FILE* qu_file_open_f(const char* path, file_mode mode) {
   std::abort();  // the advice has ended the process
 }
 
+std::string qu_folder_of(std::string_view path) {
+  const std::size_t end = path.find_last_of(path_separator);
+  return end == std::string_view::npos ? "" : std::string(path.substr(0, end + 1));
+}
+
+bool qu_same_file(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 bool qu_file_readable(const char* path) {
   return qu_path_readable(path) && qu_file_isdirectory(path) == 0;
 }

@@ -6,10 +6,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "util/qu_constants.h"
+
+struct stat;
 
 namespace qrd {
 
@@ -73,6 +76,11 @@ class file_stream {
  private:
   std::FILE* stream_ = nullptr;
 };
+
+// The folder of a path with the separator behind it; empty for a mere name.
+std::string qu_folder_of(std::string_view path);
+// True for two looks at one file, whatever names it has.
+bool qu_same_file(const struct stat& a, const struct stat& b);
 
 // Readable by access(), and not a directory.
 bool qu_file_readable(const char* path);

@@ -27,14 +27,9 @@ bool folder_forbids(int reason) {
   return reason == EACCES || reason == EPERM || reason == EROFS || reason == EBUSY || reason == EXDEV;
 }
 
-std::string folder_of(const std::string& path) {
-  const std::size_t end = path.find_last_of('/');
-  return end == std::string::npos ? "." : end == 0 ? "/" : path.substr(0, end);
-}
-
 std::string temporary_folder() {
   const char* folder = std::getenv("TMPDIR");
-  return folder != nullptr && *folder == '/' ? folder : "/tmp";
+  return std::string(folder != nullptr && *folder == '/' ? folder : "/tmp") + path_separator;
 }
 
 // Where a symbolic link ends, or an empty text.
@@ -60,9 +55,9 @@ struct open_file {
 
 // Opens a new file of a folder, with a lock that tells it from what the dead have left; its path, or an empty
 // text.
-std::string make_working_file(const std::string& folder, mode_t mode, int& handle) {
+std::string make_working_file(const std::string& folder, char purpose, mode_t mode, int& handle) {
   const auto make = [&](const std::string& name) {
-    const std::string path = folder + path_separator + name;
+    const std::string path = folder + name;
     handle = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
     if (handle < 0) return -1;
     // Whoever tidies up may have been quicker than the lock.
@@ -74,8 +69,8 @@ std::string make_working_file(const std::string& folder, mode_t mode, int& handl
     errno = EEXIST;
     return -1;
   };
-  const std::string name = qu_with_working_name(qu_working_file_name, being_made, make);
-  return name.empty() ? "" : folder + path_separator + name;
+  const std::string name = qu_with_working_name(qu_working_file_name, purpose, make);
+  return name.empty() ? "" : folder + name;
 }
 
 bool copy_content(int from, int to) {
@@ -129,7 +124,7 @@ replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
   }
   if (exists && access(path_.c_str(), W_OK) != 0) return;
 
-  folder_ = folder_of(path_);
+  folder_ = qu_folder_of(path_);
   if (!open_beside(mode)) {
     if (!exists || !folder_forbids(errno)) return;
     in_place_ = true;
@@ -150,7 +145,7 @@ bool replaced_file::open_beside(file_mode mode) {
   }
   int handle = -1;
   const mode_t rights = in_place_ ? 0600 : 0666;
-  fresh_path_ = make_working_file(folder_, rights, handle);
+  fresh_path_ = make_working_file(folder_, being_made, rights, handle);
   if (fresh_path_.empty()) return false;
   stream_ = file_stream(fdopen(handle, mode == write_text ? "w+" : "wb+"));
   if (!stream_) close(handle);
@@ -201,7 +196,8 @@ bool replaced_file::write_in_place(int fresh) {
   if (target.handle < 0 || fstat(fresh, &status) != 0 || !reserve(target.handle, status.st_size))
     return false;
   open_file kept(-1);
-  const std::string kept_path = make_working_file(folder_, 0600, kept.handle);
+  // Nobody tidies it up: it may be all that is left of the old content.
+  const std::string kept_path = make_working_file(folder_, kept_for_owner, 0600, kept.handle);
   if (kept_path.empty()) return false;
   bool done = copy_content(target.handle, kept.handle) && qu_sync_whole_file(kept.handle);
   if (done) {

@@ -20,7 +20,7 @@ void remove_left_folder(const std::string& path) {
 void remove_left_file(const std::string& path, int file) {
   struct stat opened, named;
   if (qu_lock_file(file) == file_locking::done && fstat(file, &opened) == 0 &&
-      lstat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino && opened.st_dev == named.st_dev)
+      lstat(path.c_str(), &named) == 0 && qu_same_file(opened, named))
     unlink(path.c_str());
 }
 

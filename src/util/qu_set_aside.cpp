@@ -4,7 +4,7 @@
 
 #include <cerrno>
 
-#include "util/qu_constants.h"
+#include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
 #include "util/qu_working_name.h"
@@ -14,9 +14,9 @@ namespace qrd {
 namespace {
 
 std::string move_aside(const std::string& path) {
-  const std::string folder = path.substr(0, path.find_last_of('/') + 1);
+  const std::string folder = qu_folder_of(path);
   const std::string name = qu_with_working_name(
-      qu_working_file_name, damaged,
+      qu_working_file_name, kept_for_owner,
       [&](const std::string& candidate) { return qu_take_name(path, folder + candidate); });
   return name.empty() ? "" : folder + name;
 }
@@ -27,7 +27,7 @@ bool tell(const std::string& path, const std::string& kept) {
 }
 
 bool tell_failure(const std::string& path) {
-  if (errno == ENOENT) return true;
+  if (qu_is_gone(errno)) return true;
   const char* reason = qu_strerror(1);
   qu_message("The damaged file \"%s\" can't be moved aside: %s", path.c_str(), reason);
   return false;
@@ -43,13 +43,13 @@ bool qu_path_set_aside(const std::string& path) {
 bool qu_file_set_aside(const std::string& path, std::FILE* read_from) {
   struct stat read, named;
   if (fstat(fileno(read_from), &read) != 0) return false;
-  const auto is_same = [&] { return named.st_dev == read.st_dev && named.st_ino == read.st_ino; };
-  if (stat(path.c_str(), &named) != 0) return errno == ENOENT;
-  if (!is_same()) return true;
+  if (stat(path.c_str(), &named) != 0) return qu_is_gone(errno);
+  if (!qu_same_file(named, read)) return true;
   const std::string kept = move_aside(path);
   if (kept.empty()) return tell_failure(path);
   // A good one may have come between the look and the move.
-  if (stat(kept.c_str(), &named) == 0 && !is_same() && qu_take_name(kept, path) == 0) return true;
+  if (stat(kept.c_str(), &named) == 0 && !qu_same_file(named, read) && qu_take_name(kept, path) == 0)
+    return true;
   return tell(path, kept);
 }
 

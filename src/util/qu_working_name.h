@@ -3,7 +3,8 @@
 //
 //   N_<random>   a new folder or file in the making
 //   O_<random>   an object on its way out
-//   B_<random>   a file that was found damaged, kept for its owner
+//   B_<random>   what is kept for its owner: a file that was found damaged, the old content of one that was
+//                being written in place when its server died
 //
 // They are random, so that servers on other machines and in containers don't choose the same; whoever makes
 // such a thing does so exclusively, and tries another name where one is taken. Folders in the making and on
@@ -18,7 +19,7 @@ namespace qrd {
 
 inline constexpr char being_made = 'N';
 inline constexpr char being_deleted = 'O';
-inline constexpr char damaged = 'B';
+inline constexpr char kept_for_owner = 'B';
 
 // A folder's is as short as "FILE.1", so that what fits under the final path fits under this one.
 std::string qu_working_folder_name(char purpose);
