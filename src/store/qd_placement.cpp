@@ -71,9 +71,11 @@ prepared_object::prepared_object(const char* parent) : parent_(parent) {
     if (mkdir(path.c_str(), 0777) != 0) return -1;
     lock_.emplace(path.c_str(), lock_kind::exclusive, std::chrono::milliseconds(0));
     if (*lock_) return 0;
-    // Whoever tidies up was quicker than the lock.
+    // Whoever tidies up was quicker than the lock, or it can't be had at all.
+    const int reason = errno == EWOULDBLOCK || qu_is_gone(errno) ? EEXIST : errno;
     lock_.reset();
-    errno = EEXIST;
+    rmdir(path.c_str());
+    errno = reason;
     return -1;
   };
   const std::string name = qu_with_working_name(qu_working_folder_name, being_made, make);
@@ -86,6 +88,7 @@ prepared_object::~prepared_object() {
 
 placement prepared_object::place(const numbering& level) {
   if (!qu_sync_tree(path_)) return placement::failed;
+  pause_.reset();
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
     if (!leaves_room(target)) {
@@ -107,10 +110,10 @@ removed_folder::removed_folder(const char* path) : place_(path) {
   // It may be renamed, and another one get its name, until it is locked; whoever holds it is at work in it.
   lock_.emplace(path, lock_kind::exclusive, removal_patience);
   if (!*lock_) {
-    state_ = errno == ENOENT ? state::gone : errno == EWOULDBLOCK ? state::in_use : state::refused;
+    state_ = qu_is_gone(errno) ? state::gone : errno == EWOULDBLOCK ? state::in_use : state::refused;
     return;
   }
-  const std::string parent = place_.substr(0, place_.find_last_of('/') + 1);
+  const std::string parent = qu_folder_of(place_);
   const std::string name =
       qu_with_working_name(qu_working_folder_name, being_deleted, [&](const std::string& candidate) {
         // Known before the rename: behind it nothing may fail.
@@ -118,7 +121,7 @@ removed_folder::removed_folder(const char* path) : place_(path) {
         return qu_take_name(place_, target_);
       });
   if (name.empty()) {
-    state_ = errno == ENOENT ? state::gone : state::refused;
+    state_ = qu_is_gone(errno) ? state::gone : state::refused;
     return;
   }
   state_ = state::taken;
@@ -131,7 +134,7 @@ removed_folder::~removed_folder() {
 bool removed_folder::remove() {
   if (state_ != state::taken) return state_ == state::gone || state_ == state::deleted;
   // Whatever needs memory comes before the point of no return.
-  const std::string parent = place_.substr(0, place_.find_last_of('/'));
+  const std::string parent = qu_folder_of(place_);
   // It can be out of reach for a moment, while another server takes its parent and puts it back.
   constexpr int attempts = 3;
   for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -146,7 +149,7 @@ bool removed_folder::remove() {
     }
     if (lock_->is_at(target_.c_str())) break;
   }
-  if (access(target_.c_str(), F_OK) != 0 && errno == ENOENT) {
+  if (access(target_.c_str(), F_OK) != 0 && qu_is_gone(errno)) {
     state_ = state::deleted;
     return true;
   }
@@ -173,7 +176,7 @@ void removed_folder::put_elsewhere() {
   for (std::string target = place_; qu_take_name(target_, target) != 0;
        target = prefix + std::to_string(++number)) {
     if (is_taken() && number > 0) continue;
-    if (errno == ENOENT) return;  // gone with its parent
+    if (qu_is_gone(errno)) return;  // with its parent
     const char* reason = qu_strerror(1);
     qu_message("Unable to put back \"%s\", which is now \"%s\": %s", place_.c_str(), target_.c_str(), reason);
     return;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "util/qu_constants.h"
@@ -52,7 +53,7 @@ class prepared_object {
   std::optional<folder_lock> lock_;
   path_text path_ = "";
   std::vector<std::string> siblings_;
-  sync_pause pause_;
+  std::optional<sync_pause> pause_{std::in_place};  // until it is waited for as a whole
 };
 
 // A folder on its way out: taken from its place by a rename, and put back at the end unless it has been

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -77,7 +78,9 @@ class study_in_the_making {
   const char* path() const { return path_; }
   // False with errno set: EEXIST if there is something of that name.
   bool place(const char* target) {
-    if (!qu_sync_tree(path_) || qu_take_name(path_, target) != 0) return false;
+    if (!qu_sync_tree(path_)) return false;
+    pause_.reset();
+    if (qu_take_name(path_, target) != 0) return false;
     qu_path_join(path_, {target});
     return qu_sync_folder(parent_);
   }
@@ -86,7 +89,7 @@ class study_in_the_making {
  private:
   std::string parent_;
   path_text path_ = "";
-  sync_pause pause_;
+  std::optional<sync_pause> pause_{std::in_place};  // until it is waited for as a whole
 };
 
 // Makes the parents of a new study, and takes them away again if it comes to nothing.

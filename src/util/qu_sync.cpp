@@ -50,8 +50,7 @@ durability qu_durability() {
 }
 
 bool qu_sync_file(int file) {
-  const durability wanted = qu_durability();
-  return wanted == durability::none || (wanted == durability::small && pauses > 0) || sync_small(file);
+  return pauses > 0 || qu_durability() == durability::none || sync_small(file);
 }
 
 bool qu_sync_whole_file(int file) {
@@ -63,15 +62,12 @@ bool qu_sync_written(int file) {
 }
 
 bool qu_remove_file(const char* path) {
-  if (unlink(path) != 0) return errno == ENOENT;
-  const std::string whole = path;
-  const std::size_t end = whole.find_last_of('/');
-  return qu_sync_folder(end == std::string::npos ? "" : whole.substr(0, end));
+  const std::string folder = qu_folder_of(path);  // takes memory, which must not fail behind the removal
+  return unlink(path) == 0 ? qu_sync_folder(folder) : qu_is_gone(errno);
 }
 
 bool qu_sync_folder(const std::string& path) {
-  if (qu_durability() != durability::all) return true;
-  return qu_sync_folder_first(path);
+  return pauses > 0 || qu_durability() != durability::all || qu_sync_folder_first(path);
 }
 
 bool qu_sync_folder_first(const std::string& path) {
@@ -79,7 +75,8 @@ bool qu_sync_folder_first(const std::string& path) {
 }
 
 bool qu_sync_tree(const std::string& path) {
-  if (qu_durability() == durability::none) return true;
+  const durability wanted = qu_durability();
+  if (wanted == durability::none) return true;
   const directory_listing listing(path.c_str());
   if (!listing) return false;
   while (const char* name = listing.next()) {
@@ -89,7 +86,7 @@ bool qu_sync_tree(const std::string& path) {
     if (lstat(entry.c_str(), &status) != 0) return false;
     if (S_ISDIR(status.st_mode) ? !qu_sync_tree(entry) : !sync_path(entry, false)) return false;
   }
-  return qu_sync_folder(path);
+  return wanted != durability::all || sync_path(path, true);
 }
 
 sync_pause::sync_pause() {
