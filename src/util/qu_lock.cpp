@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <vector>
 
+#include "util/qu_file.h"
+
 namespace qrd {
 
 namespace {
@@ -47,10 +49,6 @@ taking take(int handle, lock_kind kind) {
   return taking::done;
 }
 
-bool same_file(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 void close_keeping_errno(int handle) {
   const int reason = errno;
   close(handle);
@@ -74,7 +72,8 @@ struct folder_lock::holding {
   ~holding() {
     const int reason = errno;
     if (file >= 0) {
-      unlinkat(folder, lock_file_name, 0);
+      // Others who share it rely on its name.
+      if (take(file, lock_kind::exclusive) == taking::done) unlinkat(folder, lock_file_name, 0);
       close(file);
     }
     if (folder >= 0) close(folder);
@@ -102,7 +101,7 @@ struct folder_lock::holding {
     struct stat opened, named;
     if (result == taking::no_locks) result = taking::done;
     if (result == taking::done && fstat(handle, &opened) == 0 &&
-        (fstatat(folder, lock_file_name, &named, AT_SYMLINK_NOFOLLOW) != 0 || !same_file(opened, named)))
+        (fstatat(folder, lock_file_name, &named, AT_SYMLINK_NOFOLLOW) != 0 || !qu_same_file(opened, named)))
       result = taking::held_by_other;
     if (result == taking::done)
       file = handle;
@@ -111,12 +110,13 @@ struct folder_lock::holding {
     return result;
   }
 
-  taking take_all(lock_kind wanted) {
+  taking take_all(lock_kind wanted, lock_reach reach) {
     kind = wanted;
     const taking result = take(folder, kind);
     real = result != taking::no_locks;
     if (!real) return taking::done;
-    return result == taking::done && is_network_file_system(folder) ? take_file() : result;
+    const bool with_file = reach == lock_reach::other_machines || is_network_file_system(folder);
+    return result == taking::done && with_file ? take_file() : result;
   }
 };
 
@@ -127,19 +127,20 @@ std::vector<std::weak_ptr<folder_lock::holding>> held_folders;
 std::shared_ptr<folder_lock::holding> find_held(const struct stat& status) {
   std::erase_if(held_folders, [](const auto& each) { return each.expired(); });
   for (const auto& each : held_folders)
-    if (auto held = each.lock(); held && held->process == getpid() && same_file(held->status, status))
+    if (auto held = each.lock(); held && held->process == getpid() && qu_same_file(held->status, status))
       return held;
   return nullptr;
 }
 
 bool is_still_at(const char* path, const struct stat& status) {
   struct stat now;
-  return stat(path, &now) == 0 && same_file(now, status);
+  return stat(path, &now) == 0 && qu_same_file(now, status);
 }
 
 }  // namespace
 
-folder_lock::folder_lock(const char* folder, lock_kind kind, std::chrono::milliseconds patience) {
+folder_lock::folder_lock(const char* folder, lock_kind kind, std::chrono::milliseconds patience,
+                         lock_reach reach) {
   const clock_type::time_point end = clock_type::now() + patience;
   int pause_ms = 1;
   constexpr int longest_pause_ms = 20;
@@ -156,7 +157,7 @@ folder_lock::folder_lock(const char* folder, lock_kind kind, std::chrono::millis
         return;
       }
     }
-    switch (wanted->take_all(kind)) {
+    switch (wanted->take_all(kind, reach)) {
       case taking::done:
         if (is_still_at(folder, wanted->status)) {
           held_folders.push_back(wanted);
@@ -164,7 +165,7 @@ folder_lock::folder_lock(const char* folder, lock_kind kind, std::chrono::millis
           return;
         }
         wanted.reset();  // another one has that path now
-        continue;
+        break;
       case taking::held_by_other:
         break;
       case taking::no_locks:

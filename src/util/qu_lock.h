@@ -15,13 +15,20 @@ enum class lock_kind { shared, exclusive };
 // How long a lock is waited for.
 inline constexpr std::chrono::milliseconds lock_patience = std::chrono::seconds(10);
 
+// Who is to be kept out.
+enum class lock_reach {
+  by_file_system,  // everybody who can reach the folder
+  other_machines   // the same as on a network file system
+};
+
 class folder_lock {
  public:
   // Waits until nobody else holds the folder, at most for `patience`. What this process holds already it has
   // at once, and keeps until the last owner goes.
   // REQUIRES: no exclusive lock is asked for within a shared one of the same folder.
   explicit folder_lock(const char* folder, lock_kind kind = lock_kind::exclusive,
-                       std::chrono::milliseconds patience = lock_patience);
+                       std::chrono::milliseconds patience = lock_patience,
+                       lock_reach reach = lock_reach::by_file_system);
   folder_lock(const folder_lock&) = delete;
   folder_lock& operator=(const folder_lock&) = delete;
   folder_lock(folder_lock&&) noexcept = default;

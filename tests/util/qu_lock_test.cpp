@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,16 +21,18 @@ using namespace std::chrono_literals;
 // A process that holds a lock until it is let go.
 class holder {
  public:
-  holder(const std::string& folder, lock_kind kind) {
+  holder(const std::string& folder, lock_kind kind, lock_reach reach = lock_reach::by_file_system) {
     int ready[2], done[2];
     if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(done, O_CLOEXEC) != 0) std::abort();
     char byte = 0;
     process_ = fork();
     if (process_ == 0) {
-      folder_lock lock(folder.c_str(), kind, 0ms);
-      byte = lock ? 1 : 0;
-      close(done[1]);
-      _exit(write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0 ? 0 : 1);
+      {
+        folder_lock lock(folder.c_str(), kind, 0ms, reach);
+        byte = lock ? 1 : 0;
+        if (write(ready[1], &byte, 1) != 1 || read(done[0], &byte, 1) != 1) std::abort();
+      }
+      _exit(0);
     }
     held = read(ready[0], &byte, 1) == 1 && byte == 1;
     for (int end : {ready[0], ready[1], done[0]}) close(end);
@@ -40,6 +43,7 @@ class holder {
   ~holder() { end(); }
   void end() {
     if (release_ < 0) return;
+    if (write(release_, "", 1) != 1) std::abort();
     close(release_);
     release_ = -1;
     waitpid(process_, nullptr, 0);
@@ -94,6 +98,26 @@ TEST_F(folder_locking, is_of_the_folder_that_has_the_name) {
   fs::rename(folder / "a", folder / "b");
   EXPECT_FALSE(lock.is_at((folder / "a").c_str()));
   EXPECT_TRUE(lock.is_at((folder / "b").c_str()));
+}
+
+// Locks of folders reach one machine alone there: whoever holds the file is on another one.
+TEST_F(folder_locking, on_a_network_file_system_is_of_a_file_too) {
+  constexpr lock_reach far = lock_reach::other_machines;
+  const std::string path = folder / "L_FOLDER";
+  const int theirs = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  ASSERT_EQ(flock(theirs, LOCK_EX), 0);
+  EXPECT_FALSE(folder_lock(folder.path().c_str(), lock_kind::exclusive, 30ms, far));
+  EXPECT_EQ(errno, EWOULDBLOCK);
+  close(theirs);
+  EXPECT_TRUE(folder_lock(folder.path().c_str(), lock_kind::exclusive, 30ms, far));
+  EXPECT_FALSE(fs::exists(path));
+  // The first of two who share it leaves its name to the other.
+  holder one(folder.path(), lock_kind::shared, far), other(folder.path(), lock_kind::shared, far);
+  ASSERT_TRUE(one.held && other.held);
+  one.end();
+  EXPECT_TRUE(fs::exists(path));
+  other.end();
+  EXPECT_FALSE(fs::exists(path));
 }
 
 }  // namespace
