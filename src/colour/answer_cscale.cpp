@@ -185,17 +185,17 @@ bool write_description(const scale_description& sent) {
 
 }  // namespace
 
-int server_answer_cscale_list(const char* /*request*/) {
-  if (!resources_available(resources::scales)) return -1;
+request_status server_answer_cscale_list(const char* /*request*/) {
+  if (!resources_available(resources::scales)) return not_served;
   string_list names;
   if (qu_cscale_get_list(-1, names) != 0) return refuse(read_failure, cscale_path);
   return answer("SSCALST", wire_names{names});
 }
 
-int server_answer_cscale_exists(const char* /*request*/) {
+request_status server_answer_cscale_exists(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::scales)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::scales)) return not_served;
   // The word for no scale, whatever a file calls itself.
   if (!is_set(name)) return answer("SEXIST", wire_bool{false});
   path_text path;
@@ -204,17 +204,17 @@ int server_answer_cscale_exists(const char* /*request*/) {
   return answer("SEXIST", wire_bool{state == 0});
 }
 
-int server_answer_cscale_new(const char* /*request*/) {
+request_status server_answer_cscale_new(const char* /*request*/) {
   constexpr char write_failure[] = "An error occured during Color Scale %s Writing.";
   request_text name;
   scale_description sent;
-  if (!read_arguments(name) || !read_head(sent)) return -1;
+  if (!read_arguments(name) || !read_head(sent)) return not_served;
   try {
-    if (!read_arrays(sent)) return -1;
+    if (!read_arrays(sent)) return not_served;
   } catch (const std::bad_alloc&) {
-    return clean_packet(), refuse(write_failure, name.c_str());
+    return clean_and_refuse(write_failure, name.c_str());
   }
-  if (!resources_available(resources::scales)) return -1;
+  if (!resources_available(resources::scales)) return not_served;
   if (sent.scale_type != SCALE_AUTOMATIC && sent.class_count <= 0)
     return refuse("Number of Classes cannot be negative or null for non-automatic color scales");
   if (sent.scale_type == SCALE_MANUAL && sent.bounds.empty())
@@ -237,10 +237,10 @@ int server_answer_cscale_new(const char* /*request*/) {
   return answer("SDONE");
 }
 
-int server_answer_cscale_read(const char* /*request*/) {
+request_status server_answer_cscale_read(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::scales)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::scales)) return not_served;
   color_scale scale;
   if (qu_cscale_read(name, false, scale) != 0) return refuse(read_failure, name);
   // The bounds of a manual scale are told class by class.
@@ -259,10 +259,10 @@ int server_answer_cscale_read(const char* /*request*/) {
   return answer_with("SSCALE", [&sent] { return write_description(sent); });
 }
 
-int server_answer_cscale_delete(const char* /*request*/) {
+request_status server_answer_cscale_delete(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::scales)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::scales)) return not_served;
   if (qu_cscale_delete(name) != 0) return refuse("An error happened during Color Scale deletion");
   return answer("SDONE");
 }

@@ -31,24 +31,24 @@ bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_
 
 }  // namespace
 
-int server_answer_palette_list(const char* /*request*/) {
-  if (!resources_available(resources::palettes)) return -1;
+request_status server_answer_palette_list(const char* /*request*/) {
+  if (!resources_available(resources::palettes)) return not_served;
   return answer("SPALLST", wire_names{qu_palette_get_list(-1)});
 }
 
-int server_answer_palette_exists(const char* /*request*/) {
+request_status server_answer_palette_exists(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::palettes)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::palettes)) return not_served;
   const int exists = qu_palette_exists(name);
   if (exists < 0) return refuse(read_failure, name);
   return answer("SEXIST", wire_bool{exists != 0});
 }
 
-int server_answer_palette_read(const char* /*request*/) {
+request_status server_answer_palette_read(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::palettes)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::palettes)) return not_served;
   palette_colours colours;
   if (qu_palette_read(name, colours) != 0) return refuse(read_failure, name);
   return answer("SPAL", wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
@@ -56,14 +56,14 @@ int server_answer_palette_read(const char* /*request*/) {
                 wire_ints{colours.blue.data(), colours.count});
 }
 
-int server_answer_palette_write(const char* /*request*/) {
+request_status server_answer_palette_write(const char* /*request*/) {
   name_text name;
   palette_colours colours;
-  if (!read_arguments(name, colours.count)) return -1;
+  if (!read_arguments(name, colours.count)) return not_served;
   if (!read_channel(colours.count, colours.red) || !read_channel(colours.count, colours.green) ||
       !read_channel(colours.count, colours.blue))
-    return -1;
-  if (!resources_available(resources::palettes)) return -1;
+    return not_served;
+  if (!resources_available(resources::palettes)) return not_served;
   if (colours.count < 0 || colours.count > palette_maximum)
     return refuse("Palettes cannot have more than %d colors", palette_maximum);
   if (!in_range(colours.red, colours.count) || !in_range(colours.green, colours.count) ||
@@ -80,10 +80,10 @@ int server_answer_palette_write(const char* /*request*/) {
   return answer("SDONE");
 }
 
-int server_answer_palette_delete(const char* /*request*/) {
+request_status server_answer_palette_delete(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
-  if (!resources_available(resources::both)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!resources_available(resources::both)) return not_served;
   switch (qu_palit_delete(name, palette_prefix)) {
     case 0:
       return answer("SDONE");

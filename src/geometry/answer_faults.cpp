@@ -80,26 +80,26 @@ bool write_fault(const fault& each, std::int32_t limit, const unit_divisors& uni
 
 }  // namespace
 
-int server_answer_write_faults(const char* /*request*/) {
+request_status server_answer_write_faults(const char* /*request*/) {
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
-  if (!is_set(current_context.file)) return clean_packet(), refuse("File is not set");
-  if (!file_info_available()) return clean_packet(), refuse("Cannot get file info");
+  if (!is_set(current_context.file)) return clean_and_refuse("File is not set");
+  if (!file_info_available()) return clean_and_refuse("Cannot get file info");
   fault_info present;
   const int state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, present);
-  if (state == 2) return clean_packet(), refuse("%s", info_failure);
-  if (state == 0) return clean_packet(), refuse(already_faulted, current_context.file);
+  if (state == 2) return clean_and_refuse("%s", info_failure);
+  if (state == 0) return clean_and_refuse(already_faulted, current_context.file);
 
   std::int32_t is_2d = 0;
   std::int32_t has_attributes = 0;
   double client_missing = 0;
   std::int32_t fault_count = 0;
   if (!read_arguments(is_2d, has_attributes, client_missing, fault_count) || fault_count < 0)
-    return clean_packet(), refuse("%s", read_failure);
+    return clean_and_refuse("%s", read_failure);
   auto system = qu_fault_system_new(is_2d != 0, has_attributes != 0);
   try {
-    if (!read_faults(*system, client_missing, fault_count)) return clean_packet(), refuse("%s", read_failure);
+    if (!read_faults(*system, client_missing, fault_count)) return clean_and_refuse("%s", read_failure);
   } catch (const std::bad_alloc&) {
-    return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
+    return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
   }
   switch (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system)) {
     case 0:
@@ -112,9 +112,9 @@ int server_answer_write_faults(const char* /*request*/) {
   }
 }
 
-int server_answer_faults(const char* /*request*/) {
+request_status server_answer_faults(const char* /*request*/) {
   std::int32_t limit = 0;
-  if (!read_arguments(limit)) return -1;
+  if (!read_arguments(limit)) return not_served;
   if (!is_set(current_context.file)) return refuse("File is not set");
   if (!file_info_available()) return refuse("Cannot get file info");
   fault_info info;

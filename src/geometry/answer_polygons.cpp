@@ -37,7 +37,7 @@ bool write_contour(contour& written, const unit_divisors& unit) {
 
 }  // namespace
 
-int server_answer_polygons(const char* /*request*/) {
+request_status server_answer_polygons(const char* /*request*/) {
   const char* directory = current_context.directory;
   const char* file = current_context.file;
   if (!is_set(file)) return refuse("File is not set");
@@ -56,7 +56,7 @@ int server_answer_polygons(const char* /*request*/) {
   }
   if (status != 0) return refuse("Cannot read polygons.");
   // Found before the answer begins: what has been sent of it can't be taken back.
-  if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return -1;
+  if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return not_served;
 
   const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,

@@ -113,14 +113,14 @@ std::unique_ptr<polygon_system> build_system(std::vector<contour_entry>& entries
 
 }  // namespace
 
-int server_answer_polygons_new(const char* /*request*/) {
+request_status server_answer_polygons_new(const char* /*request*/) {
   request_text name;
   std::int32_t ignored_flag = 0;
   double ignored_box[6];
   std::int64_t count = 0;
   if (!read_arguments(name, ignored_flag) || !_qrd_read_double_array(client_socket, ignored_box, 6) ||
       !read_arguments(count))
-    return -1;
+    return not_served;
   std::vector<contour_entry> entries;
   name_ranks ranks;
   arrival state = count < 0 ? arrival::refused : arrival::complete;
@@ -132,9 +132,9 @@ int server_answer_polygons_new(const char* /*request*/) {
     }
     if (state == arrival::complete) system = build_system(entries, ranks);
   } catch (const std::bad_alloc&) {
-    return -1;
+    return not_served;
   }
-  if (state == arrival::broken) return -1;
+  if (state == arrival::broken) return not_served;
   if (state == arrival::refused) clean_packet();
 
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
@@ -146,9 +146,9 @@ int server_answer_polygons_new(const char* /*request*/) {
   server_debug(1, "Creating File: \"%s\".", name.c_str());
   if (state == arrival::refused || qd_polygon_new(current_context.directory, name.c_str(), *system) != 0)
     return refuse("Cannot create file %s: %s/%s", current_context.study, name.c_str(), name.c_str());
-  const int status = answer("SDONE");
+  const request_status status = answer("SDONE");
   // A client that never heard of the file must not find it.
-  if (status != 0) qd_polygon_delete(current_context.directory, name.c_str(), false);
+  if (status != served) qd_polygon_delete(current_context.directory, name.c_str(), false);
   return status;
 }
 

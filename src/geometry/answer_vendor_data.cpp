@@ -23,10 +23,9 @@ constexpr std::int64_t array_step = 1 << 16;
 // Who owns the bag of a request: 0 the study, 1 the directory, 2 the file, 3 and more the variable.
 // `text` names the owner in debug prints. False after a refusal.
 bool find_owner(std::int32_t scope, vendor_owner& owner, std::string& text) {
-  const auto level = [&](const char* field, const char* missing, const char* separator) {
+  const auto level = [&](const char* field, const char* missing, const char* separator) -> bool {
     if (!is_set(field)) {
-      refuse("%s", missing);
-      return false;
+      return refuse("%s", missing);
     }
     text.append(separator).append(field);
     return true;
@@ -153,29 +152,29 @@ bool read_target(const char* doing, name_text& name, vendor_owner& owner) {
 
 }  // namespace
 
-int server_answer_vendor_data_exists(const char* /*request*/) {
+request_status server_answer_vendor_data_exists(const char* /*request*/) {
   name_text name;
   vendor_owner owner;
-  if (!read_target("Reading Vendor Data Version", name, owner)) return -1;
+  if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
   const int result = qd_vendor_data_version(name, owner, version);
   if (result == 2) return refuse("%s", read_failure);
   return answer("SVDATEXIS", wire_int{result == 0 ? 1 : 0});
 }
 
-int server_answer_vendor_data_version(const char* /*request*/) {
+request_status server_answer_vendor_data_version(const char* /*request*/) {
   name_text name;
   vendor_owner owner;
-  if (!read_target("Reading Vendor Data Version", name, owner)) return -1;
+  if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
   if (qd_vendor_data_version(name, owner, version) != 0) return refuse("%s", read_failure);
   return answer("SVDATVERS", wire_int{static_cast<std::int32_t>(version)});
 }
 
-int server_answer_vendor_data_read(const char* /*request*/) {
+request_status server_answer_vendor_data_read(const char* /*request*/) {
   name_text name;
   vendor_owner owner;
-  if (!read_target("Reading Vendor Data", name, owner)) return -1;
+  if (!read_target("Reading Vendor Data", name, owner)) return not_served;
   vendor_data bag;
   if (qd_vendor_data_read(bag, owner, name) != 0) return refuse("%s", read_failure);
   return answer_with("SVDAT", [&bag] {
@@ -185,31 +184,31 @@ int server_answer_vendor_data_read(const char* /*request*/) {
   });
 }
 
-int server_answer_vendor_data_write(const char* /*request*/) {
+request_status server_answer_vendor_data_write(const char* /*request*/) {
   vendor_data bag;
   std::int32_t version = 0;
   std::int32_t scope = 0;
   std::int32_t count = 0;
-  if (!read_arguments(bag.name, version, scope, count)) return -1;
-  if (count < 0) return clean_packet(), refuse("%s", memory_failure);
+  if (!read_arguments(bag.name, version, scope, count)) return not_served;
+  if (count < 0) return clean_and_refuse("%s", memory_failure);
   bag.version = version;
   try {
     for (std::int32_t i = 0; i < count; ++i) {
       vendor_attribute& attribute = bag.attributes.emplace_back();
       std::int32_t type = 0;
-      if (!read_arguments(attribute.name, type)) return -1;
+      if (!read_arguments(attribute.name, type)) return not_served;
       if (!qd_vendor_data_set_type(attribute, type))
-        return clean_packet(), refuse("Wrong Vendor Data Type (%d)", type);
+        return clean_and_refuse("Wrong Vendor Data Type (%d)", type);
       const arrival state = read_value(attribute);
-      if (state == arrival::broken) return -1;
-      if (state == arrival::no_memory) return clean_packet(), refuse("%s", memory_failure);
+      if (state == arrival::broken) return not_served;
+      if (state == arrival::no_memory) return clean_and_refuse("%s", memory_failure);
     }
   } catch (const std::bad_alloc&) {
-    return clean_packet(), refuse("%s", memory_failure);
+    return clean_and_refuse("%s", memory_failure);
   }
   vendor_owner owner;
   std::string text;
-  if (!find_owner(scope, owner, text)) return -1;
+  if (!find_owner(scope, owner, text)) return not_served;
   server_debug(1, "Writing Vendor Data: \"%s\" in %s.", bag.name, text.c_str());
   if (qd_vendor_data_write(owner, bag) != 0) return refuse("%s", write_failure);
   return answer("SDONE");

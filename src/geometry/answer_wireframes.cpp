@@ -49,7 +49,7 @@ void divide(wireframe& root, const unit_divisors& unit) {
 
 }  // namespace
 
-int server_answer_wireframes_read(const char* /*request*/) {
+request_status server_answer_wireframes_read(const char* /*request*/) {
   const char* directory = current_context.directory;
   const char* file = current_context.file;
   if (!is_set(file)) return refuse("File is not set");

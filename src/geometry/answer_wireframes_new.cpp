@@ -89,9 +89,9 @@ arrival read_object(wireframe_object& object, bool& valid) {
 
 }  // namespace
 
-int server_answer_new_wireframes(const char* /*request*/) {
+request_status server_answer_new_wireframes(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
   if (qd_directory_test(current_context.directory) != 0)
     return refuse("Current directory does not exist %s: %s", current_context.study,
@@ -103,23 +103,23 @@ int server_answer_new_wireframes(const char* /*request*/) {
                   name.c_str());
 
   std::int32_t count = 0;
-  if (!read_arguments(count) || count < 0) return clean_packet(), refuse("%s", read_failure);
+  if (!read_arguments(count) || count < 0) return clean_and_refuse("%s", read_failure);
   auto root = qu_wireframe_new();
   root->unit_x = root->unit_y = root->unit_z = distance_format;
   bool valid = true;
   try {
     for (std::int32_t i = 0; i < count; ++i) {
       const arrival state = read_object(root->objects.emplace_back(), valid);
-      if (state.silent) return -1;
-      if (state.refusal != nullptr) return clean_packet(), refuse("%s", state.refusal);
+      if (state.silent) return not_served;
+      if (state.refusal != nullptr) return clean_and_refuse("%s", state.refusal);
     }
   } catch (const std::bad_alloc&) {
-    return clean_packet(), refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
+    return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
   }
   if (!valid) return refuse("%s", triangles_failure);
   if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer("SDONE");
   // Clients know that a file without objects gets no answer.
-  if (root->objects.empty()) return -1;
+  if (root->objects.empty()) return not_served;
   return refuse("Cannot create file %s: %s/%s", current_context.study, current_context.directory,
                 name.c_str());
 }

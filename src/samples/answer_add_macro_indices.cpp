@@ -24,35 +24,33 @@ struct wire_indices {
   request_texts texts;
 };
 
+constexpr char no_count[] = "Problem while reading number of indices";
+constexpr char no_numbers[] = "Problem while reading numerical indices";
+constexpr char no_texts[] = "Problem while reading alpha indices";
+
 bool read_numbers(wire_indices& indices) {
   checked_array<std::int32_t> numbers;
-  if (!numbers.allocate(indices.count) || !indices.numbers.allocate(indices.count)) {
-    clean_packet();
-    return false;
-  }
-  if (_qrd_read_int_array(client_socket, numbers.data(), indices.count) == 0) return false;
+  if (!numbers.allocate(indices.count) || !indices.numbers.allocate(indices.count))
+    return clean_and_refuse(no_numbers);
+  if (_qrd_read_int_array(client_socket, numbers.data(), indices.count) == 0) return refuse(no_numbers);
   for (std::int64_t i = 0; i < indices.count; ++i) indices.numbers[i] = numbers[i];
   return true;
 }
 
 bool read_texts(wire_indices& indices) {
-  if (indices.texts.allocate(indices.count)) return indices.texts.read();
-  clean_packet();
-  return false;
+  if (!indices.texts.allocate(indices.count)) return clean_and_refuse(no_texts);
+  return indices.texts.read() || refuse(no_texts);
 }
 
-// Null, or what could not be read. The whole packet is read first.
-const char* read_indices(wire_indices& indices) {
-  static constexpr char no_count[] = "Problem while reading number of indices";
-  static constexpr char no_numbers[] = "Problem while reading numerical indices";
-  if (!read_arguments(indices.count)) return no_count;
-  if (!read_arguments(indices.has_numbers)) return "Problem while reading numerical indices flag";
-  if (indices.has_numbers != 0 && indices.count > 0 && !read_numbers(indices)) return no_numbers;
-  if (!read_arguments(indices.has_texts)) return "Problem while reading alpha indices flag";
-  if (indices.has_texts != 0 && indices.count > 0 && !read_texts(indices))
-    return "Problem while reading alpha indices";
-  if (indices.count < 0) return no_count;
-  return indices.count != 0 && indices.has_numbers == 0 ? no_numbers : nullptr;
+// False after a refusal. The whole packet is read first.
+bool read_indices(wire_indices& indices) {
+  if (!read_arguments(indices.count)) return refuse(no_count);
+  if (!read_arguments(indices.has_numbers)) return refuse("Problem while reading numerical indices flag");
+  if (indices.has_numbers != 0 && indices.count > 0 && !read_numbers(indices)) return false;
+  if (!read_arguments(indices.has_texts)) return refuse("Problem while reading alpha indices flag");
+  if (indices.has_texts != 0 && indices.count > 0 && !read_texts(indices)) return false;
+  if (indices.count < 0) return refuse(no_count);
+  return indices.count == 0 || indices.has_numbers != 0 || refuse(no_numbers);
 }
 
 // The descriptor of the macro variable, or none when it can't be read.
@@ -65,9 +63,9 @@ qd_macro_descr* read_macro(const char* variable) {
 }  // namespace
 
 // CMACROADD: adds indices to the current macro variable.
-int server_answer_add_macro_indices(const char* /*request*/) {
+request_status server_answer_add_macro_indices(const char* /*request*/) {
   wire_indices indices;
-  if (const char* problem = read_indices(indices)) return refuse("%s", problem);
+  if (!read_indices(indices)) return not_served;
 
   const server_context& context = current_context;
   qd_var_info info;
@@ -90,7 +88,8 @@ int server_answer_add_macro_indices(const char* /*request*/) {
                                                        indices.numbers.data(), texts, &refusal);
   if (created < 0) return refuse("Cannot get variable info");
   if (created != 0) return answer("SDONE");
-  return refusal.empty() ? -1 : refuse("%s", refusal.c_str());
+  if (refusal.empty()) return not_served;
+  return refuse("%s", refusal.c_str());
 }
 
 }  // namespace qrd

@@ -20,8 +20,18 @@ std::int64_t limited_product(std::int64_t a, std::int64_t b) {
   return (a < 0) == (b < 0) ? limits::max() : limits::min();
 }
 
-void refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
-  refuse("Memory allocation failed%s (%" PRId64 " bytes)", purpose, limited_product(count, size));
+namespace {
+
+constexpr char no_memory[] = "Memory allocation failed%s (%" PRId64 " bytes)";
+
+}  // namespace
+
+refused refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
+  return refuse(no_memory, purpose, limited_product(count, size));
+}
+
+refused clean_and_refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
+  return clean_and_refuse(no_memory, purpose, limited_product(count, size));
 }
 
 data_request::~data_request() {
@@ -43,16 +53,15 @@ bool data_request::read_char_range() {
 }
 
 bool data_request::find_variable() {
-  if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
+  if (!is_set(current_context.variable)) return refuse("Variable is not set");
   variable_found_ = qd_variable_query(false, current_context.directory, current_context.file,
                                       current_context.variable, variable, &file, &place_) == 0;
-  if (!variable_found_) refuse("Error while getting file or Variable information");
-  return variable_found_;
+  return variable_found_ || refuse("Error while getting file or Variable information");
 }
 
 bool data_request::check_index() const {
   if (variable.type != VAR_MACRO || current_context.indice != -1) return true;
-  return refuse("No indice is defined for current macro variable") == 0;
+  return refuse("No indice is defined for current macro variable");
 }
 
 bool data_request::check_range() {
@@ -62,28 +71,29 @@ bool data_request::check_range() {
   if (first == -1) first = 1;
   if (last == -1) last = n;
   if (first < 1 || first > n)
-    refuse("First %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, first, relation, n);
-  else if (last < 1 || last > n)
-    refuse("Last %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, last, relation, n);
-  else if (last < first)
-    refuse("First %s Sample Number (%" PRId64 ") must be lower than Last (%" PRId64 ")", verb, first, last);
-  else
-    return true;
-  return false;
+    return refuse("First %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, first,
+                  relation, n);
+  if (last < 1 || last > n)
+    return refuse("Last %s Sample Number (%" PRId64 ") doesn't %s 1 <= SN <= %" PRId64, verb, last, relation,
+                  n);
+  if (last < first)
+    return refuse("First %s Sample Number (%" PRId64 ") must be lower than Last (%" PRId64 ")", verb, first,
+                  last);
+  return true;
 }
 
 bool data_request::find_lines_file() {
-  if (!is_set(current_context.variable)) return refuse("Variable is not set") == 0;
-  if (!is_set(current_context.file)) return refuse("File is not set") == 0;
+  if (!is_set(current_context.variable)) return refuse("Variable is not set");
+  if (!is_set(current_context.file)) return refuse("File is not set");
   if (qd_info_file(current_context.directory, current_context.file, file, nullptr) == 0)
-    return refuse("Error while getting file information") == 0;
-  if (!is_lines(file.organisation)) return refuse("Current file is not a lines file") == 0;
+    return refuse("Error while getting file information");
+  if (!is_lines(file.organisation)) return refuse("Current file is not a lines file");
   return true;
 }
 
 bool data_request::measure_lines(std::vector<std::int64_t>& lengths) const {
   const int measured = qd_samples_per_line(current_context.directory, current_context.file, lengths);
-  if (measured < 0) refuse("Error while getting file information");
+  if (measured < 0) return refuse("Error while getting file information");
   return measured > 0;
 }
 
@@ -107,10 +117,9 @@ bool data_request::select_selection() {
   const char* name = current_context.selection;
   if (!is_set(name)) return true;
   // Both variables need a place in the table.
-  bool selected = find_selection(2) && selection_.handle.macro_slot != -1 &&
-                  qd_entry(selection_.handle.entry)->sample_count == file.sample_count;
-  if (!selected) refuse("Cannot select selection variable %s", name);
-  return selected;
+  return (find_selection(2) && selection_.handle.macro_slot != -1 &&
+          qd_entry(selection_.handle.entry)->sample_count == file.sample_count) ||
+         refuse("Cannot select selection variable %s", name);
 }
 
 bool data_request::select_variable(unit_choice choice) {
@@ -128,16 +137,14 @@ bool data_request::select_variable(unit_choice choice) {
   else if (selected)
     selected = qd_variable_select_at(place_, context.directory, context.file, context.variable, choice,
                                      variable_.handle) != 0;
-  selected = selected && entry().sample_count == file.sample_count;
-  if (!selected) refuse("Cannot select variable");
-  return selected;
+  return (selected && entry().sample_count == file.sample_count) || refuse("Cannot select variable");
 }
 
 bool data_request::open(unit_choice choice) {
   if (!select_selection() || !select_variable(choice)) return false;
   if (qd_can_be_bound(selection_.handle, variable_.handle))
     io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
-  return io_.id != 0 || refuse("Cannot get io for variable") == 0;
+  return io_.id != 0 || refuse("Cannot get io for variable");
 }
 
 bool data_request::open() {
@@ -153,7 +160,7 @@ bool data_request::set_index() {
     known = descriptor && descriptor->slot_of(current_context.indice) >= 0;
   }
   if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice) != 0) return true;
-  return refuse("Cannot set macro indices for variable") == 0;
+  return refuse("Cannot set macro indices for variable");
 }
 
 bool data_request::is_numeric() const {
@@ -165,7 +172,7 @@ bool data_request::is_numeric() const {
   return !needs_lines || is_lines(file.organisation);
 }
 
-int data_request::refuse_transfer() const {
+refused data_request::refuse_transfer() const {
   return refuse("Problem while %s %s/%s/%s", way_ == reading ? "reading" : "writing",
                 current_context.directory, current_context.file, current_context.variable);
 }

@@ -58,7 +58,7 @@ class data_request {
   std::int64_t count() const { return last - first + 1; }
 
   // "Problem while reading" or "writing".
-  int refuse_transfer() const;
+  refused refuse_transfer() const;
 
   std::int64_t first = -1;
   std::int64_t last = -1;
@@ -85,23 +85,22 @@ class data_request {
 std::int64_t limited_product(std::int64_t a, std::int64_t b);
 
 // The refusal of `count` elements of so many bytes. `purpose` is empty or such as " for byte array".
-void refuse_memory(const char* purpose, std::int64_t count, std::int64_t size);
+refused refuse_memory(const char* purpose, std::int64_t count, std::int64_t size);
+// The same, for an array that the client sends next: it is dropped from the socket.
+refused clean_and_refuse_memory(const char* purpose, std::int64_t count, std::int64_t size);
 
 // Memory for an answer or a conversion.
 template <typename T>
 bool allocate_or_refuse(checked_array<T>& array, std::int64_t count, const char* purpose = "") {
   if (count >= 0 && array.allocate(count)) return true;
-  refuse_memory(purpose, count, sizeof(T));
-  return false;
+  return refuse_memory(purpose, count, sizeof(T));
 }
 
-// Memory for an array that the client sends next: without it the array is dropped from the socket.
+// Memory for an array that the client sends next.
 template <typename T>
 bool allocate_or_clean(checked_array<T>& array, std::int64_t count, const char* purpose = "") {
   if (count >= 0 && array.allocate(count)) return true;
-  clean_packet();
-  refuse_memory(purpose, count, sizeof(T));
-  return false;
+  return clean_and_refuse_memory(purpose, count, sizeof(T));
 }
 
 }  // namespace qrd

@@ -20,27 +20,23 @@ bool read_coordinates(std::int64_t samples, std::int32_t dimension, std::int64_t
   too_big = __builtin_mul_overflow(count, parts, &all) || too_big;
   too_big = __builtin_mul_overflow(all, std::int64_t{sizeof(double)}, &bytes) || too_big;
   if (too_big || !values.allocate(all)) {
-    clean_packet();
-    refuse("Memory allocation failed (%" PRId64 " bytes)", too_big ? missing_int64 : bytes);
-    return false;
+    return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", too_big ? missing_int64 : bytes);
   }
   double* place = values.data() + (all - count);
   if (_qrd_read_double_array(client_socket, place, count) == 0) return false;
   if (std::find(place, values.end(), missing_double) == values.end()) return true;
-  refuse("There should not be any test value in the coordinates");
-  return false;
+  return refuse("There should not be any test value in the coordinates");
 }
 
 bool may_create_file(const char* name) {
   const server_context& context = current_context;
   if (!is_set(context.directory)) {
-    refuse("Directory is not set");
-    return false;
+    return refuse("Directory is not set");
   }
   int missing = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
-  if (missing == 2) refuse("Cannot open files");
-  if (missing == 0) refuse("File %s: %s/%s already exists", context.study, context.directory, name);
-  return missing == 1;
+  if (missing == 2) return refuse("Cannot open files");
+  if (missing == 0) return refuse("File %s: %s/%s already exists", context.study, context.directory, name);
+  return true;
 }
 
 bool current_file(path_text& path, qd_file_record& record) {

@@ -10,14 +10,14 @@
 
 namespace qrd {
 
-int server_answer_macro_indices(const char* request) {
+request_status server_answer_macro_indices(const char* request) {
   bool with_alpha = std::strcmp(request, "CMACROALP") == 0;
   qd_var_info info;
   qd_variable_place place;
-  if (!find_current_variable(info, place)) return -1;
+  if (!find_current_variable(info, place)) return not_served;
   if (info.type != VAR_MACRO) return refuse("Variable is not a macro variable\n");
   macro_indices indices;
-  if (!indices.read(place)) return -1;
+  if (!indices.read(place)) return not_served;
   if (indices.numbers.empty()) return refuse("No valid macro variable indices defined");
 
   const std::vector<std::int32_t> words(indices.numbers.begin(), indices.numbers.end());

@@ -21,17 +21,12 @@ struct grid_target : locked_file {
 
 // The current file, which must be a grid, locked for a change. False after a refusal.
 bool find_grid(grid_target& target) {
-  const char* problem = nullptr;
-  if (!is_set(current_context.directory))
-    problem = "Directory is not set";
-  else if (!is_set(current_context.file))
-    problem = "File is not set";
-  else if (target.open(current_context.directory, current_context.file) != LOOKUP_FOUND)
-    problem = "Cannot get file info";
-  else if (target.record.organisation != ORG_GRID)
-    problem = "Current file is not a grid";
-  if (problem != nullptr) refuse("%s", problem);
-  return problem == nullptr;
+  if (!is_set(current_context.directory)) return refuse("Directory is not set");
+  if (!is_set(current_context.file)) return refuse("File is not set");
+  if (target.open(current_context.directory, current_context.file) != LOOKUP_FOUND)
+    return refuse("Cannot get file info");
+  if (target.record.organisation != ORG_GRID) return refuse("Current file is not a grid");
+  return true;
 }
 
 // The client's units of the three axes. False after a refusal.
@@ -41,14 +36,13 @@ bool find_factors(double (&factors)[3]) {
   qd_format_record formats[3];
   if (qd_coordinates_formats(0, current_context.directory, current_context.file, &formats[0], &formats[1],
                              &formats[2]) != 0) {
-    refuse("Cannot get coords formats");
-    return false;
+    return refuse("Cannot get coords formats");
   }
   for (int axis = 0; axis < 3; ++axis) factors[axis] = qu_format_factor(formats[axis]);
   return true;
 }
 
-int write_grid(const grid_target& target) {
+request_status write_grid(const grid_target& target) {
   descriptor_changes change;
   // What was derived from the old geometry goes once the new one has found its room on the disk.
   const bool prepared = change.add(target.path, target.record);
@@ -58,11 +52,12 @@ int write_grid(const grid_target& target) {
 }
 
 // Puts three lengths off the socket into the grid fields of the current file.
-int modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y, double qd_grid_record::*z) {
+request_status modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y,
+                              double qd_grid_record::*z) {
   double values[3] = {}, factors[3] = {};
   grid_target target;
-  if (!read_arguments(values[0], values[1], values[2])) return -1;
-  if (!find_grid(target) || !find_factors(factors)) return -1;
+  if (!read_arguments(values[0], values[1], values[2])) return not_served;
+  if (!find_grid(target) || !find_factors(factors)) return not_served;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
   target.record.grid.*x = values[0] * factors[0];
@@ -74,12 +69,12 @@ int modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y, double 
 }  // namespace
 
 // CGFILENEW: makes a grid file. Its numbers come in the units of the axes.
-int server_answer_grid_file_new(const char* /*request*/) {
+request_status server_answer_grid_file_new(const char* /*request*/) {
   request_text name;
   std::int32_t dimension = 0, nx = 1, ny = 1, nz = 1;
   qd_grid_record grid;
-  if (!read_arguments(name, dimension, grid.x0, grid.dx, nx, grid.y0, grid.dy, ny)) return -1;
-  if (dimension == 3 && !read_arguments(grid.z0, grid.dz, nz)) return -1;
+  if (!read_arguments(name, dimension, grid.x0, grid.dx, nx, grid.y0, grid.dy, ny)) return not_served;
+  if (dimension == 3 && !read_arguments(grid.z0, grid.dz, nz)) return not_served;
   grid.x0 *= axis_format_x.factor;
   grid.dx *= axis_format_x.factor;
   grid.y0 *= axis_format_y.factor;
@@ -89,7 +84,7 @@ int server_answer_grid_file_new(const char* /*request*/) {
   grid.nx = nx;
   grid.ny = ny;
   grid.nz = nz;
-  if (!may_create_file(name.c_str())) return -1;
+  if (!may_create_file(name.c_str())) return not_served;
 
   const server_context& context = current_context;
   server_debug(1, "Creating Grid File: \"%s\".", name.c_str());
@@ -100,21 +95,21 @@ int server_answer_grid_file_new(const char* /*request*/) {
 }
 
 // GRIDMODO: moves the origin of the current grid.
-int server_answer_grid_file_modify_origin(const char* /*request*/) {
+request_status server_answer_grid_file_modify_origin(const char* /*request*/) {
   return modify_lengths(&qd_grid_record::x0, &qd_grid_record::y0, &qd_grid_record::z0);
 }
 
 // GRIDMODM: changes the mesh of the current grid.
-int server_answer_grid_file_modify_mesh(const char* /*request*/) {
+request_status server_answer_grid_file_modify_mesh(const char* /*request*/) {
   return modify_lengths(&qd_grid_record::dx, &qd_grid_record::dy, &qd_grid_record::dz);
 }
 
 // GRIDMODR: turns the current grid. The angle of a 2D grid is the first one.
-int server_answer_grid_file_modify_rotation(const char* /*request*/) {
+request_status server_answer_grid_file_modify_rotation(const char* /*request*/) {
   double angle1 = 0.0, angle2 = 0.0, angle3 = 0.0;
   grid_target target;
-  if (!read_arguments(angle1, angle2, angle3)) return -1;
-  if (!find_grid(target)) return -1;
+  if (!read_arguments(angle1, angle2, angle3)) return not_served;
+  if (!find_grid(target)) return not_served;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
   target.record.grid.angle1 = angle1;

@@ -10,20 +10,20 @@
 
 namespace qrd {
 
-int server_answer_indice_set(const char* request) {
+request_status server_answer_indice_set(const char* request) {
   bool by_text = std::strcmp(request, "CINDASET") == 0;
   std::int32_t index = 0;
   request_text alpha;
-  if (by_text ? !read_arguments(alpha) : !read_arguments(index)) return -1;
+  if (by_text ? !read_arguments(alpha) : !read_arguments(index)) return not_served;
   qd_var_info info;
   qd_variable_place place;
-  if (!find_current_variable(info, place)) return -1;
+  if (!find_current_variable(info, place)) return not_served;
   const server_context& context = current_context;
   if (info.type != VAR_MACRO)
     return refuse("Not a valid Velmar macro: %s: %s/%s/%s", context.study, context.directory, context.file,
                   context.variable);
   macro_indices indices;
-  if (!indices.read(place)) return -1;
+  if (!indices.read(place)) return not_served;
 
   if (by_text) {
     std::int64_t rank = indices.alpha.find(alpha.c_str());

@@ -22,38 +22,32 @@ struct lines_target {
   qd_file_record file;
 };
 
-int refuse_samples(std::int32_t samples) {
+refused refuse_samples(std::int32_t samples) {
   return refuse("Cannot append %d samples to file. No space left ?", samples);
 }
 
 // The current file, which must be a lines file that can take a line of that kind. False after a refusal.
 bool find_lines(std::int32_t samples, std::int32_t dimension, bool cores_too, lines_target& target) {
-  if (!is_set(current_context.file)) {
-    refuse("File is not set");
-  } else if (!current_file(target.path, target.file)) {
-    refuse("Cannot get file info");
-  } else if (target.file.organisation != ORG_LINES_GRAVITY &&
-             !(cores_too && target.file.organisation == ORG_LINES_CORES)) {
-    refuse("Current file is not a lines file");
-  } else if (!is_file_dimension(dimension) || target.file.dimension != dimension) {
-    refuse("Current file dimension (%d) doesn't match append information (%dD)",
-           static_cast<int>(target.file.dimension), dimension);
-  } else if (samples < 1) {
-    refuse_samples(samples);
-  } else {
-    return true;
-  }
-  return false;
+  if (!is_set(current_context.file)) return refuse("File is not set");
+  if (!current_file(target.path, target.file)) return refuse("Cannot get file info");
+  if (target.file.organisation != ORG_LINES_GRAVITY &&
+      !(cores_too && target.file.organisation == ORG_LINES_CORES))
+    return refuse("Current file is not a lines file");
+  if (!is_file_dimension(dimension) || target.file.dimension != dimension)
+    return refuse("Current file dimension (%d) doesn't match append information (%dD)",
+                  static_cast<int>(target.file.dimension), dimension);
+  if (samples < 1) return refuse_samples(samples);
+  return true;
 }
 
 // A header of one sample per line stops matching when a line comes. False after a refusal.
 bool can_drop_link(const qd_file_record& file) {
   if (file.link_name[0] == '\0' || qd_link_can_be_deleted(current_context.directory, current_context.file))
     return true;
-  return refuse(cannot_delete_link) == 0;
+  return refuse(cannot_delete_link);
 }
 
-int refuse_selection(coordinate_variables::status failed, const coordinate_variables& coordinates) {
+refused refuse_selection(coordinate_variables::status failed, const coordinate_variables& coordinates) {
   const server_context& context = current_context;
   switch (failed) {
     case coordinate_variables::status::not_selected:
@@ -85,7 +79,7 @@ line_addition add_line(const coordinate_variables& coordinates, const qd_file_re
   return line_addition::done;
 }
 
-int answer_addition(line_addition result, std::int32_t samples) {
+request_status answer_addition(line_addition result, std::int32_t samples) {
   switch (result) {
     case line_addition::done:
       return answer("SDONE");
@@ -119,24 +113,24 @@ bool prepare_cores(const lines_target& target, locked_file& locked, prepared_coo
   const server_context& context = current_context;
   if (target.file.organisation == ORG_LINES_CORES) return true;
   if (locked.open(context.directory, context.file) != LOOKUP_FOUND)
-    return refuse("Cannot get file descriptor") == 0;
+    return refuse("Cannot get file descriptor");
   if (locked.record.organisation != ORG_LINES_GRAVITY || locked.record.sample_count != 0) return true;
   const char* failed = segments.create(context.directory, context.file, locked, {core_begins, core_ends},
                                        target.file.dimension);
   if (failed == nullptr) return true;
   segments.settle();
-  return refuse(cannot_create_variable, context.study, context.directory, context.file, failed) == 0;
+  return refuse(cannot_create_variable, context.study, context.directory, context.file, failed);
 }
 
 }  // namespace
 
 // CLFILENEW: makes a lines file without lines.
-int server_answer_lines_file_new(const char* /*request*/) {
+request_status server_answer_lines_file_new(const char* /*request*/) {
   request_text name;
   std::int32_t dimension = 0;
-  if (!read_arguments(name, dimension)) return -1;
+  if (!read_arguments(name, dimension)) return not_served;
   if (!is_file_dimension(dimension)) return refuse(unknown_dimension, dimension);
-  if (!may_create_file(name.c_str())) return -1;
+  if (!may_create_file(name.c_str())) return not_served;
 
   const server_context& context = current_context;
   server_debug(1, "Creating File: \"%s\".", name.c_str());
@@ -148,38 +142,38 @@ int server_answer_lines_file_new(const char* /*request*/) {
 }
 
 // CLFILEAPP: adds a line of points.
-int server_answer_lines_file_append(const char* /*request*/) {
+request_status server_answer_lines_file_append(const char* /*request*/) {
   std::int32_t samples = 0, dimension = 0;
   checked_array<double> values;
-  if (!read_arguments(samples, dimension)) return -1;
-  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+  if (!read_arguments(samples, dimension)) return not_served;
+  if (!read_coordinates(samples, dimension, 1, values)) return not_served;
 
   lines_target target;
   coordinate_variables coordinates;
-  if (!find_lines(samples, dimension, false, target)) return -1;
+  if (!find_lines(samples, dimension, false, target)) return not_served;
   const auto selected =
       coordinates.select(current_context.directory, current_context.file, {gravity_centers}, dimension);
   if (selected != coordinate_variables::status::done) return refuse_selection(selected, coordinates);
-  if (!can_drop_link(target.file)) return -1;
+  if (!can_drop_link(target.file)) return not_served;
   server_debug(1, "Appending line to file: \"%s\".", current_context.file);
   return answer_addition(add_line(coordinates, target.file, samples, values), samples);
 }
 
 // CLFILEAPC: adds a line of core segments, given by where the first begins and where each ends.
-int server_answer_lines_file_append_cores(const char* /*request*/) {
+request_status server_answer_lines_file_append_cores(const char* /*request*/) {
   std::int32_t samples = 0, dimension = 0;
   double start[3] = {};
   checked_array<double> values;
-  if (!read_arguments(samples, dimension, start[0], start[1])) return -1;
-  if (dimension == 3 && !read_arguments(start[2])) return -1;
-  if (!read_coordinates(samples, dimension, 3, values)) return -1;
+  if (!read_arguments(samples, dimension, start[0], start[1])) return not_served;
+  if (dimension == 3 && !read_arguments(start[2])) return not_served;
+  if (!read_coordinates(samples, dimension, 3, values)) return not_served;
 
   lines_target target;
-  if (!find_lines(samples, dimension, true, target) || !can_drop_link(target.file)) return -1;
+  if (!find_lines(samples, dimension, true, target) || !can_drop_link(target.file)) return not_served;
   locked_file locked;
   prepared_coordinates segments;
   coordinate_variables coordinates;
-  if (!prepare_cores(target, locked, segments)) return -1;
+  if (!prepare_cores(target, locked, segments)) return not_served;
   const auto selected = coordinates.select(current_context.directory, current_context.file,
                                            {gravity_centers, core_begins, core_ends}, dimension);
   if (selected != coordinate_variables::status::done) {

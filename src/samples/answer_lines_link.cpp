@@ -22,11 +22,9 @@ bool find_file(const char* name, qd_file_record& record) {
     case LOOKUP_FOUND:
       return true;
     case LOOKUP_ABSENT:
-      refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
-      return false;
+      return refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
     case LOOKUP_UNREADABLE:
-      refuse("Cannot open files");
-      return false;
+      return refuse("Cannot open files");
   }
   return false;
 }
@@ -34,14 +32,14 @@ bool find_file(const char* name, qd_file_record& record) {
 }  // namespace
 
 // CLFILELNK: makes a points file with one sample per line the header of the current lines file.
-int server_answer_lines_file_create_link(const char* /*request*/) {
+request_status server_answer_lines_file_create_link(const char* /*request*/) {
   request_text points_name;
-  if (!read_arguments(points_name)) return -1;
+  if (!read_arguments(points_name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.directory) || !is_set(context.file)) return refuse("Directory or File is not set");
 
   qd_file_record lines, points;
-  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return -1;
+  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return not_served;
   if (points.organisation != ORG_POINTS)
     return refuse("Linked file should be a points file %s: %s/%s", context.study, context.directory,
                   points_name.c_str());
@@ -52,13 +50,13 @@ int server_answer_lines_file_create_link(const char* /*request*/) {
   server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
   if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer("SDONE");
   // Another server has deleted one of them meanwhile, or the former links can't be ended.
-  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return -1;
+  if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return not_served;
   return refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory,
                 points_name.c_str());
 }
 
 // CLFILECNT: the number of samples of each line.
-int server_answer_lines_file_samples_count(const char* /*request*/) {
+request_status server_answer_lines_file_samples_count(const char* /*request*/) {
   const server_context& context = current_context;
   path_text path;
   qd_file_record record;
@@ -69,14 +67,12 @@ int server_answer_lines_file_samples_count(const char* /*request*/) {
   std::vector<std::int64_t> counts;
   const int counted = qd_samples_per_line(context.directory, context.file, counts);
   if (counted < 0) return refuse("Error while getting file information");
-  if (counted == 0) return -1;
+  if (counted == 0) return not_served;
   const auto lines = static_cast<std::int64_t>(counts.size());
   checked_array<std::int32_t> lengths;
-  if (!lengths.allocate(lines)) {
-    clean_packet();
-    return refuse("Memory allocation failed (%" PRId64 " bytes)",
-                  lines * static_cast<std::int64_t>(sizeof(std::int32_t)));
-  }
+  if (!lengths.allocate(lines))
+    return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)",
+                            lines * static_cast<std::int64_t>(sizeof(std::int32_t)));
   for (std::int64_t i = 0; i < lines; ++i)
     lengths[i] = static_cast<std::int32_t>(counts[static_cast<std::size_t>(i)]);
   return answer("SLFILECNT", wire_int{static_cast<std::int32_t>(lines)}, wire_ints{lengths.data(), lines});

@@ -14,13 +14,13 @@ namespace qrd {
 
 namespace {
 
-int refuse_samples(std::int64_t samples, const char* file) {
+refused refuse_samples(std::int64_t samples, const char* file) {
   return refuse("Cannot add %" PRId64 " samples to file %s: %s/%s", samples, current_context.study,
                 current_context.directory, file);
 }
 
-int refuse_selection(coordinate_variables::status status, const coordinate_variables& coordinates,
-                     const char* file) {
+refused refuse_selection(coordinate_variables::status status, const coordinate_variables& coordinates,
+                         const char* file) {
   if (status == coordinate_variables::status::not_bound)
     return refuse("Error setting io entry for coordinates variables");
   return refuse("Error selecting variable %s: %s/%s/%s", current_context.study, current_context.directory,
@@ -36,22 +36,22 @@ bool add_points(const coordinate_variables& coordinates, const char* file, std::
     return written = coordinates.write(first, last, values) != 0;
   };
   if (qd_append_sample(directory, file, samples, fill) != 0) return true;
-  if (written) return refuse_samples(samples, file) == 0;
-  return refuse("Problem while writing coordinates for %s/%s", directory, file) == 0;
+  if (written) return refuse_samples(samples, file);
+  return refuse("Problem while writing coordinates for %s/%s", directory, file);
 }
 
 }  // namespace
 
 // CPFILENEW: makes a points file with its coordinates.
-int server_answer_points_file_new(const char* /*request*/) {
+request_status server_answer_points_file_new(const char* /*request*/) {
   request_text name;
   std::int64_t samples = 0;
   std::int32_t dimension = 0;
   checked_array<double> values;
-  if (!read_arguments(name, samples, dimension)) return -1;
-  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+  if (!read_arguments(name, samples, dimension)) return not_served;
+  if (!read_coordinates(samples, dimension, 1, values)) return not_served;
   if (!is_file_dimension(dimension)) return refuse(unknown_dimension, dimension);
-  if (!may_create_file(name.c_str())) return -1;
+  if (!may_create_file(name.c_str())) return not_served;
   if (samples < 1 && qd_name_check(name.c_str()) == NAME_VALID) return refuse_samples(samples, name.c_str());
 
   server_debug(1, "Creating File: \"%s\".", name.c_str());
@@ -66,12 +66,12 @@ int server_answer_points_file_new(const char* /*request*/) {
 }
 
 // CPFILEAPP: adds points to the current file. Its header role for a lines file ends by that.
-int server_answer_points_file_append(const char* /*request*/) {
+request_status server_answer_points_file_append(const char* /*request*/) {
   std::int64_t samples = 0;
   std::int32_t dimension = 0;
   checked_array<double> values;
-  if (!read_arguments(samples, dimension)) return -1;
-  if (!read_coordinates(samples, dimension, 1, values)) return -1;
+  if (!read_arguments(samples, dimension)) return not_served;
+  if (!read_coordinates(samples, dimension, 1, values)) return not_served;
 
   const server_context& context = current_context;
   path_text path;
@@ -89,7 +89,7 @@ int server_answer_points_file_append(const char* /*request*/) {
     return refuse_selection(status, coordinates, context.file);
   const bool linked = record.link_name[0] != '\0';
   if (linked && !qd_link_can_be_deleted(context.directory, context.file)) return refuse(cannot_delete_link);
-  if (!add_points(coordinates, context.file, samples, values)) return -1;
+  if (!add_points(coordinates, context.file, samples, values)) return not_served;
   // A failure now is only told on the console: a client that is refused adds its samples again.
   if (linked) qd_delete_link(context.directory, context.file, true);
   return answer("SDONE");

@@ -21,23 +21,23 @@ void spread(char* texts, std::int64_t count, std::int64_t width, const char** po
 
 }  // namespace
 
-int server_answer_read_char_var(const char* /*request*/) {
+request_status server_answer_read_char_var(const char* /*request*/) {
   data_request data(data_request::reading);
   std::int32_t compress = 0;
-  if (!data.read_char_range() || !read_arguments(compress)) return -1;
-  if (!data.find_variable()) return -1;
+  if (!data.read_char_range() || !read_arguments(compress)) return not_served;
+  if (!data.find_variable()) return not_served;
   const std::int64_t width = data.variable.bit_length / 8;
   if (data.variable.implicit != 0 || width < 1)
     return refuse("Variable %s is not a character variable", current_context.variable);
-  if (!data.check_range()) return -1;
+  if (!data.check_range()) return not_served;
 
   checked_array<char> texts, blanks;
   checked_array<const char*> pointers;
   if (!allocate_or_refuse(texts, limited_product(data.count(), width + 1)) ||
       !allocate_or_refuse(pointers, data.count()) || !allocate_or_refuse(blanks, width + 1))
-    return -1;
+    return not_served;
   // The columns of a macro are not told apart here: its first one is read.
-  if (!data.open(UNIT_VARIABLE)) return -1;
+  if (!data.open(UNIT_VARIABLE)) return not_served;
   std::int64_t count = 0;
   if (data.entry().bytes_per_sample != width ||
       qd_read_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first, data.last, &count,

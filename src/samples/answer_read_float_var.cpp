@@ -15,7 +15,7 @@ namespace {
 // The values of the opened variable. Those of a computed one are made while they are sent; `values` has room
 // for the range of a stored one. Sample counts have 64 bits, or 32 where lines are read.
 template <typename Count>
-int answer_values(data_request& data, selection_mode mode, checked_array<double>& values) {
+request_status answer_values(data_request& data, selection_mode mode, checked_array<double>& values) {
   using number = decltype(Count::value);
   std::int64_t count = 0;
   if (!data.is_numeric()) return data.refuse_transfer();
@@ -34,52 +34,52 @@ int answer_values(data_request& data, selection_mode mode, checked_array<double>
 
 }  // namespace
 
-int server_answer_read_float_var(const char* /*request*/) {
+request_status server_answer_read_float_var(const char* /*request*/) {
   data_request data(data_request::reading);
   std::int32_t compress = 0;
-  if (!data.read_float_range() || !read_arguments(compress)) return -1;
-  if (!data.find_variable() || !data.check_index() || !data.check_range()) return -1;
+  if (!data.read_float_range() || !read_arguments(compress)) return not_served;
+  if (!data.find_variable() || !data.check_index() || !data.check_range()) return not_served;
 
   checked_array<double> values;
-  if (data.variable.implicit == 0 && !allocate_or_refuse(values, data.count())) return -1;
-  if (!data.open() || !data.set_index()) return -1;
+  if (data.variable.implicit == 0 && !allocate_or_refuse(values, data.count())) return not_served;
+  if (!data.open() || !data.set_index()) return not_served;
   return answer_values<wire_long>(data, compress != 0 ? SEL_COMPRESSED : SEL_MASKED, values);
 }
 
-int server_answer_read_line_float_var(const char* /*request*/) {
+request_status server_answer_read_line_float_var(const char* /*request*/) {
   std::int32_t line = 0;
-  if (!read_arguments(line)) return -1;
+  if (!read_arguments(line)) return not_served;
   if (line < 1) return refuse("Wrong line index");
   data_request data(data_request::reading);
-  if (!data.find_lines_file()) return -1;
+  if (!data.find_lines_file()) return not_served;
   std::vector<std::int64_t> lengths;
-  if (!data.measure_lines(lengths)) return -1;
+  if (!data.measure_lines(lengths)) return not_served;
   const auto line_count = static_cast<std::int64_t>(lengths.size());
   if (line > line_count)
     return refuse("Wrong line index (%d) where file only contains %" PRId64 " lines", line, line_count);
   data.set_line(lengths, line);
 
   checked_array<double> values;
-  if (!data.open()) return -1;
+  if (!data.open()) return not_served;
   if (data.count() > std::numeric_limits<std::int32_t>::max()) return data.refuse_transfer();
-  if (data.entry().implicit == 0 && !allocate_or_refuse(values, data.count())) return -1;
+  if (data.entry().implicit == 0 && !allocate_or_refuse(values, data.count())) return not_served;
   if (data.count() > 0) return answer_values<wire_int>(data, SEL_MASKED, values);
   if (!data.is_numeric()) return data.refuse_transfer();
   return answer("SDATAF", wire_int{0}, wire_double{missing_double});
 }
 
-int server_answer_read_selection_var(const char* /*request*/) {
+request_status server_answer_read_selection_var(const char* /*request*/) {
   data_request data(data_request::reading);
-  if (!data.read_range()) return -1;
-  if (!data.find_variable() || !data.check_index() || !data.check_range()) return -1;
+  if (!data.read_range()) return not_served;
+  if (!data.find_variable() || !data.check_index() || !data.check_range()) return not_served;
 
   // The transfer always covers the whole variable.
   const std::int64_t samples = data.file.sample_count;
   checked_array<unsigned char> bytes, bits;
   if (!allocate_or_refuse(bytes, samples, " for byte array") ||
       !allocate_or_refuse(bits, (samples - 1) / 8 + 1, " for bit array"))
-    return -1;
-  if (!data.open() || !data.set_index()) return -1;
+    return not_served;
+  if (!data.open() || !data.set_index()) return not_served;
   std::int64_t row_bytes = 0;
   if (qd_read_selection_free(data.io(), &row_bytes, bits) == 0) return data.refuse_transfer();
   for (std::int64_t i = 0; i < data.count(); ++i) {

@@ -7,9 +7,9 @@
 
 namespace qrd {
 
-int server_answer_sel_set(const char* /*request*/) {
+request_status server_answer_sel_set(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   if (*name.c_str() == '\0') {

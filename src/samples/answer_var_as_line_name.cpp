@@ -8,7 +8,7 @@
 namespace qrd {
 
 // CVARLNAME: makes the current variable the Line Name of its linked points file.
-int server_answer_var_as_line_name(const char* /*request*/) {
+request_status server_answer_var_as_line_name(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.variable)) return refuse("Variable is not set");
   if (qd_file_test(ORG_POINTS, DIM_ANY, context.directory, context.file) != 0)

@@ -11,12 +11,11 @@ namespace qrd {
 bool may_create_variables() {
   const server_context& context = current_context;
   if (is_set(context.study) && is_set(context.directory) && is_set(context.file)) return true;
-  refuse("Study, Directory or File is not set");
-  return false;
+  return refuse("Study, Directory or File is not set");
 }
 
-int create_variable(const char* name, std::int32_t type, std::int64_t bit_length,
-                    const qd_format_record& format) {
+request_status create_variable(const char* name, std::int32_t type, std::int64_t bit_length,
+                               const qd_format_record& format) {
   const server_context& context = current_context;
   int missing = qd_variable_test(false, context.directory, context.file, name);
   if (missing == 2) return refuse("Cannot open file");

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "server/answering.h"
 #include "units/qu_units.h"
 
 namespace qrd {
@@ -10,7 +11,7 @@ namespace qrd {
 // Study, directory and file are set. False after a refusal.
 bool may_create_variables();
 // Creates the variable unless the file has one of that name, and answers; the handler's status.
-int create_variable(const char* name, std::int32_t type, std::int64_t bit_length,
-                    const qd_format_record& format);
+request_status create_variable(const char* name, std::int32_t type, std::int64_t bit_length,
+                               const qd_format_record& format);
 
 }  // namespace qrd

@@ -51,16 +51,17 @@ void set_unit(std::int32_t bit_length, bool given, const unit_text& unit, qd_for
 }  // namespace
 
 // CVARFNEW, CVARMNEW: makes a float or a macro variable in the current file.
-int server_answer_var_float_new(const char* request) {
+request_status server_answer_var_float_new(const char* request) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   // A refusal here leaves the other arguments on the socket.
-  if (!may_create_variables()) return -1;
+  if (!may_create_variables()) return not_served;
 
   std::int32_t bit_length = 0, format_type = 0, width = 0, digits = 0;
   bool unit_given = false;
   unit_text unit = "";
-  if (!read_arguments(bit_length, format_type, width, digits) || !read_unit(unit_given, unit)) return -1;
+  if (!read_arguments(bit_length, format_type, width, digits) || !read_unit(unit_given, unit))
+    return not_served;
   if (!is_numeric_bit_length(bit_length)) return refuse("Bitlength must be one of 1,2,4,8,16,32 or 64");
   if (format_type < 0 || format_type >= static_cast<std::int32_t>(std::size(wire_formats)))
     return refuse("Wrong format_type (%d)", format_type);

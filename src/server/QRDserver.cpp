@@ -53,12 +53,13 @@ int serve() {
     if (received == 0) continue;
     if (received == 2) return 1;
     switch (server_answer(request)) {
-      case 1:
+      case server_ends:
         return 0;
-      case 2:
+      case client_is_done:
         if (_qrd_wait_connect(listen_socket, &client_socket, 1, 0) != 0) return 1;
         break;
-      default:
+      case served:
+      case not_served:
         break;
     }
   }

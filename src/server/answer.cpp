@@ -18,7 +18,7 @@ namespace {
 
 struct request_row {
   const char* name;
-  int (*handler)(const char* request);
+  request_status (*handler)(const char* request);
   const char* traced_name;
 };
 
@@ -111,32 +111,31 @@ static_assert(std::size(request_table) == 83);
 
 }  // namespace
 
-int server_answer(const char* request) {
+request_status server_answer(const char* request) {
   for (const request_row& row : request_table) {
     if (std::strcmp(request, row.name) != 0) continue;
     if (trace_level >= 1) _qrd_trace_enter(row.traced_name, 0);
-    int status = -1;
+    request_status status = not_served;
     try {
       status = row.handler(request);
     } catch (const std::bad_alloc&) {
       // Some small thing found no memory; what it was is lost, the process and its client are not.
       status = refuse("Memory allocation failed");
     }
-    if (trace_level >= 1) _qrd_trace_exit("%d", status);
-    if (status != -1) return status;
+    if (trace_level >= 1) _qrd_trace_exit("%d", static_cast<int>(status));
+    if (status != not_served) return status;
     // The rest of an answer that came to nothing must not precede the next one.
     _qrd_empty_write();
     server_debug(1, "Error while processing [%s] request.", request);
     return status;
   }
-  clean_packet();
-  server_send_error("Unrecognized request [%s]", request);
+  const request_status status = clean_and_refuse("Unrecognized request [%s]", request);
   server_debug(1, "Unrecognized request [%s]", request);
-  return -1;
+  return status;
 }
 
 // CSUPREQ: lists the request names.
-int st_answer_supported_req(const char* /*request*/) {
+request_status st_answer_supported_req(const char* /*request*/) {
   server_debug(0, "Sending List of Supported Requests");
   const char* names[std::size(request_table)];
   for (std::size_t i = 0; i < std::size(request_table); ++i) names[i] = request_table[i].name;

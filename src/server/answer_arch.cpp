@@ -5,9 +5,9 @@
 
 namespace qrd {
 
-int st_answer_arch(const char* /*request*/) {
+request_status st_answer_arch(const char* /*request*/) {
   server_debug(0, "Sending Architecture");
-  if (!read_arguments(client_is_64bits)) return -1;
+  if (!read_arguments(client_is_64bits)) return not_served;
   return answer("SARCH", wire_int{server_is_64bits});
 }
 

@@ -5,11 +5,11 @@
 
 namespace qrd {
 
-int server_answer_byebye(const char* /*request*/) {
-  if (answer("SBYE BYE") != 0) return -1;
-  if (multi_session == 0) return 1;
+request_status server_answer_byebye(const char* /*request*/) {
+  if (answer("SBYE BYE") != served) return not_served;
+  if (multi_session == 0) return server_ends;
   _qrd_close_socket(&client_socket);
-  return 2;
+  return client_is_done;
 }
 
 }  // namespace qrd

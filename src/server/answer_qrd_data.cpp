@@ -26,10 +26,10 @@ bool set_root(const char* path) {
   return false;
 }
 
-int server_answer_qrd_init(const char* /*request*/) {
+request_status server_answer_qrd_init(const char* /*request*/) {
   request_text path;
-  if (!read_arguments(path)) return -1;
-  if (!set_root(path.c_str())) return -1;
+  if (!read_arguments(path)) return not_served;
+  if (!set_root(path.c_str())) return not_served;
   return answer("SOK");
 }
 

@@ -68,13 +68,13 @@ std::int32_t port_of_new_child() {
 
 }  // namespace
 
-int server_answer_session(const char* /*request*/) {
+request_status server_answer_session(const char* /*request*/) {
   if (multi_session == 0) return answer("SNOSESS");
   std::int32_t port = port_of_new_child();
-  if (port == 0) return -1;
-  if (answer("SNEWPORT", wire_int{port}) != 0) return -1;
+  if (port == 0) return not_served;
+  if (answer("SNEWPORT", wire_int{port}) != served) return not_served;
   _qrd_close_socket(&client_socket);
-  return 2;
+  return client_is_done;
 }
 
 }  // namespace qrd

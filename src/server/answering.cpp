@@ -53,12 +53,21 @@ void server_send_error(const char* format, ...) {
   va_end(arguments);
 }
 
-int refuse(const char* format, ...) {
+refused refuse(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   send_error(format, arguments);
   va_end(arguments);
-  return -1;
+  return {};
+}
+
+refused clean_and_refuse(const char* format, ...) {
+  clean_packet();
+  va_list arguments;
+  va_start(arguments, format);
+  send_error(format, arguments);
+  va_end(arguments);
+  return {};
 }
 
 request_texts::~request_texts() {

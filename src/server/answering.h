@@ -1,9 +1,7 @@
-// What every handler does: read its arguments, refuse, answer.
-//
-// A handler gives 0 (served), -1 (not served), 1 (end the server) or 2 (the client's socket is closed).
-// The dispatch traces its entry and exit.
+// What every handler does: read its arguments, refuse, answer. The dispatch traces its entry and exit.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -15,14 +13,31 @@
 
 namespace qrd {
 
+// What came of a request. A trace shows the number.
+enum class [[nodiscard]] request_status{
+    served = 0, not_served = -1, server_ends = 1,
+    client_is_done = 2  // its socket is closed, and the next client is waited for
+};
+using enum request_status;
+
+// What a refusal leaves to say: a handler that returns it has not served the request, a helper gives false.
+struct [[nodiscard]] refused {
+  operator request_status() const { return not_served; }
+  template <std::same_as<bool> Bool>
+  operator Bool() const {
+    return false;
+  }
+};
+
 // 0 if the name went into the write buffer, 1 if not.
 int server_send_type(const char* name);
 // Flushes: 0 or 1.
 int server_send_end();
 // SERROR with a text, cut to 1024 characters.
 void server_send_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
-// The same; gives the status -1.
-int refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
+refused refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// The same, once the rest of the packet has been dropped.
+refused clean_and_refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // A string that came off the socket. An absent one (length -1) is the empty text.
 class request_text {
@@ -134,20 +149,17 @@ bool write_value(wire_strings value);
 bool write_value(wire_bytes value);
 bool write_value(wire_names value);
 
-// Sends an answer: its name, its values, the flush. The handler's status.
-template <typename... Values>
-int answer(const char* name, const Values&... values) {
-  if (server_send_type(name) != 0) return -1;
-  if (!(write_value(values) && ...)) return -1;
-  return server_send_end() == 0 ? 0 : -1;
+// Sends an answer: its name, its body, the flush. `write_body` gives false after a failed write.
+template <typename Body>
+request_status answer_with(const char* name, const Body& write_body) {
+  const bool sent = server_send_type(name) == 0 && write_body() && server_send_end() == 0;
+  return sent ? served : not_served;
 }
 
-// The same for a body of varying shape: `write_body` writes it, and gives false after a failed write.
-template <typename Body>
-int answer_with(const char* name, const Body& write_body) {
-  if (server_send_type(name) != 0) return -1;
-  if (!write_body()) return -1;
-  return server_send_end() == 0 ? 0 : -1;
+// The same with a body of a fixed shape.
+template <typename... Values>
+request_status answer(const char* name, const Values&... values) {
+  return answer_with(name, [&] { return (write_value(values) && ...); });
 }
 
 }  // namespace qrd

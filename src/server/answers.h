@@ -1,19 +1,21 @@
 // Handlers of the handshake.
 #pragma once
 
+#include "server/answering.h"
+
 namespace qrd {
 
-int server_answer_hello(const char* request);
-int server_answer_session(const char* request);
-int server_answer_qrd_init(const char* request);
-int st_answer_supported_req(const char* request);
-int st_answer_arch(const char* request);
-int server_answer_byebye(const char* request);
+request_status server_answer_hello(const char* request);
+request_status server_answer_session(const char* request);
+request_status server_answer_qrd_init(const char* request);
+request_status st_answer_supported_req(const char* request);
+request_status st_answer_arch(const char* request);
+request_status server_answer_byebye(const char* request);
 
 // Opens the database root for CHELLO and CQRDDATA. False after a refusal, which leaves the path in use.
 bool set_root(const char* path);
 
 // Serves one request by the table of all requests.
-int server_answer(const char* request);
+request_status server_answer(const char* request);
 
 }  // namespace qrd

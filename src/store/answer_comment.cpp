@@ -18,7 +18,7 @@ bool is_comment_mode(std::int32_t mode) {
   return mode == FILE_COMMENT || mode == VARIABLE_COMMENT;
 }
 
-int refuse_mode(std::int32_t mode) {
+refused refuse_mode(std::int32_t mode) {
   return refuse("Comment Mode %d unsupported", mode);
 }
 
@@ -26,7 +26,7 @@ bool is_object_set(std::int32_t mode) {
   return is_set(current_context.file) && (mode == FILE_COMMENT || is_set(current_context.variable));
 }
 
-int refuse_object(std::int32_t mode) {
+refused refuse_object(std::int32_t mode) {
   return refuse("File%s is not set", mode == FILE_COMMENT ? "" : " or Variable");
 }
 
@@ -37,9 +37,9 @@ const char* variable_of(std::int32_t mode) {
 }  // namespace
 
 // CCOMGET: gives the comment; no comment and no object any more are an empty text.
-int server_answer_comment_get(const char* /*request*/) {
+request_status server_answer_comment_get(const char* /*request*/) {
   std::int32_t mode = 0;
-  if (!read_arguments(mode)) return -1;
+  if (!read_arguments(mode)) return not_served;
   if (!is_comment_mode(mode)) return refuse_mode(mode);
   if (!is_object_set(mode)) return refuse_object(mode);
   std::string text;
@@ -51,15 +51,15 @@ int server_answer_comment_get(const char* /*request*/) {
 }
 
 // CCOMSET: replaces the comment. CVARCOMM: that of the variable.
-int server_answer_comment_set(const char* request) {
+request_status server_answer_comment_set(const char* request) {
   std::int32_t mode = VARIABLE_COMMENT;
   if (std::strcmp(request, "CVARCOMM") != 0) {
-    if (!read_arguments(mode)) return -1;
+    if (!read_arguments(mode)) return not_served;
     if (!is_comment_mode(mode)) return refuse_mode(mode);
   }
   std::int32_t append = 0;
   request_text text;
-  if (!read_arguments(append) || !read_unlimited(text)) return -1;
+  if (!read_arguments(append) || !read_unlimited(text)) return not_served;
   if (!is_object_set(mode)) return refuse_object(mode);
   if (qd_comment_write(current_context.directory, current_context.file, variable_of(mode), append,
                        text.c_str()) != 0) {

@@ -25,7 +25,7 @@ void release_other_holders(const qd_variable_handle& handle) {
 }  // namespace
 
 // CDIRDEL: deletes the current directory with all it holds.
-int server_answer_dir_del(const char* /*request*/) {
+request_status server_answer_dir_del(const char* /*request*/) {
   if (!is_set(current_context.directory)) return refuse("Current Directory is not set");
   server_debug(1, "Deleting Directory: %s:%s", current_context.study, current_context.directory);
   int deleted = qd_delete_directory(current_context.directory);
@@ -35,7 +35,7 @@ int server_answer_dir_del(const char* /*request*/) {
 }
 
 // CFILEDEL: deletes the current file, and its link.
-int server_answer_file_del(const char* /*request*/) {
+request_status server_answer_file_del(const char* /*request*/) {
   if (!is_set(current_context.file)) return refuse("Current File is not set");
   server_debug(1, "Deleting File: %s:%s/%s", current_context.study, current_context.directory,
                current_context.file);
@@ -47,13 +47,13 @@ int server_answer_file_del(const char* /*request*/) {
 
 // CVARDEL: deletes the current variable; of a macro variable, all its columns. The current selection is
 // forgotten too, since it may be the variable itself.
-int server_answer_var_del(const char* /*request*/) {
+request_status server_answer_var_del(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.variable)) return refuse("Current Variable is not set");
   server_debug(1, "Deleting Variable: %s:%s/%s/%s", context.study, context.directory, context.file,
                context.variable);
   // Clients get no answer when too many files are open.
-  if (!qd_two_files_available()) return -1;
+  if (!qd_two_files_available()) return not_served;
   if (qd_variable_test(true, context.directory, context.file, context.variable) != 0)
     return refuse("Cannot get info on Variable %s", context.variable);
   selected_variable variable;

@@ -9,7 +9,7 @@
 namespace qrd {
 
 // CDIRLST: lists the directories.
-int server_answer_dir_list(const char* /*request*/) {
+request_status server_answer_dir_list(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Study is not set");
   string_list names;
   switch (qd_list_directories(names)) {
@@ -23,17 +23,17 @@ int server_answer_dir_list(const char* /*request*/) {
 }
 
 // CDIRXIST: tells whether a directory exists.
-int server_answer_dir_exists(const char* /*request*/) {
+request_status server_answer_dir_exists(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
   return answer("SEXIST", wire_int{qd_directory_test(name) == 0});
 }
 
 // CDIRSET: makes a directory the current one.
-int server_answer_dir_set(const char* /*request*/) {
+request_status server_answer_dir_set(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
   if (qd_directory_test(name.c_str()) != 0) {
     return refuse("Not a valid Velmar directory: %s: %s", current_context.study, name.c_str());

@@ -8,9 +8,9 @@
 namespace qrd {
 
 // CDIRNEW: makes a directory in the current study. It does not become the current one.
-int server_answer_dir_new(const char* /*request*/) {
+request_status server_answer_dir_new(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
   int test = qd_directory_test(name.c_str());
   if (test == 2) return refuse("Cannot open file");

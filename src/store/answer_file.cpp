@@ -36,12 +36,12 @@ std::int64_t organisation_of(std::int32_t type) {
 }  // namespace
 
 // CFILELST: lists the files. CFILETLST: those of one type and dimension.
-int server_answer_file_list(const char* request) {
+request_status server_answer_file_list(const char* request) {
   std::int64_t organisation = ORG_ANY;
   std::int64_t dimension = DIM_ANY;
   if (std::strcmp(request, "CFILETLST") == 0) {
     std::int32_t type = 0, wanted_dimension = 0;
-    if (!read_arguments(type, wanted_dimension)) return -1;
+    if (!read_arguments(type, wanted_dimension)) return not_served;
     organisation = organisation_of(type);
     if (organisation == 0) return refuse("Unknown file type (%d) for file", type);
     if (wanted_dimension != -1 && wanted_dimension != 2 && wanted_dimension != 3) {
@@ -63,17 +63,17 @@ int server_answer_file_list(const char* request) {
 }
 
 // CFILEXIST: tells whether a file exists.
-int server_answer_file_exists(const char* /*request*/) {
+request_status server_answer_file_exists(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
   return answer("SEXIST", wire_int{qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0});
 }
 
 // CFILESET: makes a file the current one.
-int server_answer_file_set(const char* /*request*/) {
+request_status server_answer_file_set(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.directory)) return refuse("Directory is not set");
   if (qd_file_test(ORG_ANY, DIM_ANY, context.directory, name.c_str()) != 0) {

@@ -142,7 +142,7 @@ class role_names {
 
 }  // namespace
 
-int server_answer_file_info(const char* /*request*/) {
+request_status server_answer_file_info(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   qd_file_info info;
@@ -169,18 +169,18 @@ int server_answer_file_info(const char* /*request*/) {
   if (missing != 0) {
     // Clients get no answer when too many files are open.
     server_debug(1, "Too much files opened to determine variable type.");
-    return -1;
+    return not_served;
   }
 
-  if (server_send_type("SFILEINFO") != 0) return -1;
-  const bool written = write_value(wire_int{for_this_client(organisation)}) && write_name(file.link_name) &&
-                       write_value(wire_bool{has_faults}) && write_value(wire_bool{has_polygons}) &&
-                       write_ints({info.dimension}) && write_value(wire_long{info.sample_count}) &&
-                       write_ints({info.line_count}) && write_grid(grid, factors) && names.write() &&
-                       write_ints({faults.is_2d}) && write_value(wire_bool{faults.has_attributes != 0}) &&
-                       write_ints({faults.fault_count, faults.segment_count, faults.priority_min,
-                                   faults.priority_max, faults.priority_limit});
-  return written && server_send_end() == 0 ? 0 : -1;
+  return answer_with("SFILEINFO", [&] {
+    return write_value(wire_int{for_this_client(organisation)}) && write_name(file.link_name) &&
+           write_value(wire_bool{has_faults}) && write_value(wire_bool{has_polygons}) &&
+           write_ints({info.dimension}) && write_value(wire_long{info.sample_count}) &&
+           write_ints({info.line_count}) && write_grid(grid, factors) && names.write() &&
+           write_ints({faults.is_2d}) && write_value(wire_bool{faults.has_attributes != 0}) &&
+           write_ints({faults.fault_count, faults.segment_count, faults.priority_min, faults.priority_max,
+                       faults.priority_limit});
+  });
 }
 
 }  // namespace qrd

@@ -50,7 +50,7 @@ bool remove_study(const char* folder, const string_list& names, const string_lis
 }  // namespace
 
 // CSTUDYDEL: deletes the current study with all it holds, and opens another one.
-int server_answer_study_del(const char* /*request*/) {
+request_status server_answer_study_del(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Current study is not set");
   name_text name;
   qu_string_copy(current_context.study, name);

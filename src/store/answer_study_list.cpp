@@ -6,7 +6,7 @@
 namespace qrd {
 
 // CSTUDYLST: lists the studies. The first of the registry stays first, the others are in byte order.
-int server_answer_study_list(const char* /*request*/) {
+request_status server_answer_study_list(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not defined");
   string_list names;
   if (qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr) == registry_unreadable)

@@ -69,10 +69,10 @@ bool can_be_study_name(std::string_view name) {
 }  // namespace
 
 // CSTUDYNEW: creates a study and registers it. The current study stays.
-int server_answer_study_new(const char* /*request*/) {
+request_status server_answer_study_new(const char* /*request*/) {
   request_text name, path;
-  if (!read_arguments(name)) return -1;
-  if (!is_old_client() && !read_arguments(path)) return -1;
+  if (!read_arguments(name)) return not_served;
+  if (!is_old_client() && !read_arguments(path)) return not_served;
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   // Held until the study is registered, so that no other server's study gets lost in between.

@@ -12,9 +12,9 @@
 namespace qrd {
 
 // CSTUDYSET: opens a study and makes it the current one.
-int server_answer_study_set(const char* /*request*/) {
+request_status server_answer_study_set(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   string_list valid_names, valid_paths, all_names, all_paths;

@@ -36,11 +36,11 @@ int mask_of(std::int32_t type) {
 }  // namespace
 
 // CVARLST: lists the variables. CVARTLST: those of one type.
-int server_answer_var_list(const char* request) {
+request_status server_answer_var_list(const char* request) {
   int mask = all_variables;
   if (std::strcmp(request, "CVARTLST") == 0) {
     std::int32_t type = 0;
-    if (!read_arguments(type)) return -1;
+    if (!read_arguments(type)) return not_served;
     if (type >= 2 && type <= 4) return refuse("Coordinates variable names are within File Info");
     mask = mask_of(type);
     if (mask == 0) return refuse("Unknown type (%d) for variable", type);
@@ -59,18 +59,18 @@ int server_answer_var_list(const char* request) {
 }
 
 // CVARXIST: tells whether a variable exists, with the index that its name carries.
-int server_answer_var_exists(const char* /*request*/) {
+request_status server_answer_var_exists(const char* /*request*/) {
   name_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   return answer("SEXIST", wire_int{qd_variable_test(true, context.directory, context.file, name) == 0});
 }
 
 // CVARSET: makes a variable the current one. An index in the name is kept, and not looked at.
-int server_answer_var_set(const char* /*request*/) {
+request_status server_answer_var_set(const char* /*request*/) {
   request_text name;
-  if (!read_arguments(name)) return -1;
+  if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   qd_var_info info;

@@ -75,7 +75,7 @@ bool write_comment() {
 
 }  // namespace
 
-int server_answer_var_info(const char* /*request*/) {
+request_status server_answer_var_info(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.variable)) return refuse("Variable is not set");
   qd_var_info info;
@@ -97,19 +97,20 @@ int server_answer_var_info(const char* /*request*/) {
   const std::int64_t characters = type == WIRE_CHAR ? info.bit_length / 8 : 0;
   const unit_words units = units_of(info.format);
 
-  if (server_send_type("SVARINFO") != 0) return -1;
-  bool written = write_value(wire_int{type}) && write_value(wire_int{static_cast<std::int32_t>(bits)}) &&
-                 write_value(wire_int{static_cast<std::int32_t>(characters)}) &&
-                 write_value(wire_int{info.implicit != 0}) &&
-                 write_value(wire_int{static_cast<std::int32_t>(indices)});
-  if (is_old_client()) {
-    written = written && write_cut(units.name, old_unit_size) && write_comment();
-  } else {
-    written = written && write_cut(units.name, unit_size) && write_comment() &&
-              write_cut(units.symbol, unit_size) &&
-              write_value(wire_int{static_cast<std::int32_t>(info.has_unit)});
-  }
-  return written && server_send_end() == 0 ? 0 : -1;
+  return answer_with("SVARINFO", [&] {
+    bool written = write_value(wire_int{type}) && write_value(wire_int{static_cast<std::int32_t>(bits)}) &&
+                   write_value(wire_int{static_cast<std::int32_t>(characters)}) &&
+                   write_value(wire_int{info.implicit != 0}) &&
+                   write_value(wire_int{static_cast<std::int32_t>(indices)});
+    if (is_old_client()) {
+      written = written && write_cut(units.name, old_unit_size) && write_comment();
+    } else {
+      written = written && write_cut(units.name, unit_size) && write_comment() &&
+                write_cut(units.symbol, unit_size) &&
+                write_value(wire_int{static_cast<std::int32_t>(info.has_unit)});
+    }
+    return written;
+  });
 }
 
 }  // namespace qrd

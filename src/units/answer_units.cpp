@@ -36,9 +36,9 @@ void set_variable_unit(const char* symbol, const char* display, qd_format_record
 }  // namespace
 
 // CDISTUSET: sets the distance unit, and with it the units of objects to be created.
-int server_answer_set_dist_unit(const char* /*request*/) {
+request_status server_answer_set_dist_unit(const char* /*request*/) {
   request_text symbol;
-  if (!read_arguments(symbol)) return -1;
+  if (!read_arguments(symbol)) return not_served;
   double factor = 1.0;
   if (unit_flag != 0 && qu_unit_factor(symbol.c_str(), &factor) == 0)
     return refuse("Not a valid Unit: \"%s\"", symbol.c_str());
@@ -51,17 +51,17 @@ int server_answer_set_dist_unit(const char* /*request*/) {
 }
 
 // CUNITMODE: 0 is the distance unit for every length, anything else each variable's own unit.
-int server_answer_set_unit_mode(const char* /*request*/) {
-  if (!read_arguments(current_context.unit_mode)) return -1;
+request_status server_answer_set_unit_mode(const char* /*request*/) {
+  if (!read_arguments(current_context.unit_mode)) return not_served;
   if (current_context.unit_mode == 0) set_axis_formats_to_distance();
   server_debug(1, "Setting Unit Mode to %d", current_context.unit_mode);
   return answer("SDONE");
 }
 
 // CUNITCR: sets the units of objects to be created, axis by axis. Ignored in unit mode 0.
-int server_answer_set_creation_units(const char* /*request*/) {
+request_status server_answer_set_creation_units(const char* /*request*/) {
   unit_text symbols[3] = {"", "", ""};
-  if (!read_arguments(symbols[0], symbols[1], symbols[2])) return -1;
+  if (!read_arguments(symbols[0], symbols[1], symbols[2])) return not_served;
   if (current_context.unit_mode == 0) return answer("SDONE");
 
   double factors[3];
@@ -77,11 +77,11 @@ int server_answer_set_creation_units(const char* /*request*/) {
 }
 
 // CVARUNIT: changes the unit of the current variable. Stored values stay as they are.
-int server_answer_set_var_unit(const char* /*request*/) {
+request_status server_answer_set_var_unit(const char* /*request*/) {
   std::int32_t count = 0;
   unit_text symbol = "", display = "";
-  if (!read_arguments(count, symbol)) return -1;
-  if (count == 2 && !read_arguments(display)) return -1;
+  if (!read_arguments(count, symbol)) return not_served;
+  if (count == 2 && !read_arguments(display)) return not_served;
   if (!is_set(current_context.variable)) return refuse("Variable is not set");
 
   name_text variable;

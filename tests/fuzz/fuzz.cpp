@@ -88,7 +88,7 @@ void serve(std::string_view sent) {
   while (!ended && client_has_sent()) {
     char name[request_name_limit];
     ended = !runs_through([&] {
-      if (server_receive(name) == 1 && server_answer(name) != 1) return;
+      if (server_receive(name) == 1 && server_answer(name) != server_ends) return;
       client_forgets();
     });
   }

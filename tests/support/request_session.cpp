@@ -36,7 +36,7 @@ std::string request_session::ask(const char* request, std::string_view arguments
   if (!arguments.empty() &&
       send(client_end_, arguments.data(), arguments.size(), 0) != static_cast<ssize_t>(arguments.size()))
     throw std::runtime_error("the arguments don't fit in the socket");
-  status_ = server_answer(request);
+  status_ = static_cast<int>(server_answer(request));
   std::string reply;
   char block[4096];
   while (true) {
