@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "geometry/qd_companion.h"
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
@@ -163,9 +162,7 @@ int qd_fault_write(const char* directory, const char* file, fault_variant varian
   const folder_lock lock(folder);
   if (!lock || !lock.is_at(folder) || !qd_companion_folder_holds(folder, file)) return 1;
   if (int state = make_way(path, file); state != 0) return state;
-  if (!qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); })) return 1;
-  qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
-  return 0;
+  return qd_object_file_replace(path, [&system](XDR* xdr) { return write_system(xdr, system); }) ? 0 : 1;
 }
 
 int qd_fault_read(const char* directory, const char* file, fault_variant variant,

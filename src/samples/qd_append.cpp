@@ -12,7 +12,6 @@
 
 #include "samples/qd_column_move.h"
 #include "samples/qd_data_file.h"
-#include "samples/qd_interrupt.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_macro.h"
 #include "samples/qd_select.h"
@@ -58,7 +57,7 @@ bool read_macro_columns(const char* variable_path, std::int64_t& columns) {
 
 // Reads each variable's descriptor once, before anything changes: a file with one that can't grow stays
 // as it is.
-bool read_variables(const char* file_path, std::vector<growing_variable>& variables, bool* has_macro) {
+bool read_variables(const char* file_path, std::vector<growing_variable>& variables) {
   growing_variable variable = {};
   qd_variable_record record;
   auto add = [&](const qd_variable_record& seen) {
@@ -71,10 +70,7 @@ bool read_variables(const char* file_path, std::vector<growing_variable>& variab
                     ? seen.bit_length >= 8 && seen.bit_length % 8 == 0 && seen.bit_length < missing_int32
                     : is_numeric_bit_length(seen.bit_length);
     if (!fits && !variable.implicit) return true;
-    if (variable.macro) {
-      *has_macro = true;
-      if (!read_macro_columns(variable.path, variable.columns)) return true;
-    }
+    if (variable.macro && !read_macro_columns(variable.path, variable.columns)) return true;
     variables.push_back(variable);
     return false;
   };
@@ -348,10 +344,10 @@ void qd_delete_derived_files(const char* file_path) {
   }
 }
 
-// Fatal number 25: grids don't grow.
-int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const sample_filler& fill, std::optional<std::int64_t> organisation) {
-  *has_macro = false;
+// Fatal numbers: 10 less than one sample; 25 (of st_append_sample on the console) a grid.
+int qd_append_sample(const char* directory, const char* file, std::int64_t samples, const sample_filler& fill,
+                     std::optional<std::int64_t> organisation) {
+  if (samples < 1) qu_fatal_number("qd_append_sample", 10);
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
     qu_message("         SAMPLES CREATION FAILED...\n");
@@ -378,7 +374,7 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
   std::vector<growing_variable> variables;
   bool lines_hold = !is_lines(record.organisation) ||
                     (qd_line_table_holds(path, record) && record.line_count < missing_int32 - 1);
-  if (!plan_growth(record, samples, plan) || !lines_hold || !read_variables(path, variables, has_macro)) {
+  if (!plan_growth(record, samples, plan) || !lines_hold || !read_variables(path, variables)) {
     qu_message("CANNOT APPEND SAMPLES.\n");
     return 0;
   }
@@ -411,16 +407,6 @@ int st_append_sample(const char* directory, const char* file, std::int64_t sampl
       return 0;
   }
   return 0;
-}
-
-// Fatal number 10: less than one sample.
-int qd_append_sample(const char* directory, const char* file, std::int64_t samples, const sample_filler& fill,
-                     std::optional<std::int64_t> organisation) {
-  if (samples < 1) qu_fatal_number("qd_append_sample", 10);
-  bool has_macro = false;
-  if (st_append_sample(directory, file, samples, &has_macro, fill, organisation) == 0) return 0;
-  qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
-  return 1;
 }
 
 }  // namespace qrd

@@ -4,7 +4,6 @@
 
 #include "samples/qd_data_file.h"
 #include "samples/qd_implicit.h"
-#include "samples/qd_interrupt.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_big_endian.h"
@@ -17,12 +16,6 @@ namespace {
 
 // What a data file that ends too early gives at 16 bits and less: missing, not selected.
 constexpr int absent_byte = 0xFF;
-
-void note_write(qd_selected_entry& entry) {
-  if (entry.modified != 0) return;
-  entry.modified = 1;
-  qd_interrupt_add_modif(entry.directory_name, entry.file_name, entry.variable_name, nullptr, CHANGE_DATA);
-}
 
 // The result of a transfer that met the end of the file or a failure of the disk: told on the console, and
 // for the callers to refuse. Another program may have cut the file, and a damaged one is still there to be
@@ -119,7 +112,6 @@ int _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::
   if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr) qu_fatal_number(function, 5);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
-  note_write(*entry);
 
   if (bit_length < 8 &&
       !keep_neighbours(entry->stream, first, last, bit_length, static_cast<unsigned char*>(stored)))
@@ -143,7 +135,6 @@ int qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64_
   qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr)
     qu_fatal_number("_qd_file_write_char_buffer", 5);
-  note_write(*entry);
   if (!seek(*entry, first) ||
       !write(entry->stream, texts, _qd_file_byte_count(first, last, entry->bit_length)))
     return failed(*entry, "write");

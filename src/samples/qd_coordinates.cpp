@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "samples/qd_data_file.h"
-#include "samples/qd_interrupt.h"
 #include "samples/qd_read_write.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
@@ -27,8 +26,6 @@ bool is_stored_number(const qd_selected_entry& entry) {
 const char* prepared_coordinates::create(const char* directory, const char* file, const locked_file& locked,
                                          std::initializer_list<std::span<const builtin_variable, 3>> tables,
                                          std::int64_t dimension) {
-  qu_string_copy(directory, directory_);
-  qu_string_copy(file, file_);
   qu_path_join(file_path_, {locked.path});
   organisation_ = locked.record.organisation;
   created_.reserve(tables.size() * 3);
@@ -57,9 +54,8 @@ void prepared_coordinates::settle() {
   for (const char* name : std::exchange(created_, {})) {
     path_text path;
     qd_variable_record record;
-    if (qd_find<variable_level>(file_path_, name, path, record) == LOOKUP_FOUND &&
-        qd_remove_object<variable_level>(path, name) != 0)
-      qd_interrupt_add_modif(directory_, file_, name, nullptr, CHANGE_DELETED);
+    if (qd_find<variable_level>(file_path_, name, path, record) == LOOKUP_FOUND)
+      qd_remove_object<variable_level>(path, name);
   }
 }
 

@@ -31,7 +31,6 @@ class prepared_coordinates {
   void settle();
 
  private:
-  name_text directory_ = "", file_ = "";
   path_text file_path_ = "";
   std::int64_t organisation_ = 0;
   std::vector<const char*> created_;

@@ -42,9 +42,6 @@ using sample_filler = std::function<bool(std::int64_t first, std::int64_t last)>
 int qd_append_sample(const char* directory, const char* file, std::int64_t samples,
                      const sample_filler& fill = nullptr,
                      std::optional<std::int64_t> organisation = std::nullopt);
-int st_append_sample(const char* directory, const char* file, std::int64_t samples, bool* has_macro,
-                     const sample_filler& fill = nullptr,
-                     std::optional<std::int64_t> organisation = std::nullopt);
 // Removes the derived files of a file's folder.
 void qd_delete_derived_files(const char* file_path);
 

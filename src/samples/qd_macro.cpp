@@ -17,7 +17,6 @@
 #include <string>
 #include <string_view>
 
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_records.h"
 #include "util/qu_file.h"
@@ -146,10 +145,8 @@ int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descri
   if (!is_alpha_count(alpha_count, descriptor.slot_count())) qu_fatal_number("qd_macro_descr_write", 1);
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
-  if (!qd_object_file_replace(path, [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); }))
-    return 0;
-  qd_interrupt_add_object(variable_path, CHANGE_DESCRIPTION);
-  return 1;
+  const auto write = [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); };
+  return qd_object_file_replace(path, write) ? 1 : 0;
 }
 
 int qd_macro_name_kind(const char* name) {

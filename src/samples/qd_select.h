@@ -19,7 +19,6 @@ struct qd_selected_entry {
   name_text directory_name = "";
   name_text file_name = "";
   name_text variable_name = "";
-  std::int64_t modified = 0;
   std::FILE* stream = nullptr;  // "DATAVAR" for update; null if implicit
   std::int64_t bit_length = 0;
   std::int64_t bytes_per_sample = 0;  // bit_length / 8

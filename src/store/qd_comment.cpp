@@ -4,7 +4,6 @@
 #include <cstring>
 #include <string>
 
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
 #include "store/qd_walk.h"
@@ -94,9 +93,7 @@ int qd_comment_write(const char* directory, const char* file, const char* variab
     return 1;
   }
   // Appending reads what is there, and the opening has just emptied it: clients count on the replacement.
-  if (qd_comment_replace(object_path, text) != 0) return 1;
-  qd_interrupt_add_modif(directory, file, variable, nullptr, CHANGE_DESCRIPTION);
-  return 0;
+  return qd_comment_replace(object_path, text);
 }
 
 }  // namespace qrd

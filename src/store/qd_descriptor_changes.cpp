@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
 
@@ -31,7 +30,7 @@ bool descriptor_changes::prepare(const char* path, const Record& record,
                                  bool (*put)(std::FILE*, const Record&)) {
   path_text descriptor;
   qd_descriptor_path(path, descriptor);
-  change next{path, descriptor, {}, nullptr};
+  change next{descriptor, {}, nullptr};
   if (!read_whole(next.path, next.before)) return false;
   next.fresh = std::make_unique<replaced_file>(descriptor, write_binary);
   if (!*next.fresh || !put(next.fresh->get(), record) || std::fflush(next.fresh->get()) != 0) return false;
@@ -53,7 +52,6 @@ bool descriptor_changes::commit() {
     while (i-- > 0) write_back(changes_[i].path, changes_[i].before);
     return false;
   }
-  for (const change& done : changes_) qd_interrupt_add_object(done.object_path.c_str(), CHANGE_DESCRIPTION);
   changes_.clear();
   return true;
 }

@@ -22,7 +22,6 @@ class descriptor_changes {
 
  private:
   struct change {
-    std::string object_path;
     std::string path;
     std::string before;
     std::unique_ptr<replaced_file> fresh;

@@ -2,7 +2,6 @@
 //
 //   xint         version, 1100
 //   xstring(50)  name
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
 #include "util/qu_message.h"
@@ -43,9 +42,7 @@ int qd_directory_descriptor_read(const char* path, name_text& name) {
 int qd_directory_descriptor_write(const char* path, const char* name) {
   name_text text;
   qu_path_join(text, {name});
-  if (!qd_descriptor_write(path, move_fields, text)) return 0;
-  qd_interrupt_add_modif(text, nullptr, nullptr, nullptr, CHANGE_DESCRIPTION);
-  return 1;
+  return qd_descriptor_write(path, move_fields, text) ? 1 : 0;
 }
 
 }  // namespace qrd

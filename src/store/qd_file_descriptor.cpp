@@ -20,7 +20,6 @@
 #include <cstdio>
 #include <optional>
 
-#include "samples/qd_interrupt.h"
 #include "samples/qd_lines.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
@@ -217,9 +216,7 @@ int qd_file_descriptor_read(const char* path, qd_file_record& record) {
 
 int qd_file_descriptor_write(const char* path, const qd_file_record& record) {
   qd_file_record fields = record;
-  if (!qd_descriptor_write(path, move_fields, fields)) return 0;
-  qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
-  return 1;
+  return qd_descriptor_write(path, move_fields, fields) ? 1 : 0;
 }
 
 bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record) {

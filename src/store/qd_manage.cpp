@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "samples/qd_interrupt.h"
 #include "samples/qd_lines.h"
 #include "store/qd_init.h"
 #include "store/qd_name.h"
@@ -182,17 +181,14 @@ int qd_create_directory(const char* name) {
   prepared_object folder(catalogue_path);
   placement placed = placement::failed;
   bool has_changed = false;
-  {
-    log_pause pause;
-    if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
-        qd_directory_descriptor_write(folder.path(), name) != 0) {
-      // Another server may have made one of that name until the lock was to be had.
-      const folder_lock lock(catalogue_path);
-      if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
-        placed = folder.place(directory_numbering);
-      else
-        has_changed = true;
-    }
+  if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
+      qd_directory_descriptor_write(folder.path(), name) != 0) {
+    // Another server may have made one of that name until the lock was to be had.
+    const folder_lock lock(catalogue_path);
+    if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
+      placed = folder.place(directory_numbering);
+    else
+      has_changed = true;
   }
   if (has_changed) {
     report_unexpected("DIRECTORY TO BE CREATED", "EXISTS ALREADY");
@@ -201,7 +197,7 @@ int qd_create_directory(const char* name) {
   }
   switch (placed) {
     case placement::placed:
-      break;
+      return 1;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING DIRECTORY CREATION, STUDY REACHED\n");
       qu_message("         MAXIMUM NUMBER OF DIRECTORIES (%d)\n", std::numeric_limits<std::int32_t>::max());
@@ -213,8 +209,7 @@ int qd_create_directory(const char* name) {
       qu_message("         FILE PATH: >>>%s<<<\n\n", catalogue_path);
       return 0;
   }
-  qd_interrupt_add_modif(name, nullptr, nullptr, nullptr, CHANGE_CREATED);
-  return 1;
+  return 0;
 }
 
 int qd_delete_directory(const char* name) {
@@ -225,9 +220,7 @@ int qd_delete_directory(const char* name) {
     name_directory(name);
     return 0;
   }
-  if (remove_with_selections<directory_level>(path, name) == 0) return 0;
-  qd_interrupt_add_modif(name, nullptr, nullptr, nullptr, CHANGE_DELETED);
-  return 1;
+  return remove_with_selections<directory_level>(path, name);
 }
 
 // Fatal number: 35 no organisation.
@@ -264,16 +257,13 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
   prepared_object folder(directory_path);
   placement placed = placement::failed;
   bool has_changed = false;
-  {
-    log_pause pause;
-    if (folder && write_file_files(folder.path(), record, content)) {
-      const folder_lock lock(directory_path);
-      if (lock && is_still(directory_path, directory) &&
-          qd_find<file_level>(directory_path, name, existing_path, existing) == LOOKUP_ABSENT)
-        placed = folder.place(file_numbering);
-      else
-        has_changed = true;
-    }
+  if (folder && write_file_files(folder.path(), record, content)) {
+    const folder_lock lock(directory_path);
+    if (lock && is_still(directory_path, directory) &&
+        qd_find<file_level>(directory_path, name, existing_path, existing) == LOOKUP_ABSENT)
+      placed = folder.place(file_numbering);
+    else
+      has_changed = true;
   }
   if (placed == placement::failed && (has_changed || !is_still(directory_path, directory))) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
@@ -282,7 +272,7 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
   }
   switch (placed) {
     case placement::placed:
-      break;
+      return 1;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING FILE CREATION, DIRECTORY REACHED\n");
       qu_message("         MAXIMUM NUMBER OF FILES (%d)\n", std::numeric_limits<std::int32_t>::max());
@@ -294,8 +284,7 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
       qu_message("         FILE PATH: >>>%s<<<\n\n", directory_path);
       return 0;
   }
-  qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_CREATED);
-  return 1;
+  return 0;
 }
 
 int qd_delete_file(const char* directory, const char* name) {
@@ -315,7 +304,6 @@ int qd_delete_file(const char* directory, const char* name) {
   } catch (const std::bad_alloc&) {
     qu_message("WARNING: THERE IS NOT ENOUGH MEMORY TO FREE THE FILE %s OF ITS LINK", record.link_name);
   }
-  qd_interrupt_add_modif(directory, name, nullptr, nullptr, CHANGE_DELETED);
   return 1;
 }
 

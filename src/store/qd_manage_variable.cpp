@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "samples/qd_data_file.h"
-#include "samples/qd_interrupt.h"
 #include "store/qd_manage.h"
 #include "store/qd_name.h"
 #include "store/qd_placement.h"
@@ -30,12 +29,6 @@ bool is_bit_length(std::int32_t type, std::int32_t kind, std::int64_t bit_length
   return bit_length <= 64 && (bit_length % 2 == 0 || bit_length == 1);
 }
 
-// A stored coordinate, or what names the lines: of these, the file counts as changed as well.
-bool describes_file(std::int32_t kind) {
-  return kind == KIND_X || kind == KIND_Z || kind == KIND_X_BEGIN || kind == KIND_Z_BEGIN ||
-         kind == KIND_X_END || kind == KIND_Z_END || kind == KIND_LINE_NAME;
-}
-
 // Another server may have deleted the file, or have made it longer, while the variable was prepared for the
 // samples that it had.
 bool is_still(const char* file_path, const qd_file_record& record) {
@@ -49,12 +42,6 @@ bool is_variable_of(const qd_selected_entry& entry, const qd_variable_record& re
   name_text family;
   return std::strcmp(record.name, entry.variable_name) == 0 ||
          (qd_catalogue_name(entry.variable_name, family) && std::strcmp(record.name, family) == 0);
-}
-
-void log_change(const char* directory, const char* file, const char* variable, std::int32_t kind,
-                change_code code) {
-  qd_interrupt_add_modif(directory, file, variable, nullptr, code);
-  if (describes_file(kind)) qd_interrupt_add_modif(directory, file, nullptr, nullptr, CHANGE_DESCRIPTION);
 }
 
 }  // namespace
@@ -102,19 +89,16 @@ int qd_create_variable(const char* directory, const char* file, const char* name
   prepared_object folder(file_path);
   placement placed = placement::failed;
   bool has_changed = false;
-  {
-    log_pause pause;
-    // A capacity that is no number of blocks comes from a damaged descriptor.
-    bool is_capacity = filled >= 0 && filled % block_samples == 0;
-    if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled)) {
-      // Another server may have let the file grow, or made one of that name, until the lock was to be had.
-      const folder_lock lock(file_path);
-      if (lock && is_still(file_path, file_record) &&
-          qd_find<variable_level>(file_path, name, existing_path, existing) == LOOKUP_ABSENT)
-        placed = folder.place(variable_numbering);
-      else
-        has_changed = true;
-    }
+  // A capacity that is no number of blocks comes from a damaged descriptor.
+  const bool is_capacity = filled >= 0 && filled % block_samples == 0;
+  if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled)) {
+    // Another server may have let the file grow, or made one of that name, until the lock was to be had.
+    const folder_lock lock(file_path);
+    if (lock && is_still(file_path, file_record) &&
+        qd_find<variable_level>(file_path, name, existing_path, existing) == LOOKUP_ABSENT)
+      placed = folder.place(variable_numbering);
+    else
+      has_changed = true;
   }
   if (placed == placement::failed && (has_changed || !is_still(file_path, file_record))) {
     qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
@@ -123,7 +107,7 @@ int qd_create_variable(const char* directory, const char* file, const char* name
   }
   switch (placed) {
     case placement::placed:
-      break;
+      return 1;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE REACHED\n");
       qu_message("         MAXIMUM NUMBER OF VARIABLES (%d)\n", std::numeric_limits<std::int32_t>::max());
@@ -140,8 +124,7 @@ int qd_create_variable(const char* directory, const char* file, const char* name
       qu_message("       FILE PATH: >>>%s<<<\n\n", file_path);
       return 0;
   }
-  log_change(directory, file, name, kind, CHANGE_CREATED);
-  return 1;
+  return 0;
 }
 
 // Fatal numbers: 10 no handle; 20 nothing selected; 26 the data file can't be closed; 60 selected more than
@@ -164,7 +147,6 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
       }) == 0)
     return handle;
   if (entry->reference_count > 1) qu_fatal_number(function, 60);
-  log_change(entry->directory_name, entry->file_name, entry->variable_name, entry->kind, CHANGE_DELETED);
   return qd_variable_deselect(handle);
 }
 

@@ -16,7 +16,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "samples/qd_interrupt.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
 #include "units/qu_units.h"
@@ -191,9 +190,7 @@ int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
 
 int qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
   qd_variable_record fields = stored_form(record);
-  if (!qd_descriptor_write(path, move_fields, fields)) return 0;
-  qd_interrupt_add_object(path, CHANGE_DESCRIPTION);
-  return 1;
+  return qd_descriptor_write(path, move_fields, fields) ? 1 : 0;
 }
 
 }  // namespace qrd
