@@ -1,12 +1,15 @@
+#include <new>
+
 #include "server/answering.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/answers.h"
 #include "store/qd_init.h"
-#include "store/qd_placement.h"
 #include "store/qu_init.h"
+#include "store/qu_study_folder.h"
 #include "util/qu_file.h"
 #include "util/qu_lock.h"
+#include "util/qu_message.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -26,25 +29,32 @@ bool holds_more_than_itself(const char* folder, const string_list& all_paths) {
   return false;
 }
 
-// The names and folders of the registry, the one at `rank` left out.
-bool write_without(const string_list& names, const string_list& paths, std::int64_t rank) {
+// Deletes the study and forgets it. False if it stays.
+bool remove_study(const char* folder, const string_list& names, const string_list& paths, std::int64_t rank) {
   string_list other_names, other_paths;
   for (std::int64_t i = 0; i < names.count(); ++i) {
     if (i == rank) continue;
     other_names.add(names[i], name_size);
     other_paths.add(paths[i], root_size);
   }
-  return qu_study_names_write(other_names, other_paths);
+  return qu_study_remove(folder, [&] { return qu_study_names_write(other_names, other_paths); });
 }
 
-// Takes the study out of the tree first, out of the registry then, and deletes it at last: a registered study
-// is whole at every moment. What fails is undone.
-bool remove_study(const char* folder, const string_list& names, const string_list& paths, std::int64_t rank) {
-  removed_folder study(folder);
-  if (!study.is_out() || !write_without(names, paths, rank)) return false;
-  if (study.remove()) return true;
-  qu_study_names_write(names, paths);
-  return false;
+// The first that fits. The deletion is done, whatever comes of this: what hinders it is told. False if there
+// is no study of this version.
+bool open_another() try {
+  const int opening = qu_study_open(no_name);
+  if (opening == STUDY_OTHER_VERSION) return false;
+  if (opening == STUDY_OPENED) {
+    qd_end(0);
+    qd_init();
+  } else {
+    qu_message("Cannot open another study in \"%s\"", root_path);
+  }
+  return true;
+} catch (const std::bad_alloc&) {
+  qu_message("Cannot open another study in \"%s\": memory allocation failed", root_path);
+  return true;
 }
 
 }  // namespace
@@ -59,8 +69,9 @@ request_status server_answer_study_del(const char* /*request*/) {
   if (!lock || qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
                    registry_unreadable)
     return refuse("An error happened during Study deletion: %s", name);
-  std::int64_t rank = all_names.find(name);
   std::int64_t valid_rank = valid_names.find(name);
+  if (valid_rank >= 0) qu_study_tidy_beside(valid_paths[valid_rank], all_names, all_paths);
+  std::int64_t rank = all_names.find(name);
   if (rank < 0 || valid_rank < 0) return refuse("Study does not exist: %s", name);
 
   set_current_study(no_name);
@@ -70,9 +81,7 @@ request_status server_answer_study_del(const char* /*request*/) {
     return refuse("An error happened during Study deletion: %s", name);
   lock.release();
 
-  if (qu_study_open(no_name) != STUDY_OPENED) return refuse("No more valid study for this QRDserver version");
-  qd_end(0);
-  qd_init();
+  if (!open_another()) return refuse("No more valid study for this QRDserver version");
   return answer("SDONE");
 }
 

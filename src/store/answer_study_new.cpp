@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 #include "store/answers.h"
 #include "store/qd_init.h"
 #include "store/qu_init.h"
+#include "store/qu_study_folder.h"
 #include "util/qu_file.h"
 #include "util/qu_lock.h"
 #include "util/qu_string.h"
@@ -62,6 +64,34 @@ bool lies_in_catalogue(const char* folder, const string_list& all_paths) {
   return false;
 }
 
+// True if the registry holds the name and not only because a deletion was cut.
+bool is_taken(const char* name, string_list& names, string_list& paths, const folder_lock& lock) {
+  const std::int64_t rank = names.find(name);
+  if (rank < 0) return false;
+  root_text folder;
+  qu_study_folder(paths[rank], folder);
+  if (lock && qu_file_isdirectory(folder) == 0) qu_study_tidy_beside(folder, names, paths);
+  return names.find(name) >= 0;
+}
+
+bool is_registered(const char* folder, const string_list& all_paths) {
+  std::int64_t count = all_paths.count();
+  for (std::int64_t i = 0; i < count; ++i) {
+    root_text study;
+    qu_study_folder(all_paths[i], study);
+    if (qu_path_lies_within(folder, study) && qu_path_lies_within(study, folder)) return true;
+  }
+  return false;
+}
+
+// The same results as those of qu_study_create.
+int make_study(const char* folder, string_list& names, string_list& paths,
+               const std::function<bool()>& enter) {
+  qu_study_tidy_beside(folder, names, paths);
+  const int taken = is_registered(folder, paths) ? 1 : qu_study_take_over(folder, enter);
+  return taken == 1 ? qu_study_create(folder, no_name, 1, enter) : taken;
+}
+
 bool can_be_study_name(std::string_view name) {
   return !name.empty() && name.size() < name_size && name != no_name && !has_control_character(name);
 }
@@ -81,7 +111,7 @@ request_status server_answer_study_new(const char* /*request*/) {
   const bool is_known =
       qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) != registry_unreadable;
   server_debug(1, "Creating Study: \"%s\".", name.c_str());
-  if (all_names.find(name.c_str()) >= 0)
+  if (is_taken(name.c_str(), all_names, all_paths, lock))
     return refuse("WARNING: This study already exists: %s", name.c_str());
 
   root_text folder;
@@ -92,7 +122,7 @@ request_status server_answer_study_new(const char* /*request*/) {
     return qu_study_names_write(all_names, all_paths);
   };
   if (!lock || !is_known || !can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
-      lies_in_catalogue(folder, all_paths) || qu_study_create(folder, no_name, 1, enter) != 0)
+      lies_in_catalogue(folder, all_paths) || make_study(folder, all_names, all_paths, enter) != 0)
     return refuse("Impossible to create study %s. File system full?", name.c_str());
   return answer("SDONE");
 }

@@ -50,7 +50,8 @@ enum study_opening : int {
   STUDY_NO_REGISTRY = 2,    // it is there and can't be read
   STUDY_TOO_LONG = 3,       // the path of a study below this root
   STUDY_GONE = 4,           // other servers delete what this one wants to open
-  STUDY_IN_USE = 5          // another server prepares it for too long
+  STUDY_IN_USE = 5,         // another server prepares it for too long
+  STUDY_INCOMPLETE = 6      // what it lacks can't be brought now; told
 };
 // "None" takes the current name or the first that fits, which also stands in for a name that can't be opened.
 // Other failures are fatal.

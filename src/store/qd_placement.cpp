@@ -68,15 +68,7 @@ prepared_object::prepared_object(const char* parent) : parent_(parent) {
       errno = ENAMETOOLONG;
       return -1;
     }
-    if (mkdir(path.c_str(), 0777) != 0) return -1;
-    lock_.emplace(path.c_str(), lock_kind::exclusive, std::chrono::milliseconds(0));
-    if (*lock_) return 0;
-    // Whoever tidies up was quicker than the lock, or it can't be had at all.
-    const int reason = errno == EWOULDBLOCK || qu_is_gone(errno) ? EEXIST : errno;
-    lock_.reset();
-    rmdir(path.c_str());
-    errno = reason;
-    return -1;
+    return qu_make_locked_folder(path, lock_);
   };
   const std::string name = qu_with_working_name(qu_working_folder_name, being_made, make);
   if (!name.empty()) qu_path_join(path_, {parent_, path_separator, name});
@@ -106,13 +98,14 @@ placement prepared_object::place(const numbering& level) {
   return placement::numbers_used_up;
 }
 
-removed_folder::removed_folder(const char* path) : place_(path) {
+removed_folder::removed_folder(const char* path, const std::function<void()>& when_locked) : place_(path) {
   // It may be renamed, and another one get its name, until it is locked; whoever holds it is at work in it.
   lock_.emplace(path, lock_kind::exclusive, removal_patience);
   if (!*lock_) {
     state_ = qu_is_gone(errno) ? state::gone : errno == EWOULDBLOCK ? state::in_use : state::refused;
     return;
   }
+  if (when_locked) when_locked();
   const std::string parent = qu_folder_of(place_);
   const std::string name =
       qu_with_working_name(qu_working_folder_name, being_deleted, [&](const std::string& candidate) {
@@ -155,6 +148,13 @@ bool removed_folder::remove() {
   }
   put_back();
   return false;
+}
+
+void removed_folder::discard(std::string_view last) {
+  if (state_ != state::taken) return;
+  state_ = state::deleted;
+  if (qu_tree_remove(target_.c_str(), true, last) != tree_removal::done)
+    qu_report_failure("Unable to delete directory", target_.c_str());
 }
 
 void removed_folder::put_back() {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -69,7 +70,8 @@ class removed_folder {
     put_back
   };
 
-  explicit removed_folder(const char* path);
+  // `when_locked` is called before it leaves its place, where nobody else is at work in it.
+  explicit removed_folder(const char* path, const std::function<void()>& when_locked = nullptr);
   removed_folder(const removed_folder&) = delete;
   removed_folder& operator=(const removed_folder&) = delete;
   ~removed_folder();
@@ -82,6 +84,9 @@ class removed_folder {
   // Deletes it; where nothing of it can be deleted it is put back. What can't be deleted after the beginning
   // stays out of the tree, and counts as removed: a left-over. True if it is no longer in the tree.
   bool remove();
+  // Deletes of it what can be deleted, the entry with the name `last` behind the others, and tells what
+  // can't. It is never put back.
+  void discard(std::string_view last);
   // Gives it back its place, or the next free number if that has been taken meanwhile.
   void put_back();
 

@@ -12,6 +12,8 @@
 
 #include "store/qd_init.h"
 #include "store/qu_init.h"
+#include "store/qu_study_environment.h"
+#include "store/qu_study_folder.h"
 #include "units/qu_units.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
@@ -20,8 +22,6 @@
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
-#include "util/qu_sync.h"
-#include "util/qu_working_name.h"
 
 namespace qrd {
 
@@ -40,7 +40,6 @@ constexpr const char* study_folders[] = {"DEF",     catalogue_folder, "TMP",    
                                          "U_LITHO", "TRANSFO",        "METAFILE", "U_COLOR", "IMAGES"};
 constexpr const char* param_folders[] = {"DVARIO",  "MVARIO", "NEIGH", "ANAM",
                                          "MCORREL", "PCAMOD", "PROP",  "MREGR"};
-constexpr const char* environment_folders[] = {"CSCALE", "U_COLOR", "U_LITHO", "IMAGES", "TRANSFO"};
 
 constexpr std::int64_t versions_with_marker[] = {40200, 50000};
 
@@ -56,41 +55,6 @@ bool make_folders(const char* study) {
   }
   return true;
 }
-
-// The folder in which a study is made before it takes its place: no other server opens half of it. What has
-// not been placed goes again.
-class study_in_the_making {
- public:
-  explicit study_in_the_making(const char* parent) : parent_(parent) {
-    const auto make = [&](const std::string& name) {
-      qu_path_join(path_, {parent, path_separator, name});
-      return mkdir(path_, 0777);
-    };
-    if (qu_with_working_name(qu_working_folder_name, being_made, make).empty()) path_[0] = '\0';
-  }
-  study_in_the_making(const study_in_the_making&) = delete;
-  study_in_the_making& operator=(const study_in_the_making&) = delete;
-  ~study_in_the_making() {
-    if (path_[0] != '\0') qu_file_delete_tree(path_, true);
-  }
-
-  explicit operator bool() const { return path_[0] != '\0'; }
-  const char* path() const { return path_; }
-  // False with errno set: EEXIST if there is something of that name.
-  bool place(const char* target) {
-    if (!qu_sync_tree(path_)) return false;
-    pause_.reset();
-    if (qu_take_name(path_, target) != 0) return false;
-    qu_path_join(path_, {target});
-    return qu_sync_folder(parent_);
-  }
-  void keep() { path_[0] = '\0'; }
-
- private:
-  std::string parent_;
-  path_text path_ = "";
-  std::optional<sync_pause> pause_{std::in_place};  // until it is waited for as a whole
-};
 
 // Makes the parents of a new study, and takes them away again if it comes to nothing.
 class made_parents {
@@ -119,34 +83,6 @@ class made_parents {
   std::vector<std::string> missing_;  // from the innermost outwards
   bool done_ = false;
 };
-
-void copy_first_words(bool first_use, const char* from, const char* to) {
-  path_text source, target;
-  qu_path_join(source, {from, first_use ? "/DEF/environ_gene.def" : "/DEF/environ.def"});
-  qu_path_join(target, {to, "/DEF/environ.def"});
-  if (!qu_file_readable(source)) return;
-  bool has_words = qu_path_readable(target);
-  if (first_use && has_words)
-    qu_file_concat(source, target);
-  else if (!first_use && !has_words)
-    qu_file_copy(source, target);
-}
-
-void copy_display_files(const char* from, const char* to) {
-  path_text folder;
-  qu_path_join(folder, {from, "/DEF"});
-  directory_listing listing(folder);
-  if (!listing) return;
-  while (const char* name = listing.next()) {
-    if (std::strncmp(name, "DISP", 4) != 0) continue;
-    path_text source, target;
-    qu_path_join(source, {folder, path_separator, name});
-    qu_path_join(target, {to, "/DEF/", name});
-    std::error_code gone;
-    if (fs::is_regular_file(fs::symlink_status(source, gone)) && qu_file_readable(source))
-      qu_file_copy(source, target);
-  }
-}
 
 struct study_choice {
   const char* name;
@@ -290,22 +226,23 @@ bool require_folder(const char* path) {
 
 enum class folder_state { there, made, gone, failed };
 
-// What another server has made at this moment is there.
-folder_state make_folder(const char* path) {
+// Empty, or the one that waits for this place. What another server has made at this moment is there.
+folder_state make_folder(const char* path, const std::string& waiting = "") {
   for (int look = 0; look < looks_for_missing; ++look) {
     if (qu_file_isdirectory(path) != 0) return folder_state::there;
-    if (mkdir(path, 0777) == 0) return folder_state::made;
+    if ((waiting.empty() ? mkdir(path, 0777) : qu_take_name(waiting, path)) == 0) return folder_state::made;
     if (qu_is_gone(errno)) return folder_state::gone;
     if (errno != EEXIST) break;
   }
-  qu_file_mkdir(path, false);  // reports
+  if (waiting.empty()) return qu_file_mkdir(path, false) == 0 ? folder_state::made : folder_state::failed;
+  qu_report_failure("Unable to create directory", path);
   return folder_state::failed;
 }
 
-bool make_missing_folder(const char* path) {
+bool make_missing_folder(const char* path, const std::string& waiting = "") {
   if (qu_file_isdirectory(path) != 0) return true;
   qu_message("%s directory not found. Creating...\n", path);
-  const folder_state state = make_folder(path);
+  const folder_state state = make_folder(path, waiting);
   if (state == folder_state::failed) qu_fatal("%s directory: Creation failed.", path);
   return state != folder_state::gone;
 }
@@ -341,35 +278,50 @@ bool make_param_folders() {
   });
 }
 
-// A study without any environment of its own gets that of the study "Template".
-void copy_template(const char* wanted) {
-  if (std::strcmp(wanted, template_study_name) == 0) return;
+// The study that bare ones are made after, or an empty text. Nothing if that can't be told now.
+std::optional<std::string> find_template(const char* wanted) {
+  if (std::strcmp(wanted, template_study_name) == 0) return "";
   string_list names, paths;
-  qu_study_names_read(-1, false, false, nullptr, nullptr, &names, &paths);
+  if (qu_study_names_read(-1, false, false, nullptr, nullptr, &names, &paths) == registry_unreadable)
+    return std::nullopt;
   std::int64_t count = names.count();
   for (std::int64_t i = 0; i < count; ++i) {
     if (std::strcmp(names[i], template_study_name) != 0) continue;
     root_text folder;
     qu_study_folder(paths[i], folder);
-    if (qu_file_isdirectory(folder) == 0) continue;
+    struct stat status, own;
+    if (stat(folder, &status) != 0) {
+      if (qu_is_short_of(errno)) return std::nullopt;
+      continue;
+    }
+    if (!S_ISDIR(status.st_mode)) continue;
+    if (stat(study_path, &own) != 0) return std::nullopt;
     // Copied onto itself, the template would lose what it holds.
-    std::error_code unknown;
-    if (!fs::equivalent(folder, study_path, unknown)) qu_study_copy_environment(true, folder, study_path);
-    return;
+    return qu_same_file(status, own) ? "" : folder;
   }
+  return "";
 }
 
-// The number of missing folders tells a bare study; that of metafiles doesn't count.
-bool make_study_folders(const char* wanted) {
-  constexpr int bare_study = 5;
-  int missing = 0;
-  for (const char* path :
-       {tmp_path, u_color_path, metafile_path, cscale_path, u_litho_path, images_path, transfo_path}) {
-    if (qu_file_isdirectory(path) == 0 && path != metafile_path) ++missing;
-    if (!make_missing_folder(path)) return false;
+study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
+  using state = missing_folders::state;
+  missing_folders missing(study_path, lock);
+  state reached = missing.looked();
+  if (reached == state::known && missing.is_bare()) {
+    const std::optional<std::string> found = find_template(wanted);
+    if (!found)
+      reached = state::failed;
+    else if (!found->empty())
+      reached = missing.bring(*found);
   }
-  if (missing == bare_study) copy_template(wanted);
-  return true;
+  if (reached == state::gone) return STUDY_GONE;
+  if (reached == state::failed) {
+    qu_report_failure("Unable to make the folders of the study", study_path);
+    return STUDY_INCOMPLETE;
+  }
+  for (const char* path :
+       {tmp_path, u_color_path, metafile_path, cscale_path, u_litho_path, images_path, transfo_path})
+    if (!make_missing_folder(path, missing.waiting(path + qu_folder_of(path).size()))) return STUDY_GONE;
+  return STUDY_OPENED;
 }
 
 // Makes all that the chosen study has to have.
@@ -390,10 +342,10 @@ study_opening prepare_study(const char* wanted) {
   // Of servers that open the study at one moment one makes what is missing, and the others find it whole.
   const folder_lock lock(study_path);
   if (!lock) return qu_is_gone(errno) ? STUDY_GONE : STUDY_IN_USE;
+  qu_study_unmark(study_path);
   const bool done = test_write_protection() && require_folder(catalogue_path) && make_definition_folder() &&
-                    require_folder(param_path) && migrate_anamorphosis_folder() && make_param_folders() &&
-                    make_study_folders(wanted);
-  return done ? STUDY_OPENED : STUDY_GONE;
+                    require_folder(param_path) && migrate_anamorphosis_folder() && make_param_folders();
+  return done ? make_study_folders(wanted, lock) : STUDY_GONE;
 }
 
 study_opening open_study(const char* wanted) {
@@ -465,28 +417,17 @@ int qu_study_create(const char* path, const char* template_path, std::int64_t wi
   qu_file_dirname(parent, parent);
   made_parents parents(parent);
   if (!parents || !qu_is_valid_path(path)) return 2;
-  study_in_the_making fresh(parent);
+  study_in_the_making fresh(path);
   study_record record;
   record.unit_flag = with_units;
   if (!fresh || qu_study_descriptor_write_n(fresh.path(), &record) == 0 || !make_folders(fresh.path()))
     return 2;
   if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, fresh.path());
-  if (!fresh.place(path)) return errno == EEXIST ? 1 : 2;
+  if (!fresh.place()) return errno == EEXIST ? 1 : 2;
   if (enter && !enter()) return 2;
   fresh.keep();
   parents.keep();
   return 0;
-}
-
-void qu_study_copy_environment(bool first_use, const char* from, const char* to) {
-  copy_first_words(first_use, from, to);
-  for (const char* folder : environment_folders) {
-    path_text source, target;
-    qu_path_join(source, {from, path_separator, folder});
-    qu_path_join(target, {to, path_separator, folder});
-    if (qu_path_readable(source) && qu_file_isdirectory(source) != 0) qu_dir_copy(source, target);
-  }
-  copy_display_files(from, to);
 }
 
 int qu_study_open(const char* name) {

@@ -199,6 +199,13 @@ std::string registry_text(registry& before, const string_list& names, const stri
   return text;
 }
 
+bool replace_registry(const std::string& text) {
+  path_text path;
+  registry_path(path);
+  replaced_file file(path, write_text);
+  return file && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size() && file.commit();
+}
+
 bool write_registry(const string_list& names, const string_list& paths) {
   registry before;
   before.unix_root = root_unix;
@@ -206,11 +213,13 @@ bool write_registry(const string_list& names, const string_list& paths) {
   // What can't be read is not replaced by the little that is known of it.
   if (!read_registry(before, false)) return false;
   const std::string text = registry_text(before, names, paths);
-  if (text == before.text) return true;
+  if (text == before.text || replace_registry(text)) return true;
+  // It may have its place, and only not be known to be on disk: then nothing of it may stay.
   path_text path;
   registry_path(path);
-  replaced_file file(path, write_text);
-  return file && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size() && file.commit();
+  std::string now;
+  if (read_text_file(path, now) && now == text) replace_registry(before.text);
+  return false;
 }
 
 }  // namespace

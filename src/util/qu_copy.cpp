@@ -54,22 +54,26 @@ int finish(moving moved, const char* verb, const char* source, const char* targe
   return 0;
 }
 
-// What can't be copied is told and passed over.
-void copy_entries(directory_listing& listing, const std::string& source, const std::string& target) {
+bool copy_entry(const std::string& source, const std::string& target);
+
+// What may not be copied is told and passed over. False, with errno set, if the rest can't be.
+bool copy_entries(directory_listing& listing, const std::string& source, const std::string& target) {
   while (const char* name = listing.next()) {
     if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
-    const std::string from = source + path_separator + name;
-    const std::string to = target + path_separator + name;
-    struct stat status;
-    if (lstat(from.c_str(), &status) != 0) continue;
-    // Links, pipes and devices are passed over: what they lead to is not part of the tree.
-    if (S_ISREG(status.st_mode)) {
-      qu_file_copy(from.c_str(), to.c_str());
-    } else if (S_ISDIR(status.st_mode)) {
-      directory_listing inner(from.c_str());
-      if (inner && qu_file_mkdir(to.c_str(), false) == 0) copy_entries(inner, from, to);
-    }
+    if (!copy_entry(source + path_separator + name, target + path_separator + name) && qu_is_short_of(errno))
+      return false;
   }
+  return true;
+}
+
+bool copy_entry(const std::string& source, const std::string& target) {
+  struct stat status;
+  if (lstat(source.c_str(), &status) != 0) return false;
+  // Links, pipes and devices are passed over: what they lead to is not part of the tree.
+  if (S_ISREG(status.st_mode)) return qu_file_copy(source.c_str(), target.c_str()) != 0;
+  if (!S_ISDIR(status.st_mode)) return true;
+  directory_listing inner(source.c_str());
+  return inner && qu_file_mkdir(target.c_str(), false) == 0 && copy_entries(inner, source, target);
 }
 
 // Puts a folder in its place; what stands there goes at the end, and comes back after a failure.
@@ -158,9 +162,11 @@ int qu_dir_copy(const char* source, const char* target) {
   }
   const std::string fresh = folder + name;
   const sync_pause pause;
-  copy_entries(listing, source, fresh);
-  if (qu_sync_tree(fresh) && put_in_place(fresh, folder, target)) return 0;
+  if (copy_entries(listing, source, fresh) && qu_sync_tree(fresh) && put_in_place(fresh, folder, target))
+    return 0;
+  const int reason = errno;
   qu_file_delete_tree(fresh.c_str(), true);
+  errno = reason;
   return 1;
 }
 

@@ -119,6 +119,8 @@ bool can_delete_entry(int parent, const struct stat& parent_status, const std::s
 // file it tries again, for two seconds altogether.
 class tree_deletion {
  public:
+  explicit tree_deletion(std::string_view last) : last_(last) {}
+
   // True once something has been deleted.
   bool begun() const { return begun_; }
 
@@ -154,6 +156,9 @@ class tree_deletion {
     }
     std::optional<std::vector<std::string>> names = read_names(listing.get());
     if (!names) return errno == ENOENT;  // another process has removed the directory itself
+    if (!last_.empty())
+      std::stable_partition(names->begin(), names->end(),
+                            [&](const std::string& name) { return name != last_; });
     return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
       return is_dot_name(name) || is_kept_for_another(name) ||
              remove(directory, name, join(path.c_str(), name));
@@ -194,6 +199,7 @@ class tree_deletion {
            });
   }
 
+  std::string_view last_;  // at any depth: such a name stands nowhere else
   bool begun_ = false;
   int waits_ = 0;
 };
@@ -204,13 +210,17 @@ std::string without_end_separators(const char* directory) {
   return path;
 }
 
-bool remove_whole(tree_deletion& deletion, const char* directory) {
-  const std::string path = without_end_separators(directory);
+bool can_remove_whole(const std::string& path) {
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
   struct stat status, parent_status;
   return lstat(path.c_str(), &status) == 0 && (S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode)) &&
          stat(parent.empty() ? "." : parent.c_str(), &parent_status) == 0 &&
-         can_delete_entry(AT_FDCWD, parent_status, path, path) && deletion.remove(AT_FDCWD, path, path);
+         can_delete_entry(AT_FDCWD, parent_status, path, path);
+}
+
+bool remove_whole(tree_deletion& deletion, const char* directory) {
+  const std::string path = without_end_separators(directory);
+  return can_remove_whole(path) && deletion.remove(AT_FDCWD, path, path);
 }
 
 bool remove_content(tree_deletion& deletion, const char* directory) {
@@ -303,8 +313,12 @@ int qu_file_mkdir(const char* path, bool with_parents) {
   return 2;
 }
 
-tree_removal qu_tree_remove(const char* directory, bool remove_itself) {
-  tree_deletion deletion;
+bool qu_tree_removable(const char* directory) {
+  return can_remove_whole(without_end_separators(directory));
+}
+
+tree_removal qu_tree_remove(const char* directory, bool remove_itself, std::string_view last) {
+  tree_deletion deletion(last);
   bool done = false;
   try {
     done = remove_itself ? remove_whole(deletion, directory) : remove_content(deletion, directory);

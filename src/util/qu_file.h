@@ -46,6 +46,13 @@ inline bool qu_is_gone(int reason) {
   return reason == ENOENT || reason == ENOTDIR || reason == ESTALE;
 }
 
+// True if a call failed with this errno because the system or the disk could not do it now: what is wrong is
+// neither the file nor a right to it.
+inline bool qu_is_short_of(int reason) {
+  return reason == ENOSPC || reason == EDQUOT || reason == EFBIG || reason == EIO || reason == EMFILE ||
+         reason == ENFILE || reason == ENOMEM;
+}
+
 // The first bytes of a file, at most `room` of them, with the fewest calls of the system: how many, or -1
 // where they can't be had.
 std::int64_t qu_file_read_start(const char* path, void* buffer, std::size_t room);
@@ -105,7 +112,8 @@ char* qu_file_dirname(const char* path, char* destination);
 int qu_file_rename(const char* directory, const char* old_name, const char* new_name);
 // 0 created, 1 already there, 2 failed.
 int qu_file_mkdir(const char* path, bool with_parents);
-// The target is put in place whole. 1, or 0 after a report: a source that can't be read ends nothing.
+// The target is put in place whole. 1, or 0 after a report, and errno tells why: a source that can't be read
+// ends nothing.
 int qu_file_copy(const char* source, const char* target);
 int qu_file_concat(const char* source, const char* target);
 // Deletes a folder with all it holds, or what it holds. Symbolic links are removed, never followed. What
@@ -115,11 +123,15 @@ enum class tree_removal {
   untouched,
   begun  // some of it is gone
 };
-tree_removal qu_tree_remove(const char* directory, bool remove_itself);
+//
+// An entry of the directory with the name `last` goes when all others have gone.
+tree_removal qu_tree_remove(const char* directory, bool remove_itself, std::string_view last = {});
+// False if something forbids that a folder is deleted with all it holds, which is told.
+bool qu_tree_removable(const char* directory);
 // 1 if done.
 int qu_file_delete_tree(const char* directory, bool remove_itself);
-// The target appears whole, in place of what stood there. Symbolic links, and with a report what can't be
-// copied, are passed over. 0 if done.
+// The target appears whole, in place of what stood there. Symbolic links, and with a report what may not be
+// copied, are passed over. 0 if done; else errno tells why, and the target is as it was.
 int qu_dir_copy(const char* source, const char* target);
 
 // All names of a directory, "." and ".." included, read at once.

@@ -4,8 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
+
 #include "util/qu_file.h"
-#include "util/qu_lock.h"
 #include "util/qu_working_name.h"
 
 namespace qrd {
@@ -25,6 +27,18 @@ void remove_left_file(const std::string& path, int file) {
 }
 
 }  // namespace
+
+int qu_make_locked_folder(const std::string& path, std::optional<folder_lock>& lock) {
+  if (mkdir(path.c_str(), 0777) != 0) return -1;
+  lock.emplace(path.c_str(), lock_kind::exclusive, std::chrono::milliseconds(0));
+  if (*lock) return 0;
+  // Whoever tidies up was quicker than the lock, or it can't be had at all.
+  const int reason = errno == EWOULDBLOCK || qu_is_gone(errno) ? EEXIST : errno;
+  lock.reset();
+  rmdir(path.c_str());
+  errno = reason;
+  return -1;
+}
 
 void qu_remove_leftovers(const std::string& folder, const std::vector<std::string>& names) {
   for (const std::string& name : names) {

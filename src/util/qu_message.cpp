@@ -51,6 +51,7 @@ void print_as_format(const char* text) {
 }  // namespace
 
 void qu_message(const char* format, ...) {
+  const int reason = errno;
   char text[longest_message + 2];
   va_list arguments;
   va_start(arguments, format);
@@ -59,6 +60,7 @@ void qu_message(const char* format, ...) {
   std::strcat(text, "\n");
   print_as_format(text);
   std::fflush(stdout);
+  errno = reason;
 }
 
 void qu_fatal(const char* format, ...) {
@@ -90,10 +92,8 @@ const char* qu_strerror(int mode) {
 }
 
 void qu_report_failure(const char* what, const char* path) {
-  const int number = errno;
   const char* reason = qu_strerror(1);
   qu_message("%s \"%s\": %s", what, path, reason);
-  errno = number;
 }
 
 void qu_recover_advice(bool fatal) {

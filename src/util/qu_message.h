@@ -4,7 +4,7 @@
 namespace qrd {
 
 // Prints one message line (at most 1000 characters, a newline is added) on standard output.
-// In the finished text "%%" shows as one percent sign, and any other conversion as nothing.
+// In the finished text "%%" shows as one percent sign, and any other conversion as nothing. Keeps errno.
 void qu_message(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Prints "\n\nFatal Software Error\n<text>\n\n" and ends the process with status 1 through qu_exit(2).

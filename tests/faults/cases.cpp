@@ -2,6 +2,10 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+
 #include "support/bytes.h"
 #include "support/descriptors.h"
 #include "support/root_view.h"
@@ -247,8 +251,68 @@ step ask(const std::function<void(client::connection&)>& act) {
   return [act](const scene& at) { act(at.to); };
 }
 
+// Nothing of the template's is in "S" yet.
+void bare_study(const scene& at) {
+  at.to.new_study("Template", at.root / "Template");
+  write_file(at.root / "Template/DEF/environ_gene.def", "general\n");
+  write_file(at.root / "Template/DEF/DISP1", "shown\n");
+  write_file(at.root / "Template/CSCALE/NOTE", "scale\n");
+  for (const char* palette : {"PAL.1", "PAL.2"})
+    write_file(at.root / "Template/U_COLOR" / palette, std::string(palette) + "\n  1   2   3\n");
+  write_file(at.root / "S/DEF/environ.def", "own\n");
+  for (const char* folder : {"CSCALE", "U_LITHO", "TRANSFO", "U_COLOR", "IMAGES", "METAFILE"})
+    fs::remove_all(at.root / "S" / folder);
+}
+
+// Behind an opening the study has all of the template, once.
+void has_the_template(const scene& at) {
+  at.open();
+  at.to.set_study("S");
+  const std::map<std::string, std::string> wanted = {{"DEF/environ.def", "own\ngeneral\n"},
+                                                     {"DEF/DISP1", "shown\n"},
+                                                     {"CSCALE/NOTE", "scale\n"},
+                                                     {"U_COLOR/PAL.1", "PAL.1\n  1   2   3\n"},
+                                                     {"U_COLOR/PAL.2", "PAL.2\n  1   2   3\n"}};
+  for (const auto& [path, content] : wanted)
+    if (read_file(at.root / "S" / path) != content) throw std::runtime_error("not as the template: " + path);
+}
+
+// A study of that name is there, or can be made.
+step can_have_study(const std::string& name) {
+  return [=](const scene& at) {
+    at.open();
+    const std::vector<std::string> names = at.to.studies();
+    if (std::find(names.begin(), names.end(), name) == names.end()) at.to.new_study(name, at.root / name);
+    at.to.set_study(name);
+  };
+}
+
 std::vector<fault_case> study_cases() {
+  const auto make = [](const scene& at) { at.to.new_study("New", at.root / "New"); };
+  const auto make_deep = [](const scene& at) { at.to.new_study("New", at.root / "a/b/New"); };
+  const auto open = [](const scene& at) { at.open(); };
   return {
+      {.name = "CSTUDYNEW",
+       .made = nothing,
+       .chosen = open,
+       .request = make,
+       .afterwards = can_have_study("New")},
+      {.name = "CSTUDYNEW_with_parents", .made = nothing, .chosen = open, .request = make_deep},
+      {.name = "CSTUDYDEL",
+       .made = points,
+       .chosen = choice("S"),
+       .request = ask([](auto& to) { to.delete_study(); }),
+       .afterwards = can_have_study("S")},
+      {.name = "CSTUDYDEL_of_the_first",
+       .made = points,
+       .chosen = choice("T"),
+       .request = ask([](auto& to) { to.delete_study(); }),
+       .afterwards = can_have_study("T")},
+      {.name = "CSTUDYSET_of_a_bare_study",
+       .made = bare_study,
+       .chosen = open,
+       .request = [](const scene& at) { at.to.set_study("S"); },
+       .afterwards = has_the_template},
       {"CQRDDATA", nothing, nothing, [](const scene& at) { at.open(); }},
       {"CSTUDYSET", nothing, [](const scene& at) { at.open(); },
        [](const scene& at) { at.to.set_study("S"); }},

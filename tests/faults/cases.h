@@ -38,6 +38,8 @@ struct fault_case {
   // The places of variables that a cut request may leave beside all that was there: prepared, and taken over
   // by the next one.
   std::vector<std::string> prepared = {};
+  // What must be possible behind each point, whatever came of the request.
+  std::function<void(const scene&)> afterwards = {};
 };
 
 const std::vector<fault_case>& fault_cases();

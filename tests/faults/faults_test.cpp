@@ -279,6 +279,7 @@ class sweep {
       }
       const bool is_done_already = now == fresh || removed(old, fresh, now) == whole::all;
       if (!is_done_already || old == fresh) repeat({server.connection, copy.root()}, server, found);
+      if (tried_.afterwards) behind({server.connection, copy.root()}, server, found);
       server.connection.abandon();
     } catch (const std::exception& problem) {
       found("unreadable", problem.what() + server.process.output() + server.process.errors());
@@ -296,6 +297,15 @@ class sweep {
     }
     const root_view now = view_of(server.connection);
     if (now != after_) found("otherwise repeated", differences(after_, now));
+  }
+
+  template <typename Found>
+  void behind(const scene& at, served& server, const Found& found) {
+    try {
+      tried_.afterwards(at);
+    } catch (const std::exception& problem) {
+      found("not usable afterwards", std::string(problem.what()) + server.process.output());
+    }
   }
 
   // A number alone says nothing to whoever reads it, unless it is one of the allocator.

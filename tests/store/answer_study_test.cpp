@@ -3,15 +3,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "end_to_end/database.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
+#include "store/qu_study_folder.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/processes.h"
@@ -118,6 +122,81 @@ TEST_F(study_requests, new_leaves_nothing_that_could_not_be_registered) {
   const std::string unreadable = "Not a valid Velmar path (does not contain a list of studies).";
   EXPECT_EQ(session.ask("CSTUDYLST"), refusal(unreadable));
   EXPECT_EQ(set("Gold"), refusal(unreadable));
+}
+
+// The server dies at the call that `act` makes of what it is given.
+void die_in(const std::function<void(const std::function<bool()>&)>& act) {
+  const pid_t server = fork_for_test();
+  if (server == 0) {
+    act([]() -> bool { _exit(0); });
+    _exit(2);
+  }
+  int status = -1;
+  waitpid(server, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(study_requests, new_ends_a_creation_that_was_cut) {
+  const std::string path = root / "New",
+                    refused = refusal("Impossible to create study New. File system full?");
+  die_in([&](const auto& die) { qu_study_create(path.c_str(), "None", 1, die); });
+  const auto untouched = [&](const tree_image& before) {
+    return make_new("New", path) == refused && image_of(path) == before && root.registry() == registered;
+  };
+  // What has got something, or is somebody's, is taken for no left-over.
+  fs::create_directory(path + "/QRD/DIRE.1");
+  EXPECT_TRUE(untouched(image_of(path)));
+  fs::remove(path + "/QRD/DIRE.1");
+  fs::rename(path, root / "Other");
+  EXPECT_EQ(make_new("New", root / "Other"), refused);
+  fs::rename(root / "Other", path);
+  {
+    int held[2];
+    ASSERT_EQ(pipe2(held, O_CLOEXEC), 0);
+    char byte = 0;
+    const pid_t maker = fork_for_test();
+    if (maker == 0) {
+      const folder_lock lock(path.c_str());
+      if (write(held[1], &byte, 1) == 1) pause();
+      _exit(0);
+    }
+    EXPECT_EQ(read(held[0], &byte, 1), 1);
+    EXPECT_TRUE(untouched(image_of(path)));
+    kill(maker, SIGKILL);
+    waitpid(maker, nullptr, 0);
+    for (int end : held) close(end);
+  }
+  root.write_registry(pair(path, "Same"));
+  EXPECT_EQ(make_new("New", path), refused);
+  root.write_registry(registered.substr(registry_head.size()));
+
+  EXPECT_EQ(make_new("New", path), done());
+  EXPECT_EQ(root.registry(), registered + pair("$init$/New", "New"));
+  EXPECT_FALSE(fs::exists(path + "/UNREGISTERED"));
+  EXPECT_EQ(set("New"), done());
+}
+
+TEST_F(study_requests, new_ends_a_deletion_that_was_cut) {
+  const auto left = [&] {
+    return std::count_if(fs::directory_iterator(root.path()), {},
+                         [](const auto& entry) { return entry.path().filename().string()[1] == '_'; });
+  };
+  // Somebody's own folders, whatever their names are.
+  for (const char* own : {"O_ABCD", "N_1234"}) {
+    fs::create_directories((root / own) + "/QRD");
+    write_file((root / own) + "/DESCR", study_descriptor(1));
+  }
+  write_file(root / "N_1234/UNREGISTERED", "my own");
+  const std::string path = root / "Gold";
+  die_in([&](const auto& die) { qu_study_remove(path.c_str(), die); });
+  EXPECT_FALSE(fs::exists(path));
+  EXPECT_EQ(left(), 3);
+  EXPECT_EQ(root.registry(), registered);
+  EXPECT_EQ(make_new("Gold", path), done());
+  EXPECT_EQ(left(), 2);
+  EXPECT_EQ(read_file(root / "N_1234/UNREGISTERED"), "my own");
+  EXPECT_EQ(set("Gold"), done());
+  EXPECT_EQ(set("Zinc"), done());
 }
 
 // Several servers make studies at once; each of them is in the registry afterwards.

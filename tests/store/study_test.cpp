@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "end_to_end/database.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
@@ -302,6 +303,47 @@ TEST_F(environment, several_that_open_a_bare_study_make_it_once) {
   EXPECT_EQ(std::distance(fs::directory_iterator(target + "/CSCALE"), {}), 40);
   EXPECT_EQ(read_file(target + "/DEF/environ.def"), "own\ngeneral\n");
   EXPECT_EQ(read_file(target + "/PARAM/ANAM/A.1"), "old");
+}
+
+// As a server leaves it that dies when the first folder has its place, and before.
+TEST_F(environment, what_a_cut_opening_has_prepared_takes_its_place) {
+  strip();
+  write_file(target + "/DEF/environ.def", "own\n");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  const tree_image whole = image_of(target);
+  const std::string beside = target + "/N_0A1B";
+  fs::create_directory(beside);
+  for (const char* name : {"CSCALE", "U_LITHO", "IMAGES", "TRANSFO"})
+    fs::rename(target + "/" + name, beside + "/" + name);
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(image_of(target), whole);
+  EXPECT_FALSE(fs::exists(beside));
+
+  strip();
+  fs::create_directories(beside + "/CSCALE");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(image_of(target), whole);
+  EXPECT_FALSE(fs::exists(beside));
+  // A folder that holds something else is nobody's preparation.
+  fs::create_directory(beside);
+  fs::rename(target + "/CSCALE", beside + "/CSCALE");
+  write_file(beside + "/own", "");
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_TRUE(fs::exists(beside + "/CSCALE/CSCA.0"));
+}
+
+TEST_F(environment, without_room_for_the_template_a_study_stays_bare) {
+  strip();
+  write_file(source + "/IMAGES/one", std::string(5000, 'x'));
+  console_of([&] {
+    const file_size_limit disk(4000);
+    EXPECT_EQ(qu_study_open("Gold"), STUDY_INCOMPLETE);
+  });
+  for (const char* name : {"U_COLOR", "CSCALE", "IMAGES"})
+    EXPECT_FALSE(fs::exists(target + "/" + name)) << name;
+  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_TRUE(is_copied());
+  EXPECT_EQ(read_file(target + "/IMAGES/one").size(), 5000U);
 }
 
 TEST_F(environment, the_template_is_never_copied_onto_itself) {
