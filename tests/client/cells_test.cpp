@@ -13,7 +13,7 @@ column_type type_of(const std::string& cells, const cell_rules& rules = {},
   return type_of_column(csv_table("c\n" + cells), "c", rules, wishes);
 }
 
-TEST(Cells, DecideWhatTheirColumnIs) {
+TEST(cells, decide_what_their_column_is) {
   EXPECT_EQ(type_of("1\nNA\nnan\n 2 \nNULL\n").bits, 64);
   EXPECT_EQ(type_of("1\nNA\nnan\n 2 \nNULL\n").missing, 3U);
   EXPECT_EQ(type_of("\"\"\nN/A\n").bits, 64);
@@ -29,7 +29,7 @@ TEST(Cells, DecideWhatTheirColumnIs) {
   EXPECT_TRUE(type_of("<1\nlow\n< x\n", {{}, below_detection::zero}).is_text());
 }
 
-TEST(Cells, BelowDetectionStandForWhatTheRuleSays) {
+TEST(cells, below_detection_stand_for_what_the_rule_says) {
   const csv_table table("c\n<0.5\n< 2\n-7\nNA\n");
   const auto numbers = [&](below_detection rule) { return to_numbers(table, "c", {{"-7"}, rule}, 64); };
   const double m = missing_value;

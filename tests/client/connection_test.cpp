@@ -27,7 +27,7 @@ void expect_sent(const std::string& expected, const std::function<void(connectio
   client.abandon();
 }
 
-TEST(Connection, HandshakeAgreesOnLongs) {
+TEST(connection, handshake_agrees_on_longs) {
   scripted_server server({
       {bytes().text("CHELLO").text("").i32(1300030).str(), bytes().text("SWELCOME").i32(1300030).str()},
       {bytes().text("CARCH").i32(1).str(), bytes().text("SARCH").i32(1).str()},
@@ -49,7 +49,7 @@ TEST(Connection, HandshakeAgreesOnLongs) {
   EXPECT_THROW(client.studies(), protocol_error);
 }
 
-TEST(Connection, RefusalsCarryTheTextAndTheConversationGoesOn) {
+TEST(connection, refusals_carry_the_text_and_the_conversation_goes_on) {
   scripted_server server({
       {bytes().text("CSTUDYSET").text("X").str(), bytes().text("SERROR").text("Study Unknown: \"X\"").str()},
       {bytes().text("CSTUDYLST").str(), bytes().text("SSTUDIES").i32(2).text("A b").text("C/d").str()},
@@ -69,7 +69,7 @@ TEST(Connection, RefusalsCarryTheTextAndTheConversationGoesOn) {
   EXPECT_THROW(client.directories(), protocol_error);
 }
 
-TEST(Connection, SessionsAreOfferedOrNot) {
+TEST(connection, sessions_are_offered_or_not) {
   const std::string request = bytes().text("CNEWSESS").str();
   scripted_server server({{request, bytes().text("SNEWPORT").i32(40001).str()},
                           {request, bytes().text("SNOSESS").str()},
@@ -80,7 +80,7 @@ TEST(Connection, SessionsAreOfferedOrNot) {
   EXPECT_THROW(client.new_session(), protocol_error);
 }
 
-TEST(Connection, RangesAreSentToVersionsThatKnowThem) {
+TEST(connection, ranges_are_sent_to_versions_that_know_them) {
   struct gate {
     std::int32_t version;
     bool numbers;
@@ -126,7 +126,7 @@ TEST(Connection, RangesAreSentToVersionsThatKnowThem) {
   }
 }
 
-TEST(Connection, ANewStudyIsSentAsTheVersionKnowsIt) {
+TEST(connection, a_new_study_is_sent_as_the_version_knows_it) {
   const bytes named = bytes().text("CSTUDYNEW").text("S");
   for (std::int32_t old : {409, 400000, 400999})
     expect_sent(
@@ -136,7 +136,7 @@ TEST(Connection, ANewStudyIsSentAsTheVersionKnowsIt) {
         bytes(named).text("/p").str(), [](auto& c) { c.new_study("S", "/p"); }, newer);
 }
 
-TEST(Connection, OptionalArguments) {
+TEST(connection, optional_arguments) {
   expect_sent(bytes().text("CVARUNIT").i32(1).text("km").str(), [](auto& c) { c.set_variable_unit("km"); });
   expect_sent(bytes().text("CVARUNIT").i32(2).text("km").text("m").str(),
               [](auto& c) { c.set_variable_unit("km", "m"); });
@@ -157,7 +157,7 @@ TEST(Connection, OptionalArguments) {
               [](auto& c) { c.add_macro_indices(std::vector<std::int32_t>{5}, {{"five"}}); });
 }
 
-TEST(Connection, NewVariablesSendTheirUnitAsTheVersionKnowsIt) {
+TEST(connection, new_variables_send_their_unit_as_the_version_knows_it) {
   const number_format format{number_style::shifted, 8, 3};
   bytes head;
   head.text("CVARFNEW").text("V").i32(32, 4, 8, 3);
@@ -179,7 +179,7 @@ TEST(Connection, NewVariablesSendTheirUnitAsTheVersionKnowsIt) {
 }
 
 // A cores file of three dimensions, as each version tells it.
-TEST(Connection, FileInformationOfEveryVersion) {
+TEST(connection, file_information_of_every_version) {
   for (std::int32_t version : {899999, 900000, 1300029, 1300030}) {
     bytes answer;
     answer.text("SFILEINFO").i32(version < 900000 ? 1 : 2).text("collars").i32(0, 1, 3).i64(3762).i32(50);
@@ -215,7 +215,7 @@ TEST(Connection, FileInformationOfEveryVersion) {
   }
 }
 
-TEST(Connection, VariableInformationOfEveryVersion) {
+TEST(connection, variable_information_of_every_version) {
   for (std::int32_t version : {409, 411, 400000, 401000, 501999, 502000, newest_version}) {
     const bool old = version < 410 || version == 400000;
     bytes answer;

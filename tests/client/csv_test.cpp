@@ -31,7 +31,7 @@ std::string written(const std::vector<std::vector<std::string>>& rows) {
   return result;
 }
 
-TEST(CsvTable, ReadsQuotesAndLineEnds) {
+TEST(csv_table, reads_quotes_and_line_ends) {
   const csv_table table("\xEF\xBB\xBFname,\"a \"\"b\"\", c\"\r\n\"one\r\ntwo\",1\r\n\r\n,\"\"\nlast, 3 ");
   EXPECT_EQ(table.names(), (std::vector<std::string>{"name", "a \"b\", c"}));
   ASSERT_EQ(table.rows(), 3U);
@@ -39,7 +39,7 @@ TEST(CsvTable, ReadsQuotesAndLineEnds) {
   EXPECT_EQ(cells(table, "a \"b\", c"), (std::vector<std::string>{"1", "", " 3 "}));
 }
 
-TEST(CsvTable, KeepsEmptyCellsAtEveryPlace) {
+TEST(csv_table, keeps_empty_cells_at_every_place) {
   const csv_table table("a,b,c\n,,\n1,,\n,,3");
   EXPECT_EQ(cells(table, "a"), (std::vector<std::string>{"", "1", ""}));
   EXPECT_EQ(cells(table, "c"), (std::vector<std::string>{"", "", "3"}));
@@ -47,7 +47,7 @@ TEST(CsvTable, KeepsEmptyCellsAtEveryPlace) {
   EXPECT_EQ(cells(single, "a"), (std::vector<std::string>{"1", "", "3"}));
 }
 
-TEST(CsvTable, TellsWhatIsWrong) {
+TEST(csv_table, tells_what_is_wrong) {
   const auto problem = [](const std::string& text) -> std::string {
     try {
       csv_table table(text);
@@ -66,13 +66,13 @@ TEST(CsvTable, TellsWhatIsWrong) {
   EXPECT_EQ(table.rows(), 0U);
 }
 
-TEST(CsvWriter, QuotesWhatNeedsIt) {
+TEST(csv_writer, quotes_what_needs_it) {
   EXPECT_EQ(written({{"a", "b,c", "d\"e", "f\ng"}, {"", "", "", " "}}),
             "a,\"b,c\",\"d\"\"e\",\"f\ng\"\n,,, \n");
   EXPECT_EQ(written({{"a"}, {""}, {"b"}}), "a\n\"\"\nb\n");
 }
 
-TEST(CsvWriter, TellsAFullDevice) {
+TEST(csv_writer, tells_a_full_device) {
   std::FILE* full = std::fopen("/dev/full", "w");
   ASSERT_NE(full, nullptr);
   csv_writer writer(full);
@@ -82,7 +82,7 @@ TEST(CsvWriter, TellsAFullDevice) {
   std::fclose(full);
 }
 
-TEST(Numbers, AreReadWholeOrNotAtAll) {
+TEST(numbers, are_read_whole_or_not_at_all) {
   EXPECT_EQ(parse_number("1.5"), 1.5);
   EXPECT_EQ(parse_number(" +1e3 "), 1000);
   EXPECT_EQ(parse_number("-.5"), -0.5);
@@ -90,13 +90,13 @@ TEST(Numbers, AreReadWholeOrNotAtAll) {
     EXPECT_EQ(parse_number(text), std::nullopt) << text;
 }
 
-TEST(Numbers, AreWrittenSoThatTheyReadBack) {
+TEST(numbers, are_written_so_that_they_read_back) {
   for (double value : {0.1, 1.0 / 3, 5e-324, 1.7976931348623157e308, -123456789.125, 0.0})
     EXPECT_EQ(parse_number(number_text(value)), value);
   EXPECT_EQ(number_text(27900713), "27900713");
 }
 
-TEST(Numbers, OfSinglePrecisionAreShortAndStoredTheSame) {
+TEST(numbers, of_single_precision_are_short_and_stored_the_same) {
   EXPECT_EQ(single_text(static_cast<double>(0.02F), 1), "0.02");
   EXPECT_EQ(single_text(static_cast<double>(0.02F), 30.48), "0.02");
   EXPECT_EQ(single_text(static_cast<double>(16777216.0F), 1), "16777216");
@@ -110,7 +110,7 @@ TEST(Numbers, OfSinglePrecisionAreShortAndStoredTheSame) {
   }
 }
 
-TEST(Numbers, OfLengthsAreRoundWhereTheyWere) {
+TEST(numbers, of_lengths_are_round_where_they_were) {
   const double told = 820 * 30.48 / 30.48;
   EXPECT_NE(told, 820);
   EXPECT_EQ(length_text(told, 30.48), "820");
@@ -120,7 +120,7 @@ TEST(Numbers, OfLengthsAreRoundWhereTheyWere) {
   }
 }
 
-TEST(Numbers, FitTheirBits) {
+TEST(numbers, fit_their_bits) {
   EXPECT_TRUE(fits_bits(1, 1));
   EXPECT_FALSE(fits_bits(2, 1));
   for (std::int32_t bits : {2, 4, 8, 16}) {

@@ -19,7 +19,7 @@ const std::vector<station> bent = {{10, 350, 80}, {60, 10, 72}, {110, 25, 70.5},
 
 // The tangent, turned evenly from one direction to the next about their common normal, and integrated
 // numerically along the hole.
-TEST(Desurvey, MinimumCurvatureIsTheIntegralOfAnEvenTurn) {
+TEST(desurvey, minimum_curvature_is_the_integral_of_an_even_turn) {
   const hole_path path(collar, bent, desurvey_method::minimum_curvature);
   const std::pair<double, point3> expected[] = {
       {0, collar},
@@ -40,7 +40,7 @@ TEST(Desurvey, MinimumCurvatureIsTheIntegralOfAnEvenTurn) {
   expect_place(round.at(quarter / 2), {100 - half, 0, -half}, 1e-12, quarter / 2);
 }
 
-TEST(Desurvey, SmallTurnsKeepTheirDigits) {
+TEST(desurvey, small_turns_keep_their_digits) {
   const hole_path slight(collar, {{0, 45, 60}, {100, 45.001, 60.0005}}, desurvey_method::minimum_curvature);
   expect_place(slight.at(50), {1017.677679862, 2017.677525597, 256.698675269}, 2e-9, 50);
   expect_place(slight.at(100), {1035.355380387, 2035.354763330, 213.397241456}, 2e-9, 100);
@@ -56,7 +56,7 @@ TEST(Desurvey, SmallTurnsKeepTheirDigits) {
   EXPECT_NEAR(dogleg({0, 359, 0}, {0, 1, 0}), std::numbers::pi / 90, 1e-15);
 }
 
-TEST(Desurvey, OtherMethodsAreThereToo) {
+TEST(desurvey, other_methods_are_there_too) {
   const hole_path balanced(collar, bent, desurvey_method::balanced);
   expect_place(balanced.at(35), {998.944620864, 2005.985352508, 265.531728645}, 2e-9, 35);
   expect_place(balanced.at(100), {1003.743725880, 2025.739445440, 203.839280463}, 2e-9, 100);

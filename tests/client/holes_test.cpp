@@ -21,7 +21,7 @@ strings found(const matched_holes& matched) {
   return result;
 }
 
-TEST(Holes, RowsMayComeInAnyOrder) {
+TEST(holes, rows_may_come_in_any_order) {
   const hole_tables tables = {{{"B", {1, 2, 3}, 2}, {"A", {4, 5, 6}, 3}},
                               {{"A", {50, 10, 80}, 2}, {"B", {0, 0, 90}, 3}, {"A", {0, 5, 85}, 4}},
                               {{"A", 10, 20, 2}, {"B", 0, 5, 3}, {"A", 0, 10, 4}, {"A", 30, 40, 5}}};
@@ -38,7 +38,7 @@ TEST(Holes, RowsMayComeInAnyOrder) {
   EXPECT_EQ(a.stations[1].azimuth, 10);
 }
 
-TEST(Holes, EveryMismatchIsListed) {
+TEST(holes, every_mismatch_is_listed) {
   const hole_tables tables = {{{"A", {0, 0, 0}, 2},
                                {"B", {0, 0, 0}, 3},
                                {"A", {1, 0, 0}, 4},
@@ -65,7 +65,7 @@ TEST(Holes, EveryMismatchIsListed) {
                      "i3 A 9", "i4 A 14", "i5 A -3", "i6 C", "i6 C", "i7 N"}));
 }
 
-TEST(Holes, WithoutSurveysAreVerticalOnlyOnRequest) {
+TEST(holes, without_surveys_are_vertical_only_on_request) {
   const hole_tables tables = {{{"A", {0, 0, 0}, 2}}, {}, {{"A", 0, 10, 2}}};
   EXPECT_FALSE(match_holes(tables, {}).is_sound());
   hole_rules rules;
@@ -75,7 +75,7 @@ TEST(Holes, WithoutSurveysAreVerticalOnlyOnRequest) {
   EXPECT_EQ(matched.holes[0].stations[0].dip, 90);
 }
 
-TEST(Holes, SignsOfDipsThatSendMostHolesUpNeedAWord) {
+TEST(holes, signs_of_dips_that_send_most_holes_up_need_a_word) {
   hole_tables tables;
   for (const char* hole : {"A", "B", "C"}) {
     tables.collars.push_back({hole, {}, 1});

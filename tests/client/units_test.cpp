@@ -7,7 +7,7 @@
 namespace qrd::client {
 namespace {
 
-TEST(Units, NearSymbolsAreTold) {
+TEST(units, near_symbols_are_told) {
   const std::pair<const char*, const char*> near[] = {
       {"feet", "ft"},      {"FT", "ft"},
       {"Foot", "ft"},      {"metre", "m"},
@@ -29,7 +29,7 @@ TEST(Units, NearSymbolsAreTold) {
   EXPECT_EQ(length_factor("Ft"), std::nullopt);
 }
 
-TEST(Units, TextsAndSymbolsAreKeptApart) {
+TEST(units, texts_and_symbols_are_kept_apart) {
   check_unit("m");
   check_unit("%");
   check_unit("");
@@ -42,7 +42,7 @@ TEST(Units, TextsAndSymbolsAreKeptApart) {
 }
 
 // A length that is shown with the symbol of another unit travels in its own.
-TEST(Units, OfValuesAreNotTheShownOnes) {
+TEST(units, of_values_are_not_the_shown_ones) {
   variable_info info;
   info.has_unit = true;
   info.unit = "Kilometer";

@@ -15,7 +15,7 @@ using test::bytes;
 using test::scripted_server;
 using namespace std::string_literals;
 
-TEST(Packet, EveryValueHasItsBytes) {
+TEST(packet, every_value_has_its_bytes) {
   packet all("CHELLO");
   all.add_int(-2).add_bool(true).add_long(5000000000).add_double(-2.5).add_string("abcde");
   const std::uint8_t raw[] = {1, 255};
@@ -31,7 +31,7 @@ TEST(Packet, EveryValueHasItsBytes) {
   EXPECT_EQ(packet().add_string("").add_string("four").bytes(), "\0\0\0\0\0\0\0\4four"s);
 }
 
-TEST(Packet, ShortLongsHave4BytesAndARange) {
+TEST(packet, short_longs_have_4_bytes_and_a_range) {
   packet narrow("CX", long_size::four_bytes);
   narrow.add_long(-2147483648).add_long(2147483647);
   EXPECT_EQ(narrow.bytes(), "\0\0\0\2CX\0\0\x80\0\0\0\x7f\xff\xff\xff"s);
@@ -39,14 +39,14 @@ TEST(Packet, ShortLongsHave4BytesAndARange) {
   EXPECT_THROW(narrow.add_long(-2147483649), bad_argument);
 }
 
-TEST(Packet, RefusesTextsThatItsFieldCannotHold) {
+TEST(packet, refuses_texts_that_its_field_cannot_hold) {
   EXPECT_NO_THROW(packet("NINECHARS"));
   EXPECT_THROW(packet("TENLETTERS"), bad_argument);
   EXPECT_NO_THROW(packet().add_string(std::string(9999, 'x')));
   EXPECT_THROW(packet().add_string(std::string(10000, 'x')), bad_argument);
 }
 
-TEST(Stream, ReadsEveryValue) {
+TEST(stream, reads_every_value) {
   scripted_server server({{"", bytes()
                                    .i32(-7, 9)
                                    .i64(-5000000000)
@@ -73,7 +73,7 @@ TEST(Stream, ReadsEveryValue) {
   EXPECT_FALSE(wire.is_open());
 }
 
-TEST(Stream, LargeArraysTravelWholeInBothDirections) {
+TEST(stream, large_arrays_travel_whole_in_both_directions) {
   constexpr std::size_t count = 300001;
   std::vector<double> values(count);
   std::iota(values.begin(), values.end(), -1000.25);
@@ -97,7 +97,7 @@ TEST(Stream, LargeArraysTravelWholeInBothDirections) {
   EXPECT_EQ(told.back(), (std::pair<std::uint64_t, std::uint64_t>(8 * count, 8 * count)));
 }
 
-TEST(Stream, WrongCountsAndLengthsEndTheConnection) {
+TEST(stream, wrong_counts_and_lengths_end_the_connection) {
   const std::string answers[] = {bytes().i32(6).raw("abcdef\0\0").str(), bytes().i32(-2).str()};
   for (const std::string& answer : answers) {
     scripted_server server({{"", answer}});
@@ -110,13 +110,13 @@ TEST(Stream, WrongCountsAndLengthsEndTheConnection) {
   EXPECT_THROW(wire.read_doubles(-1), protocol_error);
 }
 
-TEST(Stream, ACountBeyondTheDataTakesLittleMemory) {
+TEST(stream, a_count_beyond_the_data_takes_little_memory) {
   scripted_server server({{"", bytes().f64(1).str()}});
   stream wire(server.client_end());
   EXPECT_THROW(wire.read_doubles(std::int64_t{1} << 50), protocol_error);
 }
 
-TEST(Stream, SilenceEndsAtTheTimeLimit) {
+TEST(stream, silence_ends_at_the_time_limit) {
   int ends[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   stream wire(ends[0]);

@@ -16,7 +16,7 @@ namespace qrd::test {
 using json = nlohmann::json;
 using strings = std::vector<std::string>;
 
-class Command : public testing::Test {
+class commands : public testing::Test {
  protected:
   program_run run(strings arguments, const std::string& input = {}) {
     arguments.insert(arguments.begin(), {"--root", root_});

@@ -10,7 +10,7 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-TEST_F(Command, GuardsWhatAFileNeeds) {
+TEST_F(commands, guards_what_a_file_needs) {
   use_sample_database();
   const std::string before = good({"read", "Holes", "Drilling", "collars", "X+ Gravity Center"});
   const strings write = {"write", "Holes", "Drilling", "collars", "X+ Gravity Center", "--last", "1"};
@@ -36,13 +36,13 @@ TEST_F(Command, GuardsWhatAFileNeeds) {
 }
 
 // On a terminal of its own, made by script(1).
-TEST_F(Command, ADeletionAsksOnATerminal) {
+TEST_F(commands, a_deletion_asks_on_a_terminal) {
   make_directory();
   good({"import", "points", "S", "D", "P", "-", "--bits", "v=32"}, "x,y,v\n1,2,3\n4,5,6\n");
   if (!std::filesystem::exists("/usr/bin/script")) GTEST_SKIP() << "needs script(1)";
   const auto answered = [&](const std::string& word) {
-    const std::string command = std::string(QRD_CLIENT_PROGRAM) + " --root " + root_ + " rm S D P";
-    return run_program("/usr/bin/script", {"-qec", command, "/dev/null"}, word + "\n");
+    const std::string line = std::string(QRD_CLIENT_PROGRAM) + " --root " + root_ + " rm S D P";
+    return run_program("/usr/bin/script", {"-qec", line, "/dev/null"}, word + "\n");
   };
   const program_run kept = answered("n");
   EXPECT_EQ(kept.status, 1);
@@ -54,7 +54,7 @@ TEST_F(Command, ADeletionAsksOnATerminal) {
   EXPECT_EQ(good({"ls", "S", "D"}), "");
 }
 
-TEST_F(Command, NearNamesAreTold) {
+TEST_F(commands, near_names_are_told) {
   use_sample_database();
   EXPECT_TRUE(has(complaint({"reed"}, {}, 2), "no subcommand \"reed\" of qrd: did you mean \"read\""));
   EXPECT_TRUE(has(complaint({"import", "point"}, {}, 2),
@@ -72,7 +72,7 @@ TEST_F(Command, NearNamesAreTold) {
                   "\"x\": did you mean \"X\""));
 }
 
-TEST_F(Command, ImpossibleNamesAreRefusedByTheirRule) {
+TEST_F(commands, impossible_names_are_refused_by_their_rule) {
   make_directory();
   for (const auto& [name, rule] :
        std::initializer_list<std::pair<std::string, const char*>>{{"", "blank"},
@@ -91,7 +91,7 @@ TEST_F(Command, ImpossibleNamesAreRefusedByTheirRule) {
   good({"new", "directory", "S", std::string(49, 'n')});
 }
 
-TEST_F(Command, MissingValuesHoldTheirPlace) {
+TEST_F(commands, missing_values_hold_their_place) {
   use_sample_database();
   good({"new", "grid", "Holes", "Drilling", "G", "--nodes", "2", "2"});
   client::server_options options;
@@ -122,7 +122,7 @@ TEST_F(Command, MissingValuesHoldTheirPlace) {
   EXPECT_EQ(bag[1]["value"], json({1.5, nullptr, 2}));
 }
 
-TEST_F(Command, ExportsKeepMacroNamesAndSkipWhatIsMissing) {
+TEST_F(commands, exports_keep_macro_names_and_skip_what_is_missing) {
   make_directory();
   good({"import", "points", "S", "D", "P", "-", "--bits", "s=1"},
        "x,y,metal{zinc},metal{lead},rock,s,Cu\n0,0,1,,a,1,\n1,1,,,b,1,\n2,2,,3,,0,4\n");

@@ -14,7 +14,7 @@ strings by_depths(const std::string& folder, const strings& more = {}) {
   return arguments;
 }
 
-TEST_F(Command, HolesFollowTheirSurveys) {
+TEST_F(commands, holes_follow_their_surveys) {
   make_directory();
   const std::string folder = scratch_.path().string();
   write_file(scratch_ / "collars.csv", "BHID,XCOLLAR,YCOLLAR,ZCOLLAR\nA,100,200,50\nB,0,0,0\n");
@@ -90,7 +90,7 @@ TEST_F(Command, HolesFollowTheirSurveys) {
   EXPECT_EQ(good({"export", "S", "D", "L2"}), exported);
 }
 
-TEST_F(Command, HolesAreArcsByDefault) {
+TEST_F(commands, holes_are_arcs_by_default) {
   make_directory();
   const std::string folder = scratch_.path().string();
   write_file(scratch_ / "collars.csv", "BHID,XCOLLAR,YCOLLAR,ZCOLLAR\nA,1000,2000,300\n");
@@ -112,7 +112,7 @@ TEST_F(Command, HolesAreArcsByDefault) {
       EXPECT_NEAR(table[axis + 1]["values"][i].get<double>(), ends[axis][i], 2e-9) << axis << i;
 }
 
-TEST_F(Command, ChecksTablesOfHolesWithoutMakingAnything) {
+TEST_F(commands, checks_tables_of_holes_without_making_anything) {
   const std::string folder = scratch_.path().string();
   write_file(scratch_ / "collars.csv", "BHID,XCOLLAR,YCOLLAR,ZCOLLAR\nA,0,0,0\n");
   write_file(scratch_ / "assays.csv", "BHID,FROM,TO\nA,5,9\n\nA,0,6\nZ,2,1\n");

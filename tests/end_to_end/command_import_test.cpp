@@ -4,7 +4,7 @@
 namespace qrd::test {
 namespace {
 
-TEST_F(Command, PointsGoInAndComeOut) {
+TEST_F(commands, points_go_in_and_come_out) {
   make_directory();
   const std::string table =
       "east,north,name,Cu,depth,class,used\n"
@@ -45,7 +45,7 @@ TEST_F(Command, PointsGoInAndComeOut) {
   EXPECT_EQ(stat[1], json({{"variable", "name"}, {"count", 3}, {"blank", 1}, {"distinct", 2}}));
 }
 
-TEST_F(Command, ImportsTellWhatColumnsBecome) {
+TEST_F(commands, imports_tell_what_columns_become) {
   make_directory();
   const strings import = {"import", "points", "S", "D", "P", "-"};
   const auto with = [&](const strings& more) {
@@ -89,7 +89,7 @@ TEST_F(Command, ImportsTellWhatColumnsBecome) {
   complaint(with({"--below-detection", "some"}), table, 2);
 }
 
-TEST_F(Command, GridsFindTheirNodes) {
+TEST_F(commands, grids_find_their_nodes) {
   make_directory();
   const std::string table =
       "x,y,v\n"
@@ -123,7 +123,7 @@ TEST_F(Command, GridsFindTheirNodes) {
             std::string::npos);
 }
 
-TEST_F(Command, TraversesKeepTheirRowsTogether) {
+TEST_F(commands, traverses_keep_their_rows_together) {
   make_directory();
   good({"import", "lines", "S", "D", "T", "-", "--line", "trace"}, "trace,x,y\nq,1,10\np,2,20\nq,3,30\n");
   EXPECT_EQ(
@@ -131,7 +131,7 @@ TEST_F(Command, TraversesKeepTheirRowsTogether) {
       "LN+ Line Number (READONLY),X+ Gravity Center,Y+ Gravity Center,trace\n1,1,10,q\n1,3,30,q\n2,2,20,p\n");
 }
 
-TEST_F(Command, AFailedImportLeavesNothing) {
+TEST_F(commands, a_failed_import_leaves_nothing) {
   make_directory();
   // The last column's name is not allowed: the file and its first variables exist when that is found out.
   complaint({"import", "points", "S", "D", "P", "-"}, "x,y,v,New Variable\n1,2,3,4\n");

@@ -8,7 +8,7 @@
 namespace qrd::test {
 namespace {
 
-TEST_F(Command, MakesARootStudiesAndDirectories) {
+TEST_F(commands, makes_a_root_studies_and_directories) {
   good({"new", "study", "North / 2"});
   good({"new", "study", "Elsewhere", "--path", scratch_ / "far"});
   EXPECT_TRUE(std::filesystem::is_directory(root_ + "/North _ 2/QRD"));
@@ -28,7 +28,7 @@ TEST_F(Command, MakesARootStudiesAndDirectories) {
   EXPECT_FALSE(std::filesystem::exists(scratch_ / "far"));
 }
 
-TEST_F(Command, MacroColumnsAreNamedByTheirIndex) {
+TEST_F(commands, macro_columns_are_named_by_their_index) {
   make_directory();
   const std::string table = "x,y,m[12],m[3],grade{au},grade{ag}\n0,0,1,2,3,4\n1,1,,5,6,\n";
   good({"import", "points", "S", "D", "P", "-"}, table);
@@ -51,7 +51,7 @@ TEST_F(Command, MacroColumnsAreNamedByTheirIndex) {
   complaint({"new", "macro", "S", "D", "P", "extra", "9", "--names", "None"});
 }
 
-TEST_F(Command, WritesIntoWhatIsThere) {
+TEST_F(commands, writes_into_what_is_there) {
   make_directory();
   good({"new", "grid", "S", "D", "G", "--nodes", "2", "2"});
   good({"new", "variable", "S", "D", "G", "v", "--bits", "8"});
@@ -80,7 +80,7 @@ TEST_F(Command, WritesIntoWhatIsThere) {
   EXPECT_EQ(good({"ls", "S", "D"}), "");
 }
 
-TEST_F(Command, ComplainsInOneLine) {
+TEST_F(commands, complains_in_one_line) {
   const std::string no_root = complaints({"ls"});
   EXPECT_TRUE(no_root.starts_with("qrd: QRD_INIT=" + root_ + ": Cannot access directory\n  help: "))
       << no_root;
@@ -108,7 +108,7 @@ TEST_F(Command, ComplainsInOneLine) {
   }
 }
 
-TEST_F(Command, ShowsWhatTheServerSaidAtItsEnd) {
+TEST_F(commands, shows_what_the_server_said_at_its_end) {
   make_directory();
   write_file(root_ + "/DATA", "fifteen\n");
   const std::string told = complaints({"ls"}, {}, 3);
@@ -117,7 +117,7 @@ TEST_F(Command, ShowsWhatTheServerSaidAtItsEnd) {
   EXPECT_LE(std::count(told.begin(), told.end(), '\n'), 22) << told;
 }
 
-TEST_F(Command, TakesDatabaseAndServerFromItsEnvironment) {
+TEST_F(commands, takes_database_and_server_from_its_environment) {
   make_directory();
   const auto with = [&](const strings& environment, strings arguments) {
     strings all = environment;
@@ -137,7 +137,7 @@ TEST_F(Command, TakesDatabaseAndServerFromItsEnvironment) {
   EXPECT_TRUE(version.output.starts_with("qrd ")) << version.output;
 }
 
-TEST_F(Command, EveryJsonParses) {
+TEST_F(commands, every_json_parses) {
   make_directory();
   good({"import", "points", "S", "D", "P", "-", "--json"}, "x,y,v,t\n1,2,,\"caf\xe9\"\n");
   EXPECT_EQ(json::parse(good({"ls", "--json"})), json({"S"}));
@@ -151,7 +151,7 @@ TEST_F(Command, EveryJsonParses) {
   EXPECT_EQ(json::parse(good({"stat", "--json", "S", "D", "P", "v"}))[0]["missing"], 1);
 }
 
-TEST_F(Command, JsonHasThreeShapes) {
+TEST_F(commands, json_has_three_shapes) {
   make_directory();
   good({"import", "points", "S", "D", "P", "-", "--bits", "g=32", "--unit", "g=%"},
        "x,y,g,\"a \"\"t\"\"\"\n1,2,0.1,\"\xC3\xA9,\"\n1,2,,\n");
@@ -175,7 +175,7 @@ TEST_F(Command, JsonHasThreeShapes) {
   EXPECT_EQ(good({"read", "--json", "S", "D", "L", "X+ Gravity Center"}), "[]\n");
 }
 
-TEST_F(Command, ExportsReplaceNothingUnasked) {
+TEST_F(commands, exports_replace_nothing_unasked) {
   make_directory();
   good({"import", "points", "S", "D", "P", "-"}, "x,y,v\n1,2,3\n");
   const std::string path = scratch_ / "out.csv";
@@ -204,7 +204,7 @@ TEST_F(Command, ExportsReplaceNothingUnasked) {
   EXPECT_EQ(names, strings({"link.csv", "out.csv", "root"}));
 }
 
-TEST_F(Command, AsksAMultiSessionServerForASession) {
+TEST_F(commands, asks_a_multi_session_server_for_a_session) {
   make_directory();
   client::server_options options;
   options.program = QRD_SERVER_PROGRAM;

@@ -65,7 +65,7 @@ bool appears(const std::string& folder, const std::string& name) {
   return false;
 }
 
-TEST_F(Command, AnImportThatEndsInTheMiddleLeavesNothing) {
+TEST_F(commands, an_import_that_ends_in_the_middle_leaves_nothing) {
   make_directory();
   good({"import", "points", "S", "D", "Kept", "-"}, "x,y\n1,2\n");
   std::string table = "x,y";
@@ -92,7 +92,7 @@ TEST_F(Command, AnImportThatEndsInTheMiddleLeavesNothing) {
   }
 }
 
-TEST_F(Command, AnInterruptedExportLeavesNothing) {
+TEST_F(commands, an_interrupted_export_leaves_nothing) {
   make_directory();
   good({"new", "grid", "S", "D", "G", "--nodes", "2000", "2000"});
   const std::string path = scratch_ / "out";
@@ -108,7 +108,7 @@ TEST_F(Command, AnInterruptedExportLeavesNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(path));
 }
 
-TEST_F(Command, NothingIsLeftOfACreationThatFails) {
+TEST_F(commands, nothing_is_left_of_a_creation_that_fails) {
   make_directory();
   complaint({"new", "macro", "S", "D", "G", "m", "1"});
   good({"new", "grid", "S", "D", "G", "--nodes", "2", "2"});
@@ -130,7 +130,7 @@ std::string listening_address(std::uint16_t port) {
   return {};
 }
 
-TEST(PrivateServer, ListensOnLoopbackAlone) {
+TEST(private_server, listens_on_loopback_alone) {
   client::server_options options;
   options.program = QRD_SERVER_PROGRAM;
   client::server_process own(options);

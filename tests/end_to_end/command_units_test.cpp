@@ -5,7 +5,7 @@ namespace qrd::test {
 namespace {
 
 // The cores of the sample database are in feet; "from" of its second sample is 884 ft, 269.4432 m.
-TEST_F(Command, TellsEveryLengthInItsOwnUnitUnlessAsked) {
+TEST_F(commands, tells_every_length_in_its_own_unit_unless_asked) {
   use_sample_database();
   const strings cores = {"Holes", "Drilling", "cores"};
   const auto on_cores = [&](strings before, const strings& behind) {
@@ -52,7 +52,7 @@ TEST_F(Command, TellsEveryLengthInItsOwnUnitUnlessAsked) {
   EXPECT_EQ(good(on_cores({"read"}, {"from", "--last", "1"})), "from\n12.5\n");
 }
 
-TEST_F(Command, RefusesAlmostAUnit) {
+TEST_F(commands, refuses_almost_a_unit) {
   const std::string units = good({"units"});
   EXPECT_TRUE(units.starts_with("micr\tMicron\t1e-06 m\n")) << units;
   EXPECT_NE(units.find("\nft\tFoot\t0.3048 m\n"), std::string::npos);

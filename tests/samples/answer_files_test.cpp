@@ -17,9 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Files : public testing::Test {
+class file_requests : public testing::Test {
  protected:
-  Files() : study({.samples = 0, .dimension = 2}) {
+  file_requests() : study({.samples = 0, .dimension = 2}) {
     unit_flag = 1;
     qu_formats_reset();
     set_current_study("Study");
@@ -84,7 +84,7 @@ class Files : public testing::Test {
   request_session session;
 };
 
-TEST_F(Files, APointsFileHoldsItsCoordinatesInCentimetres) {
+TEST_F(file_requests, a_points_file_holds_its_coordinates_in_centimetres) {
   expect(done(), "CPFILENEW", points("Collars", 3, {1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(descriptor(2), descriptor_of("Collars", file_fields(1, 3, 0, 2)));
   EXPECT_EQ(data(2, 1), "") << "sample numbers are computed";
@@ -101,7 +101,7 @@ TEST_F(Files, APointsFileHoldsItsCoordinatesInCentimetres) {
   EXPECT_EQ(descriptor(2), descriptor_of("Collars", file_fields(1, 3, 0, 3)));
 }
 
-TEST_F(Files, RefusedPointsLeaveNothingBehind) {
+TEST_F(file_requests, refused_points_leave_nothing_behind) {
   const double missing = missing_double;
   expect_refusal("There should not be any test value in the coordinates", "CPFILENEW",
                  points("P", 2, {1, 2, 3, missing}));
@@ -116,7 +116,7 @@ TEST_F(Files, RefusedPointsLeaveNothingBehind) {
   EXPECT_FALSE(exists("FILE.2"));
 }
 
-TEST_F(Files, PointsThatTheDiskCannotHoldLeaveNothingBehind) {
+TEST_F(file_requests, points_that_the_disk_cannot_hold_leave_nothing_behind) {
   const std::vector<double> many(1800, 1.0);
   {
     file_size_limit disk(6000);
@@ -127,7 +127,7 @@ TEST_F(Files, PointsThatTheDiskCannotHoldLeaveNothingBehind) {
 }
 
 // A file that others see without its samples would be read as one without.
-TEST_F(Files, NewFilesAppearWithAllTheyHold) {
+TEST_F(file_requests, new_files_appear_with_all_they_hold) {
   std::atomic<bool> ended = false;
   std::atomic<int> half = 0, whole = 0;
   std::thread reader([&] {
@@ -160,7 +160,7 @@ TEST_F(Files, NewFilesAppearWithAllTheyHold) {
   EXPECT_GT(whole, 0);
 }
 
-TEST_F(Files, PointsAreAddedOnlyWhereTheyFit) {
+TEST_F(file_requests, points_are_added_only_where_they_fit) {
   bytes one = bytes().i64(1).i32(2).f64(1, 2);
   set_current_file("Gone");
   expect_refusal("Cannot get file info", "CPFILEAPP", one);
@@ -191,7 +191,7 @@ std::string grid_fields(int dimension, const std::vector<double>& lengths, const
   return content.text("").i64(samples, (samples + 511) / 512 * 512).str();
 }
 
-TEST_F(Files, AGridIsMadeInTheUnitsOfTheAxes) {
+TEST_F(file_requests, a_grid_is_made_in_the_units_of_the_axes) {
   axis_format_y.factor = 30.48;
   expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10, 1).i32(3).f64(20, 2).i32(2));
   EXPECT_EQ(descriptor(2), descriptor_of("G", grid_fields(2, {1000, 20 * 30.48, 0, 100, 2 * 30.48, 0},
@@ -215,7 +215,7 @@ TEST_F(Files, AGridIsMadeInTheUnitsOfTheAxes) {
   EXPECT_FALSE(exists("FILE.4"));
 }
 
-TEST_F(Files, OriginMeshAndRotationOfAGridChange) {
+TEST_F(file_requests, origin_mesh_and_rotation_of_a_grid_change) {
   expect(done(), "CGFILENEW", bytes().text("G").i32(2).f64(10, 1).i32(3).f64(20, 2).i32(2));
   expect(done(), "CGFILENEW", bytes().text("H").i32(3).f64(1, 1).i32(2).f64(1, 1).i32(2).f64(2, 3).i32(1));
   const bytes three = bytes().f64(5, 6, 7);
@@ -265,7 +265,7 @@ TEST_F(Files, OriginMeshAndRotationOfAGridChange) {
   expect_refusal("Cannot get coords formats", "GRIDMODM", three);
 }
 
-TEST_F(Files, EachAppendToALinesFileIsALine) {
+TEST_F(file_requests, each_append_to_a_lines_file_is_a_line) {
   make_lines(2);
   EXPECT_EQ(table(2), bytes().i64(1).str());
   EXPECT_EQ(session.ask("CLFILECNT"), bytes().text("SLFILECNT").i32(0).str());
@@ -278,7 +278,7 @@ TEST_F(Files, EachAppendToALinesFileIsALine) {
   EXPECT_EQ(session.ask("CLFILECNT"), bytes().text("SLFILECNT").i32(2, 3, 2).str());
 }
 
-TEST_F(Files, CoresAreSegmentsFromEndToEnd) {
+TEST_F(file_requests, cores_are_segments_from_end_to_end) {
   make_lines(2);
   expect(done(), "CLFILEAPC", bytes().i32(2, 2).f64(0, 0, 0, 0, 10, 30));
   EXPECT_EQ(descriptor(2), descriptor_of("Holes", file_fields(3, 2, 1, 2)));
@@ -293,7 +293,7 @@ TEST_F(Files, CoresAreSegmentsFromEndToEnd) {
   EXPECT_EQ(table(2), bytes().i64(1, 3, 4).str());
 }
 
-TEST_F(Files, CoresIn3D) {
+TEST_F(file_requests, cores_in_3d) {
   make_lines(3);
   expect(done(), "CLFILEAPC", bytes().i32(1, 3).f64(1, 2, 3, 5, 6, 9));
   EXPECT_EQ(data(2, 6), doubles({600})) << "Z centre";
@@ -301,7 +301,7 @@ TEST_F(Files, CoresIn3D) {
   EXPECT_EQ(data(2, 12), doubles({900})) << "Z end";
 }
 
-TEST_F(Files, RefusedLinesChangeNothing) {
+TEST_F(file_requests, refused_lines_change_nothing) {
   const bytes segment = bytes().i32(1, 2).f64(0, 0, 1, 2);
   set_current_file("Gone");
   expect_refusal("Cannot get file info", "CLFILEAPP", line(2, {1, 2}));
@@ -327,7 +327,7 @@ TEST_F(Files, RefusedLinesChangeNothing) {
   EXPECT_FALSE(exists("FILE.2/VARI.6"));
 }
 
-TEST_F(Files, AGravityFileWithSamplesHasNoSegments) {
+TEST_F(file_requests, a_gravity_file_with_samples_has_no_segments) {
   make_lines(2);
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   expect_refusal("Cannot retrieve coordinate 3 variable name in fileDir/Holes", "CLFILEAPC",
@@ -336,7 +336,7 @@ TEST_F(Files, AGravityFileWithSamplesHasNoSegments) {
   expect(done(), "CLFILEAPP", line(2, {3, 4}));
 }
 
-TEST_F(Files, AFailedChangeToCoresTakesItsVariablesAway) {
+TEST_F(file_requests, a_failed_change_to_cores_takes_its_variables_away) {
   make_lines(2);
   expect(done(), "CVARCNEW", bytes().text("YE+ End of Sample").i32(4));
   expect_refusal("Error creating variable Study: Dir/Holes/YE+ End of Sample", "CLFILEAPC",
@@ -347,7 +347,7 @@ TEST_F(Files, AFailedChangeToCoresTakesItsVariablesAway) {
     EXPECT_FALSE(exists(gone)) << gone;
 }
 
-TEST_F(Files, AHeaderHasOneSamplePerLine) {
+TEST_F(file_requests, a_header_has_one_sample_per_line) {
   make_lines(2);
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   expect(done(), "CPFILENEW", points("P", 2, {1, 2}));
@@ -369,9 +369,9 @@ TEST_F(Files, AHeaderHasOneSamplePerLine) {
 }
 
 // A lines file "Holes" of one line that is linked to "Collars", whose variable "Name" names the line.
-class LinkedFiles : public Files {
+class linked_files : public file_requests {
  protected:
-  LinkedFiles() {
+  linked_files() {
     make_lines(2);
     expect(done(), "CLFILEAPP", line(2, {1, 2}));
     expect(done(), "CPFILENEW", points("Collars", 2, {1, 2}));
@@ -391,25 +391,25 @@ class LinkedFiles : public Files {
   }
 };
 
-TEST_F(LinkedFiles, PointsEndTheLink) {
+TEST_F(linked_files, points_end_the_link) {
   expect(done(), "CPFILEAPP", bytes().i64(1).i32(2).f64(0, 0));
   expect_link(false);
 }
 
-TEST_F(LinkedFiles, ALineEndsTheLink) {
+TEST_F(linked_files, a_line_ends_the_link) {
   set_current_file("Holes");
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   expect_link(false);
 }
 
-TEST_F(LinkedFiles, ARefusedAppendKeepsTheLink) {
+TEST_F(linked_files, a_refused_append_keeps_the_link) {
   expect(refusal("Cannot add 0 samples to file Study: Dir/Collars"), "CPFILEAPP", bytes().i64(0).i32(2));
   set_current_file("Holes");
   expect(refusal("Cannot append 0 samples to file. No space left ?"), "CLFILEAPP", bytes().i32(0, 2));
   expect_link(true);
 }
 
-TEST_F(Files, LineNamesAreRefusedInOrder) {
+TEST_F(file_requests, line_names_are_refused_in_order) {
   make_lines(2);
   expect(done(), "CLFILEAPP", line(2, {1, 2}));
   set_current_variable("X+ Gravity Center");

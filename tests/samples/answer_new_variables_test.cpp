@@ -13,16 +13,16 @@
 namespace qrd::test {
 namespace {
 
-class NewVariables : public testing::Test {
+class new_variables : public testing::Test {
  protected:
-  NewVariables() : study({.samples = 10}) {
+  new_variables() : study({.samples = 10}) {
     unit_flag = 1;
     qu_formats_reset();
     set_current_study("Study");
     set_current_directory("Dir");
     set_current_file("File");
   }
-  ~NewVariables() override { client_version = protocol_version; }
+  ~new_variables() override { client_version = protocol_version; }
 
   static bytes number(const std::string& name, int bits, int type = 0, int width = 8, int digits = 3) {
     return bytes().text(name).i32(bits, type, width, digits);
@@ -46,7 +46,7 @@ class NewVariables : public testing::Test {
   request_session session;
 };
 
-TEST_F(NewVariables, ANumberWithoutUnitIsALengthIfItHasRoom) {
+TEST_F(new_variables, a_number_without_unit_is_a_length_if_it_has_room) {
   qu_string_copy("ft", distance_format.unit);
   distance_format.factor = 30.48;
   EXPECT_EQ(ask("CVARFNEW", number("Length", 32).i32(0)), done());
@@ -65,7 +65,7 @@ TEST_F(NewVariables, ANumberWithoutUnitIsALengthIfItHasRoom) {
   EXPECT_EQ(descriptor(6), descriptor_of("Off", 0, 64, 2, 8, 3, "km", 0.0));
 }
 
-TEST_F(NewVariables, OldClientsSendTheUnitAsABareString) {
+TEST_F(new_variables, old_clients_send_the_unit_as_a_bare_string) {
   for (int version : {409, 400500}) {
     client_version = version;
     std::string name = "V" + std::to_string(version);
@@ -77,7 +77,7 @@ TEST_F(NewVariables, OldClientsSendTheUnitAsABareString) {
   EXPECT_EQ(descriptor(3), descriptor_of("None given", 0, 32, 2, 8, 3, "m", 100.0));
 }
 
-TEST_F(NewVariables, TheClientCountsFormatsInItsOwnOrder) {
+TEST_F(new_variables, the_client_counts_formats_in_its_own_order) {
   const int formats[] = {2, 1, 3, 0, 4};
   for (int type = 0; type < 5; ++type) {
     std::string name = "F" + std::to_string(type);
@@ -89,7 +89,7 @@ TEST_F(NewVariables, TheClientCountsFormatsInItsOwnOrder) {
               refusal("Wrong format_type (" + std::to_string(type) + ")"));
 }
 
-TEST_F(NewVariables, RefusalsInOrder) {
+TEST_F(new_variables, refusals_in_order) {
   EXPECT_EQ(ask("CVARFNEW", number("A", 3, 9).i32(0)),
             refusal("Bitlength must be one of 1,2,4,8,16,32 or 64"));
   EXPECT_EQ(ask("CVARFNEW", number("A", 8).i32(0)), done());
@@ -112,22 +112,22 @@ TEST_F(NewVariables, RefusalsInOrder) {
   EXPECT_EQ(ask("CVARFNEW", bytes().text("T")), refusal("Study, Directory or File is not set"));
 }
 
-TEST_F(NewVariables, ATextHasEightBitsACharacter) {
+TEST_F(new_variables, a_text_has_eight_bits_a_character) {
   EXPECT_EQ(ask("CVARCNEW", bytes().text("T").i32(3)), done());
   EXPECT_EQ(descriptor(1), descriptor_of("T", 1, 24, 2, 10, 2, "", 0.0));
   EXPECT_EQ(data(1), std::string(1536, ' '));
 }
 
-class NewIndices : public NewVariables {
+class new_indices : public new_variables {
  protected:
-  NewIndices() {
+  new_indices() {
     EXPECT_EQ(ask("CVARMNEW", number("Grade[xxxxx]", 8).i32(0)), done());
     set_current_variable("Grade[xxxxx]");
   }
   std::string macro() const { return read_file(study.file_path() + "/VARI.1/MACRO"); }
 };
 
-TEST_F(NewIndices, AreKeptInTheOrderOfTheirComing) {
+TEST_F(new_indices, are_kept_in_the_order_of_their_coming) {
   EXPECT_EQ(macro(), macro_bytes({0}));
   EXPECT_EQ(ask("CMACROADD", bytes().i32(2, 1, 5, 3, 0)), done());
   EXPECT_EQ(macro(), macro_bytes({5, 3}));
@@ -141,7 +141,7 @@ TEST_F(NewIndices, AreKeptInTheOrderOfTheirComing) {
   EXPECT_EQ(macro(), macro_bytes({5, 3, 9}, {"5", "3", "nine"}));
 }
 
-TEST_F(NewIndices, RefusalsReadTheWholePacket) {
+TEST_F(new_indices, refusals_read_the_whole_packet) {
   EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 0, 1).text("gold")),
             refusal("Problem while reading numerical indices"));
   EXPECT_EQ(ask("CMACROADD", bytes().i32(-2, 1, 1)), refusal("Problem while reading number of indices"));
@@ -168,7 +168,7 @@ TEST_F(NewIndices, RefusalsReadTheWholePacket) {
   EXPECT_EQ(ask("CMACROADD", one), refusal("Cannot get variable info"));
 }
 
-TEST_F(NewIndices, AFullDiskIsARefusal) {
+TEST_F(new_indices, a_full_disk_is_a_refusal) {
   const std::string before = macro();
   {
     file_size_limit full(8);
@@ -179,8 +179,7 @@ TEST_F(NewIndices, AFullDiskIsARefusal) {
   EXPECT_EQ(ask("CMACROADD", bytes().i32(1, 1, 5, 0)), done());
 }
 
-using NewIndicesDeathTest = NewIndices;
-TEST_F(NewIndicesDeathTest, WrongNumbersEndTheServer) {
+TEST_F(new_indices, wrong_numbers_end_the_server) {
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 0, 0)), "Bad Indice \\(1<i<99999\\)");
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(1, 1, 100000, 0)), "Bad Indice");
   EXPECT_FATAL(ask("CMACROADD", bytes().i32(2, 1, 4, 4, 0)), "2 equal indices");

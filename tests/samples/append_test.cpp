@@ -51,7 +51,7 @@ std::vector<stored_variable> add_all_forms(sample_study& study, std::int64_t blo
   return all;
 }
 
-TEST(Append, DataFilesGrowOnlyWhenABlockIsFull) {
+TEST(append, data_files_grow_only_when_a_block_is_full) {
   sample_study study({.samples = 510});
   study.add_implicit("SN+ Sample Number (READONLY)", KIND_SAMPLE_NUMBER);
   auto variables = add_all_forms(study, 1);
@@ -67,7 +67,7 @@ TEST(Append, DataFilesGrowOnlyWhenABlockIsFull) {
   EXPECT_EQ(read_file(study.file_path() + "/VARI.1/DATAVAR"), "");
 }
 
-TEST(Append, ACompressedDataFileIsPutBackFirst) {
+TEST(append, a_compressed_data_file_is_put_back_first) {
   sample_study study({.samples = 512});
   std::string data = noise(512, 5), path = study.add("V", VAR_FLOAT, 8, "");
   std::filesystem::remove(path + "/DATAVAR");
@@ -78,7 +78,7 @@ TEST(Append, ACompressedDataFileIsPutBackFirst) {
   EXPECT_EQ(read_file(path + "/DATAVAR"), data + std::string(512, '\xFF'));
 }
 
-TEST(Append, EachAppendToALinesFileIsOneLine) {
+TEST(append, each_append_to_a_lines_file_is_one_line) {
   sample_study study({.samples = 0, .organisation = ORG_LINES_GRAVITY, .line_table = {1}});
   std::string table = study.file_path() + "/LINE";
   for (const char* derived : {"/RPD", "/PTD"}) write_file(study.file_path() + derived, "computed");
@@ -134,7 +134,7 @@ void check_macro_growth(int bits, std::int64_t old_samples, std::int64_t added) 
   EXPECT_EQ(read_file(path + "/MACRO"), bytes().i32(1100, 3, 5, 0, -7, 0).str());
 }
 
-TEST(Append, MacroColumnsMoveToTheirNewDistance) {
+TEST(append, macro_columns_move_to_their_new_distance) {
   for (int bits : numeric_bits)
     for (std::int64_t added : {1, 3, 8, 502, 503, 1500}) check_macro_growth(bits, 10, added);
   check_macro_growth(1, 40001, 5);
@@ -142,7 +142,7 @@ TEST(Append, MacroColumnsMoveToTheirNewDistance) {
   check_macro_growth(16, 20000, 1);
 }
 
-TEST(Append, ASelectedMacroColumnStaysUsable) {
+TEST(append, a_selected_macro_column_stays_usable) {
   sample_study study({.samples = 4});
   std::string data = "abcdABCD" + std::string(1016, '\xFF');
   study.add_macro("Grade[xxxxx]", 8, data, {1, 2});
@@ -166,7 +166,7 @@ std::string tree_of(const std::string& path) {
   return all;
 }
 
-TEST(Append, AFileThatCannotGrowStaysAsItIs) {
+TEST(append, a_file_that_cannot_grow_stays_as_it_is) {
   struct damage {
     const char* name;
     std::function<void(sample_study&)> act;
@@ -195,7 +195,7 @@ TEST(Append, AFileThatCannotGrowStaysAsItIs) {
   }
 }
 
-TEST(Append, SizesBeyond64BitsAreRefused) {
+TEST(append, sizes_beyond_64_bits_are_refused) {
   sample_study study({.samples = 512});
   study.add("V", VAR_FLOAT, 64, noise(4096, 1));
   std::string before = tree_of(study.file_path());
@@ -220,7 +220,7 @@ void add_mixture(sample_study& study) {
 }
 const file_shape mixture_shape = {.samples = 512, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 513}};
 
-TEST(Append, AFailureLeavesTheFileAsItWas) {
+TEST(append, a_failure_leaves_the_file_as_it_was) {
   sample_study study(mixture_shape);
   add_mixture(study);
   const std::string before = tree_of(study.file_path());
@@ -243,7 +243,7 @@ TEST(Append, AFailureLeavesTheFileAsItWas) {
   EXPECT_EQ(read_file(study.file_path() + "/LINE"), bytes().i64(1, 513, 514).str());
 }
 
-TEST(Append, AFullDiskIsMetBeforeAnArchiveIsExpanded) {
+TEST(append, a_full_disk_is_met_before_an_archive_is_expanded) {
   sample_study study({.samples = 512});
   const std::string path = study.add("V", VAR_FLOAT, 8, "");
   std::filesystem::remove(path + "/DATAVAR");
@@ -257,14 +257,14 @@ TEST(Append, AFullDiskIsMetBeforeAnArchiveIsExpanded) {
   EXPECT_TRUE(tree_of(study.file_path()) == before);
 }
 
-TEST(Append, WhatAKilledGrowthHasLeftIsWrittenOver) {
+TEST(append, what_a_killed_growth_has_left_is_written_over) {
   sample_study study({.samples = 512});
   const std::string path = study.add("V", VAR_FLOAT, 64, noise(4096, 3) + block_of(64).substr(0, 1003));
   ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
   EXPECT_EQ(read_file(path + "/DATAVAR"), noise(4096, 3) + block_of(64));
 }
 
-TEST(Append, ADamagedCapacityIsNamed) {
+TEST(append, a_damaged_capacity_is_named) {
   sample_study study({.samples = 512});
   study.add("V", VAR_FLOAT, 8, noise(512, 1));
   file_fields fields = {.name = "File", .organisation = ORG_POINTS, .dimension = 3};

@@ -10,7 +10,7 @@
 namespace qrd::test {
 namespace {
 
-TEST(Lines, ATableIsReadAndChecked) {
+TEST(lines, a_table_is_read_and_checked) {
   temporary_directory folder;
   qd_file_record record;
   record.line_count = 3;
@@ -39,7 +39,7 @@ TEST(Lines, ATableIsReadAndChecked) {
   EXPECT_FALSE(qd_line_table_read(folder.path().c_str(), record, offsets));
 }
 
-TEST(Lines, LengthsNeedALinesFileWithItsTable) {
+TEST(lines, lengths_need_a_lines_file_with_its_table) {
   std::vector<std::int64_t> counts;
   sample_study study({.samples = 5, .organisation = ORG_LINES_CORES, .line_table = {1, 4, 6}});
   const std::string table = study.file_path() + "/LINE";

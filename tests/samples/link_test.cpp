@@ -52,7 +52,7 @@ class linked_study : public sample_study {
   }
 };
 
-TEST(Link, ADeletionEndsBothSidesFromEither) {
+TEST(link, a_deletion_ends_both_sides_from_either) {
   for (const char* side : {"Holes", "Collars"}) {
     for (bool reset : {true, false}) {
       linked_study study;
@@ -67,7 +67,7 @@ TEST(Link, ADeletionEndsBothSidesFromEither) {
   }
 }
 
-TEST(Link, AVanishedPartnerIsForgotten) {
+TEST(link, a_vanished_partner_is_forgotten) {
   linked_study study;
   study.write_links("Gone", "");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
@@ -81,7 +81,7 @@ TEST(Link, AVanishedPartnerIsForgotten) {
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
-TEST(Link, NeedsTwoFilesOfTheRightSortAndEndsTheirFormerLinks) {
+TEST(link, needs_two_files_of_the_right_sort_and_ends_their_former_links) {
   linked_study study;
   // What another server may have done since the caller's test.
   for (auto [lines, points] :
@@ -95,7 +95,7 @@ TEST(Link, NeedsTwoFilesOfTheRightSortAndEndsTheirFormerLinks) {
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
-TEST(Link, AFullDiskLeavesBothSidesAndTheLineName) {
+TEST(link, a_full_disk_leaves_both_sides_and_the_line_name) {
   linked_study study;
   study.write_links("Holes", "Collars");
   const std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
@@ -126,7 +126,7 @@ TEST(Link, AFullDiskLeavesBothSidesAndTheLineName) {
       EXPECT_FALSE(entry.path().filename().string().starts_with("N_")) << entry.path();
 }
 
-TEST(Link, ThePartnerOfADeletedFileIsFreedOnlyFromThatFile) {
+TEST(link, the_partner_of_a_deleted_file_is_freed_only_from_that_file) {
   linked_study study;
   study.write_links("Holes", "Collars");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
@@ -137,9 +137,9 @@ TEST(Link, ThePartnerOfADeletedFileIsFreedOnlyFromThatFile) {
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
-class LineName : public testing::Test {
+class line_names : public testing::Test {
  protected:
-  LineName() { study.write_links("Holes", "Collars"); }
+  line_names() { study.write_links("Holes", "Collars"); }
   int make(const char* variable, std::string* console = nullptr) {
     int result = -1;
     std::string said = console_of([&] { result = qd_var_as_line_name("Dir", "Collars", variable); });
@@ -149,7 +149,7 @@ class LineName : public testing::Test {
   linked_study study;
 };
 
-TEST_F(LineName, TheNewVariableTakesTheRoleFromTheFormer) {
+TEST_F(line_names, the_new_variable_takes_the_role_from_the_former) {
   std::string former = study.add_names("Old", "ab", KIND_LINE_NAME);
   std::string names = study.add_names("New", " cd d ");
   EXPECT_EQ(make("New"), 0);
@@ -159,7 +159,7 @@ TEST_F(LineName, TheNewVariableTakesTheRoleFromTheFormer) {
   EXPECT_EQ(study.kind_of(names), KIND_LINE_NAME);
 }
 
-TEST_F(LineName, EverySampleNeedsANameOfItsOwn) {
+TEST_F(line_names, every_sample_needs_a_name_of_its_own) {
   struct wrong_names {
     const char* texts;
     const char* console;

@@ -23,10 +23,10 @@ int add(const std::vector<std::int64_t>& indices, const std::vector<const char*>
 }
 
 // A file of 600 samples in 1024 with one macro variable of 16 bits.
-class MacroCreate : public testing::Test {
+class macro_columns : public testing::Test {
  protected:
   static constexpr std::size_t column_bytes = 2048;
-  MacroCreate() : study({.samples = 600}) {}
+  macro_columns() : study({.samples = 600}) {}
   void make(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
     data = noise(column_bytes * indices.size(), 9);
     path = study.add_macro(macro, 16, data, indices, texts);
@@ -40,7 +40,7 @@ class MacroCreate : public testing::Test {
   std::string data, path;
 };
 
-TEST_F(MacroCreate, FreeSlotsAreTakenBeforeNewOnes) {
+TEST_F(macro_columns, free_slots_are_taken_before_new_ones) {
   make({0});
   EXPECT_EQ(add({5, 3}), 1);
   expect({5, 3});
@@ -50,7 +50,7 @@ TEST_F(MacroCreate, FreeSlotsAreTakenBeforeNewOnes) {
   expect({5, 3, 8, 99999});
 }
 
-TEST_F(MacroCreate, ARetiredIndexTakesItsSlotBack) {
+TEST_F(macro_columns, a_retired_index_takes_its_slot_back) {
   make({4, -7, 0, 9, 0});
   EXPECT_EQ(add({7, 1}), 1);
   expect({4, 7, 1, 9, 0});
@@ -58,7 +58,7 @@ TEST_F(MacroCreate, ARetiredIndexTakesItsSlotBack) {
   expect({4, 7, 1, 9, 2, 6, 10});
 }
 
-TEST_F(MacroCreate, OldIndicesGetTheirNumberAsText) {
+TEST_F(macro_columns, old_indices_get_their_number_as_text) {
   make({4, -7});
   EXPECT_EQ(add({5}, {"gold"}), 1);
   expect({4, -7, 5}, {"4", "7", "gold"});
@@ -70,13 +70,13 @@ TEST_F(MacroCreate, OldIndicesGetTheirNumberAsText) {
   expect({4, 7, 5, 9, 11}, {"4", "7", "gold", "9", "lead"});
 }
 
-TEST_F(MacroCreate, TextsForPresentIndicesOfAMacroWithoutTexts) {
+TEST_F(macro_columns, texts_for_present_indices_of_a_macro_without_texts) {
   make({4, 6});
   EXPECT_EQ(add({6, 4}, {"six", "four"}), 1);
   expect({4, 6}, {"four", "six"});
 }
 
-TEST_F(MacroCreate, ARefusedTextChangesNothing) {
+TEST_F(macro_columns, a_refused_text_changes_nothing) {
   make({4, 6}, {"four", "six"});
   std::string console = console_of([] {
     EXPECT_EQ(add({8}, {"six"}), 0);
@@ -89,7 +89,7 @@ TEST_F(MacroCreate, ARefusedTextChangesNothing) {
   expect({4, 6}, {"four", "six"});
 }
 
-TEST_F(MacroCreate, ATextIsKeptToItsFirst49Characters) {
+TEST_F(macro_columns, a_text_is_kept_to_its_first_49_characters) {
   make({0});
   std::string longer = std::string(49, 'a') + "rest";
   EXPECT_EQ(add({5}, {longer.c_str()}), 1);
@@ -98,7 +98,7 @@ TEST_F(MacroCreate, ATextIsKeptToItsFirst49Characters) {
   expect({5}, {std::string(49, 'a')});
 }
 
-TEST(MacroCreateForms, AFileWithoutCapacityGetsOnlyTheDescriptor) {
+TEST(macro_create_forms, a_file_without_capacity_gets_only_the_descriptor) {
   sample_study study({.samples = 0});
   std::string path = study.add_macro(macro, 8, "", {0});
   EXPECT_EQ(add({1, 2, 3}), 1);
@@ -106,7 +106,7 @@ TEST(MacroCreateForms, AFileWithoutCapacityGetsOnlyTheDescriptor) {
   EXPECT_EQ(read_file(path + "/DATAVAR"), "");
 }
 
-TEST_F(MacroCreate, AFailedWriteLeavesTheVariableAsItWas) {
+TEST_F(macro_columns, a_failed_write_leaves_the_variable_as_it_was) {
   make({4});
   const std::string console = console_of([] {
     file_size_limit disk(column_bytes + 100);
@@ -123,14 +123,14 @@ TEST_F(MacroCreate, AFailedWriteLeavesTheVariableAsItWas) {
   EXPECT_EQ(read_file(path + "/KEPT"), macro_bytes({4}));
 }
 
-TEST_F(MacroCreate, WhatAKilledCreationHasLeftIsWrittenOver) {
+TEST_F(macro_columns, what_a_killed_creation_has_left_is_written_over) {
   make({4});
   write_file(path + "/DATAVAR", data + std::string(777, 'x'));
   EXPECT_EQ(add({5}), 1);
   expect({4, 5});
 }
 
-TEST_F(MacroCreate, ADescriptorThatCannotBeReadIsARefusal) {
+TEST_F(macro_columns, a_descriptor_that_cannot_be_read_is_a_refusal) {
   make({4});
   for (const char* damage : {"damaged", ""}) {
     write_file(path + "/MACRO", damage);
@@ -142,7 +142,7 @@ TEST_F(MacroCreate, ADescriptorThatCannotBeReadIsARefusal) {
   EXPECT_FALSE(std::filesystem::exists(path + "/MACRO"));
 }
 
-TEST_F(MacroCreate, ADamagedCapacityIsNamed) {
+TEST_F(macro_columns, a_damaged_capacity_is_named) {
   make({4});
   file_fields fields = {.name = "File", .organisation = ORG_POINTS, .dimension = 3};
   fields.samples = 600;
@@ -155,9 +155,7 @@ TEST_F(MacroCreate, ADamagedCapacityIsNamed) {
   expect({4});
 }
 
-using MacroCreateDeathTest = MacroCreate;
-
-TEST_F(MacroCreateDeathTest, WrongArgumentsAreFatal) {
+TEST_F(macro_columns, wrong_arguments_are_fatal) {
   make({4}, {"four"});
   study.add("Plain", VAR_FLOAT, 16, std::string(2048, '\1'));
   EXPECT_FATAL(add({-4}), "Bad Indice");

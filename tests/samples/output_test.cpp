@@ -20,9 +20,9 @@ qd_format_record format_of(double factor, const char* unit, int length_flag = 1)
   return format;
 }
 
-class Output : public testing::Test {
+class output_variables : public testing::Test {
  protected:
-  Output() : study({.samples = 4}) {
+  output_variables() : study({.samples = 4}) {
     unit_flag = 1;
     study.add("Flag", VAR_FLOAT, 1, std::string(64, '\1'));
     study.add("Number", VAR_FLOAT, 32, std::string(2048, '\1'));
@@ -52,7 +52,7 @@ class Output : public testing::Test {
   sample_study study;
 };
 
-TEST_F(Output, AVariableThatFitsIsKept) {
+TEST_F(output_variables, a_variable_that_fits_is_kept) {
   std::string before = read_file(study.file_path() + "/VARI.3/DATAVAR");
   const qd_format_record metres = format_of(100.0, "m");
   EXPECT_EQ(ask(1, false, "Metres", VAR_FLOAT, 64, &metres), "");
@@ -65,7 +65,7 @@ TEST_F(Output, AVariableThatFitsIsKept) {
   EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), before);
 }
 
-TEST_F(Output, AMismatchIsReported) {
+TEST_F(output_variables, a_mismatch_is_reported) {
   const qd_format_record metres = format_of(100.0, "m"), feet = format_of(30.48, "ft");
   expect_mismatch("Grade[xxxxx]", VAR_FLOAT, 8, nullptr, "          IS NOT A FLOAT VARIABLE...\n");
   expect_mismatch("Number", VAR_FLOAT, 32, &metres, "          IS NOT A FLOAT LENGTH VARIABLE...\n");
@@ -75,7 +75,7 @@ TEST_F(Output, AMismatchIsReported) {
                   "          HAS A DIFFERENT UNIT (Meter) THAN NEEDED (Foot)...\n");
 }
 
-TEST_F(Output, AnExistingVariableIsReplacedUnlessItPlacesTheSamples) {
+TEST_F(output_variables, an_existing_variable_is_replaced_unless_it_places_the_samples) {
   for (const char* name : {"SN+ Sample Number (READONLY)", "X+ Gravity Center"})
     EXPECT_EQ(ask(0, true, name, VAR_FLOAT, 64),
               head + std::string(name) + "\n          IS READONLY AND CANNOT BE DELETED BEFORE USE...\n\n");
@@ -86,7 +86,7 @@ TEST_F(Output, AnExistingVariableIsReplacedUnlessItPlacesTheSamples) {
   EXPECT_EQ(read_file(study.file_path() + "/VARI.9/DATAVAR"), std::string(512, '\xFF'));
 }
 
-TEST_F(Output, ABadNameIsNotMade) {
+TEST_F(output_variables, a_bad_name_is_not_made) {
   EXPECT_NE(ask(0, true, "Fre{sh", VAR_FLOAT, 8), "");
   EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/VARI.9"));
 }

@@ -4,10 +4,10 @@
 namespace qrd::test {
 namespace {
 
-using Dispatch = open_study;
+using dispatch = open_study;
 
 // The count of a large grid doesn't fit into what an old client reads, and ends the answer in its middle.
-TEST_F(Dispatch, DropsAnAnswerThatCameToNothing) {
+TEST_F(dispatch, drops_an_answer_that_came_to_nothing) {
   expect_done("CGFILENEW", bytes().text("large").i32(2).f64(0, 1).i32(60000).f64(0, 1).i32(60000));
   expect_done("CFILESET", bytes().text("large"));
   expect_answer("CARCH", bytes().i32(0), bytes().text("SARCH").i32(1));

@@ -17,9 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // Starting children makes the system dispose of them; the tests wait for theirs.
-class ExecServer : public testing::Test {
+class exec_server_calls : public testing::Test {
  protected:
-  ~ExecServer() override { std::signal(SIGCHLD, SIG_DFL); }
+  ~exec_server_calls() override { std::signal(SIGCHLD, SIG_DFL); }
 
   std::string script(const std::string& text) const {
     write_file(directory_ / "program", "#!/bin/bash\ncd '" + directory_.path().string() + "'\n" + text);
@@ -34,7 +34,7 @@ class ExecServer : public testing::Test {
   temporary_directory directory_;
 };
 
-TEST_F(ExecServer, PassesEachArgumentWhole) {
+TEST_F(exec_server_calls, passes_each_argument_whole) {
   std::string program = script(
       "printf '%s|' \"$@\" > arguments; ls /proc/self/fd | wc -l > files\n"
       "cut -d' ' -f6 /proc/$$/stat > session\n");
@@ -55,7 +55,7 @@ TEST_F(ExecServer, PassesEachArgumentWhole) {
                               "\nNew Process Id: " + std::to_string(process) + "\n");
 }
 
-TEST_F(ExecServer, APathTakesTheFirstPlace) {
+TEST_F(exec_server_calls, a_path_takes_the_first_place) {
   std::string program = script("");
   const char* arguments[] = {"name", "argument", nullptr};
   captured_trace trace(2);
@@ -65,7 +65,7 @@ TEST_F(ExecServer, APathTakesTheFirstPlace) {
   EXPECT_NE(trace.text().find("command line: \"" + program + "\" argument\n"), std::string::npos);
 }
 
-TEST_F(ExecServer, ReportsAProgramThatIsNotThere) {
+TEST_F(exec_server_calls, reports_a_program_that_is_not_there) {
   captured_errors errors;
   const char* arguments[] = {"/nowhere/program", nullptr};
   EXPECT_EQ(_qrd_exec_server(nullptr, arguments), -1);
@@ -73,7 +73,7 @@ TEST_F(ExecServer, ReportsAProgramThatIsNotThere) {
             std::vector<std::string>{"_qrd_exec_server: No such file or directory"});
 }
 
-TEST_F(ExecServer, LeavesNoZombieOfAnyChild) {
+TEST_F(exec_server_calls, leaves_no_zombie_of_any_child) {
   // A child that ends while another is being started.
   std::signal(SIGCHLD, SIG_DFL);
   pid_t earlier = fork();

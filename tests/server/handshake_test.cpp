@@ -38,7 +38,7 @@ const std::string arch_answer = bytes().text("SARCH").i32(1).str();
 const std::string goodbye = bytes().text("CBYE BYE").str();
 const std::string goodbye_answer = bytes().text("SBYE BYE").str();
 
-TEST(Handshake, WholeConversation) {
+TEST(handshake, whole_conversation) {
   server_process server;
   raw_connection client = server.connect();
   expect_answer(client, hello(1300030), bytes().text("SWELCOME").i32(1300030).str());
@@ -58,7 +58,7 @@ TEST(Handshake, WholeConversation) {
   EXPECT_EQ(server.errors(), "");
 }
 
-TEST(Handshake, OldestClientNamesTheRoot) {
+TEST(handshake, oldest_client_names_the_root) {
   server_process server;
   raw_connection client = server.connect();
   expect_answer(client, hello(100, "/nowhere/at all"),
@@ -76,7 +76,7 @@ TEST(Handshake, OldestClientNamesTheRoot) {
   expect_answer(client, arch, arch_answer);
 }
 
-TEST(Handshake, AllRequestNames) {
+TEST(handshake, all_request_names) {
   const char* const names[] = {
       "CHELLO",    "CNEWSESS",  "CQRDDATA",  "CSUPREQ",   "CARCH",     "CBYE BYE",  "CUNITMODE", "CDISTUSET",
       "CUNITCR",   "CSTUDYLST", "CSTUDYSET", "CSTUDYNEW", "CSTUDYDEL", "CDIRNEW",   "CDIRLST",   "CDIRXIST",
@@ -98,7 +98,7 @@ TEST(Handshake, AllRequestNames) {
 }
 
 // A name that nobody knows is answered after half a second of silence; what came meanwhile is dropped.
-TEST(Unknown, IsRefusedAfterTheClientHasBeenSilent) {
+TEST(unknown, is_refused_after_the_client_has_been_silent) {
   server_process server({.arguments = {"-debug"}});
   raw_connection client = server.connect();
   auto start = clock::now();
@@ -122,7 +122,7 @@ TEST(Unknown, IsRefusedAfterTheClientHasBeenSilent) {
 
 // Arguments in the segment of the unknown name stay in the buffer; the refusal is written over them, and
 // its text's length is then read as that of a name.
-TEST(Unknown, ArgumentsInTheSameSegmentAreTakenForTheNextRequest) {
+TEST(unknown, arguments_in_the_same_segment_are_taken_for_the_next_request) {
   server_process server;
   raw_connection client = server.connect();
   std::string expected = refusal("Unrecognized request [CNOPE]");
@@ -133,7 +133,7 @@ TEST(Unknown, ArgumentsInTheSameSegmentAreTakenForTheNextRequest) {
   EXPECT_EQ(server.wait(), 1);
 }
 
-TEST(BrokenConnection, EndsTheServerWithOne) {
+TEST(broken_connection, ends_the_server_with_one) {
   const std::string beginnings[] = {"", bytes().text("CARCH").raw("\1\2").str(), bytes().raw("\1").str(),
                                     bytes().text("1234567890").str(),
                                     bytes().text("CHELLO").i32(10000).str()};
@@ -145,7 +145,7 @@ TEST(BrokenConnection, EndsTheServerWithOne) {
   for (server_process& server : servers) EXPECT_EQ(server.wait(), 1);
 }
 
-TEST(Connection, AnswersAtOnceAndKeepsAlive) {
+TEST(connection, answers_at_once_and_keeps_alive) {
   server_process server;
   raw_connection client = server.connect();
   // 1024 bytes: 12 of the name, 1012 of the text with its length.
@@ -162,7 +162,7 @@ TEST(Connection, AnswersAtOnceAndKeepsAlive) {
   EXPECT_LT(clock::now() - start, 1s) << "an answer of a full buffer waited for the network";
 }
 
-TEST(Debug, ClosedStandardStreamsDoNotBecomeSockets) {
+TEST(debug, closed_standard_streams_do_not_become_sockets) {
   server_process server({.arguments = {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", QRD_SERVER_PROGRAM, "-debug"},
                          .program = "/bin/sh"});
   raw_connection client = server.connect();
@@ -173,7 +173,7 @@ TEST(Debug, ClosedStandardStreamsDoNotBecomeSockets) {
               "/dev/null");
 }
 
-TEST(Debug, ShowsTheTrafficWithTheContext) {
+TEST(debug, shows_the_traffic_with_the_context) {
   server_process server({.arguments = {"-debug"}});
   {
     raw_connection client = server.connect();
@@ -214,7 +214,7 @@ std::string without_numbers(const std::string& trace) {
   return result;
 }
 
-TEST(Trace, OfAWholeSession) {
+TEST(trace, of_a_whole_session) {
   temporary_directory directory;
   server_process server(
       {.environment = {{"QRD_SERVER_TRACE", "5"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}}});

@@ -27,7 +27,7 @@ extern "C" int accept4(int listening, sockaddr* peer, socklen_t* size, int flags
 namespace qrd::test {
 namespace {
 
-TEST(WaitConnect, AConnectionsErrorIsNotTheListeners) {
+TEST(wait_connect, a_connections_error_is_not_the_listeners) {
   captured_errors errors;
   open_socket listening;
   std::uint16_t port = 0;
@@ -48,7 +48,7 @@ TEST(WaitConnect, AConnectionsErrorIsNotTheListeners) {
   EXPECT_EQ(captured_errors::texts().back().substr(0, 24), "Call to accept() failed.");
 }
 
-TEST(WaitConnect, ANewConnectionFindsAnEmptyBuffer) {
+TEST(wait_connect, a_new_connection_finds_an_empty_buffer) {
   wire before;
   before.arrive(bytes().i32(1, 2).str());
   std::int32_t word = 0;

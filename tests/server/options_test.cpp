@@ -34,7 +34,7 @@ struct option_case {
   std::string errors;
 };
 
-TEST(Options, EachHasItsEffect) {
+TEST(options, each_has_its_effect) {
   const option_case cases[] = {
       {{"-help"}, 0, help, ""},
       {{"-port"}, 1, usage, ""},
@@ -67,7 +67,7 @@ std::string between(const std::string& text, const std::string& before, const st
   return text.substr(start, text.find(after, start) - start);
 }
 
-TEST(Options, PortsAreSixteenBits) {
+TEST(options, ports_are_sixteen_bits) {
   struct {
     std::vector<std::string> arguments;
     std::string address_and_port;
@@ -89,7 +89,7 @@ TEST(Options, PortsAreSixteenBits) {
   }
 }
 
-TEST(StartTrace, TellsTheArguments) {
+TEST(start_trace, tells_the_arguments) {
   temporary_directory directory;
   server_run run = run_server(
       {.arguments = {"-port", "12", "-debug", "other", "-help", "-multi"},
@@ -106,7 +106,7 @@ TEST(StartTrace, TellsTheArguments) {
   EXPECT_NE(run.output.find("): Setting debug mode to on.\nUsage:"), std::string::npos) << run.output;
 }
 
-TEST(StartTrace, NeedsANumberAboveZero) {
+TEST(start_trace, needs_a_number_above_zero) {
   temporary_directory directory;
   for (const char* level : {"0", "-1", "yes", ""}) {
     run_server(
@@ -116,7 +116,7 @@ TEST(StartTrace, NeedsANumberAboveZero) {
   }
 }
 
-TEST(StartTrace, DefaultFileIsOnePerProcessAndNoLink) {
+TEST(start_trace, default_file_is_one_per_process_and_no_link) {
   temporary_directory directory;
   const std::map<std::string, std::string> environment = {{"QRD_SERVER_TRACE", "5"},
                                                           {"TMPDIR", directory.path().string()}};

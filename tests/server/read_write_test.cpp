@@ -29,7 +29,7 @@ int write_text(wire& line, const char* text, std::uint32_t limit) {
   return _qrd_write_string(line.near(), &text, limit);
 }
 
-TEST(Write, EachTypeHasItsBytes) {
+TEST(write, each_type_has_its_bytes) {
   wire line;
   const std::int32_t number = -2, no = 0, yes = 77;
   const std::int64_t large = 0x0102030405060708;
@@ -52,7 +52,7 @@ TEST(Write, EachTypeHasItsBytes) {
                                         .str()});
 }
 
-TEST(Read, EachTypeFromItsBytes) {
+TEST(read, each_type_from_its_bytes) {
   wire line;
   client_is_64bits = 1;
   line.arrive(bytes()
@@ -82,7 +82,7 @@ TEST(Read, EachTypeFromItsBytes) {
   EXPECT_EQ(std::string(raw, 3), "xyz");
 }
 
-TEST(Write, LongTakesFourBytesTowardsASmallClient) {
+TEST(write, long_takes_four_bytes_towards_a_small_client) {
   wire line;
   captured_errors errors;
   const std::int64_t lowest = -2147483648LL, highest = 2147483647, below = lowest - 1, above = highest + 1;
@@ -105,7 +105,7 @@ TEST(Write, LongTakesFourBytesTowardsASmallClient) {
   EXPECT_EQ(half, -1) << "both sides must be 64-bit";
 }
 
-TEST(Write, AFullBufferIsSentAtOnce) {
+TEST(write, a_full_buffer_is_sent_at_once) {
   wire line;
   std::vector<std::int32_t> values(256);
   std::iota(values.begin(), values.end(), 0);
@@ -119,7 +119,7 @@ TEST(Write, AFullBufferIsSentAtOnce) {
   EXPECT_EQ(line.all_sends(), texts{});
 }
 
-TEST(Write, ADoubleStraddlesTwoSendsAndALongDoesNot) {
+TEST(write, a_double_straddles_two_sends_and_a_long_does_not) {
   wire line;
   client_is_64bits = 1;
   write_all(line, std::vector<std::int32_t>(255, 9));
@@ -139,7 +139,7 @@ TEST(Write, ADoubleStraddlesTwoSendsAndALongDoesNot) {
   EXPECT_EQ(sent[1], bytes().i64(5).str());
 }
 
-TEST(Write, ALargeBlockGoesOutInFullBuffers) {
+TEST(write, a_large_block_goes_out_in_full_buffers) {
   wire line;
   std::string block;
   for (int i = 0; i < 2500; ++i) block += static_cast<char>(i * 7);
@@ -152,7 +152,7 @@ TEST(Write, ALargeBlockGoesOutInFullBuffers) {
   EXPECT_EQ(line.sends(), texts{bytes().i32(1).str() + block.substr(0, 1020)});
 }
 
-TEST(Write, WithoutASocketNothingIsTouched) {
+TEST(write, without_a_socket_nothing_is_touched) {
   wire line;
   write_all(line, {1});
   const std::int32_t number = 2;
@@ -167,7 +167,7 @@ TEST(Write, WithoutASocketNothingIsTouched) {
   EXPECT_EQ(line.all_sends(), texts{bytes().i32(1).str()});
 }
 
-TEST(Write, AClosedPeerIsAFailureAndTheBytesAreDropped) {
+TEST(write, a_closed_peer_is_a_failure_and_the_bytes_are_dropped) {
   wire line;
   line.hang_up();
   const std::int32_t number = 2;
@@ -176,7 +176,7 @@ TEST(Write, AClosedPeerIsAFailureAndTheBytesAreDropped) {
   EXPECT_TRUE(_qrd_flush_write(line.near())) << "nothing is left to send";
 }
 
-TEST(Strings, LimitsCountTheTerminator) {
+TEST(strings, limits_count_the_terminator) {
   wire line;
   line.arrive(bytes().text("123456789").text("1234567890").str());
   char name[11] = "";
@@ -193,7 +193,7 @@ TEST(Strings, LimitsCountTheTerminator) {
   EXPECT_EQ(line.all_sends(), texts{bytes().text("1234567890").i32(11).str()});
 }
 
-TEST(Strings, MinusOneIsNoTextAndOtherNegativesAreRefused) {
+TEST(strings, minus_one_is_no_text_and_other_negatives_are_refused) {
   wire line;
   line.arrive(bytes().i32(-1, -1, -2, -2147483647 - 1).str());
   char* absent = nullptr;
@@ -208,7 +208,7 @@ TEST(Strings, MinusOneIsNoTextAndOtherNegativesAreRefused) {
   EXPECT_EQ(absent, nullptr);
 }
 
-TEST(Strings, UnlimitedOnesGrowAsTheyArrive) {
+TEST(strings, unlimited_ones_grow_as_they_arrive) {
   for (std::size_t size : {65534U, 65535U, 65536U, 65537U, 131072U, 300001U}) {
     wire line(SOCK_STREAM);
     std::string expected(size, 'a');
@@ -228,7 +228,7 @@ TEST(Strings, UnlimitedOnesGrowAsTheyArrive) {
   }
 }
 
-TEST(Strings, AHugeAnnouncementTakesNoMemoryBeforeItArrives) {
+TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
   wire line(SOCK_STREAM);
   client_socket = line.near();
   line.arrive(bytes().i32(-2).raw("only this").str());
@@ -251,7 +251,7 @@ TEST(Strings, AHugeAnnouncementTakesNoMemoryBeforeItArrives) {
   client_socket = no_socket;
 }
 
-TEST(Strings, AnArrayOfManyTextsIsReadWhole) {
+TEST(strings, an_array_of_many_texts_is_read_whole) {
   constexpr std::int64_t count = 5000;
   wire line(SOCK_STREAM);
   client_socket = line.near();
@@ -266,7 +266,7 @@ TEST(Strings, AnArrayOfManyTextsIsReadWhole) {
   client_socket = no_socket;
 }
 
-TEST(Read, AnEndInTheMiddleOfAValueFails) {
+TEST(read, an_end_in_the_middle_of_a_value_fails) {
   wire line(SOCK_STREAM);
   line.arrive(bytes().i32(1).raw("\1\2").str());
   line.hang_up();
@@ -279,7 +279,7 @@ TEST(Read, AnEndInTheMiddleOfAValueFails) {
 }
 
 // Clients of one process share the buffer of both directions: an answer overwrites what came too early.
-TEST(Buffer, AnAnswerOverwritesUnreadBytes) {
+TEST(buffer, an_answer_overwrites_unread_bytes) {
   wire line;
   line.arrive(bytes().i32(1, 2, 3).str());
   std::int32_t number = 0;
@@ -292,7 +292,7 @@ TEST(Buffer, AnAnswerOverwritesUnreadBytes) {
 }
 
 // Arrays must not be told from a loop over their elements: the same sends, from every position.
-TEST(Arrays, AreSentLikeTheirElements) {
+TEST(arrays, are_sent_like_their_elements) {
   std::vector<double> values(400);
   std::vector<std::int32_t> numbers(700);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::sin(static_cast<double>(i));
@@ -330,7 +330,7 @@ std::vector<std::string> fills(const std::string& trace) {
   return lines;
 }
 
-TEST(Arrays, AreReadLikeTheirElements) {
+TEST(arrays, are_read_like_their_elements) {
   constexpr std::int64_t count = 1000;
   std::vector<double> values(count);
   for (std::int64_t i = 0; i < count; ++i)
@@ -362,7 +362,7 @@ TEST(Arrays, AreReadLikeTheirElements) {
   }
 }
 
-TEST(Arrays, ATraceShowsTenValues) {
+TEST(arrays, a_trace_shows_ten_values) {
   wire line;
   const std::vector<std::int32_t> values = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
   const std::string ten =
@@ -390,7 +390,7 @@ TEST(Arrays, ATraceShowsTenValues) {
 }
 
 // In whatever blocks the code moves it.
-TEST(Arrays, ATraceShowsTenValuesOfAllParts) {
+TEST(arrays, a_trace_shows_ten_values_of_all_parts) {
   wire line;
   const std::vector<double> values = {0.5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
   const std::string ten =
@@ -415,7 +415,7 @@ TEST(Arrays, ATraceShowsTenValuesOfAllParts) {
   EXPECT_TRUE(trace.text().ends_with("\n" + ten + "... + some other 1 values\n")) << trace.text();
 }
 
-TEST(ValueTrace, HasALineForEachValue) {
+TEST(value_trace, has_a_line_for_each_value) {
   wire line;
   const std::int32_t number = -3, truth = 8;
   const std::int64_t large = 1LL << 40, small = 12;
@@ -458,7 +458,7 @@ TEST(ValueTrace, HasALineForEachValue) {
 }
 
 // A signal that cuts a send short must not cut the data short.
-TEST(Write, SignalsLoseNoBytes) {
+TEST(write, signals_lose_no_bytes) {
   wire line(SOCK_STREAM);
   const int small = 2048;
   setsockopt(static_cast<int>(line.near()), SOL_SOCKET, SO_SNDBUF, &small, sizeof small);

@@ -64,7 +64,7 @@ bool becomes_true(const std::function<bool()>& condition, std::chrono::milliseco
   return condition();
 }
 
-TEST(MultiSession, ServesOneClientAfterTheOther) {
+TEST(multi_session, serves_one_client_after_the_other) {
   for (const char* option : {"-multi", "-multisession"}) {
     server_process server({.arguments = {option}});
     for (int i = 0; i < 3; ++i) {
@@ -84,7 +84,7 @@ TEST(MultiSession, ServesOneClientAfterTheOther) {
   }
 }
 
-TEST(MultiSession, GivesEachClientAProcess) {
+TEST(multi_session, gives_each_client_a_process) {
   server_process server({.arguments = {"-multi"}});
   raw_connection first = session_of(server);
   raw_connection second = session_of(server);
@@ -113,7 +113,7 @@ TEST(MultiSession, GivesEachClientAProcess) {
   EXPECT_EQ(third.exchange(arch, 16), arch_answer);
 }
 
-TEST(MultiSession, TellsTheChildOfOldClientsAndOfDebugging) {
+TEST(multi_session, tells_the_child_of_old_clients_and_of_debugging) {
   temporary_directory directory;
   auto command_line = [&](const std::string& version_option, std::int32_t client_version) {
     fs::remove(directory / "trace");
@@ -151,7 +151,7 @@ std::string parent_beside(const temporary_directory& directory, const std::strin
   return directory / "parent";
 }
 
-TEST(MultiSession, AChildThatDoesNotCallIsASilentFailure) {
+TEST(multi_session, a_child_that_does_not_call_is_a_silent_failure) {
   for (const char* script : {"", "#!/bin/sh\nexit 3\n", "#!/bin/sh\nkill -9 $$\n"}) {
     temporary_directory directory;
     server_process server({.arguments = {"-multi"},
@@ -172,7 +172,7 @@ TEST(MultiSession, AChildThatDoesNotCallIsASilentFailure) {
 }
 
 // A child that breaks its call off must leave nothing in the client's stream.
-TEST(MultiSession, ABrokenCallLeavesTheStreamInOrder) {
+TEST(multi_session, a_broken_call_leaves_the_stream_in_order) {
   temporary_directory directory;
   server_process server(
       {.arguments = {"-multi"},
@@ -184,7 +184,7 @@ TEST(MultiSession, ABrokenCallLeavesTheStreamInOrder) {
   EXPECT_EQ(client.exchange(arch, 16), arch_answer);
 }
 
-TEST(MultiSession, EndsWhileItWaitsForAChild) {
+TEST(multi_session, ends_while_it_waits_for_a_child) {
   temporary_directory directory;
   server_process server(
       {.arguments = {"-multi"},
@@ -203,7 +203,7 @@ TEST(MultiSession, EndsWhileItWaitsForAChild) {
   for (pid_t child : children) kill(child, SIGKILL);
 }
 
-TEST(Controlled, FailsWhenNobodyListens) {
+TEST(controlled, fails_when_nobody_listens) {
   std::uint16_t free_port = listening_port().port();
   server_run run = run_server({.arguments = {"-port", "6000", "-control", std::to_string(free_port)}});
   EXPECT_EQ(run.status, 1);
@@ -213,7 +213,7 @@ TEST(Controlled, FailsWhenNobodyListens) {
                 "actively refused it\nQRDserver ERROR: Cannot initialize server.\n");
 }
 
-TEST(Controlled, ListensOnTheGivenAddressAlone) {
+TEST(controlled, listens_on_the_given_address_alone) {
   server_process server({.environment = {{"QRD_LISTEN_ADDRESS", "127.0.0.2"}}});
   EXPECT_THROW(server.connect(), std::exception) << "it is not on 127.0.0.1";
 
@@ -223,7 +223,7 @@ TEST(Controlled, ListensOnTheGivenAddressAlone) {
   EXPECT_EQ(client.exchange(arch, 16), arch_answer);
 }
 
-TEST(Listening, ASecondServerOnAPortFails) {
+TEST(listening, a_second_server_on_a_port_fails) {
   server_process first({.arguments = {"-multi"}});
   server_run run = run_server({.arguments = {"-port", std::to_string(first.port())}});
   EXPECT_EQ(run.status, 1);
@@ -232,7 +232,7 @@ TEST(Listening, ASecondServerOnAPortFails) {
             "use by another socket\nQRDserver ERROR: Cannot initialize server.\n");
 }
 
-TEST(Fork, LeavesADetachedCopy) {
+TEST(fork, leaves_a_detached_copy) {
   listening_port control;
   server_process starter(
       {.arguments = {"-fork", "-control", std::to_string(control.port()), "-debug", "-fork"},
@@ -249,7 +249,7 @@ TEST(Fork, LeavesADetachedCopy) {
 }
 
 // What the last client left in the buffer, and a want of descriptors, do no harm to the next one.
-TEST(MultiSession, ANewClientBeginsAnew) {
+TEST(multi_session, a_new_client_begins_anew) {
   server_process server({.arguments = {"-multi"}});
   raw_connection first = server.connect();
   // Its last request takes the beginning of another one off the socket.
@@ -259,7 +259,7 @@ TEST(MultiSession, ANewClientBeginsAnew) {
   EXPECT_EQ(second.exchange(arch, 16), arch_answer);
 }
 
-TEST(MultiSession, WaitsForADescriptor) {
+TEST(multi_session, waits_for_a_descriptor) {
   server_process server({.arguments = {"-multi"}});
   raw_connection first = server.connect();
   EXPECT_EQ(first.exchange(arch, 16), arch_answer);

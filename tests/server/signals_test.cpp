@@ -33,7 +33,7 @@ void expect_end(server_process& server, int signal) {
   EXPECT_LT(clock::now() - start, 2s);
 }
 
-TEST(Signals, EndFromEveryState) {
+TEST(signals, end_from_every_state) {
   const state states[] = {
       {"waiting for a client", [](server_process&, raw_connection&) {}},
       {"waiting for a request", [](server_process& s, raw_connection& c) { c = s.connect(); }},
@@ -82,7 +82,7 @@ TEST(Signals, EndFromEveryState) {
 }
 
 // A signal at any moment of the start, also between two system calls.
-TEST(Signals, EndAtAnyMomentOfTheStart) {
+TEST(signals, end_at_any_moment_of_the_start) {
   for (int microseconds = 0; microseconds < 40'000; microseconds += 2500) {
     listening_port control;
     server_process server(
@@ -94,7 +94,7 @@ TEST(Signals, EndAtAnyMomentOfTheStart) {
   }
 }
 
-TEST(Signals, EndWhereTheProcessCannotLeaveInGoodOrder) {
+TEST(signals, end_where_the_process_cannot_leave_in_good_order) {
   temporary_directory directory;
   ASSERT_EQ(mkfifo((directory / "trace").c_str(), 0600), 0);
   server_process server(
@@ -125,7 +125,7 @@ TEST(Signals, EndWhereTheProcessCannotLeaveInGoodOrder) {
   std::_Exit(is_written ? 1 : is_read ? 2 : 7);
 }
 
-TEST(SignalsDeathTest, ReleaseABlockedSend) {
+TEST(signals, release_a_blocked_send) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(block_until_signal(), testing::ExitedWithCode(7), "");
 }
@@ -149,7 +149,7 @@ void spend(std::chrono::milliseconds time) {
   std::_Exit(7);
 }
 
-TEST(SignalsDeathTest, LetACriticalStepFinish) {
+TEST(signals, let_a_critical_step_finish) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(be_busy(700ms, 150ms), testing::ExitedWithCode(7), "^step done, ended itself$")
       << "there is time for an end in good order behind the step";
@@ -163,7 +163,7 @@ bool has_lock(const std::filesystem::path& root) {
   return false;
 }
 
-TEST(Signals, RemoveTheLock) {
+TEST(signals, remove_the_lock) {
   for (int signal : {SIGTERM, SIGINT}) {
     temporary_directory home;
     server_process server({.environment = {{"XDG_DATA_HOME", home.path().string()}}});

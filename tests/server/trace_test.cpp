@@ -17,7 +17,7 @@
 namespace qrd::test {
 namespace {
 
-TEST(Trace, IndentsByDepth) {
+TEST(trace, indents_by_depth) {
   captured_trace trace(1);
   _qrd_trace("start %d", 7);
   _qrd_trace_enter("outer", 0);
@@ -32,7 +32,7 @@ TEST(Trace, IndentsByDepth) {
             "Function returned\nend\n");
 }
 
-TEST(Trace, DepthIsLimitedToFive) {
+TEST(trace, depth_is_limited_to_five) {
   captured_trace trace(1);
   for (int i = 1; i <= 6; ++i) _qrd_trace_enter("f", 0);
   _qrd_trace("deep");
@@ -42,7 +42,7 @@ TEST(Trace, DepthIsLimitedToFive) {
   EXPECT_EQ(trace_indent, 5);
 }
 
-TEST(Trace, AnExitTooManyIsTold) {
+TEST(trace, an_exit_too_many_is_told) {
   captured_trace trace(1);
   _qrd_trace_exit("%d", 3);
   EXPECT_EQ(trace.text(), "Error in debug print (wrong indent) !!!!!!\nFunction returned 3\n");
@@ -65,7 +65,7 @@ TEST(Trace, AnExitTooManyIsTold) {
 }
 
 // Its folder belongs to everybody, and its name can be guessed.
-TEST(TraceDeathTest, TheDefaultFileIsAnOwnOne) {
+TEST(trace, the_default_file_is_an_own_one) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(trace_over([](const std::string&) {}), testing::ExitedWithCode(7), "");
   EXPECT_EXIT(trace_over([](const std::string& path) { write_file(path, "before"); }),
@@ -83,7 +83,7 @@ TEST(TraceDeathTest, TheDefaultFileIsAnOwnOne) {
               testing::ExitedWithCode(0), "");
 }
 
-TEST(Errors, GoToTheSinkAndTheTrace) {
+TEST(errors, go_to_the_sink_and_the_trace) {
   captured_trace trace(1);
   captured_errors errors;
   _qrd_error("bad %s", "100%d");
@@ -103,7 +103,7 @@ TEST(Errors, GoToTheSinkAndTheTrace) {
       << trace.text();
 }
 
-TEST(Errors, SocketErrorsHaveTheirTexts) {
+TEST(errors, socket_errors_have_their_texts) {
   EXPECT_STREQ(socket_error_text(0), "No error");
   EXPECT_STREQ(socket_error_text(ECONNRESET),
                "An existing connection was forcibly closed by the remote host");
@@ -112,7 +112,7 @@ TEST(Errors, SocketErrorsHaveTheirTexts) {
   EXPECT_STREQ(socket_error_text(123456), "No error");
 }
 
-TEST(Debug, WordsFollowTheRole) {
+TEST(debug, words_follow_the_role) {
   captured_trace trace(1);
   testing::internal::CaptureStdout();
   is_server = 0;

@@ -17,9 +17,9 @@
 namespace qrd::test {
 namespace {
 
-class Delete : public open_study {};
+class deletion : public open_study {};
 
-TEST_F(Delete, NewDirectoryRefusesInOrder) {
+TEST_F(deletion, new_directory_refuses_in_order) {
   expect_refused("CDIRNEW", bytes().text("D"), "Directory S: D already exists");
   console_of([&] {
     expect_refused("CDIRNEW", bytes().text("None"), "Cannot create directory S: None");
@@ -31,7 +31,7 @@ TEST_F(Delete, NewDirectoryRefusesInOrder) {
   expect_refused("CDIRNEW", bytes().text("F"), "Study is not set");
 }
 
-TEST_F(Delete, Directory) {
+TEST_F(deletion, directory) {
   make_points("P", 3);
   expect_done("CDIRDEL");
   EXPECT_STREQ(current_context.directory, "None");
@@ -44,7 +44,7 @@ TEST_F(Delete, Directory) {
   EXPECT_STREQ(current_context.directory, "None");
 }
 
-TEST_F(Delete, File) {
+TEST_F(deletion, file) {
   make_points("P", 3);
   expect_done("CFILEDEL");
   EXPECT_STREQ(current_context.directory, "D");
@@ -55,7 +55,7 @@ TEST_F(Delete, File) {
   console_of([&] { expect_refused("CFILEDEL", {}, "An error happened during File deletion"); });
 }
 
-TEST_F(Delete, Variable) {
+TEST_F(deletion, variable) {
   make_points("P", 3);
   expect_refused("CVARDEL", {}, "Current Variable is not set");
   expect_done("CVARSET", bytes().text("SN+ Sample Number (READONLY)"));
@@ -75,7 +75,7 @@ TEST_F(Delete, Variable) {
 }
 
 // What may not be deleted stays as it was, and the console tells what forbids it.
-TEST_F(Delete, WhatIsInUseStays) {
+TEST_F(deletion, what_is_in_use_stays) {
   make_points("P", 3);
   select_samples("sel", {1, 0, 1});
   expect_done("CVARSET", bytes().text("sel"));
@@ -105,7 +105,7 @@ TEST_F(Delete, WhatIsInUseStays) {
   expect_done("CVARDEL");
 }
 
-TEST_F(Delete, VariableWithoutHandlesHasNoAnswer) {
+TEST_F(deletion, variable_without_handles_has_no_answer) {
   make_points("P", 3);
   select_samples("sel", {1, 0, 1});
   expect_done("CVARSET", bytes().text("sel"));
@@ -123,7 +123,7 @@ TEST_F(Delete, VariableWithoutHandlesHasNoAnswer) {
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "VARI.4/DESCR")));
 }
 
-TEST_F(Delete, MacroColumnThatDoesNotExist) {
+TEST_F(deletion, macro_column_that_does_not_exist) {
   make_points("P", 3);
   ASSERT_EQ(qd_create_variable("D", "P", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 8, nullptr), 1);
   set_current_variable("Au[00012]");

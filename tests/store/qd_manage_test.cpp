@@ -39,7 +39,7 @@ std::set<std::string> names_in(const std::string& path) {
 
 using names = std::set<std::string>;
 
-class Manage : public testing::Test {
+class creation : public testing::Test {
  protected:
   void SetUp() override {
     qd_deselect_all();
@@ -77,7 +77,7 @@ std::string variable_bytes(const char* name, int type, int kind, int bits, int i
   return variable_fields{name, type, kind, bits, implicit, unit, factor, format, width, digits}.bytes_of();
 }
 
-TEST_F(Manage, DirectoryIsItsDescriptor) {
+TEST_F(creation, directory_is_its_descriptor) {
   EXPECT_EQ(qd_create_directory("Mine"), 1);
   EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
@@ -86,7 +86,7 @@ TEST_F(Manage, DirectoryIsItsDescriptor) {
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")), bytes().i32(1100).text("  Zinc  ").str());
 }
 
-TEST_F(Manage, TheLowestFreeNumberIsTaken) {
+TEST_F(creation, the_lowest_free_number_is_taken) {
   for (const char* name : {"a", "b", "c"}) EXPECT_EQ(qd_create_directory(name), 1);
   EXPECT_EQ(qd_delete_directory("b"), 1);
   EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.3"}));
@@ -100,7 +100,7 @@ TEST_F(Manage, TheLowestFreeNumberIsTaken) {
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).substr(8, 1), "d");
 }
 
-TEST_F(Manage, PointsFile) {
+TEST_F(creation, points_file) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   EXPECT_EQ(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr), 1);
   EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
@@ -113,7 +113,7 @@ TEST_F(Manage, PointsFile) {
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/COMMENT")), "Created during Test");
 }
 
-TEST_F(Manage, LinesFile) {
+TEST_F(creation, lines_file) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   EXPECT_EQ(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr), 1);
   std::string path = at("DIRE.1/FILE.1");
@@ -125,7 +125,7 @@ TEST_F(Manage, LinesFile) {
             variable_bytes("LN+ Line Number (READONLY)", 0, 3, 64, 1, 1, 10, 0));
 }
 
-TEST_F(Manage, GridFile) {
+TEST_F(creation, grid_file) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   qd_grid_record grid;
   grid.x0 = 100.0;
@@ -163,7 +163,7 @@ TEST_F(Manage, GridFile) {
   EXPECT_EQ(names_in(at("DIRE.1/FILE.2")).size(), 6U);
 }
 
-TEST_F(Manage, TooLargeGridsAreRefused) {
+TEST_F(creation, too_large_grids_are_refused) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   auto report = [&](std::int64_t nx, std::int64_t ny, std::int64_t nz) {
     qd_grid_record grid;
@@ -187,7 +187,7 @@ struct stored_form {
   int format, width, digits;
 };
 
-TEST_F(Manage, VariablesAreFilledToTheCapacity) {
+TEST_F(creation, variables_are_filled_to_the_capacity) {
   std::string path = make_grid(513);
   const std::string missing_32 = "\x7E\xB9\xBF\x36";
   const std::string missing_64 = "\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC";
@@ -211,7 +211,7 @@ TEST_F(Manage, VariablesAreFilledToTheCapacity) {
   EXPECT_EQ(read_file(path + "/VARI.13/DATAVAR"), std::string(3072, ' '));
 }
 
-TEST_F(Manage, MacroVariableHasOneFreeSlot) {
+TEST_F(creation, macro_variable_has_one_free_slot) {
   std::string path = make_grid(1);
   ASSERT_EQ(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr), 1);
   EXPECT_EQ(names_in(path + "/VARI.6"), (names{"COMMENT", "DATAVAR", "DESCR", "MACRO"}));
@@ -220,7 +220,7 @@ TEST_F(Manage, MacroVariableHasOneFreeSlot) {
   EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR"), std::string(1024, '\xFF'));
 }
 
-TEST_F(Manage, FormatsAreChecked) {
+TEST_F(creation, formats_are_checked) {
   std::string path = make_grid(1);
   auto made = [&, number = 5](const qd_format_record& format, int kind = KIND_PLAIN) mutable {
     std::string name = "f" + std::to_string(++number);
@@ -238,7 +238,7 @@ TEST_F(Manage, FormatsAreChecked) {
   EXPECT_EQ(made({FORMAT_DECIMAL, 19, 9, 1, "km", 100000.0}, KIND_X_BEGIN), fields(2, 19, 9, "km", 100000.0));
 }
 
-TEST(NameCheck, EveryRuleAtItsLimits) {
+TEST(name_check, every_rule_at_its_limits) {
   std::string longest(49, 'n');
   EXPECT_EQ(qd_name_check(longest.c_str()), NAME_VALID);
   EXPECT_EQ(qd_name_check((longest + "n").c_str()), NAME_TOO_LONG);
@@ -261,7 +261,7 @@ TEST(NameCheck, EveryRuleAtItsLimits) {
   EXPECT_EQ(qd_name_check("a  [xxxxx]"), NAME_VALID);
 }
 
-TEST_F(Manage, BadNamesAreReported) {
+TEST_F(creation, bad_names_are_reported) {
   make_grid(1);
   EXPECT_EQ(console_of([] { EXPECT_EQ(qd_create_directory("None"), 0); }),
             "\n\nWARNING: THE NAME OF THE DIRECTORY TO BE CREATED\n\n         IS A RESERVED KEYWORD...\n\n"
@@ -298,7 +298,7 @@ void expect_full_disk(rlim_t limit, const std::string& report, const std::functi
 }
 
 // Every length of the limit cuts another write of the creation short.
-TEST_F(Manage, AFullDiskLeavesNothing) {
+TEST_F(creation, a_full_disk_leaves_nothing) {
   std::string path = make_grid(512 * 20);
   const names before = names_in(path);
   auto create_variable = [] { return qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 64, nullptr); };
@@ -328,7 +328,7 @@ TEST_F(Manage, AFullDiskLeavesNothing) {
   EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR").size(), 81920U);
 }
 
-TEST_F(Manage, ADamagedCapacityIsAFailure) {
+TEST_F(creation, a_damaged_capacity_is_a_failure) {
   std::string path = make_grid(1);
   std::string descriptor = read_file(path + "/DESCR");
   for (std::int64_t capacity : {513, -512}) {
@@ -338,7 +338,7 @@ TEST_F(Manage, ADamagedCapacityIsAFailure) {
   }
 }
 
-TEST_F(Manage, DeletingAFileRemovesItsLink) {
+TEST_F(creation, deleting_a_file_removes_its_link) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   ASSERT_EQ(qd_create_file("D", "P", ORG_POINTS, 3, nullptr), 1);
   ASSERT_EQ(qd_create_file("D", "L", ORG_LINES_GRAVITY, 3, nullptr), 1);
@@ -350,7 +350,7 @@ TEST_F(Manage, DeletingAFileRemovesItsLink) {
   EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
 }
 
-TEST_F(Manage, DeletedVariablesAreForgotten) {
+TEST_F(creation, deleted_variables_are_forgotten) {
   std::string path = make_grid(1);
   ASSERT_EQ(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr), 1);
   qd_variable_handle handle, other;
@@ -375,7 +375,7 @@ TEST_F(Manage, DeletedVariablesAreForgotten) {
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
 
-TEST_F(Manage, CreatorsNeverShareANumber) {
+TEST_F(creation, creators_never_share_a_number) {
   constexpr int creators = 8, each = 12;
   const auto create = [](int creator) {
     for (int i = 0; i < each; i++)
@@ -391,7 +391,7 @@ TEST_F(Manage, CreatorsNeverShareANumber) {
   EXPECT_EQ(descriptors.size(), expected.size());
 }
 
-TEST_F(Manage, OneOfManyCreatorsMakesAName) {
+TEST_F(creation, one_of_many_creators_makes_a_name) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   const auto create = [](int) {
     for (int i = 0; i < 10; i++) {
@@ -414,7 +414,7 @@ TEST_F(Manage, OneOfManyCreatorsMakesAName) {
   EXPECT_EQ(names_in(file).size(), variables.size() + 1);
 }
 
-TEST_F(Manage, NobodyMeetsAHalfMadeObject) {
+TEST_F(creation, nobody_meets_a_half_made_object) {
   ASSERT_EQ(qd_create_directory("D"), 1);
   const auto create = [this](int server) {
     std::string own = "file " + std::to_string(server);
@@ -435,7 +435,7 @@ TEST_F(Manage, NobodyMeetsAHalfMadeObject) {
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
 
-TEST_F(Manage, LeftoversOfDeadProcessesGo) {
+TEST_F(creation, leftovers_of_dead_processes_go) {
   const auto die = [this](int) -> bool {
     prepared_object folder(catalogue().c_str());
     write_file(std::string(folder.path()) + "/DESCR", "half");
@@ -467,7 +467,7 @@ TEST_F(Manage, LeftoversOfDeadProcessesGo) {
   for (int end : {ready[0], ready[1], done[0], done[1]}) close(end);
 }
 
-TEST_F(Manage, FileSystemsWithoutExclusiveRename) {
+TEST_F(creation, file_systems_without_exclusive_rename) {
   fs::create_directories(at("NEW/VARI.1"));
   fs::create_directory(at("DIRE.1"));
   EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.1")), -1);

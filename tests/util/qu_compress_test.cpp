@@ -122,7 +122,7 @@ std::string gzipped(const std::string& content, const std::string& path) {
   return read_file(path);
 }
 
-class Compress : public testing::Test {
+class compressed_files : public testing::Test {
  protected:
   std::string expand(const char* suffix, const std::string& archive, int expected = 1) {
     write_file(plain_ + suffix, archive);
@@ -148,7 +148,7 @@ class Compress : public testing::Test {
   std::string plain_ = folder_ / "DATAVAR";
 };
 
-TEST_F(Compress, GzipGivesContentAndTimesBack) {
+TEST_F(compressed_files, gzip_gives_content_and_times_back) {
   std::string content = sample_text(100000);
   write_file(plain_ + ".gz", gzipped(content, folder_ / "made"));
   EXPECT_EQ(qu_file_compression((plain_ + ".gz").c_str()), 1);
@@ -163,7 +163,7 @@ TEST_F(Compress, GzipGivesContentAndTimesBack) {
   EXPECT_FALSE(archive_exists(".gz"));
 }
 
-TEST_F(Compress, DamagedGzipKeepsTheArchive) {
+TEST_F(compressed_files, damaged_gzip_keeps_the_archive) {
   std::string archive = gzipped(sample_text(100000), folder_ / "made");
   for (std::size_t kept : {std::size_t{2}, std::size_t{30}, archive.size() - 4}) {
     std::string report = console_of([&] { EXPECT_EQ(expand(".gz", archive.substr(0, kept), 0), "(none)"); });
@@ -175,7 +175,7 @@ TEST_F(Compress, DamagedGzipKeepsTheArchive) {
   EXPECT_TRUE(archive_exists(".gz"));
 }
 
-TEST_F(Compress, AFullDiskLeavesTheArchiveAlone) {
+TEST_F(compressed_files, a_full_disk_leaves_the_archive_alone) {
   const std::string content = sample_text(100000);
   const std::pair<std::string, std::string> archives[] = {{".gz", gzipped(content, folder_ / "made")},
                                                           {".Z", lzw_encoder(16, true).encode(content, 0)}};
@@ -195,7 +195,7 @@ TEST_F(Compress, AFullDiskLeavesTheArchiveAlone) {
   }
 }
 
-TEST_F(Compress, LzwAtEveryWidth) {
+TEST_F(compressed_files, lzw_at_every_width) {
   for (int width : {10, 12, 13, 16}) {
     for (bool block_mode : {true, false}) {
       std::string text = sample_text(400000);
@@ -208,7 +208,7 @@ TEST_F(Compress, LzwAtEveryWidth) {
     EXPECT_EQ(expand(".Z", lzw_encoder(16, true).encode(text, 0)), text);
 }
 
-TEST_F(Compress, LzwClearsInBlockMode) {
+TEST_F(compressed_files, lzw_clears_in_block_mode) {
   std::string text = sample_text(12000);
   for (int between : {1, 8, 300, 1500})
     EXPECT_TRUE(expand(".Z", lzw_encoder(12, true).encode(text, between)) == text) << between;
@@ -227,13 +227,13 @@ std::string nine_bit_codes(const std::vector<int>& codes, char flags) {
   return packed;
 }
 
-TEST_F(Compress, LzwByHand) {
+TEST_F(compressed_files, lzw_by_hand) {
   // 257 = ab, 258 = ba, 259 = aba, which is used while it is being defined; without block mode one less.
   EXPECT_EQ(expand(".Z", nine_bit_codes({'a', 'b', 257, 259, 258}, '\x90')), "ababababa");
   EXPECT_EQ(expand(".Z", nine_bit_codes({'a', 'b', 256, 258}, '\x10')), "abababa");
 }
 
-TEST_F(Compress, DamagedLzwEnds) {
+TEST_F(compressed_files, damaged_lzw_ends) {
   // Codes far beyond the table make entries that lead to one another in a circle.
   std::vector<int> codes = {'a'};
   for (int i = 0; i < 300; i++) codes.push_back(511 - i % 250);
@@ -261,7 +261,7 @@ TEST_F(Compress, DamagedLzwEnds) {
                "Unsupported compression method...\ncompressed with 17 bits, can only handle 16 bits\n");
 }
 
-TEST_F(Compress, TheMagicDecidesAndGzipNamesComeFirst) {
+TEST_F(compressed_files, the_magic_decides_and_gzip_names_come_first) {
   EXPECT_EQ(expand(".gz", lzw_encoder(16, true).encode("named otherwise", 0)), "named otherwise");
   fs::remove(plain_);
   std::string other = lzw_encoder(16, true).encode("other", 0);
@@ -270,7 +270,7 @@ TEST_F(Compress, TheMagicDecidesAndGzipNamesComeFirst) {
   EXPECT_EQ(read_file(plain_ + ".Z"), other);
 }
 
-TEST_F(Compress, WithoutAnArchiveNothingIsTouched) {
+TEST_F(compressed_files, without_an_archive_nothing_is_touched) {
   write_file(plain_, "plain");
   EXPECT_EQ(qu_file_is_compressed(plain_.c_str()), 0);
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_uncompress(plain_.c_str()), 0); }),
@@ -283,7 +283,7 @@ TEST_F(Compress, WithoutAnArchiveNothingIsTouched) {
   EXPECT_TRUE(archive_exists(".gz"));
 }
 
-TEST_F(Compress, WithoutAPlaceForThePlainFileTheArchiveStays) {
+TEST_F(compressed_files, without_a_place_for_the_plain_file_the_archive_stays) {
   std::string archive = gzipped("x", folder_ / "made");
   fs::create_symlink(folder_ / "none/DATAVAR", plain_);
   EXPECT_EQ(expand(".gz", archive, 0), "(none)");
@@ -298,7 +298,7 @@ TEST_F(Compress, WithoutAPlaceForThePlainFileTheArchiveStays) {
 }
 
 // An archive beside a plain file: somebody was killed, or hasn't come further.
-TEST_F(Compress, APlainFileIsNeverOverwritten) {
+TEST_F(compressed_files, a_plain_file_is_never_overwritten) {
   const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
   fs::remove(folder_ / "made");
   const auto both = [&](const std::string& plain) {
@@ -327,7 +327,7 @@ TEST_F(Compress, APlainFileIsNeverOverwritten) {
   EXPECT_TRUE(read_file(kept()) == content.substr(0, 20000));
 }
 
-TEST_F(Compress, AKilledExpansionIsFinished) {
+TEST_F(compressed_files, a_killed_expansion_is_finished) {
   const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
   fs::remove(folder_ / "made");
   // Between the plain file's place and the archive's end: nothing is worth keeping.
@@ -348,7 +348,7 @@ TEST_F(Compress, AKilledExpansionIsFinished) {
   EXPECT_EQ(names(), std::set<std::string>{"DATAVAR"});
 }
 
-TEST_F(Compress, AnArchiveThatCannotGoIsAFailure) {
+TEST_F(compressed_files, an_archive_that_cannot_go_is_a_failure) {
   if (geteuid() != 0) GTEST_SKIP() << "needs a file that can't be removed";
   write_file(plain_ + ".gz", gzipped("content", folder_ / "made"));
   const int handle = open((plain_ + ".gz").c_str(), O_RDONLY | O_CLOEXEC);
@@ -369,7 +369,7 @@ TEST_F(Compress, AnArchiveThatCannotGoIsAFailure) {
 }
 
 // Servers that meet one archive at the same moment; the first of each pair writes as soon as it has the file.
-TEST_F(Compress, SeveralServersExpandOneArchive) {
+TEST_F(compressed_files, several_servers_expand_one_archive) {
   const std::string content = sample_text(300000), archive = gzipped(content, folder_ / "made");
   fs::remove(folder_ / "made");
   constexpr int rounds = 40, servers = 4;
@@ -401,7 +401,7 @@ TEST_F(Compress, SeveralServersExpandOneArchive) {
   }
 }
 
-TEST_F(Compress, MeasuresBothForms) {
+TEST_F(compressed_files, measures_both_forms) {
   const std::string content = sample_text(70000);
   std::int64_t length = -1, to_expand = -1;
   EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
@@ -422,7 +422,7 @@ TEST_F(Compress, MeasuresBothForms) {
   EXPECT_EQ(to_expand, 0);
 }
 
-TEST_F(Compress, ADirectoryIsNoArchive) {
+TEST_F(compressed_files, a_directory_is_no_archive) {
   fs::create_directory(plain_ + ".gz");
   EXPECT_EQ(expand(".Z", lzw_encoder(16, true).encode("from Z", 0)), "from Z");
   EXPECT_EQ(qu_file_is_compressed(plain_.c_str()), 0);

@@ -17,13 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Directory : public testing::Test {
+class plain_directories : public testing::Test {
  protected:
   temporary_directory folder_;
   std::string tree_ = folder_ / "TREE";
 };
 
-TEST(Dirname, TakesBothSeparators) {
+TEST(dirname, takes_both_separators) {
   const char* const rows[][2] = {{"abc", "."},  {"/abc", "/"}, {"\\abc", "\\"},
                                  {"a/b/", "a"}, {"a\\b", "a"}, {"/a/b/c", "/a/b"},
                                  {"/", "/"},    {"", "."},     {"a/", "."}};
@@ -35,7 +35,7 @@ TEST(Dirname, TakesBothSeparators) {
   }
 }
 
-TEST_F(Directory, IsOneWithTrailingSeparatorsToo) {
+TEST_F(plain_directories, is_one_with_trailing_separators_too) {
   std::string root = folder_.path().string();
   for (const char* tail : {"", "/", "//", "\\", "/\\"})
     EXPECT_EQ(qu_file_isdirectory((root + tail).c_str()), 1);
@@ -45,7 +45,7 @@ TEST_F(Directory, IsOneWithTrailingSeparatorsToo) {
   EXPECT_EQ(qu_file_isdirectory(""), 0);
 }
 
-TEST_F(Directory, IsMadeWithItsParents) {
+TEST_F(plain_directories, is_made_with_its_parents) {
   std::string deep = folder_ / "a/b/c";
   EXPECT_EQ(qu_file_mkdir(deep.c_str(), true), 0);
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_mkdir(deep.c_str(), true), 1); }), "");
@@ -61,7 +61,7 @@ TEST_F(Directory, IsMadeWithItsParents) {
             (folder_ / "F") + " already exists and is not a directory\n");
 }
 
-TEST_F(Directory, ListingIsReadAtOnce) {
+TEST_F(plain_directories, listing_is_read_at_once) {
   write_file(folder_ / "A", "");
   directory_listing listing(folder_.path().c_str());
   write_file(folder_ / "B", "");
@@ -74,7 +74,7 @@ TEST_F(Directory, ListingIsReadAtOnce) {
   EXPECT_FALSE(directory_listing((folder_ / "A").c_str()));
 }
 
-TEST_F(Directory, DeletionNeverFollowsALink) {
+TEST_F(plain_directories, deletion_never_follows_a_link) {
   fs::create_directories(fs::path(tree_) / "sub/deep");
   fs::create_directory(folder_ / "kept");
   write_file(folder_ / "kept/file", "x");
@@ -96,7 +96,7 @@ TEST_F(Directory, DeletionNeverFollowsALink) {
   EXPECT_EQ(read_file(folder_ / "kept/file"), "x");
 }
 
-TEST_F(Directory, CopyPassesOverWhatNoPathMayBeCalled) {
+TEST_F(plain_directories, copy_passes_over_what_no_path_may_be_called) {
   fs::create_directory(tree_);
   for (const char* name : {"a*b", "good", "zz"}) write_file(tree_ + "/" + name, name);
   const std::string copy = folder_ / "COPY";
@@ -106,7 +106,7 @@ TEST_F(Directory, CopyPassesOverWhatNoPathMayBeCalled) {
   EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 2);
 }
 
-TEST_F(Directory, CopyPassesOverLinksAndPipes) {
+TEST_F(plain_directories, copy_passes_over_links_and_pipes) {
   fs::create_directories(fs::path(tree_) / "sub");
   write_file(tree_ + "/sub/file", "content");
   fs::create_symlink("file", tree_ + "/sub/link");

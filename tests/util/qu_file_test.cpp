@@ -19,13 +19,13 @@
 namespace qrd::test {
 namespace {
 
-class File : public testing::Test {
+class plain_files : public testing::Test {
  protected:
   temporary_directory folder_;
   std::string path_ = folder_ / "A";
 };
 
-TEST_F(File, RefusesNamesThatOtherPlatformsCannotHold) {
+TEST_F(plain_files, refuses_names_that_other_platforms_cannot_hold) {
   auto opens = [&](const std::string& name) {
     file_stream stream(qu_file_open_n(name.c_str(), write_binary));
     return static_cast<bool>(stream);
@@ -43,7 +43,7 @@ TEST_F(File, RefusesNamesThatOtherPlatformsCannotHold) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
 }
 
-TEST_F(File, OpensCloseOnExecAndNoDirectory) {
+TEST_F(plain_files, opens_close_on_exec_and_no_directory) {
   write_file(path_, "text");
   for (int mode = read_text; mode <= write_binary + 1; mode++) {
     file_stream stream(qu_file_open_n(path_.c_str(), static_cast<file_mode>(mode)));
@@ -60,7 +60,7 @@ TEST_F(File, OpensCloseOnExecAndNoDirectory) {
   EXPECT_TRUE(qu_file_readable(path_.c_str()));
 }
 
-TEST_F(File, JudgesTextByItsFirst1024Bytes) {
+TEST_F(plain_files, judges_text_by_its_first_1024_bytes) {
   write_file(path_, std::string(1023, '\xE9') + '\0');
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_open_n(path_.c_str(), read_text), nullptr); }),
             "Warning: File named " + path_ +
@@ -90,7 +90,7 @@ std::vector<std::string> lines(const std::string& path, bool keep_line_end) {
   return all;
 }
 
-TEST_F(File, ReadsLinesOfAnyLength) {
+TEST_F(plain_files, reads_lines_of_any_length) {
   std::uint64_t start = UV_MEM_SIZE;
   std::string longest(5000, 'x');
   for (std::size_t length : {998U, 999U, 1000U, 1998U, 1999U, 2000U}) {
@@ -110,7 +110,7 @@ TEST_F(File, ReadsLinesOfAnyLength) {
   EXPECT_EQ(qu_file_next_line(nullptr, true), nullptr);
 }
 
-TEST_F(File, KnowsHowManyMoreFilesCanBeOpened) {
+TEST_F(plain_files, knows_how_many_more_files_can_be_opened) {
   write_file(path_, "");
   qu_path_join(handle_test_path, {path_});
   EXPECT_EQ(qu_test_open_file(2), 1);
@@ -131,7 +131,7 @@ TEST_F(File, KnowsHowManyMoreFilesCanBeOpened) {
       "FATAL ERROR in qu_test_open_file\n");
 }
 
-TEST_F(File, CopiesAndAppends) {
+TEST_F(plain_files, copies_and_appends) {
   std::string content(70000, 'c');
   write_file(path_, content);
   EXPECT_EQ(qu_file_copy(path_.c_str(), (folder_ / "B").c_str()), 1);
@@ -146,7 +146,7 @@ TEST_F(File, CopiesAndAppends) {
   EXPECT_EQ(read_file(folder_ / "C").size(), 140000U);
 }
 
-TEST_F(File, AFailedAppendLeavesTheTargetAsItWas) {
+TEST_F(plain_files, a_failed_append_leaves_the_target_as_it_was) {
   write_file(path_, std::string(200000, 'c'));
   write_file(folder_ / "B", "own");
   {
@@ -157,7 +157,7 @@ TEST_F(File, AFailedAppendLeavesTheTargetAsItWas) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
 }
 
-TEST_F(File, AFullDiskRemovesTheCopy) {
+TEST_F(plain_files, a_full_disk_removes_the_copy) {
   write_file(path_, std::string(200000, 'c'));
   EXPECT_EXIT(
       {

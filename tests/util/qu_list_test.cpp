@@ -12,7 +12,7 @@
 namespace qrd::test {
 namespace {
 
-TEST(List, FindsAndDeletes) {
+TEST(list, finds_and_deletes) {
   string_list list;
   EXPECT_EQ(list.count(), 0);
   EXPECT_EQ(list.find("a", -5), -5);
@@ -28,7 +28,7 @@ TEST(List, FindsAndDeletes) {
   EXPECT_EQ(list.get(), nullptr);
 }
 
-TEST(List, SortsInByteOrderFromARank) {
+TEST(list, sorts_in_byte_order_from_a_rank) {
   string_list list;
   for (const char* text : {"z", "\xC3\xA9", "b", "B", "a"}) list.add(text, 50);
   list.sort(1);
@@ -37,7 +37,7 @@ TEST(List, SortsInByteOrderFromARank) {
   list.sort(9);
 }
 
-TEST(List, OwnersKeepCountAcrossMoves) {
+TEST(list, owners_keep_count_across_moves) {
   std::uint64_t start = UV_MEM_SIZE;
   {
     string_list list, other;
@@ -59,7 +59,7 @@ TEST(List, OwnersKeepCountAcrossMoves) {
   EXPECT_EQ(UV_MEM_SIZE, start);
 }
 
-TEST(Sort, MovesTheCompanionAlong) {
+TEST(sort, moves_the_companion_along) {
   qu_sort_init(1);
   for (int count : {1, 2, 10, 11, 1000}) {
     std::vector<std::int64_t> keys, ranks(static_cast<std::size_t>(count));

@@ -14,7 +14,7 @@ constexpr std::int64_t too_many = std::numeric_limits<std::int64_t>::max();
 // Representable, but no system gives it.
 constexpr std::int64_t too_large = std::int64_t{1} << 62;
 
-TEST(Memory, CountsEveryByteInUse) {
+TEST(memory, counts_every_byte_in_use) {
   std::uint64_t start = UV_MEM_SIZE;
   void* block = qu_mem_alloc_nn("f", 1, 8, 10);
   EXPECT_EQ(UV_MEM_SIZE, start + 80);
@@ -28,7 +28,7 @@ TEST(Memory, CountsEveryByteInUse) {
   EXPECT_EQ(console_of([] { EXPECT_EQ(qu_mem_free_nn("f", 1, nullptr, 8, 0), nullptr); }), "");
 }
 
-TEST(Memory, AFailedGrowthCostsTheBlock) {
+TEST(memory, a_failed_growth_costs_the_block) {
   std::uint64_t start = UV_MEM_SIZE;
   void* block = qu_mem_alloc_nn("f", 1, 1, 100);
   std::string report =
@@ -50,7 +50,7 @@ TEST(Memory, AFailedGrowthCostsTheBlock) {
   EXPECT_EQ(UV_MEM_SIZE, start);
 }
 
-TEST(Memory, AnOverflowKeepsTheBlock) {
+TEST(memory, an_overflow_keeps_the_block) {
   std::uint64_t start = UV_MEM_SIZE;
   maximum_capacity = 1048576;
   void* block = qu_mem_alloc_nn("f", 1, 16, 2);
@@ -68,7 +68,7 @@ TEST(Memory, AnOverflowKeepsTheBlock) {
   EXPECT_EQ(qu_mem_alloc_nn("f", 1, 16, too_many), nullptr);
 }
 
-TEST(Memory, WhatCannotBeIsFatal) {
+TEST(memory, what_cannot_be_is_fatal) {
   EXPECT_FATAL(qu_mem_alloc_fn("a", 3, 16, too_many), "No 1 in function qu_mem_alloc_fn");
   EXPECT_FATAL(qu_mem_alloc_fn("a", 3, 1, too_large), "No 20 in function qu_mem_alloc_fn");
   static char block[8];
@@ -77,7 +77,7 @@ TEST(Memory, WhatCannotBeIsFatal) {
   EXPECT_FATAL(qu_mem_realloc_fn("a", 3, block, 16, 1, too_many), "No 10 in function qu_mem_realloc_fn");
 }
 
-TEST(CheckedArray, HoldsNothingForACountOfZero) {
+TEST(checked_array, holds_nothing_for_a_count_of_zero) {
   std::uint64_t start = UV_MEM_SIZE;
   {
     checked_array<double> values;

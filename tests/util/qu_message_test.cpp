@@ -9,19 +9,19 @@
 namespace qrd::test {
 namespace {
 
-TEST(Message, FinishedTextIsReadOnceMoreAsAFormat) {
+TEST(message, finished_text_is_read_once_more_as_a_format) {
   EXPECT_EQ(console_of([] { qu_message("%s", "100%% of %d and %-08.3lf%s%n"); }), "100% of  and \n");
   EXPECT_EQ(console_of([] { qu_message("%s", "half%"); }), "half\n");
   EXPECT_EQ(console_of([] { qu_message("%s", "a%!b%I64dc"); }), "a!bc\n");
   EXPECT_EQ(console_of([] { qu_message("%d%%%%", 7); }), "7%\n");
 }
 
-TEST(Message, IsCutAtAThousandCharacters) {
+TEST(message, is_cut_at_a_thousand_characters) {
   std::string longest(1000, 'x');
   EXPECT_EQ(console_of([&] { qu_message("%s", (longest + "y").c_str()); }), longest + "\n");
 }
 
-TEST(Fatal, SaysItsTextWholeAndEndsWithStatus1) {
+TEST(fatal, says_its_text_whole_and_ends_with_status_1) {
   EXPECT_FATAL(qu_fatal("cannot %s 100%%d", "read"), "^\n\nFatal Software Error\ncannot read 100%d\n\n$");
   EXPECT_FATAL(qu_fatal_number("qd_end", 7),
                "\nFatal Software Error\nFatal Software Error No 7 in function qd_end\\(\\)\n\n\n");
@@ -29,7 +29,7 @@ TEST(Fatal, SaysItsTextWholeAndEndsWithStatus1) {
   EXPECT_FATAL(qu_recover_advice(true), "Fatal Software Error\nPlease proceed with a Workspace Recover");
 }
 
-TEST(Fatal, EndsTheStudyOnceEvenIfThatFails) {
+TEST(fatal, ends_the_study_once_even_if_that_fails) {
   auto end_study = [](int strict) {
     qu_message("strict %d", strict);
     qu_fatal_number("hook", 1);

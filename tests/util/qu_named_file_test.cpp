@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 constexpr named_file_kind kind = {"X.", "damaged", "full"};
 
 // While one file is looked at, the other one moves from where the listing has seen it.
-TEST(NamedFile, FindsWhatMovesMeanwhile) {
+TEST(named_file, finds_what_moves_meanwhile) {
   temporary_directory folder;
   for (const char* name : {"a", "b"})
     write_file(folder / (std::string("X.") + name), bytes().i32(520).text(name).str());

@@ -10,7 +10,7 @@
 namespace qrd::test {
 namespace {
 
-TEST(BoundedCopy, MarksACutWithAStar) {
+TEST(bounded_copy, marks_a_cut_with_a_star) {
   char room[12] = "###########";
   qu_string_copy("123456789", 10, room);
   EXPECT_STREQ(room, "123456789");
@@ -25,7 +25,7 @@ TEST(BoundedCopy, MarksACutWithAStar) {
   EXPECT_STREQ(full, "ab*");
 }
 
-TEST(PathJoin, CutsWithoutAMark) {
+TEST(path_join, cuts_without_a_mark) {
   char path[8] = "";
   qu_path_join(path, {"ab", "/", "cdef"});
   EXPECT_STREQ(path, "ab/cdef");
@@ -36,14 +36,14 @@ TEST(PathJoin, CutsWithoutAMark) {
   EXPECT_STREQ(path, "abc/x");
 }
 
-TEST(Trim, RemovesBlanksAndNothingElse) {
+TEST(trim, removes_blanks_and_nothing_else) {
   std::string text = "  \ta b\t  ";
   EXPECT_STREQ(qu_string_trim(text.data()), "\ta b\t");
   text = "    ";
   EXPECT_STREQ(qu_string_trim(text.data()), "");
 }
 
-TEST(StringToInt, ReadsBlanksSignDigitsBlanksWithinItsBounds) {
+TEST(string_to_int, reads_blanks_sign_digits_blanks_within_its_bounds) {
   constexpr double none = missing_double;
   constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
   struct {
@@ -81,7 +81,7 @@ TEST(StringToInt, ReadsBlanksSignDigitsBlanksWithinItsBounds) {
   }
 }
 
-TEST(NumberExceeds, TestsInIntegersToo) {
+TEST(number_exceeds, tests_in_integers_too) {
   EXPECT_EQ(qu_number_exceeds("%d*%d*%d", {2097152, 2097152, 2097151}), 0);
   EXPECT_EQ(qu_number_exceeds("%d+%d", {9223372036854775806, 1}), 0);
   EXPECT_EQ(console_of([] {
@@ -96,7 +96,7 @@ TEST(NumberExceeds, TestsInIntegersToo) {
   });
 }
 
-TEST(TimeText, HasThreeBlanksBeforeTheTime) {
+TEST(time_text, has_three_blanks_before_the_time) {
   setenv("TZ", "UTC", 1);
   tzset();
   char text[time_text_size];

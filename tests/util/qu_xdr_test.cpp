@@ -14,7 +14,7 @@
 namespace qrd::test {
 namespace {
 
-class Xdr : public testing::Test {
+class xdr_values : public testing::Test {
  protected:
   // The bytes that an operation writes.
   std::string written(const std::function<void(XDR*)>& write) {
@@ -36,7 +36,7 @@ class Xdr : public testing::Test {
   std::string path_ = folder_ / "VALUES";
 };
 
-TEST_F(Xdr, Integers) {
+TEST_F(xdr_values, integers) {
   std::int64_t values[] = {1, -2147483648, missing_int64, 0};
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_int(xdr, &value));
@@ -54,7 +54,7 @@ TEST_F(Xdr, Integers) {
 
 int marks = 0;
 
-TEST_F(Xdr, LongsTellOfValuesBeyond32Bits) {
+TEST_F(xdr_values, longs_tell_of_values_beyond_32_bits) {
   marks = 0;
   qu_study_mark_64bit_hook = [] { marks++; };
   std::int64_t values[] = {4294967296, -1, missing_int64, 2147483647};
@@ -69,7 +69,7 @@ TEST_F(Xdr, LongsTellOfValuesBeyond32Bits) {
   EXPECT_EQ(value, -4294967297);
 }
 
-TEST_F(Xdr, TextsAreCutToTheRoomAndRefusedBeyondTheLimit) {
+TEST_F(xdr_values, texts_are_cut_to_the_room_and_refused_beyond_the_limit) {
   char room[4] = "###";
   std::int64_t next = 0;
   auto both = [&](XDR* xdr) { return qu_xdr_text(xdr, room, 50) && qu_xdr_int(xdr, &next); };
