@@ -229,31 +229,5 @@ TEST_F(damage, of_any_file_is_met_in_an_orderly_way) {
   });
 }
 
-TEST(bad_input, names_beyond_their_limits_are_refused) {
-  workspace space(shipped_root);
-  served server(space.root());
-  client::connection& to = server.connection;
-  to.set_study("Holes");
-  EXPECT_FALSE(to.directory_exists(std::string(49, 'x')));
-  EXPECT_EQ(refusal_of([&] { to.set_directory(std::string(9999, 'x')); }),
-            ("Not a valid Velmar directory: Holes: " + std::string(9999, 'x')).substr(0, 1024));
-  EXPECT_EQ(refusal_of([&] { to.new_directory(std::string(50, 'x')); }),
-            "Cannot create directory Holes: " + std::string(50, 'x'));
-  EXPECT_EQ(refusal_of([&] { to.open_root(std::string(5000, 'x')); }).size(), 1024u);
-  EXPECT_EQ(to.directories(), std::vector<std::string>{"Drilling"});
-  EXPECT_EQ(space.restore(), std::vector<std::string>{});
-}
-
-// The length of a text that is too long for its field gets no answer, and its characters are the next
-// request.
-TEST(bad_input, a_text_beyond_its_field_gets_no_answer) {
-  const database copy;
-  const ending result = end_of(copy.root(), {chosen("CSTUDYSET", "Holes").str(),
-                                             bytes().text("CDIRXIST").text(std::string(50, 'x')).str()});
-  expect_orderly(result);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.answers, greeting_answers() + bytes().text("SDONE").str());
-}
-
 }  // namespace
 }  // namespace qrd::test

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "client/connection.h"
-#include "end_to_end/database.h"
+#include "support/database.h"
 #include "support/bytes.h"
 #include "support/server_process.h"
 

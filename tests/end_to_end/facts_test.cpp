@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "end_to_end/database.h"
+#include "support/database.h"
 
 namespace qrd::test {
 namespace {

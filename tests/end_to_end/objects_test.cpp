@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "end_to_end/database.h"
+#include "support/database.h"
 #include "support/program_run.h"
 
 namespace qrd::test {

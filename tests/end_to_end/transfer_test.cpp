@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "end_to_end/database.h"
-#include "samples/sample_study.h"
+#include "support/database.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -133,84 +133,6 @@ TEST_F(transfer, of_selections) {
               to().write_selection(std::vector<std::uint8_t>(2), sample_range{1, 3});
             }),
             "Array size does not match non-compressed selection (2/3 samples)");
-}
-
-TEST_F(transfer, of_texts) {
-  to().new_text_variable("T", 5);
-  to().set_variable("T");
-  const std::string path = newest_data_file();
-  std::string model(capacity * 5, ' ');
-  EXPECT_EQ(read_file(path), model);
-  to().set_selection("S");
-  // Samples 4 to 8 of which 7 is left out; the test value stays blank, a longer text is cut.
-  const std::vector<std::string> texts = {"abc", "too long", "none", "left", "12345"};
-  to().write_texts(texts, sample_range{4, 8}, selection_use::masked, "none");
-  model.replace(15, 5, "abc  ").replace(20, 5, "too l").replace(25, 5, "     ").replace(35, 5, "12345");
-  EXPECT_EQ(read_file(path), model);
-  to().write_texts(std::vector<std::string>{"x", ""}, sample_range{1, 4}, selection_use::compressed, "none");
-  model.replace(0, 5, "x    ").replace(15, 5, "     ");
-  EXPECT_EQ(read_file(path), model);
-  const client::text_samples kept = to().read_texts(sample_range{1, 5}, selection_use::compressed);
-  EXPECT_EQ(kept.values, (std::vector<std::string>{"x    ", "     ", "too l"}));
-  EXPECT_EQ(kept.missing, "     ");
-  EXPECT_EQ(refusal_of([&] {
-              to().write_texts(texts, sample_range{4, 8}, selection_use::compressed);
-            }),
-            "Array size does not match compressed selection (5/4 samples)");
-}
-
-// A compressed write of nothing where nothing is selected.
-TEST_F(transfer, of_nothing_changes_nothing) {
-  to().new_float_variable("V", 8);
-  to().set_variable("V");
-  to().set_selection("S");
-  const tree_image before = image_of(root.path());
-  to().write_floats({}, sample_range{2, 3}, selection_use::compressed);
-  EXPECT_EQ(to().read_floats(sample_range{2, 3}, selection_use::compressed).values, std::vector<double>{});
-  EXPECT_EQ(changes(before, image_of(root.path())), std::vector<std::string>{});
-}
-
-TEST_F(transfer, of_lengths_in_the_unit_of_the_client) {
-  to().set_distance_unit("ft");
-  to().new_float_variable("L", 64);
-  to().set_variable("L");
-  to().write_floats(std::vector<double>{1.0, 2.0}, sample_range{3, 4});
-  const std::string stored = read_file(newest_data_file());
-  EXPECT_EQ(stored.substr(16, 16), bytes().f64(30.48, 60.96).str());
-  to().set_distance_unit("cm");
-  EXPECT_EQ(to().read_floats(sample_range{3, 4}).values, (std::vector<double>{30.48, 60.96}));
-  to().set_variable_unit("m");
-  to().set_unit_mode(client::unit_mode::own);
-  EXPECT_EQ(to().read_floats(sample_range{3, 3}).values, std::vector<double>{30.48 / 100});
-  EXPECT_EQ(read_file(newest_data_file()), stored);
-}
-
-// A line of the drill holes, masked by a selection.
-TEST(line_write, changes_the_selected_samples_of_its_line) {
-  const database copy;
-  served server(copy.root());
-  server.choose("Holes", "Drilling", "cores");
-  client::connection& to = server.connection;
-  to.set_variable("ore");
-  const std::vector<std::uint8_t> ore = to.read_selection();
-  to.set_variable("Cu");
-  to.set_selection("ore");
-  const std::string path = copy / "Holes/QRD/DIRE.1/FILE.2/VARI.16/DATAVAR";
-  tree_image model = image_of(copy.root());
-  ASSERT_TRUE(model["Holes/QRD/DIRE.1/FILE.2/VARI.16/DESCR"].find("Cu") != std::string::npos)
-      << "the place of the variable has changed";
-  std::string& data = model["Holes/QRD/DIRE.1/FILE.2/VARI.16/DATAVAR"];
-  std::vector<double> values(71);
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = static_cast<double>(i) / 4;
-    if (ore[91 + i] != 0) data.replace(4 * (91 + i), 4, bytes().f32(static_cast<float>(values[i])).str());
-  }
-  to.write_line(2, values);
-  EXPECT_EQ(changes(model, image_of(copy.root())), std::vector<std::string>{});
-  EXPECT_EQ(refusal_of([&] { to.write_line(2, std::vector<double>(70)); }),
-            "Wrong number of sample (70) where line 2 has 71 samples");
-  EXPECT_EQ(refusal_of([&] { to.write_line(51, std::vector<double>(1)); }), "Wrong line index");
-  EXPECT_EQ(changes(model, image_of(copy.root())), std::vector<std::string>{});
 }
 
 }  // namespace

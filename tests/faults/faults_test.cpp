@@ -22,9 +22,9 @@
 #include <optional>
 #include <sstream>
 
-#include "end_to_end/database.h"
 #include "faults/cases.h"
 #include "faults/control.h"
+#include "support/database.h"
 #include "support/root_view.h"
 #include "support/server_process.h"
 

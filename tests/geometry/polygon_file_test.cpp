@@ -2,6 +2,7 @@
 
 #include "geometry/qd_polygon.h"
 #include "support/console.h"
+#include "support/descriptors.h"
 #include "support/file_size_limit.h"
 #include "support/open_study.h"
 
@@ -249,6 +250,30 @@ TEST_F(polygons, written_again_keep_the_samples_they_can) {
       {0, 0}, {9, 0}, {0, 9}};
   EXPECT_EQ(qd_polygon_write("D", "P", false, *other), 0);
   expect_answer("CVARXIST", bytes().text("note"), bytes().text("SEXIST").i32(0));
+}
+
+TEST_F(polygons, written_again_replace_a_measure_that_is_another) {
+  bytes sent;
+  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
+  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
+  expect_done("CPOLYNEW", sent);
+  expect_done("CFILESET", bytes().text("P"));
+  const std::string descriptor = read_file(in_file(1, "VARI.5/DESCR"));
+  const variable_fields own = {.name = "S+ SURFACE", .unit = "m2", .digits = 2};
+  ASSERT_EQ(own.bytes_of(), descriptor);
+  variable_fields text = own, kind = own, unit = own, factor = own;
+  text.type = 1;
+  kind.kind = 1;
+  unit.unit = "ha";
+  factor.factor = 100;
+  for (const variable_fields& other : {text, kind, unit, factor}) {
+    write_file(in_file(1, "VARI.5/DESCR"), other.bytes_of());
+    int status = -1;
+    const auto system = qd_polygon_read("D", "P", "None", false, status);
+    ASSERT_EQ(qd_polygon_write("D", "P", false, *system), 0);
+    expect_done("CVARSET", bytes().text("S+ SURFACE"));
+    EXPECT_EQ(read_file(in_file(1, "VARI.5/DESCR")), descriptor);
+  }
 }
 
 TEST_F(polygons, that_a_full_disk_swallows_leave_the_old_ones) {

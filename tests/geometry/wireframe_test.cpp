@@ -133,6 +133,10 @@ TEST(wireframe_measures, volume_needs_closed_pieces) {
   EXPECT_EQ(qu_polyhedron_volume(object), no_data);
   piece.closed = 1;
   EXPECT_DOUBLE_EQ(qu_polyhedron_volume(object), 36);
+  // Whichever way its triangles turn.
+  for (std::size_t i = 0; i < piece.triangles.size(); i += 3)
+    std::swap(piece.triangles[i], piece.triangles[i + 1]);
+  EXPECT_DOUBLE_EQ(qu_polyhedron_volume(object), 36);
   qu_piece_extend(piece);
   double x = 0, y = 0, z = 0;
   qu_polyhedron_center(object, x, y, z);

@@ -1,23 +1,19 @@
 // The requests that make variables and macro indices, served in this process.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 
-#include "sample_study.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
-#include "support/request_session.h"
+#include "support/requests.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
 
-class new_variables : public testing::Test {
+class new_variables : public requests {
  protected:
   new_variables() : study({.samples = 10}) {
-    unit_flag = 1;
-    qu_formats_reset();
     set_current_study("Study");
     set_current_directory("Dir");
     set_current_file("File");
@@ -26,11 +22,6 @@ class new_variables : public testing::Test {
 
   static bytes number(const std::string& name, int bits, int type = 0, int width = 8, int digits = 3) {
     return bytes().text(name).i32(bits, type, width, digits);
-  }
-  std::string ask(const char* request, const bytes& arguments) {
-    std::string answer = session.ask(request, arguments.str());
-    EXPECT_EQ(session.status(), answer == done() ? 0 : -1) << request;
-    return answer;
   }
   std::string descriptor(int variable) const {
     return read_file(study.file_path() + "/VARI." + std::to_string(variable) + "/DESCR");
@@ -43,7 +34,6 @@ class new_variables : public testing::Test {
     return variable_fields{name, type, 0, bits, 0, unit, factor, format, width, digits}.bytes_of();
   }
   sample_study study;
-  request_session session;
 };
 
 TEST_F(new_variables, a_number_without_unit_is_a_length_if_it_has_room) {

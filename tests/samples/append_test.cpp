@@ -3,11 +3,12 @@
 
 #include <filesystem>
 
-#include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
 #include "support/console.h"
+#include "support/disk_room.h"
 #include "support/file_size_limit.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -241,6 +242,41 @@ TEST(append, a_failure_leaves_the_file_as_it_was) {
   ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
   EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), noise(4096, 3) + block_of(64));
   EXPECT_EQ(read_file(study.file_path() + "/LINE"), bytes().i64(1, 513, 514).str());
+}
+
+// The file that grows is no longer what it was: a program that knows no lock has changed it.
+TEST(append, a_file_that_changes_meanwhile_keeps_its_records) {
+  const file_fields renamed = {.name = "Other", .samples = 512, .allocated = 512};
+  for (const std::string& changed : {sample_study::descriptor_of({.samples = 600}), renamed.bytes_of()}) {
+    sample_study study({.samples = 512});
+    study.add("V", VAR_FLOAT, 8, noise(512, 1));
+    const std::string console = console_of([&] {
+      const auto change = [&](std::int64_t, std::int64_t) {
+        write_file(study.file_path() + "/DESCR", changed);
+        return true;
+      };
+      EXPECT_EQ(qd_append_sample("Dir", "File", 1, change), 0);
+    });
+    EXPECT_NE(console.find("THE FILE IS NO MORE, OR HAS CHANGED"), std::string::npos);
+    EXPECT_EQ(read_file(study.file_path() + "/DESCR"), changed);
+  }
+}
+
+// What a growth may need: the block of the descriptor, and for each data file what it gets with a block on
+// either side; columns are laid out anew beside.
+TEST(append, there_must_be_room_for_the_last_block_too) {
+  sample_study study({.samples = 512});
+  study.add("V", VAR_FLOAT, 8, noise(512, 1));
+  study.add_macro("M[xxxxx]", 8, noise(1024, 2), {1, 2});
+  const std::string before = tree_of(study.file_path());
+  constexpr std::int64_t needed = 4096 + (4096 + 512 + 4096) + (4096 + 1024 + 4096 + 1024 + 4096);
+  {
+    const disk_room room(needed - 1);
+    console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+    EXPECT_TRUE(tree_of(study.file_path()) == before);
+  }
+  const disk_room room(needed);
+  EXPECT_EQ(qd_append_sample("Dir", "File", 1), 1);
 }
 
 TEST(append, a_full_disk_is_met_before_an_archive_is_expanded) {

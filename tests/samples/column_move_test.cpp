@@ -9,12 +9,12 @@
 #include <filesystem>
 #include <functional>
 
-#include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "samples/qd_read_write.h"
 #include "store/qd_walk.h"
 #include "support/console.h"
 #include "support/processes.h"
+#include "support/sample_study.h"
 #include "util/qu_lock.h"
 
 namespace qrd::test {

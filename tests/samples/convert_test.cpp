@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "samples/qd_read_write.h"
-#include "samples/sample_study.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {

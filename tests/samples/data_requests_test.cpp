@@ -1,16 +1,14 @@
 // The data requests and those that choose a selection or a column, by the bytes of their answers.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <iterator>
 
 #include "samples/answer_data.h"
 #include "samples/qd_implicit.h"
-#include "samples/sample_study.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "support/console.h"
-#include "support/request_session.h"
+#include "support/requests.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -42,11 +40,9 @@ std::string write_texts(std::int64_t first, std::int64_t last, int compress, con
   return request.str();
 }
 
-class data_requests : public testing::Test {
+class data_requests : public requests {
  protected:
   data_requests() : study_({.samples = 6}) {
-    unit_flag = 1;
-    qu_formats_reset();
     float_path_ = study_.add("V", VAR_FLOAT, 8, "\x01\x02\x03\xFF\x05\x06") + "/DATAVAR";
     text_path_ = study_.add("T", VAR_CHAR, 24, "abcde f  ghijklm o") + "/DATAVAR";
     selection_path_ = study_.add("S", VAR_FLOAT, 1, "\x64") + "/DATAVAR";  // selects samples 1, 4, 5
@@ -68,7 +64,6 @@ class data_requests : public testing::Test {
   }
 
   sample_study study_;
-  request_session client_;
   std::string float_path_, text_path_, selection_path_, macro_path_;
 };
 
@@ -118,11 +113,16 @@ TEST_F(data_requests, computed_values_are_made_in_pieces) {
 }
 
 TEST_F(data_requests, units_of_floats) {
-  study_.add("L", VAR_FLOAT, 64, bytes().f64(100, missing_double, 0, 0, 0, 0).str(), 0, 0, 2.5);
+  const std::string path =
+      study_.add("L", VAR_FLOAT, 64, bytes().f64(100, missing_double, 0, 0, 0, 0).str(), 0, 0, 2.5);
   choose("L");
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {1, missing_double}));
   current_context.unit_mode = 1;
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {40, missing_double}));
+  EXPECT_EQ(client_.ask("CWRITVARF", write_arguments(2, 3, 0, -1, {2, -1})), done());
+  choose("L", "S");
+  EXPECT_EQ(client_.ask("CWRITVARF", write_arguments(3, 5, 1, -1, {4, -1})), done());
+  EXPECT_EQ(read_file(path + "/DATAVAR"), bytes().f64(100, 5, missing_double, 10, missing_double, 0).str());
 }
 
 TEST_F(data_requests, older_clients_send_no_range) {
@@ -290,6 +290,10 @@ TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
   EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1, 1).i32(1).f64(0).i64(0).str()),
             refusal("Cannot get statitics on current selection S"));
+  // One place is not enough for two.
+  tab_selected[9] = nullptr;
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
+  EXPECT_EQ(tab_selected[9], nullptr);
   std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
 }
 
@@ -361,20 +365,22 @@ TEST_F(data_requests, what_has_no_numbers_is_refused) {
 TEST_F(data_requests, a_file_that_has_changed_since_the_look_up_is_refused) {
   choose("V");
   for (std::int64_t samples : {5, 7}) {
-    for (bool with_selection : {false, true}) {
+    enum { without, chosen, counted };
+    for (int selection : {without, chosen, counted}) {
       study_.set_shape({.samples = 6});
+      set_current_selection(selection == without ? no_name : "S");
       data_request data(data_request::writing);
       ASSERT_TRUE(data.find_variable() && data.check_range());
-      if (with_selection) {
-        set_current_selection("S");
+      if (selection == counted) {
         EXPECT_GT(data.count_selected(), 0);
       }
       study_.set_shape({.samples = samples});  // by another server
       EXPECT_FALSE(data.open());
-      set_current_selection(no_name);
     }
+    set_current_selection(no_name);
     EXPECT_EQ(client_.ask("CREADVARF", read_arguments(2, 2)),
-              refusal("Cannot select variable") + refusal("Cannot select variable") + doubles("SDATAF", {2}));
+              refusal("Cannot select variable") + refusal("Cannot select selection variable S") +
+                  refusal("Cannot select variable") + doubles("SDATAF", {2}));
   }
 }
 
@@ -425,6 +431,8 @@ TEST_F(data_requests, selections_as_bytes) {
   choose("S", "B[3]");
   EXPECT_EQ(write(1, 6, std::string("\0\1\1\1\1\0", 6)), done());
   EXPECT_EQ(to_bits(read_file(selection_path_)), "10001000");
+  EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(-1, -1).str()),
+            bytes().text("SDATAS").i64(6).raw(std::string("\0\1\1\1\0\0", 6)).str());
   choose("V");
   EXPECT_EQ(write(1, 1, "\1"), refusal("Bit length different than 1"));
   EXPECT_FATAL(client_.ask("CREADVARS", bytes().i64(1, 6).str()), "No 30 in function qd_read_selection_free");
@@ -466,7 +474,7 @@ TEST_F(data_requests, texts_are_read_and_written) {
             bytes().text("SDATAC").i64(2).text(" ").text("a").text("b").str());
 }
 
-class line_requests : public testing::Test {
+class line_requests : public requests {
  protected:
   line_requests() : study_({.samples = 6, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 4, 5, 7}}) {
     path_ = study_.add("V", VAR_FLOAT, 8, "abcdef") + "/DATAVAR";
@@ -491,7 +499,6 @@ class line_requests : public testing::Test {
   }
 
   sample_study study_;
-  request_session client_;
   std::string path_;
 };
 

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "store/qd_tools.h"
 #include "support/console.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "sample_study.h"
 #include "samples/qd_lines.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {

@@ -3,10 +3,10 @@
 
 #include <filesystem>
 
-#include "sample_study.h"
 #include "samples/qd_macro.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -56,6 +56,17 @@ TEST_F(macro_columns, a_retired_index_takes_its_slot_back) {
   expect({4, 7, 1, 9, 0});
   EXPECT_EQ(add({2, 6, 10}), 1);
   expect({4, 7, 1, 9, 2, 6, 10});
+}
+
+TEST_F(macro_columns, a_valid_index_stands_before_its_retired_twin) {
+  for (const std::vector<int>& twins : {std::vector<int>{-5, 5}, {5, -5}}) {
+    make(twins);
+    EXPECT_EQ(add({5}), 1) << "nothing to do";
+    expect(twins);
+    EXPECT_EQ(add({5, 6}), 1);
+    expect({twins[0], twins[1], 6});
+    std::filesystem::remove_all(path);
+  }
 }
 
 TEST_F(macro_columns, old_indices_get_their_number_as_text) {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "samples/sample_study.h"
 #include "store/qd_tools.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "sample_study.h"
 #include "support/console.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -23,7 +23,6 @@ qd_format_record format_of(double factor, const char* unit, int length_flag = 1)
 class output_variables : public testing::Test {
  protected:
   output_variables() : study({.samples = 4}) {
-    unit_flag = 1;
     study.add("Flag", VAR_FLOAT, 1, std::string(64, '\1'));
     study.add("Number", VAR_FLOAT, 32, std::string(2048, '\1'));
     study.add("Metres", VAR_FLOAT, 64, std::string(4096, '\1'), 0, 0, 100.0);

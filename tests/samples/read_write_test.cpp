@@ -8,9 +8,9 @@
 #include <cstdio>
 
 #include "samples/qd_implicit.h"
-#include "samples/sample_study.h"
 #include "support/console.h"
 #include "support/processes.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
@@ -196,14 +196,15 @@ TEST(implicit_values, rotated_grid_in_3d) {
                          .organisation = ORG_GRID,
                          .origin = {100, 200, 300},
                          .mesh = {10, 0.1, 3},
-                         .angles = {30, 90, 12.5},
+                         .angles = {30, 10, 12.5},
                          .nodes = {2, 3, 4}};
   sample_study study(shape);
   const char* names[] = {"IX", "IY", "IZ", "X", "Y", "Z"};
   for (int i = 0; i < 6; ++i) study.add_implicit(names[i], KIND_IX + i);
   // The placing matrix column by column: the rotation of the axes, angles in degrees.
-  const double a = 30 * 3.141592653589793 / 180.0, c = 12.5 * 3.141592653589793 / 180.0;
-  const double ca = std::cos(a), sa = std::sin(a), cb = 0, sb = 1, cc = std::cos(c), sc = std::sin(c);
+  const double degree = 3.141592653589793 / 180.0, a = 30 * degree, b = 10 * degree, c = 12.5 * degree;
+  const double ca = std::cos(a), sa = std::sin(a), cb = std::cos(b), sb = std::sin(b), cc = std::cos(c),
+               sc = std::sin(c);
   const double m[3][3] = {{ca * cb, sa * cb, -sb},
                           {sb * ca * sc - cc * sa, sb * sa * sc + cc * ca, sc * cb},
                           {sb * ca * cc + sc * sa, sb * sa * cc - sc * ca, cc * cb}};

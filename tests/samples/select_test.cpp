@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include "samples/sample_study.h"
 #include "support/console.h"
+#include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {

@@ -1,4 +1,5 @@
 // What holds for every handler.
+#include "server/answering.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
@@ -14,6 +15,14 @@ TEST_F(dispatch, drops_an_answer_that_came_to_nothing) {
   expect_answer("CFILEINFO", {}, {});
   EXPECT_EQ(client_.status(), -1);
   expect_answer("CARCH", bytes().i32(1), bytes().text("SARCH").i32(1));
+}
+
+TEST_F(dispatch, a_refusal_stands_in_place_of_what_was_begun) {
+  server_send_type("SDATAF");
+  const request_status status = refuse("Memory allocation failed");
+  EXPECT_EQ(status, request_status::not_served);
+  expect_answer("CARCH", bytes().i32(1),
+                bytes().raw(refusal("Memory allocation failed")).text("SARCH").i32(1));
 }
 
 }  // namespace

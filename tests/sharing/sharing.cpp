@@ -7,14 +7,12 @@
 #include <thread>
 
 #include "client/error.h"
-#include "end_to_end/database.h"
+#include "support/database.h"
 #include "support/program_run.h"
 
 namespace qrd::test {
 
 namespace {
-
-using namespace std::chrono_literals;
 
 std::chrono::duration<double> longest_case() {
   const char* wanted = std::getenv("QRD_SHARING_SECONDS");
@@ -55,17 +53,9 @@ server_settings settings_for(process_numbers numbers) {
 // A server and its client, which has the root open.
 struct party {
   party(const std::string& root, process_numbers numbers, unsigned seed)
-      : process(settings_for(numbers)), connection(connected()), visits{connection, std::minstd_rand(seed)} {
-    connection.open_root(root);
-  }
-  client::connection connected() const {
-    client::connection_options options;
-    options.timeout = 60s;
-    return client::connection::connect("127.0.0.1", process.port(), options);
-  }
+      : server(root, settings_for(numbers)), visits{server.connection, std::minstd_rand(seed)} {}
 
-  server_process process;
-  client::connection connection;
+  served server;
   visitor visits;
 };
 
@@ -83,8 +73,8 @@ sharing::sharing() {
 
 void sharing::alone(const std::function<void(client::connection&)>& only) {
   party one(root_.path(), process_numbers::different, 1);
-  only(one.connection);
-  one.connection.abandon();
+  only(one.visits.to);
+  one.visits.to.abandon();
 }
 
 std::string sharing::in_file(int number, const std::string& name) const {
@@ -135,14 +125,14 @@ void sharing::together(const play& played) {
           } catch (const std::exception& problem) {
             broken = true;
             ADD_FAILURE() << "server " << i << ", round " << round << ": " << problem.what() << "\n"
-                          << self.process.output() << self.process.errors();
+                          << self.server.said();
           }
           meeting.arrive_and_wait();
         } while (going);
       });
   }
   std::printf("%d rounds\n", round);
-  for (const auto& each : parties) each->connection.abandon();
+  for (const auto& each : parties) each->visits.to.abandon();
 }
 
 bool attempt(const std::function<void()>& ask) {

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <numeric>
 
-#include "end_to_end/database.h"
 #include "support/bytes.h"
+#include "support/database.h"
 
 namespace qrd::test {
 namespace {
@@ -333,105 +333,6 @@ TEST_F(sharing, comments_of_two_are_one_or_the_other) {
     EXPECT_TRUE(self.round == 0 || read.starts_with(first) || read.starts_with(second)) << read;
   });
   together({.turns = {writer(first), writer(second), reader}});
-}
-
-TEST_F(sharing, a_points_file_is_listed_with_its_samples) {
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-  };
-  const std::vector<double> coordinates(2 * 30000, 2.5);
-  const turn maker = chosen_first(choose, [&](visitor& self) {
-    self.to.new_points("P", 2, coordinates);
-    self.to.set_file("P");
-    attempt([&] { self.to.delete_file(); });
-  });
-  const turn looker = chosen_first(choose, [](visitor& self) {
-    for (int i = 0; i < 20; ++i) {
-      if (self.to.files().empty()) continue;
-      client::float_samples read;
-      if (attempt([&] { self.to.set_file("P"); }) &&
-          attempt([&] { self.to.set_variable("Y+ Gravity Center"); }) &&
-          attempt([&] { read = self.to.read_floats(); })) {
-        EXPECT_EQ(read.values, std::vector<double>(30000, 2.5));
-      }
-    }
-  });
-  together({.turns = {maker, looker, looker}, .most_rounds = 60});
-}
-
-// Files of polygons, wireframes and faults that come and go.
-TEST_F(sharing, objects_are_read_whole_or_refused) {
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-  };
-  const std::vector<client::contour> contours(
-      5, client::contour{"a", "A", 0, 0, {{0, 0}, {4, 0}, {4, 4}, {2, 3}}});
-  const client::wireframe_piece piece = {{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}, {{{0, 2, 1}}}};
-  const std::vector<client::wireframe> wireframes = {{"Ore", 1, 2, 3, {piece, piece}}};
-  client::fault_segment segment;
-  segment.points[1] = {3, 4, 0};
-  client::fault_set faults;
-  faults.faults = {{"North", false, {segment, segment}}};
-  const turn maker = chosen_first(choose, [&](visitor& self) {
-    self.to.new_polygons("A", contours);
-    self.to.new_wireframes("W", wireframes);
-    self.to.new_points("F", 2, std::vector<double>{1, 2});
-    self.to.set_file("F");
-    self.to.write_faults(faults);
-    for (const char* name : {"A", "W", "F"}) {
-      self.to.set_file(name);
-      attempt([&] { self.to.delete_file(); });
-    }
-  });
-  const turn reader = chosen_first(choose, [&](visitor& self) {
-    for (int i = 0; i < 10; ++i) {
-      client::polygon_set read;
-      if (attempt([&] { self.to.set_file("A"); }) && attempt([&] { read = self.to.polygons(); })) {
-        EXPECT_EQ(read.contours.size(), 5U);
-      }
-      std::vector<client::wireframe> bodies;
-      if (attempt([&] { self.to.set_file("W"); }) && attempt([&] { bodies = self.to.wireframes(); })) {
-        EXPECT_EQ(bodies, wireframes);
-      }
-      client::fault_set cracks;
-      if (attempt([&] { self.to.set_file("F"); }) && attempt([&] { cracks = self.to.faults(); })) {
-        EXPECT_EQ(cracks, faults);
-      }
-    }
-  });
-  together({.turns = {maker, reader, reader}});
-}
-
-// The names under a selection get wider between the look at them and their reading.
-TEST_F(sharing, names_of_polygons_may_change_their_width) {
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.set_file("A");
-  };
-  alone([](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    std::vector<client::contour> contours;
-    for (int i = 0; i < 40; ++i)
-      contours.push_back({"c" + std::to_string(i), "", 0, 0, {{0, 0}, {4, 0}, {4, 4}}});
-    to.new_polygons("A", contours);
-    to.set_file("A");
-    to.new_float_variable("s", 1);
-    to.set_variable("s");
-    to.write_selection(std::vector<std::uint8_t>(40, 1));
-  });
-  const turn widener = chosen_first(choose, [](visitor& self) {
-    if (attempt([&] { self.to.set_variable("N+ NAME"); })) attempt([&] { self.to.delete_variable(); });
-    attempt([&] { self.to.new_text_variable("N+ NAME", self.round % 2 == 0 ? 200 : 4); });
-  });
-  const turn reader = chosen_first(choose, [](visitor& self) {
-    self.to.set_selection("s");
-    for (int i = 0; i < 5; ++i) attempt([&] { self.to.polygons(); });
-  });
-  together({.turns = {widener, reader, reader}});
 }
 
 TEST_F(sharing, lines_grow_while_their_lengths_are_read) {

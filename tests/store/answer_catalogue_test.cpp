@@ -1,21 +1,19 @@
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <map>
 
 #include "server/connection.h"
 #include "server/context.h"
-#include "store/catalogue_tree.h"
+#include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
-#include "support/request_session.h"
+#include "support/requests.h"
 
 namespace qrd::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-class catalogue_requests : public testing::Test {
+class catalogue_requests : public requests {
  protected:
   void SetUp() override {
     tree.add_directory("DIRE.2", "Soil");
@@ -45,9 +43,9 @@ class catalogue_requests : public testing::Test {
     set_current_file(file);
     set_current_variable(variable);
   }
-  std::string ask(const char* request) { return session.ask(request); }
+  std::string ask(const char* request) { return client_.ask(request); }
   std::string ask(const char* request, const std::string& text) {
-    return session.ask(request, bytes().text(text).str());
+    return requests::ask(request, bytes().text(text));
   }
   static std::string names(const char* answer, const std::vector<std::string>& texts) {
     bytes b;
@@ -58,12 +56,11 @@ class catalogue_requests : public testing::Test {
   static std::string exists(int value) { return bytes().text("SEXIST").i32(value).str(); }
 
   catalogue_tree tree;
-  request_session session;
 };
 
 TEST_F(catalogue_requests, serve_directories) {
   EXPECT_EQ(ask("CDIRLST"), names("SDIRS", {"Air", "Soil"}));
-  EXPECT_EQ(session.status(), 0);
+  EXPECT_EQ(client_.status(), 0);
   EXPECT_EQ(ask("CDIRXIST", "Soil"), exists(1));
   EXPECT_EQ(ask("CDIRXIST", "soil"), exists(0));
   EXPECT_EQ(ask("CDIRXIST", "None"), exists(0));
@@ -83,7 +80,7 @@ TEST_F(catalogue_requests, serve_directories) {
 
 TEST_F(catalogue_requests, with_a_name_beyond_50_get_no_answer) {
   EXPECT_EQ(ask("CDIRXIST", std::string(50, 'n')), "");
-  EXPECT_EQ(session.status(), -1);
+  EXPECT_EQ(client_.status(), -1);
 }
 
 TEST_F(catalogue_requests, serve_files) {
@@ -103,7 +100,7 @@ TEST_F(catalogue_requests, serve_files) {
 
 TEST_F(catalogue_requests, list_files_of_a_type) {
   auto list = [&](int type, int dimension) {
-    return session.ask("CFILETLST", bytes().i32(type, dimension).str());
+    return client_.ask("CFILETLST", bytes().i32(type, dimension).str());
   };
   for (int version : {900000, 1300030, 899999}) {
     client_version = version;
@@ -132,14 +129,14 @@ TEST_F(catalogue_requests, serve_variables) {
                                                    {1, {"rock"}},
                                                    {5, {"m[xxxxx]"}}};
   for (const auto& [type, expected] : lists) {
-    EXPECT_EQ(session.ask("CVARTLST", bytes().i32(type).str()), names("SVARS", expected)) << type;
+    EXPECT_EQ(client_.ask("CVARTLST", bytes().i32(type).str()), names("SVARS", expected)) << type;
   }
   for (int type : {2, 3, 4}) {
-    EXPECT_EQ(session.ask("CVARTLST", bytes().i32(type).str()),
+    EXPECT_EQ(client_.ask("CVARTLST", bytes().i32(type).str()),
               refusal("Coordinates variable names are within File Info"));
   }
-  EXPECT_EQ(session.ask("CVARTLST", bytes().i32(6).str()), refusal("Unknown type (6) for variable"));
-  EXPECT_EQ(session.ask("CVARTLST", bytes().i32(-4).str()), refusal("Unknown type (-4) for variable"));
+  EXPECT_EQ(client_.ask("CVARTLST", bytes().i32(6).str()), refusal("Unknown type (6) for variable"));
+  EXPECT_EQ(client_.ask("CVARTLST", bytes().i32(-4).str()), refusal("Unknown type (-4) for variable"));
 
   EXPECT_EQ(ask("CVARXIST", "zinc"), exists(1));
   EXPECT_EQ(ask("CVARXIST", "m[xxxxx]"), exists(1));
@@ -233,13 +230,13 @@ TEST_F(catalogue_requests, meet_damage_as_a_refusal) {
 }
 
 TEST_F(catalogue_requests, keep_comments) {
-  auto get = [&](int mode) { return session.ask("CCOMGET", bytes().i32(mode).str()); };
+  auto get = [&](int mode) { return client_.ask("CCOMGET", bytes().i32(mode).str()); };
   auto set = [&](int mode, const std::string& text) {
-    return session.ask("CCOMSET", bytes().i32(mode, 1).text(text).str());
+    return client_.ask("CCOMSET", bytes().i32(mode, 1).text(text).str());
   };
   auto comment = [](const std::string& text) { return bytes().text("SCOMMENT").text(text).str(); };
   EXPECT_EQ(get(1), refusal("Comment Mode 1 unsupported"));
-  EXPECT_EQ(session.ask("CCOMSET", bytes().i32(4).str()), refusal("Comment Mode 4 unsupported"));
+  EXPECT_EQ(client_.ask("CCOMSET", bytes().i32(4).str()), refusal("Comment Mode 4 unsupported"));
   EXPECT_EQ(get(3), refusal("File or Variable is not set"));
   EXPECT_EQ(set(3, "x"), refusal("File or Variable is not set"));
   EXPECT_EQ(get(2), comment(""));
@@ -248,7 +245,7 @@ TEST_F(catalogue_requests, keep_comments) {
   EXPECT_EQ(set(2, "of it"), done());
   EXPECT_EQ(read_file(tree.folder("DIRE.2/FILE.1") + "/COMMENT"), "of it");
   EXPECT_EQ(get(3), comment(""));
-  EXPECT_EQ(session.ask("CVARCOMM", bytes().i32(0).text("line 1\nline 2\n").str()), done());
+  EXPECT_EQ(client_.ask("CVARCOMM", bytes().i32(0).text("line 1\nline 2\n").str()), done());
   EXPECT_EQ(read_file(tree.folder("DIRE.2/FILE.1/VARI.5") + "/COMMENT"), "line 1\nline 2\n");
   EXPECT_EQ(get(3), comment("line 1\nline 2\n"));
   EXPECT_EQ(get(2), comment("of it\n"));
@@ -264,7 +261,7 @@ TEST_F(catalogue_requests, keep_comments) {
   testing::internal::GetCapturedStdout();
   select("Study", "Soil");
   EXPECT_EQ(get(2), refusal("File is not set"));
-  EXPECT_EQ(session.ask("CVARCOMM", bytes().i32(0).text("x").str()), refusal("File or Variable is not set"));
+  EXPECT_EQ(client_.ask("CVARCOMM", bytes().i32(0).text("x").str()), refusal("File or Variable is not set"));
 }
 
 // The versions at which the information requests change, with what each client gets.
@@ -332,7 +329,7 @@ class information : public catalogue_requests {
       client_version = to.version;
       expected.organisation = to.cores ? new_organisation : old_organisation;
       EXPECT_EQ(ask("CFILEINFO"), expected.bytes_of(to)) << to.version;
-      EXPECT_EQ(session.status(), 0);
+      EXPECT_EQ(client_.status(), 0);
     }
   }
   int variables = 0;
@@ -451,7 +448,7 @@ TEST_F(information, of_files_with_an_unreadable_variable_gets_no_answer) {
   write_file(variable({}) + "/DESCR", "x");
   testing::internal::CaptureStdout();
   EXPECT_EQ(ask("CFILEINFO"), "");
-  EXPECT_EQ(session.status(), -1);
+  EXPECT_EQ(client_.status(), -1);
   testing::internal::GetCapturedStdout();
 }
 
@@ -482,7 +479,7 @@ class variable_information : public information {
     for (const client& to : clients) {
       client_version = to.version;
       EXPECT_EQ(ask("CVARINFO"), expected.bytes_of(to)) << name << " " << to.version;
-      EXPECT_EQ(session.status(), 0);
+      EXPECT_EQ(client_.status(), 0);
     }
   }
 };

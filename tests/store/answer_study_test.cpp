@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "end_to_end/database.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
 #include "store/qu_study_folder.h"
 #include "support/console.h"
+#include "support/database.h"
 #include "support/file_size_limit.h"
 #include "support/processes.h"
 #include "support/request_session.h"
@@ -377,6 +377,14 @@ TEST_F(study_requests, del_spares_the_root_and_studies_inside) {
   EXPECT_EQ(set("Inner"), done());
   EXPECT_EQ(session.ask("CSTUDYDEL"), done());
   EXPECT_TRUE(fs::exists(root / "Gold/DESCR"));
+  // Also where the root is all that is registered.
+  root.write_registry(pair(root.path(), "Root"));
+  EXPECT_EQ(set("Root"), done());
+  const fs::path above = fs::path(root.path()).parent_path();
+  const auto before = fs::last_write_time(above);
+  EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("An error happened during Study deletion: Root"));
+  EXPECT_EQ(root.registry(), registry_head + pair(root.path(), "Root"));
+  EXPECT_EQ(fs::last_write_time(above), before) << "it was away for a moment";
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "store/catalogue_tree.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
 #include "store/qd_walk.h"
+#include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 

@@ -10,9 +10,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "store/catalogue_tree.h"
 #include "store/qd_descriptor.h"
 #include "store/qd_tools.h"
+#include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/processes.h"

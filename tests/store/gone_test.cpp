@@ -1,11 +1,7 @@
 // Objects that another server deletes, or whose numbers it gives to others, while an operation works on them.
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "samples/qd_data_file.h"
@@ -18,7 +14,6 @@
 #include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"
-#include "util/qu_lock.h"
 #include "util/qu_string.h"
 
 namespace qrd::test {
@@ -84,23 +79,16 @@ TEST_F(gone, what_was_left_selected_does_not_stand_for_the_next_variable) {
 
 TEST_F(gone, a_comment_is_not_given_to_the_next_owner_of_a_number) {
   make_points("P", 3);
-  std::string text;
-  const int server = fork_for_test();
-  if (server == 0) {
-    // Holds the folder while the comment is on its way, and gives its number to another file.
-    std::optional<folder_lock> lock(std::in_place, in_study("QRD/DIRE.1/FILE.1").c_str());
-    write_file(in_study("ready"), "");
-    poll(nullptr, 0, 300);
-    qd_file_record record;
-    qd_file_descriptor_read(in_study("QRD/DIRE.1/FILE.1").c_str(), record);
-    qu_string_copy("Q", record.name);
-    _exit(qd_file_descriptor_write(in_study("QRD/DIRE.1/FILE.1").c_str(), record) == 1 ? 0 : 1);
+  {
+    // The comment is on its way while its number becomes that of another file.
+    other_server other(in_study("QRD/DIRE.1/FILE.1"), [&] {
+      qd_file_record record;
+      qd_file_descriptor_read(in_study("QRD/DIRE.1/FILE.1").c_str(), record);
+      qu_string_copy("Q", record.name);
+      qd_file_descriptor_write(in_study("QRD/DIRE.1/FILE.1").c_str(), record);
+    });
+    console_of([] { EXPECT_NE(qd_comment_write("D", "P", nullptr, 0, "of P"), 0); });
   }
-  while (!fs::exists(in_study("ready"))) poll(nullptr, 0, 1);
-  console_of([] { EXPECT_NE(qd_comment_write("D", "P", nullptr, 0, "of P"), 0); });
-  int status = -1;
-  waitpid(server, &status, 0);
-  EXPECT_EQ(status, 0);
   EXPECT_FALSE(fs::exists(in_file(1, "COMMENT")));
   EXPECT_EQ(qd_comment_write("D", "Q", nullptr, 0, "of Q"), 0);
 }

@@ -13,15 +13,12 @@
 
 #include "samples/qd_lines.h"
 #include "samples/qd_select.h"
-#include "store/qd_init.h"
 #include "store/qd_placement.h"
 #include "store/qu_init.h"
+#include "support/catalogue_tree.h"
 #include "support/console.h"
-#include "support/descriptors.h"
 #include "support/file_size_limit.h"
 #include "support/processes.h"
-#include "support/temporary_directory.h"
-#include "units/qu_units.h"
 #include "util/qu_file.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
@@ -41,24 +38,11 @@ using names = std::set<std::string>;
 
 class creation : public testing::Test {
  protected:
-  void SetUp() override {
-    qd_deselect_all();
-    fs::create_directory(catalogue());
-    write_file(folder_ / "read_write.def", "");
-    qu_path_join(catalogue_path, {catalogue()});
-    qu_path_join(handle_test_path, {folder_ / "read_write.def"});
-    running_test = 1;
-    unit_flag = 1;
-    qu_formats_reset();
-  }
-  void TearDown() override {
-    qd_deselect_all();
-    running_test = 0;
-    catalogue_path[0] = '\0';
-  }
+  creation() { running_test = 1; }
+  ~creation() override { running_test = 0; }
 
-  std::string catalogue() const { return folder_ / "QRD"; }
-  std::string at(const std::string& path) const { return catalogue() + "/" + path; }
+  const std::string& catalogue() const { return catalogue_; }
+  std::string at(const std::string& path) const { return catalogue_ + "/" + path; }
 
   // Directory "D" with a grid file "G" of so many nodes along X; its path.
   std::string make_grid(std::int64_t nodes) {
@@ -69,7 +53,8 @@ class creation : public testing::Test {
     return at("DIRE.1/FILE.1");
   }
 
-  temporary_directory folder_;
+  catalogue_tree tree_;
+  std::string catalogue_ = tree_.path();
 };
 
 std::string variable_bytes(const char* name, int type, int kind, int bits, int implicit, int format,
@@ -98,6 +83,66 @@ TEST_F(creation, the_lowest_free_number_is_taken) {
   EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "DIRE.3", "DIRE.4", "OLDDIRE.4"}));
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).back(), '\0');
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).substr(8, 1), "d");
+}
+
+TEST_F(creation, a_number_with_zeros_before_it_is_none) {
+  for (const char* name : {"FILE.1", "FILE.002", "FILE.02", "FILE.4"}) fs::create_directory(at(name));
+  for (int number : {2, 3, 5}) {
+    prepared_object folder(catalogue().c_str());
+    EXPECT_EQ(folder.place(file_numbering), placement::placed);
+    EXPECT_TRUE(fs::exists(at("FILE." + std::to_string(number))));
+  }
+}
+
+TEST_F(creation, what_cannot_go_gets_the_next_number_if_its_own_is_taken) {
+  fs::create_directories(at("FILE.1/kept"));
+  fs::create_directory(at("FILE.2"));
+  {
+    removed_folder folder(at("FILE.1").c_str());
+    ASSERT_EQ(folder.now(), removed_folder::state::taken);
+    fs::create_directory(at("FILE.1"));
+  }
+  EXPECT_EQ(names_in(catalogue()), (names{"FILE.1", "FILE.2", "FILE.3"}));
+  EXPECT_TRUE(fs::exists(at("FILE.3/kept")));
+}
+
+// Another server holds the lock while an object is prepared, and changes what was found before.
+TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
+  make_grid(1);
+  const std::string directory = at("DIRE.1"), grid = at("DIRE.1/FILE.1");
+  const auto create_file = [] { return qd_create_file("D", "F", ORG_POINTS, 2, nullptr); };
+  const auto create_variable = [] { return qd_create_variable("D", "G", "v", VAR_FLOAT, 0, 8, nullptr); };
+  const auto create_directory = [] { return qd_create_directory("Mine"); };
+  const struct {
+    std::string locked, changed;  // the folder of an object that appears, or becomes another one
+    std::string content;
+    std::function<int()> create;
+  } rows[] = {
+      {directory, directory, bytes().i32(1100).text("other").str(), create_file},
+      {directory, directory + "/FILE.9", file_fields{.name = "F"}.bytes_of(), create_file},
+      {grid, grid, file_fields{.name = "G", .samples = 513, .allocated = 1024}.bytes_of(), create_variable},
+      {grid, grid + "/VARI.9", variable_fields{.name = "v"}.bytes_of(), create_variable},
+      {catalogue(), at("DIRE.9"), bytes().i32(1100).text("Mine").str(), create_directory}};
+  for (const auto& row : rows) {
+    names expected = names_in(row.locked);
+    const bool appears = !fs::exists(row.changed);
+    if (appears) expected.insert(fs::path(row.changed).filename());
+    const std::string before = appears ? "" : read_file(row.changed + "/DESCR");
+    {
+      other_server other(row.locked, [&] {
+        fs::create_directory(row.changed);
+        write_file(row.changed + "/DESCR", row.content);
+      });
+      const std::string said = console_of([&] { EXPECT_EQ(row.create(), 0) << row.changed; });
+      EXPECT_NE(said.find("TO BE CREATED"), std::string::npos) << said;
+    }
+    EXPECT_EQ(names_in(row.locked), expected);
+    if (appears)
+      fs::remove_all(row.changed);
+    else
+      write_file(row.changed + "/DESCR", before);
+  }
+  EXPECT_EQ(create_file() + create_variable() + create_directory(), 3);
 }
 
 TEST_F(creation, points_file) {
@@ -389,50 +434,6 @@ TEST_F(creation, creators_never_share_a_number) {
   std::set<std::string> descriptors;
   for (const std::string& name : expected) descriptors.insert(read_file(at(name + "/DESCR")));
   EXPECT_EQ(descriptors.size(), expected.size());
-}
-
-TEST_F(creation, one_of_many_creators_makes_a_name) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
-  const auto create = [](int) {
-    for (int i = 0; i < 10; i++) {
-      const std::string name = std::to_string(i);
-      qd_create_directory(name.c_str());
-      qd_create_file("D", name.c_str(), ORG_POINTS, 2, nullptr);
-      qd_create_variable("D", "0", name.c_str(), VAR_FLOAT, 0, 8, nullptr);
-    }
-    return true;
-  };
-  EXPECT_EQ(in_processes(6, create), 0);
-  EXPECT_EQ(names_in(catalogue()).size(), 11U);
-  EXPECT_EQ(names_in(at("DIRE.1")).size(), 11U);
-  std::set<std::string> variables;
-  std::string file;
-  for (const auto& entry : fs::directory_iterator(at("DIRE.1")))
-    if (entry.is_directory() && read_file(entry.path() / "DESCR").substr(8, 1) == "0") file = entry.path();
-  for (const auto& entry : fs::directory_iterator(file))
-    if (entry.is_directory()) variables.insert(read_file(entry.path() / "DESCR"));
-  EXPECT_EQ(names_in(file).size(), variables.size() + 1);
-}
-
-TEST_F(creation, nobody_meets_a_half_made_object) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
-  const auto create = [this](int server) {
-    std::string own = "file " + std::to_string(server);
-    for (int i = 0; i < 10; i++) {
-      if (qd_create_file("D", own.c_str(), ORG_LINES_CORES, 3, nullptr) != 1) return false;
-      for (const auto& entry : fs::directory_iterator(at("DIRE.1"))) {
-        std::string name = entry.path().filename().string();
-        if (!name.starts_with("FILE.")) continue;
-        std::error_code gone;
-        if (!fs::exists(entry.path() / "VARI.3/DATAVAR", gone) && fs::exists(entry.path(), gone))
-          return false;
-      }
-      if (qd_delete_file("D", own.c_str()) != 1) return false;
-    }
-    return true;
-  };
-  EXPECT_EQ(in_processes(6, create), 0);
-  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
 
 TEST_F(creation, leftovers_of_dead_processes_go) {

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "end_to_end/database.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "store/qrd_init.h"
 #include "store/qu_init.h"
 #include "support/console.h"
+#include "support/database.h"
 #include "support/file_size_limit.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"

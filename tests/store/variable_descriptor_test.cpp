@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "store/catalogue_tree.h"
 #include "store/qd_tools.h"
+#include "support/catalogue_tree.h"
 #include "support/console.h"
 
 namespace qrd::test {

@@ -1,21 +1,17 @@
 // A study with one directory, open in the test's own process, and requests on it.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
 #include "server/context.h"
-#include "support/bytes.h"
-#include "support/request_session.h"
+#include "support/requests.h"
 #include "support/study_root.h"
-#include "units/qu_units.h"
 
 namespace qrd::test {
 
 // Study "S" with units, directory "D"; the distance unit is the metre.
-class open_study : public testing::Test {
+class open_study : public requests {
  protected:
   void SetUp() override {
     root_.make_study("S", study_descriptor(1));
@@ -24,17 +20,6 @@ class open_study : public testing::Test {
     expect_done("CSTUDYSET", bytes().text("S"));
     expect_done("CDIRNEW", bytes().text("D"));
     expect_done("CDIRSET", bytes().text("D"));
-  }
-
-  void expect_answer(const char* request, const bytes& arguments, const bytes& answer) {
-    EXPECT_EQ(client_.ask(request, arguments.str()), answer.str()) << request;
-  }
-  void expect_done(const char* request, const bytes& arguments = {}) {
-    EXPECT_EQ(client_.ask(request, arguments.str()), done()) << request;
-  }
-  void expect_refused(const char* request, const bytes& arguments, const std::string& text) {
-    EXPECT_EQ(client_.ask(request, arguments.str()), refusal(text)) << request;
-    EXPECT_EQ(client_.status(), -1) << request;
   }
 
   // Makes a points file with so many samples at (1, 1), (2, 2) and so on, and makes it the current one.
@@ -66,7 +51,6 @@ class open_study : public testing::Test {
   }
 
   study_root root_;
-  request_session client_;
 };
 
 }  // namespace qrd::test

@@ -2,13 +2,19 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <functional>
+#include <string>
 #include <vector>
+
+#include "util/qu_lock.h"
 
 namespace qrd::test {
 
@@ -18,6 +24,38 @@ inline pid_t fork_for_test() {
   if (child == 0) prctl(PR_SET_PDEATHSIG, SIGKILL);
   return child;
 }
+
+// Another server that holds the lock of a folder for a moment, in which an operation of this process comes to
+// wait for it, and then does something before it gives it up.
+class other_server {
+ public:
+  other_server(const std::string& folder, const std::function<void()>& act) {
+    int ready[2];
+    if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
+    process_ = fork_for_test();
+    if (process_ == 0) {
+      const folder_lock lock(folder.c_str());
+      if (!lock || write(ready[1], "", 1) != 1) _exit(1);
+      poll(nullptr, 0, 200);
+      act();
+      _exit(0);
+    }
+    char byte = 1;
+    close(ready[1]);
+    EXPECT_EQ(read(ready[0], &byte, 1), 1);
+    close(ready[0]);
+  }
+  other_server(const other_server&) = delete;
+  other_server& operator=(const other_server&) = delete;
+  ~other_server() {
+    int status = -1;
+    waitpid(process_, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+
+ private:
+  pid_t process_;
+};
 
 // Runs an act in so many processes; each gives true if it succeeded. How many failed.
 inline int in_processes(int count, const std::function<bool(int process)>& act) {

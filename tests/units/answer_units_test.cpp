@@ -1,16 +1,14 @@
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "server/context.h"
-#include "store/catalogue_tree.h"
+#include "support/catalogue_tree.h"
 #include "support/file_size_limit.h"
-#include "support/request_session.h"
+#include "support/requests.h"
 
 namespace qrd::test {
 namespace {
 
-class unit_requests : public testing::Test {
+class unit_requests : public requests {
  protected:
   void SetUp() override {
     unit_flag = 1;
@@ -18,11 +16,11 @@ class unit_requests : public testing::Test {
   }
   void TearDown() override { SetUp(); }
   std::string distance(const std::string& symbol) {
-    return session.ask("CDISTUSET", bytes().text(symbol).str());
+    return client_.ask("CDISTUSET", bytes().text(symbol).str());
   }
-  std::string mode(std::int32_t value) { return session.ask("CUNITMODE", bytes().i32(value).str()); }
+  std::string mode(std::int32_t value) { return client_.ask("CUNITMODE", bytes().i32(value).str()); }
   std::string creation(const std::string& x, const std::string& y, const std::string& z) {
-    return session.ask("CUNITCR", bytes().text(x).text(y).text(z).str());
+    return client_.ask("CUNITCR", bytes().text(x).text(y).text(z).str());
   }
   static std::string axes() {
     std::string result;
@@ -30,7 +28,6 @@ class unit_requests : public testing::Test {
       result += std::string(axis_format(axis).unit) + "=" + std::to_string(axis_format(axis).factor) + " ";
     return result;
   }
-  request_session session;
 };
 
 TEST_F(unit_requests, the_distance_unit_is_that_of_new_objects_too) {
@@ -93,7 +90,7 @@ class variable_unit : public unit_requests {
     bytes arguments;
     arguments.i32(count).text(symbol);
     if (count == 2) arguments.text(display);
-    return session.ask("CVARUNIT", arguments.str());
+    return client_.ask("CVARUNIT", arguments.str());
   }
   void expect_stored(const std::string& name, const std::string& unit, double factor) {
     EXPECT_EQ(read_file(tree.descriptor("DIRE.1/FILE.1/VARI.1")), stored(name, unit, factor));

@@ -1,16 +1,40 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
 #include "support/console.h"
+#include "support/processes.h"
 #include "support/temporary_directory.h"
 #include "util/qu_file.h"
+
+namespace {
+
+// What another server does once a directory was found not to be a file.
+std::function<void()> meanwhile;
+
+}  // namespace
+
+// Stands before that of the C library.
+extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
+  using function = int (*)(int, const char*, int);
+  static const auto real = reinterpret_cast<function>(dlsym(RTLD_NEXT, "unlinkat"));
+  const int result = real(folder, name, flags);
+  if (result != 0 && errno == EISDIR && meanwhile) {
+    std::exchange(meanwhile, nullptr)();
+    errno = EISDIR;
+  }
+  return result;
+}
 
 namespace qrd::test {
 namespace {
@@ -94,6 +118,31 @@ TEST_F(plain_directories, deletion_never_follows_a_link) {
   EXPECT_EQ(qu_file_delete_tree((tree_ + "/").c_str(), true), 1);
   EXPECT_FALSE(fs::is_symlink(tree_));
   EXPECT_EQ(read_file(folder_ / "kept/file"), "x");
+}
+
+TEST_F(plain_directories, deletion_passes_over_what_another_has_just_deleted) {
+  fs::create_directories(tree_ + "/sub/deep");
+  meanwhile = [this] { fs::remove_all(tree_ + "/sub"); };
+  EXPECT_EQ(console_of([this] { EXPECT_EQ(qu_file_delete_tree(tree_.c_str(), true), 1); }), "");
+  EXPECT_FALSE(fs::exists(tree_));
+}
+
+// What another one has already removed counts as removed, at every step: they begin one after the other.
+TEST_F(plain_directories, several_may_delete_one_tree) {
+  constexpr int folders = 20, files = 20;
+  for (int pause : {0, 1, 2, 3}) {
+    for (int i = 0; i < folders; ++i) {
+      const std::string inner = tree_ + "/" + std::to_string(i) + "/deep";
+      fs::create_directories(inner);
+      for (int k = 0; k < files; ++k) write_file(inner + "/" + std::to_string(k), "");
+    }
+    const auto remove = [&](int process) {
+      poll(nullptr, 0, process * pause);
+      return qu_file_delete_tree(tree_.c_str(), false) == 1;
+    };
+    EXPECT_EQ(in_processes(6, remove), 0);
+    EXPECT_TRUE(fs::is_empty(tree_));
+  }
 }
 
 TEST_F(plain_directories, copy_passes_over_what_no_path_may_be_called) {

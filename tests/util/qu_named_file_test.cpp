@@ -5,6 +5,7 @@
 #include <set>
 
 #include "support/bytes.h"
+#include "support/console.h"
 #include "support/temporary_directory.h"
 
 namespace qrd::test {
@@ -31,6 +32,20 @@ TEST(named_file, finds_what_moves_meanwhile) {
   EXPECT_EQ(qu_named_file_scan(folder.path().c_str(), kind, visit, [&] { seen.clear(); }),
             named_search::ended);
   EXPECT_EQ(seen, (std::multiset<std::string>{"a", "b"}));
+}
+
+TEST(named_file, has_one_of_999_numbers) {
+  temporary_directory folder;
+  for (int number = 0; number < 998; ++number) write_file(folder / ("X." + std::to_string(number)), "");
+  const auto put = [&] {
+    return qu_named_file_put(folder.path().c_str(), kind, nullptr,
+                             [](std::FILE* stream) { return std::fputs("last", stream) >= 0; });
+  };
+  EXPECT_TRUE(put());
+  EXPECT_EQ(read_file(folder / "X.998"), "last");
+  const std::string console = console_of([&] { EXPECT_FALSE(put()); });
+  EXPECT_TRUE(console.starts_with("full\n")) << console;
+  EXPECT_FALSE(fs::exists(folder / "X.999"));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "samples/qd_select.h"
 #include "store/qd_init.h"
 #include "support/descriptors.h"
 #include "support/temporary_directory.h"
@@ -16,6 +17,7 @@ namespace qrd::test {
 class catalogue_tree {
  public:
   catalogue_tree() {
+    qd_deselect_all();
     qu_path_join(study_path, {folder_.path().string()});
     qu_path_join(catalogue_path, {folder_ / "QRD"});
     write_file(folder_ / "read_write.def", "");
@@ -24,11 +26,16 @@ class catalogue_tree {
     unit_flag = 1;
     qu_formats_reset();
   }
+  catalogue_tree(const catalogue_tree&) = delete;
+  catalogue_tree& operator=(const catalogue_tree&) = delete;
   ~catalogue_tree() {
+    qd_deselect_all();
+    catalogue_path[0] = '\0';
     unit_flag = 1;
     qu_formats_reset();
   }
 
+  std::string path() const { return folder_ / "QRD"; }
   // The path of a folder of the catalogue, made if it isn't there: "DIRE.1/FILE.2".
   std::string folder(const std::string& path) const {
     std::string whole = folder_ / ("QRD/" + path);

@@ -7,6 +7,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "client/connection.h"
 #include "support/bytes.h"
@@ -61,7 +63,8 @@ class database {
 // A server with a client that has the root open.
 class served {
  public:
-  explicit served(const std::filesystem::path& root) : connection(connect()) {
+  explicit served(const std::filesystem::path& root, server_settings settings = {})
+      : process(std::move(settings)), connection(connect()) {
     connection.open_root(root.string());
   }
   void choose(const std::string& study, const std::string& directory, const std::string& file) {
@@ -74,6 +77,9 @@ class served {
     connection.bye();
     return process.wait().value_or(-1);
   }
+
+  // What the server has said.
+  std::string said() const { return process.output() + process.errors(); }
 
   server_process process;
   client::connection connection;

@@ -9,12 +9,7 @@
 #include <vector>
 
 #include "samples/qd_select.h"
-#include "store/qd_init.h"
-#include "support/descriptors.h"
-#include "support/temporary_directory.h"
-#include "units/qu_units.h"
-#include "util/qu_file.h"
-#include "util/qu_string.h"
+#include "support/catalogue_tree.h"
 
 namespace qrd::test {
 
@@ -30,16 +25,10 @@ struct file_shape {
 class sample_study {
  public:
   explicit sample_study(const file_shape& shape) {
-    qd_deselect_all();
-    qu_path_join(catalogue_path, {directory_ / "QRD"});
-    qu_path_join(study_path, {directory_.path().string()});
-    write_file(directory_ / "read_write.def", "");
-    qu_path_join(handle_test_path, {directory_ / "read_write.def"});
-    std::filesystem::create_directories(file_path());
-    write_file(directory_ / "QRD/DIRE.1/DESCR", bytes().i32(1100).text("Dir").str());
+    tree_.add_directory("DIRE.1", "Dir");
+    tree_.folder("DIRE.1/FILE.1");
     set_shape(shape);
   }
-  ~sample_study() { qd_deselect_all(); }
 
   static std::string descriptor_of(const file_shape& shape) {
     file_fields fields = {.name = "File", .organisation = shape.organisation, .dimension = shape.dimension};
@@ -60,7 +49,7 @@ class sample_study {
     if (!shape.line_table.empty()) write_file(file_path() + "/LINE", line_table(shape.line_table));
   }
 
-  std::string file_path() const { return directory_ / "QRD/DIRE.1/FILE.1"; }
+  std::string file_path() const { return tree_.path() + "/DIRE.1/FILE.1"; }
 
   // The folder of a new variable; `data` is its whole data file.
   std::string add(const std::string& name, int type, int bit_length, std::string_view data, int kind = 0,
@@ -83,10 +72,10 @@ class sample_study {
     return path;
   }
 
-  std::string operator/(const std::string& name) const { return directory_ / name; }
+  std::string operator/(const std::string& name) const { return tree_ / name; }
 
  private:
-  temporary_directory directory_;
+  catalogue_tree tree_;
   int variables_ = 0;
 };
 
