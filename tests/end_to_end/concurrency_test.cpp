@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -11,8 +12,8 @@
 #include <vector>
 
 #include "client/connection.h"
-#include "support/database.h"
 #include "support/bytes.h"
+#include "support/database.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
@@ -24,66 +25,79 @@ constexpr int server_count = 20;
 constexpr int rounds = 25;
 constexpr std::int64_t block = 512;
 
-// How the refusals begin that a client may meet when others have been faster.
-constexpr const char* known_refusals[] = {
-    "Directory ",                                 // ... already exists
-    "Cannot create directory ",                   //
-    "Not a valid Velmar ",                        // directory, file, variable
-    "An error happened during ",                  // deletion
-    "Cannot get info on Variable ",               //
-    "File ",                                      // ... already exists
-    "Line File ",                                 // ... does not exist
-    "Cannot create file ",                        //
-    "Cannot create grid file ",                   //
-    "Error creating variable ",                   //
-    "Error selecting variable ",                  //
-    "Cannot select ",                             // variable, selection variable
-    "Cannot add ",                                // samples
-    "Cannot append ",                             // samples
-    "Cannot retrieve coordinate ",                //
-    "Cannot get file info",                       //
-    "Cannot get physical file path",              //
-    "Cannot get file descriptor",                 //
-    "Cannot get coords formats",                  //
-    "Cannot get variable info",                   //
-    "Cannot get File Information",                //
-    "Cannot set macro indices for variable",      //
-    "Cannot create variable ",                    //
-    "Cannot delete previous link of ",            //
-    "Cannot link this Lines file ",               // another one of that name
-    "Linked file should be a points file ",       // another one of that name
-    "Current file ",                              // another one of that name
-    "Link between lines file and its header ",    // cannot be deleted
-    "Variable ",                                  // already exists, is of another sort
-    "Error while getting ",                       // file information
-    "Problem while ",                             // reading, writing
-    "First ",                                     // sample number: another file of that name
-    "Last ",                                      //
-    "Array size does not match ",                 // likewise
-    "Wrong line index",                           // likewise
-    "Enable to update file or variable comment",  //
-    "No indice is defined for current macro variable",
-    "Impossible to write the file_descriptor",
-};
-
-bool is_known(const std::string& text) {
-  return std::any_of(std::begin(known_refusals), std::end(known_refusals),
-                     [&](const char* start) { return text.starts_with(start); });
+// How the refusals of a call begin that the deletions of others, or what this client has made already,
+// explain.
+const std::map<std::string, std::vector<std::string>>& explained() {
+  const std::string file_gone = "Cannot get file info", variable_gone = "Cannot get variable info",
+                    no_variable = "Error while getting file or Variable information",
+                    no_selection = "Cannot select variable", no_sample = "First read Sample Number",
+                    no_directory = "Not a valid Velmar directory: ", no_file = "Not a valid Velmar file: ",
+                    no_deletion = "An error happened during ",
+                    file_there = "File Shared: ", no_creation = "Cannot create file ",
+                    no_new_variable = "Cannot create variable ", variable_there = "Variable ",
+                    no_column = "Cannot set macro indices for variable", not_read = "Problem while reading ",
+                    not_written = "Problem while writing ", no_coordinate = "Error selecting variable ",
+                    no_formats = "Cannot get coords formats", no_coordinates = "Cannot retrieve coordinate ",
+                    not_appended = "Cannot append ", not_added = "Cannot add ";
+  const std::vector<std::string> line = {file_gone,
+                                         not_appended,
+                                         not_read,
+                                         not_written,
+                                         no_coordinate,
+                                         no_coordinates,
+                                         no_selection,
+                                         "Error creating variable ",
+                                         "Link between lines file "};
+  static const std::map<std::string, std::vector<std::string>> refusals = {
+      {"new_directory", {"Directory Shared: ", "Cannot create directory "}},
+      {"set_directory", {no_directory}},
+      {"files", {no_directory}},
+      {"set_file", {no_file}},
+      {"variables", {no_file}},
+      {"set_variable", {"Not a valid Velmar variable: "}},
+      {"file_info", {file_gone, no_formats}},
+      {"variable_info", {variable_gone}},
+      {"new_points", {file_there, no_creation, not_added}},
+      {"new_lines", {file_there, no_creation}},
+      {"new_grid", {file_there, "Cannot create grid file "}},
+      {"new_text_variable", {variable_there, no_new_variable}},
+      {"new_float_variable", {variable_there, no_new_variable}},
+      {"new_macro_variable", {variable_there, no_new_variable}},
+      {"add_macro_indices", {variable_gone, not_written}},
+      {"set_index", {variable_gone}},
+      {"read_floats", {no_variable, no_selection, no_sample, not_read}},
+      {"read_texts", {no_variable, no_selection, no_sample, not_read}},
+      {"write_floats", {no_variable, no_selection, no_column, not_written, "No indice is defined"}},
+      {"append_points", {file_gone, not_added, no_coordinate, not_written}},
+      {"append_line", line},
+      {"append_cores", line},
+      {"link_lines",
+       {"Cannot link this Lines file ", "Line File Shared: ", "Cannot delete previous link of "}},
+      {"line_lengths", {"Error while getting file information"}},
+      {"set_comment", {"Enable to update file or variable comment"}},
+      {"set_grid_origin", {file_gone, no_formats, "Impossible to write the file_descriptor"}},
+      {"delete_directory", {no_deletion}},
+      {"delete_file", {no_deletion}},
+      {"delete_variable", {no_deletion, "Cannot get info on Variable "}},
+  };
+  return refusals;
 }
+
+struct tally {
+  int served = 0, refused = 0;
+};
 
 // One client and its server. Everybody deletes and reads everything; files and what is in them are made under
 // names of the client's own, since no lock keeps two clients from growing one file at the same time.
 class worker {
  public:
   worker(int number, const fs::path& root)
-      : own_(std::to_string(number)), choice_(static_cast<unsigned>(number)), client_(connected(process_)) {
-    client_.open_root(root.string());
-  }
+      : own_(std::to_string(number)), choice_(static_cast<unsigned>(number)), server_(root) {}
 
   void work() {
     client_.set_study("Shared");
     for (int round = 0; round < rounds; ++round) {
-      attempt([&] { client_.new_directory(directory()); });
+      attempt("new_directory", [&] { client_.new_directory(directory()); });
       switch (pick(5)) {
         case 0:
           make_points();
@@ -104,67 +118,66 @@ class worker {
     }
   }
 
-  int finish() {
-    client_.bye();
-    return process_.wait().value_or(-1);
-  }
-  std::string said() const { return process_.output() + process_.errors(); }
+  int finish() { return server_.finish(); }
+  std::string said() const { return server_.said(); }
+  const std::map<std::string, tally>& calls() const { return calls_; }
 
  private:
-  static client::connection connected(const server_process& process) {
-    client::connection_options options;
-    options.timeout = std::chrono::seconds(60);
-    return client::connection::connect("127.0.0.1", process.port(), options);
-  }
   int pick(int count) { return static_cast<int>(choice_() % static_cast<unsigned>(count)); }
   std::string directory() { return "directory " + std::to_string(pick(3)); }
   std::string own(const char* name) const { return name + own_; }
 
   // True if it is done; a refusal must be one that others can cause.
-  bool attempt(const std::function<void()>& act) {
+  bool attempt(const std::string& call, const std::function<void()>& act) {
     try {
       act();
+      ++calls_[call].served;
       return true;
     } catch (const client::refusal& refused) {
-      EXPECT_TRUE(is_known(refused.what())) << refused.what();
+      const std::string text = refused.what();
+      const std::vector<std::string>& known = explained().at(call);
+      EXPECT_TRUE(std::any_of(known.begin(), known.end(),
+                              [&](const std::string& start) { return text.starts_with(start); }))
+          << call << ": " << text;
+      ++calls_[call].refused;
       return false;
     }
   }
-  bool open_file(const std::string& name) {
-    return attempt([&] { client_.set_directory(directory()); }) && attempt([&] { client_.set_file(name); });
-  }
-
   void make_points() {
     const std::string name = own("points ");
     const std::vector<double> coordinates(2 * 300, 1.5);
-    if (!attempt([&] { client_.set_directory(directory()); })) return;
-    attempt([&] { client_.new_points(name, 2, coordinates); });
-    if (!attempt([&] { client_.set_file(name); })) return;
-    attempt([&] { client_.new_text_variable("name", 7); });
-    if (attempt([&] { client_.new_macro_variable("runs[xxxxx]", 32); }) &&
-        attempt([&] { client_.set_variable("runs[xxxxx]"); })) {
+    if (!attempt("set_directory", [&] { client_.set_directory(directory()); })) return;
+    attempt("new_points", [&] { client_.new_points(name, 2, coordinates); });
+    if (!attempt("set_file", [&] { client_.set_file(name); })) return;
+    attempt("new_text_variable", [&] { client_.new_text_variable("name", 7); });
+    if (attempt("new_macro_variable", [&] { client_.new_macro_variable("runs[xxxxx]", 32); }) &&
+        attempt("set_variable", [&] { client_.set_variable("runs[xxxxx]"); })) {
       const std::vector<std::int32_t> indices = {3, 1, 2};
-      attempt([&] { client_.add_macro_indices(indices); });
-      attempt([&] { client_.set_index(2); });
-      attempt([&] { client_.write_floats(std::vector<double>(300, 2.0), client::sample_range{1, 300}); });
+      attempt("add_macro_indices", [&] { client_.add_macro_indices(indices); });
+      attempt("set_index", [&] { client_.set_index(2); });
+      attempt("write_floats", [&] {
+        client_.write_floats(std::vector<double>(300, 2.0), client::sample_range{1, 300});
+      });
     }
-    attempt([&] { client_.append_points(2, coordinates); });
-    attempt([&] { client_.set_comment(client::comment_owner::file, "points of " + own_); });
+    attempt("append_points", [&] { client_.append_points(2, coordinates); });
+    attempt("set_comment", [&] { client_.set_comment(client::comment_owner::file, "points of " + own_); });
   }
 
   void make_lines() {
-    const std::string name = own("lines "), header = own("header ");
+    const std::string name = own("lines "), header = own("header "), cores = own("cores ");
     const std::vector<double> coordinates = {1, 2, 3, 4, 5, 6};
-    if (!attempt([&] { client_.set_directory(directory()); })) return;
-    attempt([&] { client_.new_lines(name, 2); });
-    attempt([&] { client_.new_points(header, 2, std::vector<double>{7, 8}); });
-    if (!attempt([&] { client_.set_file(name); })) return;
-    attempt([&] { client_.append_line(2, coordinates); });
-    attempt([&] { client_.link_lines(header); });
-    attempt([&] { client_.line_lengths(); });
-    if (attempt([&] { client_.set_variable("LN+ Line Number (READONLY)"); }))
-      attempt([&] { client_.read_floats(); });
-    attempt([&] { client_.append_cores(2, {}, coordinates); });
+    if (!attempt("set_directory", [&] { client_.set_directory(directory()); })) return;
+    attempt("new_lines", [&] { client_.new_lines(name, 2); });
+    attempt("new_points", [&] { client_.new_points(header, 2, std::vector<double>{7, 8}); });
+    if (!attempt("set_file", [&] { client_.set_file(name); })) return;
+    attempt("append_line", [&] { client_.append_line(2, coordinates); });
+    attempt("link_lines", [&] { client_.link_lines(header); });
+    attempt("line_lengths", [&] { client_.line_lengths(); });
+    if (attempt("set_variable", [&] { client_.set_variable("LN+ Line Number (READONLY)"); }))
+      attempt("read_floats", [&] { client_.read_floats(); });
+    attempt("new_lines", [&] { client_.new_lines(cores, 2); });
+    if (!attempt("set_file", [&] { client_.set_file(cores); })) return;
+    attempt("append_cores", [&] { client_.append_cores(2, {}, coordinates); });
   }
 
   void make_grid() {
@@ -172,60 +185,63 @@ class worker {
     client::grid_geometry grid;
     grid.nx = 20;
     grid.ny = 30;
-    if (!attempt([&] { client_.set_directory(directory()); })) return;
-    attempt([&] { client_.new_grid(name, grid); });
-    if (!attempt([&] { client_.set_file(name); })) return;
+    if (!attempt("set_directory", [&] { client_.set_directory(directory()); })) return;
+    attempt("new_grid", [&] { client_.new_grid(name, grid); });
+    if (!attempt("set_file", [&] { client_.set_file(name); })) return;
     for (int bits : {1, 16, 64}) {
       const std::string variable = "bits " + std::to_string(bits);
-      attempt([&] { client_.new_float_variable(variable, bits, {}, "g/t"); });
-      if (attempt([&] { client_.set_variable(variable); }))
-        attempt([&] { client_.write_floats(std::vector<double>(600, 1.0)); });
+      attempt("new_float_variable", [&] { client_.new_float_variable(variable, bits, {}, "g/t"); });
+      if (attempt("set_variable", [&] { client_.set_variable(variable); }))
+        attempt("write_floats", [&] { client_.write_floats(std::vector<double>(600, 1.0)); });
     }
-    attempt([&] { client_.set_grid_origin({1, 2, 3}); });
+    attempt("set_grid_origin", [&] { client_.set_grid_origin({1, 2, 3}); });
   }
 
   void look_around() {
     for (const std::string& name : client_.directories()) {
       std::vector<std::string> files;
-      if (!attempt([&] { client_.set_directory(name); })) continue;
-      if (!attempt([&] { files = client_.files(); }) || files.empty()) continue;
+      if (!attempt("set_directory", [&] { client_.set_directory(name); })) continue;
+      if (!attempt("files", [&] { files = client_.files(); }) || files.empty()) continue;
       const std::string& file = files[static_cast<std::size_t>(pick(static_cast<int>(files.size())))];
-      if (!attempt([&] { client_.set_file(file); })) continue;
-      attempt([&] { client_.file_info(); });
+      if (!attempt("set_file", [&] { client_.set_file(file); })) continue;
+      attempt("file_info", [&] { client_.file_info(); });
       std::vector<std::string> variables;
-      attempt([&] { variables = client_.variables(); });
+      attempt("variables", [&] { variables = client_.variables(); });
       for (const std::string& variable : variables) {
-        if (!attempt([&] { client_.set_variable(variable); })) continue;
+        if (!attempt("set_variable", [&] { client_.set_variable(variable); })) continue;
         client::variable_info info;
-        if (!attempt([&] { info = client_.variable_info(); })) continue;
-        if (info.type == client::variable_type::text) attempt([&] { client_.read_texts(); });
-        if (info.type == client::variable_type::number) attempt([&] { client_.read_floats(); });
+        if (!attempt("variable_info", [&] { info = client_.variable_info(); })) continue;
+        if (info.type == client::variable_type::text) attempt("read_texts", [&] { client_.read_texts(); });
+        if (info.type == client::variable_type::number)
+          attempt("read_floats", [&] { client_.read_floats(); });
       }
     }
   }
 
   void delete_something() {
-    if (!attempt([&] { client_.set_directory(directory()); })) return;
+    if (!attempt("set_directory", [&] { client_.set_directory(directory()); })) return;
     if (pick(4) == 0) {
-      attempt([&] { client_.delete_directory(); });
+      attempt("delete_directory", [&] { client_.delete_directory(); });
       return;
     }
     std::vector<std::string> names;
-    if (!attempt([&] { names = client_.files(); }) || names.empty()) return;
+    if (!attempt("files", [&] { names = client_.files(); }) || names.empty()) return;
     const std::string& file = names[static_cast<std::size_t>(pick(static_cast<int>(names.size())))];
-    if (!attempt([&] { client_.set_file(file); })) return;
+    if (!attempt("set_file", [&] { client_.set_file(file); })) return;
     if (pick(2) == 0) {
-      attempt([&] { client_.delete_file(); });
+      attempt("delete_file", [&] { client_.delete_file(); });
       return;
     }
     for (const char* variable : {"name", "runs[xxxxx]", "bits 16"})
-      if (attempt([&] { client_.set_variable(variable); })) attempt([&] { client_.delete_variable(); });
+      if (attempt("set_variable", [&] { client_.set_variable(variable); }))
+        attempt("delete_variable", [&] { client_.delete_variable(); });
   }
 
   std::string own_;
   std::minstd_rand choice_;
-  server_process process_;
-  client::connection client_;
+  std::map<std::string, tally> calls_;
+  served server_;
+  client::connection& client_ = server_.connection;
 };
 
 // Fields of descriptors, by their places in the file.
@@ -302,6 +318,19 @@ TEST(concurrency, twenty_servers_share_a_study) {
           ADD_FAILURE() << problem.what() << "\n" << each->said();
         }
       });
+  }
+
+  // Of every call some are refused, and most are served; a directory is made by the first who wants it.
+  std::map<std::string, tally> calls;
+  for (const auto& each : workers)
+    for (const auto& [call, own] : each->calls()) {
+      calls[call].served += own.served;
+      calls[call].refused += own.refused;
+    }
+  for (const auto& [call, refusals] : explained()) {
+    const auto& [served, refused] = calls[call];
+    EXPECT_GE(served, 5) << call << ", refused: " << refused;
+    EXPECT_TRUE(call == "new_directory" || 2 * served > refused) << call << ": " << served << " " << refused;
   }
 
   for (const auto& directory : fs::directory_iterator(copy / "shared/QRD")) {
