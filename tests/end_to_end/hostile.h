@@ -39,7 +39,7 @@ inline std::vector<std::string> greeting(const std::filesystem::path& root) {
 
 struct ending {
   std::optional<int> status;  // empty: it did not end
-  std::string said;  // on standard output and error
+  std::string said;           // on standard output and error
 };
 
 // What has arrived when the other side has been silent for a moment; `patience` for the first byte.
