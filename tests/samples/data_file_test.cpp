@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "support/bytes.h"
 #include "support/temporary_directory.h"
 
@@ -22,6 +24,7 @@ TEST(data_file, more_than_the_disk_can_take_is_refused_before_anything_is_writte
   temporary_directory directory;
   const std::string path = directory / "DATAVAR";
   write_file(path, "old");
+  const auto written = std::filesystem::last_write_time(path);
   const std::string block(4096, 'x');
   for (std::int64_t repeats : {std::int64_t{1} << 48, std::int64_t{1} << 60}) {
     last_resource_failure = {};
@@ -30,6 +33,7 @@ TEST(data_file, more_than_the_disk_can_take_is_refused_before_anything_is_writte
     EXPECT_EQ(last_resource_failure.path, path);
     EXPECT_NEAR(last_resource_failure.requested_megabytes, static_cast<double>(repeats) / 256, 1);
     EXPECT_EQ(read_file(path), "old");
+    EXPECT_EQ(std::filesystem::last_write_time(path), written) << "it was longer for a moment";
   }
 }
 

@@ -1,7 +1,5 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -12,7 +10,6 @@
 #include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"
-#include "util/qu_lock.h"
 
 namespace qrd::test {
 namespace {
@@ -80,23 +77,15 @@ TEST_F(deletion, what_is_in_use_stays) {
   select_samples("sel", {1, 0, 1});
   expect_done("CVARSET", bytes().text("sel"));
   const std::string folders[] = {in_file(1, "VARI.4"), in_study("QRD/DIRE.1/FILE.1"), in_study("QRD/DIRE.1")};
-  int held[2], done[2];
-  ASSERT_EQ(pipe2(held, O_CLOEXEC) + pipe2(done, O_CLOEXEC), 0);
-  char byte = 0;
-  const pid_t other = fork_for_test();
-  if (other == 0) {
-    const folder_lock variable(folders[0].c_str()), file(folders[1].c_str()), directory(folders[2].c_str());
-    _exit(write(held[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 1 ? 0 : 1);
+  std::string said;
+  {
+    const lock_holder other({folders[0], folders[1], folders[2]});
+    said = console_of([&] {
+      expect_refused("CVARDEL", {}, "An error happened during Variable deletion");
+      expect_refused("CFILEDEL", {}, "An error happened during File deletion");
+      expect_refused("CDIRDEL", {}, "An error happened during Directory deletion");
+    });
   }
-  EXPECT_EQ(read(held[0], &byte, 1), 1);
-  const std::string said = console_of([&] {
-    expect_refused("CVARDEL", {}, "An error happened during Variable deletion");
-    expect_refused("CFILEDEL", {}, "An error happened during File deletion");
-    expect_refused("CDIRDEL", {}, "An error happened during Directory deletion");
-  });
-  EXPECT_EQ(write(done[1], &byte, 1), 1);
-  waitpid(other, nullptr, 0);
-  for (int end : {held[0], held[1], done[0], done[1]}) close(end);
   for (const std::string& folder : folders)
     EXPECT_NE(said.find("Unable to delete directory \"" + folder + "\": "), std::string::npos) << said;
   expect_done("CDIRSET", bytes().text("D"));

@@ -151,20 +151,8 @@ TEST_F(study_requests, new_ends_a_creation_that_was_cut) {
   EXPECT_EQ(make_new("New", root / "Other"), refused);
   fs::rename(root / "Other", path);
   {
-    int held[2];
-    ASSERT_EQ(pipe2(held, O_CLOEXEC), 0);
-    char byte = 0;
-    const pid_t maker = fork_for_test();
-    if (maker == 0) {
-      const folder_lock lock(path.c_str());
-      if (write(held[1], &byte, 1) == 1) pause();
-      _exit(0);
-    }
-    EXPECT_EQ(read(held[0], &byte, 1), 1);
+    const lock_holder maker({path});
     EXPECT_TRUE(untouched(image_of(path)));
-    kill(maker, SIGKILL);
-    waitpid(maker, nullptr, 0);
-    for (int end : held) close(end);
   }
   root.write_registry(pair(path, "Same"));
   EXPECT_EQ(make_new("New", path), refused);
@@ -258,21 +246,13 @@ TEST_F(study_requests, set_gives_the_study_of_the_name_or_none) {
 
 TEST_F(study_requests, del_puts_back_what_it_cannot_delete) {
   ASSERT_EQ(set("Gold"), done());
-  int held[2];
-  ASSERT_EQ(pipe2(held, O_CLOEXEC), 0);
-  char byte = 0;
-  const pid_t other = fork_for_test();
-  if (other == 0) {
-    const folder_lock lock((root / "Gold").c_str());
-    if (write(held[1], &byte, 1) == 1) pause();
-    _exit(0);
+  std::string said;
+  {
+    const lock_holder other({root / "Gold"});
+    said = console_of([&] {
+      EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("An error happened during Study deletion: Gold"));
+    });
   }
-  EXPECT_EQ(read(held[0], &byte, 1), 1);
-  const std::string said = console_of(
-      [&] { EXPECT_EQ(session.ask("CSTUDYDEL"), refusal("An error happened during Study deletion: Gold")); });
-  kill(other, SIGKILL);
-  waitpid(other, nullptr, 0);
-  for (int end : held) close(end);
   EXPECT_NE(said.find("Unable to delete directory \"" + root.path() + "/Gold\": "), std::string::npos)
       << said;
   EXPECT_EQ(root.registry(), registered);

@@ -1,13 +1,8 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
 #include <filesystem>
-#include <stdexcept>
 #include <thread>
 
 #include "store/qd_descriptor.h"
@@ -233,45 +228,14 @@ TEST(line_table, is_widened_beside_or_not_at_all) {
   EXPECT_EQ(read_file(path + "/before"), narrow) << "a reader in it still reads the old table";
 }
 
-// Another server that upgrades an object under its lock, and changes it at once.
-class other_server {
- public:
-  other_server(const std::string& folder, const std::string& path, const std::string& content) {
-    int ready[2];
-    if (pipe(ready) != 0) throw std::runtime_error("pipe");
-    process_ = fork_for_test();
-    if (process_ == 0) {
-      const int held = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
-      const bool locked = flock(held, LOCK_EX) == 0;
-      if (write(ready[1], "x", 1) != 1) _exit(2);
-      usleep(300000);
-      write_file(path, content);
-      _exit(locked ? 0 : 1);
-    }
-    char byte;
-    if (read(ready[0], &byte, 1) != 1) throw std::runtime_error("read");
-    close(ready[0]);
-    close(ready[1]);
-  }
-  other_server(const other_server&) = delete;
-  other_server& operator=(const other_server&) = delete;
-  ~other_server() {
-    int status = -1;
-    waitpid(process_, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
-
- private:
-  pid_t process_ = -1;
-};
-
+// Another server upgrades an object under its lock, and changes it at once.
 TEST(old_descriptors, are_read_again_under_the_lock_of_their_upgrade) {
   catalogue_tree tree;
   const std::string file = tree.add("DIRE.1/FILE.1", a_grid().bytes_of(600));
   file_fields renamed = a_grid();
   renamed.link = "Traces";
   {
-    other_server other(file, file + "/DESCR", renamed.bytes_of());
+    other_server other(file, [&] { write_file(file + "/DESCR", renamed.bytes_of()); });
     qd_file_record record;
     ASSERT_EQ(qd_file_descriptor_read(file.c_str(), record), 1);
     EXPECT_STREQ(record.link_name, "Traces");
@@ -283,7 +247,7 @@ TEST(old_descriptors, are_read_again_under_the_lock_of_their_upgrade) {
   const std::string changed =
       variable_fields{.name = "au", .bit_length = 32, .unit = "km", .factor = 1e5}.bytes_of();
   {
-    other_server other(file, variable + "/DESCR", changed);
+    other_server other(file, [&] { write_file(variable + "/DESCR", changed); });
     qd_variable_record record;
     ASSERT_EQ(qd_variable_descriptor_read(variable.c_str(), record), 1);
     EXPECT_STREQ(record.format.unit, "km");

@@ -8,9 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -51,6 +53,37 @@ class other_server {
     int status = -1;
     waitpid(process_, &status, 0);
     EXPECT_EQ(status, 0);
+  }
+
+ private:
+  pid_t process_;
+};
+
+// Another process that holds the locks of folders while the object lives.
+class lock_holder {
+ public:
+  explicit lock_holder(const std::vector<std::string>& folders) {
+    int ready[2];
+    if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
+    process_ = fork_for_test();
+    if (process_ == 0) {
+      std::vector<std::unique_ptr<folder_lock>> locks;
+      for (const std::string& folder : folders)
+        locks.push_back(std::make_unique<folder_lock>(folder.c_str()));
+      const bool held = std::all_of(locks.begin(), locks.end(), [](const auto& lock) { return bool(*lock); });
+      if (held && write(ready[1], "", 1) == 1) pause();
+      _exit(1);
+    }
+    char byte = 1;
+    close(ready[1]);
+    EXPECT_EQ(read(ready[0], &byte, 1), 1);
+    close(ready[0]);
+  }
+  lock_holder(const lock_holder&) = delete;
+  lock_holder& operator=(const lock_holder&) = delete;
+  ~lock_holder() {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
   }
 
  private:
