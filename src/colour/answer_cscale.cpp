@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "colour/answer_resources.h"
-#include "colour/answers.h"
 #include "colour/qu_cscale.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_init.h"
 #include "util/qu_string.h"
@@ -189,7 +189,7 @@ request_status server_answer_cscale_list(const char* /*request*/) {
   if (!resources_available(resources::scales)) return not_served;
   string_list names;
   if (qu_cscale_get_list(-1, names) != 0) return refuse(read_failure, cscale_path);
-  return answer("SSCALST", wire_names{names});
+  return answer(wire_names{names});
 }
 
 request_status server_answer_cscale_exists(const char* /*request*/) {
@@ -197,11 +197,11 @@ request_status server_answer_cscale_exists(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::scales)) return not_served;
   // The word for no scale, whatever a file calls itself.
-  if (!is_set(name)) return answer("SEXIST", wire_bool{false});
+  if (!is_set(name)) return answer(wire_bool{false});
   path_text path;
   const int state = qu_cscale_test(name, path);
   if (state == 3) return refuse(read_failure, name);
-  return answer("SEXIST", wire_bool{state == 0});
+  return answer(wire_bool{state == 0});
 }
 
 request_status server_answer_cscale_new(const char* /*request*/) {
@@ -234,7 +234,7 @@ request_status server_answer_cscale_new(const char* /*request*/) {
   if (sent.scale_type == SCALE_MANUAL) set_manual(sent, scale);
   if (sent.scale_type == SCALE_FACIES) set_facies(sent, scale);
   if (qu_cscale_write(scale) != 0) return refuse(write_failure, name.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 request_status server_answer_cscale_read(const char* /*request*/) {
@@ -256,7 +256,7 @@ request_status server_answer_cscale_read(const char* /*request*/) {
   narrow_all(scale.color[0], sent.color_1);
   if (scale.scale_type == SCALE_MANUAL) describe_manual(scale, sent);
   if (scale.scale_type == SCALE_FACIES) describe_facies(scale, sent);
-  return answer_with("SSCALE", [&sent] { return write_description(sent); });
+  return answer_with([&sent] { return write_description(sent); });
 }
 
 request_status server_answer_cscale_delete(const char* /*request*/) {
@@ -264,7 +264,7 @@ request_status server_answer_cscale_delete(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::scales)) return not_served;
   if (qu_cscale_delete(name) != 0) return refuse("An error happened during Color Scale deletion");
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

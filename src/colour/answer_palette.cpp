@@ -3,9 +3,9 @@
 #include <span>
 
 #include "colour/answer_resources.h"
-#include "colour/answers.h"
 #include "colour/qu_palette.h"
 #include "server/answering.h"
+#include "server/answers.h"
 
 namespace qrd {
 
@@ -33,7 +33,7 @@ bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_
 
 request_status server_answer_palette_list(const char* /*request*/) {
   if (!resources_available(resources::palettes)) return not_served;
-  return answer("SPALLST", wire_names{qu_palette_get_list(-1)});
+  return answer(wire_names{qu_palette_get_list(-1)});
 }
 
 request_status server_answer_palette_exists(const char* /*request*/) {
@@ -42,7 +42,7 @@ request_status server_answer_palette_exists(const char* /*request*/) {
   if (!resources_available(resources::palettes)) return not_served;
   const int exists = qu_palette_exists(name);
   if (exists < 0) return refuse(read_failure, name);
-  return answer("SEXIST", wire_bool{exists != 0});
+  return answer(wire_bool{exists != 0});
 }
 
 request_status server_answer_palette_read(const char* /*request*/) {
@@ -51,7 +51,7 @@ request_status server_answer_palette_read(const char* /*request*/) {
   if (!resources_available(resources::palettes)) return not_served;
   palette_colours colours;
   if (qu_palette_read(name, colours) != 0) return refuse(read_failure, name);
-  return answer("SPAL", wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
+  return answer(wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
                 wire_ints{colours.green.data(), colours.count},
                 wire_ints{colours.blue.data(), colours.count});
 }
@@ -77,7 +77,7 @@ request_status server_answer_palette_write(const char* /*request*/) {
     case palette_writing::done:
       break;
   }
-  return answer("SDONE");
+  return answer();
 }
 
 request_status server_answer_palette_delete(const char* /*request*/) {
@@ -86,7 +86,7 @@ request_status server_answer_palette_delete(const char* /*request*/) {
   if (!resources_available(resources::both)) return not_served;
   switch (qu_palit_delete(name, palette_prefix)) {
     case 0:
-      return answer("SDONE");
+      return answer();
     case 2:
       return refuse("Cannot delete palette named %s as it is used by a Color Scale.", name);
     default:

@@ -4,9 +4,9 @@
 #include <new>
 
 #include "geometry/answer_units.h"
-#include "geometry/answers.h"
 #include "geometry/qd_fault.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
@@ -103,7 +103,7 @@ request_status server_answer_write_faults(const char* /*request*/) {
   }
   switch (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system)) {
     case 0:
-      return answer("SDONE");
+      return answer();
     case 3:
       return refuse(already_faulted, current_context.file);
     default:
@@ -132,7 +132,7 @@ request_status server_answer_faults(const char* /*request*/) {
   const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const auto sent = std::count_if(system->faults.begin(), system->faults.end(),
                                   [limit](const fault& each) { return segments_within(each, limit) > 0; });
-  return answer_with("SFAULTS", [&] {
+  return answer_with([&] {
     return write_value(wire_bool{system->is_2d != 0}) &&
            write_value(wire_bool{system->has_attributes != 0}) && write_value(wire_double{missing_double}) &&
            write_value(wire_int{static_cast<std::int32_t>(sent)}) &&

@@ -4,9 +4,9 @@
 #include <new>
 
 #include "geometry/answer_units.h"
-#include "geometry/answers.h"
 #include "geometry/qd_polygon.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
@@ -61,7 +61,7 @@ request_status server_answer_polygons(const char* /*request*/) {
   const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
   const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,
                         info.x_max / unit.x, info.y_max / unit.y, info.z_max / unit.z};
-  return answer_with("SPOLYGONS", [&] {
+  return answer_with([&] {
     return write_value(wire_bool{system->dimension == 2}) && write_value(wire_doubles{box, 6}) &&
            write_value(wire_long{system->contours.count()}) &&
            std::all_of(system->contours.begin(), system->contours.end(),

@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "geometry/answers.h"
 #include "geometry/qd_polygon.h"
 #include "geometry/qu_polygon_t.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_info.h"
@@ -146,7 +146,7 @@ request_status server_answer_polygons_new(const char* /*request*/) {
   server_debug(1, "Creating File: \"%s\".", name.c_str());
   if (state == arrival::refused || qd_polygon_new(current_context.directory, name.c_str(), *system) != 0)
     return refuse("Cannot create file %s: %s/%s", current_context.study, name.c_str(), name.c_str());
-  const request_status status = answer("SDONE");
+  const request_status status = answer();
   // A client that never heard of the file must not find it.
   if (status != served) qd_polygon_delete(current_context.directory, name.c_str(), false);
   return status;

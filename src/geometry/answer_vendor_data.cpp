@@ -3,9 +3,9 @@
 #include <new>
 #include <string>
 
-#include "geometry/answers.h"
 #include "geometry/qd_vendor_data.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "util/qu_string.h"
@@ -159,7 +159,7 @@ request_status server_answer_vendor_data_exists(const char* /*request*/) {
   std::int64_t version = 0;
   const int result = qd_vendor_data_version(name, owner, version);
   if (result == 2) return refuse("%s", read_failure);
-  return answer("SVDATEXIS", wire_int{result == 0 ? 1 : 0});
+  return answer(wire_int{result == 0 ? 1 : 0});
 }
 
 request_status server_answer_vendor_data_version(const char* /*request*/) {
@@ -168,7 +168,7 @@ request_status server_answer_vendor_data_version(const char* /*request*/) {
   if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
   if (qd_vendor_data_version(name, owner, version) != 0) return refuse("%s", read_failure);
-  return answer("SVDATVERS", wire_int{static_cast<std::int32_t>(version)});
+  return answer(wire_int{static_cast<std::int32_t>(version)});
 }
 
 request_status server_answer_vendor_data_read(const char* /*request*/) {
@@ -177,7 +177,7 @@ request_status server_answer_vendor_data_read(const char* /*request*/) {
   if (!read_target("Reading Vendor Data", name, owner)) return not_served;
   vendor_data bag;
   if (qd_vendor_data_read(bag, owner, name) != 0) return refuse("%s", read_failure);
-  return answer_with("SVDAT", [&bag] {
+  return answer_with([&bag] {
     return write_value(wire_int{static_cast<std::int32_t>(bag.version)}) &&
            write_value(count_of(bag.attributes)) &&
            std::all_of(bag.attributes.begin(), bag.attributes.end(), write_attribute);
@@ -211,7 +211,7 @@ request_status server_answer_vendor_data_write(const char* /*request*/) {
   if (!find_owner(scope, owner, text)) return not_served;
   server_debug(1, "Writing Vendor Data: \"%s\" in %s.", bag.name, text.c_str());
   if (qd_vendor_data_write(owner, bag) != 0) return refuse("%s", write_failure);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -3,9 +3,9 @@
 #include <new>
 
 #include "geometry/answer_units.h"
-#include "geometry/answers.h"
 #include "geometry/qd_wireframe.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
@@ -70,7 +70,7 @@ request_status server_answer_wireframes_read(const char* /*request*/) {
 
   divide(*root, client_units(root->unit_x, root->unit_y, root->unit_z));
   std::erase_if(root->objects, [](const wireframe_object& object) { return sent_pieces(object) == 0; });
-  return answer_with("SWIREF", [&root] {
+  return answer_with([&root] {
     return write_value(wire_int{static_cast<std::int32_t>(root->objects.size())}) &&
            std::all_of(root->objects.begin(), root->objects.end(), write_object);
   });

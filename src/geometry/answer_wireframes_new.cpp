@@ -3,9 +3,9 @@
 #include <cinttypes>
 #include <new>
 
-#include "geometry/answers.h"
 #include "geometry/qd_wireframe.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 #include "util/qu_string.h"
@@ -117,7 +117,7 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
   }
   if (!valid) return refuse("%s", triangles_failure);
-  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer("SDONE");
+  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer();
   // Clients know that a file without objects gets no answer.
   if (root->objects.empty()) return not_served;
   return refuse("Cannot create file %s: %s/%s", current_context.study, current_context.directory,

@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <string>
 
-#include "samples/answers.h"
 #include "samples/qd_data_file.h"
 #include "samples/qd_macro.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "store/qd_info.h"
@@ -87,7 +87,7 @@ request_status server_answer_add_macro_indices(const char* /*request*/) {
   const int created = qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
                                                        indices.numbers.data(), texts, &refusal);
   if (created < 0) return refuse("Cannot get variable info");
-  if (created != 0) return answer("SDONE");
+  if (created != 0) return answer();
   if (refusal.empty()) return not_served;
   return refuse("%s", refusal.c_str());
 }

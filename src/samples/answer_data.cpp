@@ -43,13 +43,11 @@ bool data_request::read_range() {
 }
 
 bool data_request::read_float_range() {
-  // Version 410 had no range again.
-  bool has_range = client_version >= 407 && client_version != 410;
-  return !has_range || read_range();
+  return !client_is(float_range_client) || read_range();
 }
 
 bool data_request::read_char_range() {
-  return client_version < 700000 || read_range();
+  return !client_is(text_range_client) || read_range();
 }
 
 bool data_request::find_variable() {

@@ -21,7 +21,7 @@ class data_request {
   data_request& operator=(const data_request&) = delete;
   ~data_request();
 
-  // The sample range; -1 stands for the first and the last sample of the file. Older clients don't send it
+  // The sample range; -1 stands for the first and the last sample of the file. Not every client sends it
   // for floats and texts. False after a failed read, without a refusal.
   bool read_range();
   bool read_float_range();

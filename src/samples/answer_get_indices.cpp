@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "samples/answer_macro.h"
-#include "samples/answers.h"
 #include "samples/qd_macro.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 
 namespace qrd {
@@ -22,7 +22,7 @@ request_status server_answer_macro_indices(const char* request) {
 
   const std::vector<std::int32_t> words(indices.numbers.begin(), indices.numbers.end());
   const auto count = static_cast<std::int32_t>(words.size());
-  return answer_with(with_alpha ? "SMACROALP" : "SMACROIND", [&] {
+  return answer_with([&] {
     if (!write_value(wire_int{count}) || !write_value(wire_ints{words.data(), count})) return false;
     if (!with_alpha) return true;
     bool has_alpha = indices.alpha.get() != nullptr;

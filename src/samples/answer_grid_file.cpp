@@ -1,8 +1,8 @@
 // Grid files: creation, and changes of origin, mesh and rotation.
 #include "samples/answer_file_common.h"
-#include "samples/answers.h"
 #include "samples/qd_lines.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_descriptor_changes.h"
@@ -48,7 +48,7 @@ request_status write_grid(const grid_target& target) {
   const bool prepared = change.add(target.path, target.record);
   if (prepared) qd_delete_derived_files(target.path);
   if (!prepared || !change.commit()) return refuse("Impossible to write the file_descriptor");
-  return answer("SDONE");
+  return answer();
 }
 
 // Puts three lengths off the socket into the grid fields of the current file.
@@ -91,7 +91,7 @@ request_status server_answer_grid_file_new(const char* /*request*/) {
   if (nx < 1 || ny < 1 || nz < 1 ||
       qd_create_file(context.directory, name.c_str(), ORG_GRID, dimension == 2 ? 2 : 3, &grid) == 0)
     return refuse("Cannot create grid file %s: %s/%s", context.study, context.directory, name.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 // GRIDMODO: moves the origin of the current grid.

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "samples/answer_macro.h"
-#include "samples/answers.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 
@@ -37,7 +37,7 @@ request_status server_answer_indice_set(const char* request) {
   }
   current_context.indice = index;
   server_debug(1, "Setting Variable: \"%s\".", context.variable);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -3,10 +3,10 @@
 #include <optional>
 
 #include "samples/answer_file_common.h"
-#include "samples/answers.h"
 #include "samples/qd_coordinates.h"
 #include "samples/qd_lines.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_locked_file.h"
@@ -82,7 +82,7 @@ line_addition add_line(const coordinate_variables& coordinates, const qd_file_re
 request_status answer_addition(line_addition result, std::int32_t samples) {
   switch (result) {
     case line_addition::done:
-      return answer("SDONE");
+      return answer();
     case line_addition::no_values:
       return refuse("Problem while reading coordinates of %s/%s", current_context.directory,
                     current_context.file);
@@ -138,7 +138,7 @@ request_status server_answer_lines_file_new(const char* /*request*/) {
   content.variables = qd_axis_content(gravity_centers, dimension, {});
   if (qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr, &content) == 0)
     return refuse(cannot_create_file, context.study, context.directory, name.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 // CLFILEAPP: adds a line of points.

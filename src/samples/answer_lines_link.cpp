@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "samples/answer_file_common.h"
-#include "samples/answers.h"
 #include "samples/qd_lines.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_walk.h"
@@ -48,7 +48,7 @@ request_status server_answer_lines_file_create_link(const char* /*request*/) {
                   lines.line_count, points.sample_count);
 
   server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
-  if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer("SDONE");
+  if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer();
   // Another server has deleted one of them meanwhile, or the former links can't be ended.
   if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return not_served;
   return refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory,
@@ -75,7 +75,7 @@ request_status server_answer_lines_file_samples_count(const char* /*request*/) {
                             lines * static_cast<std::int64_t>(sizeof(std::int32_t)));
   for (std::int64_t i = 0; i < lines; ++i)
     lengths[i] = static_cast<std::int32_t>(counts[static_cast<std::size_t>(i)]);
-  return answer("SLFILECNT", wire_int{static_cast<std::int32_t>(lines)}, wire_ints{lengths.data(), lines});
+  return answer(wire_int{static_cast<std::int32_t>(lines)}, wire_ints{lengths.data(), lines});
 }
 
 }  // namespace qrd

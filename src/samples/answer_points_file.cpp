@@ -2,10 +2,10 @@
 #include <cinttypes>
 
 #include "samples/answer_file_common.h"
-#include "samples/answers.h"
 #include "samples/qd_coordinates.h"
 #include "samples/qd_lines.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_manage.h"
@@ -60,7 +60,7 @@ request_status server_answer_points_file_new(const char* /*request*/) {
   content.sample_count = samples;
   content.variables = qd_axis_content(gravity_centers, dimension, values);
   if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, nullptr, &content) != 0)
-    return answer("SDONE");
+    return answer();
   if (content.samples_failed) return refuse_samples(samples, name.c_str());
   return refuse(cannot_create_file, context.study, context.directory, name.c_str());
 }
@@ -92,7 +92,7 @@ request_status server_answer_points_file_append(const char* /*request*/) {
   if (!add_points(coordinates, context.file, samples, values)) return not_served;
   // A failure now is only told on the console: a client that is refused adds its samples again.
   if (linked) qd_delete_link(context.directory, context.file, true);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "samples/answer_data.h"
-#include "samples/answers.h"
+#include "server/answers.h"
 #include "server/context.h"
 
 namespace qrd {
@@ -47,7 +47,7 @@ request_status server_answer_read_char_var(const char* /*request*/) {
   std::memset(blanks.data(), ' ', static_cast<std::size_t>(width));
   blanks[width] = '\0';
   spread(texts.data(), count, width, pointers.data());
-  return answer("SDATAC", wire_long{count}, wire_string{blanks.data(), static_cast<std::uint32_t>(width + 1)},
+  return answer(wire_long{count}, wire_string{blanks.data(), static_cast<std::uint32_t>(width + 1)},
                 wire_strings{pointers.data(), count});
 }
 

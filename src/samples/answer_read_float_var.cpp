@@ -1,11 +1,12 @@
 // CREADVARF, CREADLINF, CREADVARS: samples of a numeric variable, and selections as one byte a sample.
 #include <cinttypes>
+#include <cstring>
 #include <limits>
 
 #include "samples/answer_data.h"
-#include "samples/answers.h"
 #include "samples/qd_implicit.h"
 #include "samples/qd_lines.h"
+#include "server/answers.h"
 #include "server/context.h"
 
 namespace qrd {
@@ -23,18 +24,17 @@ request_status answer_values(data_request& data, selection_mode mode, checked_ar
     computed_reader reader;
     if (!reader.open(data.io(), mode, data.first, data.last)) return data.refuse_transfer();
     count = reader.count();
-    return answer("SDATAF", Count{static_cast<number>(count)}, wire_double{missing_double},
+    return answer(Count{static_cast<number>(count)}, wire_double{missing_double},
                   wire_double_pieces{count, [&reader] { return reader.next(); }});
   }
   if (qd_read_float_free(data.io(), mode, data.first, data.last, &count, values) == 0)
     return data.refuse_transfer();
-  return answer("SDATAF", Count{static_cast<number>(count)}, wire_double{missing_double},
+  return answer(Count{static_cast<number>(count)}, wire_double{missing_double},
                 wire_doubles{values.data(), count});
 }
 
-}  // namespace
-
-request_status server_answer_read_float_var(const char* /*request*/) {
+// The values of a range.
+request_status read_samples() {
   data_request data(data_request::reading);
   std::int32_t compress = 0;
   if (!data.read_float_range() || !read_arguments(compress)) return not_served;
@@ -46,7 +46,8 @@ request_status server_answer_read_float_var(const char* /*request*/) {
   return answer_values<wire_long>(data, compress != 0 ? SEL_COMPRESSED : SEL_MASKED, values);
 }
 
-request_status server_answer_read_line_float_var(const char* /*request*/) {
+// The values of a line.
+request_status read_line() {
   std::int32_t line = 0;
   if (!read_arguments(line)) return not_served;
   if (line < 1) return refuse("Wrong line index");
@@ -65,7 +66,13 @@ request_status server_answer_read_line_float_var(const char* /*request*/) {
   if (data.entry().implicit == 0 && !allocate_or_refuse(values, data.count())) return not_served;
   if (data.count() > 0) return answer_values<wire_int>(data, SEL_MASKED, values);
   if (!data.is_numeric()) return data.refuse_transfer();
-  return answer("SDATAF", wire_int{0}, wire_double{missing_double});
+  return answer(wire_int{0}, wire_double{missing_double});
+}
+
+}  // namespace
+
+request_status server_answer_read_float_var(const char* request) {
+  return std::strcmp(request, "CREADLINF") == 0 ? read_line() : read_samples();
 }
 
 request_status server_answer_read_selection_var(const char* /*request*/) {
@@ -86,7 +93,7 @@ request_status server_answer_read_selection_var(const char* /*request*/) {
     std::int64_t bit = data.first - 1 + i;
     bytes[i] = bits[bit / 8] >> (7 - bit % 8) & 1;
   }
-  return answer("SDATAS", wire_long{data.count()}, wire_bytes{bytes.data(), data.count()});
+  return answer(wire_long{data.count()}, wire_bytes{bytes.data(), data.count()});
 }
 
 }  // namespace qrd

@@ -1,6 +1,6 @@
 // CSELSET: makes a variable of the current file the selection, or sets none.
-#include "samples/answers.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_info.h"
@@ -15,7 +15,7 @@ request_status server_answer_sel_set(const char* /*request*/) {
   if (*name.c_str() == '\0') {
     set_current_selection(no_name);
     server_debug(1, "Unsetting Selection.");
-    return answer("SDONE");
+    return answer();
   }
 
   // With the index: a column that the macro doesn't have is no variable.
@@ -30,7 +30,7 @@ request_status server_answer_sel_set(const char* /*request*/) {
   if (!is_selection) return refuse("Variable is not a selection");
   set_current_selection(name.c_str());
   server_debug(1, "Setting Selection: \"%s\".", context.selection);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -1,7 +1,7 @@
 // The text variable of a header that names the lines.
-#include "samples/answers.h"
 #include "samples/qd_lines.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "store/qd_info.h"
 
@@ -29,7 +29,7 @@ request_status server_answer_var_as_line_name(const char* /*request*/) {
   if (qd_var_as_line_name(context.directory, context.file, context.variable) != 0)
     return refuse("Error while modifying Variable into a line name: %s: %s/%s/%s", context.study,
                   context.directory, context.file, context.variable);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -1,7 +1,7 @@
 // Creation of text variables.
 #include "samples/answer_var_common.h"
-#include "samples/answers.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "store/qd_records.h"
 
 namespace qrd {

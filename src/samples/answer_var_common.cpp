@@ -30,7 +30,7 @@ request_status create_variable(const char* name, std::int32_t type, std::int64_t
       qd_create_variable(context.directory, context.file, name, type, KIND_PLAIN, bit_length, &format) == 0)
     return refuse("Cannot create variable %s: %s/%s/%s", context.study, context.directory, context.file,
                   name);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

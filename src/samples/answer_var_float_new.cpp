@@ -2,9 +2,9 @@
 #include <cstring>
 
 #include "samples/answer_var_common.h"
-#include "samples/answers.h"
 #include "samples/qd_data_file.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "store/qd_records.h"
 #include "units/qu_units.h"
@@ -22,7 +22,7 @@ constexpr number_format wire_formats[] = {FORMAT_DECIMAL, FORMAT_INTEGER, FORMAT
                                           FORMAT_SHIFTED};
 
 bool read_unit(bool& given, unit_text& unit) {
-  if (is_old_client()) {
+  if (client_is(old_client)) {
     if (!read_arguments(unit)) return false;
     given = unit[0] != '\0';
     return true;

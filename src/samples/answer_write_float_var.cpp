@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "samples/answer_data.h"
-#include "samples/answers.h"
 #include "samples/qd_lines.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
 
@@ -61,7 +61,7 @@ request_status server_answer_write_float_var(const char* /*request*/) {
   if (count > 0 && qd_write_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
                                        data.last, values) == 0)
     return data.refuse_transfer();
-  return answer("SDONE");
+  return answer();
 }
 
 request_status server_answer_write_line_float_var(const char* /*request*/) {
@@ -90,7 +90,7 @@ request_status server_answer_write_line_float_var(const char* /*request*/) {
   if (!data.is_numeric()) return data.refuse_transfer();
   if (count > 0 && qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values) == 0)
     return data.refuse_transfer();
-  return answer("SDONE");
+  return answer();
 }
 
 request_status server_answer_write_selection_var(const char* /*request*/) {
@@ -119,7 +119,7 @@ request_status server_answer_write_selection_var(const char* /*request*/) {
     std::copy(bytes.begin(), bytes.end(), values.begin());
     written = qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values);
   }
-  return written != 0 ? answer("SDONE") : data.refuse_transfer();
+  return written != 0 ? answer() : data.refuse_transfer();
 }
 
 request_status server_answer_write_char_var(const char* /*request*/) {
@@ -150,7 +150,7 @@ request_status server_answer_write_char_var(const char* /*request*/) {
   if (count > 0 && qd_write_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
                                       data.last, qd_text_bytes(samples)) == 0)
     return data.refuse_transfer();
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -8,7 +8,7 @@ namespace qrd {
 request_status st_answer_arch(const char* /*request*/) {
   server_debug(0, "Sending Architecture");
   if (!read_arguments(client_is_64bits)) return not_served;
-  return answer("SARCH", wire_int{server_is_64bits});
+  return answer(wire_int{server_is_64bits});
 }
 
 }  // namespace qrd

@@ -31,7 +31,7 @@ request_status server_answer_hello(const char* /*request*/) {
   }
   server_debug(0, "Version checked (%d).", client_version);
   bool is_old = client_version <= last_client_of_old_protocol;
-  return answer("SWELCOME", wire_int{is_old ? old_protocol_version : protocol_version});
+  return answer(wire_int{is_old ? old_protocol_version : protocol_version});
 }
 
 }  // namespace qrd

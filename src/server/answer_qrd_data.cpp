@@ -30,7 +30,7 @@ request_status server_answer_qrd_init(const char* /*request*/) {
   request_text path;
   if (!read_arguments(path)) return not_served;
   if (!set_root(path.c_str())) return not_served;
-  return answer("SOK");
+  return answer();
 }
 
 }  // namespace qrd

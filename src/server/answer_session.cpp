@@ -69,10 +69,10 @@ std::int32_t port_of_new_child() {
 }  // namespace
 
 request_status server_answer_session(const char* /*request*/) {
-  if (multi_session == 0) return answer("SNOSESS");
+  if (multi_session == 0) return answer_otherwise();
   std::int32_t port = port_of_new_child();
   if (port == 0) return not_served;
-  if (answer("SNEWPORT", wire_int{port}) != served) return not_served;
+  if (answer(wire_int{port}) != served) return not_served;
   _qrd_close_socket(&client_socket);
   return client_is_done;
 }

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
 
-#include "server/format_text.h"
 #include "server/trace.h"
 #include "util/qu_memory.h"
 
@@ -13,9 +11,10 @@ namespace qrd {
 
 namespace {
 
-constexpr std::size_t longest_error_text = error_text_limit - 1;
 // Places for strings are taken as the strings arrive: a client may announce any number of them.
 constexpr std::int64_t first_texts = 1024;
+
+const request_row* answered = nullptr;
 
 bool write_name(const char* name) {
   if (_qrd_write_string(client_socket, &name, answer_name_limit) != 0) return true;
@@ -24,13 +23,14 @@ bool write_name(const char* name) {
 }
 
 void send_error(const char* format, va_list arguments) {
-  std::string message = format_text(format, arguments);
-  if (message.size() > longest_error_text) message.resize(longest_error_text);
+  // Takes no memory: a want of it is told here, too.
+  char message[error_text_limit] = "";
+  std::vsnprintf(message, sizeof message, format, arguments);
   server_debug(0, "Sending %s to client.", "SERROR");
   // In place of whatever the handler has begun.
   _qrd_empty_write();
   write_name("SERROR");
-  const char* text = message.c_str();
+  const char* text = message;
   _qrd_write_string(client_socket, &text, error_text_limit);
   _qrd_flush_write(client_socket);
 }
@@ -68,6 +68,18 @@ refused clean_and_refuse(const char* format, ...) {
   send_error(format, arguments);
   va_end(arguments);
   return {};
+}
+
+void answer_by(const request_row& row) {
+  answered = &row;
+}
+
+bool begin_answer() {
+  return server_send_type(answered->answer) == 0;
+}
+
+request_status answer_otherwise() {
+  return server_send_type(answered->other_answer) == 0 && server_send_end() == 0 ? served : not_served;
 }
 
 request_texts::~request_texts() {

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "server/read_write.h"
+#include "server/request_table.h"
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
 
@@ -149,17 +150,26 @@ bool write_value(wire_strings value);
 bool write_value(wire_bytes value);
 bool write_value(wire_names value);
 
-// Sends an answer: its name, its body, the flush. `write_body` gives false after a failed write.
-template <typename Body>
-request_status answer_with(const char* name, const Body& write_body) {
-  const bool sent = server_send_type(name) == 0 && write_body() && server_send_end() == 0;
+// The request whose answers come next: its row gives their names.
+void answer_by(const request_row& row);
+// Only what an answer begins with. False if it did not go into the write buffer.
+bool begin_answer();
+
+// Sends the answer to the request: its name, its values, the flush. `write_values` gives false after a failed
+// write.
+template <typename Write>
+request_status answer_with(const Write& write_values) {
+  const bool sent = begin_answer() && write_values() && server_send_end() == 0;
   return sent ? served : not_served;
 }
 
-// The same with a body of a fixed shape.
+// The same with values that are always there.
 template <typename... Values>
-request_status answer(const char* name, const Values&... values) {
-  return answer_with(name, [&] { return (write_value(values) && ...); });
+request_status answer(const Values&... values) {
+  return answer_with([&] { return (write_value(values) && ...); });
 }
+
+// Sends the other answer of the row.
+request_status answer_otherwise();
 
 }  // namespace qrd

@@ -1,21 +1,19 @@
-// Handlers of the handshake.
+// All handlers, and the dispatch to them.
 #pragma once
 
 #include "server/answering.h"
 
 namespace qrd {
 
-request_status server_answer_hello(const char* request);
-request_status server_answer_session(const char* request);
-request_status server_answer_qrd_init(const char* request);
-request_status st_answer_supported_req(const char* request);
-request_status st_answer_arch(const char* request);
-request_status server_answer_byebye(const char* request);
-
-// Opens the database root for CHELLO and CQRDDATA. False after a refusal, which leaves the path in use.
-bool set_root(const char* path);
+// Each gets the name of its request, since some serve two.
+#define REQUEST(name, handler, ...) request_status handler(const char* request);
+#include "server/request_table.inc"
+#undef REQUEST
 
 // Serves one request by the table of all requests.
 request_status server_answer(const char* request);
+
+// Opens the database root for CHELLO and CQRDDATA. False after a refusal, which leaves the path in use.
+bool set_root(const char* path);
 
 }  // namespace qrd

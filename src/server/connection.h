@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "server/client_versions.h"
+
 namespace qrd {
 
 using socket_handle = std::int64_t;
@@ -23,10 +25,8 @@ extern std::int32_t request_count;
 extern std::int32_t client_is_64bits;
 extern std::int32_t server_is_64bits;
 
-// An old client lacks some fields of the information requests: below 401000 and at least 400000, or
-// below 410.
-inline bool is_old_client() {
-  return client_version < 401000 && (client_version >= 400000 || client_version < 410);
+inline bool client_is(const client_versions& clients) {
+  return clients.include(client_version);
 }
 
 }  // namespace qrd

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
-#include "store/answers.h"
 #include "store/qd_tools.h"
 
 namespace qrd {
@@ -47,7 +47,7 @@ request_status server_answer_comment_get(const char* /*request*/) {
   if (qd_comment_read(current_context.directory, current_context.file, variable_of(mode), text) ==
       comment_unreadable)
     return refuse("Enable to read file or variable comment");
-  return answer("SCOMMENT", wire_string{text.c_str(), unlimited_text});
+  return answer(wire_string{text.c_str(), unlimited_text});
 }
 
 // CCOMSET: replaces the comment. CVARCOMM: that of the variable.
@@ -65,7 +65,7 @@ request_status server_answer_comment_set(const char* request) {
                        text.c_str()) != 0) {
     return refuse("Enable to update file or variable comment");
   }
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -3,9 +3,9 @@
 
 #include "samples/qd_select.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
 
@@ -31,7 +31,7 @@ request_status server_answer_dir_del(const char* /*request*/) {
   int deleted = qd_delete_directory(current_context.directory);
   set_current_directory(no_name);
   if (deleted == 0) return refuse("An error happened during Directory deletion");
-  return answer("SDONE");
+  return answer();
 }
 
 // CFILEDEL: deletes the current file, and its link.
@@ -42,7 +42,7 @@ request_status server_answer_file_del(const char* /*request*/) {
   int deleted = qd_delete_file(current_context.directory, current_context.file);
   set_current_file(no_name);
   if (deleted <= 0) return refuse("An error happened during File deletion");
-  return answer("SDONE");
+  return answer();
 }
 
 // CVARDEL: deletes the current variable; of a macro variable, all its columns. The current selection is
@@ -71,7 +71,7 @@ request_status server_answer_var_del(const char* /*request*/) {
   if (variable.handle.entry != 0) return refuse("An error happened during Variable deletion");
   set_current_variable(no_name);
   set_current_selection(no_name);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

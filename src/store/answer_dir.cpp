@@ -1,8 +1,8 @@
 // The directories of the current study: list, existence, choice.
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 #include "store/qd_init.h"
 
@@ -18,7 +18,7 @@ request_status server_answer_dir_list(const char* /*request*/) {
     case list_unreadable:
       return refuse("Cannot open file");
     default:
-      return answer("SDIRS", wire_names{names});
+      return answer(wire_names{names});
   }
 }
 
@@ -27,7 +27,7 @@ request_status server_answer_dir_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
-  return answer("SEXIST", wire_int{qd_directory_test(name) == 0});
+  return answer(wire_int{qd_directory_test(name) == 0});
 }
 
 // CDIRSET: makes a directory the current one.
@@ -40,7 +40,7 @@ request_status server_answer_dir_set(const char* /*request*/) {
   }
   set_current_directory(name.c_str());
   server_debug(1, "Setting Directory: \"%s\".", current_context.directory);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -1,7 +1,7 @@
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 #include "store/qd_manage.h"
 
@@ -19,7 +19,7 @@ request_status server_answer_dir_new(const char* /*request*/) {
   server_debug(1, "Creating Directory: \"%s\".", name.c_str());
   if (qd_create_directory(name.c_str()) == 0)
     return refuse("Cannot create directory %s: %s", current_context.study, name.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

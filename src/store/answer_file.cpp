@@ -2,18 +2,15 @@
 #include <cstring>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 
 namespace qrd {
 
 namespace {
-
-// From this version on clients tell the two kinds of lines files apart.
-constexpr std::int32_t two_lines_version = 900000;
 
 // 0 for a type that clients don't have.
 std::int64_t organisation_of(std::int32_t type) {
@@ -25,7 +22,7 @@ std::int64_t organisation_of(std::int32_t type) {
     case 1:
       return ORG_LINES_GRAVITY;
     case 2:
-      return client_version >= two_lines_version ? ORG_LINES_CORES : ORG_GRID;
+      return client_is(cores_client) ? ORG_LINES_CORES : ORG_GRID;
     case 3:
       return ORG_GRID;
     default:
@@ -58,7 +55,7 @@ request_status server_answer_file_list(const char* request) {
     case list_unreadable:
       return refuse("Cannot open file");
     default:
-      return answer("SFILES", wire_names{names});
+      return answer(wire_names{names});
   }
 }
 
@@ -67,7 +64,7 @@ request_status server_answer_file_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
-  return answer("SEXIST", wire_int{qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0});
+  return answer(wire_int{qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0});
 }
 
 // CFILESET: makes a file the current one.
@@ -81,7 +78,7 @@ request_status server_answer_file_set(const char* /*request*/) {
   }
   set_current_file(name.c_str());
   server_debug(1, "Setting File: \"%s\".", context.file);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -2,20 +2,16 @@
 #include "geometry/qd_fault.h"
 #include "geometry/qd_polygon.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
 
 namespace qrd {
 
 namespace {
-
-// From these versions on clients know of cores files, and of names of lines.
-constexpr std::int32_t cores_version = 900000;
-constexpr std::int32_t line_name_version = 1300030;
 
 // What a client calls an organisation.
 enum wire_organisation : std::int32_t { WIRE_POINTS = 0, WIRE_GRAVITY = 1, WIRE_CORES = 2, WIRE_GRID = 3 };
@@ -40,7 +36,7 @@ std::int32_t wire_organisation_of(std::int64_t organisation) {
 }
 
 std::int32_t for_this_client(std::int32_t organisation) {
-  if (client_version >= cores_version) return organisation;
+  if (client_is(cores_client)) return organisation;
   if (organisation == WIRE_POINTS) return OLD_POINTS;
   return organisation == WIRE_GRID ? OLD_GRID : OLD_LINES;
 }
@@ -101,8 +97,8 @@ class role_names {
  public:
   // The client tells by the organisation which names follow: it must be the one that is sent.
   role_names(std::int64_t organisation, const char* link_name)
-      : has_cores_(client_version >= cores_version && organisation == ORG_LINES_CORES),
-        knows_line_name_(client_version >= line_name_version),
+      : has_cores_(client_is(cores_client) && organisation == ORG_LINES_CORES),
+        knows_line_name_(client_is(line_name_client)),
         has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
 
   // 0, or what qd_special_var_names tells of a name that the answer needs.
@@ -172,7 +168,7 @@ request_status server_answer_file_info(const char* /*request*/) {
     return not_served;
   }
 
-  return answer_with("SFILEINFO", [&] {
+  return answer_with([&] {
     return write_value(wire_int{for_this_client(organisation)}) && write_name(file.link_name) &&
            write_value(wire_bool{has_faults}) && write_value(wire_bool{has_polygons}) &&
            write_ints({info.dimension}) && write_value(wire_long{info.sample_count}) &&

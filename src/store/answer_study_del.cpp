@@ -1,9 +1,9 @@
 #include <new>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "store/qu_study_folder.h"
@@ -82,7 +82,7 @@ request_status server_answer_study_del(const char* /*request*/) {
   lock.release();
 
   if (!open_another()) return refuse("No more valid study for this QRDserver version");
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -1,6 +1,6 @@
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
-#include "store/answers.h"
 #include "store/qu_init.h"
 
 namespace qrd {
@@ -11,7 +11,7 @@ request_status server_answer_study_list(const char* /*request*/) {
   string_list names;
   if (qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr) == registry_unreadable)
     return refuse("%s", no_registry_text);
-  return answer("SSTUDIES", wire_names{names});
+  return answer(wire_names{names});
 }
 
 }  // namespace qrd

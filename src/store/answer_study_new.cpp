@@ -5,10 +5,10 @@
 #include <string_view>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "store/qu_study_folder.h"
@@ -102,7 +102,7 @@ bool can_be_study_name(std::string_view name) {
 request_status server_answer_study_new(const char* /*request*/) {
   request_text name, path;
   if (!read_arguments(name)) return not_served;
-  if (!is_old_client() && !read_arguments(path)) return not_served;
+  if (!client_is(old_client) && !read_arguments(path)) return not_served;
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   // Held until the study is registered, so that no other server's study gets lost in between.
@@ -115,7 +115,7 @@ request_status server_answer_study_new(const char* /*request*/) {
     return refuse("WARNING: This study already exists: %s", name.c_str());
 
   root_text folder;
-  std::string wanted = is_old_client() ? path_beside_first(name.c_str(), all_paths) : path.c_str();
+  std::string wanted = client_is(old_client) ? path_beside_first(name.c_str(), all_paths) : path.c_str();
   const auto enter = [&] {
     all_names.add(name.c_str(), name_size);
     all_paths.add(folder, root_size);
@@ -124,7 +124,7 @@ request_status server_answer_study_new(const char* /*request*/) {
   if (!lock || !is_known || !can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
       lies_in_catalogue(folder, all_paths) || make_study(folder, all_names, all_paths, enter) != 0)
     return refuse("Impossible to create study %s. File system full?", name.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -1,9 +1,9 @@
 #include <cstring>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_init.h"
 #include "store/qu_init.h"
 #include "units/qu_units.h"
@@ -44,7 +44,7 @@ request_status server_answer_study_set(const char* /*request*/) {
   qd_init();
   qu_formats_reset();
   current_context.unit_mode = 0;
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -2,9 +2,9 @@
 #include <cstring>
 
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 
 namespace qrd {
@@ -54,7 +54,7 @@ request_status server_answer_var_list(const char* request) {
     case list_unreadable:
       return refuse("Cannot open file");
     default:
-      return answer("SVARS", wire_names{names});
+      return answer(wire_names{names});
   }
 }
 
@@ -64,7 +64,7 @@ request_status server_answer_var_exists(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
-  return answer("SEXIST", wire_int{qd_variable_test(true, context.directory, context.file, name) == 0});
+  return answer(wire_int{qd_variable_test(true, context.directory, context.file, name) == 0});
 }
 
 // CVARSET: makes a variable the current one. An index in the name is kept, and not looked at.
@@ -85,7 +85,7 @@ request_status server_answer_var_set(const char* /*request*/) {
   }
   set_current_variable(name.c_str());
   server_debug(1, "Setting Variable: \"%s\".", context.variable);
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd

@@ -4,9 +4,9 @@
 
 #include "samples/qd_macro.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/connection.h"
 #include "server/context.h"
-#include "store/answers.h"
 #include "store/qd_info.h"
 #include "store/qd_tools.h"
 #include "util/qu_string.h"
@@ -40,8 +40,6 @@ wire_type wire_type_of(const qd_var_info& info) {
   }
 }
 
-// From this version on clients ask for the comment by a request of its own.
-constexpr std::int32_t separate_comment_version = 502000;
 constexpr std::uint32_t comment_size = 500;
 // Room of the unit texts of an old client.
 constexpr std::uint32_t old_unit_size = 6;
@@ -67,7 +65,7 @@ bool write_cut(const char* text, std::uint32_t room) {
 }
 
 bool write_comment() {
-  if (client_version >= separate_comment_version) return true;
+  if (!client_is(comment_client)) return true;
   std::string comment;
   qd_comment_read(current_context.directory, current_context.file, current_context.variable, comment);
   return write_cut(comment.c_str(), comment_size);
@@ -97,12 +95,12 @@ request_status server_answer_var_info(const char* /*request*/) {
   const std::int64_t characters = type == WIRE_CHAR ? info.bit_length / 8 : 0;
   const unit_words units = units_of(info.format);
 
-  return answer_with("SVARINFO", [&] {
+  return answer_with([&] {
     bool written = write_value(wire_int{type}) && write_value(wire_int{static_cast<std::int32_t>(bits)}) &&
                    write_value(wire_int{static_cast<std::int32_t>(characters)}) &&
                    write_value(wire_int{info.implicit != 0}) &&
                    write_value(wire_int{static_cast<std::int32_t>(indices)});
-    if (is_old_client()) {
+    if (client_is(old_client)) {
       written = written && write_cut(units.name, old_unit_size) && write_comment();
     } else {
       written = written && write_cut(units.name, unit_size) && write_comment() &&

@@ -3,11 +3,11 @@
 
 #include "samples/qd_macro.h"
 #include "server/answering.h"
+#include "server/answers.h"
 #include "server/context.h"
 #include "server/trace.h"
 #include "store/qd_locked_file.h"
 #include "store/qd_tools.h"
-#include "units/answers.h"
 #include "units/qu_units.h"
 #include "util/qu_string.h"
 
@@ -47,7 +47,7 @@ request_status server_answer_set_dist_unit(const char* /*request*/) {
   distance_format.factor = factor;
   set_axis_formats_to_distance();
   server_debug(1, "Setting Unit: \"%s\".", symbol.c_str());
-  return answer("SDONE");
+  return answer();
 }
 
 // CUNITMODE: 0 is the distance unit for every length, anything else each variable's own unit.
@@ -55,14 +55,14 @@ request_status server_answer_set_unit_mode(const char* /*request*/) {
   if (!read_arguments(current_context.unit_mode)) return not_served;
   if (current_context.unit_mode == 0) set_axis_formats_to_distance();
   server_debug(1, "Setting Unit Mode to %d", current_context.unit_mode);
-  return answer("SDONE");
+  return answer();
 }
 
 // CUNITCR: sets the units of objects to be created, axis by axis. Ignored in unit mode 0.
 request_status server_answer_set_creation_units(const char* /*request*/) {
   unit_text symbols[3] = {"", "", ""};
   if (!read_arguments(symbols[0], symbols[1], symbols[2])) return not_served;
-  if (current_context.unit_mode == 0) return answer("SDONE");
+  if (current_context.unit_mode == 0) return answer();
 
   double factors[3];
   for (int axis = 0; axis < 3; ++axis)
@@ -73,7 +73,7 @@ request_status server_answer_set_creation_units(const char* /*request*/) {
     axis_format(axis).factor = factors[axis];
   }
   server_debug(1, "Setting Creation Units: X=%s, Y=%s, Z=%s", symbols[0], symbols[1], symbols[2]);
-  return answer("SDONE");
+  return answer();
 }
 
 // CVARUNIT: changes the unit of the current variable. Stored values stay as they are.
@@ -95,7 +95,7 @@ request_status server_answer_set_var_unit(const char* /*request*/) {
     return refuse("Cannot get variable descriptor");
   set_variable_unit(symbol, count == 2 ? display : nullptr, record.format);
   if (qd_variable_descriptor_write(path, record) == 0) return refuse("Cannot write variable descriptor");
-  return answer("SDONE");
+  return answer();
 }
 
 }  // namespace qrd
