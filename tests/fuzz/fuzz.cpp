@@ -343,6 +343,7 @@ void collect_ingredients() {
     known.requests.insert(known.requests.end(), each.requests.begin(), each.requests.end());
   for (const auto& group : building_requests(root))
     known.requests.insert(known.requests.end(), group.begin(), group.end());
+  for (const std::string& request : requests_by_layout()) known.requests.push_back(request);
   for (const format& each : all_formats)
     for (const std::string& place : each.places)
       if (!database->content_or_nothing(place).empty()) known.files.push_back(place);

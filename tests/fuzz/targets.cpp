@@ -2,11 +2,15 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <initializer_list>
+#include <iterator>
 
 #include "fuzz/database.h"
+#include "server/connection.h"
 #include "support/bytes.h"
 #include "support/descriptors.h"
+#include "support/layout.h"
 
 namespace qrd::fuzz {
 
@@ -343,6 +347,33 @@ std::vector<format> formats(const std::string& root) {
                           read_numbers, write_numbers, read_numbers}),
        {f64_data}},
   };
+}
+
+std::vector<std::string> requests_by_layout() {
+  // Groups, arrays and what depends on a number come `count` times; `count` also chooses the texts.
+  class values : public test::value_source {
+   public:
+    explicit values(int count) : count_(count) {}
+    std::int64_t number(const test::layout_value& value) override {
+      if (value.name == "dimension") return 2 + count_ % 2;
+      return value.decides ? count_ : ++made_ % 4;
+    }
+    std::string text(const test::layout_value& value) override {
+      constexpr const char* names[] = {"points", "sel", "f64", "pal", "lines", "m8[xxxxx]", ""};
+      const std::string name = names[static_cast<std::size_t>(count_ + ++made_) % std::size(names)];
+      return name.substr(0, static_cast<std::size_t>(std::max<std::int64_t>(value.limit, 1)) - 1);
+    }
+
+   private:
+    int count_, made_ = 0;
+  };
+  requests all;
+  for (const request_row& row : request_table)
+    for (int count = 0; count < 7; ++count) {
+      values chosen(count);
+      all.push_back(test::packed_request(row, chosen, protocol_version));
+    }
+  return all;
 }
 
 std::vector<std::string> old_contents(const std::string& format_name) {

@@ -17,6 +17,9 @@ struct format {
 
 std::vector<format> formats(const std::string& root);
 
+// Requests of every row of the table, with few values that mean much.
+std::vector<std::string> requests_by_layout();
+
 // Contents of old versions and compressed forms, which the server reads and never writes; inputs of a format.
 std::vector<std::string> old_contents(const std::string& format_name);
 
