@@ -433,6 +433,17 @@ TEST_F(data_requests, selections_as_bytes) {
   EXPECT_EQ(to_bits(read_file(selection_path_)), "10001000");
   EXPECT_EQ(client_.ask("CREADVARS", bytes().i64(-1, -1).str()),
             bytes().text("SDATAS").i64(6).raw(std::string("\0\1\1\1\0\0", 6)).str());
+  // A column that begins inside a byte.
+  choose("B[xxxxx]");
+  ASSERT_EQ(client_.ask("CINDSET", bytes().i32(4).str()), done());
+  const auto columns = [&] { return to_bits(read_file(study_.file_path() + "/VARI.5/DATAVAR")); };
+  EXPECT_EQ(write(1, 6, std::string("\1\0\2\0\0\1", 6)), done());
+  EXPECT_EQ(columns(), "0000110101101111");
+  EXPECT_EQ(write(2, 4, std::string("\1\2\0", 3)), done());
+  EXPECT_EQ(columns(), "0000110011101111");
+  set_current_selection("S");  // samples 2, 3, 4 and 6
+  EXPECT_EQ(write(1, 6, "\1\1\1\1\1\1"), done());
+  EXPECT_EQ(columns(), "0000110000101111");
   choose("V");
   EXPECT_EQ(write(1, 1, "\1"), refusal("Bit length different than 1"));
   EXPECT_FATAL(client_.ask("CREADVARS", bytes().i64(1, 6).str()), "No 30 in function qd_read_selection_free");

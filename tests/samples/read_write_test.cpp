@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <random>
 
 #include "samples/qd_implicit.h"
 #include "support/console.h"
@@ -83,6 +84,39 @@ TEST_P(range, reads_every_range_of_every_column) {
         check(selected.io(), SEL_MASKED, masked);
         check(selected.io(), SEL_UNMASKED_HEAD, masked);
       }
+  }
+}
+
+// Without a selection and under one, masked and compressed: these bits change, and no others.
+TEST_P(range, writes_every_range_of_every_column) {
+  const int bits = GetParam();
+  std::string model = to_bits(data_);
+  std::minstd_rand random(static_cast<unsigned>(bits));
+  const auto number = [&] {
+    if (random() % 5 == 0) return missing_double;
+    const auto any = static_cast<std::int64_t>(random());
+    return bits < 32 ? static_cast<double>(any % (bits == 1 ? 2 : (1 << bits) - 1))
+                     : static_cast<double>(any) / 8;
+  };
+  for (int slot = 0; slot < 3; ++slot) {
+    bound all(column(slot).c_str()), selected(column(slot).c_str(), "S[2]");
+    for (std::int64_t first = 1; first <= samples; ++first)
+      for (std::int64_t last = first; last <= samples; ++last)
+        for (bool masked : {false, true})
+          for (selection_mode mode : {SEL_MASKED, SEL_COMPRESSED}) {
+            std::vector<double> values;
+            for (std::int64_t s = first; s <= last; ++s) {
+              const bool is_kept = !masked || !left_out(s);
+              if (!is_kept && mode == SEL_COMPRESSED) continue;
+              values.push_back(number());
+              if (is_kept)
+                model.replace(static_cast<std::size_t>((slot * samples + s - 1) * bits),
+                              static_cast<std::size_t>(bits), stored_bits(values.back(), bits));
+            }
+            ASSERT_EQ(qd_write_float_free(masked ? selected.io() : all.io(), mode, first, last, values), 1);
+            ASSERT_EQ(to_bits(read_file(path_)), model)
+                << "column " << slot << ", " << first << " to " << last << ", mode " << mode;
+          }
   }
 }
 
