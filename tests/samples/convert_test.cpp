@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 #include <vector>
 
@@ -13,52 +12,6 @@ namespace {
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
-
-// The engine keeps 32 and 64 bits in host order: as the file has them, item by item.
-std::string in_file_order(std::string data, int bit_length) {
-  std::size_t item = static_cast<std::size_t>(bit_length) / 8;
-  if (bit_length < 32 || std::endian::native == std::endian::big) return data;
-  for (std::size_t i = 0; i + item <= data.size(); i += item)
-    std::reverse(data.begin() + static_cast<std::ptrdiff_t>(i),
-                 data.begin() + static_cast<std::ptrdiff_t>(i + item));
-  return data;
-}
-
-// Values that a bit length can hold, every one of the small ones, and the missing value.
-std::vector<double> storable(int bit_length) {
-  if (bit_length == 1)
-    return {1.0, 0.0, 0.0, 1.0, 1.0, 0.0, 1.0, 1.0, 1.0, 0.0, 0.0, 1.0, 0.0, 1.0, 0.0, 0.0, 1.0};
-  std::vector<double> values = {2, missing_double, 0, 1, 1, missing_double, 2, 0};
-  if (bit_length > 2)
-    for (int i = 0; i < 15; ++i) values.push_back(i);
-  if (bit_length > 4) values.insert(values.end(), {254, 15, 100});
-  if (bit_length > 8) values.insert(values.end(), {65534, 255, 256, 4660});
-  if (bit_length > 16) values.insert(values.end(), {-1.5, 1e30, 1234567.25, -0.0});
-  return values;
-}
-
-TEST(convert, stores_and_reads_every_bit_length_at_every_alignment) {
-  for (int bit_length : {1, 2, 4, 8, 16, 32, 64}) {
-    const std::vector<double> values = storable(bit_length);
-    std::vector<double> read_back = values;
-    if (bit_length == 32) std::replace(read_back.begin(), read_back.end(), 1e30, static_cast<double>(1e30F));
-    auto count = static_cast<std::int64_t>(values.size());
-    for (std::int64_t first = 1; first <= 17; ++first) {
-      SCOPED_TRACE(std::to_string(bit_length) + " bits from " + std::to_string(first));
-      std::string bits(static_cast<std::size_t>((first - 1) * bit_length % 8), '0');
-      for (double value : values) bits += stored_bits(value, bit_length);
-      std::string expected = from_bits(bits);
-
-      std::vector<double> buffer = values;
-      _qd_file_encode(buffer.data(), first, first + count - 1, bit_length, buffer.data());
-      std::string stored(reinterpret_cast<char*>(buffer.data()), expected.size());
-      EXPECT_EQ(in_file_order(stored, bit_length), expected);
-
-      _qd_file_decode(buffer.data(), first, first + count - 1, bit_length, buffer.data());
-      EXPECT_EQ(buffer, read_back);
-    }
-  }
-}
 
 TEST(convert, rules_for_values_that_do_not_fit) {
   auto round_trip = [](double value, int bit_length) {
