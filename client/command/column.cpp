@@ -124,47 +124,43 @@ std::string cell_text(const column& of, const column_values& values, std::size_t
   return client::number_text(value);
 }
 
-void add_file_arguments(CLI::App& command, place_options& place) {
-  command.add_option("study", place.study, "Name of the study")->required()->type_name("STUDY");
-  command.add_option("directory", place.directory, "Name of the directory")
-      ->required()
-      ->type_name("DIRECTORY");
-  command.add_option("file", place.file, "Name of the file")->required()->type_name("FILE");
+void add_file_arguments(const command_line& command, place_options& place) {
+  command.add_option("study", place.study, "Name of the study").required().type_name("STUDY");
+  command.add_option("directory", place.directory, "Name of the directory").required().type_name("DIRECTORY");
+  command.add_option("file", place.file, "Name of the file").required().type_name("FILE");
 }
 
-void add_range_options(CLI::App& command, place_options& place) {
-  auto* first = command.add_option("--first", place.first, "First sample, from 1")->type_name("N");
-  auto* last = command.add_option("--last", place.last, "Last sample")->type_name("N");
-  auto* line = command.add_option("--line", place.line, "The samples of one line, from 1")->type_name("N");
-  line->excludes(first)->excludes(last);
-  auto* selection =
+void add_range_options(const command_line& command, place_options& place) {
+  const option first = command.add_option("--first", place.first, "First sample, from 1").type_name("N");
+  const option last = command.add_option("--last", place.last, "Last sample").type_name("N");
+  const option line =
+      command.add_option("--line", place.line, "The samples of one line, from 1").type_name("N");
+  line.excludes(first).excludes(last);
+  const option selection =
       command.add_option("--selection", place.selection, "Selection variable that masks samples")
-          ->type_name("VARIABLE");
-  command.add_flag("--compress", place.compress, "Leave out what the selection masks")->needs(selection);
+          .type_name("VARIABLE");
+  command.add_flag("--compress", place.compress, "Leave out what the selection masks").needs(selection);
 }
 
-CLI::Validator length_symbol() {
-  return {[](const std::string& text) -> std::string {
-            try {
-              client::check_length_symbol(text);
-              return {};
-            } catch (const client::error& problem) {
-              return problem.what();
-            }
-          },
-          ""};
+std::string length_symbol_problem(const std::string& text) {
+  try {
+    client::check_length_symbol(text);
+    return {};
+  } catch (const client::error& problem) {
+    return problem.what();
+  }
 }
 
-void add_unit_options(CLI::App& command, std::string& unit) {
-  auto* symbol =
+void add_unit_options(const command_line& command, std::string& unit) {
+  const option symbol =
       command.add_option("--unit", unit, "Unit of all lengths, such as ft (default: each variable's own)");
-  symbol->type_name("SYMBOL")->check(length_symbol());
-  auto* metres = command.add_flag_callback(
+  symbol.type_name("SYMBOL").check(length_symbol_problem);
+  const option metres = command.add_flag_callback(
       "--metres", [&unit] { unit = "m"; }, "All lengths in metres");
-  auto* own = command.add_flag_callback(
+  const option own = command.add_flag_callback(
       "--own-units", [] {}, "Each length in its variable's own unit (this is the default)");
-  symbol->excludes(metres)->excludes(own);
-  metres->excludes(own);
+  symbol.excludes(metres).excludes(own);
+  metres.excludes(own);
 }
 
 void use_units(client::connection& server, const std::string& unit) {

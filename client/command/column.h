@@ -1,7 +1,6 @@
 // Variables of the current file as columns of a table.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "client/command/command_line.h"
 #include "client/command/session.h"
 #include "client/units.h"
 
@@ -69,13 +69,13 @@ struct place_options {
     return compress && !selection.empty() ? client::selection_use::compressed : client::selection_use::masked;
   }
 };
-void add_file_arguments(CLI::App& command, place_options& place);
-void add_range_options(CLI::App& command, place_options& place);
+void add_file_arguments(const command_line& command, place_options& place);
+void add_range_options(const command_line& command, place_options& place);
 
-// Of the value of an option: the symbol of a length unit.
-CLI::Validator length_symbol();
+// What is wrong with the symbol of a length unit, as an option checks its values; nothing for a good one.
+std::string length_symbol_problem(const std::string& text);
 // The unit of all lengths that a command tells or takes; empty for each in its own.
-void add_unit_options(CLI::App& command, std::string& unit);
+void add_unit_options(const command_line& command, std::string& unit);
 void use_units(client::connection& server, const std::string& unit);
 // What the coordinates of the current file are told in, axis by axis. Changes the current variable.
 std::vector<std::string> coordinate_units(client::connection& server);

@@ -251,113 +251,109 @@ void link(const common_options& common, const link_options& options) {
   });
 }
 
-void add_coordinate_unit(CLI::App& command, new_options& options) {
+void add_coordinate_unit(const command_line& command, new_options& options) {
   command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
-      ->type_name("SYMBOL")
-      ->check(length_symbol());
+      .type_name("SYMBOL")
+      .check(length_symbol_problem);
 }
 
-void add_number_options(CLI::App& command, new_options& options) {
+void add_number_options(const command_line& command, new_options& options) {
   command.add_option("--bits", options.bits, "Bits of a value: 1, 2, 4, 8, 16, 32 or 64 (default: 64)");
-  auto* unit =
+  const option unit =
       command.add_option("--unit", options.unit, "Unit; the symbol of a length unit makes a length of it")
-          ->type_name("SYMBOL");
-  auto* text =
+          .type_name("SYMBOL");
+  const option text =
       command.add_option("--unit-text", options.unit_text, "Unit that is mere text, such as \"feet\"");
-  text->type_name("TEXT")->excludes(unit);
-  command.add_flag("--length", options.length, "A length in metres")->excludes(unit)->excludes(text);
+  text.type_name("TEXT").excludes(unit);
+  command.add_flag("--length", options.length, "A length in metres").excludes(unit).excludes(text);
   command.add_option("--format", options.style, "How values are shown (default: decimal)")
-      ->check(CLI::IsMember({"decimal", "integer", "exponent", "free", "shifted"}));
+      .one_of({"decimal", "integer", "exponent", "free", "shifted"});
   command.add_option("--width", options.format.width, "Characters of a shown value (default: 10)")
-      ->check(CLI::Range(3, 19));
-  command.add_option("--digits", options.format.digits, "Decimals of a shown value (default: 2)")
-      ->check(CLI::Range(0, 9));
+      .range(3, 19);
+  command.add_option("--digits", options.format.digits, "Decimals of a shown value (default: 2)").range(0, 9);
 }
 
 }  // namespace
 
-void add_create_commands(CLI::App& program, const common_options& common) {
-  CLI::App* create = program.add_subcommand("new", "Make a study, a directory, a file or a variable");
-  create->require_subcommand(1);
+void add_create_commands(const command_line& program, const common_options& common) {
+  const command_line create =
+      program.add_subcommand("new", "Make a study, a directory, a file or a variable");
+  create.require_subcommand();
   const auto add = [&](const char* name, const char* text, int levels,
                        void (*act)(const common_options&, const new_options&)) {
-    CLI::App* command = create->add_subcommand(name, text);
+    const command_line command = create.add_subcommand(name, text);
     auto options = std::make_shared<new_options>();
-    command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
+    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
     if (levels > 1)
-      command->add_option("directory", options->directory, "Name of the directory")
-          ->required()
-          ->type_name("DIRECTORY");
+      command.add_option("directory", options->directory, "Name of the directory")
+          .required()
+          .type_name("DIRECTORY");
     if (levels > 2)
-      command->add_option("file", options->file, "Name of the file")->required()->type_name("FILE");
+      command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
     if (levels > 3)
-      command->add_option("variable", options->name, "Name of the variable")
-          ->required()
-          ->type_name("VARIABLE");
-    command->callback([options, &common, act] { act(common, *options); });
+      command.add_option("variable", options->name, "Name of the variable").required().type_name("VARIABLE");
+    command.callback([options, &common, act] { act(common, *options); });
     return std::pair(command, options);
   };
 
   {
     const auto [command, options] = add("study", "Make a study; makes the root too if need be", 1, new_study);
-    command->add_option("--path", options->path, "Its directory (default: its name below the root)")
-        ->type_name("DIR");
+    command.add_option("--path", options->path, "Its directory (default: its name below the root)")
+        .type_name("DIR");
   }
   add("directory", "Make a directory in a study", 2, new_directory);
   {
     const auto [command, options] =
         add("points", "Make a points file from the places in a CSV table", 3, new_points);
-    command->add_option("-i,--input", options->input, "Table to read (default: standard input)")
-        ->type_name("FILE.csv");
-    command->add_option("--axes", options->axes, "Columns of the coordinates, 2 or 3 (default: x y z)")
-        ->expected(2, 3);
-    add_coordinate_unit(*command, *options);
+    command.add_option("-i,--input", options->input, "Table to read (default: standard input)")
+        .type_name("FILE.csv");
+    command.add_option("--axes", options->axes, "Columns of the coordinates, 2 or 3 (default: x y z)")
+        .expected(2, 3);
+    add_coordinate_unit(command, *options);
   }
   {
     const auto [command, options] = add("grid", "Make a grid file", 3, new_grid);
-    command->add_option("--nodes", options->nodes, "Nodes along each axis, 2 or 3 numbers")
-        ->required()
-        ->expected(2, 3);
-    command->add_option("--origin", options->origin, "First node (default: 0)")->expected(2, 3);
-    command->add_option("--mesh", options->mesh, "Distance of neighbours along each axis (default: 1)")
-        ->expected(2, 3);
-    command->add_option("--rotation", options->rotation, "Angles in degrees, 1 in 2D, 3 in 3D")
-        ->expected(1, 3);
-    add_coordinate_unit(*command, *options);
+    command.add_option("--nodes", options->nodes, "Nodes along each axis, 2 or 3 numbers")
+        .required()
+        .expected(2, 3);
+    command.add_option("--origin", options->origin, "First node (default: 0)").expected(2, 3);
+    command.add_option("--mesh", options->mesh, "Distance of neighbours along each axis (default: 1)")
+        .expected(2, 3);
+    command.add_option("--rotation", options->rotation, "Angles in degrees, 1 in 2D, 3 in 3D").expected(1, 3);
+    add_coordinate_unit(command, *options);
   }
   {
     const auto [command, options] = add("lines", "Make a lines file without lines", 3, new_lines);
-    command->add_option("--dimension", options->dimension, "2 or 3 (default: 3)")->check(CLI::Range(2, 3));
-    add_coordinate_unit(*command, *options);
+    command.add_option("--dimension", options->dimension, "2 or 3 (default: 3)").range(2, 3);
+    add_coordinate_unit(command, *options);
   }
   {
     const auto [command, options] = add("variable", "Make a variable", 4, new_variable);
-    command->add_option("--text", options->text_width, "A text variable of so many characters")
-        ->check(CLI::Range(1, 1 << 20));
-    add_number_options(*command, *options);
+    command.add_option("--text", options->text_width, "A text variable of so many characters")
+        .range(1, 1 << 20);
+    add_number_options(command, *options);
   }
   {
     const auto [command, options] =
         add("macro", "Make a macro variable, or add columns to one that is there", 4, new_macro);
-    command->add_option("indices", options->indices, "Numbers of its columns, 1 to 99999")
-        ->type_name("INDEX");
-    command->add_option("--names", options->index_names, "Names of the columns, one for each index")
-        ->type_name("NAME");
-    add_number_options(*command, *options);
+    command.add_option("indices", options->indices, "Numbers of its columns, 1 to 99999").type_name("INDEX");
+    command.add_option("--names", options->index_names, "Names of the columns, one for each index")
+        .type_name("NAME");
+    add_number_options(command, *options);
   }
 
-  CLI::App* command =
+  const command_line command =
       program.add_subcommand("link", "Link a lines file with the points file of its line heads");
   auto options = std::make_shared<link_options>();
-  command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-  command->add_option("directory", options->directory, "Name of the directory")
-      ->required()
-      ->type_name("DIRECTORY");
-  command->add_option("lines", options->lines, "Name of the lines file")->required()->type_name("LINES");
-  command->add_option("points", options->points, "Name of the points file")->required()->type_name("POINTS");
-  command->add_option("--names", options->names, "Text variable of the points that names the lines")
-      ->type_name("VARIABLE");
-  command->callback([options, &common] { link(common, *options); });
+  command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+  command.add_option("directory", options->directory, "Name of the directory")
+      .required()
+      .type_name("DIRECTORY");
+  command.add_option("lines", options->lines, "Name of the lines file").required().type_name("LINES");
+  command.add_option("points", options->points, "Name of the points file").required().type_name("POINTS");
+  command.add_option("--names", options->names, "Text variable of the points that names the lines")
+      .type_name("VARIABLE");
+  command.callback([options, &common] { link(common, *options); });
 }
 
 }  // namespace qrd::command

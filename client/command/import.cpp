@@ -142,7 +142,7 @@ json column_json(const planned_variable& one) {
     told["characters"] = one.type.characters;
   else
     told["bits"] = one.type.bits;
-  told["unit"] = one.unit.empty() ? json(nullptr) : json(one.unit);
+  told["unit"] = one.unit.empty() ? json() : json(one.unit);
   told["missing"] = one.type.missing;
   return told;
 }
@@ -173,12 +173,12 @@ void tell(const common_options& common, const import_options& options,
 
 }  // namespace
 
-void add_cell_options(CLI::App& command, client::cell_rules& rules) {
+void add_cell_options(const command_line& command, client::cell_rules& rules) {
   command
       .add_option("--missing", rules.missing,
                   "Cells that stand for a missing value, beside blank ones, NA, N/A, NaN and null")
-      ->type_name("WORD")
-      ->allow_extra_args(false);
+      .type_name("WORD")
+      .one_at_a_time();
   static const std::map<std::string, client::below_detection> words = {
       {"half", client::below_detection::half},
       {"zero", client::below_detection::zero},
@@ -186,24 +186,24 @@ void add_cell_options(CLI::App& command, client::cell_rules& rules) {
       {"value", client::below_detection::value},
   };
   command
-      .add_option("--below-detection", rules.below,
-                  "What a cell such as <0.01 stands for: half of it, zero, a missing value, or the value")
-      ->type_name("half|zero|missing|value")
-      ->transform(CLI::CheckedTransformer(words).description(""));
+      .add_word_option(
+          "--below-detection", [&rules](const std::string& word) { rules.below = words.at(word); },
+          "What a cell such as <0.01 stands for: half of it, zero, a missing value, or the value")
+      .one_of({"half", "zero", "missing", "value"});
 }
 
-void add_import_options(CLI::App& command, import_options& options) {
-  command.add_option("study", options.study, "Name of the study")->required()->type_name("STUDY");
+void add_import_options(const command_line& command, import_options& options) {
+  command.add_option("study", options.study, "Name of the study").required().type_name("STUDY");
   command.add_option("directory", options.directory, "Name of the directory")
-      ->required()
-      ->type_name("DIRECTORY");
-  command.add_option("file", options.file, "Name of the file to make")->required()->type_name("FILE");
+      .required()
+      .type_name("DIRECTORY");
+  command.add_option("file", options.file, "Name of the file to make").required().type_name("FILE");
   command.add_option("table", options.table, "Table to read, - for standard input")
-      ->required()
-      ->type_name("FILE.csv");
+      .required()
+      .type_name("FILE.csv");
   const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* text,
                             const char* type) {
-    command.add_option(name, list, text)->type_name(type)->allow_extra_args(false);
+    command.add_option(name, list, text).type_name(type).one_at_a_time();
   };
   add_list("--column", options.columns, "Column to store (default: all but those of the geometry)", "NAME");
   add_list("--skip", options.skipped, "Column to leave out", "NAME");
@@ -215,8 +215,8 @@ void add_import_options(CLI::App& command, import_options& options) {
   add_cell_options(command, options.cells);
   command.add_flag("--dry-run", options.dry_run, "Tell what each column would become, and make nothing");
   command.add_option("--coordinate-unit", options.coordinate_unit, "Unit of the coordinates (default: m)")
-      ->type_name("SYMBOL")
-      ->check(length_symbol());
+      .type_name("SYMBOL")
+      .check(length_symbol_problem);
 }
 
 std::vector<planned_variable> plan_variables(const client::csv_table& table, const import_options& options,
@@ -303,12 +303,13 @@ void import_file(const common_options& common, const import_options& options, co
   tell(common, options, plan, places.samples, notes);
 }
 
-void add_import_commands(CLI::App& program, const common_options& common) {
-  CLI::App* parent = program.add_subcommand("import", "Make a file with its variables from a CSV table");
-  parent->require_subcommand(1);
-  add_points_import(*parent, common);
-  add_grid_import(*parent, common);
-  add_lines_import(*parent, common);
+void add_import_commands(const command_line& program, const common_options& common) {
+  const command_line parent =
+      program.add_subcommand("import", "Make a file with its variables from a CSV table");
+  parent.require_subcommand();
+  add_points_import(parent, common);
+  add_grid_import(parent, common);
+  add_lines_import(parent, common);
 }
 
 }  // namespace qrd::command

@@ -30,9 +30,9 @@ struct import_options {
   client::cell_rules cells;
   bool dry_run = false;
 };
-void add_import_options(CLI::App& command, import_options& options);
+void add_import_options(const command_line& command, import_options& options);
 // What the cells of a table stand for.
-void add_cell_options(CLI::App& command, client::cell_rules& rules);
+void add_cell_options(const command_line& command, client::cell_rules& rules);
 
 // One variable to be made from one column. A column named "stem[12]" or "stem{gold}" belongs to a macro
 // variable.
@@ -68,8 +68,8 @@ void import_file(const common_options& common, const import_options& options, co
                  const std::vector<planned_variable>& plan, const sample_places& places,
                  const std::vector<std::string>& notes, const std::function<void(file_making&)>& make);
 
-void add_points_import(CLI::App& parent, const common_options& common);
-void add_grid_import(CLI::App& parent, const common_options& common);
-void add_lines_import(CLI::App& parent, const common_options& common);
+void add_points_import(const command_line& parent, const common_options& common);
+void add_grid_import(const command_line& parent, const common_options& common);
+void add_lines_import(const command_line& parent, const common_options& common);
 
 }  // namespace qrd::command

@@ -160,25 +160,25 @@ void import_grid(const common_options& common, const grid_options& options) {
 
 }  // namespace
 
-void add_grid_import(CLI::App& parent, const common_options& common) {
-  CLI::App* command = parent.add_subcommand("grid", "One node for each row; nodes without a row are missing");
+void add_grid_import(const command_line& parent, const common_options& common) {
+  const command_line command =
+      parent.add_subcommand("grid", "One node for each row; nodes without a row are missing");
   auto options = std::make_shared<grid_options>();
-  add_import_options(*command, *options);
-  command->add_option("--x", options->x, "Column of the X coordinates (default: x)")->type_name("NAME");
-  command->add_option("--y", options->y, "Column of the Y coordinates (default: y)")->type_name("NAME");
-  command->add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D grid)")
-      ->type_name("NAME");
-  command->add_flag("--numbered", options->numbered, "The columns hold numbers of nodes, from 1");
-  command->add_option("--origin", options->origin, "First node (default: the least coordinates, or 0)")
-      ->expected(2, 3);
-  command->add_option("--mesh", options->mesh, "Distance of neighbours (default: the least, or 1)")
-      ->expected(2, 3);
-  command->add_option("--nodes", options->nodes, "Nodes along each axis (default: those of the table)")
-      ->expected(2, 3);
-  command
-      ->add_option("--rotation", options->rotation, "Angles in degrees, 1 in 2D, 3 in 3D; needs --numbered")
-      ->expected(1, 3);
-  command->callback([options, &common] { import_grid(common, *options); });
+  add_import_options(command, *options);
+  command.add_option("--x", options->x, "Column of the X coordinates (default: x)").type_name("NAME");
+  command.add_option("--y", options->y, "Column of the Y coordinates (default: y)").type_name("NAME");
+  command.add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D grid)")
+      .type_name("NAME");
+  command.add_flag("--numbered", options->numbered, "The columns hold numbers of nodes, from 1");
+  command.add_option("--origin", options->origin, "First node (default: the least coordinates, or 0)")
+      .expected(2, 3);
+  command.add_option("--mesh", options->mesh, "Distance of neighbours (default: the least, or 1)")
+      .expected(2, 3);
+  command.add_option("--nodes", options->nodes, "Nodes along each axis (default: those of the table)")
+      .expected(2, 3);
+  command.add_option("--rotation", options->rotation, "Angles in degrees, 1 in 2D, 3 in 3D; needs --numbered")
+      .expected(1, 3);
+  command.callback([options, &common] { import_grid(common, *options); });
 }
 
 }  // namespace qrd::command

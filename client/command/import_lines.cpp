@@ -211,9 +211,9 @@ void check_holes(const common_options& common, const lines_options& options,
     json all = json::array();
     for (const client::hole_mismatch& one : matched.mismatches)
       all.push_back({{"table", table_name(one.table)},
-                     {"line", one.line > 0 ? json(one.line) : json(nullptr)},
+                     {"line", one.line > 0 ? json(one.line) : json()},
                      {"hole", one.hole},
-                     {"depth", one.depth ? json(*one.depth) : json(nullptr)},
+                     {"depth", one.depth ? json(*one.depth) : json()},
                      {"remark", one.is_remark},
                      {"text", one.text}});
     print_description({{"holes", matched.holes.size()},
@@ -309,65 +309,67 @@ void import_lines(const common_options& common, const lines_options& options) {
 
 }  // namespace
 
-void add_lines_import(CLI::App& parent, const common_options& common) {
-  CLI::App* command =
+void add_lines_import(const command_line& parent, const common_options& common) {
+  const command_line command =
       parent.add_subcommand("lines", "Samples along lines: traverses by places, drill holes by depths");
   auto options = std::make_shared<lines_options>();
-  add_import_options(*command, *options);
-  command->add_option("--line", options->line, "Column that tells the line of a row")
-      ->required()
-      ->type_name("NAME");
-  command->add_option("--x", options->x, "Column of the X coordinates (default: x)")->type_name("NAME");
-  command->add_option("--y", options->y, "Column of the Y coordinates (default: y)")->type_name("NAME");
-  command->add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D file)")
-      ->type_name("NAME");
-  auto* begin = command->add_option("--begin", options->begin, "Cores by places: columns of their begins");
-  auto* end = command->add_option("--end", options->end, "Cores by places: columns of their ends");
-  begin->type_name("NAME")->expected(2, 3)->needs(end);
-  end->type_name("NAME")->expected(2, 3)->needs(begin);
-  auto* from = command->add_option("--from", options->from, "Cores by depths: column of the upper depth");
-  auto* to = command->add_option("--to", options->to, "Cores by depths: column of the lower depth");
-  auto* collars = command->add_option("--collars", options->collars, "Table of where the holes begin");
-  from->type_name("NAME")->needs(to)->needs(collars)->excludes(end);
-  to->type_name("NAME")->needs(from);
-  collars->type_name("FILE.csv")->needs(from);
+  add_import_options(command, *options);
+  command.add_option("--line", options->line, "Column that tells the line of a row")
+      .required()
+      .type_name("NAME");
+  command.add_option("--x", options->x, "Column of the X coordinates (default: x)").type_name("NAME");
+  command.add_option("--y", options->y, "Column of the Y coordinates (default: y)").type_name("NAME");
+  command.add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D file)")
+      .type_name("NAME");
+  const option begin =
+      command.add_option("--begin", options->begin, "Cores by places: columns of their begins");
+  const option end = command.add_option("--end", options->end, "Cores by places: columns of their ends");
+  begin.type_name("NAME").expected(2, 3).needs(end);
+  end.type_name("NAME").expected(2, 3).needs(begin);
+  const option from =
+      command.add_option("--from", options->from, "Cores by depths: column of the upper depth");
+  const option to = command.add_option("--to", options->to, "Cores by depths: column of the lower depth");
+  const option collars = command.add_option("--collars", options->collars, "Table of where the holes begin");
+  from.type_name("NAME").needs(to).needs(collars).excludes(end);
+  to.type_name("NAME").needs(from);
+  collars.type_name("FILE.csv").needs(from);
   options->collar_columns = {"BHID", "XCOLLAR", "YCOLLAR", "ZCOLLAR"};
   options->survey_columns = {"BHID", "AT", "AZ", "DIP"};
   command
-      ->add_option("--collar-columns", options->collar_columns,
-                   "Hole, X, Y, Z (default: BHID XCOLLAR YCOLLAR ZCOLLAR)")
-      ->type_name("NAME")
-      ->expected(4);
-  command->add_option("--surveys", options->surveys, "Table of the directions")
-      ->type_name("FILE.csv")
-      ->needs(collars);
+      .add_option("--collar-columns", options->collar_columns,
+                  "Hole, X, Y, Z (default: BHID XCOLLAR YCOLLAR ZCOLLAR)")
+      .type_name("NAME")
+      .expected(4);
+  command.add_option("--surveys", options->surveys, "Table of the directions")
+      .type_name("FILE.csv")
+      .needs(collars);
   command
-      ->add_option("--survey-columns", options->survey_columns,
-                   "Hole, depth, azimuth clockwise from Y, dip (default: BHID AT AZ DIP)")
-      ->type_name("NAME")
-      ->expected(4);
+      .add_option("--survey-columns", options->survey_columns,
+                  "Hole, depth, azimuth clockwise from Y, dip (default: BHID AT AZ DIP)")
+      .type_name("NAME")
+      .expected(4);
   command
-      ->add_option(
+      .add_option(
           "--desurvey", options->method,
           "Path between surveys: an arc (minimum-curvature, the default), half the way in each direction "
           "(balanced), all of it in the upper one (tangential)")
-      ->check(CLI::IsMember({"minimum-curvature", "balanced", "tangential"}))
-      ->needs(collars);
-  auto* down = command->add_flag_callback(
+      .one_of({"minimum-curvature", "balanced", "tangential"})
+      .needs(collars);
+  const option down = command.add_flag_callback(
       "--dip-down-positive", [options] { options->rules.dips = client::dip_convention::down_positive; },
       "Positive dips point down; taken so by default, unless that sends most holes upwards");
   command
-      ->add_flag_callback(
+      .add_flag_callback(
           "--dip-down-negative", [options] { options->rules.dips = client::dip_convention::down_negative; },
           "Negative dips point down")
-      ->excludes(down);
-  command->add_flag("--vertical", options->rules.vertical_without_surveys,
-                    "Holes without surveys are vertical (default: they are refused)");
+      .excludes(down);
+  command.add_flag("--vertical", options->rules.vertical_without_surveys,
+                   "Holes without surveys are vertical (default: they are refused)");
   command
-      ->add_flag("--check", options->check_only,
-                 "Only tell whether collars, surveys and intervals fit together; status 1 if they don't")
-      ->needs(from);
-  command->callback([options, &common] { import_lines(common, *options); });
+      .add_flag("--check", options->check_only,
+                "Only tell whether collars, surveys and intervals fit together; status 1 if they don't")
+      .needs(from);
+  command.callback([options, &common] { import_lines(common, *options); });
 }
 
 }  // namespace qrd::command

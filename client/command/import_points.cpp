@@ -38,15 +38,15 @@ void import_points(const common_options& common, const points_options& options) 
 
 }  // namespace
 
-void add_points_import(CLI::App& parent, const common_options& common) {
-  CLI::App* command = parent.add_subcommand("points", "One sample for each row");
+void add_points_import(const command_line& parent, const common_options& common) {
+  const command_line command = parent.add_subcommand("points", "One sample for each row");
   auto options = std::make_shared<points_options>();
-  add_import_options(*command, *options);
-  command->add_option("--x", options->x, "Column of the X coordinates (default: x)")->type_name("NAME");
-  command->add_option("--y", options->y, "Column of the Y coordinates (default: y)")->type_name("NAME");
-  command->add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D file)")
-      ->type_name("NAME");
-  command->callback([options, &common] { import_points(common, *options); });
+  add_import_options(command, *options);
+  command.add_option("--x", options->x, "Column of the X coordinates (default: x)").type_name("NAME");
+  command.add_option("--y", options->y, "Column of the Y coordinates (default: y)").type_name("NAME");
+  command.add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D file)")
+      .type_name("NAME");
+  command.callback([options, &common] { import_points(common, *options); });
 }
 
 }  // namespace qrd::command

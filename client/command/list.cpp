@@ -54,13 +54,13 @@ const char* type_name(client::variable_type type) {
 }
 
 json optional_text(const std::optional<std::string>& text) {
-  return text ? json(*text) : json(nullptr);
+  return text ? json(*text) : json();
 }
 
 // One value for each axis of the file.
 template <typename T>
 json axes(const T& x, const T& y, const T& z, std::int32_t dimension) {
-  return dimension == 3 ? json{x, y, z} : json{x, y};
+  return dimension == 3 ? json::array({x, y, z}) : json::array({x, y});
 }
 
 json axis_names(const std::optional<std::string> (&names)[3], std::int32_t dimension) {
@@ -82,8 +82,8 @@ json file_json(client::connection& server, const std::string& name) {
     result["mesh"] = axes(info.mesh.x, info.mesh.y, info.mesh.z, dimension);
     result["nodes"] = axes(info.nx, info.ny, info.nz, dimension);
     result["rotated"] = info.rotated;
-    result["angles"] =
-        dimension == 3 ? json{info.angles[0], info.angles[1], info.angles[2]} : json{info.angles[0]};
+    result["angles"] = dimension == 3 ? json::array({info.angles[0], info.angles[1], info.angles[2]})
+                                      : json::array({info.angles[0]});
   }
   result["coordinates"] = axis_names(info.coordinates, dimension);
   if (info.organisation == client::organisation::core_lines) {
@@ -98,13 +98,13 @@ json file_json(client::connection& server, const std::string& name) {
   result["polygons"] = info.has_polygons;
   result["faults"] = info.has_faults;
   if (info.has_faults)
-    result["fault system"] = {{"dimension", info.faults_2d ? 2 : 3},
-                              {"faults", info.faults},
-                              {"segments", info.fault_segments},
-                              {"attributes", info.fault_attributes},
-                              {"lowest priority", info.fault_priority_lowest},
-                              {"highest priority", info.fault_priority_highest},
-                              {"priority limit", info.fault_priority_limit}};
+    result["fault system"] = json{{"dimension", info.faults_2d ? 2 : 3},
+                                  {"faults", info.faults},
+                                  {"segments", info.fault_segments},
+                                  {"attributes", info.fault_attributes},
+                                  {"lowest priority", info.fault_priority_lowest},
+                                  {"highest priority", info.fault_priority_highest},
+                                  {"priority limit", info.fault_priority_limit}};
   return result;
 }
 
@@ -129,17 +129,17 @@ json variable_json(client::connection& server, const std::string& name) {
 
 // One line for each object of a list: its name, then what it is.
 std::string details_line(const json& one) {
+  const auto text_of = [&one](const char* key) { return shown_text(one[key]); };
   if (one.contains("file")) {
-    std::string text = one["organisation"].get<std::string>() + "\t" + one["dimension"].dump() + "D\t" +
-                       one["samples"].dump() + " samples";
-    if (one.contains("lines")) text += "\t" + one["lines"].dump() + " lines";
+    std::string text =
+        text_of("organisation") + "\t" + text_of("dimension") + "D\t" + text_of("samples") + " samples";
+    if (one.contains("lines")) text += "\t" + text_of("lines") + " lines";
     return text;
   }
-  std::string text = one["type"].get<std::string>() + "\t";
-  text += one.contains("bits") ? one["bits"].dump() + " bits" : one["characters"].dump() + " characters";
-  if (one.contains("indices")) text += "\t" + one["indices"].dump() + " indices";
-  if (!one["unit symbol"].get_ref<const std::string&>().empty())
-    text += "\t" + one["unit symbol"].get<std::string>();
+  std::string text = text_of("type") + "\t";
+  text += one.contains("bits") ? text_of("bits") + " bits" : text_of("characters") + " characters";
+  if (one.contains("indices")) text += "\t" + text_of("indices") + " indices";
+  if (const std::string symbol = text_of("unit symbol"); !symbol.empty()) text += "\t" + symbol;
   return text;
 }
 
@@ -155,7 +155,7 @@ void list(const common_options& common, const list_options& options) {
                                            : in_directory           ? server->files()
                                            : !options.study.empty() ? server->directories()
                                                                     : server->studies();
-    json described = json::array();
+    json::elements described;
     if (options.details && in_directory) {
       for (const std::string& name : names) {
         if (in_file) {
@@ -168,7 +168,7 @@ void list(const common_options& common, const list_options& options) {
       }
     }
     if (common.json) {
-      print_description(described.empty() ? json(names) : described, true);
+      print_description(described.empty() ? json(names) : json(described), true);
       return;
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -194,7 +194,7 @@ void inform(const common_options& common, const list_options& options) {
     } else {
       choose_variable(*server, options.variable);
       result = variable_json(*server, options.variable);
-      if (result.contains("indices") && result["indices"] != 0) {
+      if (server->variable_info().indices > 0) {
         const client::macro_indices indices = server->macro_indices();
         result["index numbers"] = indices.numbers;
         if (indices.names) result["index names"] = *indices.names;
@@ -207,27 +207,29 @@ void inform(const common_options& common, const list_options& options) {
 
 }  // namespace
 
-void add_list_commands(CLI::App& program, const common_options& common) {
+void add_list_commands(const command_line& program, const common_options& common) {
   {
-    CLI::App* command = program.add_subcommand("ls", "List studies, directories, files or variables");
+    const command_line command =
+        program.add_subcommand("ls", "List studies, directories, files or variables");
     auto options = std::make_shared<list_options>();
-    auto* study = command->add_option("study", options->study, "Lists its directories")->type_name("STUDY");
-    auto* directory = command->add_option("directory", options->directory, "Lists its files");
-    directory->type_name("DIRECTORY")->needs(study);
-    command->add_option("file", options->file, "Lists its variables")->type_name("FILE")->needs(directory);
-    command->add_flag("-l,--long", options->details, "Tell what each file or variable is");
-    command->callback([options, &common] { list(common, *options); });
+    const option study =
+        command.add_option("study", options->study, "Lists its directories").type_name("STUDY");
+    const option directory = command.add_option("directory", options->directory, "Lists its files");
+    directory.type_name("DIRECTORY").needs(study);
+    command.add_option("file", options->file, "Lists its variables").type_name("FILE").needs(directory);
+    command.add_flag("-l,--long", options->details, "Tell what each file or variable is");
+    command.callback([options, &common] { list(common, *options); });
   }
   {
-    CLI::App* command = program.add_subcommand("info", "Describe a file or a variable");
+    const command_line command = program.add_subcommand("info", "Describe a file or a variable");
     auto options = std::make_shared<list_options>();
-    command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-    command->add_option("directory", options->directory, "Name of the directory")
-        ->required()
-        ->type_name("DIRECTORY");
-    command->add_option("file", options->file, "Name of the file")->required()->type_name("FILE");
-    command->add_option("variable", options->variable, "Name of the variable")->type_name("VARIABLE");
-    command->callback([options, &common] { inform(common, *options); });
+    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+    command.add_option("directory", options->directory, "Name of the directory")
+        .required()
+        .type_name("DIRECTORY");
+    command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
+    command.add_option("variable", options->variable, "Name of the variable").type_name("VARIABLE");
+    command.callback([options, &common] { inform(common, *options); });
   }
 }
 

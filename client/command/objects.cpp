@@ -24,22 +24,22 @@ struct object_options {
 };
 
 json point_json(const client::point3& point) {
-  return {point.x, point.y, point.z};
+  return json::array({point.x, point.y, point.z});
 }
 
 json value_json(double value, double missing) {
-  return value == missing ? json(nullptr) : json(value);
+  return value == missing ? json() : json(value);
 }
 
 json polygons_json(client::connection& server, const object_options& options) {
   const client::polygon_set all = server.polygons();
-  json polygons = json::array();
+  json::elements polygons;
   std::map<std::string, std::size_t> places;
   for (const client::contour& one : all.contours) {
     const auto [place, is_new] = places.emplace(one.polygon, polygons.size());
     if (is_new) polygons.push_back({{"polygon", one.polygon}, {"contours", json::array()}});
     json contour = {{"contour", one.name}, {"vertices", one.vertices.size()}};
-    if (all.dimension == 3) contour["z"] = {one.z_min, one.z_max};
+    if (all.dimension == 3) contour["z"] = json::array({one.z_min, one.z_max});
     if (options.vertices) {
       json points = json::array();
       for (const client::point2& vertex : one.vertices) points.push_back({{"x", vertex.x}, {"y", vertex.y}});
@@ -63,14 +63,16 @@ json wireframes_json(client::connection& server, const object_options& options) 
         json points = json::array(), corners = json::array();
         for (const client::point3& vertex : piece.vertices)
           points.push_back({{"x", vertex.x}, {"y", vertex.y}, {"z", vertex.z}});
-        for (const client::triangle& one : piece.triangles) corners.push_back({{"corners", one.vertices}});
+        for (const client::triangle& one : piece.triangles)
+          corners.push_back({{"corners", json::array({one.vertices[0], one.vertices[1], one.vertices[2]})}});
         told["points"] = points;
         told["surface"] = corners;
       }
       pieces.push_back(told);
     }
-    objects.push_back(
-        {{"object", object.name}, {"colour", {object.red, object.green, object.blue}}, {"pieces", pieces}});
+    objects.push_back({{"object", object.name},
+                       {"colour", json::array({object.red, object.green, object.blue})},
+                       {"pieces", pieces}});
   }
   return {{"wireframes", objects}};
 }
@@ -87,9 +89,9 @@ json faults_json(client::connection& server, const object_options& options) {
         for (int i = 0; i < (all.is_2d ? 2 : 3); ++i)
           each["point " + std::to_string(i + 1)] = point_json(segment.points[i]);
         if (all.has_attributes)
-          each["attributes"] = {value_json(segment.attributes[0], all.missing),
-                                value_json(segment.attributes[1], all.missing),
-                                value_json(segment.attributes[2], all.missing)};
+          each["attributes"] = json::array({value_json(segment.attributes[0], all.missing),
+                                            value_json(segment.attributes[1], all.missing),
+                                            value_json(segment.attributes[2], all.missing)});
         segments.push_back(each);
       }
       told["pieces"] = segments;
@@ -109,33 +111,32 @@ void describe(const common_options& common, const object_options& options,
     if (!options.selection.empty()) choose_selection(*server, options.selection);
     const std::vector<std::string> units = coordinate_units(*server);
     json told = {{"units", units}};
-    told.update(objects_json(*server, options));
+    told.append(objects_json(*server, options));
     print_description(told, common.json);
   });
 }
 
 }  // namespace
 
-void add_object_commands(CLI::App& program, const common_options& common) {
+void add_object_commands(const command_line& program, const common_options& common) {
   const auto add = [&](const char* name, const char* description, auto objects_json) {
-    CLI::App* command = program.add_subcommand(name, description);
+    const command_line command = program.add_subcommand(name, description);
     auto options = std::make_shared<object_options>();
-    command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-    command->add_option("directory", options->directory, "Name of the directory")
-        ->required()
-        ->type_name("DIRECTORY");
-    command->add_option("file", options->file, "Name of the file")->required()->type_name("FILE");
-    add_unit_options(*command, options->unit);
-    command->add_flag("--points", options->vertices, "Tell every point");
-    command->callback([options, &common, objects_json] { describe(common, *options, objects_json); });
+    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+    command.add_option("directory", options->directory, "Name of the directory")
+        .required()
+        .type_name("DIRECTORY");
+    command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
+    add_unit_options(command, options->unit);
+    command.add_flag("--points", options->vertices, "Tell every point");
+    command.callback([options, &common, objects_json] { describe(common, *options, objects_json); });
     return std::pair(command, options);
   };
   for (auto [command, options] : {add("polygons", "List the polygons of a file", polygons_json),
                                   add("wireframes", "List the wireframes of a file", wireframes_json)})
-    command->add_option("--selection", options->selection, "Selection variable of the file")
-        ->type_name("NAME");
+    command.add_option("--selection", options->selection, "Selection variable of the file").type_name("NAME");
   const auto [command, options] = add("faults", "List the faults of a file", faults_json);
-  command->add_option("--priority", options->priority, "Highest priority to list (default: 127)");
+  command.add_option("--priority", options->priority, "Highest priority to list (default: 127)");
 }
 
 }  // namespace qrd::command

@@ -1,8 +1,9 @@
 // The options that all subcommands share, and the subcommands.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "client/command/command_line.h"
 
 namespace qrd::command {
 
@@ -15,15 +16,17 @@ struct common_options {
 };
 
 // Each adds its subcommands to the program. `common` has to outlive the parsing.
-void add_list_commands(CLI::App& program, const common_options& common);      // ls, info
-void add_read_commands(CLI::App& program, const common_options& common);      // read, export
-void add_stat_command(CLI::App& program, const common_options& common);       // stat
-void add_write_command(CLI::App& program, const common_options& common);      // write
-void add_create_commands(CLI::App& program, const common_options& common);    // new, link
-void add_remove_command(CLI::App& program, const common_options& common);     // rm
-void add_import_commands(CLI::App& program, const common_options& common);    // import
-void add_object_commands(CLI::App& program, const common_options& common);    // polygons, wireframes, faults
-void add_resource_commands(CLI::App& program, const common_options& common);  // palettes, scales, vendor
-void add_units_command(CLI::App& program, const common_options& common);      // units
+void add_list_commands(const command_line& program, const common_options& common);    // ls, info
+void add_read_commands(const command_line& program, const common_options& common);    // read, export
+void add_stat_command(const command_line& program, const common_options& common);     // stat
+void add_write_command(const command_line& program, const common_options& common);    // write
+void add_create_commands(const command_line& program, const common_options& common);  // new, link
+void add_remove_command(const command_line& program, const common_options& common);   // rm
+void add_import_commands(const command_line& program, const common_options& common);  // import
+void add_object_commands(const command_line& program,
+                         const common_options& common);  // polygons, wireframes, faults
+void add_resource_commands(const command_line& program,
+                           const common_options& common);  // palettes, scales, vendor
+void add_units_command(const command_line& program, const common_options& common);  // units
 
 }  // namespace qrd::command

@@ -19,52 +19,46 @@ void print_text(const std::string& text, int depth) {
 
 // "key: value" lines, with what lies deeper indented.
 void print_lines(const json& value, int depth) {
-  for (const auto& [key, one] : value.items()) {
+  const auto* members = value.as<json::members>();
+  if (members == nullptr) return;
+  for (const auto& [key, one] : *members) {
     std::printf("%*s%s:", 2 * depth, "", key.c_str());
-    if (one.is_object()) {
+    if (one.as<json::members>() != nullptr) {
       std::printf("\n");
       print_lines(one, depth + 1);
       continue;
     }
-    if (one.is_array() && !one.empty() && one[0].is_object()) {
-      std::printf(" %zu\n", one.size());
-      for (const json& item : one) print_lines(item, depth + 1);
+    const auto* elements = one.as<json::elements>();
+    const bool has_elements = elements != nullptr && !elements->empty();
+    if (has_elements && elements->front().as<json::members>() != nullptr) {
+      std::printf(" %zu\n", elements->size());
+      for (const json& item : *elements) print_lines(item, depth + 1);
       continue;
     }
-    const auto print_one = [depth](const json& item) {
-      if (item.is_string())
-        print_text(item.get_ref<const std::string&>(), depth);
-      else if (item.is_boolean())
-        std::printf(" %s", item.get<bool>() ? "yes" : "no");
-      else if (item.is_number_float())
-        std::printf(" %s", client::number_text(item.get<double>()).c_str());
-      else if (!item.is_null())
-        std::printf(" %s", item.dump().c_str());
-    };
-    if (one.is_array() && !one.empty() && one[0].is_string()) {
+    if (has_elements && elements->front().as<std::string>() != nullptr) {
       std::printf("\n");
-      for (const json& item : one)
-        std::printf("%*s%s\n", 2 * depth + 2, "", item.get_ref<const std::string&>().c_str());
+      for (const json& item : *elements) std::printf("%*s%s\n", 2 * depth + 2, "", shown_text(item).c_str());
       continue;
     }
-    if (one.is_array())
-      for (const json& item : one) {
-        // What is missing holds its place among the others.
-        if (item.is_null())
-          std::printf(" -");
-        else
-          print_one(item);
-      }
-    else
-      print_one(one);
+    if (has_elements)
+      // What is missing holds its place among the others.
+      for (const json& item : *elements) std::printf(" %s", item.is_null() ? "-" : shown_text(item).c_str());
+    else if (one.as<std::string>() != nullptr)
+      print_text(shown_text(one), depth);
+    else if (elements == nullptr && !one.is_null())
+      std::printf(" %s", shown_text(one).c_str());
     std::printf("\n");
   }
 }
 
 }  // namespace
 
-std::string json_text(const json& value, int indent) {
-  return value.dump(indent, ' ', false, json::error_handler_t::replace);
+std::string shown_text(const json& value) {
+  if (const auto* text = value.as<std::string>()) return *text;
+  if (const auto* is = value.as<bool>()) return *is ? "yes" : "no";
+  if (const auto* number = value.as<std::int64_t>()) return std::to_string(*number);
+  if (const auto* number = value.as<double>()) return client::number_text(*number);
+  return {};
 }
 
 void print_description(const json& value, bool as_json) {

@@ -61,10 +61,11 @@ void print_table(client::connection& server, const common_options& common, const
   file.finish();
 }
 
-void add_form_options(CLI::App& command, read_options& options) {
+void add_form_options(const command_line& command, read_options& options) {
   command.add_flag("--header-units", options.header_units, "Name units in the heading, as in \"depth [ft]\"");
-  auto* lines = command.add_flag("--ndjson", options.by_lines, "JSON with an object for each row, on a line");
-  command.add_flag("--columns", options.by_columns, "JSON with an array for each variable")->excludes(lines);
+  const option lines =
+      command.add_flag("--ndjson", options.by_lines, "JSON with an object for each row, on a line");
+  command.add_flag("--columns", options.by_columns, "JSON with an array for each variable").excludes(lines);
 }
 
 void read(const common_options& common, const read_options& options) {
@@ -111,36 +112,37 @@ void export_file(const common_options& common, const read_options& options) {
 
 }  // namespace
 
-void add_read_commands(CLI::App& program, const common_options& common) {
+void add_read_commands(const command_line& program, const common_options& common) {
   {
-    CLI::App* command = program.add_subcommand("read", "Print samples of variables as CSV");
+    const command_line command = program.add_subcommand("read", "Print samples of variables as CSV");
     auto options = std::make_shared<read_options>();
-    add_file_arguments(*command, options->place);
+    add_file_arguments(command, options->place);
     command
-        ->add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
-        ->required()
-        ->type_name("VARIABLE");
-    add_range_options(*command, options->place);
-    command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
-    add_unit_options(*command, options->place.unit);
-    add_form_options(*command, *options);
-    command->callback([options, &common] { read(common, *options); });
+        .add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
+        .required()
+        .type_name("VARIABLE");
+    add_range_options(command, options->place);
+    command.add_option("--index", options->place.index, "Column of macro variables, by number or name");
+    add_unit_options(command, options->place.unit);
+    add_form_options(command, *options);
+    command.callback([options, &common] { read(common, *options); });
   }
   {
-    CLI::App* command = program.add_subcommand("export", "Write a file's places and variables as CSV");
+    const command_line command =
+        program.add_subcommand("export", "Write a file's places and variables as CSV");
     auto options = std::make_shared<read_options>();
-    add_file_arguments(*command, options->place);
-    command->add_option("variables", options->variables, "Names (default: all that the file stores)")
-        ->type_name("VARIABLE");
-    add_range_options(*command, options->place);
-    add_unit_options(*command, options->place.unit);
-    command->add_option("-o,--output", options->output, "File to write (default: standard output)")
-        ->type_name("FILE.csv");
-    command->add_flag("-f,--force", options->force, "Replace the file if it is there");
-    command->add_flag("--skip-missing", options->skip_missing,
-                      "Leave out samples where all number variables are missing");
-    add_form_options(*command, *options);
-    command->callback([options, &common] { export_file(common, *options); });
+    add_file_arguments(command, options->place);
+    command.add_option("variables", options->variables, "Names (default: all that the file stores)")
+        .type_name("VARIABLE");
+    add_range_options(command, options->place);
+    add_unit_options(command, options->place.unit);
+    command.add_option("-o,--output", options->output, "File to write (default: standard output)")
+        .type_name("FILE.csv");
+    command.add_flag("-f,--force", options->force, "Replace the file if it is there");
+    command.add_flag("--skip-missing", options->skip_missing,
+                     "Leave out samples where all number variables are missing");
+    add_form_options(command, *options);
+    command.callback([options, &common] { export_file(common, *options); });
   }
 }
 

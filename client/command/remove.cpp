@@ -138,22 +138,21 @@ void remove(const common_options& common, const remove_options& options) {
 
 }  // namespace
 
-void add_remove_command(CLI::App& program, const common_options& common) {
-  CLI::App* command = program.add_subcommand("rm", "Delete a study, a directory, a file or a variable");
+void add_remove_command(const command_line& program, const common_options& common) {
+  const command_line command =
+      program.add_subcommand("rm", "Delete a study, a directory, a file or a variable");
   auto options = std::make_shared<remove_options>();
-  command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-  auto* directory = command->add_option("directory", options->directory, "Name of the directory");
-  directory->type_name("DIRECTORY");
-  auto* file =
-      command->add_option("file", options->file, "Name of the file")->type_name("FILE")->needs(directory);
-  command->add_option("variable", options->variable, "Name of the variable")
-      ->type_name("VARIABLE")
-      ->needs(file);
-  command->add_flag("-r,--recursive", options->recursive, "Delete a study or a directory with all it holds");
-  command->add_flag("-f,--force", options->force,
-                    "Delete a variable that the file needs, such as coordinates");
-  command->add_flag("-y,--yes", options->yes, "Don't ask");
-  command->callback([options, &common] { remove(common, *options); });
+  command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+  const option directory = command.add_option("directory", options->directory, "Name of the directory");
+  directory.type_name("DIRECTORY");
+  const option file =
+      command.add_option("file", options->file, "Name of the file").type_name("FILE").needs(directory);
+  command.add_option("variable", options->variable, "Name of the variable").type_name("VARIABLE").needs(file);
+  command.add_flag("-r,--recursive", options->recursive, "Delete a study or a directory with all it holds");
+  command.add_flag("-f,--force", options->force,
+                   "Delete a variable that the file needs, such as coordinates");
+  command.add_flag("-y,--yes", options->yes, "Don't ask");
+  command.callback([options, &common] { remove(common, *options); });
 }
 
 }  // namespace qrd::command

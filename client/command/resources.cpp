@@ -80,7 +80,7 @@ void show(const common_options& common, const resource_options& options,
 }
 
 json number_json(double value) {
-  return value == client::missing_value ? json(nullptr) : json(value);
+  return value == client::missing_value ? json() : json(value);
 }
 
 struct vendor_options {
@@ -133,31 +133,31 @@ void show_vendor(const common_options& common, const vendor_options& options) {
 
 }  // namespace
 
-void add_resource_commands(CLI::App& program, const common_options& common) {
+void add_resource_commands(const command_line& program, const common_options& common) {
   const auto add = [&](const char* command_name, const char* description, const char* shown, auto names,
                        auto describe) {
-    CLI::App* command = program.add_subcommand(command_name, description);
+    const command_line command = program.add_subcommand(command_name, description);
     auto options = std::make_shared<resource_options>();
-    command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-    command->add_option("name", options->name, shown)->type_name("NAME");
-    command->callback([options, &common, names, describe] { show(common, *options, names, describe); });
+    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+    command.add_option("name", options->name, shown).type_name("NAME");
+    command.callback([options, &common, names, describe] { show(common, *options, names, describe); });
   };
   add("palettes", "List the palettes of a study and of the root, or show one", "Palette to show",
       &client::connection::palettes, palette_json);
   add("scales", "List the colour scales of a study, or show one", "Scale to show",
       &client::connection::scales, scale_json);
 
-  CLI::App* command =
+  const command_line command =
       program.add_subcommand("vendor", "Show vendor data of a study, directory, file or variable");
   auto options = std::make_shared<vendor_options>();
-  command->add_option("name", options->name, "Name of the data")->required()->type_name("NAME");
-  command->add_option("study", options->study, "Name of the study")->required()->type_name("STUDY");
-  auto* directory = command->add_option("directory", options->directory, "Owner, or where it lies");
-  directory->type_name("DIRECTORY");
-  auto* file = command->add_option("file", options->file, "Owner, or where it lies")->type_name("FILE");
-  file->needs(directory);
-  command->add_option("variable", options->variable, "Owner")->type_name("VARIABLE")->needs(file);
-  command->callback([options, &common] { show_vendor(common, *options); });
+  command.add_option("name", options->name, "Name of the data").required().type_name("NAME");
+  command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
+  const option directory = command.add_option("directory", options->directory, "Owner, or where it lies");
+  directory.type_name("DIRECTORY");
+  const option file = command.add_option("file", options->file, "Owner, or where it lies").type_name("FILE");
+  file.needs(directory);
+  command.add_option("variable", options->variable, "Owner").type_name("VARIABLE").needs(file);
+  command.callback([options, &common] { show_vendor(common, *options); });
 }
 
 }  // namespace qrd::command

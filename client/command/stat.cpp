@@ -99,21 +99,17 @@ json summarise(client::connection& server, const column& chosen,
         numbers.add(values[0].numbers);
     });
   json result = {{"variable", chosen.title}};
-  if (!chosen.is_text()) result["unit"] = chosen.unit().empty() ? json(nullptr) : json(chosen.unit());
-  result.update(chosen.is_text() ? texts.told() : numbers.told(chosen));
+  if (!chosen.is_text()) result["unit"] = chosen.unit().empty() ? json() : json(chosen.unit());
+  result.append(chosen.is_text() ? texts.told() : numbers.told(chosen));
   return result;
 }
 
 void print_summary(const json& summary) {
-  for (const auto& [key, value] : summary.items()) {
+  for (const auto& [key, value] : *summary.as<json::members>()) {
     if (key == "variable")
-      std::printf("%s\n", value.get_ref<const std::string&>().c_str());
-    else if (value.is_string())
-      std::printf("  %-20s%s\n", key.c_str(), value.get_ref<const std::string&>().c_str());
+      std::printf("%s\n", shown_text(value).c_str());
     else if (!value.is_null())
-      std::printf(
-          "  %-20s%s\n", key.c_str(),
-          value.is_number_float() ? client::number_text(value.get<double>()).c_str() : value.dump().c_str());
+      std::printf("  %-20s%s\n", key.c_str(), shown_text(value).c_str());
   }
 }
 
@@ -121,7 +117,7 @@ void tell(const common_options& common, const stat_options& options) {
   with_session(common, [&](session& server) {
     open_place(*server, options.place);
     const auto range = wanted_range(*server, options.place, server->file_info().samples);
-    json all = json::array();
+    json::elements all;
     for (const std::string& name : options.variables) {
       const column chosen = open_column(*server, name, options.place.index);
       all.push_back(summarise(*server, chosen, range, options.place, common.quiet));
@@ -135,19 +131,19 @@ void tell(const common_options& common, const stat_options& options) {
 
 }  // namespace
 
-void add_stat_command(CLI::App& program, const common_options& common) {
-  CLI::App* command = program.add_subcommand(
+void add_stat_command(const command_line& program, const common_options& common) {
+  const command_line command = program.add_subcommand(
       "stat",
       "Count, missing values, minimum, maximum, sum, mean, standard deviation (divided by the count)");
   auto options = std::make_shared<stat_options>();
-  add_file_arguments(*command, options->place);
-  command->add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
-      ->required()
-      ->type_name("VARIABLE");
-  add_range_options(*command, options->place);
-  command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
-  add_unit_options(*command, options->place.unit);
-  command->callback([options, &common] { tell(common, *options); });
+  add_file_arguments(command, options->place);
+  command.add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
+      .required()
+      .type_name("VARIABLE");
+  add_range_options(command, options->place);
+  command.add_option("--index", options->place.index, "Column of macro variables, by number or name");
+  add_unit_options(command, options->place.unit);
+  command.callback([options, &common] { tell(common, *options); });
 }
 
 }  // namespace qrd::command

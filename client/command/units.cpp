@@ -13,7 +13,7 @@ namespace {
 
 void list_units(const common_options& common) {
   constexpr double centimetres_of_a_metre = 100;
-  json all = json::array();
+  json::elements all;
   for (const client::length_unit& unit : client::length_units())
     all.push_back(
         {{"unit", unit.symbol}, {"name", unit.name}, {"metres", unit.centimetres / centimetres_of_a_metre}});
@@ -22,16 +22,15 @@ void list_units(const common_options& common) {
     return;
   }
   for (const json& one : all)
-    std::printf("%s\t%s\t%s m\n", one["unit"].get_ref<const std::string&>().c_str(),
-                one["name"].get_ref<const std::string&>().c_str(),
-                client::number_text(one["metres"].get<double>()).c_str());
+    std::printf("%s\t%s\t%s m\n", shown_text(one["unit"]).c_str(), shown_text(one["name"]).c_str(),
+                shown_text(one["metres"]).c_str());
 }
 
 }  // namespace
 
-void add_units_command(CLI::App& program, const common_options& common) {
-  CLI::App* command = program.add_subcommand("units", "List the symbols of the length units");
-  command->callback([&common] { list_units(common); });
+void add_units_command(const command_line& program, const common_options& common) {
+  const command_line command = program.add_subcommand("units", "List the symbols of the length units");
+  command.callback([&common] { list_units(common); });
 }
 
 }  // namespace qrd::command

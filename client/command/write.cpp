@@ -76,27 +76,26 @@ void write(const common_options& common, const write_options& options) {
 
 }  // namespace
 
-void add_write_command(CLI::App& program, const common_options& common) {
-  CLI::App* command = program.add_subcommand("write", "Write columns of a CSV table into variables");
+void add_write_command(const command_line& program, const common_options& common) {
+  const command_line command = program.add_subcommand("write", "Write columns of a CSV table into variables");
   auto options = std::make_shared<write_options>();
-  add_file_arguments(*command, options->place);
-  command->add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
-      ->required()
-      ->type_name("VARIABLE");
-  command->add_option("-i,--input", options->input, "Table to read (default: standard input)")
-      ->type_name("FILE.csv");
+  add_file_arguments(command, options->place);
+  command.add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
+      .required()
+      .type_name("VARIABLE");
+  command.add_option("-i,--input", options->input, "Table to read (default: standard input)")
+      .type_name("FILE.csv");
   command
-      ->add_option("--column", options->columns,
-                   "Columns, one for each variable (default: of the same names)")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
-  add_cell_options(*command, options->cells);
-  command->add_flag("-f,--force", options->force,
-                    "Write into variables that the file needs, such as coordinates");
-  add_range_options(*command, options->place);
-  command->add_option("--index", options->place.index, "Column of macro variables, by number or name");
-  add_unit_options(*command, options->place.unit);
-  command->callback([options, &common] { write(common, *options); });
+      .add_option("--column", options->columns, "Columns, one for each variable (default: of the same names)")
+      .type_name("NAME")
+      .one_at_a_time();
+  add_cell_options(command, options->cells);
+  command.add_flag("-f,--force", options->force,
+                   "Write into variables that the file needs, such as coordinates");
+  add_range_options(command, options->place);
+  command.add_option("--index", options->place.index, "Column of macro variables, by number or name");
+  add_unit_options(command, options->place.unit);
+  command.callback([options, &common] { write(common, *options); });
 }
 
 }  // namespace qrd::command
