@@ -11,8 +11,8 @@ using socket_handle = std::int64_t;
 inline constexpr socket_handle no_socket = -1;
 
 inline constexpr std::int32_t protocol_version = 1300030;
-inline constexpr char server_version[] = "15.03";
-inline constexpr char server_release[] = "2015.3";
+inline constexpr char server_version[] = QRD_VERSION;
+inline constexpr char server_release[] = QRD_RELEASE;
 inline constexpr char server_program[] = "QRDserver";
 
 extern socket_handle listen_socket;
