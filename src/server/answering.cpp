@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "server/format_text.h"
 #include "server/trace.h"
 #include "util/qu_memory.h"
 
@@ -24,8 +25,8 @@ bool write_name(const char* name) {
 
 void send_error(const char* format, va_list arguments) {
   // Takes no memory: a want of it is told here, too.
-  char message[error_text_limit] = "";
-  std::vsnprintf(message, sizeof message, format, arguments);
+  char message[error_text_limit];
+  format_field(message, sizeof message, format, arguments);
   server_debug(0, "Sending %s to client.", "SERROR");
   // In place of whatever the handler has begun.
   _qrd_empty_write();

@@ -23,9 +23,9 @@ using enum request_status;
 
 // What a refusal leaves to say: a handler that returns it has not served the request, a helper gives false.
 struct [[nodiscard]] refused {
-  operator request_status() const { return not_served; }
+  operator request_status() const { return not_served; }  // NOLINT(google-explicit-constructor)
   template <std::same_as<bool> Bool>
-  operator Bool() const {
+  operator Bool() const {  // NOLINT(google-explicit-constructor)
     return false;
   }
 };

@@ -20,4 +20,8 @@ std::string format_text(const char* format, va_list arguments) {
   return text;
 }
 
+void format_field(char* text, std::size_t room, const char* format, va_list arguments) {
+  if (std::vsnprintf(text, room, format, arguments) < 0) text[0] = '\0';
+}
+
 }  // namespace qrd
