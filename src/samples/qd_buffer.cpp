@@ -1,10 +1,11 @@
 // Stored bytes of one selected entry: the only place where samples meet the disk.
+#include "samples/qd_buffer.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "samples/qd_data_file.h"
+#include "disk/qd_data_file.h"
 #include "samples/qd_implicit.h"
-#include "samples/qd_read_write.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_big_endian.h"
 #include "util/qu_file.h"

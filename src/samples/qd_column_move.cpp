@@ -10,9 +10,9 @@
 #include <system_error>
 #include <utility>
 
-#include "samples/qd_data_file.h"
-#include "store/qd_descriptor.h"
-#include "store/qd_tools.h"
+#include "disk/qd_data_file.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_file_descriptor.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_lock.h"

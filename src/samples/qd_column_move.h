@@ -29,7 +29,8 @@
 #include <string>
 #include <vector>
 
-#include "samples/qd_select.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
 #include "util/qu_constants.h"
 #include "util/qu_memory.h"
 

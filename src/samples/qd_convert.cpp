@@ -1,10 +1,11 @@
 // Between stored samples and doubles, and shifting of packed bits. The stored forms stand in
 // samples/qd_data_file.h.
+#include "samples/qd_convert.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "samples/qd_data_file.h"
-#include "samples/qd_read_write.h"
+#include "disk/qd_data_file.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_message.h"
 

@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "samples/qd_lines.h"
-#include "store/qd_tools.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_line_table.h"
+#include "samples/qd_read_write.h"
 
 namespace qrd {
 

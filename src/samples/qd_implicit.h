@@ -5,8 +5,9 @@
 #include <span>
 #include <vector>
 
+#include "samples/qd_io.h"
 #include "samples/qd_read_write.h"
-#include "samples/qd_select.h"
+#include "samples/qd_selected.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_memory.h"
 

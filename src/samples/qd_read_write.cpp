@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
-#include "samples/qd_data_file.h"
+#include "disk/qd_data_file.h"
+#include "samples/qd_buffer.h"
+#include "samples/qd_convert.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_message.h"
 

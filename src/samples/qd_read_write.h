@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <span>
 
-#include "samples/qd_select.h"
-
 namespace qrd {
 
 // What a selection in the io record does to a transfer.
@@ -43,33 +41,5 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
 inline std::span<unsigned char> qd_text_bytes(std::span<char> texts) {
   return {reinterpret_cast<unsigned char*>(texts.data()), texts.size()};
 }
-// How many samples a selection leaves ("None": all); negative if that can't be told.
-std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
-// How many samples of a range a selected selection selects: -1 if it can't be bound, -2 without memory. A
-// macro selection counts at its column, or at slot 0 under its generic name.
-std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
-                                       std::int64_t last);
-// Set bits among the bits first to last (from 1, the top bit of the first byte).
-std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::int64_t last);
-
-// One selected entry, stored bytes: host byte order at 32 and 64 bits, that of the file otherwise. Reading
-// an implicit variable gives doubles. Decoding may work in place; encoding too, and without a source it
-// gives missing values. Writing changes the block. A data file that ends early gives missing samples at 16
-// bits and less, and is fatal otherwise. 0 only for the values of a file that another server has just
-// deleted.
-int _qd_file_read_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* destination);
-void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
-                     double* destination);
-void _qd_file_encode(const double* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
-                     void* destination);
-int _qd_file_write_float_buffer(std::int64_t entry, std::int64_t first, std::int64_t last, void* stored);
-int _qd_file_read_char_buffer(std::int64_t entry, std::int64_t first, std::int64_t last,
-                              unsigned char* destination);
-int _qd_file_write_char_buffer(std::int64_t entry, std::int64_t first, std::int64_t last,
-                               unsigned char* texts);
-
-// Copies bits; bit numbers count from the least significant one, 7 is the top bit.
-void qd_bits_shift(const unsigned char* source, unsigned char* destination, int source_bit,
-                   int destination_bit, std::int64_t count);
 
 }  // namespace qrd

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "samples/qd_buffer.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_transfer.h"
 

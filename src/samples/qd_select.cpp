@@ -9,11 +9,15 @@
 #include <new>
 #include <utility>
 
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_data_file.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_macro_table.h"
+#include "samples/qd_check.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_data_file.h"
-#include "samples/qd_macro.h"
-#include "store/qd_info.h"
-#include "store/qd_walk.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
@@ -21,14 +25,7 @@
 
 namespace qrd {
 
-qd_selected_entry* tab_selected[table_slots] = {};
-qd_io* tab_io[table_slots] = {};
-scratch_buffer mask_buffer, work_buffer, work_buffer2;
-
 namespace {
-
-// The last entry can be selected, but not bound into an io record.
-constexpr std::int64_t last_bindable_entry = table_slots - 1;
 
 constexpr char select_function[] = "qd_variable_select";
 
@@ -90,22 +87,11 @@ bool is_entry_of(qd_selected_entry& entry, const char* variable_path) {
   return false;
 }
 
-template <typename T>
-int first_free_slot(T* const (&table)[table_slots], const char* function, int full) {
-  auto slot = std::find(std::begin(table), std::end(table), nullptr);
-  if (slot == std::end(table)) qu_fatal_number(function, full);
-  return static_cast<int>(slot - std::begin(table));
-}
-
-void data_path_of(const char* variable_path, path_text& path) {
-  qu_path_join(path, {variable_path, path_separator, data_file_name});
-}
-
 // The data file of a variable, if it has one. None if its compressed form can't be put back, if it can't be
 // written, and if another server has just deleted it.
 file_stream open_data_file(const char* variable_path) {
   path_text path;
-  data_path_of(variable_path, path);
+  qd_data_path(variable_path, path);
   if (!qu_file_restore(path)) return file_stream();
   file_stream stream(qu_file_open_n(path, update_binary));
   // Each transfer is one call of the system on the caller's memory.
@@ -208,45 +194,7 @@ int select_found(const qd_variable_place& place, const char* directory, const ch
   return 0;
 }
 
-qd_io& io_of(std::int64_t io, const char* function) {
-  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
-  return *tab_io[io - 1];
-}
-
-void release_buffer(scratch_buffer& buffer) {
-  qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), buffer.data, 1, buffer.capacity);
-  buffer = {};
-}
-
 }  // namespace
-
-int qd_two_files_available(const char* failed, const char* before) {
-  if (qu_test_open_file(2) != 0) return 1;
-  qu_report_too_many_files(failed, before);
-  return 0;
-}
-
-int qd_free_entries() {
-  return static_cast<int>(std::count(std::begin(tab_selected), std::end(tab_selected), nullptr));
-}
-
-qd_selected_entry* qd_entry(std::int64_t id) {
-  return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
-}
-
-bool qd_is_in_place(const qd_selected_entry& entry) {
-  if (entry.stream == nullptr) return true;
-  path_text path;
-  data_path_of(entry.variable_path, path);
-  struct stat held, there;
-  return fstat(fileno(entry.stream), &held) == 0 && stat(path, &there) == 0 && qu_same_file(held, there);
-}
-
-qd_selected_entry* qd_selected_find(const char* variable_path) {
-  for (qd_selected_entry* entry : tab_selected)
-    if (entry != nullptr && std::strcmp(entry->variable_path, variable_path) == 0) return entry;
-  return nullptr;
-}
 
 int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
                        qd_variable_handle& handle) {
@@ -307,130 +255,6 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
   if (qd_entry(handle.entry)->bit_length == 1) return 1;
   handle = qd_variable_deselect(handle);
   return 0;
-}
-
-qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle) {
-  constexpr char function[] = "qd_variable_deselect";
-  const qd_variable_handle empty;
-  if (handle.entry == empty.entry) return empty;
-  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
-  qd_selected_entry*& entry = tab_selected[handle.entry - 1];
-  if (entry == nullptr) qu_fatal_number(function, 20);
-  if (entry->reference_count >= 2) {
-    --entry->reference_count;
-  } else {
-    _qd_tab_selected_entry_free(entry, true);
-    entry = nullptr;
-  }
-  return empty;
-}
-
-std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close) {
-  if (entry == nullptr) return 0;
-  bool closed = true;
-  if (entry->stream != nullptr) {
-    closed = std::fclose(entry->stream) == 0;
-    entry->stream = nullptr;
-    if (!closed && fatal_close) {
-      qu_report_failure("Unable to close the data of", entry->variable_path);
-      qu_fatal_number("_qd_tab_selected_entry_free", 30);
-    }
-  }
-  qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), entry, sizeof *entry, 1);
-  return closed ? 1 : 0;
-}
-
-bool qd_can_be_bound(const qd_variable_handle& handle) {
-  return handle.entry <= last_bindable_entry;
-}
-
-bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_handle& variable) {
-  if (!qd_can_be_bound(variable)) return false;
-  if (selection.entry == 0) return true;
-  const qd_selected_entry* mask = qd_entry(selection.entry);
-  const qd_selected_entry* entry = qd_entry(variable.entry);
-  return selection.macro_slot != -1 && mask != nullptr && entry != nullptr &&
-         mask->sample_count == entry->sample_count && std::strcmp(mask->file_path, entry->file_path) == 0;
-}
-
-std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
-                       const qd_variable_handle* handles) {
-  constexpr char function[] = "qd_set_io";
-  int slot = first_free_slot(tab_io, function, 10);
-  if (count <= 0) qu_fatal_number(function, 11);
-
-  const qd_selected_entry* reference = qd_entry(handles[0].entry);
-  for (std::int64_t v = 0; v < count; ++v) {
-    const qd_selected_entry* entry = qd_entry(handles[v].entry);
-    if (entry == nullptr || !qd_can_be_bound(handles[v])) qu_fatal_number(function, 15);
-    // A file of the same name may have taken the place of the first between two selections.
-    if (std::strcmp(entry->file_path, reference->file_path) != 0 ||
-        (entry->type == VAR_CHAR) != (reference->type == VAR_CHAR))
-      return 0;
-  }
-  if (selection.entry != 0) {
-    const qd_selected_entry* entry = qd_entry(selection.entry);
-    if (entry == nullptr) qu_fatal_number(function, 15);
-    if (std::strcmp(entry->file_path, reference->file_path) != 0) return 0;
-    if (selection.macro_slot == -1) qu_fatal_number(function, 30);
-  }
-
-  auto* io = new qd_io;
-  for (std::int64_t v = 0; v < count; ++v) {
-    bool generic = handles[v].macro_slot == -1;
-    io->variables.push_back(handles[v].entry);
-    io->unit_factors.push_back(handles[v].unit_factor);
-    io->macro_slots.push_back(generic ? 0 : handles[v].macro_slot);
-    io->macro_generic.push_back(generic ? 1 : 0);
-  }
-  io->selection = selection.entry;
-  io->selection_slot = selection.macro_slot;
-  tab_io[slot] = io;
-  return slot + 1;
-}
-
-std::int64_t qd_free_io(std::int64_t io) {
-  if (io == 0) return 0;
-  qd_io* record = &io_of(io, "qd_free_io");
-  for (scratch_buffer* buffer : {&mask_buffer, &work_buffer, &work_buffer2}) release_buffer(*buffer);
-  delete record;
-  tab_io[io - 1] = nullptr;
-  return 0;
-}
-
-int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
-  constexpr char function[] = "qd_set_macro_indices_in_io";
-  if (qd_two_files_available() == 0) return 0;
-  qd_io& record = io_of(io, function);
-  bool any_generic = false;
-  for (std::size_t v = 0; v < record.variables.size(); ++v) {
-    if (record.macro_generic[v] == 0) continue;
-    any_generic = true;
-    const qd_selected_entry* entry = qd_entry(record.variables[v]);
-    if (entry == nullptr) qu_fatal_number(function, 10);
-    macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
-    std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
-    if (slot < 0) return 0;
-    record.macro_slots[v] = slot;
-  }
-  if (any_generic) return 1;
-  qu_message("PROGRAMMING ERROR in qd_set_macro_indices_in_io:");
-  qu_message("The given macro index (%" PRId64 ") has not been found\n", index);
-  return 0;
-}
-
-void qd_deselect_all() {
-  for (qd_selected_entry*& entry : tab_selected) {
-    _qd_tab_selected_entry_free(entry, false);
-    entry = nullptr;
-  }
-}
-
-int _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer, std::int64_t bytes) {
-  if (bytes <= buffer.capacity) return 1;
-  buffer.data = qu_mem_realloc_nn(file, line, buffer.data, 1, buffer.capacity, bytes);
-  buffer.capacity = buffer.data == nullptr ? 0 : bytes;
-  return buffer.data == nullptr ? 0 : 1;
 }
 
 }  // namespace qrd

@@ -1,11 +1,15 @@
 // Whole selections, 8 samples to a byte. On disk a set bit leaves a sample out; in the rows of the
 // callers it selects it.
+#include "samples/qd_selection.h"
+
 #include <cstring>
 
-#include "samples/qd_data_file.h"
-#include "samples/qd_read_write.h"
+#include "catalogue/qd_info.h"
+#include "disk/qd_data_file.h"
+#include "samples/qd_buffer.h"
+#include "samples/qd_convert.h"
+#include "samples/qd_select.h"
 #include "samples/qd_transfer.h"
-#include "store/qd_info.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 

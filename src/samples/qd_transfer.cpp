@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <bit>
 
+#include "disk/qd_data_file.h"
+#include "disk/qd_file_descriptor.h"
+#include "samples/qd_buffer.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_data_file.h"
-#include "samples/qd_read_write.h"
-#include "store/qd_tools.h"
+#include "samples/qd_selection.h"
 #include "util/qu_message.h"
 #include "util/qu_sync.h"
 

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "samples/qd_select.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
 #include "util/qu_lock.h"
 
 namespace qrd {

@@ -3,8 +3,8 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 
-#include "server/connection.h"
-#include "server/trace.h"
+#include "wire/connection.h"
+#include "wire/trace.h"
 
 namespace qrd {
 

@@ -1,10 +1,11 @@
 #include <cerrno>
 #include <ctime>
 
+#include "disk/store_state.h"
+#include "samples/qd_tables.h"
 #include "server/init.h"
-#include "server/network.h"
-#include "server/trace.h"
-#include "store/qd_init.h"
+#include "wire/network.h"
+#include "wire/trace.h"
 
 namespace qrd {
 

@@ -2,11 +2,12 @@
 
 #include <cstdlib>
 
-#include "server/context.h"
-#include "server/network.h"
-#include "server/read_write.h"
-#include "server/trace.h"
+#include "requests/context.h"
 #include "util/qu_xdr.h"
+#include "wire/debug.h"
+#include "wire/network.h"
+#include "wire/read_write.h"
+#include "wire/trace.h"
 
 namespace qrd {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "server/connection.h"
+#include "wire/connection.h"
 
 namespace qrd {
 

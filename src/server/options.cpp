@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "server/connection.h"
-#include "server/trace.h"
+#include "wire/connection.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
+#include "wire/trace.h"
 
 namespace qrd {
 

@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+#include "util/qu_constants.h"
+
 namespace qrd {
 
 // While one lives, a signal that ends the process waits for its end, up to a limit (server/signals.h). They
@@ -22,5 +24,9 @@ class critical_step {
   static inline std::atomic<int> open_ = 0;
   static_assert(std::atomic<int>::is_always_lock_free, "a signal handler reads it");
 };
+
+// What a signal handler removes when the process can't end in good order: the path of the lock file of the
+// open study, or empty.
+inline path_text lock_path = "";
 
 }  // namespace qrd

@@ -141,4 +141,11 @@ void qu_time_text(char (&destination)[time_text_size], std::time_t time) {
     destination[0] = '\0';
 }
 
+std::string qu_trimmed(const char* text) {
+  const std::string whole = text;
+  const std::size_t first = whole.find_first_not_of(' ');
+  if (first == std::string::npos) return {};
+  return whole.substr(first, whole.find_last_not_of(' ') - first + 1);
+}
+
 }  // namespace qrd

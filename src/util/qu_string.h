@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ctime>
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 #include "util/qu_constants.h"
@@ -46,5 +47,8 @@ int qu_putenv(const char* text);
 // Local time as "%b %d %Y   %H:%M:%S"; 0 means now.
 inline constexpr std::size_t time_text_size = 30;
 void qu_time_text(char (&destination)[time_text_size], std::time_t time);
+
+// Without blanks at both ends.
+std::string qu_trimmed(const char* text);
 
 }  // namespace qrd

@@ -9,9 +9,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "colour/qu_cscale.h"
-#include "colour/qu_palette.h"
-#include "store/qd_init.h"
+#include "disk/qu_cscale.h"
+#include "disk/qu_palette.h"
+#include "disk/store_state.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/open_study.h"

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "end_to_end/hostile.h"
-#include "server/connection.h"
 #include "support/layout.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 namespace {

@@ -19,21 +19,22 @@
 #include <string>
 #include <string_view>
 
+#include "disk/qu_study_descriptor.h"
+#include "disk/store_state.h"
 #include "fuzz/conversation.h"
 #include "fuzz/database.h"
 #include "fuzz/system.h"
 #include "fuzz/targets.h"
 #include "fuzz/tree.h"
-#include "server/answers.h"
-#include "server/connection.h"
-#include "server/context.h"
-#include "server/read_write.h"
-#include "store/qd_init.h"
-#include "store/qu_init.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_tables.h"
 #include "support/bytes.h"
 #include "units/qu_units.h"
 #include "util/qu_memory.h"
 #include "util/qu_string.h"
+#include "wire/connection.h"
+#include "wire/read_write.h"
 
 extern "C" int LLVMFuzzerInitialize(int* argument_count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -7,10 +7,10 @@
 #include <iterator>
 
 #include "fuzz/database.h"
-#include "server/connection.h"
 #include "support/bytes.h"
 #include "support/descriptors.h"
 #include "support/layout.h"
+#include "wire/connection.h"
 
 namespace qrd::fuzz {
 

@@ -1,6 +1,6 @@
 #include <filesystem>
 
-#include "geometry/qd_polygon.h"
+#include "edit/qd_polygon.h"
 #include "support/console.h"
 #include "support/descriptors.h"
 #include "support/file_size_limit.h"

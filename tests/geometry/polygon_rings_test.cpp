@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "geometry/qu_polygon_t.h"
+#include "disk/qu_polygon_shape.h"
 
 namespace qrd::test {
 namespace {

@@ -8,11 +8,12 @@
 #include <filesystem>
 #include <thread>
 
-#include "geometry/qd_companion.h"
-#include "geometry/qd_fault.h"
-#include "geometry/qd_polygon.h"
-#include "geometry/qd_wireframe.h"
-#include "samples/qd_select.h"
+#include "edit/qd_companion.h"
+#include "edit/qd_fault.h"
+#include "edit/qd_polygon.h"
+#include "edit/qd_wireframe.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
 #include "support/console.h"
 #include "support/descriptors.h"
 #include "support/file_size_limit.h"

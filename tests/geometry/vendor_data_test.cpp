@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "geometry/qd_vendor_data.h"
+#include "edit/qd_vendor_data.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/open_study.h"

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <filesystem>
 
-#include "geometry/qd_wireframe.h"
-#include "geometry/qu_wireframe.h"
+#include "disk/qu_wireframe.h"
+#include "edit/qd_wireframe.h"
 #include "support/open_study.h"
 
 namespace qrd::test {

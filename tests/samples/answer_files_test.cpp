@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "server/context.h"
+#include "requests/context.h"
 #include "support/file_size_limit.h"
 #include "support/requests.h"
 #include "support/sample_study.h"

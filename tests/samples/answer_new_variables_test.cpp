@@ -1,12 +1,12 @@
 // The requests that make variables and macro indices, served in this process.
 #include <filesystem>
 
-#include "server/connection.h"
-#include "server/context.h"
+#include "requests/context.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/requests.h"
 #include "support/sample_study.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 namespace {

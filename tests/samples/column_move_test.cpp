@@ -9,9 +9,17 @@
 #include <filesystem>
 #include <functional>
 
-#include "samples/qd_lines.h"
+#include "catalogue/qd_lines.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_line_table.h"
+#include "edit/qd_append.h"
+#include "edit/qd_line_name.h"
+#include "edit/qd_link.h"
+#include "samples/qd_buffer.h"
+#include "samples/qd_convert.h"
 #include "samples/qd_read_write.h"
-#include "store/qd_walk.h"
+#include "samples/qd_selection.h"
 #include "support/console.h"
 #include "support/processes.h"
 #include "support/sample_study.h"

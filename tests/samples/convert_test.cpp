@@ -4,7 +4,10 @@
 #include <limits>
 #include <vector>
 
+#include "samples/qd_buffer.h"
+#include "samples/qd_convert.h"
 #include "samples/qd_read_write.h"
+#include "samples/qd_selection.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {

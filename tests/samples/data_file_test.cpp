@@ -1,4 +1,4 @@
-#include "samples/qd_data_file.h"
+#include "disk/qd_data_file.h"
 
 #include <gtest/gtest.h>
 

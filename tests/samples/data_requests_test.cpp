@@ -2,13 +2,13 @@
 #include <algorithm>
 #include <iterator>
 
-#include "samples/answer_data.h"
+#include "requests/answer_data.h"
+#include "requests/context.h"
 #include "samples/qd_implicit.h"
-#include "server/connection.h"
-#include "server/context.h"
 #include "support/console.h"
 #include "support/requests.h"
 #include "support/sample_study.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 namespace {

@@ -2,8 +2,18 @@
 
 #include <filesystem>
 
-#include "samples/qd_lines.h"
-#include "store/qd_tools.h"
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_lines.h"
+#include "catalogue/qd_path.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_grid.h"
+#include "disk/qd_line_table.h"
+#include "disk/qd_variable_descriptor.h"
+#include "edit/qd_append.h"
+#include "edit/qd_line_name.h"
+#include "edit/qd_link.h"
 #include "support/console.h"
 #include "support/sample_study.h"
 

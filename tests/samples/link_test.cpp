@@ -2,7 +2,12 @@
 
 #include <filesystem>
 
-#include "samples/qd_lines.h"
+#include "catalogue/qd_lines.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_line_table.h"
+#include "edit/qd_append.h"
+#include "edit/qd_line_name.h"
+#include "edit/qd_link.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/sample_study.h"

@@ -3,7 +3,9 @@
 
 #include <filesystem>
 
-#include "samples/qd_macro.h"
+#include "disk/qd_macro_table.h"
+#include "edit/qd_macro_create.h"
+#include "samples/qd_macro_indices.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/sample_study.h"

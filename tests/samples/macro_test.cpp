@@ -1,8 +1,16 @@
-#include "samples/qd_macro.h"
+#include "disk/qd_macro_table.h"
+#include "edit/qd_macro_create.h"
+#include "samples/qd_macro_indices.h"
 
 #include <gtest/gtest.h>
 
-#include "store/qd_tools.h"
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_path.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_grid.h"
+#include "disk/qd_variable_descriptor.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {

@@ -1,4 +1,4 @@
-#include "samples/qd_output.h"
+#include "edit/qd_output.h"
 
 #include <gtest/gtest.h>
 

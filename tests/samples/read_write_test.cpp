@@ -1,5 +1,4 @@
 // The range operations against a model that knows the data file as a text of bits.
-#include "samples/qd_read_write.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What holds for every handler.
-#include "server/answering.h"
 #include "support/open_study.h"
+#include "wire/answering.h"
 
 namespace qrd::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "server/exec_server.h"
+#include "wire/exec_server.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

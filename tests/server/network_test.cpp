@@ -1,4 +1,4 @@
-#include "server/network.h"
+#include "wire/network.h"
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>

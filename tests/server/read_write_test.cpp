@@ -1,4 +1,4 @@
-#include "server/read_write.h"
+#include "wire/read_write.h"
 
 #include <gtest/gtest.h>
 #include <sys/time.h>
@@ -10,10 +10,10 @@
 #include <span>
 #include <thread>
 
-#include "server/answering.h"
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "util/qu_constants.h"
+#include "wire/answering.h"
 
 namespace qrd::test {
 namespace {

@@ -1,5 +1,5 @@
 // Every handler reads and answers what its row of the request table says.
-#include "server/request_table.h"
+#include "wire/request_table.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -11,13 +11,13 @@
 
 #include "fuzz/database.h"
 #include "fuzz/targets.h"
-#include "server/client_versions.h"
-#include "server/connection.h"
-#include "server/read_write.h"
 #include "server/wire.h"
 #include "support/console.h"
 #include "support/layout.h"
 #include "support/open_study.h"
+#include "wire/client_versions.h"
+#include "wire/connection.h"
+#include "wire/read_write.h"
 
 namespace qrd::test {
 namespace {

@@ -7,11 +7,11 @@
 #include <list>
 #include <thread>
 
-#include "server/signals.h"
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "support/server_process.h"
 #include "util/qu_critical.h"
+#include "wire/signals.h"
 
 namespace qrd::test {
 namespace {

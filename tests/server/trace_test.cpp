@@ -1,4 +1,6 @@
-#include "server/trace.h"
+#include "wire/trace.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
 
 #include <gtest/gtest.h>
 #include <netdb.h>
@@ -9,10 +11,10 @@
 #include <cerrno>
 #include <functional>
 
-#include "server/socket_errors.h"
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "support/temporary_directory.h"
+#include "wire/socket_errors.h"
 
 namespace qrd::test {
 namespace {

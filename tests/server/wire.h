@@ -11,9 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "server/read_write.h"
-#include "server/trace.h"
 #include "server/trace_text.h"
+#include "wire/messages.h"
+#include "wire/read_write.h"
+#include "wire/trace.h"
 
 namespace qrd::test {
 

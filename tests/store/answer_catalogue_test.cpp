@@ -1,12 +1,12 @@
 #include <filesystem>
 #include <map>
 
-#include "server/connection.h"
-#include "server/context.h"
+#include "requests/context.h"
 #include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/requests.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 namespace {

@@ -5,8 +5,11 @@
 #include <filesystem>
 #include <string>
 
+#include "disk/qd_handles.h"
+#include "edit/qd_manage.h"
+#include "samples/qd_io.h"
 #include "samples/qd_select.h"
-#include "store/qd_manage.h"
+#include "samples/qd_selected.h"
 #include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"

@@ -10,11 +10,15 @@
 #include <string>
 #include <vector>
 
-#include "server/connection.h"
-#include "server/context.h"
-#include "store/qd_init.h"
-#include "store/qrd_init.h"
-#include "store/qu_study_folder.h"
+#include "catalogue/qd_init.h"
+#include "catalogue/qu_study.h"
+#include "catalogue/qu_study_folder.h"
+#include "disk/qu_study_descriptor.h"
+#include "disk/qu_version.h"
+#include "disk/store_state.h"
+#include "requests/context.h"
+#include "requests/open_root.h"
+#include "samples/qd_tables.h"
 #include "support/console.h"
 #include "support/database.h"
 #include "support/file_size_limit.h"
@@ -22,9 +26,11 @@
 #include "support/request_session.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"
+#include "util/qu_critical.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 namespace {

@@ -4,9 +4,19 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "store/qd_info.h"
-#include "store/qd_tools.h"
-#include "store/qd_walk.h"
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_path.h"
+#include "catalogue/qd_test.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_grid.h"
+#include "disk/qd_variable_descriptor.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
 #include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"

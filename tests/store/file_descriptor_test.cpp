@@ -5,8 +5,14 @@
 #include <filesystem>
 #include <thread>
 
-#include "store/qd_descriptor.h"
-#include "store/qd_tools.h"
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_path.h"
+#include "disk/qd_comment_file.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_grid.h"
+#include "disk/qd_variable_descriptor.h"
 #include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"

@@ -4,13 +4,17 @@
 #include <filesystem>
 #include <string>
 
-#include "samples/qd_data_file.h"
-#include "samples/qd_lines.h"
-#include "samples/qd_macro.h"
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_data_file.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_macro_table.h"
+#include "edit/qd_append.h"
+#include "edit/qd_macro_create.h"
+#include "edit/qd_manage.h"
+#include "samples/qd_io.h"
 #include "samples/qd_select.h"
-#include "store/qd_info.h"
-#include "store/qd_manage.h"
-#include "store/qd_walk.h"
+#include "samples/qd_selected.h"
 #include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"

@@ -1,4 +1,5 @@
-#include "store/qd_manage.h"
+#include "edit/qd_manage.h"
+#include "catalogue/qd_name.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,10 +12,20 @@
 #include <string>
 #include <vector>
 
-#include "samples/qd_lines.h"
+#include "catalogue/qd_lines.h"
+#include "catalogue/qd_placement.h"
+#include "catalogue/qu_init.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_line_table.h"
+#include "disk/qu_study_names.h"
+#include "disk/store_state.h"
+#include "edit/qd_append.h"
+#include "edit/qd_line_name.h"
+#include "edit/qd_link.h"
+#include "samples/qd_io.h"
 #include "samples/qd_select.h"
-#include "store/qd_placement.h"
-#include "store/qu_init.h"
+#include "samples/qd_selected.h"
 #include "support/catalogue_tree.h"
 #include "support/console.h"
 #include "support/file_size_limit.h"

@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "store/qu_init.h"
+#include "disk/qu_study_names.h"
+#include "disk/store_state.h"
 #include "support/console.h"
 #include "support/study_root.h"
 #include "util/qu_string.h"

@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "store/qd_init.h"
-#include "store/qu_init.h"
+#include "catalogue/qu_init.h"
+#include "disk/qu_version.h"
+#include "disk/store_state.h"
 #include "support/console.h"
 #include "support/study_root.h"
 #include "util/qu_memory.h"

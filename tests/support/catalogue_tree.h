@@ -4,11 +4,20 @@
 #include <filesystem>
 #include <string>
 
+#include "catalogue/qd_init.h"
+#include "catalogue/qu_study.h"
+#include "disk/qd_handles.h"
+#include "disk/qu_study_descriptor.h"
+#include "disk/qu_version.h"
+#include "disk/store_state.h"
+#include "samples/qd_io.h"
 #include "samples/qd_select.h"
-#include "store/qd_init.h"
+#include "samples/qd_selected.h"
+#include "samples/qd_tables.h"
 #include "support/descriptors.h"
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"
+#include "util/qu_critical.h"
 #include "util/qu_file.h"
 #include "util/qu_string.h"
 

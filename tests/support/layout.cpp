@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include "server/client_versions.h"
-#include "server/read_write.h"
 #include "support/bytes.h"
+#include "wire/client_versions.h"
+#include "wire/read_write.h"
 
 namespace qrd::test {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "server/request_table.h"
+#include "wire/request_table.h"
 
 namespace qrd::test {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "server/context.h"
+#include "requests/context.h"
 #include "support/requests.h"
 #include "support/study_root.h"
 

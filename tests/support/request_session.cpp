@@ -5,11 +5,11 @@
 
 #include <stdexcept>
 
-#include "server/answers.h"
-#include "server/connection.h"
-#include "server/context.h"
-#include "server/read_write.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
 #include "support/bytes.h"
+#include "wire/connection.h"
+#include "wire/read_write.h"
 
 namespace qrd::test {
 

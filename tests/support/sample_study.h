@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "disk/qd_handles.h"
+#include "samples/qd_io.h"
 #include "samples/qd_select.h"
+#include "samples/qd_selected.h"
 #include "support/catalogue_tree.h"
 
 namespace qrd::test {

@@ -1,6 +1,6 @@
 #include <string>
 
-#include "server/context.h"
+#include "requests/context.h"
 #include "support/catalogue_tree.h"
 #include "support/file_size_limit.h"
 #include "support/requests.h"

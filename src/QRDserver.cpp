@@ -1,0 +1,92 @@
+#include "wire/trace.h"
+
+// The server process: its start, its main loop and its end.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "requests/handlers.h"
+#include "server/api_get_default_port.h"
+#include "server/init.h"
+#include "server/options.h"
+#include "wire/connection.h"
+#include "wire/exec_server.h"
+#include "wire/messages.h"
+#include "wire/network.h"
+#include "wire/read_write.h"
+#include "wire/signals.h"
+
+namespace {
+
+using namespace qrd;
+
+// A standard stream that the starter has closed must not become a socket: prints would go to a client.
+void open_standard_streams() {
+  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
+}
+
+void announce(const char* program) {
+  std::printf("%s %s (%s)\n", program, server_version, server_release);
+  if (trace_level < 1) return;
+  _qrd_trace("Running %s %s (%s)", program, server_release, server_version);
+  _qrd_trace("Protocol Version: %d", protocol_version);
+  _qrd_trace("Arguments:");
+}
+
+// Starts a copy of this process without -fork, whose standard streams stay with the starter. The exit status,
+// which says the opposite of what one expects: callers have learned not to rely on it.
+int start_detached(int argument_count, char** arguments) {
+  std::vector<const char*> kept;
+  for (int i = 0; i < argument_count; ++i)
+    if (std::strcmp(arguments[i], "-fork") != 0) kept.push_back(arguments[i]);
+  kept.push_back(nullptr);
+  return _qrd_exec_server(nullptr, kept.data(), nullptr, child_streams::none) == 0 ? 0 : 1;
+}
+
+// The exit status.
+int serve() {
+  for (;;) {
+    char request[request_name_limit];
+    int received = server_receive(request);
+    if (received == 0) continue;
+    if (received == 2) return 1;
+    switch (server_answer(request)) {
+      case server_ends:
+        return 0;
+      case client_is_done:
+        if (_qrd_wait_connect(listen_socket, &client_socket, 1, 0) != 0) return 1;
+        break;
+      case served:
+      case not_served:
+        break;
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+  open_standard_streams();
+  // A service's log shows each line when it is written.
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  install_signal_handlers();
+  _qrd_trace_init();
+  announce(arguments[0]);
+
+  server_options options;
+  if (auto exit_status = read_options(argument_count, arguments, options)) return *exit_status;
+  if (options.fork) return start_detached(argument_count, arguments);
+
+  if (options.port == 0 && options.control_port == 0) options.port = QRDClientGetDefaultPort();
+  if (server_init(options.port, options.control_port, &listen_socket, &client_socket) != 0) {
+    if (!end_requested()) _qrd_error("Cannot initialize server.");
+    return 1;
+  }
+  int status = serve();
+  server_close();
+  return end_requested() ? 1 : status;
+}

@@ -1,0 +1,79 @@
+// The comment of a file or variable: the plain text COMMENT in its folder.
+#include "catalogue/qd_comment.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "catalogue/qd_path.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_comment_file.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_variable_descriptor.h"
+#include "util/qu_file.h"
+#include "util/qu_lock.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+// The folder of a file, or of a variable if there is one. 1, or 0 after a report that ends in `outcome`.
+int find_object(const char* directory, const char* file, const char* variable, const char* outcome,
+                path_text& path) {
+  if (variable == nullptr) {
+    if (qd_file_path(directory, file, path)) return 1;
+    qu_message("Warning: %s/%s does not exist. Description not %s.", directory, file, outcome);
+    return 0;
+  }
+  name_text name;
+  if (qd_catalogue_name(variable, name) && qd_variable_path(directory, file, name, path)) return 1;
+  qu_message("Warning: %s/%s/%s does not exist. Description not %s.", directory, file, variable, outcome);
+  return 0;
+}
+
+// True if the folder is still that of the object: its number may have a new owner.
+bool is_still(const char* object_path, const char* file, const char* variable) {
+  qd_file_record file_record;
+  if (variable == nullptr)
+    return qd_file_descriptor_read(object_path, file_record) != 0 && std::strcmp(file_record.name, file) == 0;
+  qd_variable_record record;
+  name_text name;
+  return qd_variable_descriptor_read(object_path, record) != 0 && qd_catalogue_name(variable, name) &&
+         std::strcmp(record.name, name) == 0;
+}
+
+}  // namespace
+
+int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text) {
+  text.clear();
+  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_read", 1);
+  path_text object_path;
+  if (!find_object(directory, file, variable, "read", object_path)) return 2;
+
+  path_text path;
+  qd_comment_path(object_path, path);
+  file_stream stream(qu_file_open_n(path, read_text));
+  if (!stream) return qu_is_gone(errno) || errno == EINVAL ? 1 : comment_unreadable;
+  while (const char* line = qu_file_next_line(stream.get(), true)) text += line;
+  return std::feof(stream.get()) != 0 && std::ferror(stream.get()) == 0 ? 0 : comment_unreadable;
+}
+
+int qd_comment_write(const char* directory, const char* file, const char* variable, int /*append*/,
+                     const char* text) {
+  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_write", 1);
+  path_text object_path;
+  if (!find_object(directory, file, variable, "updated", object_path)) return 2;
+  const folder_lock lock(object_path);
+  if (!lock || !is_still(object_path, file, variable)) {
+    qu_message("Description will not be updated.");
+    return 1;
+  }
+  // Appending reads what is there, and the opening has just emptied it: clients count on the replacement.
+  return qd_comment_replace(object_path, text);
+}
+
+}  // namespace qrd

@@ -1,0 +1,168 @@
+// What the catalogue knows of a file or a variable.
+#include "catalogue/qd_info.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "catalogue/qd_path.h"
+#include "catalogue/qd_test.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_line_table.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+// Samples in the longest line of a lines file, or -1 if its table can't be read.
+std::int64_t longest_line(const char* file_path, const qd_file_record& record) {
+  std::vector<std::int64_t> offsets;
+  if (!qd_line_table_read(file_path, record, offsets)) return -1;
+  std::int64_t longest = 0;
+  for (std::size_t i = 1; i < offsets.size(); ++i) longest = std::max(longest, offsets[i] - offsets[i - 1]);
+  return longest;
+}
+
+// The variables with a role in a file, read in one walk: the first float or text variable of each kind.
+struct role_records {
+  qd_variable_record records[kind_count];
+  bool found[kind_count] = {};
+  // What it means that a kind was not found.
+  lookup_result otherwise = LOOKUP_ABSENT;
+  // False if something can't be read now that may be there.
+  bool is_told = true;
+
+  void walk(const char* file_path) {
+    path_text path;
+    qd_variable_record record;
+    const walk_end end =
+        qd_walk<variable_level>(file_path, path, record, [this](const qd_variable_record& seen) {
+          const bool wanted = (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind >= 0 &&
+                              seen.kind < kind_count && !found[seen.kind];
+          if (wanted) {
+            records[seen.kind] = seen;
+            found[seen.kind] = true;
+          }
+          return false;
+        });
+    otherwise = qd_lookup_result(end);
+    is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
+  }
+};
+
+}  // namespace
+
+void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& variable, qd_var_info& info) {
+  info.sample_count = file.sample_count;
+  info.type = variable.type;
+  info.kind = variable.kind;
+  info.implicit = variable.implicit;
+  info.bit_length = variable.bit_length;
+  info.has_unit = variable.format.length_flag != 0 || unit_flag == 0;
+  info.numeric = variable.type != VAR_CHAR;
+  qu_format_copy(variable.format, info.format);
+}
+
+int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+  info.organisation = record.organisation;
+  info.dimension = record.dimension;
+  info.sample_count = record.sample_count;
+  info.line_count = record.line_count;
+  info.longest_line = is_lines(record.organisation) ? longest_line(file_path, record) : 0;
+  return info.longest_line >= 0;
+}
+
+int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {
+  return qd_variable_query(false, directory, file, variable, info) == LOOKUP_FOUND;
+}
+
+int qd_variable_query(bool test_index, const char* directory, const char* file, const char* variable,
+                      qd_var_info& info, qd_file_info* file_info, qd_variable_place* place) {
+  info = qd_var_info();
+  if (!qd_two_files_available()) return nothing_told;
+  qd_variable_place found;
+  qd_file_record file_record;
+  qd_variable_record record;
+  lookup_result result = qd_look_for_file(directory, file, found.file_path, file_record);
+  if (result == LOOKUP_FOUND)
+    result = qd_look_for_variable(test_index, found.file_path, variable, found.path, record);
+  if (result != LOOKUP_FOUND) return qd_tested(result);
+  // Whoever asks for the values next works with their place in the data file.
+  if (!qd_data_length_fits(file_record, record)) return nothing_told;
+  if (file_info != nullptr && !qd_fill_file_info(found.file_path, file_record, *file_info))
+    return nothing_told;
+  if (place != nullptr) *place = found;
+  qd_fill_var_info(file_record, record, info);
+  info.system = record.kind != KIND_PLAIN && record.implicit == 0;
+  return 0;
+}
+
+int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
+  for (name_text& name : names) name[0] = '\0';
+  path_text file_path;
+  if (!qd_file_path(directory, file, file_path)) return nothing_told;
+  role_records roles;
+  roles.walk(file_path);
+  for (int kind = 0; kind < kind_count; ++kind) {
+    if (roles.found[kind]) std::strcpy(names[kind], roles.records[kind].name);
+  }
+  return roles.is_told ? roles.otherwise : nothing_told;
+}
+
+int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name) {
+  path_text file_path, path;
+  if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
+  qd_variable_record record;
+  const walk_end end =
+      qd_walk<variable_level>(file_path, path, record, [kind](const qd_variable_record& seen) {
+        return (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind == kind;
+      });
+  if (end == walk_end::stopped) std::strcpy(name, record.name);
+  return qd_lookup_result(end);
+}
+
+int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
+  info = qd_file_info();
+  if (!qd_two_files_available()) return 0;
+  // The numbers 1 and 2 are left out: a file that is gone, or that can't be looked up, is the caller's to
+  // refuse.
+  path_text path;
+  qd_file_record record;
+  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
+  if (!qd_fill_file_info(path, record, info)) return 0;
+  if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
+  return 1;
+}
+
+int qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
+                           qd_format_record* y, qd_format_record* z) {
+  struct {
+    qd_format_record* output;
+    variable_kind kind;
+  } const axes[] = {{x, KIND_X}, {y, KIND_Y}, {z, KIND_Z}};
+  for (const auto& axis : axes) {
+    if (axis.output != nullptr) qu_format_copy(flag == 1 ? distance_format : float_default, *axis.output);
+  }
+
+  path_text path;
+  qd_file_record file_record;
+  if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0 ||
+      qd_find_file(directory, file, path, file_record) != LOOKUP_FOUND) {
+    return 1;
+  }
+  role_records roles;
+  roles.walk(path);
+  int missing = 0;
+  for (const auto& axis : axes) {
+    if (axis.output == nullptr || (axis.kind == KIND_Z && file_record.dimension != 3)) continue;
+    if (roles.found[axis.kind]) {
+      qu_format_copy(roles.records[axis.kind].format, *axis.output);
+    } else {
+      missing = 1;
+    }
+  }
+  return missing;
+}
+
+}  // namespace qrd

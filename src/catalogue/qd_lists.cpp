@@ -1,0 +1,199 @@
+// The names of a level of the catalogue, in the order in which clients show them.
+#include "catalogue/qd_lists.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "catalogue/qd_test.h"
+#include "catalogue/qd_walk.h"
+#include "disk/store_state.h"
+#include "util/qu_list_head.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+// Numbers of the software errors.
+constexpr int bad_mode = 10, no_parent = 20, unreadable_descriptor = 40;
+
+// The words before the names.
+void add_head(const char* function, int mode, const char* create_word, string_list& list) {
+  if (qu_list_head(list, mode, create_word) < 0) qu_fatal_number(function, bad_mode);
+}
+
+void add_sorted(std::vector<std::string>& names, string_list& list) {
+  std::sort(names.begin(), names.end());
+  for (const std::string& name : names) list.add(name.c_str(), name_size);
+}
+
+// A list holds all but what nobody will ever read, or it isn't given at all.
+int listed(walk_end end) {
+  switch (end) {
+    case walk_end::parent_gone:
+      return 0;
+    case walk_end::cannot_list:
+    case walk_end::unreadable:
+      return list_unreadable;
+    default:
+      return 1;
+  }
+}
+
+// What the lookup of the parent means for a list.
+int listed_below(lookup_result parent) {
+  return parent == LOOKUP_FOUND ? 1 : parent == LOOKUP_ABSENT ? 0 : list_unreadable;
+}
+
+// For callers to whom every failure is fatal.
+void require_listed(const char* function, int listed) {
+  if (listed == 0) qu_fatal_number(function, no_parent);
+  if (listed == list_unreadable) qu_fatal_number(function, unreadable_descriptor);
+}
+
+// Names of variables: those that the store makes have their places in front, the others are sorted.
+class variable_names {
+ public:
+  void add(const qd_variable_record& record) {
+    if (record.kind <= KIND_PLAIN || record.kind >= kind_count) {
+      others_.emplace_back(record.name);
+      return;
+    }
+    // The later one of a kind takes the place.
+    if (taken_[record.kind]) others_.push_back(front_[record.kind]);
+    front_[record.kind] = record.name;
+    taken_[record.kind] = true;
+  }
+  void add_to(string_list& list) {
+    constexpr variable_kind order[] = {KIND_SAMPLE_NUMBER,
+                                       KIND_LINE_NUMBER,
+                                       KIND_RELATIVE_NUMBER,
+                                       KIND_X,
+                                       KIND_Y,
+                                       KIND_Z,
+                                       KIND_X_BEGIN,
+                                       KIND_Y_BEGIN,
+                                       KIND_Z_BEGIN,
+                                       KIND_X_END,
+                                       KIND_Y_END,
+                                       KIND_Z_END,
+                                       KIND_LINE_NAME,
+                                       KIND_IX,
+                                       KIND_IY,
+                                       KIND_IZ};
+    for (variable_kind kind : order) {
+      if (taken_[kind]) list.add(front_[kind].c_str(), name_size);
+    }
+    add_sorted(others_, list);
+  }
+
+ private:
+  std::string front_[kind_count];
+  bool taken_[kind_count] = {};
+  std::vector<std::string> others_;
+};
+
+bool passes(const qd_variable_record& record, int mask) {
+  if (mask & MASK_SELECTION) return record.bit_length == 1 && record.type != VAR_CHAR;
+  if (!(mask & MASK_SYSTEM) && (record.implicit != 0 || record.kind != KIND_PLAIN)) return false;
+  switch (record.type) {
+    case VAR_FLOAT:
+      return mask & MASK_FLOAT;
+    case VAR_CHAR:
+      return mask & MASK_CHAR;
+    case VAR_MACRO:
+      return mask & (MASK_MACRO | MASK_MACRO_TOO);
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+int qd_list_directories(string_list& list) {
+  std::vector<std::string> names;
+  path_text path;
+  qd_directory_record record;
+  const walk_end end =
+      qd_walk<directory_level>(catalogue_path, path, record, [&](const qd_directory_record& directory) {
+        names.emplace_back(directory.name);
+        return false;
+      });
+  const int result = listed(end);
+  if (result == 1) add_sorted(names, list);
+  return result;
+}
+
+int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
+                  string_list& list) {
+  path_text directory_path, path;
+  if (int found = listed_below(qd_find_directory(directory, directory_path)); found != 1) return found;
+  std::vector<std::string> names;
+  qd_file_record record;
+  const walk_end end = qd_walk<file_level>(directory_path, path, record, [&](const qd_file_record& file) {
+    if (qd_file_fits(file, organisation, dimension)) names.emplace_back(file.name);
+    return false;
+  });
+  const int result = listed(end);
+  if (result == 1) add_sorted(names, list);
+  return result;
+}
+
+int qd_list_variables(const char* directory, const char* file, int mask, string_list& list) {
+  path_text file_path, path;
+  qd_file_record file_record;
+  if (int found = listed_below(qd_find_file(directory, file, file_path, file_record)); found != 1)
+    return found;
+  variable_names names;
+  qd_variable_record record;
+  const walk_end end =
+      qd_walk<variable_level>(file_path, path, record, [&](const qd_variable_record& variable) {
+        if (passes(variable, mask)) names.add(variable);
+        return false;
+      });
+  const int result = listed(end);
+  if (result == 1) names.add_to(list);
+  return result;
+}
+
+qu_list qd_get_directory_list(qu_list old_list, int mode) {
+  constexpr char function[] = "qd_get_directory_list";
+  const string_list freed(old_list);
+  string_list list;
+  add_head(function, mode, "New Directory", list);
+  require_listed(function, qd_list_directories(list));
+  return list.release();
+}
+
+qu_list qd_get_file_list(qu_list old_list, const char* directory, int mode, std::int64_t organisation,
+                         std::int64_t dimension) {
+  constexpr char function[] = "qd_get_file_list";
+  const string_list freed(old_list);
+  string_list list;
+  if (*directory == '\0') return nullptr;
+  if (std::strcmp(directory, no_name) == 0) {
+    list.add(no_name, name_size);
+    return list.release();
+  }
+  add_head(function, mode, "New File", list);
+  require_listed(function, qd_list_files(directory, organisation, dimension, list));
+  return list.release();
+}
+
+qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char* file, int mode, int mask) {
+  constexpr char function[] = "qd_get_variable_list";
+  const string_list freed(old_list);
+  string_list list;
+  if (*file == '\0') return nullptr;
+  if (std::strcmp(file, no_name) == 0) {
+    list.add(no_name, name_size);
+    return list.release();
+  }
+  add_head(function, mode, "New Variable", list);
+  require_listed(function, qd_list_variables(directory, file, mask, list));
+  return list.release();
+}
+
+}  // namespace qrd

@@ -1,0 +1,132 @@
+// Walking over one level of the catalogue, and the look-ups that rest on it. Names live in descriptors
+// only, so that a look-up reads the siblings in the order of the disk up to the wanted one.
+#pragma once
+
+#include <cerrno>
+#include <cstring>
+
+#include "catalogue/qd_placement.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_records.h"
+#include "disk/qd_variable_descriptor.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+struct qd_directory_record {
+  name_text name = "";
+};
+
+// The levels: how the entries of each are told from others on disk, and how they are read.
+struct directory_level {
+  using record_type = qd_directory_record;
+  // DIRE. at the start. The same in another case is fatal: the tree was moved carelessly.
+  static bool is_entry(const char* parent, const char* entry);
+  static int read(const char* path, record_type& record) {
+    return qd_directory_descriptor_read(path, record.name);
+  }
+};
+struct file_level {
+  using record_type = qd_file_record;
+  // FILE. anywhere in the name.
+  static bool is_entry(const char* /*parent*/, const char* entry) {
+    return std::strstr(entry, "FILE.") != nullptr;
+  }
+  static int read(const char* path, record_type& record) { return qd_file_descriptor_read(path, record); }
+};
+struct variable_level {
+  using record_type = qd_variable_record;
+  // VARI. anywhere in the name.
+  static bool is_entry(const char* /*parent*/, const char* entry) {
+    return std::strstr(entry, "VARI.") != nullptr;
+  }
+  static int read(const char* path, record_type& record) { return qd_variable_descriptor_read(path, record); }
+};
+
+enum class walk_end {
+  all_seen,
+  stopped,      // by the visitor
+  damaged,      // all but some whose descriptors nobody will ever understand
+  unreadable,   // all but some whose descriptors can't be read now
+  cannot_list,  // the parent's folder
+  parent_gone   // another server has deleted it
+};
+
+// Keeps count of what a walk could not read.
+class unread_objects {
+ public:
+  // Of the object that was just tried. False if it is no use to go on: handles, or the disk, are missing.
+  bool pass_over();
+  bool any_gone() const { return gone_; }
+  walk_end end() const;
+
+ private:
+  bool gone_ = false;
+  bool damaged_ = false;
+  int unreadable_ = 0;
+};
+
+// Reads the objects of a level one after the other and shows them to `visit`, which stops the walk by
+// giving true. `path` and `record` hold the last one that was tried. An object that another server deletes
+// meanwhile is passed over; so is one that can't be read, after a report, but the end then tells it.
+template <typename Level, typename Visit>
+walk_end qd_walk(const char* parent, path_text& path, typename Level::record_type& record, Visit visit) {
+  directory_listing listing(parent);
+  if (!listing) return qu_is_gone(errno) ? walk_end::parent_gone : walk_end::cannot_list;
+  bool any_seen = false;
+  unread_objects unread;
+  while (const char* entry = listing.next()) {
+    if (!Level::is_entry(parent, entry)) continue;
+    qu_path_join(path, {parent, path_separator, entry});
+    if (!Level::read(path, record)) {
+      if (!unread.pass_over()) break;
+      continue;
+    }
+    any_seen = true;
+    if (visit(static_cast<const typename Level::record_type&>(record))) return walk_end::stopped;
+  }
+  // What another server is just deleting as a whole must not look like a folder with few objects.
+  return (unread.any_gone() || !any_seen) && qd_folder_gone(parent) ? walk_end::parent_gone : unread.end();
+}
+
+// Deletes the object of that path if `is_meant(record)` (see qd_remove_folder). A number that another object
+// has taken since the look-up is left alone. 1, or 0 after a report if it can't be removed, or if nobody can
+// tell which object it is.
+template <typename Level, typename IsMeant>
+int qd_remove_object(const char* path, IsMeant is_meant) {
+  bool can_tell = true;
+  const int removed = qd_remove_folder(path, [&](const char* folder) {
+    typename Level::record_type record;
+    can_tell = Level::read(folder, record) != 0;
+    return can_tell && is_meant(static_cast<const typename Level::record_type&>(record));
+  });
+  return can_tell ? removed : 0;
+}
+template <typename Level>
+int qd_remove_object(const char* path, const char* name) {
+  return qd_remove_object<Level>(path, [name](const typename Level::record_type& record) {
+    return std::strcmp(record.name, name) == 0;
+  });
+}
+
+// Results of a look-up; the values are those of the tests.
+enum lookup_result : int { LOOKUP_FOUND = 0, LOOKUP_ABSENT = 1, LOOKUP_UNREADABLE = 2 };
+lookup_result qd_lookup_result(walk_end end);
+
+template <typename Level>
+lookup_result qd_find(const char* parent, const char* name, path_text& path,
+                      typename Level::record_type& record) {
+  return qd_lookup_result(qd_walk<Level>(
+      parent, path, record,
+      [name](const typename Level::record_type& seen) { return std::strcmp(seen.name, name) == 0; }));
+}
+
+// Look-ups by name from the top of the catalogue, one walk per level. `path` and `record` are those of
+// the object if it was found.
+lookup_result qd_find_directory(const char* directory, path_text& path);
+lookup_result qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record);
+
+}  // namespace qrd

@@ -1,0 +1,11 @@
+// Names of the objects of a polygon or wireframe file that are wanted.
+#pragma once
+
+#include <set>
+#include <string>
+
+namespace qrd {
+
+using object_name_set = std::set<std::string, std::less<>>;
+
+}  // namespace qrd

@@ -1,0 +1,49 @@
+// The descriptor of a catalogue directory, DIRE.<n>/DESCR; the same layout in all versions.
+//
+//   xint         version, 1100
+//   xstring(50)  name
+#include "disk/qd_directory_descriptor.h"
+
+#include "disk/qd_descriptor.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+// A name of 50 characters, which the format allows, loses its last one in memory.
+bool move_fields(XDR* xdr, std::int64_t* version, name_text& name) {
+  return qu_xdr_int(xdr, version) && *version >= oldest_descriptor_version &&
+         qu_xdr_text(xdr, name, descriptor_name_limit);
+}
+
+}  // namespace
+
+int qd_directory_descriptor_read(const char* path, name_text& name) {
+  name[0] = '\0';
+  descriptor_reader descriptor(path);
+  if (!descriptor) return 0;
+  path_text descriptor_path;
+  qd_descriptor_path(path, descriptor_path);
+
+  std::int64_t version = 0;
+  if (!move_fields(descriptor.get(), &version, name)) {
+    if (!qd_object_lost(path)) qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
+    return 0;
+  }
+  if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {
+    if (!qd_object_lost(path)) qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
+    return 0;
+  }
+  return 1;
+}
+
+int qd_directory_descriptor_write(const char* path, const char* name) {
+  name_text text;
+  qu_path_join(text, {name});
+  return qd_descriptor_write(path, move_fields, text) ? 1 : 0;
+}
+
+}  // namespace qrd

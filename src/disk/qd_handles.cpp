@@ -1,0 +1,13 @@
+#include "disk/qd_handles.h"
+
+#include "util/qu_file.h"
+
+namespace qrd {
+
+int qd_two_files_available(const char* failed, const char* before) {
+  if (qu_test_open_file(2) != 0) return 1;
+  qu_report_too_many_files(failed, before);
+  return 0;
+}
+
+}  // namespace qrd

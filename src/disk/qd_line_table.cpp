@@ -1,0 +1,127 @@
+// The line table "LINE" of a lines file: line_count + 1 XDR hypers (RFC 4506) without a header.
+//
+//   entry 0   1
+//   entry i   number of the first sample behind line i; the last one is the sample count plus 1
+#include "disk/qd_line_table.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "disk/qd_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_sync.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t entry_bytes = 8;
+
+void line_table_path(const char* file_path, path_text& path) {
+  qu_path_join(path, {file_path, path_separator, line_file_name});
+}
+
+// True if a file of that length holds the table. It is asked before memory is taken for it.
+bool holds_table(const struct stat& status, const qd_file_record& record) {
+  return record.line_count >= 0 && status.st_size / entry_bytes > record.line_count;
+}
+
+bool holds_table(std::FILE* stream, const qd_file_record& record) {
+  struct stat status;
+  return fstat(fileno(stream), &status) == 0 && holds_table(status, record);
+}
+
+bool read_entries(std::FILE* stream, const qd_file_record& record, std::vector<std::int64_t>& offsets) {
+  if (!holds_table(stream, record)) return false;
+  xdr_stream xdr(stream, XDR_DECODE);
+  if (!xdr) return false;
+
+  offsets.resize(static_cast<std::size_t>(record.line_count + 1));
+  std::int64_t before = 1;
+  for (std::int64_t& offset : offsets) {
+    if (qu_xdr_long(xdr.get(), &offset) == 0 || offset < before) return false;
+    before = offset;
+  }
+  return offsets.front() == 1 && offsets.back() - 1 == record.sample_count;
+}
+
+bool read_table(const char* path, const qd_file_record& record, std::vector<std::int64_t>& offsets) {
+  file_stream stream(qu_file_open_n(path, read_binary));
+  if (stream && read_entries(stream.get(), record, offsets)) return true;
+  offsets.clear();
+  return false;
+}
+
+// True if the descriptor of a file is no longer the one that a record was read from.
+bool has_changed(const char* file_path, const qd_file_record& record) {
+  qd_file_record now;
+  if (!qd_file_descriptor_read(file_path, now)) return qd_object_gone();
+  return std::strcmp(now.name, record.name) != 0 || now.organisation != record.organisation ||
+         now.line_count != record.line_count || now.sample_count != record.sample_count;
+}
+
+}  // namespace
+
+bool qd_line_table_read(const char* file_path, const qd_file_record& record,
+                        std::vector<std::int64_t>& offsets) {
+  path_text path;
+  line_table_path(file_path, path);
+  if (read_table(path, record, offsets)) return true;
+  if (!has_changed(file_path, record)) qu_message("Line descriptor corrupted:\n%s", path);
+  return false;
+}
+
+int qd_line_table_create(const char* file_path) {
+  path_text path;
+  line_table_path(file_path, path);
+  file_stream stream(qu_file_open_n(path, write_binary));
+  if (!stream) return 0;
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  std::int64_t first = 1;
+  if (!xdr || qu_xdr_long(xdr.get(), &first) == 0) return 0;
+  return stream.close() ? 1 : 0;
+}
+
+bool qd_line_table_holds(const char* file_path, const qd_file_record& record) {
+  path_text path;
+  line_table_path(file_path, path);
+  struct stat status;
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode) && holds_table(status, record);
+}
+
+int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
+  path_text path;
+  line_table_path(file_path, path);
+  file_stream stream(qu_file_open_n(path, update_binary));
+  if (!stream || !holds_table(stream.get(), record)) return 0;
+  // What an interrupted growth left behind the table is overwritten.
+  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
+  xdr_stream xdr(stream.get(), XDR_ENCODE);
+  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return 0;
+  const bool is_written = std::fflush(stream.get()) == 0 && qu_sync_file(fileno(stream.get()));
+  return stream.close() && is_written ? 1 : 0;
+}
+
+std::int64_t qd_line_table_bytes(const char* file_path) {
+  path_text path;
+  line_table_path(file_path, path);
+  struct stat status;
+  return stat(path, &status) == 0 ? status.st_size : -1;
+}
+
+void qd_line_table_cut(const char* file_path, std::int64_t bytes) {
+  path_text path;
+  line_table_path(file_path, path);
+  if (truncate(path, bytes) != 0 && errno != ENOENT)
+    qu_message("Cannot make \"%s\" as short again as it was", path);
+}
+
+}  // namespace qrd

@@ -1,0 +1,61 @@
+// Macro variables: a family of columns under one name stem[xxxxx], told apart by an index.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "util/qu_constants.h"
+#include "util/qu_list.h"
+
+namespace qrd {
+
+inline constexpr std::int64_t macro_index_maximum = 99999;
+inline constexpr char macro_file_name[] = "MACRO";
+inline constexpr char generic_index[] = "xxxxx";
+
+struct qd_macro_descr {
+  // Index of each slot, in order of creation: above 0 valid, 0 free, below 0 retired.
+  std::vector<std::int64_t> indices;
+  // One text per slot, or empty (null list).
+  string_list alpha_indices;
+  std::int64_t slot_count() const { return static_cast<std::int64_t>(indices.size()); }
+  // Position of a valid index, or -1.
+  std::int64_t slot_of(std::int64_t index) const;
+};
+
+qd_macro_descr* qd_macro_descr_new(std::int64_t slots);
+qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor);
+// Null after a report if the file is missing, can't be read or is corrupted; without one if another server
+// has deleted the variable, which qd_object_gone() tells then. Never ends the process.
+qd_macro_descr* qd_macro_descr_read(const char* variable_path);
+// 1 or 0. Other servers see the old file or the new one.
+int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor);
+
+// Owns a descriptor.
+class macro_descriptor {
+ public:
+  explicit macro_descriptor(qd_macro_descr* descriptor) : descriptor_(descriptor) {}
+  macro_descriptor(const macro_descriptor&) = delete;
+  macro_descriptor& operator=(const macro_descriptor&) = delete;
+  ~macro_descriptor() { qd_macro_descr_free(descriptor_); }
+  explicit operator bool() const { return descriptor_ != nullptr; }
+  qd_macro_descr* operator->() const { return descriptor_; }
+  qd_macro_descr& operator*() const { return *descriptor_; }
+
+ private:
+  qd_macro_descr* descriptor_;
+};
+
+// 0 plain, 1 stem[12], 2 stem{gold}, -1 stem[xxxxx] or stem{xxxxx}.
+int qd_macro_name_kind(const char* name);
+// Makes stem[12] and stem{gold} into stem[xxxxx]; 1 if changed. Fatal from bracket position 44 on; a
+// bracket at 43 gives a name that no object has.
+int qd_macro_name_generic(name_text& name);
+// The number of a square-bracket name, -1 for xxxxx, 0 if it is not one.
+std::int64_t qd_macro_name_indice(const char* name);
+int qd_macro_alpha_check(const char* text);
+// The index that a name means: -1 generic, 0 unknown. `alpha` (or null) receives its text.
+std::int64_t qd_macro_name_alpha_indice(const qd_macro_descr& descriptor, const char* name, name_text* alpha);
+
+}  // namespace qrd

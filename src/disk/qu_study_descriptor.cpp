@@ -1,0 +1,122 @@
+// The descriptor of a study, the XDR file DESCR of its folder.
+//
+//   xint  descriptor version  520 when written
+//   xint  unit_flag           non-zero: lengths have units
+//   xint  study_version       from 411 on; 40000 before
+//   xint  is_64bit            from 520 on; 0 before
+#include "disk/qu_study_descriptor.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "disk/store_state.h"
+#include "util/qu_file.h"
+#include "util/qu_file_replace.h"
+#include "util/qu_lock.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t study_version_since = 411;
+constexpr std::int64_t is_64bit_since = 520;
+constexpr std::int64_t version_before_411 = 40000;
+constexpr char server_program_name[] = "QRDserver";
+
+void descriptor_path(const char* study, path_text& path) {
+  qu_path_join(path, {study, path_separator, "DESCR"});
+}
+
+bool code_descriptor(std::FILE* file, xdr_op direction, std::int64_t version, study_record& record) {
+  xdr_stream stream(file, direction);
+  if (!stream) return false;
+  XDR* xdr = stream.get();
+  if (qu_xdr_int(xdr, &version) == 0 || qu_xdr_int(xdr, &record.unit_flag) == 0) return false;
+  if (version >= study_version_since && qu_xdr_int(xdr, &record.study_version) == 0) return false;
+  return version < is_64bit_since || qu_xdr_int(xdr, &record.is_64bit) != 0;
+}
+
+// Puts the descriptor in place by one of the two ways of a replaced_file.
+bool write_descriptor(const char* study, study_record& record, bool (replaced_file::*put_in_place)()) {
+  path_text path;
+  descriptor_path(study, path);
+  replaced_file file(path, write_binary);
+  if (!file) return false;
+  record.study_version = PROGRAM_VERSION;
+  return code_descriptor(file.get(), XDR_ENCODE, STUDY_DESCRIPTOR_VERSION, record) && (file.*put_in_place)();
+}
+
+// The descriptor, made anew if the study has lost it. What is there by now, or can't be opened, is not
+// replaced.
+file_stream open_descriptor(const char* study, study_record* record) {
+  path_text path;
+  descriptor_path(study, path);
+  file_stream file(qu_file_open_n(path, read_binary));
+  if (file || errno != ENOENT) return file;
+  record->unit_flag = 1;
+  record->is_64bit = 0;
+  if (!write_descriptor(study, *record, &replaced_file::commit_new) && errno != EEXIST) return file;
+  return file_stream(qu_file_open_n(path, read_binary));
+}
+
+}  // namespace
+
+int qu_study_descriptor_write(const char* path, study_record* record) {
+  if (qu_study_descriptor_write_n(path, record) != 0) return 1;
+  // Where it can't be written, opening it tells why, and ends the process.
+  path_text descriptor;
+  descriptor_path(path, descriptor);
+  const file_stream file(qu_file_open_f(descriptor, update_binary));
+  return 0;
+}
+
+int qu_study_descriptor_write_n(const char* path, study_record* record) {
+  return write_descriptor(path, *record, &replaced_file::commit) ? 1 : 0;
+}
+
+int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record) {
+  file_stream file = open_descriptor(path, record);
+  if (!file) return 1;
+
+  record->study_version = version_before_411;
+  record->is_64bit = 0;
+  if (!code_descriptor(file.get(), XDR_DECODE, 0, *record)) {
+    qu_message("Study descriptor corrupted:\n%s\n", path);
+    return 1;
+  }
+  is_64bit = record->is_64bit;
+
+  if (std::strcmp(program_name, server_program_name) == 0) {
+    if (record->study_version != PROGRAM_VERSION) return 2;
+  } else if (record->study_version > PROGRAM_VERSION) {
+    version_parts version = parts_of_version(record->study_version);
+    if (report)
+      qu_message("You cannot run %s %s on Velmar %d.%d.%d study (%s)", program_name, program_version_text,
+                 static_cast<int>(version.major), static_cast<int>(version.minor),
+                 static_cast<int>(version.patch), name);
+    return 2;
+  }
+  return file.close() ? 0 : 1;
+}
+
+void qu_study_mark_64bit() {
+  if (is_64bit != 0) return;
+  is_64bit = 1;
+  study_record record;
+  const folder_lock lock(study_path);
+  if (!lock || qu_study_descriptor_read(false, study_name, study_path, &record) != 0) {
+    // What is unknown is not written over.
+    qu_message("Failed to read study descriptor %s%sDESCR for 64-bit flag update", study_path,
+               path_separator);
+    return;
+  }
+  record.is_64bit = 1;
+  if (qu_study_descriptor_write_n(study_path, &record) == 0)
+    qu_message("Failed to write study descriptor %s%sDESCR for 64-bit flag update", study_path,
+               path_separator);
+}
+
+}  // namespace qrd

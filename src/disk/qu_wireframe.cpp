@@ -1,0 +1,138 @@
+#include "disk/qu_wireframe.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+// a . (b x c): six times the signed volume of the tetrahedron over the origin.
+double determinant(const double* a, const double* b, const double* c) {
+  return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
+         a[2] * (b[0] * c[1] - b[1] * c[0]);
+}
+
+double piece_volume(const wireframe_piece& piece) {
+  double sum = 0;
+  const auto vertex = [&piece](std::int32_t index) {
+    return piece.vertices.data() + 3 * std::int64_t{index};
+  };
+  for (std::size_t i = 0; i + 2 < piece.triangles.size(); i += 3)
+    sum += determinant(vertex(piece.triangles[i]), vertex(piece.triangles[i + 1]),
+                       vertex(piece.triangles[i + 2]));
+  return std::abs(sum / 6);
+}
+
+}  // namespace
+
+std::unique_ptr<wireframe> qu_wireframe_new() {
+  auto root = std::make_unique<wireframe>();
+  for (qd_format_record* unit : {&root->unit_x, &root->unit_y, &root->unit_z, &root->unit_volume})
+    qu_format_default(*unit);
+  return root;
+}
+
+wireframe_object& qu_polyhedron_new(wireframe& root, const char* name) {
+  wireframe_object& made = root.objects.emplace_back();
+  std::strncpy(made.name, name, name_size - 1);
+  qu_string_trim(made.name);
+  made.pieces.emplace_back();
+  return made;
+}
+
+std::int64_t qu_polyhedron_vertex_count(const wireframe& root) {
+  std::int64_t count = 0;
+  for (const wireframe_object& object : root.objects)
+    for (const wireframe_piece& piece : object.pieces) count += piece.vertex_count();
+  return count;
+}
+
+std::int64_t qu_polyhedron_triangle_count(const wireframe& root) {
+  std::int64_t count = 0;
+  for (const wireframe_object& object : root.objects)
+    for (const wireframe_piece& piece : object.pieces) count += piece.triangle_count();
+  return count;
+}
+
+void qu_polyhedron_center(const wireframe_object& object, double& x, double& y, double& z) {
+  double x_sum = 0, y_sum = 0, z_sum = 0;
+  std::int64_t count = 0;
+  for (const wireframe_piece& piece : object.pieces) {
+    x_sum += piece.x_sum;
+    y_sum += piece.y_sum;
+    z_sum += piece.z_sum;
+    count += piece.vertex_count();
+  }
+  const auto vertices = static_cast<double>(count);
+  const auto mean = [&](double total) {
+    return count == 0 ? std::numeric_limits<double>::quiet_NaN() : total / vertices;
+  };
+  x = mean(x_sum);
+  y = mean(y_sum);
+  z = mean(z_sum);
+}
+
+double qu_polyhedron_volume(wireframe_object& object) {
+  double sum = 0;
+  for (wireframe_piece& piece : object.pieces) {
+    if (piece.closed != 1) return missing_double;
+    piece.volume = piece_volume(piece);
+    sum += piece.volume;
+  }
+  return sum;
+}
+
+void qu_polyhedron_box(const wireframe& root, double (&box)[6]) {
+  wireframe_piece whole;
+  for (const wireframe_object& object : root.objects)
+    for (const wireframe_piece& piece : object.pieces) {
+      whole.x_min = std::min(whole.x_min, piece.x_min);
+      whole.x_max = std::max(whole.x_max, piece.x_max);
+      whole.y_min = std::min(whole.y_min, piece.y_min);
+      whole.y_max = std::max(whole.y_max, piece.y_max);
+      whole.z_min = std::min(whole.z_min, piece.z_min);
+      whole.z_max = std::max(whole.z_max, piece.z_max);
+    }
+  const double bounds[6] = {whole.x_min, whole.x_max, whole.y_min, whole.y_max, whole.z_min, whole.z_max};
+  std::copy_n(bounds, 6, box);
+}
+
+void qu_piece_extend(wireframe_piece& piece, std::int64_t first) {
+  // Locals stay in registers, as the piece's own fields can't: the vertices might alias them.
+  double x_min = piece.x_min, x_max = piece.x_max;
+  double y_min = piece.y_min, y_max = piece.y_max;
+  double z_min = piece.z_min, z_max = piece.z_max;
+  double x_sum = piece.x_sum, y_sum = piece.y_sum, z_sum = piece.z_sum;
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
+    const double x = piece.vertices[i], y = piece.vertices[i + 1], z = piece.vertices[i + 2];
+    x_min = std::min(x_min, x);
+    x_max = std::max(x_max, x);
+    y_min = std::min(y_min, y);
+    y_max = std::max(y_max, y);
+    z_min = std::min(z_min, z);
+    z_max = std::max(z_max, z);
+    x_sum += x;
+    y_sum += y;
+    z_sum += z;
+  }
+  piece.x_min = x_min, piece.x_max = x_max;
+  piece.y_min = y_min, piece.y_max = y_max;
+  piece.z_min = z_min, piece.z_max = z_max;
+  piece.x_sum = x_sum, piece.y_sum = y_sum, piece.z_sum = z_sum;
+}
+
+bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first) {
+  // A negative index is a large one here; the loop goes on without a branch for each.
+  const auto count = static_cast<std::uint64_t>(piece.vertex_count());
+  bool beyond = false;
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); ++i)
+    beyond |= static_cast<std::uint32_t>(piece.triangles[i]) >= count;
+  return !beyond;
+}
+
+}  // namespace qrd

@@ -1,0 +1,61 @@
+#include "edit/qd_companion.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+
+#include "catalogue/qd_path.h"
+#include "disk/qd_file_descriptor.h"
+#include "util/qu_set_aside.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+int qd_companion_path(const char* directory, const char* file, const char* name, path_text& path) {
+  path_text folder;
+  if (qd_file_path(directory, file, folder) == 0) return 0;
+  qu_path_join(path, {folder, path_separator, name});
+  return 1;
+}
+
+namespace {
+
+// What isn't there, isn't a file or belongs to somebody else is no companion. Anything else that stops the
+// opening may be over in a moment.
+bool means_absent(int error) {
+  constexpr int reasons[] = {ENOENT, ENOTDIR, EACCES, EPERM, EISDIR, EINVAL, ELOOP};
+  return std::find(std::begin(reasons), std::end(reasons), error) != std::end(reasons);
+}
+
+}  // namespace
+
+bool qd_companion_folder_holds(const char* folder, const char* file) {
+  qd_file_record record;
+  return qd_file_descriptor_read(folder, record) != 0 && std::strcmp(record.name, file) == 0;
+}
+
+companion_reader::companion_reader(const char* path, const char* file)
+    : stream_(qu_file_open_n(path, read_binary)) {
+  qu_path_join(path_, {path});
+  if (!stream_) {
+    state_ = means_absent(errno) ? state::absent : state::unreadable;
+    return;
+  }
+  path_text folder;
+  qu_path_join(folder, {path});
+  qu_file_dirname(folder, folder);
+  if (!qd_companion_folder_holds(folder, file)) {
+    state_ = state::absent;
+    return;
+  }
+  if (qu_file_seek(stream_.get(), 0, 2) != 0) return;
+  bytes_ = qu_file_tell(stream_.get());
+  if (bytes_ >= 0 && qu_file_seek(stream_.get(), 0, 0) == 0) state_ = state::open;
+}
+
+void companion_reader::set_aside() {
+  qu_file_set_aside(path_, stream_.get());
+}
+
+}  // namespace qrd

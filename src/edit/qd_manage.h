@@ -1,0 +1,27 @@
+// Creating and deleting directories, files and variables of the catalogue.
+#pragma once
+
+#include <cstdint>
+
+#include "disk/qd_records.h"
+#include "edit/qd_file_content.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
+
+namespace qrd {
+
+// 1 or 0 after reports; a violated precondition (see the numbers in the source) is fatal. What another
+// server may do between the caller's test and the operation is no precondition: that an object exists
+// already, or is no more, is a failure. A failed creation leaves nothing.
+int qd_create_directory(const char* name);
+int qd_delete_directory(const char* name);
+// With a content the file appears with all of it, or not at all.
+int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
+                   const qd_grid_record* grid, file_content* content = nullptr);
+int qd_delete_file(const char* directory, const char* name);
+int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
+                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format);
+// The handle's new, empty value; or the same again if the variable could not be deleted, which has been told.
+qd_variable_handle qd_delete_variable(const qd_variable_handle& handle);
+
+}  // namespace qrd

@@ -1,0 +1,170 @@
+#include "edit/qd_object_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_test.h"
+#include "edit/qd_manage.h"
+#include "edit/qd_output.h"
+#include "samples/qd_check.h"
+#include "samples/qd_io.h"
+#include "samples/qd_read_write.h"
+#include "samples/qd_select.h"
+#include "samples/qd_selected.h"
+#include "util/qu_memory.h"
+#include "util/qu_message.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t float_bits = 64;
+constexpr std::int64_t character_bits = 8;
+constexpr std::int64_t longest_axis_count = 3;
+
+// Writes the places and the measures, all in one transfer.
+bool write_numbers(const char* directory, const char* file, const qd_variable_handle& measure,
+                   const object_samples& samples) {
+  const auto count = static_cast<std::int64_t>(samples.names.size());
+  std::int64_t dimension = 0;
+  qd_variable_handle found[longest_axis_count];
+  if (qd_coordinates_select(directory, file, UNIT_NONE, dimension, found) == 0) return false;
+  selected_variable coordinates[longest_axis_count];
+  qd_variable_handle handles[longest_axis_count + 1];
+  for (std::int64_t axis = 0; axis < dimension; ++axis)
+    handles[axis] = coordinates[axis].handle = found[axis];
+  handles[dimension] = measure;
+  std::vector<double> values = samples.centers;
+  values.insert(values.end(), samples.measures.begin(), samples.measures.end());
+  if (static_cast<std::int64_t>(values.size()) != (dimension + 1) * count) return false;
+  io_record io;
+  io.id = qd_set_io({}, dimension + 1, handles);
+  return io.id != 0 && qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
+}
+
+std::size_t name_width(const object_samples& samples) {
+  std::size_t width = 1;
+  for (const std::string& name : samples.names) width = std::max(width, name.size());
+  return width;
+}
+
+std::string padded_names(const object_samples& samples, std::size_t width) {
+  std::string block(width * samples.names.size(), ' ');
+  for (std::size_t i = 0; i < samples.names.size(); ++i)
+    samples.names[i].copy(block.data() + i * width, width);
+  return block;
+}
+
+bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
+  std::string block = padded_names(samples, width);
+  selected_variable names;
+  if (qd_variable_select(directory, file, object_name_variable, UNIT_NONE, names.handle) == 0) return false;
+  io_record io;
+  io.id = qd_set_io({}, 1, &names.handle);
+  return qd_write_char_free(io.id, SEL_MASKED, 1, static_cast<std::int64_t>(samples.names.size()),
+                            qd_text_bytes(block)) != 0;
+}
+
+}  // namespace
+
+int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
+                       const object_samples& samples,
+                       const std::function<bool(const char* folder)>& companion) {
+  if (qd_directory_test(directory) == 1 && qd_create_directory(directory) == 0) return 0;
+  const std::size_t count = samples.names.size();
+  file_content content;
+  content.sample_count = static_cast<std::int64_t>(count);
+  content.companions = companion;
+  const std::size_t width = name_width(samples);
+  const std::string names = padded_names(samples, width);
+  if (count > 0) {
+    std::span<const double> centers = samples.centers;
+    for (const object_coordinate& each : variables.coordinates) {
+      content.variables.push_back(
+          {.variable = each.variable, .format = each.format, .numbers = centers.first(count)});
+      centers = centers.subspan(count);
+    }
+    content.variables.push_back({.variable = {object_name_variable, KIND_PLAIN},
+                                 .width = static_cast<std::int64_t>(width),
+                                 .texts = names});
+    content.variables.push_back({.variable = {variables.measure, KIND_PLAIN},
+                                 .format = &variables.measure_format,
+                                 .numbers = samples.measures});
+  }
+  const auto dimension = static_cast<std::int64_t>(variables.coordinates.size());
+  return qd_create_file(directory, file, ORG_POINTS, dimension, nullptr, &content);
+}
+
+bool qd_object_variable_delete(const char* directory, const char* file, const char* variable) {
+  const int test = qd_variable_test(false, directory, file, variable);
+  if (test != 0) return test == 1;
+  qd_variable_handle handle;
+  if (qd_variable_select(directory, file, variable, UNIT_NONE, handle) == 0) return false;
+  qd_delete_variable(handle);
+  return true;
+}
+
+int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
+                              const object_samples& samples) {
+  for (const object_coordinate& each : variables.coordinates)
+    if (qd_create_variable(directory, file, each.variable.name, VAR_FLOAT, each.variable.kind, float_bits,
+                           each.format) == 0)
+      return 0;
+  const std::size_t width = name_width(samples);
+  if (qd_create_variable(directory, file, object_name_variable, VAR_CHAR, KIND_PLAIN,
+                         static_cast<std::int64_t>(width) * character_bits, nullptr) == 0)
+    return 0;
+  selected_variable measured;
+  if (qd_new_old_var_select(false, directory, file, variables.measure, VAR_FLOAT, UNIT_NONE, float_bits,
+                            &variables.measure_format, measured.handle) == 0)
+    return 0;
+  return write_numbers(directory, file, measured.handle, samples) &&
+                 write_names(directory, file, width, samples)
+             ? 1
+             : 0;
+}
+
+std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
+                                                        const char* selection, const char* name_variable) {
+  qd_var_info info;
+  qd_variable_place place;
+  selected_variable mask, names;
+  if (qd_free_entries() < 2 || qd_selection_select(directory, file, selection, mask.handle) == 0 ||
+      qd_variable_query(false, directory, file, name_variable, info, nullptr, &place) != 0 ||
+      qd_variable_select_at(place, directory, file, name_variable, UNIT_NONE, names.handle) == 0 ||
+      !qd_can_be_bound(mask.handle, names.handle))
+    return {};
+  // The sizes are those of the entry that is read: the catalogue may have told others a moment ago.
+  const qd_selected_entry& entry = *qd_entry(names.handle.entry);
+  if (entry.type != VAR_CHAR || entry.implicit != 0) return {};
+  if (entry.sample_count < 1) return object_name_set{};
+  const std::int64_t width = entry.bytes_per_sample;
+  std::int64_t bytes = 0;
+  checked_array<unsigned char> block;
+  if (width < 1 || __builtin_mul_overflow(entry.sample_count, width, &bytes) || !block.allocate(bytes))
+    return {};
+  io_record io;
+  io.id = qd_set_io(mask.handle, 1, &names.handle);
+  std::int64_t count = 0;
+  if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, entry.sample_count, &count, block) == 0) return {};
+  object_name_set found;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::string name(reinterpret_cast<const char*>(block.data()) + i * width,
+                           static_cast<std::size_t>(width));
+    found.insert(qu_trimmed(name.c_str()));
+  }
+  return found;
+}
+
+selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
+                                          const char* selection) {
+  if (std::strcmp(selection, no_name) == 0) return selection_state::ignored;
+  const int test = qd_variable_test(true, directory, file, selection);
+  if (test != 1) return test == 0 ? selection_state::usable : selection_state::unknown;
+  qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, directory, file);
+  qu_message("-------  Selection will be ignored.");
+  return selection_state::ignored;
+}
+
+}  // namespace qrd

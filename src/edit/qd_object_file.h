@@ -1,0 +1,68 @@
+// What polygon and wireframe files share: a points file with one sample per object, whose generated
+// variables hold the place, the name and the measure of each.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "disk/object_names.h"
+#include "disk/qd_records.h"
+
+namespace qrd {
+
+inline constexpr char object_name_variable[] = "N+ NAME";
+inline constexpr char object_volume_variable[] = "V+ VOLUME";
+
+// Deletes a variable if the file has it. False on a failure.
+bool qd_object_variable_delete(const char* directory, const char* file, const char* variable);
+
+struct object_coordinate {
+  builtin_variable variable;
+  const qd_format_record* format;
+};
+
+// One value of each object in order; lengths in centimetres.
+struct object_samples {
+  std::vector<double> centers;  // all x, all y, and in 3D all z
+  std::vector<std::string> names;
+  std::vector<double> measures;
+};
+
+// The generated variables of a file of that many dimensions.
+struct object_variables {
+  std::span<const object_coordinate> coordinates;
+  const char* measure;
+  qd_format_record measure_format;
+};
+
+// Makes a points file with a sample for each object, and with the generated variables if there is one.
+// `companion` writes the geometry into the folder; the file appears in the catalogue with all this, or not at
+// all. A missing directory is made. 1 or 0.
+int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
+                       const object_samples& samples,
+                       const std::function<bool(const char* folder)>& companion);
+
+// Makes the coordinate and the name variable in a file that exists, makes or keeps the measure variable, and
+// writes all samples. 1 or 0. REQUIRES: at least one object, and neither coordinates nor names exist.
+int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
+                              const object_samples& samples);
+
+// Names of the objects that a selection leaves, without blanks at their ends. Nothing when they can't
+// be read: all objects count then.
+std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
+                                                        const char* selection, const char* name_variable);
+
+enum class selection_state {
+  usable,
+  ignored,  // "None", or one that is gone, which is told on the console
+  unknown   // can't tell
+};
+// `kind` is the word of the message, such as "Polygon".
+selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
+                                          const char* selection);
+
+}  // namespace qrd

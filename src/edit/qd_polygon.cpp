@@ -1,0 +1,311 @@
+#include "edit/qd_polygon.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_test.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_polygon_format.h"
+#include "disk/qu_polygon_shape.h"
+#include "edit/qd_append.h"
+#include "edit/qd_companion.h"
+#include "edit/qd_manage.h"
+#include "edit/qd_object_file.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selection.h"
+#include "util/qu_file.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr builtin_variable locations[3] = {{"XL+ X Location (READONLY)", KIND_X},
+                                           {"YL+ Y Location (READONLY)", KIND_Y},
+                                           {"ZL+ Z Location (READONLY)", KIND_Z}};
+constexpr char surface_variable[] = "S+ SURFACE";
+constexpr const char* polygon_variable_names[] = {locations[0].name, locations[1].name,
+                                                  locations[2].name, object_name_variable,
+                                                  surface_variable,  object_volume_variable};
+constexpr const char* polygon_old_variable_names[] = {"_X Location", "_Y Location", "_Z Location",
+                                                      "NAME",        "SURFACE",     "VOLUME"};
+
+constexpr char polygon_file_name[] = "POLYGON";
+
+int polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
+  return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : polygon_file_name, path);
+}
+
+// True if every present polygon has one of its number in the new system, so that its sample stays.
+bool covers(const polygon_system& system, const polygon_system& present) {
+  return std::all_of(present.polygons.begin(), present.polygons.end(), [&](const polygon& each) {
+    return qu_polygon_find_index(system, each.index) != nullptr;
+  });
+}
+
+// What a points file that is there needs to get the samples of a system.
+enum class points_file {
+  fits,
+  made_anew,  // its samples don't fit: it goes
+  failed
+};
+
+points_file prepare_points_file(const char* directory, const char* file, const polygon_system& system) {
+  qd_file_info info;
+  if (qd_info_file(directory, file, info, nullptr) == 0) return points_file::failed;
+  if (info.organisation == ORG_POINTS && info.dimension == system.dimension) {
+    int status = 0;
+    const auto present = qd_polygon_read(directory, file, no_name, false, status);
+    if (present != nullptr && covers(system, *present)) {
+      const std::int64_t surplus = system.polygons.count() - present->polygons.count();
+      return surplus <= 0 || qd_append_sample(directory, file, surplus) != 0 ? points_file::fits
+                                                                             : points_file::failed;
+    }
+  }
+  return qd_delete_file(directory, file) != 0 ? points_file::made_anew : points_file::failed;
+}
+
+bool write_file(const char* path, polygon_system& system) {
+  const polygon_box box = qu_polygon_box(system);
+  polygon_header header;
+  header.dimension_word = system.dimension;
+  header.polygon_count = system.polygons.count();
+  header.contour_count = system.contours.count();
+  header.vertex_count = qu_vertex_count(system);
+  header.x_min = box.x_min, header.x_max = box.x_max;
+  header.y_min = box.y_min, header.y_max = box.y_max;
+  header.z_min = box.z_min, header.z_max = box.z_max;
+  return qd_object_file_replace(path, [&](XDR* xdr) {
+    return qd_polygon_header_move(xdr, header) && qd_polygon_body_write(xdr, system);
+  });
+}
+
+// Always false.
+bool report_unwritten(const char* directory, const char* file) {
+  qu_message("WARNING: Error when writing in the Polygon File %s/%s.", directory, file);
+  return false;
+}
+
+// A measure variable that fits already keeps its place.
+bool keeps_measure(const char* directory, const char* file, const char* name,
+                   const qd_format_record& format) {
+  qd_var_info info;
+  return qd_variable_test(false, directory, file, name) == 0 &&
+         qd_info_var_name(directory, file, name, info) != 0 && info.kind == KIND_PLAIN &&
+         info.type == VAR_FLOAT && std::strcmp(info.format.unit, format.unit) == 0 &&
+         info.format.factor == format.factor;
+}
+
+// Places, names and measures of the polygons.
+object_samples samples_of(const polygon_system& system) {
+  const bool is_3d = system.dimension == 3;
+  const double unit = std::pow(distance_format.factor, static_cast<double>(system.dimension));
+  object_samples samples;
+  for (const polygon& each : system.polygons) samples.centers.push_back(each.center_x);
+  for (const polygon& each : system.polygons) samples.centers.push_back(each.center_y);
+  for (const polygon& each : system.polygons) {
+    if (is_3d) samples.centers.push_back(each.center_z);
+    samples.names.emplace_back(each.name);
+    samples.measures.push_back(qu_polygon_measure(each) / unit);
+  }
+  return samples;
+}
+
+// The variables that hold them, while the system lives.
+struct generated_variables {
+  explicit generated_variables(const polygon_system& system)
+      : coordinates{{locations[0], &system.unit_x},
+                    {locations[1], &system.unit_y},
+                    {locations[2], &system.unit_z}},
+        all{std::span(coordinates).first(static_cast<std::size_t>(system.dimension)),
+            system.dimension == 3 ? object_volume_variable : surface_variable, float_default} {
+    qu_string_copy((distance_format.unit + std::to_string(system.dimension)).c_str(),
+                   all.measure_format.unit);
+  }
+  generated_variables(const generated_variables&) = delete;
+  generated_variables& operator=(const generated_variables&) = delete;
+
+  object_coordinate coordinates[3];
+  object_variables all;
+};
+
+// They go into a points file that was there.
+int write_variables(const char* directory, const char* file, const polygon_system& system) {
+  const generated_variables generated(system);
+  const object_variables& variables = generated.all;
+  for (const char* name : polygon_old_variable_names)
+    if (!qd_object_variable_delete(directory, file, name)) return 0;
+  const bool kept = keeps_measure(directory, file, variables.measure, variables.measure_format);
+  for (const char* name : polygon_variable_names)
+    if (!(kept && std::strcmp(name, variables.measure) == 0) &&
+        !qd_object_variable_delete(directory, file, name))
+      return 0;
+  return qd_object_variables_write(directory, file, variables, samples_of(system));
+}
+
+bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* file, const char* selection,
+               polygon_system& system) {
+  polygon_header header;
+  if (!qd_polygon_header_move(xdr, header)) return false;
+  system.dimension = header.dimension();
+  if (header.version <= last_compound_version) return qd_polygon_compounds_read(xdr, header, bytes, system);
+  std::optional<object_name_set> kept;
+  if (selection != nullptr) kept = qd_selected_object_names(directory, file, selection, object_name_variable);
+  return qd_polygon_body_read(xdr, header, bytes, kept, system);
+}
+
+// What a selection leaves: counts and box over the polygons read with it. 0, 1 damaged, 2 can't tell.
+int narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
+                polygon_info& info) {
+  info.polygon_count = qd_free_samples_count(directory, file, selection);
+  if (info.polygon_count < 0) return 1;
+  int status = 0;
+  const auto system = qd_polygon_read(directory, file, selection, temporary, status);
+  if (status == 1)
+    qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", directory, file);
+  if (system == nullptr) return status == 1 ? 1 : 2;
+  info.contour_count = system->contours.count();
+  info.vertex_count = 0;
+  // The bounds start exchanged, so that any vertex moves them.
+  std::swap(info.x_min, info.x_max);
+  std::swap(info.y_min, info.y_max);
+  std::swap(info.z_min, info.z_max);
+  for (const contour& each : system->contours) {
+    info.vertex_count += static_cast<std::int64_t>(each.vertices.size());
+    for (const vertex& corner : each.vertices) {
+      info.x_min = std::min(info.x_min, corner.x);
+      info.x_max = std::max(info.x_max, corner.x);
+      info.y_min = std::min(info.y_min, corner.y);
+      info.y_max = std::max(info.y_max, corner.y);
+    }
+    info.z_min = std::min(info.z_min, each.z_min);
+    info.z_max = std::max(info.z_max, each.z_max);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
+                    polygon_info& info) {
+  const int test = qd_points_test(directory, file, nullptr);
+  if (test == 4 || test == 5) return 1;
+  path_text path;
+  qd_file_info file_info;
+  if (test != 0 || polygon_path(directory, file, temporary, path) == 0) return 2;
+  polygon_header header;
+  bool read = false;
+  {
+    companion_reader companion(path, file);
+    if (companion.opened() != companion_reader::state::open)
+      return companion.opened() == companion_reader::state::absent ? 3 : 2;
+    if (qd_info_file(directory, file, file_info, nullptr) == 0) return 2;
+    xdr_stream xdr(companion.stream(), XDR_DECODE);
+    if (!xdr) return 2;
+    read = qd_polygon_header_move(xdr.get(), header);
+    if (!companion.is_whole()) return 2;
+  }
+  info.dimension_word = header.dimension_word;
+  info.polygon_count = header.polygon_count;
+  info.contour_count = header.contour_count;
+  info.vertex_count = header.vertex_count;
+  info.x_min = header.x_min, info.x_max = header.x_max;
+  info.y_min = header.y_min, info.y_max = header.y_max;
+  info.z_min = header.z_min, info.z_max = header.z_max;
+  // The first versions counted compounds; the samples count the polygons.
+  if (header.version == 1 || header.version == 2)
+    info.polygon_count = temporary ? header.compound_count : file_info.sample_count;
+  const selection_state selected = read && selection != nullptr
+                                       ? qd_object_selection_state("Polygon", directory, file, selection)
+                                       : selection_state::ignored;
+  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::usable) {
+    const int narrowed = qd_free_entries() < 2 ? 2 : narrow_info(directory, file, selection, temporary, info);
+    if (narrowed != 1) return narrowed;
+    read = false;
+  }
+  if (read) return 0;
+  qu_message("Polygon file corrupted: %s\n", path);
+  return 1;
+}
+
+std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const char* file,
+                                                const char* selection, bool temporary, int& status) {
+  status = 2;
+  path_text path;
+  if (qd_points_test(directory, file, nullptr) != 0) return nullptr;
+  const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
+  if (selected == selection_state::unknown || polygon_path(directory, file, temporary, path) == 0)
+    return nullptr;
+  companion_reader companion(path, file);
+  if (companion.opened() != companion_reader::state::open) {
+    if (companion.opened() == companion_reader::state::absent) status = 3;
+    return nullptr;
+  }
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return nullptr;
+  auto system = qu_polygon_system_new();
+  if (!read_body(xdr.get(), companion.bytes(), directory, file,
+                 selected == selection_state::usable && !temporary ? selection : nullptr, *system)) {
+    if (!companion.is_whole()) return nullptr;
+    companion.set_aside();
+    status = 1;
+    return nullptr;
+  }
+  qd_coordinates_formats(1, directory, file, &system->unit_x, &system->unit_y, &system->unit_z);
+  status = 0;
+  return system;
+}
+
+int qd_polygon_new(const char* directory, const char* file, polygon_system& system) {
+  const generated_variables generated(system);
+  const bool made =
+      qd_object_file_new(directory, file, generated.all, samples_of(system), [&](const char* folder) {
+        path_text path;
+        qu_path_join(path, {folder, path_separator, polygon_file_name});
+        return write_file(path, system) || report_unwritten(directory, file);
+      });
+  return made ? 0 : 2;
+}
+
+int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system) {
+  const int test = qd_points_test(directory, file, nullptr);
+  if (test == 1) return 2;
+  if (temporary) {
+    if (test != 0) return 3;
+  } else {
+    const int missing = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
+    if (missing == 2) return 2;
+    const points_file state =
+        missing == 1 ? points_file::made_anew : prepare_points_file(directory, file, system);
+    if (state != points_file::fits)
+      return state == points_file::failed ? 2 : qd_polygon_new(directory, file, system);
+  }
+  path_text path;
+  if (polygon_path(directory, file, temporary, path) == 0) return 2;
+  if (!write_file(path, system)) {
+    report_unwritten(directory, file);
+    return 2;
+  }
+  // The geometry stands, whatever comes of its samples.
+  if (!temporary && system.polygons.count() > 0) write_variables(directory, file, system);
+  return 0;
+}
+
+void qd_polygon_delete(const char* directory, const char* file, bool temporary) {
+  path_text path;
+  if (qd_points_test(directory, file, nullptr) != 0 || polygon_path(directory, file, temporary, path) == 0 ||
+      !qu_file_readable(path))
+    return;
+  if (temporary)
+    std::remove(path);
+  else
+    qd_delete_file(directory, file);
+}
+
+}  // namespace qrd

@@ -1,0 +1,240 @@
+#include "edit/qd_wireframe.h"
+
+#include <algorithm>
+#include <string>
+
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_test.h"
+#include "disk/qd_descriptor.h"
+#include "edit/qd_companion.h"
+#include "edit/qd_object_file.h"
+#include "samples/qd_selection.h"
+#include "util/qu_message.h"
+#include "util/qu_string.h"
+#include "util/qu_xdr_block.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr char wireframe_file_name[] = "WIREFRAME";
+constexpr std::int64_t wireframe_version = 3;
+constexpr std::uint32_t object_name_limit = 50;
+constexpr std::int64_t bytes_per_vertex = 24;
+constexpr std::int64_t bytes_per_triangle = 12;
+
+// Those of the samples' places.
+constexpr builtin_variable centers[3] = {{"X+ Gravity Center (READONLY)", KIND_X},
+                                         {"Y+ Gravity Center (READONLY)", KIND_Y},
+                                         {"Z+ Gravity Center (READONLY)", KIND_Z}};
+
+struct file_header {
+  std::int64_t version = wireframe_version;
+  std::int64_t objects = 0, vertices = 0, triangles = 0;
+  double box[6] = {};
+};
+
+bool move_header(XDR* xdr, file_header& header) {
+  return qu_xdr_int(xdr, &header.version) && qu_xdr_int(xdr, &header.objects) &&
+         qu_xdr_int(xdr, &header.vertices) && qu_xdr_int(xdr, &header.triangles) &&
+         std::min({header.objects, header.vertices, header.triangles}) >= 0 &&
+         qu_xdr_doubles(xdr, header.box, 6);
+}
+
+// A count and so many items of `width` numbers. What a file promises is bounded by what it holds.
+template <typename Number>
+bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left, std::int64_t item_bytes,
+                int (*move)(XDR*, Number*, std::int64_t)) {
+  auto count = static_cast<std::int64_t>(numbers.size() / 3);
+  if (!qu_xdr_int(xdr, &count)) return false;
+  if (xdr->x_op == XDR_DECODE) {
+    if (count < 0 || count > bytes_left / item_bytes) return false;
+    numbers.resize(static_cast<std::size_t>(3 * count));
+  }
+  return move(xdr, numbers.data(), 3 * count) != 0;
+}
+
+bool move_piece(XDR* xdr, std::int64_t version, std::int64_t bytes_left, wireframe_piece& piece) {
+  if (version >= 3 && !qu_xdr_int(xdr, &piece.piece_type)) return false;
+  return move_items(xdr, piece.vertices, bytes_left, bytes_per_vertex, qu_xdr_doubles) &&
+         move_items(xdr, piece.triangles, bytes_left, bytes_per_triangle, qu_xdr_ints) &&
+         qu_xdr_int(xdr, &piece.closed);
+}
+
+bool write_object(XDR* xdr, wireframe_object& object) {
+  auto pieces = static_cast<std::int64_t>(object.pieces.size());
+  return qu_xdr_text(xdr, object.name, object_name_limit) && qu_xdr_int(xdr, &object.red) &&
+         qu_xdr_int(xdr, &object.green) && qu_xdr_int(xdr, &object.blue) && qu_xdr_int(xdr, &pieces) &&
+         std::all_of(object.pieces.begin(), object.pieces.end(),
+                     [xdr](wireframe_piece& piece) { return move_piece(xdr, wireframe_version, 0, piece); });
+}
+
+bool write_root(XDR* xdr, wireframe& root) {
+  file_header header;
+  header.objects = static_cast<std::int64_t>(root.objects.size());
+  header.vertices = qu_polyhedron_vertex_count(root);
+  header.triangles = qu_polyhedron_triangle_count(root);
+  qu_polyhedron_box(root, header.box);
+  return move_header(xdr, header) &&
+         std::all_of(root.objects.begin(), root.objects.end(),
+                     [xdr](wireframe_object& object) { return write_object(xdr, object); });
+}
+
+// One object; it joins the root if its name is among the kept ones.
+bool read_object(XDR* xdr, std::int64_t version, std::int64_t bytes_left,
+                 const std::optional<object_name_set>& kept, wireframe& root) {
+  name_text name;
+  std::int64_t red = 0, green = 0, blue = 0, pieces = 0;
+  if (!qu_xdr_text(xdr, name, object_name_limit) || !qu_xdr_int(xdr, &red) || !qu_xdr_int(xdr, &green) ||
+      !qu_xdr_int(xdr, &blue) || !qu_xdr_int(xdr, &pieces) || pieces < 0)
+    return false;
+  wireframe_object& object = qu_polyhedron_new(root, name);
+  object.red = red;
+  object.green = green;
+  object.blue = blue;
+  object.pieces.clear();
+  for (std::int64_t i = 0; i < pieces; ++i) {
+    wireframe_piece& piece = object.pieces.emplace_back();
+    if (!move_piece(xdr, version, bytes_left, piece) || !qu_piece_valid(piece)) return false;
+    qu_piece_extend(piece);
+  }
+  if (kept && !kept->contains(object.name)) root.objects.pop_back();
+  return true;
+}
+
+bool read_objects(XDR* xdr, std::int64_t bytes, const std::optional<object_name_set>& kept, wireframe& root) {
+  file_header header;
+  if (!move_header(xdr, header)) return false;
+  for (std::int64_t i = 0; i < header.objects; ++i)
+    if (!read_object(xdr, header.version, bytes, kept, root)) return false;
+  return true;
+}
+
+// Places, names and volumes of the objects.
+object_samples samples_of(wireframe& root) {
+  const std::size_t count = root.objects.size();
+  const double unit = distance_format.factor;
+  object_samples samples;
+  samples.centers.resize(3 * count);
+  for (std::size_t i = 0; i < count; ++i) {
+    wireframe_object& object = root.objects[i];
+    qu_polyhedron_center(object, samples.centers[i], samples.centers[count + i],
+                         samples.centers[2 * count + i]);
+    samples.names.emplace_back(object.name);
+    samples.measures.push_back(qu_polyhedron_volume(object) / (unit * unit * unit));
+  }
+  return samples;
+}
+
+// The short test of the catalogue, and the path: 0, or the failure 1 (missing) or 2 (can't tell).
+int find_file(const char* directory, const char* file, path_text& path) {
+  switch (qd_points_test(directory, file, nullptr)) {
+    case 0:
+      return qd_companion_path(directory, file, wireframe_file_name, path) != 0 ? 0 : 2;
+    case 1:
+      return 2;
+    default:
+      return 1;
+  }
+}
+
+void load_units(const char* directory, const char* file, wireframe& root) {
+  qd_coordinates_formats(1, directory, file, &root.unit_x, &root.unit_y, &root.unit_z);
+  root.unit_volume = float_default;
+  qu_string_copy("km3", root.unit_volume.unit);
+  qd_var_info info;
+  if (qd_variable_test(false, directory, file, object_volume_variable) == 0 &&
+      qd_info_var_name(directory, file, object_volume_variable, info) != 0 && info.type == VAR_FLOAT)
+    root.unit_volume = info.format;
+}
+
+}  // namespace
+
+int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
+  if (root.objects.empty()) {
+    qu_message("Cannot create Wireframe file with 0 polyhedron");
+    return 2;
+  }
+  const object_coordinate coordinates[] = {
+      {centers[0], &distance_format}, {centers[1], &distance_format}, {centers[2], &distance_format}};
+  object_variables variables{coordinates, object_volume_variable, float_default};
+  variables.measure_format.format = FORMAT_EXPONENT;
+  qu_string_copy((std::string(distance_format.unit) + "3").c_str(), variables.measure_format.unit);
+  const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
+    path_text path;
+    qu_path_join(path, {folder, path_separator, wireframe_file_name});
+    if (qd_object_file_replace(path, [&root](XDR* xdr) { return write_root(xdr, root); })) return true;
+    qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
+    return false;
+  });
+  return made ? 0 : 2;
+}
+
+std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
+                                             int& status) {
+  status = 2;
+  path_text path;
+  if (find_file(directory, file, path) != 0) return nullptr;
+  std::optional<object_name_set> kept;
+  const selection_state selected = qd_object_selection_state("Wireframe", directory, file, selection);
+  if (selected == selection_state::unknown) return nullptr;
+  companion_reader companion(path, file);
+  if (companion.opened() != companion_reader::state::open) {
+    if (companion.opened() == companion_reader::state::absent) status = 3;
+    return nullptr;
+  }
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return nullptr;
+  if (selected == selection_state::usable)
+    kept = qd_selected_object_names(directory, file, selection, object_name_variable);
+  auto root = qu_wireframe_new();
+  if (!read_objects(xdr.get(), companion.bytes(), kept, *root)) {
+    if (!companion.is_whole()) return nullptr;
+    companion.set_aside();
+    status = 1;
+    return nullptr;
+  }
+  load_units(directory, file, *root);
+  status = 0;
+  return root;
+}
+
+int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info) {
+  path_text path;
+  if (int found = find_file(directory, file, path); found != 0) return found;
+  companion_reader companion(path, file);
+  if (companion.opened() != companion_reader::state::open)
+    return companion.opened() == companion_reader::state::absent ? 3 : 2;
+  xdr_stream xdr(companion.stream(), XDR_DECODE);
+  if (!xdr) return 2;
+  file_header header;
+  bool read = move_header(xdr.get(), header);
+  if (!companion.is_whole()) return 2;
+  info.object_count = header.objects;
+  const selection_state selected =
+      read ? qd_object_selection_state("Wireframe", directory, file, selection) : selection_state::ignored;
+  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::usable) {
+    if (qd_free_entries() < 2) return 2;
+    info.object_count = qd_free_samples_count(directory, file, selection);
+    read = info.object_count >= 0;
+  }
+  if (!read) {
+    qu_message("Wireframe file corrupted: %s\n", path);
+    return 1;
+  }
+  info.vertex_count = header.vertices;
+  info.triangle_count = header.triangles;
+  const double(&box)[6] = header.box;
+  if (header.version == 1) {
+    // The first version had its box in another order.
+    info.x_min = box[0], info.y_max = box[1], info.x_max = box[2];
+    info.z_min = box[3], info.y_min = box[4], info.z_max = box[5];
+  } else {
+    info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
+    info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
+  }
+  return 0;
+}
+
+}  // namespace qrd

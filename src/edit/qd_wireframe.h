@@ -1,0 +1,38 @@
+// Wireframe files: the companion "WIREFRAME" of a 3D points file with one sample per object. XDR:
+//
+//   xint x 4      version (3 is written), objects, vertices, triangles
+//   xdouble x 6   x, y, z: minimum and maximum each
+//   objects:
+//     xstring(50)  name
+//     xint x 4     red, green, blue, number of pieces
+//     pieces:
+//       xint         piece type, from version 3
+//       xint         vertex count, then xdouble x, y, z of each
+//       xint         triangle count, then three xint vertex indices of each
+//       xint         closed
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "disk/qu_wireframe.h"
+
+namespace qrd {
+
+struct wireframe_info {
+  std::int64_t object_count = 0;
+  std::int64_t vertex_count = 0;
+  std::int64_t triangle_count = 0;
+  double x_min = 0, x_max = 0, y_min = 0, y_max = 0, z_min = 0, z_max = 0;
+};
+
+// Makes a file with its wireframes; no other may have its name. 0 made; 2 failed, nothing is left.
+int qd_wireframe_write(const char* directory, const char* file, wireframe& root);
+// The root or null. Status 0 read; 1 damaged, and moved aside; 2 can't tell, or no such file; 3 no
+// wireframes.
+std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
+                                             int& status);
+// 0 read; 1 directory or file missing, or corrupted; 2 can't tell; 3 no wireframes.
+int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info);
+
+}  // namespace qrd

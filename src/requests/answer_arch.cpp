@@ -1,0 +1,14 @@
+// CARCH: from here on `long` takes 8 bytes if both sides are 64-bit.
+#include "requests/handlers.h"
+#include "wire/answering.h"
+#include "wire/debug.h"
+
+namespace qrd {
+
+request_status st_answer_arch(const char* /*request*/) {
+  server_debug(0, "Sending Architecture");
+  if (!read_arguments(client_is_64bits)) return not_served;
+  return answer(wire_int{server_is_64bits});
+}
+
+}  // namespace qrd

@@ -1,0 +1,15 @@
+// CBYE BYE: ends the conversation.
+#include "requests/handlers.h"
+#include "wire/answering.h"
+#include "wire/network.h"
+
+namespace qrd {
+
+request_status server_answer_byebye(const char* /*request*/) {
+  if (answer() != served) return not_served;
+  if (multi_session == 0) return server_ends;
+  _qrd_close_socket(&client_socket);
+  return client_is_done;
+}
+
+}  // namespace qrd

@@ -1,0 +1,58 @@
+// The directories of the current study: list, existence, choice.
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_init.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_test.h"
+#include "catalogue/qu_study.h"
+#include "disk/qu_study_descriptor.h"
+#include "disk/qu_version.h"
+#include "disk/store_state.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
+#include "samples/qd_tables.h"
+#include "util/qu_critical.h"
+#include "wire/answering.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
+#include "wire/trace.h"
+
+namespace qrd {
+
+// CDIRLST: lists the directories.
+request_status server_answer_dir_list(const char* /*request*/) {
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  string_list names;
+  switch (qd_list_directories(names)) {
+    case 0:
+      return refuse("Study Directory not found or not a study: \"%s\"", study_path);
+    case list_unreadable:
+      return refuse("Cannot open file");
+    default:
+      return answer(wire_names{names});
+  }
+}
+
+// CDIRXIST: tells whether a directory exists.
+request_status server_answer_dir_exists(const char* /*request*/) {
+  name_text name;
+  if (!read_arguments(name)) return not_served;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  return answer(wire_int{qd_directory_test(name) == 0});
+}
+
+// CDIRSET: makes a directory the current one.
+request_status server_answer_dir_set(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return not_served;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  if (qd_directory_test(name.c_str()) != 0) {
+    return refuse("Not a valid Velmar directory: %s: %s", current_context.study, name.c_str());
+  }
+  set_current_directory(name.c_str());
+  server_debug(1, "Setting Directory: \"%s\".", current_context.directory);
+  return answer();
+}
+
+}  // namespace qrd

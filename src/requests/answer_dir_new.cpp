@@ -1,0 +1,32 @@
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_name.h"
+#include "catalogue/qd_test.h"
+#include "edit/qd_manage.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
+#include "wire/answering.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
+#include "wire/trace.h"
+
+namespace qrd {
+
+// CDIRNEW: makes a directory in the current study. It does not become the current one.
+request_status server_answer_dir_new(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return not_served;
+  if (!is_set(current_context.study)) return refuse("Study is not set");
+  int test = qd_directory_test(name.c_str());
+  if (test == 2) return refuse("Cannot open file");
+  if (test == 0) return refuse("Directory %s: %s already exists", current_context.study, name.c_str());
+
+  server_debug(1, "Creating Directory: \"%s\".", name.c_str());
+  if (qd_create_directory(name.c_str()) == 0)
+    return refuse("Cannot create directory %s: %s", current_context.study, name.c_str());
+  return answer();
+}
+
+}  // namespace qrd

@@ -1,0 +1,195 @@
+// CFILEINFO: all that a client wants to know of the current file.
+#include "catalogue/qd_comment.h"
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_path.h"
+#include "catalogue/qd_test.h"
+#include "disk/qd_descriptor.h"
+#include "disk/qd_directory_descriptor.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_grid.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_variable_descriptor.h"
+#include "edit/qd_fault.h"
+#include "edit/qd_polygon.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
+#include "wire/answering.h"
+#include "wire/connection.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
+#include "wire/trace.h"
+
+namespace qrd {
+
+namespace {
+
+// What a client calls an organisation.
+enum wire_organisation : std::int32_t { WIRE_POINTS = 0, WIRE_GRAVITY = 1, WIRE_CORES = 2, WIRE_GRID = 3 };
+
+// For clients that know lines of one kind only.
+enum old_organisation : std::int32_t { OLD_POINTS = 0, OLD_LINES = 1, OLD_GRID = 2 };
+
+// -1 for an unknown organisation.
+std::int32_t wire_organisation_of(std::int64_t organisation) {
+  switch (organisation) {
+    case ORG_POINTS:
+      return WIRE_POINTS;
+    case ORG_LINES_GRAVITY:
+      return WIRE_GRAVITY;
+    case ORG_LINES_CORES:
+      return WIRE_CORES;
+    case ORG_GRID:
+      return WIRE_GRID;
+    default:
+      return -1;
+  }
+}
+
+std::int32_t for_this_client(std::int32_t organisation) {
+  if (client_is(cores_client)) return organisation;
+  if (organisation == WIRE_POINTS) return OLD_POINTS;
+  return organisation == WIRE_GRID ? OLD_GRID : OLD_LINES;
+}
+
+// Centimetres per unit of each axis. False if the file has no coordinates.
+struct axis_factors {
+  double x, y, z;
+
+  bool find() {
+    const server_context& context = current_context;
+    x = y = z = distance_format.factor;
+    if (context.unit_mode == 0) return true;
+    qd_format_record formats[3];
+    if (qd_coordinates_formats(1, context.directory, context.file, &formats[0], &formats[1], &formats[2]) !=
+        0) {
+      return false;
+    }
+    x = factor_of(formats[0]);
+    y = factor_of(formats[1]);
+    z = factor_of(formats[2]);
+    return true;
+  }
+
+ private:
+  // In a study without units a stored factor doesn't count.
+  static double factor_of(const qd_format_record& format) {
+    return format.length_flag != 0 ? format.factor : 1.0;
+  }
+};
+
+bool write_ints(std::initializer_list<std::int64_t> values) {
+  for (std::int64_t value : values) {
+    if (!write_value(wire_int{static_cast<std::int32_t>(value)})) return false;
+  }
+  return true;
+}
+
+bool write_doubles(std::initializer_list<double> values) {
+  for (double value : values) {
+    if (!write_value(wire_double{value})) return false;
+  }
+  return true;
+}
+
+bool write_name(const char* name) {
+  return write_value(wire_string{name, name_size});
+}
+
+bool write_grid(const qd_grid_record& grid, const axis_factors& factors) {
+  return write_doubles({grid.x0 / factors.x, grid.y0 / factors.y, grid.z0 / factors.z, grid.dx / factors.x,
+                        grid.dy / factors.y, grid.dz / factors.z}) &&
+         write_ints({grid.nx, grid.ny, grid.nz}) && write_value(wire_bool{grid.rotated != 0}) &&
+         write_doubles({grid.angle1, grid.angle2, grid.angle3});
+}
+
+// The names of the variables with a role in the file, as far as the client is told of them.
+class role_names {
+ public:
+  // The client tells by the organisation which names follow: it must be the one that is sent.
+  role_names(std::int64_t organisation, const char* link_name)
+      : has_cores_(client_is(cores_client) && organisation == ORG_LINES_CORES),
+        knows_line_name_(client_is(line_name_client)),
+        has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
+
+  // 0, or what qd_special_var_names tells of a name that the answer needs.
+  int find() {
+    otherwise_ = qd_special_var_names(current_context.directory, current_context.file, names_);
+    return otherwise_ >= 2 && !has_all() ? otherwise_ : 0;
+  }
+
+  bool write() const {
+    for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
+      if (!write_name(name(kind))) return false;
+    }
+    for (int kind = KIND_X_BEGIN; has_cores_ && kind <= KIND_Z_END; ++kind) {
+      if (!write_name(name(kind))) return false;
+    }
+    return !knows_line_name_ || write_name(has_line_name_ ? name(KIND_LINE_NAME) : no_name);
+  }
+
+ private:
+  bool has_all() const {
+    for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
+      if (names_[kind][0] == '\0') return false;
+    }
+    for (int kind = KIND_X_BEGIN; has_cores_ && kind <= KIND_Z_END; ++kind) {
+      if (names_[kind][0] == '\0') return false;
+    }
+    return !knows_line_name_ || !has_line_name_ || names_[KIND_LINE_NAME][0] != '\0';
+  }
+  const char* name(int kind) const { return names_[kind][0] == '\0' ? no_name : names_[kind]; }
+
+  bool has_cores_;
+  bool knows_line_name_;
+  bool has_line_name_;
+  int otherwise_ = 1;
+  name_text names_[kind_count];
+};
+
+}  // namespace
+
+request_status server_answer_file_info(const char* /*request*/) {
+  const server_context& context = current_context;
+  if (!is_set(context.file)) return refuse("File is not set");
+  qd_file_info info;
+  qd_grid_record grid;
+  if (!qd_info_file(context.directory, context.file, info, &grid)) return refuse("Cannot get file info");
+  polygon_info polygons;
+  const bool has_polygons = qd_polygon_info(context.directory, context.file, nullptr, false, polygons) == 0;
+  path_text path;
+  if (!qd_file_path(context.directory, context.file, path)) return refuse("Cannot get physical file path");
+  qd_file_record file;
+  if (!qd_file_descriptor_read(path, file)) return refuse("Cannot get file descriptor");
+  axis_factors factors;
+  if (!factors.find()) return refuse("Cannot get coords formats");
+  const std::int32_t organisation = wire_organisation_of(info.organisation);
+  if (organisation < 0) {
+    return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
+  }
+  fault_info faults;
+  const bool has_faults = qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == 0;
+  if (!has_faults) faults = fault_info();
+  role_names names(info.organisation, file.link_name);
+  const int missing = names.find();
+  if (missing == nothing_told && qd_two_files_available()) return refuse("Cannot get file info");
+  if (missing != 0) {
+    // Clients get no answer when too many files are open.
+    server_debug(1, "Too much files opened to determine variable type.");
+    return not_served;
+  }
+
+  return answer_with([&] {
+    return write_value(wire_int{for_this_client(organisation)}) && write_name(file.link_name) &&
+           write_value(wire_bool{has_faults}) && write_value(wire_bool{has_polygons}) &&
+           write_ints({info.dimension}) && write_value(wire_long{info.sample_count}) &&
+           write_ints({info.line_count}) && write_grid(grid, factors) && names.write() &&
+           write_ints({faults.is_2d}) && write_value(wire_bool{faults.has_attributes != 0}) &&
+           write_ints({faults.fault_count, faults.segment_count, faults.priority_min, faults.priority_max,
+                       faults.priority_limit});
+  });
+}
+
+}  // namespace qrd

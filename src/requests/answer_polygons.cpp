@@ -1,0 +1,76 @@
+// CPOLYGONS.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_test.h"
+#include "edit/qd_polygon.h"
+#include "requests/answer_units.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
+#include "wire/answering.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::uint32_t wire_name_size = 16;
+
+// A longer name has no place on the wire.
+bool can_be_sent(const contour& each) {
+  return std::strlen(each.name) < wire_name_size && std::strlen(each.owner->name) < wire_name_size;
+}
+
+// The vertices are divided in place: the system goes with the request.
+bool write_contour(contour& written, const unit_divisors& unit) {
+  for (vertex& corner : written.vertices) {
+    corner.x /= unit.x;
+    corner.y /= unit.y;
+  }
+  const auto count = static_cast<std::int64_t>(written.vertices.size());
+  return write_value(wire_string{written.name, wire_name_size}) &&
+         write_value(wire_string{written.owner->name, wire_name_size}) &&
+         write_value(wire_double{written.z_min / unit.z}) &&
+         write_value(wire_double{written.z_max / unit.z}) && write_value(wire_int{narrow_int(count)}) &&
+         (count == 0 || write_value(wire_doubles{&written.vertices.front().x, 2 * count}));
+}
+
+}  // namespace
+
+request_status server_answer_polygons(const char* /*request*/) {
+  const char* directory = current_context.directory;
+  const char* file = current_context.file;
+  if (!is_set(file)) return refuse("File is not set");
+  qd_file_info file_info;
+  if (qd_info_file(directory, file, file_info, nullptr) == 0) return refuse("Cannot get file info");
+  polygon_info info;
+  std::unique_ptr<polygon_system> system;
+  int status = 0;
+  try {
+    const int state = qd_polygon_info(directory, file, current_context.selection, false, info);
+    if (state == 2) return refuse("Cannot get polygon information.");
+    if (state == 1) return refuse("%s is not a polygon file.", file);
+    system = qd_polygon_read(directory, file, current_context.selection, false, status);
+  } catch (const std::bad_alloc&) {
+    return refuse("No enough memory to read polygons.");
+  }
+  if (status != 0) return refuse("Cannot read polygons.");
+  // Found before the answer begins: what has been sent of it can't be taken back.
+  if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return not_served;
+
+  const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
+  const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,
+                        info.x_max / unit.x, info.y_max / unit.y, info.z_max / unit.z};
+  return answer_with([&] {
+    return write_value(wire_bool{system->dimension == 2}) && write_value(wire_doubles{box, 6}) &&
+           write_value(wire_long{system->contours.count()}) &&
+           std::all_of(system->contours.begin(), system->contours.end(),
+                       [&unit](contour& each) { return write_contour(each, unit); });
+  });
+}
+
+}  // namespace qrd

@@ -1,0 +1,28 @@
+#include "requests/answer_resources.h"
+
+#include "disk/store_state.h"
+#include "requests/context.h"
+#include "util/qu_file.h"
+#include "wire/answering.h"
+
+namespace qrd {
+
+bool resources_available(resources needed) {
+  if (!is_set(current_context.qrd_init)) {
+    return refuse("QRD_INIT is not set");
+  }
+  const bool needs_palettes = needed != resources::scales;
+  const bool needs_scales = needed != resources::palettes;
+  // Another client may have deleted the study; without its folders the operations end the process.
+  if ((needs_palettes && qu_file_isdirectory(u_color_path) == 0) ||
+      (needs_scales && qu_file_isdirectory(cscale_path) == 0)) {
+    return refuse("Study is not set");
+  }
+  // The palettes of the system lie in the root.
+  if (needs_palettes && qu_file_isdirectory(root_path) == 0) {
+    return refuse("QRD_INIT=%s: %s", root_path, "Cannot access directory");
+  }
+  return true;
+}
+
+}  // namespace qrd

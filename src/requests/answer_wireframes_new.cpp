@@ -1,0 +1,131 @@
+// CWIRENEW.
+#include <algorithm>
+#include <cinttypes>
+#include <new>
+
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lists.h"
+#include "catalogue/qd_test.h"
+#include "edit/qd_wireframe.h"
+#include "requests/context.h"
+#include "requests/handlers.h"
+#include "samples/qd_check.h"
+#include "samples/qd_selected.h"
+#include "util/qu_string.h"
+#include "wire/answering.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr char read_failure[] = "Error while reading from network";
+constexpr char triangles_failure[] = "Error while reading triangles from network";
+// Arrays are filled by so many vertices or triangles while they arrive. Room that isn't touched yet costs
+// nothing, and is taken at once up to a bound, whatever count was announced.
+constexpr std::int64_t array_step = 1 << 10;
+constexpr std::int64_t most_room = 1 << 23;
+
+// How a piece arrived; the texts are those that the client gets.
+struct arrival {
+  bool silent = false;            // the stream broke where nothing is answered
+  const char* refusal = nullptr;  // null: complete
+};
+
+// Reads `count` times three numbers; `finish(first)` sees those that have come, from number `first` on, while
+// they are in the processor's cache.
+template <typename Number, typename Read, typename Finish>
+const char* read_triples(number_block<Number>& numbers, std::int64_t count, Read read, const char* read_text,
+                         const char* memory_text, Finish finish) {
+  if (count < 0) return memory_text;
+  try {
+    numbers.reserve(static_cast<std::size_t>(3 * std::min(count, most_room)));
+    array_in_parts whole(3 * count);
+    for (std::int64_t held = 0; held < count; held += array_step) {
+      const std::int64_t step = std::min(array_step, count - held);
+      numbers.resize(static_cast<std::size_t>(3 * (held + step)));
+      if (!read(client_socket, numbers.data() + 3 * held, 3 * step)) return read_text;
+      finish(held);
+    }
+  } catch (const std::bad_alloc&) {
+    return memory_text;
+  }
+  return nullptr;
+}
+
+// To centimetres, and into the extents.
+void take_vertices(wireframe_piece& piece, std::int64_t first) {
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
+    piece.vertices[i] *= axis_format_x.factor;
+    piece.vertices[i + 1] *= axis_format_y.factor;
+    piece.vertices[i + 2] *= axis_format_z.factor;
+  }
+  qu_piece_extend(piece, first);
+}
+
+// `valid` stays true while every triangle names vertices of the piece.
+arrival read_piece(wireframe_piece& piece, bool& valid) {
+  std::int32_t vertices = 0, triangles = 0;
+  if (!read_arguments(vertices, triangles)) return {true, read_failure};
+  if (const char* failure = read_triples(piece.vertices, vertices, _qrd_read_double_array,
+                                         "Error while reading vertices from network",
+                                         "Not enough memory to store wireframes vertices in memory.",
+                                         [&piece](std::int64_t first) { take_vertices(piece, first); }))
+    return {false, failure};
+  if (const char* failure =
+          read_triples(piece.triangles, triangles, _qrd_read_int_array, triangles_failure,
+                       "Not enough memory to store wireframes triangles in memory.",
+                       [&](std::int64_t first) { valid = valid && qu_piece_valid(piece, first); }))
+    return {false, failure};
+  return {};
+}
+
+arrival read_object(wireframe_object& object, bool& valid) {
+  std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
+  if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return {false, read_failure};
+  object.red = red;
+  object.green = green;
+  object.blue = blue;
+  for (std::int32_t i = 0; i < pieces; ++i)
+    if (arrival state = read_piece(object.pieces.emplace_back(), valid); state.refusal != nullptr)
+      return state;
+  return {};
+}
+
+}  // namespace
+
+request_status server_answer_new_wireframes(const char* /*request*/) {
+  request_text name;
+  if (!read_arguments(name)) return not_served;
+  if (!is_set(current_context.directory)) return refuse("Directory is not set");
+  if (qd_directory_test(current_context.directory) != 0)
+    return refuse("Current directory does not exist %s: %s", current_context.study,
+                  current_context.directory);
+  const int test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
+  if (test == 2) return refuse("Cannot open files");
+  if (test == 0)
+    return refuse("File %s: %s/%s already exists", current_context.study, current_context.directory,
+                  name.c_str());
+
+  std::int32_t count = 0;
+  if (!read_arguments(count) || count < 0) return clean_and_refuse("%s", read_failure);
+  auto root = qu_wireframe_new();
+  root->unit_x = root->unit_y = root->unit_z = distance_format;
+  bool valid = true;
+  try {
+    for (std::int32_t i = 0; i < count; ++i) {
+      const arrival state = read_object(root->objects.emplace_back(), valid);
+      if (state.silent) return not_served;
+      if (state.refusal != nullptr) return clean_and_refuse("%s", state.refusal);
+    }
+  } catch (const std::bad_alloc&) {
+    return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
+  }
+  if (!valid) return refuse("%s", triangles_failure);
+  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer();
+  // Clients know that a file without objects gets no answer.
+  if (root->objects.empty()) return not_served;
+  return refuse("Cannot create file %s: %s/%s", current_context.study, current_context.directory,
+                name.c_str());
+}
+
+}  // namespace qrd

@@ -1,0 +1,73 @@
+#include "requests/open_root.h"
+
+#include <cstring>
+
+#include "catalogue/qd_init.h"
+#include "catalogue/qu_init.h"
+#include "catalogue/qu_study.h"
+#include "disk/qu_study_names.h"
+#include "disk/qu_version.h"
+#include "disk/store_state.h"
+#include "requests/context.h"
+#include "samples/qd_tables.h"
+#include "units/qu_units.h"
+#include "util/qu_file.h"
+#include "util/qu_string.h"
+#include "wire/connection.h"
+
+namespace qrd {
+
+namespace {
+
+// A root that a client names must hold a registry: only the default root is made from nothing.
+const char* check_root(const char* path) {
+  if (std::strlen(path) >= root_size || qu_file_isdirectory(path) == 0) return "Cannot access directory";
+  path_text registry;
+  qu_path_join(registry, {path, path_separator, registry_file_name});
+  // The opening also refuses names that no file of the store could be opened under.
+  if (!qu_file_readable(registry) || !file_stream(qu_file_open_n(registry, read_binary)))
+    return no_registry_text;
+  return nullptr;
+}
+
+const char* open_root(const char* path) {
+  qu_init(0, path, server_program, server_program, server_version, server_release);
+  qu_string_copy(root_path, current_context.qrd_init);
+  if (qd_version_check(root_path) != 0) return version_message;
+  switch (qu_study_open(no_name)) {
+    case STUDY_OPENED:
+      return nullptr;
+    case STUDY_NO_REGISTRY:
+      return no_registry_text;
+    case STUDY_TOO_LONG:
+      return "Path is too long for the files of a study";
+    default:
+      return "No valid study to use for this QRDserver version";
+  }
+}
+
+}  // namespace
+
+const char* qrd_open_root() {
+  const open_store before;
+  char named[sizeof current_context.qrd_init];
+  qu_string_copy(current_context.qrd_init, named);
+  bool is_default = !is_set(named) || named[0] == '\0';
+  const char* refusal = is_default ? nullptr : check_root(named);
+  if (refusal == nullptr) refusal = open_root(is_default ? nullptr : named);
+  if (refusal != nullptr) {
+    before.put_back();
+    qu_string_copy(named, current_context.qrd_init);
+    return refusal;
+  }
+  // What was chosen in another root, or in another study of this one, is nothing here.
+  set_current_study(no_name);
+  current_context.indice = -1;
+  qu_formats_reset();
+  current_context.unit_mode = 0;
+  qd_tables_init();
+  qd_init();
+  return nullptr;
+}
+
+}  // namespace qrd

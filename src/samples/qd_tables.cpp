@@ -1,0 +1,40 @@
+#include "samples/qd_tables.h"
+
+#include "catalogue/qd_init.h"
+#include "disk/qu_study_descriptor.h"
+#include "disk/store_state.h"
+#include "samples/qd_io.h"
+#include "samples/qd_selected.h"
+#include "util/qu_message.h"
+#include "util/qu_xdr.h"
+
+namespace qrd {
+
+namespace {
+
+void end_open_study(int strict) {
+  if (lock_taken != 0) qd_end(strict);
+}
+
+}  // namespace
+
+void qd_tables_init() {
+  qu_exit_hook = end_open_study;
+  qu_study_mark_64bit_hook = qu_study_mark_64bit;
+  for (std::int64_t slot = 0; slot < table_slots; ++slot)
+    if (tab_io[slot] != nullptr) qd_free_io(slot + 1);
+  qd_deselect_all();
+}
+
+void qd_end(int strict) {
+  if (strict == 0) {
+    qd_deselect_all();
+  } else {
+    for (const qd_selected_entry* entry : tab_selected)
+      if (entry != nullptr) qu_fatal(" WARNING: A Variable is not deselected...");
+  }
+  if (lock_taken == 0) qu_fatal_number("qd_end", 7);
+  qd_unlock();
+}
+
+}  // namespace qrd

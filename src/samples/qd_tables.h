@@ -1,0 +1,11 @@
+// The tables of selected variables while a study is open.
+#pragma once
+
+namespace qrd {
+
+// Empties the selection tables and installs the hooks of the library.
+void qd_tables_init();
+// Ends the work on the open study. With `strict` a variable that is still selected is fatal.
+void qd_end(int strict);
+
+}  // namespace qrd

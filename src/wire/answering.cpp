@@ -1,0 +1,181 @@
+#include "wire/answering.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "util/qu_memory.h"
+#include "wire/debug.h"
+#include "wire/format_text.h"
+#include "wire/messages.h"
+#include "wire/trace.h"
+
+namespace qrd {
+
+namespace {
+
+// Places for strings are taken as the strings arrive: a client may announce any number of them.
+constexpr std::int64_t first_texts = 1024;
+
+const request_row* answered = nullptr;
+
+bool write_name(const char* name) {
+  if (_qrd_write_string(client_socket, &name, answer_name_limit) != 0) return true;
+  std::perror("Client/Server communication error");
+  return false;
+}
+
+void send_error(const char* format, va_list arguments) {
+  // Takes no memory: a want of it is told here, too.
+  char message[error_text_limit];
+  format_field(message, sizeof message, format, arguments);
+  server_debug(0, "Sending %s to client.", "SERROR");
+  // In place of whatever the handler has begun.
+  _qrd_empty_write();
+  write_name("SERROR");
+  const char* text = message;
+  _qrd_write_string(client_socket, &text, error_text_limit);
+  _qrd_flush_write(client_socket);
+}
+
+}  // namespace
+
+int server_send_type(const char* name) {
+  server_debug(1, "Sending %s to client.", name);
+  return write_name(name) ? 0 : 1;
+}
+
+int server_send_end() {
+  return _qrd_flush_write(client_socket) != 0 ? 0 : 1;
+}
+
+void server_send_error(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  send_error(format, arguments);
+  va_end(arguments);
+}
+
+refused refuse(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  send_error(format, arguments);
+  va_end(arguments);
+  return {};
+}
+
+refused clean_and_refuse(const char* format, ...) {
+  clean_packet();
+  va_list arguments;
+  va_start(arguments, format);
+  send_error(format, arguments);
+  va_end(arguments);
+  return {};
+}
+
+void answer_by(const request_row& row) {
+  answered = &row;
+}
+
+bool begin_answer() {
+  return server_send_type(answered->answer) == 0;
+}
+
+request_status answer_otherwise() {
+  return server_send_type(answered->other_answer) == 0 && server_send_end() == 0 ? served : not_served;
+}
+
+request_texts::~request_texts() {
+  for (std::int64_t i = 0; i < room_; ++i) std::free(texts_[i]);
+  std::free(texts_);
+}
+
+bool request_texts::allocate(std::int64_t count) {
+  // Whoever announces more texts than there is memory for their places is refused before the first comes.
+  if (checked_array<char*> places; !places.allocate(count)) return false;
+  count_ = count;
+  return grow(std::min(count, first_texts));
+}
+
+bool request_texts::grow(std::int64_t room) {
+  if (room <= room_) return true;
+  auto** grown = static_cast<char**>(std::realloc(texts_, static_cast<std::size_t>(room) * sizeof(char*)));
+  if (grown == nullptr) return false;
+  std::fill(grown + room_, grown + room, nullptr);
+  texts_ = grown;
+  room_ = room;
+  return true;
+}
+
+bool request_texts::read() {
+  return _qrd_transfer_array(
+             count_,
+             [](void* context, std::int64_t i) {
+               auto* self = static_cast<request_texts*>(context);
+               if (i == self->room_ && !self->grow(std::min(2 * self->room_, self->count_))) {
+                 _qrd_error("_qrd_read_string(): Cannot allocate memory");
+                 return 0;
+               }
+               return _qrd_read_string(client_socket, self->texts_ + i, unlimited_text);
+             },
+             this) != 0;
+}
+
+bool read_argument(std::int32_t& value) {
+  return _qrd_read_int(client_socket, &value) != 0;
+}
+bool read_argument(std::int64_t& value) {
+  return _qrd_read_long(client_socket, &value) != 0;
+}
+bool read_argument(double& value) {
+  return _qrd_read_double(client_socket, &value) != 0;
+}
+bool read_argument(request_text& text) {
+  return _qrd_read_string(client_socket, text.address(), text_limit) != 0;
+}
+bool read_fixed_text(char* text, std::uint32_t room) {
+  text[0] = '\0';
+  return _qrd_read_string(client_socket, &text, room) != 0;
+}
+bool read_unlimited(request_text& text) {
+  return _qrd_read_string(client_socket, text.address(), unlimited_text) != 0;
+}
+
+bool write_value(wire_int value) {
+  return _qrd_write_int(client_socket, &value.value) != 0;
+}
+bool write_value(wire_bool value) {
+  const std::int32_t word = value.value;
+  return _qrd_write_bool(client_socket, &word) != 0;
+}
+bool write_value(wire_long value) {
+  return _qrd_write_long(client_socket, &value.value) != 0;
+}
+bool write_value(wire_double value) {
+  return _qrd_write_double(client_socket, &value.value) != 0;
+}
+bool write_value(wire_string value) {
+  return _qrd_write_string(client_socket, &value.text, value.limit) != 0;
+}
+bool write_value(wire_ints value) {
+  return _qrd_write_int_array(client_socket, value.values, value.count) != 0;
+}
+bool write_value(wire_doubles value) {
+  return _qrd_write_double_array(client_socket, value.values, value.count) != 0;
+}
+bool write_value(wire_double_pieces value) {
+  return _qrd_write_double_pieces(client_socket, value.count, value.next) != 0;
+}
+bool write_value(wire_strings value) {
+  return _qrd_write_string_array(client_socket, value.texts, value.count) != 0;
+}
+bool write_value(wire_bytes value) {
+  return _qrd_write_bytes(client_socket, value.data, value.count) != 0;
+}
+bool write_value(wire_names value) {
+  std::int64_t count = value.names.count();
+  return write_value(wire_int{static_cast<std::int32_t>(count)}) &&
+         write_value(wire_strings{value.names.get(), count});
+}
+
+}  // namespace qrd

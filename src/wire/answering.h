@@ -1,0 +1,175 @@
+// What every handler does: read its arguments, refuse, answer. The dispatch traces its entry and exit.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <span>
+
+#include "util/qu_constants.h"
+#include "util/qu_list.h"
+#include "wire/read_write.h"
+#include "wire/request_table.h"
+
+namespace qrd {
+
+// What came of a request. A trace shows the number.
+enum class [[nodiscard]] request_status{
+    served = 0, not_served = -1, server_ends = 1,
+    client_is_done = 2  // its socket is closed, and the next client is waited for
+};
+using enum request_status;
+
+// What a refusal leaves to say: a handler that returns it has not served the request, a helper gives false.
+struct [[nodiscard]] refused {
+  operator request_status() const { return not_served; }  // NOLINT(google-explicit-constructor)
+  template <std::same_as<bool> Bool>
+  operator Bool() const {  // NOLINT(google-explicit-constructor)
+    return false;
+  }
+};
+
+// 0 if the name went into the write buffer, 1 if not.
+int server_send_type(const char* name);
+// Flushes: 0 or 1.
+int server_send_end();
+// SERROR with a text, cut to 1024 characters.
+void server_send_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+refused refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// The same, once the rest of the packet has been dropped.
+refused clean_and_refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// A string that came off the socket. An absent one (length -1) is the empty text.
+class request_text {
+ public:
+  request_text() = default;
+  request_text(const request_text&) = delete;
+  request_text& operator=(const request_text&) = delete;
+  ~request_text() { std::free(text_); }
+  const char* c_str() const { return text_ == nullptr ? "" : text_; }
+  char** address() { return &text_; }
+
+ private:
+  char* text_ = nullptr;
+};
+
+// Owns `count` strings that came off the socket as an array.
+class request_texts {
+ public:
+  request_texts() = default;
+  request_texts(const request_texts&) = delete;
+  request_texts& operator=(const request_texts&) = delete;
+  ~request_texts();
+  // States how many shall be read. False without memory. REQUIRES: count >= 0.
+  bool allocate(std::int64_t count);
+  bool read();
+  // Once they have been read.
+  const char* operator[](std::int64_t i) const { return texts_[i] == nullptr ? "" : texts_[i]; }
+  std::int64_t count() const { return count_; }
+  // Null where a string was absent.
+  const char* const* data() const { return texts_; }
+
+ private:
+  bool grow(std::int64_t room);
+
+  char** texts_ = nullptr;
+  std::int64_t count_ = 0;
+  std::int64_t room_ = 0;
+};
+
+// One argument each: an int, a long, a double, a string(10000), and fixed texts whose room is the limit
+// (string(50), string(11)).
+bool read_argument(std::int32_t& value);
+bool read_argument(std::int64_t& value);
+bool read_argument(double& value);
+bool read_argument(request_text& text);
+bool read_fixed_text(char* text, std::uint32_t room);
+template <std::uint32_t Room>
+bool read_argument(char (&text)[Room]) {
+  return read_fixed_text(text, Room);
+}
+bool read_unlimited(request_text& text);
+
+template <typename... Arguments>
+bool read_arguments(Arguments&... arguments) {
+  return (read_argument(arguments) && ...);
+}
+
+// Values of an answer's body.
+struct wire_int {
+  std::int32_t value;
+};
+struct wire_bool {
+  bool value;
+};
+struct wire_long {
+  std::int64_t value;
+};
+struct wire_double {
+  double value;
+};
+struct wire_string {
+  const char* text;
+  std::uint32_t limit = text_limit;
+};
+struct wire_ints {
+  const std::int32_t* values;
+  std::int64_t count;
+};
+struct wire_doubles {
+  const double* values;
+  std::int64_t count;
+};
+// Doubles that are made while they are sent (see _qrd_write_double_pieces).
+struct wire_double_pieces {
+  std::int64_t count;
+  const std::function<std::span<const double>()>& next;
+};
+struct wire_strings {
+  const char* const* texts;
+  std::int64_t count;
+};
+struct wire_bytes {
+  const void* data;
+  std::int64_t count;
+};
+// An int count and so many strings.
+struct wire_names {
+  const string_list& names;
+};
+bool write_value(wire_int value);
+bool write_value(wire_bool value);
+bool write_value(wire_long value);
+bool write_value(wire_double value);
+bool write_value(wire_string value);
+bool write_value(wire_ints value);
+bool write_value(wire_doubles value);
+bool write_value(wire_double_pieces value);
+bool write_value(wire_strings value);
+bool write_value(wire_bytes value);
+bool write_value(wire_names value);
+
+// The request whose answers come next: its row gives their names.
+void answer_by(const request_row& row);
+// Only what an answer begins with. False if it did not go into the write buffer.
+bool begin_answer();
+
+// Sends the answer to the request: its name, its values, the flush. `write_values` gives false after a failed
+// write.
+template <typename Write>
+request_status answer_with(const Write& write_values) {
+  const bool sent = begin_answer() && write_values() && server_send_end() == 0;
+  return sent ? served : not_served;
+}
+
+// The same with values that are always there.
+template <typename... Values>
+request_status answer(const Values&... values) {
+  return answer_with([&] { return (write_value(values) && ...); });
+}
+
+// Sends the other answer of the row.
+request_status answer_otherwise();
+
+}  // namespace qrd

@@ -1,0 +1,32 @@
+// State of the process that all request handlers share: its sockets and what the client said of itself.
+#pragma once
+
+#include <cstdint>
+
+#include "wire/client_versions.h"
+
+namespace qrd {
+
+using socket_handle = std::int64_t;
+inline constexpr socket_handle no_socket = -1;
+
+inline constexpr std::int32_t protocol_version = 1300030;
+inline constexpr char server_version[] = QRD_VERSION;
+inline constexpr char server_release[] = QRD_RELEASE;
+inline constexpr char server_program[] = "QRDserver";
+
+extern socket_handle listen_socket;
+extern socket_handle client_socket;
+extern std::int32_t multi_session;
+// Version of the client's protocol; several handlers choose older layouts by it.
+extern std::int32_t client_version;
+extern std::int32_t request_count;
+// `long` travels in 8 bytes when both are non-zero.
+extern std::int32_t client_is_64bits;
+extern std::int32_t server_is_64bits;
+
+inline bool client_is(const client_versions& clients) {
+  return clients.include(client_version);
+}
+
+}  // namespace qrd
