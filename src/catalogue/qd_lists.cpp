@@ -2,27 +2,17 @@
 #include "catalogue/qd_lists.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "catalogue/qd_test.h"
 #include "catalogue/qd_walk.h"
 #include "disk/store_state.h"
-#include "util/qu_list_head.h"
 #include "util/qu_message.h"
 
 namespace qrd {
 
 namespace {
-
-// Numbers of the software errors.
-constexpr int bad_mode = 10, no_parent = 20, unreadable_descriptor = 40;
-
-// The words before the names.
-void add_head(const char* function, int mode, const char* create_word, string_list& list) {
-  if (qu_list_head(list, mode, create_word) < 0) qu_fatal_number(function, bad_mode);
-}
 
 void add_sorted(std::vector<std::string>& names, string_list& list) {
   std::sort(names.begin(), names.end());
@@ -45,12 +35,6 @@ int listed(walk_end end) {
 // What the lookup of the parent means for a list.
 int listed_below(lookup_result parent) {
   return parent == LOOKUP_FOUND ? 1 : parent == LOOKUP_ABSENT ? 0 : list_unreadable;
-}
-
-// For callers to whom every failure is fatal.
-void require_listed(const char* function, int listed) {
-  if (listed == 0) qu_fatal_number(function, no_parent);
-  if (listed == list_unreadable) qu_fatal_number(function, unreadable_descriptor);
 }
 
 // Names of variables: those that the store makes have their places in front, the others are sorted.
@@ -156,44 +140,6 @@ int qd_list_variables(const char* directory, const char* file, int mask, string_
   const int result = listed(end);
   if (result == 1) names.add_to(list);
   return result;
-}
-
-qu_list qd_get_directory_list(qu_list old_list, int mode) {
-  constexpr char function[] = "qd_get_directory_list";
-  const string_list freed(old_list);
-  string_list list;
-  add_head(function, mode, "New Directory", list);
-  require_listed(function, qd_list_directories(list));
-  return list.release();
-}
-
-qu_list qd_get_file_list(qu_list old_list, const char* directory, int mode, std::int64_t organisation,
-                         std::int64_t dimension) {
-  constexpr char function[] = "qd_get_file_list";
-  const string_list freed(old_list);
-  string_list list;
-  if (*directory == '\0') return nullptr;
-  if (std::strcmp(directory, no_name) == 0) {
-    list.add(no_name, name_size);
-    return list.release();
-  }
-  add_head(function, mode, "New File", list);
-  require_listed(function, qd_list_files(directory, organisation, dimension, list));
-  return list.release();
-}
-
-qu_list qd_get_variable_list(qu_list old_list, const char* directory, const char* file, int mode, int mask) {
-  constexpr char function[] = "qd_get_variable_list";
-  const string_list freed(old_list);
-  string_list list;
-  if (*file == '\0') return nullptr;
-  if (std::strcmp(file, no_name) == 0) {
-    list.add(no_name, name_size);
-    return list.release();
-  }
-  add_head(function, mode, "New Variable", list);
-  require_listed(function, qd_list_variables(directory, file, mask, list));
-  return list.release();
 }
 
 }  // namespace qrd

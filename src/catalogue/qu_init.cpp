@@ -25,36 +25,15 @@
 
 namespace qrd {
 
-string_list length_unit_names;
-string_list format_names;
-string_list width_names;
-string_list digit_names;
-string_list other_unit_names;
 
 namespace {
 
-constexpr std::size_t word_room = 30;
 constexpr std::size_t plugin_path_size = 1000;
 constexpr std::size_t running_test_size = 10;
 
 constexpr char handle_test_name[] = "read_write.def";
 constexpr char handle_test_text[] = "Do not delete this file during Velmar Run...";
 constexpr char write_locked[] = "Your Velmar file system is write locked...\nCan't create file:\n%s";
-
-void build_word_lists() {
-  length_unit_names.reset(nullptr);
-  for (const length_unit& unit : length_units) length_unit_names.add(unit.name, word_room);
-  format_names.reset(nullptr);
-  for (const char* word : format_words) format_names.add(word, word_room);
-  width_names.reset(nullptr);
-  for (std::int64_t width = smallest_width; width <= largest_width; ++width)
-    width_names.add(std::to_string(width).c_str(), word_room);
-  digit_names.reset(nullptr);
-  for (std::int64_t digits = 0; digits <= largest_digits; ++digits)
-    digit_names.add(std::to_string(digits).c_str(), word_room);
-  other_unit_names.reset(nullptr);
-  for (const volume_unit& unit : volume_units) other_unit_names.add(unit.name, word_room);
-}
 
 // Half of a small memory, all but a share for the system of a large one.
 std::uint64_t usable_memory() {
@@ -162,14 +141,10 @@ write_test qu_write_test(const char* folder, const char* text, path_text& path) 
   return deleted ? write_test::passed : write_test::cannot_delete;
 }
 
-void qu_init(int /*mode*/, const char* root, const char* short_name, const char* name, const char* version,
-             const char* long_version) {
-  qu_string_copy(short_name, program_short_name);
+void qu_init(const char* root, const char* name, const char* version) {
   qu_string_copy(name, program_name);
   qu_string_copy(version, program_version_text);
-  qu_string_copy(long_version, program_version_long);
   maximum_capacity = usable_memory();
-  build_word_lists();
 
   const char* locale_folder = std::getenv("XLOCALEDIR");
   if (locale_folder != nullptr && locale_folder[0] != '\0') qu_putenv("XLOCALEDIR=");

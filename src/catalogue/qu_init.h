@@ -4,21 +4,12 @@
 #include <cstdint>
 
 #include "util/qu_constants.h"
-#include "util/qu_list.h"
 
 namespace qrd {
 
-// The word lists of parameter files: "Free".., "3".. to "19", "0".. to "9", and the unit names.
-extern string_list length_unit_names;
-extern string_list format_names;
-extern string_list width_names;
-extern string_list digit_names;
-extern string_list other_unit_names;
-
-// Opens the root for the process; null means QRD_INIT, else the per-user data folder. Failures are
-// fatal. `mode` is 0 for a server.
-void qu_init(int mode, const char* root, const char* short_name, const char* name, const char* version,
-             const char* long_version);
+// Opens the root for the process; null means QRD_INIT, else the per-user data folder. Failures are fatal. Name
+// and version are those of the program.
+void qu_init(const char* root, const char* name, const char* version);
 
 // Creates and deletes a file WRT_TRY_<random> of a folder, which holds `text` for an instant. `path`
 // receives its name.

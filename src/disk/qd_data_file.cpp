@@ -51,13 +51,6 @@ bool write_blocks(int file, std::int64_t position, const checked_array<unsigned 
   return true;
 }
 
-int disk_failure(const char* path, double bytes) {
-  last_resource_failure.kind = 2;
-  last_resource_failure.requested_megabytes = bytes * 0.0009765625 * 0.0009765625;
-  qu_string_copy(path, last_resource_failure.path);
-  return 0;
-}
-
 void to_file_order(void* block, std::int64_t length, std::int64_t bit_length) {
   if (bit_length == 16) qu_big_endian_block<std::uint16_t>(block, length / 2);
   if (bit_length == 32) qu_big_endian_block<std::uint32_t>(block, length / 4);
@@ -69,12 +62,6 @@ void to_file_order(void* block, std::int64_t length, std::int64_t bit_length) {
 bool is_numeric_bit_length(std::int64_t bit_length) {
   return bit_length == 1 || bit_length == 2 || bit_length == 4 || bit_length == 8 || bit_length == 16 ||
          bit_length == 32 || bit_length == 64;
-}
-
-std::FILE* qd_data_file_open(const char* path) {
-  file_stream stream = qd_object_file_open(path, update_binary);
-  if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
-  return stream.release();
 }
 
 std::int64_t _qd_file_byte_count(std::int64_t first, std::int64_t last, std::int64_t bit_length) {
@@ -141,17 +128,14 @@ int st_file_concat(const char* path, const void* block, std::int64_t length, std
   file_stream stream = qd_object_file_open(path, append_binary);
   if (!stream) return 0;
   const std::int64_t start = qu_file_seek(stream.get(), 0, 2) == 0 ? qu_file_tell(stream.get()) : 0;
-  double wanted = static_cast<double>(start) + static_cast<double>(length) * static_cast<double>(repeats);
   std::int64_t added = 0;
-  if (__builtin_mul_overflow(length, repeats, &added) || !qd_file_system_has_room(path, added))
-    return disk_failure(path, wanted);
+  if (__builtin_mul_overflow(length, repeats, &added) || !qd_file_system_has_room(path, added)) return 0;
 
   checked_array<unsigned char> stored, piece;
   if (!stored.allocate(length) || !piece.allocate(qd_piece_bytes(length, repeats))) return 0;
   std::memcpy(stored.data(), block, static_cast<std::size_t>(length));
   to_file_order(stored.data(), length, bit_length);
   if (write_blocks(fileno(stream.get()), start, stored, repeats, piece) && stream.close()) return 1;
-  disk_failure(path, wanted);
   if (truncate(path, start) != 0) qu_message(cannot_shorten, path);
   return 0;
 }

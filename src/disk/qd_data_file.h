@@ -29,11 +29,6 @@ inline constexpr char data_file_name[] = "DATAVAR";
 // One of 1, 2, 4, 8, 16, 32, 64.
 bool is_numeric_bit_length(std::int64_t bit_length);
 
-// Opens a data file for positioned reading and writing; a failure is fatal, unless another server has deleted
-// the variable: then null. The stream has no buffer: each
-// transfer is one system call on the caller's memory, and a write that succeeded is in the file.
-std::FILE* qd_data_file_open(const char* path);
-
 // REQUIRES of the next two: a bit length of the table, and positions that fit 63 bits.
 // Stored length in bytes of the samples first to last (from 1, both included).
 std::int64_t _qd_file_byte_count(std::int64_t first, std::int64_t last, std::int64_t bit_length);

@@ -30,7 +30,6 @@
 #include "disk/qu_palette.h"
 #include "disk/store_state.h"
 #include "util/qu_file.h"
-#include "util/qu_list_head.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
@@ -216,9 +215,7 @@ int qu_cscale_test(const char* name, path_text& path) {
   return result;
 }
 
-int qu_cscale_get_list(int mode, string_list& list) {
-  const std::int64_t head = qu_list_head(list, mode, "New Color Scale");
-  if (head < 0) qu_fatal("Fatal Error in qu_cscale_get_list (1)");
+int qu_cscale_get_list(string_list& list) {
   if (qu_test_open_file(3) == 0) return 0;
   std::vector<std::string> names;
   const auto add = [&names](named_file& file) {
@@ -228,7 +225,7 @@ int qu_cscale_get_list(int mode, string_list& list) {
   const named_search seen = qu_named_file_scan(cscale_path, scale_files, add, [&names] { names.clear(); });
   if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
   for (const std::string& name : names) list.add(name.c_str(), name_size);
-  list.sort(head);
+  list.sort();
   return seen == named_search::unreadable ? 1 : 0;
 }
 

@@ -48,9 +48,8 @@ void qu_cscale_init(color_scale& scale, bool white, const char* name, const char
 // 0 found, with the path; 1 not found; 2 too many files are open; 3 one that may be meant can't be read now.
 // A damaged scale in the study is fatal, here and below.
 int qu_cscale_test(const char* name, path_text& path);
-// Adds all names, sorted, behind a head. Mode -1 plain, 0 with "None" and "New Color Scale", 1 with "None".
-// 0, or 1 if one can't be read now.
-int qu_cscale_get_list(int mode, string_list& list);
+// Fills an empty list with all names, sorted. 0, or 1 if one can't be read now.
+int qu_cscale_get_list(string_list& list);
 // 0 read; 1 not found, or it can't be read now.
 int qu_cscale_read(const char* name, bool white, color_scale& scale);
 // 0 written, in place of an older scale of that name; 1 failed, and an older one stays.

@@ -16,7 +16,6 @@
 #include "disk/store_state.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
-#include "util/qu_list_head.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -187,10 +186,8 @@ int qu_palit_new_name(const char* name, const char* prefix, const palette_colour
   }
 }
 
-string_list qu_palette_get_list(int mode) {
+string_list qu_palette_get_list() {
   string_list list;
-  const std::int64_t head = qu_list_head(list, mode, "New File");
-  if (head < 0) qu_fatal_number("qu_palette_get_list", 1);
   look_through_users([&list](const palette_file& file) {
     list.add(file.name.c_str(), name_size);
     return false;
@@ -199,7 +196,7 @@ string_list qu_palette_get_list(int mode) {
     if (list.find(file.name.c_str()) < 0) list.add(file.name.c_str(), name_size);
     return false;
   });
-  list.sort(head);
+  list.sort();
   return list;
 }
 

@@ -24,8 +24,8 @@ struct palette_colours {
 // 0 when a file with these colours was made; 1 when the name is "None" or taken, or no file can be made; 2
 // when it could not be written.
 int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours = {});
-// All names, sorted. Mode -1 plain, 0 with "None" and "New File", 1 with "None".
-string_list qu_palette_get_list(int mode);
+// All names, sorted.
+string_list qu_palette_get_list();
 // 1 or 0; -1 if it can't be told, since one that may be meant can't be read now.
 int qu_palette_exists(const char* name);
 // 0 read; 1 not found, or it can't be read now.

@@ -96,12 +96,6 @@ void qu_contour_move(contour& moved, polygon& owner) {
   join(moved, owner);
 }
 
-const polygon* qu_polygon_find_index(const polygon_system& system, std::int64_t index) {
-  const auto found = std::find_if(system.polygons.begin(), system.polygons.end(),
-                                  [index](const polygon& each) { return each.index == index; });
-  return found == system.polygons.end() ? nullptr : &*found;
-}
-
 std::int64_t qu_vertex_count(const polygon_system& system) {
   std::size_t count = 0;
   for (const contour& each : system.contours) {

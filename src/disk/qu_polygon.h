@@ -126,7 +126,6 @@ void qu_contour_rename(polygon_system& system, contour& renamed, const char* nam
 void qu_contour_delete(polygon_system& system, contour& deleted);
 // To another polygon of the same system; the name stays.
 void qu_contour_move(contour& moved, polygon& owner);
-const polygon* qu_polygon_find_index(const polygon_system& system, std::int64_t index);
 // Outer rings and holes of all contours.
 std::int64_t qu_vertex_count(const polygon_system& system);
 

@@ -238,7 +238,7 @@ void qu_study_folder(const char* registered_path, root_text& folder) {
 int qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_names,
                         string_list* valid_paths, string_list* all_names, string_list* all_paths) {
   for (string_list* output : {valid_names, valid_paths, all_names, all_paths})
-    if (output != nullptr) output->reset(nullptr);
+    if (output != nullptr) output->clear();
   registry read;
   if (!read_registry(read, true)) return registry_unreadable;
   string_list names, paths;

@@ -2,10 +2,8 @@
 
 namespace qrd {
 
-char program_short_name[10] = "";
 char program_name[20] = "";
 char program_version_text[15] = "";
-char program_version_long[20] = "";
 root_text root_path = "";
 std::int64_t root_has_end = 0;
 root_text root_windows = "";

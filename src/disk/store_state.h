@@ -12,10 +12,8 @@ inline constexpr char template_study_name[] = "Template";
 inline constexpr char catalogue_folder[] = "QRD";
 
 // Settings of the store, set by qu_init.
-extern char program_short_name[10];
 extern char program_name[20];
 extern char program_version_text[15];
-extern char program_version_long[20];
 extern root_text root_path;        // without a separator at its end
 extern std::int64_t root_has_end;  // it was given with one: "$init$Gold" is "Gold" in the root
 extern root_text root_windows;     // what "$root$" expands to

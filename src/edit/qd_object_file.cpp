@@ -19,30 +19,6 @@ namespace qrd {
 
 namespace {
 
-constexpr std::int64_t float_bits = 64;
-constexpr std::int64_t character_bits = 8;
-constexpr std::int64_t longest_axis_count = 3;
-
-// Writes the places and the measures, all in one transfer.
-bool write_numbers(const char* directory, const char* file, const qd_variable_handle& measure,
-                   const object_samples& samples) {
-  const auto count = static_cast<std::int64_t>(samples.names.size());
-  std::int64_t dimension = 0;
-  qd_variable_handle found[longest_axis_count];
-  if (qd_coordinates_select(directory, file, UNIT_NONE, dimension, found) == 0) return false;
-  selected_variable coordinates[longest_axis_count];
-  qd_variable_handle handles[longest_axis_count + 1];
-  for (std::int64_t axis = 0; axis < dimension; ++axis)
-    handles[axis] = coordinates[axis].handle = found[axis];
-  handles[dimension] = measure;
-  std::vector<double> values = samples.centers;
-  values.insert(values.end(), samples.measures.begin(), samples.measures.end());
-  if (static_cast<std::int64_t>(values.size()) != (dimension + 1) * count) return false;
-  io_record io;
-  io.id = qd_set_io({}, dimension + 1, handles);
-  return io.id != 0 && qd_write_float_free(io.id, SEL_MASKED, 1, count, values) != 0;
-}
-
 std::size_t name_width(const object_samples& samples) {
   std::size_t width = 1;
   for (const std::string& name : samples.names) width = std::max(width, name.size());
@@ -54,16 +30,6 @@ std::string padded_names(const object_samples& samples, std::size_t width) {
   for (std::size_t i = 0; i < samples.names.size(); ++i)
     samples.names[i].copy(block.data() + i * width, width);
   return block;
-}
-
-bool write_names(const char* directory, const char* file, std::size_t width, const object_samples& samples) {
-  std::string block = padded_names(samples, width);
-  selected_variable names;
-  if (qd_variable_select(directory, file, object_name_variable, UNIT_NONE, names.handle) == 0) return false;
-  io_record io;
-  io.id = qd_set_io({}, 1, &names.handle);
-  return qd_write_char_free(io.id, SEL_MASKED, 1, static_cast<std::int64_t>(samples.names.size()),
-                            qd_text_bytes(block)) != 0;
 }
 
 }  // namespace
@@ -94,35 +60,6 @@ int qd_object_file_new(const char* directory, const char* file, const object_var
   }
   const auto dimension = static_cast<std::int64_t>(variables.coordinates.size());
   return qd_create_file(directory, file, ORG_POINTS, dimension, nullptr, &content);
-}
-
-bool qd_object_variable_delete(const char* directory, const char* file, const char* variable) {
-  const int test = qd_variable_test(false, directory, file, variable);
-  if (test != 0) return test == 1;
-  qd_variable_handle handle;
-  if (qd_variable_select(directory, file, variable, UNIT_NONE, handle) == 0) return false;
-  qd_delete_variable(handle);
-  return true;
-}
-
-int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
-                              const object_samples& samples) {
-  for (const object_coordinate& each : variables.coordinates)
-    if (qd_create_variable(directory, file, each.variable.name, VAR_FLOAT, each.variable.kind, float_bits,
-                           each.format) == 0)
-      return 0;
-  const std::size_t width = name_width(samples);
-  if (qd_create_variable(directory, file, object_name_variable, VAR_CHAR, KIND_PLAIN,
-                         static_cast<std::int64_t>(width) * character_bits, nullptr) == 0)
-    return 0;
-  selected_variable measured;
-  if (qd_new_old_var_select(false, directory, file, variables.measure, VAR_FLOAT, UNIT_NONE, float_bits,
-                            &variables.measure_format, measured.handle) == 0)
-    return 0;
-  return write_numbers(directory, file, measured.handle, samples) &&
-                 write_names(directory, file, width, samples)
-             ? 1
-             : 0;
 }
 
 std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,

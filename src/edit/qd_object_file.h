@@ -17,9 +17,6 @@ namespace qrd {
 inline constexpr char object_name_variable[] = "N+ NAME";
 inline constexpr char object_volume_variable[] = "V+ VOLUME";
 
-// Deletes a variable if the file has it. False on a failure.
-bool qd_object_variable_delete(const char* directory, const char* file, const char* variable);
-
 struct object_coordinate {
   builtin_variable variable;
   const qd_format_record* format;
@@ -45,11 +42,6 @@ struct object_variables {
 int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
                        const object_samples& samples,
                        const std::function<bool(const char* folder)>& companion);
-
-// Makes the coordinate and the name variable in a file that exists, makes or keeps the measure variable, and
-// writes all samples. 1 or 0. REQUIRES: at least one object, and neither coordinates nor names exist.
-int qd_object_variables_write(const char* directory, const char* file, const object_variables& variables,
-                              const object_samples& samples);
 
 // Names of the objects that a selection leaves, without blanks at their ends. Nothing when they can't
 // be read: all objects count then.

@@ -29,45 +29,11 @@ constexpr builtin_variable locations[3] = {{"XL+ X Location (READONLY)", KIND_X}
                                            {"YL+ Y Location (READONLY)", KIND_Y},
                                            {"ZL+ Z Location (READONLY)", KIND_Z}};
 constexpr char surface_variable[] = "S+ SURFACE";
-constexpr const char* polygon_variable_names[] = {locations[0].name, locations[1].name,
-                                                  locations[2].name, object_name_variable,
-                                                  surface_variable,  object_volume_variable};
-constexpr const char* polygon_old_variable_names[] = {"_X Location", "_Y Location", "_Z Location",
-                                                      "NAME",        "SURFACE",     "VOLUME"};
 
 constexpr char polygon_file_name[] = "POLYGON";
 
 int polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
   return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : polygon_file_name, path);
-}
-
-// True if every present polygon has one of its number in the new system, so that its sample stays.
-bool covers(const polygon_system& system, const polygon_system& present) {
-  return std::all_of(present.polygons.begin(), present.polygons.end(), [&](const polygon& each) {
-    return qu_polygon_find_index(system, each.index) != nullptr;
-  });
-}
-
-// What a points file that is there needs to get the samples of a system.
-enum class points_file {
-  fits,
-  made_anew,  // its samples don't fit: it goes
-  failed
-};
-
-points_file prepare_points_file(const char* directory, const char* file, const polygon_system& system) {
-  qd_file_info info;
-  if (qd_info_file(directory, file, info, nullptr) == 0) return points_file::failed;
-  if (info.organisation == ORG_POINTS && info.dimension == system.dimension) {
-    int status = 0;
-    const auto present = qd_polygon_read(directory, file, no_name, false, status);
-    if (present != nullptr && covers(system, *present)) {
-      const std::int64_t surplus = system.polygons.count() - present->polygons.count();
-      return surplus <= 0 || qd_append_sample(directory, file, surplus) != 0 ? points_file::fits
-                                                                             : points_file::failed;
-    }
-  }
-  return qd_delete_file(directory, file) != 0 ? points_file::made_anew : points_file::failed;
 }
 
 bool write_file(const char* path, polygon_system& system) {
@@ -89,16 +55,6 @@ bool write_file(const char* path, polygon_system& system) {
 bool report_unwritten(const char* directory, const char* file) {
   qu_message("WARNING: Error when writing in the Polygon File %s/%s.", directory, file);
   return false;
-}
-
-// A measure variable that fits already keeps its place.
-bool keeps_measure(const char* directory, const char* file, const char* name,
-                   const qd_format_record& format) {
-  qd_var_info info;
-  return qd_variable_test(false, directory, file, name) == 0 &&
-         qd_info_var_name(directory, file, name, info) != 0 && info.kind == KIND_PLAIN &&
-         info.type == VAR_FLOAT && std::strcmp(info.format.unit, format.unit) == 0 &&
-         info.format.factor == format.factor;
 }
 
 // Places, names and measures of the polygons.
@@ -133,20 +89,6 @@ struct generated_variables {
   object_coordinate coordinates[3];
   object_variables all;
 };
-
-// They go into a points file that was there.
-int write_variables(const char* directory, const char* file, const polygon_system& system) {
-  const generated_variables generated(system);
-  const object_variables& variables = generated.all;
-  for (const char* name : polygon_old_variable_names)
-    if (!qd_object_variable_delete(directory, file, name)) return 0;
-  const bool kept = keeps_measure(directory, file, variables.measure, variables.measure_format);
-  for (const char* name : polygon_variable_names)
-    if (!(kept && std::strcmp(name, variables.measure) == 0) &&
-        !qd_object_variable_delete(directory, file, name))
-      return 0;
-  return qd_object_variables_write(directory, file, variables, samples_of(system));
-}
 
 bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* file, const char* selection,
                polygon_system& system) {
@@ -271,30 +213,6 @@ int qd_polygon_new(const char* directory, const char* file, polygon_system& syst
         return write_file(path, system) || report_unwritten(directory, file);
       });
   return made ? 0 : 2;
-}
-
-int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system) {
-  const int test = qd_points_test(directory, file, nullptr);
-  if (test == 1) return 2;
-  if (temporary) {
-    if (test != 0) return 3;
-  } else {
-    const int missing = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
-    if (missing == 2) return 2;
-    const points_file state =
-        missing == 1 ? points_file::made_anew : prepare_points_file(directory, file, system);
-    if (state != points_file::fits)
-      return state == points_file::failed ? 2 : qd_polygon_new(directory, file, system);
-  }
-  path_text path;
-  if (polygon_path(directory, file, temporary, path) == 0) return 2;
-  if (!write_file(path, system)) {
-    report_unwritten(directory, file);
-    return 2;
-  }
-  // The geometry stands, whatever comes of its samples.
-  if (!temporary && system.polygons.count() > 0) write_variables(directory, file, system);
-  return 0;
 }
 
 void qd_polygon_delete(const char* directory, const char* file, bool temporary) {

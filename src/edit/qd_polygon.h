@@ -28,9 +28,6 @@ std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const cha
                                                 const char* selection, bool temporary, int& status);
 // Makes a file with its polygons; no other may have its name. 0 made; 2 failed, nothing is left.
 int qd_polygon_new(const char* directory, const char* file, polygon_system& system);
-// The same, or writes into a file that is there. 0 written; 2 failed; 3 `temporary` is set and there is no
-// such file.
-int qd_polygon_write(const char* directory, const char* file, bool temporary, polygon_system& system);
 // Removes the polygons and, unless `temporary`, the points file.
 void qd_polygon_delete(const char* directory, const char* file, bool temporary);
 

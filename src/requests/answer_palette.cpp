@@ -33,7 +33,7 @@ bool in_range(std::span<const std::int32_t, palette_maximum> values, std::int32_
 
 request_status server_answer_palette_list(const char* /*request*/) {
   if (!resources_available(resources::palettes)) return not_served;
-  return answer(wire_names{qu_palette_get_list(-1)});
+  return answer(wire_names{qu_palette_get_list()});
 }
 
 request_status server_answer_palette_exists(const char* /*request*/) {

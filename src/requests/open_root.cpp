@@ -31,7 +31,7 @@ const char* check_root(const char* path) {
 }
 
 const char* open_root(const char* path) {
-  qu_init(0, path, server_program, server_program, server_version, server_release);
+  qu_init(path, server_program, server_version);
   qu_string_copy(root_path, current_context.qrd_init);
   if (qd_version_check(root_path) != 0) return version_message;
   switch (qu_study_open(no_name)) {

@@ -119,45 +119,6 @@ const char* class_line(variable_class wanted) {
   return "-------  is not a Numerical (Float or Macro) Variable...";
 }
 
-const char* class_line_in_capitals(int wanted) {
-  switch (wanted) {
-    case CLASS_SELECTION:
-      return "            IS NOT A SELECTION VARIABLE...\n";
-    case CLASS_CHAR:
-      return "          IS NOT A CHARACTER VARIABLE...\n";
-    case CLASS_FLOAT:
-      return "          IS NOT A FLOAT VARIABLE...\n";
-    case CLASS_MACRO:
-      return "          IS NOT A MACRO VARIABLE...\n";
-    default:
-      return "          IS NOT A NUMERICAL (FLOAT/MACRO) VARIABLE...\n";
-  }
-}
-
-int check_name_of_variable(int wanted, const char* directory, const char* file, const char* file_path,
-                           const char* variable) {
-  path_text path;
-  qd_variable_record record;
-  if (!find_variable(file_path, variable, path, record)) {
-    qu_message("\n WARNING: CHECK YOUR PARAMETERS A NAME IS INCORRECT\n");
-    qu_message("            DIRECTORY NAME: >>>%s<<<\n", directory);
-    qu_message("                 FILE NAME: >>>%s<<<\n", file);
-    qu_message("         BAD VARIABLE NAME: >>>%s<<<\n", variable);
-    return 0;
-  }
-  if (is_of_class(wanted, variable, record)) return 1;
-  qu_message("\n WARNING: CHECK YOUR PARAMETERS THIS VARIABLE\n");
-  qu_message("%s", class_line_in_capitals(wanted));
-  qu_message("              DIRECTORY NAME: >>>%s<<<\n", directory);
-  qu_message("                   FILE NAME: >>>%s<<<\n", file);
-  if (wanted == CLASS_SELECTION) {
-    qu_message("          BAD SELECTION NAME: >>>%s<<<\n", variable);
-  } else {
-    qu_message("           BAD VARIABLE NAME: >>>%s<<<\n", variable);
-  }
-  return 0;
-}
-
 int check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
                const char* selection, const char* text, path_text& path, qd_file_info* info) {
   if (!qd_two_files_available(access_failed, "\n\n")) return 0;
@@ -193,12 +154,6 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
 
 }  // namespace
 
-int qd_check_directory(const char* directory, const char* text) {
-  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
-  path_text path;
-  return find_directory(directory, path) ? 1 : refuse_directory(text, directory);
-}
-
 int qd_check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
                   const char* selection, const char* text, qd_file_info* info) {
   path_text path;
@@ -219,31 +174,6 @@ int qd_check_variable(variable_class wanted, const char* directory, const char* 
   qu_message("WARNING: Check your parameters this Variable");
   qu_message("%s", class_line(wanted));
   return refuse_variable(text, directory, file, bad_variable, variable);
-}
-
-int qd_check_names(int level, int wanted_class, const char* directory, const char* file, const char* variable,
-                   const char* const* names) {
-  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
-  path_text directory_path, file_path;
-  if (!find_directory(directory, directory_path)) {
-    qu_message("\n WARNING: CHECK YOUR PARAMETERS A NAME IS INCORRECT\n");
-    qu_message("            BAD DIRECTORY NAME: >>>%s<<<\n", directory);
-    return 0;
-  }
-  if (level < 2) return 1;
-  qd_file_record record;
-  if (!find_file(directory_path, file, file_path, record)) {
-    qu_message("\n WARNING: CHECK YOUR PARAMETERS A NAME IS INCORRECT\n");
-    qu_message("            DIRECTORY NAME: >>>%s<<<\n", directory);
-    qu_message("             BAD FILE NAME: >>>%s<<<\n", file);
-    return 0;
-  }
-  if (level < 3) return 1;
-  if (level == 3) return check_name_of_variable(wanted_class, directory, file, file_path, variable);
-  for (; names != nullptr && *names != nullptr; ++names) {
-    if (!check_name_of_variable(wanted_class, directory, file, file_path, *names)) return 0;
-  }
-  return 1;
 }
 
 }  // namespace qrd

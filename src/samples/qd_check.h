@@ -8,7 +8,6 @@
 namespace qrd {
 
 // Wrong parameters become a report on the console: 1 all is well, 0 not.
-int qd_check_directory(const char* directory, const char* text);
 int qd_check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
                   const char* selection, const char* text, qd_file_info* info);
 enum variable_class : int {
@@ -21,7 +20,5 @@ enum variable_class : int {
 int qd_check_variable(variable_class wanted, const char* directory, const char* file, const char* selection,
                       const char* variable, const char* text, qd_file_info* info,
                       qd_variable_place* place = nullptr);
-int qd_check_names(int level, int wanted_class, const char* directory, const char* file, const char* variable,
-                   const char* const* names);
 
 }  // namespace qrd

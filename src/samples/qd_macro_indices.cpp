@@ -1,5 +1,8 @@
 #include "samples/qd_macro_indices.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "samples/qd_select.h"
@@ -10,33 +13,29 @@ namespace qrd {
 std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& handle, std::int64_t* count,
                                                       string_list* alpha) {
   *count = -1;
-  if (alpha != nullptr) alpha->reset(nullptr);
+  if (alpha != nullptr) alpha->clear();
   const qd_selected_entry* entry = qd_entry(handle.entry);
   if (entry == nullptr || qd_two_files_available() == 0) return {};
   macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
   if (!descriptor) return {};
 
-  std::vector<std::int64_t> indices, slots;
-  for (std::int64_t slot = 0; slot < descriptor->slot_count(); ++slot) {
-    std::int64_t index = descriptor->indices[static_cast<std::size_t>(slot)];
-    if (index <= 0) continue;
-    indices.push_back(index);
-    slots.push_back(slot);
-  }
-  *count = static_cast<std::int64_t>(indices.size());
-  if (indices.empty()) return {};
-  qu_sort_init(1);
-  qu_sort(0, 0, *count, indices.data(), slots.data());
+  std::vector<std::int64_t> slots, sorted;
+  for (std::int64_t slot = 0; slot < descriptor->slot_count(); ++slot)
+    if (descriptor->indices[static_cast<std::size_t>(slot)] > 0) slots.push_back(slot);
+  const auto index_of = [&](std::int64_t slot) { return descriptor->indices[static_cast<std::size_t>(slot)]; };
+  std::ranges::sort(slots, {}, index_of);
+  std::ranges::transform(slots, std::back_inserter(sorted), index_of);
+  *count = static_cast<std::int64_t>(sorted.size());
   if (alpha != nullptr && descriptor->alpha_indices.get() != nullptr)
     for (std::int64_t slot : slots) alpha->add(descriptor->alpha_indices[slot], name_size);
-  return indices;
+  return sorted;
 }
 
 std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const char* directory,
                                            const char* file, const char* variable, std::int64_t* count,
                                            string_list* alpha) {
   *count = -1;
-  if (alpha != nullptr) alpha->reset(nullptr);
+  if (alpha != nullptr) alpha->clear();
   // The indices are those of the whole family, also where the name is that of one column.
   name_text family;
   qu_path_join(family, {variable});

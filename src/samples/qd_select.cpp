@@ -223,22 +223,6 @@ int qd_variable_select_at(const qd_variable_place& place, const char* directory,
   return select_found(place, directory, file, variable, variable, choice, selected, handle);
 }
 
-int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
-                          std::int64_t& dimension, qd_variable_handle (&handles)[3]) {
-  constexpr int kinds[3] = {KIND_X, KIND_Y, KIND_Z};
-  selected_variable axes[3];
-  dimension = 0;
-  for (selected_variable& axis : axes) {
-    name_text name;
-    const int found = qd_special_var_name(directory, file, kinds[dimension], name);
-    if (found == 1 && dimension == 2) break;
-    if (found != 0 || qd_variable_select(directory, file, name, choice, axis.handle) == 0) return 0;
-    ++dimension;
-  }
-  for (int axis = 0; axis < dimension; ++axis) handles[axis] = std::exchange(axes[axis].handle, {});
-  return 1;
-}
-
 int qd_selection_select(const char* directory, const char* file, const char* selection,
                         qd_variable_handle& handle) {
   handle = {};

@@ -22,10 +22,6 @@ int qd_variable_select(const char* directory, const char* file, const char* vari
 // variable has that place now.
 int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
                           const char* variable, unit_choice choice, qd_variable_handle& handle);
-// The stored or computed coordinates of a file: dimension 2 or 3 and as many handles. 0 if one of them
-// can't be selected.
-int qd_coordinates_select(const char* directory, const char* file, unit_choice choice,
-                          std::int64_t& dimension, qd_variable_handle (&handles)[3]);
 // "None" gives the empty handle. 0 if the name isn't a selection of this file.
 int qd_selection_select(const char* directory, const char* file, const char* selection,
                         qd_variable_handle& handle);

@@ -30,12 +30,6 @@ constexpr length_unit length_rows[] = {
     {"kkm", "1000 Kilometers", 100000000.0},
 };
 
-constexpr volume_unit volume_rows[] = {
-    {"Liters", "l", 1000.0},           {"Millions of Liters", "Ml", 1000000000.0},
-    {"Cubic Meters", "m3", 1000000.0}, {"Cubic Kilometers", "km3", 1000000000000000.0},
-    {"Barrels", "bbl", 158987.2949},   {"Millions of Barrels", "Mbbl", 158987294900.0},
-};
-
 // In the order of number_format.
 constexpr const char* format_rows[] = {"Free", "Integer", "Decimal", "Exponent", "Shifted"};
 
@@ -60,8 +54,6 @@ const length_unit* unit_of_factor(double factor) {
 }  // namespace
 
 const std::span<const length_unit> length_units = length_rows;
-const std::span<const volume_unit> volume_units = volume_rows;
-const std::span<const char* const> format_words = format_rows;
 const qd_format_record float_default;
 
 qd_format_record distance_format = metres;

@@ -33,16 +33,7 @@ struct length_unit {
 };
 extern const std::span<const length_unit> length_units;
 
-struct volume_unit {
-  const char* name;
-  const char* symbol;
-  double factor;  // cm3
-};
-extern const std::span<const volume_unit> volume_units;
-
-// The words of parameter files: the formats in the order of number_format, and the bounds of width and
-// number of decimals.
-extern const std::span<const char* const> format_words;
+// The bounds of width and number of decimals.
 inline constexpr std::int64_t smallest_width = 3;
 inline constexpr std::int64_t largest_width = 19;
 inline constexpr std::int64_t largest_digits = 9;

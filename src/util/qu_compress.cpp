@@ -236,16 +236,6 @@ expanding expand_beside(const archive& source, const char* path) {
 
 }  // namespace
 
-int qu_file_compression(const char* path) {
-  file_stream stream(qu_file_open_n(path, read_binary));
-  return stream ? method_of(stream.get()) : COMPRESSION_UNKNOWN;
-}
-
-int qu_file_is_compressed(const char* path) {
-  archive source;
-  return source.find(path) == archive::looking::found && source.method != COMPRESSION_UNKNOWN ? 1 : 0;
-}
-
 int qu_file_uncompress(const char* path) {
   archive source;
   switch (source.find(path)) {

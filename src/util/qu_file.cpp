@@ -193,13 +193,6 @@ void qu_report_too_many_files(const char* failed, const char* before) {
   qu_message("         %s...\n\n", failed);
 }
 
-int qu_file_rename(const char* directory, const char* old_name, const char* new_name) {
-  std::string prefix = std::string(directory) + path_separator;
-  std::string old_path = prefix + old_name;
-  if (!qu_path_readable(old_path.c_str())) return 0;
-  return std::rename(old_path.c_str(), (prefix + new_name).c_str()) == 0 ? 1 : 0;
-}
-
 std::int64_t qu_file_tell(std::FILE* stream) {
   return ftello(stream);
 }

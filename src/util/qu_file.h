@@ -109,7 +109,6 @@ char* qu_file_next_line_r(std::FILE* stream, bool keep_line_end, char** buffer, 
 int qu_file_isdirectory(const char* path);
 // The parent of a path; source and destination may be the same text. REQUIRES: room for the path and 2.
 char* qu_file_dirname(const char* path, char* destination);
-int qu_file_rename(const char* directory, const char* old_name, const char* new_name);
 // 0 created, 1 already there, 2 failed.
 int qu_file_mkdir(const char* path, bool with_parents);
 // The target is put in place whole. 1, or 0 after a report, and errno tells why: a source that can't be read
@@ -167,7 +166,6 @@ int qu_file_seek(std::FILE* stream, std::int64_t offset, int origin);
 // A data file P may lie on disk as P.gz or P.Z. Where both forms are there the plain one counts, unless it is
 // shorter than what the archive holds: the beginning that another program has left. The form that doesn't
 // count is set aside.
-int qu_file_is_compressed(const char* path);
 // Puts the plain file back: 0 failed, 1 done, 5 after a failed write. The archive goes when the plain file is
 // whole and on disk; after a failure it is still there. What could be decoded of damaged LZW data becomes the
 // plain file, and the archive is set aside.
@@ -177,8 +175,6 @@ bool qu_file_restore(const char* path);
 // The length that a data file has when it is restored, and the part of it that must be expanded for that.
 // False if its compressed form can't be read.
 bool qu_file_measure(const char* path, std::int64_t& length, std::int64_t& to_expand);
-// 0 unknown, 1 gzip, 2 compress: by the first two bytes.
-int qu_file_compression(const char* path);
 
 // Fatal: a catalogue entry whose name holds lower-case letters.
 [[noreturn]] void qu_lower_case_directory(const char* path, const char* name);

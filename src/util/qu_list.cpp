@@ -30,10 +30,6 @@ void clear_slots(qu_list list, std::int64_t first, std::int64_t count) {
 
 }  // namespace
 
-qu_list qu_list_add(const char* file, std::int64_t line, qu_list list, std::size_t room, const char* text) {
-  return qu_list_append(file, line, list, qu_list_count(list), room, text);
-}
-
 qu_list qu_list_append(const char* file, std::int64_t line, qu_list list, std::int64_t count,
                        std::size_t room, const char* text) {
   if (list == nullptr) {
@@ -50,15 +46,6 @@ qu_list qu_list_append(const char* file, std::int64_t line, qu_list list, std::i
   copy[length] = '\0';
   list[count] = copy;
   return list;
-}
-
-qu_list qu_list_delete(const char* file, std::int64_t line, qu_list list, std::int64_t rank) {
-  if (list == nullptr) qu_fatal_number("qu_list_delete", 1);
-  std::int64_t count = qu_list_count(list);
-  if (rank < 0 || rank >= count) qu_fatal("The rank of the element is superior to the number of element");
-  qu_mem_free_fn(file, line, list[rank], 1, static_cast<std::int64_t>(std::strlen(list[rank]) + 1));
-  std::move(list + rank + 1, list + count + 1, list + rank);
-  return count == 1 ? qu_list_free(file, line, list) : list;
 }
 
 qu_list qu_list_free(const char* file, std::int64_t line, qu_list list) {
@@ -86,7 +73,6 @@ std::int64_t qu_list_find(const char* const* list, const char* text, std::int64_
 
 void qu_list_sort(std::int64_t first, qu_list list) {
   std::int64_t count = qu_list_count(list);
-  first = std::max<std::int64_t>(first, 0);
   if (first >= count) return;
   std::sort(list + first, list + count,
             [](const char* left, const char* right) { return std::strcmp(left, right) < 0; });

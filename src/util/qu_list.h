@@ -11,30 +11,19 @@ namespace qrd {
 using qu_list = char**;
 
 // Adds a text cut to room - 1 characters. The array may move: store the result.
-qu_list qu_list_add(const char* file, std::int64_t line, qu_list list, std::size_t room, const char* text);
-// The same without walking the list. REQUIRES: count is qu_list_count(list).
+// REQUIRES: count is qu_list_count(list).
 qu_list qu_list_append(const char* file, std::int64_t line, qu_list list, std::int64_t count,
                        std::size_t room, const char* text);
-// Null when the list became empty.
-qu_list qu_list_delete(const char* file, std::int64_t line, qu_list list, std::int64_t rank);
 qu_list qu_list_free(const char* file, std::int64_t line, qu_list list);
 std::int64_t qu_list_count(const char* const* list);
 std::int64_t qu_list_find(const char* const* list, const char* text, std::int64_t otherwise);
 // Sorts the ranks from `first` on in byte order.
 void qu_list_sort(std::int64_t first, qu_list list);
 
-// Sorts signed 64-bit keys upward and moves the companion (or null) along. Copy mode 0 sorts the
-// keys in place; 1 and -1 sort a copy. 1. Without memory mode 0 throws std::bad_alloc, 1 is fatal, and -1
-// gives 0.
-void qu_sort_init(std::int64_t slots);
-int qu_sort(std::int64_t slot, int copy_mode, std::int64_t count, std::int64_t* keys,
-            std::int64_t* companion);
-
 // Owns a qu_list. The list operations that return a new list are reached through it.
 class string_list {
  public:
   string_list() = default;
-  explicit string_list(qu_list list) : list_(list), count_(qu_list_count(list)) {}
   string_list(const string_list&) = delete;
   string_list& operator=(const string_list&) = delete;
   string_list(string_list&& other) noexcept
@@ -44,15 +33,11 @@ class string_list {
     std::swap(count_, other.count_);
     return *this;
   }
-  ~string_list() { reset(nullptr); }
+  ~string_list() { clear(); }
 
   void add(const char* text, std::size_t room, const char* file = __builtin_FILE(),
            std::int64_t line = __builtin_LINE()) {
     list_ = qu_list_append(file, line, list_, count_++, room, text);
-  }
-  void erase(std::int64_t rank, const char* file = __builtin_FILE(), std::int64_t line = __builtin_LINE()) {
-    list_ = qu_list_delete(file, line, list_, rank);
-    count_--;
   }
   void sort(std::int64_t first = 0) { qu_list_sort(first, list_); }
   std::int64_t count() const { return count_; }
@@ -62,14 +47,9 @@ class string_list {
   // REQUIRES: rank < count().
   const char* operator[](std::int64_t rank) const { return list_[rank]; }
   qu_list get() const { return list_; }
-  qu_list release() {
+  void clear(const char* file = __builtin_FILE(), std::int64_t line = __builtin_LINE()) {
+    list_ = qu_list_free(file, line, list_);
     count_ = 0;
-    return std::exchange(list_, nullptr);
-  }
-  void reset(qu_list list, const char* file = __builtin_FILE(), std::int64_t line = __builtin_LINE()) {
-    qu_list_free(file, line, list_);
-    list_ = list;
-    count_ = qu_list_count(list);
   }
 
  private:

@@ -23,14 +23,11 @@ extern "C" const char* __asan_default_options() {
 namespace qrd {
 
 std::uint64_t UV_MEM_SIZE = 0;
-std::uint64_t working_buffer_size = 0;
 std::uint64_t maximum_capacity = 0;
-std::int64_t memory_debug = 0;
-resource_failure_record last_resource_failure;
 
 namespace {
 
-// Blocks below this size are neither logged nor reported.
+// Blocks below this size are not reported.
 constexpr std::uint64_t reported_size = 102400;
 constexpr std::uint64_t largest_size = std::numeric_limits<std::uint64_t>::max();
 
@@ -44,12 +41,6 @@ struct caller {
 
 double megabytes(std::uint64_t size) {
   return static_cast<double>(size) / 1048576.0;
-}
-
-void record_failure(double requested) {
-  last_resource_failure.kind = 1;
-  last_resource_failure.requested_megabytes = requested;
-  last_resource_failure.allocated_megabytes = megabytes(UV_MEM_SIZE);
 }
 
 void report_head(const caller& from) {
@@ -67,7 +58,6 @@ void report_tail(double requested) {
 
 // The system refused `size` bytes.
 void system_report(const caller& from, std::uint64_t size) {
-  record_failure(megabytes(size));
   if (size < reported_size) return;
   report_head(from);
   qu_message("Your system cannot allocate the requested memory\n");
@@ -77,7 +67,6 @@ void system_report(const caller& from, std::uint64_t size) {
 // The product of size and count can't be represented.
 void size_report(const caller& from, std::uint64_t size, std::int64_t count) {
   double requested = static_cast<double>(count) / 1048576.0 * static_cast<double>(size);
-  record_failure(requested);
   report_head(from);
   qu_message("The size of the memory to allocate is greater than the Velmar Maximum Capacity\n");
   qu_message("This message only occurs in DEBUG mode and the program will still continue !");
@@ -87,15 +76,6 @@ void size_report(const caller& from, std::uint64_t size, std::int64_t count) {
 
 bool product_overflows(std::uint64_t size, std::int64_t count) {
   return size != 0 && static_cast<std::uint64_t>(count) > largest_size / size;
-}
-
-void log_total() {
-  qu_message("MEMORY DEBUG: %s: %7.1f MB (Buffers: %7.1f MB)", "NEW ALLOCATION AMOUNT",
-             megabytes(UV_MEM_SIZE), megabytes(working_buffer_size));
-}
-
-bool is_logged(std::uint64_t size) {
-  return memory_debug != 0 && size >= reported_size;
 }
 
 void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
@@ -117,11 +97,6 @@ void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
     return nullptr;
   }
   UV_MEM_SIZE += total;
-  if (is_logged(total)) {
-    qu_message("MEMORY DEBUG: ALLOC %" PRIu64 " * %" PRIu64 " bytes at %s:%" PRId64 "... New_Ptr=%p%s",
-               static_cast<std::uint64_t>(count), size, from.file, from.line, block, "");
-    log_total();
-  }
   return block;
 }
 
@@ -149,9 +124,6 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
   if (new_size < old_size && difference > UV_MEM_SIZE)
     qu_fatal("%s: You deallocate more memory than allocated", from.operation);
 
-  bool logged = is_logged(new_size);
-  char old_block[24] = "";
-  if (logged) std::snprintf(old_block, sizeof old_block, "%p", block);
   void* moved = std::realloc(block, new_size);
   if (moved == nullptr) {
     system_report(from, difference);
@@ -161,13 +133,6 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
     return nullptr;
   }
   UV_MEM_SIZE += new_size - old_size;  // modulo 2^64: a shrunk block takes the difference out
-  if (logged) {
-    qu_message("MEMORY DEBUG: REALLOC %" PRIu64 " * %" PRIu64 " bytes -> %" PRIu64 " * %" PRIu64
-               " bytes at %s:%" PRId64 ". Ptr=%s... New_ptr=%p%s",
-               static_cast<std::uint64_t>(old_count), size, static_cast<std::uint64_t>(new_count), size,
-               from.file, from.line, old_block, moved, "");
-    log_total();
-  }
   return moved;
 }
 
@@ -183,11 +148,6 @@ void* release(const caller& from, void* block, std::uint64_t size, std::int64_t 
   if (total > UV_MEM_SIZE)
     qu_fatal("%s: length > UV_MEM_SIZE (%s:%" PRId64 ")", from.operation, from.file, from.line);
   UV_MEM_SIZE -= total;
-  if (is_logged(total)) {
-    qu_message("MEMORY DEBUG: FREE %" PRIu64 " * %" PRIu64 " bytes at %s:%" PRId64 ". Ptr=%p, New_Ptr=nil",
-               static_cast<std::uint64_t>(count), size, from.file, from.line, block);
-    log_total();
-  }
   std::free(block);
   return nullptr;
 }

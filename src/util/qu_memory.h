@@ -9,19 +9,8 @@
 
 namespace qrd {
 
-extern std::uint64_t UV_MEM_SIZE;          // bytes in use through these operations
-extern std::uint64_t working_buffer_size;  // always 0
-extern std::uint64_t maximum_capacity;     // bytes; reported, never a limit
-extern std::int64_t memory_debug;          // logs blocks of 102400 bytes and more
-
-// What the last refused resource was; nothing in the server reads it.
-struct resource_failure_record {
-  std::int64_t kind = 0;  // 0 none, 1 memory, 2 disk
-  double requested_megabytes = 0;
-  double allocated_megabytes = 0;
-  char path[256] = "";
-};
-extern resource_failure_record last_resource_failure;
+extern std::uint64_t UV_MEM_SIZE;       // bytes in use through these operations
+extern std::uint64_t maximum_capacity;  // bytes; reported, never a limit
 
 // A block of count * size bytes, not cleared. A negative count or a product of 0 is fatal.
 void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count);

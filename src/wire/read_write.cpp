@@ -291,12 +291,6 @@ int _qrd_read_double(socket_handle socket, double* value) {
   return 1;
 }
 
-int _qrd_read_bool(socket_handle socket, std::int32_t* value) {
-  if (_qrd_read_int(socket, value) == 0) return 0;
-  *value = *value != 0;
-  return 1;
-}
-
 int _qrd_read_string(socket_handle socket, char** text, std::uint32_t limit) {
   std::uint32_t length = 0;
   {
@@ -463,20 +457,6 @@ int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
 
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count) {
   return transfer_numbers(socket, values, count, _qrd_write_int, write_numbers<std::int32_t>);
-}
-
-int _qrd_read_string_array(socket_handle socket, char** texts, std::int64_t count) {
-  struct {
-    socket_handle socket;
-    char** texts;
-  } array = {socket, texts};
-  return _qrd_transfer_array(
-      count,
-      [](void* context, std::int64_t i) {
-        const auto* strings = static_cast<const decltype(array)*>(context);
-        return _qrd_read_string(strings->socket, strings->texts + i, unlimited_text);
-      },
-      &array);
 }
 
 int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count) {

@@ -26,7 +26,6 @@ inline constexpr std::uint32_t unlimited_text = 4294967295U;
 int _qrd_read_int(socket_handle socket, std::int32_t* value);
 int _qrd_read_long(socket_handle socket, std::int64_t* value);
 int _qrd_read_double(socket_handle socket, double* value);
-int _qrd_read_bool(socket_handle socket, std::int32_t* value);
 // A null destination is allocated with malloc; any other holds at least `limit` bytes. A length of -1
 // leaves the destination as it is.
 int _qrd_read_string(socket_handle socket, char** text, std::uint32_t limit);
@@ -53,7 +52,6 @@ class array_in_parts {
 int _qrd_transfer_array(std::int64_t count, int (*element)(void* context, std::int64_t i), void* context);
 int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t count);
 int _qrd_read_int_array(socket_handle socket, std::int32_t* values, std::int64_t count);
-int _qrd_read_string_array(socket_handle socket, char** texts, std::int64_t count);
 int _qrd_write_double_array(socket_handle socket, const double* values, std::int64_t count);
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count);
 int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count);

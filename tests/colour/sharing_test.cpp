@@ -183,7 +183,7 @@ TEST_F(shared_colours, palette_of_one_name_stays_one_and_is_always_whole) {
            qu_palette_write("one", colours) == palette_writing::done;
   };
   EXPECT_EQ(in_processes(4, many_times(act)), 0);
-  const string_list names = qu_palette_get_list(-1);
+  const string_list names = qu_palette_get_list();
   for (std::int64_t i = 1; i < names.count(); ++i) EXPECT_STRNE(names[i - 1], names[i]);
 }
 

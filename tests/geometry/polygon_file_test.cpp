@@ -217,83 +217,16 @@ TEST_F(polygons, in_a_damaged_file_are_removed_by_their_reader) {
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "POLYGON")));
 }
 
-TEST_F(polygons, written_again_keep_the_samples_they_can) {
-  bytes sent;
-  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
-  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
-  expect_done("CPOLYNEW", sent);
-  expect_done("CFILESET", bytes().text("P"));
-  expect_done("CVARCNEW", bytes().text("note").i32(4));
-
-  int status = -1;
-  auto system = qd_polygon_read("D", "P", "None", false, status);
-  ASSERT_EQ(status, 0);
-  polygon& added = qu_polygon_new_named(*system, "Bigger");
-  qu_polygon_add_contour_named(*system, added, "b").vertices = {{0, 0}, {100, 0}, {0, 100}};
-  EXPECT_EQ(qd_polygon_write("D", "P", false, *system), 0);
-  expect_answer("CVARLST", bytes(),
-                bytes()
-                    .text("SVARS")
-                    .i32(6)
-                    .text("SN+ Sample Number (READONLY)")
-                    .text("XL+ X Location (READONLY)")
-                    .text("YL+ Y Location (READONLY)")
-                    .text("N+ NAME")
-                    .text("S+ SURFACE")
-                    .text("note"));
-  expect_done("CVARSET", bytes().text("N+ NAME"));
-  expect_answer("CREADVARC", bytes().i64(-1, -1).i32(0),
-                bytes().text("SDATAC").i64(2).text("      ").text("A     ").text("Bigger"));
-  // Fewer polygons than samples: the points file is made anew.
-  auto other = qu_polygon_system_new();
-  qu_polygon_add_contour_named(*other, qu_polygon_new_named(*other, "Z"), "z").vertices = {
-      {0, 0}, {9, 0}, {0, 9}};
-  EXPECT_EQ(qd_polygon_write("D", "P", false, *other), 0);
-  expect_answer("CVARXIST", bytes().text("note"), bytes().text("SEXIST").i32(0));
-}
-
-TEST_F(polygons, written_again_replace_a_measure_that_is_another) {
-  bytes sent;
-  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
-  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
-  expect_done("CPOLYNEW", sent);
-  expect_done("CFILESET", bytes().text("P"));
-  const std::string descriptor = read_file(in_file(1, "VARI.5/DESCR"));
-  const variable_fields own = {.name = "S+ SURFACE", .unit = "m2", .digits = 2};
-  ASSERT_EQ(own.bytes_of(), descriptor);
-  variable_fields text = own, kind = own, unit = own, factor = own;
-  text.type = 1;
-  kind.kind = 1;
-  unit.unit = "ha";
-  factor.factor = 100;
-  for (const variable_fields& other : {text, kind, unit, factor}) {
-    write_file(in_file(1, "VARI.5/DESCR"), other.bytes_of());
-    int status = -1;
-    const auto system = qd_polygon_read("D", "P", "None", false, status);
-    ASSERT_EQ(qd_polygon_write("D", "P", false, *system), 0);
-    expect_done("CVARSET", bytes().text("S+ SURFACE"));
-    EXPECT_EQ(read_file(in_file(1, "VARI.5/DESCR")), descriptor);
-  }
-}
-
-TEST_F(polygons, that_a_full_disk_swallows_leave_the_old_ones) {
-  bytes sent;
-  box(sent.text("P").i32(1), {0, 0, 0, 0, 0, 0}).i64(1);
-  ring(sent.text("a").text("A").f64(0, 0), {0, 0, 1, 0, 1, 1});
-  expect_done("CPOLYNEW", sent);
-  const std::string before = read_file(in_file(1, "POLYGON"));
-  int status = -1;
-  auto system = qd_polygon_read("D", "P", "None", false, status);
-  ASSERT_EQ(status, 0);
-  system->contours.begin()->vertices.resize(1000);
+TEST_F(polygons, that_a_full_disk_swallows_leave_no_file) {
+  const auto system = qu_polygon_system_new();
+  qu_polygon_add_contour_named(*system, qu_polygon_new_named(*system, "A"), "a").vertices.resize(1000);
   const std::string console = console_of([&] {
     file_size_limit disk(8000);
-    EXPECT_EQ(qd_polygon_write("D", "P", false, *system), 2);
+    EXPECT_EQ(qd_polygon_new("D", "P", *system), 2);
   });
-  EXPECT_EQ(console, "WARNING: Error when writing in the Polygon File D/P.\n");
-  EXPECT_EQ(read_file(in_file(1, "POLYGON")), before);
-  for (const auto& entry : std::filesystem::directory_iterator(in_file(1, "")))
-    EXPECT_EQ(entry.path().filename().string().find("POLYGON."), std::string::npos);
+  EXPECT_TRUE(console.starts_with("WARNING: Error when writing in the Polygon File D/P.\n")) << console;
+  expect_answer("CFILEXIST", bytes().text("P"), bytes().text("SEXIST").i32(0));
+  EXPECT_FALSE(std::filesystem::exists(in_file(1, "")));
 }
 
 }  // namespace

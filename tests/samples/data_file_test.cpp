@@ -27,11 +27,7 @@ TEST(data_file, more_than_the_disk_can_take_is_refused_before_anything_is_writte
   const auto written = std::filesystem::last_write_time(path);
   const std::string block(4096, 'x');
   for (std::int64_t repeats : {std::int64_t{1} << 48, std::int64_t{1} << 60}) {
-    last_resource_failure = {};
     EXPECT_EQ(st_file_concat(path.c_str(), block.data(), 4096, repeats, -1), 0);
-    EXPECT_EQ(last_resource_failure.kind, 2);
-    EXPECT_EQ(last_resource_failure.path, path);
-    EXPECT_NEAR(last_resource_failure.requested_megabytes, static_cast<double>(repeats) / 256, 1);
     EXPECT_EQ(read_file(path), "old");
     EXPECT_EQ(std::filesystem::last_write_time(path), written) << "it was longer for a moment";
   }

@@ -125,20 +125,6 @@ TEST(select, what_was_selected_in_two_files_is_not_bound) {
   EXPECT_EQ(qd_set_io(select("S"), 1, handles), 0);
 }
 
-TEST(select, coordinates_are_selected_all_or_none) {
-  sample_study study({.samples = 4});
-  study.add("X", VAR_FLOAT, 64, std::string(32, '\0'), KIND_X);
-  qd_variable_handle handles[3];
-  std::int64_t dimension = 0;
-  EXPECT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), 0);
-  EXPECT_EQ(qd_free_entries(), 512);
-  study.add("Y", VAR_FLOAT, 64, std::string(32, '\0'), KIND_Y);
-  ASSERT_EQ(qd_coordinates_select("Dir", "File", UNIT_NONE, dimension, handles), 1);
-  EXPECT_EQ(dimension, 2);
-  for (int axis = 0; axis < 2; ++axis) deselect(handles[axis]);
-  EXPECT_EQ(qd_free_entries(), 512);
-}
-
 TEST(select, the_tables_end) {
   sample_study study({.samples = 4});
   study.add("V", VAR_FLOAT, 8, "");

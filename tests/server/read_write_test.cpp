@@ -63,17 +63,17 @@ TEST(read, each_type_from_its_bytes) {
                   .text("abcde")
                   .raw("xyz")
                   .str());
-  std::int32_t number = 0, truth = 0;
+  std::int32_t number = 0, second = 0;
   std::int64_t large = 0;
   double value = 0;
   request_text empty, text;
   char raw[3];
-  ASSERT_TRUE(_qrd_read_int(line.near(), &number) && _qrd_read_bool(line.near(), &truth) &&
+  ASSERT_TRUE(_qrd_read_int(line.near(), &number) && _qrd_read_int(line.near(), &second) &&
               _qrd_read_long(line.near(), &large) && _qrd_read_double(line.near(), &value) &&
               _qrd_read_string(line.near(), empty.address(), 1) &&
               _qrd_read_string(line.near(), text.address(), 6) && _qrd_read_bytes(line.near(), raw, 3));
   EXPECT_EQ(number, std::numeric_limits<std::int32_t>::min());
-  EXPECT_EQ(truth, 1);
+  EXPECT_EQ(second, -5);
   EXPECT_EQ(large, std::numeric_limits<std::int64_t>::min());
   EXPECT_EQ(value, 6.25);
   ASSERT_NE(*empty.address(), nullptr);
@@ -450,7 +450,7 @@ TEST(value_trace, has_a_line_for_each_value) {
   client_is_64bits = 0;
   _qrd_read_long(line.near(), &wide);
   _qrd_read_double(line.near(), &back);
-  _qrd_read_bool(line.near(), &flag);
+  _qrd_read_int(line.near(), &flag);
   _qrd_read_string(line.near(), text.address(), 10);
   EXPECT_EQ(reading.text(),
             "Flushing Read buffer (0 bytes)\nRead Long(64bits)(1099511627776)\nRead Long(32->64bits)(12)\n"

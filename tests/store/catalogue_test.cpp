@@ -30,10 +30,11 @@ using names = std::vector<std::string>;
 constexpr char no_access[] =
     "WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n\n         FILE SYSTEM ACCESS FAILED...\n\n\n";
 
-names names_of(qu_list list) {
-  string_list owner(list);
+names variables_of_cores() {
+  string_list list;
+  EXPECT_EQ(qd_list_variables("Soil", "cores", 31, list), 1);
   names result;
-  for (std::int64_t i = 0; i < owner.count(); ++i) result.emplace_back(owner[i]);
+  for (std::int64_t i = 0; i < list.count(); ++i) result.emplace_back(list[i]);
   return result;
 }
 
@@ -183,7 +184,8 @@ TEST_F(catalogue, refuses_directories_in_lower_case) {
         qd_directory_test("no such one"),
         std::string("A directory name containing lower case character\\(s\\) has been found !\n\\(\"") +
             entry + "\" in \"" + catalogue_path + "\"\\)");
-    EXPECT_FATAL(qd_get_directory_list(nullptr, -1), "lower case");
+    string_list list;
+    EXPECT_FATAL(qd_list_directories(list), "lower case");
     fs::remove_all(path);
   }
   // Below, only upper case counts.
@@ -199,12 +201,12 @@ TEST_F(catalogue, lists_variables_with_a_role_in_their_order) {
   }
   names expected = {"k1",  "k3",  "k2",  "k7",  "k8", "k9", "k10", "k11", "k12",
                     "k13", "k14", "k15", "k16", "k4", "k5", "k6",  "k0"};
-  EXPECT_EQ(names_of(qd_get_variable_list(nullptr, "Soil", "cores", -1, 31)), expected);
+  EXPECT_EQ(variables_of_cores(), expected);
   // Unknown roles have no place of their own, and of two with one role one has.
   tree.add("DIRE.1/FILE.2/VARI.50", variable_fields{.name = "a", .kind = 17}.bytes_of());
   tree.add("DIRE.1/FILE.2/VARI.51", variable_fields{.name = "b", .kind = -1}.bytes_of());
   tree.add("DIRE.1/FILE.2/VARI.52", variable_fields{.name = "z1", .kind = 1}.bytes_of());
-  names listed = names_of(qd_get_variable_list(nullptr, "Soil", "cores", -1, 31));
+  names listed = variables_of_cores();
   ASSERT_EQ(listed.size(), 20U);
   bool first_is_later = listed[0] == "z1";
   EXPECT_EQ(listed[0], first_is_later ? "z1" : "k1");

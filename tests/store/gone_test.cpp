@@ -40,13 +40,11 @@ TEST_F(gone, nothing_of_a_deleted_object_is_written_or_read) {
   EXPECT_TRUE(is_gone(qd_macro_descr_write(folder.c_str(), macro) == 0));
   EXPECT_TRUE(is_gone(qd_directory_descriptor_read(folder.c_str(), name) == 0));
   EXPECT_TRUE(is_gone(qd_macro_descr_read(folder.c_str()) == nullptr));
-  EXPECT_TRUE(is_gone(qd_data_file_open((folder + "/DATAVAR").c_str()) == nullptr));
   EXPECT_TRUE(is_gone(st_file_concat((folder + "/DATAVAR").c_str(), "", 1, 1, 8) == 0));
   EXPECT_FALSE(fs::exists(in_file(9, "")));
   // The file that fails to open tells, and nobody looks at the folder.
   fs::create_directories(folder);
   EXPECT_TRUE(is_gone(qd_macro_descr_read(folder.c_str()) == nullptr));
-  EXPECT_TRUE(is_gone(qd_data_file_open((folder + "/DATAVAR").c_str()) == nullptr));
 }
 
 TEST_F(gone, a_number_that_another_object_has_is_left_alone) {

@@ -17,7 +17,7 @@ namespace qrd::test {
 namespace {
 
 void init(const char* path) {
-  qu_init(0, path, "QRDserver", "QRDserver", "15.03", "2015.3");
+  qu_init(path, "QRDserver", "15.03");
 }
 
 class root : public testing::Test {
@@ -40,7 +40,6 @@ TEST_F(root, a_given_path_is_the_root) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
   EXPECT_STREQ(program_name, "QRDserver");
   EXPECT_STREQ(program_version_text, "15.03");
-  EXPECT_STREQ(program_version_long, "2015.3");
   EXPECT_STREQ(study_name, "None");
 }
 

@@ -35,7 +35,7 @@ class study : public testing::Test {
  protected:
   void SetUp() override {
     for (const char* name : {"QRD_INIT", "QRD_PLUGIN_PATH", "QRD_RUNNING_TEST"}) unsetenv(name);
-    qu_init(0, root.path().c_str(), "QRDserver", "QRDserver", "15.03", "2015.3");
+    qu_init(root.path().c_str(), "QRDserver", "15.03");
   }
   void TearDown() override { unit_flag = 1; }
   std::string make(const std::string& name, const std::string& descriptor = study_descriptor(1)) {

@@ -141,9 +141,6 @@ TEST_F(plain_files, copies_and_appends) {
             "Unable to create the new file " + (folder_ / "no/B") + "\n\n");
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_file_copy((folder_ / "no").c_str(), "x"), 0); }),
             "Unable to access file " + (folder_ / "no") + ".\nSystem Error: No such file or directory\n");
-  EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "C"), 1);
-  EXPECT_EQ(qu_file_rename(folder_.path().c_str(), "B", "D"), 0);
-  EXPECT_EQ(read_file(folder_ / "C").size(), 140000U);
 }
 
 TEST_F(plain_files, a_failed_append_leaves_the_target_as_it_was) {
