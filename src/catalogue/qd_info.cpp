@@ -1,9 +1,7 @@
 // What the catalogue knows of a file or a variable.
 #include "catalogue/qd_info.h"
 
-#include <algorithm>
 #include <cstring>
-#include <vector>
 
 #include "catalogue/qd_path.h"
 #include "catalogue/qd_test.h"
@@ -14,15 +12,6 @@
 namespace qrd {
 
 namespace {
-
-// Samples in the longest line of a lines file, or -1 if its table can't be read.
-std::int64_t longest_line(const char* file_path, const qd_file_record& record) {
-  std::vector<std::int64_t> offsets;
-  if (!qd_line_table_read(file_path, record, offsets)) return -1;
-  std::int64_t longest = 0;
-  for (std::size_t i = 1; i < offsets.size(); ++i) longest = std::max(longest, offsets[i] - offsets[i - 1]);
-  return longest;
-}
 
 // The variables with a role in a file, read in one walk: the first float or text variable of each kind.
 struct role_records {
@@ -69,8 +58,7 @@ int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_fi
   info.dimension = record.dimension;
   info.sample_count = record.sample_count;
   info.line_count = record.line_count;
-  info.longest_line = is_lines(record.organisation) ? longest_line(file_path, record) : 0;
-  return info.longest_line >= 0;
+  return !is_lines(record.organisation) || qd_line_table_ends_hold(file_path, record);
 }
 
 int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {

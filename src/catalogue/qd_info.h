@@ -20,14 +20,14 @@ int qd_special_var_name(const char* directory, const char* file, int kind, name_
 // All of them at once; those that the file doesn't have are empty. The result tells what such a name means:
 // 1 none, 2 unreadable; nothing_told if it can't be read now.
 int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]);
-// 1, or 0 as above. A damaged line table is fatal. `grid` may be null; it is the default grid for any other
-// file.
+// 1, or 0 as above, and if the ends of a line table don't fit the file. `grid` may be null; it is the default
+// grid for any other file.
 int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid);
 // 0 done, 1 not all found. Outputs may be null. `flag` 1 starts from the distance format.
 int qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
                            qd_format_record* y, qd_format_record* z);
 
-// 1, or 0 if the file has just gone. A damaged line table is fatal.
+// 1, or 0 if the file has just gone or changed, and after a report if its line table is damaged.
 int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info);
 // All of an answer but `system`, which the queries tell in their own ways.
 void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& variable, qd_var_info& info);

@@ -38,12 +38,11 @@ std::int64_t qd_sample_offset(std::int64_t sample, std::int64_t bit_length);
 // The fill of 512 samples for a numeric bit length or, with `text`, for text of that many bits. False
 // without memory. REQUIRES: a bit length of the table.
 bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
+// The same as its bytes stand in the file.
+bool qd_stored_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
 
 // False only if the file system of a path says that it can't take so many bytes more.
 bool qd_file_system_has_room(const char* path, std::int64_t bytes);
-
-// The same fill as its bytes stand in the file.
-bool qd_stored_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
 
 // Appends the block `repeats` times to a data file (undoing a compressed form first). 1, or 0 when a write
 // failed, when the file system has too little room or when another server has deleted the variable; the file

@@ -60,6 +60,16 @@ bool read_table(const char* path, const qd_file_record& record, std::vector<std:
   return false;
 }
 
+bool ends_hold(const char* path, const qd_file_record& record) {
+  file_stream stream(qu_file_open_n(path, read_binary));
+  if (!stream || !holds_table(stream.get(), record)) return false;
+  xdr_stream xdr(stream.get(), XDR_DECODE);
+  std::int64_t first = 0, last = 0;
+  return xdr && qu_xdr_long(xdr.get(), &first) != 0 && first == 1 &&
+         qu_file_seek(stream.get(), record.line_count * entry_bytes, 0) == 0 &&
+         qu_xdr_long(xdr.get(), &last) != 0 && last - 1 == record.sample_count;
+}
+
 // True if the descriptor of a file is no longer the one that a record was read from.
 bool has_changed(const char* file_path, const qd_file_record& record) {
   qd_file_record now;
@@ -68,15 +78,25 @@ bool has_changed(const char* file_path, const qd_file_record& record) {
          now.line_count != record.line_count || now.sample_count != record.sample_count;
 }
 
+// Always false, after a report unless another server has changed the file.
+bool report_corrupted(const char* file_path, const qd_file_record& record, const char* path) {
+  if (!has_changed(file_path, record)) qu_message("Line descriptor corrupted:\n%s", path);
+  return false;
+}
+
 }  // namespace
 
 bool qd_line_table_read(const char* file_path, const qd_file_record& record,
                         std::vector<std::int64_t>& offsets) {
   path_text path;
   line_table_path(file_path, path);
-  if (read_table(path, record, offsets)) return true;
-  if (!has_changed(file_path, record)) qu_message("Line descriptor corrupted:\n%s", path);
-  return false;
+  return read_table(path, record, offsets) || report_corrupted(file_path, record, path);
+}
+
+bool qd_line_table_ends_hold(const char* file_path, const qd_file_record& record) {
+  path_text path;
+  line_table_path(file_path, path);
+  return ends_hold(path, record) || report_corrupted(file_path, record, path);
 }
 
 int qd_line_table_create(const char* file_path) {

@@ -17,6 +17,8 @@ inline constexpr char line_file_name[] = "LINE";
 // a report if the table can't be read or doesn't hold.
 bool qd_line_table_read(const char* file_path, const qd_file_record& record,
                         std::vector<std::int64_t>& offsets);
+// The same of its length, its first and its last entry alone, which takes no longer for a long table.
+bool qd_line_table_ends_hold(const char* file_path, const qd_file_record& record);
 // A table with the single entry 1. 1 or 0.
 int qd_line_table_create(const char* file_path);
 // True if the table is there and as long as the record tells.

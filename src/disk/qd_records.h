@@ -110,7 +110,6 @@ struct qd_file_info {
   std::int64_t dimension = 2;
   std::int64_t sample_count = 0;
   std::int64_t line_count = 0;
-  std::int64_t longest_line = 0;
 };
 
 // Names of the variables that the store makes itself.

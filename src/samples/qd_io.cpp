@@ -18,11 +18,6 @@ namespace {
 // The last entry can be selected, but not bound into an io record.
 constexpr std::int64_t last_bindable_entry = table_slots - 1;
 
-qd_io& io_of(std::int64_t io, const char* function) {
-  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
-  return *tab_io[io - 1];
-}
-
 void release_buffer(scratch_buffer& buffer) {
   qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), buffer.data, 1, buffer.capacity);
   buffer = {};
@@ -79,9 +74,14 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
   return slot + 1;
 }
 
+qd_io& qd_io_of(const char* function, std::int64_t io) {
+  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
+  return *tab_io[io - 1];
+}
+
 std::int64_t qd_free_io(std::int64_t io) {
   if (io == 0) return 0;
-  qd_io* record = &io_of(io, "qd_free_io");
+  qd_io* record = &qd_io_of("qd_free_io", io);
   for (scratch_buffer* buffer : {&mask_buffer, &work_buffer, &work_buffer2}) release_buffer(*buffer);
   delete record;
   tab_io[io - 1] = nullptr;
@@ -91,7 +91,7 @@ std::int64_t qd_free_io(std::int64_t io) {
 int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
   constexpr char function[] = "qd_set_macro_indices_in_io";
   if (qd_two_files_available() == 0) return 0;
-  qd_io& record = io_of(io, function);
+  qd_io& record = qd_io_of(function, io);
   bool any_generic = false;
   for (std::size_t v = 0; v < record.variables.size(); ++v) {
     if (record.macro_generic[v] == 0) continue;

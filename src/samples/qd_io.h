@@ -28,9 +28,12 @@ bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_hand
 // An io id, or 0 unless all variables belong to one file and are all text or all not.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);
+// The record of an id; fatal in the name of `function` (number 10) if there is none.
+qd_io& qd_io_of(const char* function, std::int64_t io);
 // 0; harmless on 0. Releases the scratch buffers too.
 std::int64_t qd_free_io(std::int64_t io);
-// 1, or 0 if no variable of the record is generic.
+// 1; 0 after a report if too many files are open or no variable of the record is generic, and 0 if a macro
+// can't be read or doesn't have the index.
 int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index);
 
 // Buffers of the sample engine, shared by all io records.

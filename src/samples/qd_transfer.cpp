@@ -15,10 +15,10 @@ namespace qrd {
 
 namespace {
 
-qd_io& io_of(const char* function, std::int64_t io) {
-  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
-  if (tab_io[io - 1]->variables.empty()) qu_fatal_number(function, 20);
-  return *tab_io[io - 1];
+qd_io& filled_io(const char* function, std::int64_t id) {
+  qd_io& io = qd_io_of(function, id);
+  if (io.variables.empty()) qu_fatal_number(function, 20);
+  return io;
 }
 
 std::int64_t samples_of(const char* function, const qd_io& io) {
@@ -41,7 +41,7 @@ bool fits(const qd_selected_entry& entry, std::int64_t slot, std::int64_t sample
 }  // namespace
 
 range_transfer::range_transfer(const char* function, std::int64_t io_id)
-    : io(io_of(function, io_id)), samples(samples_of(function, io)), first(1), last(samples) {}
+    : io(filled_io(function, io_id)), samples(samples_of(function, io)), first(1), last(samples) {}
 
 range_transfer::range_transfer(const char* function, std::int64_t io_id, std::int64_t first_sample,
                                std::int64_t last_sample)
