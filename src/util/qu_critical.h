@@ -8,7 +8,7 @@
 
 namespace qrd {
 
-// While one lives, a signal that ends the process waits for its end, up to a limit (server/signals.h). They
+// While one lives, a signal that ends the process waits for its end, up to a limit (wire/signals.h). They
 // nest, and cost a counter. Keep them short: what is read, computed and written beside comes before.
 class critical_step {
  public:
