@@ -6,7 +6,6 @@
 #include "catalogue/qd_info.h"
 #include "catalogue/qd_test.h"
 #include "edit/qd_manage.h"
-#include "edit/qd_output.h"
 #include "samples/qd_check.h"
 #include "samples/qd_io.h"
 #include "samples/qd_read_write.h"
