@@ -1,19 +1,17 @@
 #include "edit/qd_vendor_data.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
+#include "disk/qd_vendor_format.h"
 #include "disk/store_state.h"
 #include "util/qu_file.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
 #include "util/qu_string.h"
-#include "util/qu_xdr.h"
-#include "util/qu_xdr_block.h"
 
 namespace qrd {
 
@@ -21,15 +19,6 @@ namespace {
 
 constexpr named_file_kind vendor_files = {"VENDOR.", "WARNING: A DATA VENDOR IS CORRUPTED:",
                                           "WARNING: MAXIMUM NUMBER OF VENDOR DATA FILES REACHED"};
-constexpr std::int64_t vendor_word = 520;
-constexpr std::uint32_t vendor_name_limit = 50;
-// Texts and arrays grow by so many bytes or numbers while they are read. A multiple of 4, so that no padding
-// falls inside a text.
-constexpr std::uint32_t text_step = 1 << 16;
-constexpr std::int64_t array_step = 1 << 13;
-
-// What reading came to: a damaged array or text spoils the bag, anything else damaged is fatal.
-enum class decoding { done, spoilt, corrupted };
 
 bool owner_folder(const vendor_owner& owner, path_text& folder) {
   if (owner.directory == nullptr) {
@@ -41,121 +30,6 @@ bool owner_folder(const vendor_owner& owner, path_text& folder) {
   name_text generic;
   return qd_catalogue_name(owner.variable, generic) &&
          qd_variable_path(owner.directory, owner.file, generic, folder) != 0;
-}
-
-bool move_head(XDR* xdr, vendor_data& bag) {
-  std::int64_t word = vendor_word;
-  return qu_xdr_int(xdr, &word) && qu_xdr_text(xdr, bag.name, vendor_name_limit) &&
-         qu_xdr_int(xdr, &bag.version);
-}
-
-// A text whose room (its length and a terminator) stands before it.
-bool read_text(XDR* xdr, std::string& text) {
-  std::int64_t room = 0;
-  u_int length = 0;
-  if (!qu_xdr_int(xdr, &room) || !xdr_u_int(xdr, &length) || std::int64_t{length} >= room) return false;
-  // The length may lie: memory grows with what the file really holds.
-  while (text.size() < length) {
-    const std::size_t held = text.size();
-    const u_int step = std::min(text_step, length - static_cast<u_int>(held));
-    text.resize(held + step);
-    if (!xdr_opaque(xdr, text.data() + held, step)) return false;
-  }
-  // Texts end at their terminator, wherever it stands.
-  text.resize(std::min(text.size(), text.find('\0')));
-  return true;
-}
-
-bool write_text(XDR* xdr, std::string& text) {
-  auto room = static_cast<std::int64_t>(text.size()) + 1;
-  char* characters = text.data();
-  return qu_xdr_int(xdr, &room) && xdr_string(xdr, &characters, static_cast<u_int>(room));
-}
-
-template <typename Number>
-bool read_numbers(XDR* xdr, std::vector<Number>& numbers, int (*move)(XDR*, Number*, std::int64_t)) {
-  std::int64_t count = 0;
-  if (!qu_xdr_int(xdr, &count) || count < 0) return false;
-  for (std::int64_t held = 0; held < count; held += array_step) {
-    const std::int64_t step = std::min(array_step, count - held);
-    numbers.resize(static_cast<std::size_t>(held + step));
-    if (!move(xdr, numbers.data() + held, step)) return false;
-  }
-  return true;
-}
-
-template <typename Number>
-bool write_numbers(XDR* xdr, std::vector<Number>& numbers, int (*move)(XDR*, Number*, std::int64_t)) {
-  auto count = static_cast<std::int64_t>(numbers.size());
-  return qu_xdr_int(xdr, &count) && move(xdr, numbers.data(), count) != 0;
-}
-
-bool read_texts(XDR* xdr, std::vector<std::string>& texts) {
-  std::int64_t count = 0;
-  if (!qu_xdr_int(xdr, &count) || count < 0) return false;
-  for (std::int64_t i = 0; i < count; ++i)
-    if (!read_text(xdr, texts.emplace_back())) return false;
-  return true;
-}
-
-bool write_texts(XDR* xdr, std::vector<std::string>& texts) {
-  auto count = static_cast<std::int64_t>(texts.size());
-  return qu_xdr_int(xdr, &count) &&
-         std::all_of(texts.begin(), texts.end(), [xdr](std::string& text) { return write_text(xdr, text); });
-}
-
-decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
-  const auto in_array = [](bool read) { return read ? decoding::done : decoding::spoilt; };
-  const auto scalar = [](bool read) { return read ? decoding::done : decoding::corrupted; };
-  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit)) return decoding::spoilt;
-  std::int32_t type = 0;
-  if (!xdr_int(xdr, &type)) return decoding::corrupted;
-  if (!qd_vendor_data_set_type(attribute, type))
-    qu_fatal("%s: Wrong Vendor Data Type (%d)", "qd_vendor_data_read", type);
-  switch (type) {
-    case 1:
-      return scalar(xdr_int(xdr, &std::get<1>(attribute.value)) != 0);
-    case 2:
-      return scalar(xdr_double(xdr, &std::get<2>(attribute.value)) != 0);
-    case 3:
-      return in_array(read_text(xdr, std::get<3>(attribute.value)));
-    case 4:
-      return in_array(read_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints));
-    case 5:
-      return in_array(read_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles));
-    case 6:
-      return in_array(read_texts(xdr, std::get<6>(attribute.value)));
-    default:
-      return decoding::done;
-  }
-}
-
-bool write_attribute(XDR* xdr, vendor_attribute& attribute) {
-  std::int32_t type = attribute.type();
-  if (!qu_xdr_text(xdr, attribute.name, vendor_name_limit) || !xdr_int(xdr, &type)) return false;
-  switch (type) {
-    case 1:
-      return xdr_int(xdr, &std::get<1>(attribute.value)) != 0;
-    case 2:
-      return xdr_double(xdr, &std::get<2>(attribute.value)) != 0;
-    case 3:
-      return write_text(xdr, std::get<3>(attribute.value));
-    case 4:
-      return write_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints);
-    case 5:
-      return write_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles);
-    case 6:
-      return write_texts(xdr, std::get<6>(attribute.value));
-    default:
-      return true;
-  }
-}
-
-bool write_bag(XDR* xdr, vendor_data& bag) {
-  auto count = static_cast<std::int64_t>(bag.attributes.size());
-  return move_head(xdr, bag) && qu_xdr_int(xdr, &count) &&
-         std::all_of(bag.attributes.begin(), bag.attributes.end(),
-                     [xdr](vendor_attribute& attribute) { return write_attribute(xdr, attribute); });
 }
 
 // The file of a bag, opened. 0 found; 1 not found, or no owner; 2 too many files are open, or one that may be
@@ -181,40 +55,12 @@ int st_get_vendor_data_path(const char* name, const vendor_owner& owner, named_f
 
 }  // namespace
 
-bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type) {
-  switch (type) {
-    case 0:
-      attribute.value.emplace<0>();
-      return true;
-    case 1:
-      attribute.value.emplace<1>();
-      return true;
-    case 2:
-      attribute.value.emplace<2>();
-      return true;
-    case 3:
-      attribute.value.emplace<3>();
-      return true;
-    case 4:
-      attribute.value.emplace<4>();
-      return true;
-    case 5:
-      attribute.value.emplace<5>();
-      return true;
-    case 6:
-      attribute.value.emplace<6>();
-      return true;
-    default:
-      return false;
-  }
-}
-
 int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
   named_file file;
   if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
   vendor_data bag;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
-  if (!xdr || !move_head(xdr.get(), bag)) {
+  if (!xdr || !qd_vendor_bag_head_read(xdr.get(), bag)) {
     qu_named_file_unread(vendor_files, file);
     return 2;
   }
@@ -226,12 +72,8 @@ int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char*
   bag = {};
   named_file file;
   if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
-  auto state = decoding::corrupted;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
-  std::int64_t count = 0;
-  if (xdr && move_head(xdr.get(), bag) && qu_xdr_int(xdr.get(), &count)) state = decoding::done;
-  for (std::int64_t i = 0; i < count && state == decoding::done; ++i)
-    state = read_attribute(xdr.get(), bag.attributes.emplace_back());
+  const decoding state = xdr ? qd_vendor_bag_read(xdr.get(), bag) : decoding::corrupted;
   if (state == decoding::corrupted) qu_named_file_unread(vendor_files, file);
   if (state == decoding::done) return 0;
   qu_message("An error occured during Vendor Data decoding");
@@ -254,7 +96,7 @@ int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
   if (present == 2) return 1;
   const auto write = [&bag](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);
-    return xdr && write_bag(xdr.get(), bag);
+    return xdr && qd_vendor_bag_write(xdr.get(), bag);
   };
   return qu_named_file_put(folder, vendor_files, present == 0 ? old.path : nullptr, write) ? 0 : 1;
 }

@@ -1,114 +1,27 @@
 #include "edit/qd_wireframe.h"
 
-#include <algorithm>
 #include <string>
 
 #include "catalogue/qd_info.h"
 #include "catalogue/qd_test.h"
 #include "disk/qd_descriptor.h"
+#include "disk/qd_wireframe_format.h"
 #include "edit/qd_companion.h"
 #include "edit/qd_object_file.h"
 #include "samples/qd_selection.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
-#include "util/qu_xdr_block.h"
 
 namespace qrd {
 
 namespace {
 
 constexpr char wireframe_file_name[] = "WIREFRAME";
-constexpr std::int64_t wireframe_version = 3;
-constexpr std::uint32_t object_name_limit = 50;
-constexpr std::int64_t bytes_per_vertex = 24;
-constexpr std::int64_t bytes_per_triangle = 12;
 
 // Those of the samples' places.
 constexpr builtin_variable centers[3] = {{"X+ Gravity Center (READONLY)", KIND_X},
                                          {"Y+ Gravity Center (READONLY)", KIND_Y},
                                          {"Z+ Gravity Center (READONLY)", KIND_Z}};
-
-struct file_header {
-  std::int64_t version = wireframe_version;
-  std::int64_t objects = 0, vertices = 0, triangles = 0;
-  double box[6] = {};
-};
-
-bool move_header(XDR* xdr, file_header& header) {
-  return qu_xdr_int(xdr, &header.version) && qu_xdr_int(xdr, &header.objects) &&
-         qu_xdr_int(xdr, &header.vertices) && qu_xdr_int(xdr, &header.triangles) &&
-         std::min({header.objects, header.vertices, header.triangles}) >= 0 &&
-         qu_xdr_doubles(xdr, header.box, 6);
-}
-
-// A count and so many items of `width` numbers. What a file promises is bounded by what it holds.
-template <typename Number>
-bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left, std::int64_t item_bytes,
-                int (*move)(XDR*, Number*, std::int64_t)) {
-  auto count = static_cast<std::int64_t>(numbers.size() / 3);
-  if (!qu_xdr_int(xdr, &count)) return false;
-  if (xdr->x_op == XDR_DECODE) {
-    if (count < 0 || count > bytes_left / item_bytes) return false;
-    numbers.resize(static_cast<std::size_t>(3 * count));
-  }
-  return move(xdr, numbers.data(), 3 * count) != 0;
-}
-
-bool move_piece(XDR* xdr, std::int64_t version, std::int64_t bytes_left, wireframe_piece& piece) {
-  if (version >= 3 && !qu_xdr_int(xdr, &piece.piece_type)) return false;
-  return move_items(xdr, piece.vertices, bytes_left, bytes_per_vertex, qu_xdr_doubles) &&
-         move_items(xdr, piece.triangles, bytes_left, bytes_per_triangle, qu_xdr_ints) &&
-         qu_xdr_int(xdr, &piece.closed);
-}
-
-bool write_object(XDR* xdr, wireframe_object& object) {
-  auto pieces = static_cast<std::int64_t>(object.pieces.size());
-  return qu_xdr_text(xdr, object.name, object_name_limit) && qu_xdr_int(xdr, &object.red) &&
-         qu_xdr_int(xdr, &object.green) && qu_xdr_int(xdr, &object.blue) && qu_xdr_int(xdr, &pieces) &&
-         std::all_of(object.pieces.begin(), object.pieces.end(),
-                     [xdr](wireframe_piece& piece) { return move_piece(xdr, wireframe_version, 0, piece); });
-}
-
-bool write_root(XDR* xdr, wireframe& root) {
-  file_header header;
-  header.objects = static_cast<std::int64_t>(root.objects.size());
-  header.vertices = qu_polyhedron_vertex_count(root);
-  header.triangles = qu_polyhedron_triangle_count(root);
-  qu_polyhedron_box(root, header.box);
-  return move_header(xdr, header) &&
-         std::all_of(root.objects.begin(), root.objects.end(),
-                     [xdr](wireframe_object& object) { return write_object(xdr, object); });
-}
-
-// One object; it joins the root if its name is among the kept ones.
-bool read_object(XDR* xdr, std::int64_t version, std::int64_t bytes_left,
-                 const std::optional<object_name_set>& kept, wireframe& root) {
-  name_text name;
-  std::int64_t red = 0, green = 0, blue = 0, pieces = 0;
-  if (!qu_xdr_text(xdr, name, object_name_limit) || !qu_xdr_int(xdr, &red) || !qu_xdr_int(xdr, &green) ||
-      !qu_xdr_int(xdr, &blue) || !qu_xdr_int(xdr, &pieces) || pieces < 0)
-    return false;
-  wireframe_object& object = qu_polyhedron_new(root, name);
-  object.red = red;
-  object.green = green;
-  object.blue = blue;
-  object.pieces.clear();
-  for (std::int64_t i = 0; i < pieces; ++i) {
-    wireframe_piece& piece = object.pieces.emplace_back();
-    if (!move_piece(xdr, version, bytes_left, piece) || !qu_piece_valid(piece)) return false;
-    qu_piece_extend(piece);
-  }
-  if (kept && !kept->contains(object.name)) root.objects.pop_back();
-  return true;
-}
-
-bool read_objects(XDR* xdr, std::int64_t bytes, const std::optional<object_name_set>& kept, wireframe& root) {
-  file_header header;
-  if (!move_header(xdr, header)) return false;
-  for (std::int64_t i = 0; i < header.objects; ++i)
-    if (!read_object(xdr, header.version, bytes, kept, root)) return false;
-  return true;
-}
 
 // Places, names and volumes of the objects.
 object_samples samples_of(wireframe& root) {
@@ -163,7 +76,8 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
   const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
     path_text path;
     qu_path_join(path, {folder, path_separator, wireframe_file_name});
-    if (qd_object_file_replace(path, [&root](XDR* xdr) { return write_root(xdr, root); })) return true;
+    if (qd_object_file_replace(path, [&root](XDR* xdr) { return qd_wireframe_body_write(xdr, root); }))
+      return true;
     qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
     return false;
   });
@@ -188,7 +102,7 @@ std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* 
   if (selected == selection_state::usable)
     kept = qd_selected_object_names(directory, file, selection, object_name_variable);
   auto root = qu_wireframe_new();
-  if (!read_objects(xdr.get(), companion.bytes(), kept, *root)) {
+  if (!qd_wireframe_body_read(xdr.get(), companion.bytes(), kept, *root)) {
     if (!companion.is_whole()) return nullptr;
     companion.set_aside();
     status = 1;
@@ -207,8 +121,8 @@ int qd_wireframe_info(const char* directory, const char* file, const char* selec
     return companion.opened() == companion_reader::state::absent ? 3 : 2;
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return 2;
-  file_header header;
-  bool read = move_header(xdr.get(), header);
+  wireframe_header header;
+  bool read = qd_wireframe_header_read(xdr.get(), header);
   if (!companion.is_whole()) return 2;
   info.object_count = header.objects;
   const selection_state selected =
@@ -226,14 +140,8 @@ int qd_wireframe_info(const char* directory, const char* file, const char* selec
   info.vertex_count = header.vertices;
   info.triangle_count = header.triangles;
   const double(&box)[6] = header.box;
-  if (header.version == 1) {
-    // The first version had its box in another order.
-    info.x_min = box[0], info.y_max = box[1], info.x_max = box[2];
-    info.z_min = box[3], info.y_min = box[4], info.z_max = box[5];
-  } else {
-    info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
-    info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
-  }
+  info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
+  info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
   return 0;
 }
 

@@ -1,15 +1,5 @@
-// Wireframe files: the companion "WIREFRAME" of a 3D points file with one sample per object. XDR:
-//
-//   xint x 4      version (3 is written), objects, vertices, triangles
-//   xdouble x 6   x, y, z: minimum and maximum each
-//   objects:
-//     xstring(50)  name
-//     xint x 4     red, green, blue, number of pieces
-//     pieces:
-//       xint         piece type, from version 3
-//       xint         vertex count, then xdouble x, y, z of each
-//       xint         triangle count, then three xint vertex indices of each
-//       xint         closed
+// Wireframe files: a 3D points file with one sample per object, and the companion "WIREFRAME" (see
+// disk/qd_wireframe_format.h).
 #pragma once
 
 #include <cstdint>
