@@ -25,7 +25,6 @@
 
 namespace qrd {
 
-
 namespace {
 
 constexpr std::size_t plugin_path_size = 1000;

@@ -22,7 +22,9 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   std::vector<std::int64_t> slots, sorted;
   for (std::int64_t slot = 0; slot < descriptor->slot_count(); ++slot)
     if (descriptor->indices[static_cast<std::size_t>(slot)] > 0) slots.push_back(slot);
-  const auto index_of = [&](std::int64_t slot) { return descriptor->indices[static_cast<std::size_t>(slot)]; };
+  const auto index_of = [&](std::int64_t slot) {
+    return descriptor->indices[static_cast<std::size_t>(slot)];
+  };
   std::ranges::sort(slots, {}, index_of);
   std::ranges::transform(slots, std::back_inserter(sorted), index_of);
   *count = static_cast<std::int64_t>(sorted.size());
