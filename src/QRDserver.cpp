@@ -16,7 +16,7 @@
 #include "wire/exec_server.h"
 #include "wire/messages.h"
 #include "wire/network.h"
-#include "wire/read_write.h"
+#include "wire/send_or_receive.h"
 #include "wire/signals.h"
 
 namespace {

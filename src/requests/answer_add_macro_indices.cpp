@@ -22,6 +22,7 @@
 #include "samples/qd_selected.h"
 #include "util/qu_memory.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 #include "wire/connection.h"
 
 namespace qrd {

@@ -17,6 +17,7 @@
 #include "util/qu_critical.h"
 #include "util/qu_string.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 
 namespace qrd {
 

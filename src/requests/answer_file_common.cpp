@@ -9,6 +9,7 @@
 #include "requests/context.h"
 #include "samples/qd_check.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 #include "wire/connection.h"
 
 namespace qrd {

@@ -6,6 +6,7 @@
 #include "requests/answer_resources.h"
 #include "requests/handlers.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 
 namespace qrd {
 

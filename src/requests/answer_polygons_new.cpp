@@ -16,8 +16,10 @@
 #include "samples/qd_check.h"
 #include "samples/qd_selected.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
+#include "wire/send_or_receive.h"
 #include "wire/trace.h"
 
 namespace qrd {

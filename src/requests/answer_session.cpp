@@ -7,6 +7,7 @@
 
 #include "requests/handlers.h"
 #include "wire/answering.h"
+#include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/network.h"

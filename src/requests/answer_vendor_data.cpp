@@ -8,9 +8,11 @@
 #include "requests/handlers.h"
 #include "util/qu_string.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
 #include "wire/trace.h"
+#include "wire/values.h"
 
 namespace qrd {
 

@@ -13,6 +13,7 @@
 #include "samples/qd_selected.h"
 #include "util/qu_string.h"
 #include "wire/answering.h"
+#include "wire/arrays.h"
 
 namespace qrd {
 

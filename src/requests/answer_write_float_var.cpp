@@ -15,6 +15,8 @@
 #include "requests/handlers.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
+#include "wire/arrays.h"
+#include "wire/buffer.h"
 #include "wire/connection.h"
 
 namespace qrd {

@@ -5,6 +5,7 @@
 
 #include "requests/handlers.h"
 #include "wire/answering.h"
+#include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
 #include "wire/request_table.h"

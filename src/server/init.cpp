@@ -4,10 +4,11 @@
 
 #include "requests/context.h"
 #include "util/qu_xdr.h"
+#include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/network.h"
-#include "wire/read_write.h"
 #include "wire/trace.h"
+#include "wire/values.h"
 
 namespace qrd {
 

@@ -5,9 +5,12 @@
 #include <cstdio>
 
 #include "util/qu_memory.h"
+#include "wire/buffer.h"
+#include "wire/connection.h"
 #include "wire/debug.h"
 #include "wire/format_text.h"
 #include "wire/messages.h"
+#include "wire/send_or_receive.h"
 #include "wire/trace.h"
 
 namespace qrd {

@@ -9,8 +9,9 @@
 
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
-#include "wire/read_write.h"
+#include "wire/arrays.h"
 #include "wire/request_table.h"
+#include "wire/values.h"
 
 namespace qrd {
 

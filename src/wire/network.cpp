@@ -14,9 +14,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
-#include "wire/read_write.h"
 #include "wire/signals.h"
 #include "wire/trace.h"
 

@@ -2,7 +2,7 @@
 //
 // A layout is a list of values, parts and groups:
 //
-//   int first            a value and its name; the types are those of read_write.h
+//   int first            a value and its name; the types are those of values.h
 //   double values[n]     n of them in a row; a count is a number, the name of a value before it, or two of
 //                        these with * or + between
 //   colours              one of layout_parts

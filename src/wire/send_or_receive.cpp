@@ -1,10 +1,12 @@
-// Waiting for the client: the next request, and the silence after one that nobody knows.
+#include "wire/send_or_receive.h"
+
 #include <poll.h>
 
 #include <cerrno>
 
+#include "wire/connection.h"
 #include "wire/debug.h"
-#include "wire/read_write.h"
+#include "wire/values.h"
 
 namespace qrd {
 

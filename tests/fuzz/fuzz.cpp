@@ -33,8 +33,9 @@
 #include "units/qu_units.h"
 #include "util/qu_memory.h"
 #include "util/qu_string.h"
+#include "wire/buffer.h"
 #include "wire/connection.h"
-#include "wire/read_write.h"
+#include "wire/send_or_receive.h"
 
 extern "C" int LLVMFuzzerInitialize(int* argument_count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

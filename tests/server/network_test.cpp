@@ -9,6 +9,8 @@
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "support/server_process.h"
+#include "wire/buffer.h"
+#include "wire/values.h"
 
 namespace {
 

@@ -15,9 +15,10 @@
 #include "support/console.h"
 #include "support/layout.h"
 #include "support/open_study.h"
+#include "wire/buffer.h"
 #include "wire/client_versions.h"
 #include "wire/connection.h"
-#include "wire/read_write.h"
+#include "wire/values.h"
 
 namespace qrd::test {
 namespace {

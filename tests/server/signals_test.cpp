@@ -11,7 +11,9 @@
 #include "support/bytes.h"
 #include "support/server_process.h"
 #include "util/qu_critical.h"
+#include "wire/buffer.h"
 #include "wire/signals.h"
+#include "wire/values.h"
 
 namespace qrd::test {
 namespace {

@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "server/trace_text.h"
+#include "wire/buffer.h"
+#include "wire/connection.h"
 #include "wire/messages.h"
-#include "wire/read_write.h"
 #include "wire/trace.h"
 
 namespace qrd::test {

@@ -10,7 +10,7 @@
 
 #include "support/bytes.h"
 #include "wire/client_versions.h"
-#include "wire/read_write.h"
+#include "wire/values.h"
 
 namespace qrd::test {
 

@@ -8,8 +8,8 @@
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "support/bytes.h"
+#include "wire/buffer.h"
 #include "wire/connection.h"
-#include "wire/read_write.h"
 
 namespace qrd::test {
 

@@ -1,0 +1,167 @@
+#include "wire/arrays.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <optional>
+#include <type_traits>
+
+#include "util/qu_big_endian.h"
+#include "wire/buffer.h"
+#include "wire/trace.h"
+#include "wire/values.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int64_t traced_values = 10;
+
+template <typename Value>
+using image_of = std::conditional_t<sizeof(Value) == 8, std::uint64_t, std::uint32_t>;
+
+// Moves the values that lie whole in the buffer without a look at each; the element operation serves
+// those that straddle its end. The calls of recv and send are those of the plain loop.
+template <typename Value>
+int read_numbers(socket_handle socket, Value* values, std::int64_t count,
+                 int (*element)(socket_handle, Value*)) {
+  constexpr std::int64_t size = sizeof(Value);
+  for (std::int64_t done = 0; done < count;) {
+    const std::span<const char> unread = _qrd_unread();
+    std::int64_t whole = std::min(static_cast<std::int64_t>(unread.size()) / size, count - done);
+    qu_big_endian_copy<image_of<Value>>(values + done, unread.data(), whole);
+    _qrd_mark_read(whole * size);
+    done += whole;
+    if (done == count) break;
+    if (element(socket, values + done) == 0) return 0;
+    ++done;
+  }
+  return 1;
+}
+
+template <typename Value>
+int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
+                  int (*element)(socket_handle, const Value*)) {
+  constexpr std::int64_t size = sizeof(Value);
+  if (socket == no_socket) return count == 0;
+  for (std::int64_t done = 0; done < count;) {
+    const std::span<char> room = _qrd_room();
+    std::int64_t whole = std::min(static_cast<std::int64_t>(room.size()) / size, count - done);
+    qu_big_endian_copy<image_of<Value>>(room.data(), values + done, whole);
+    done += whole;
+    if (!_qrd_mark_written(socket, whole * size)) return 0;
+    if (done == count || whole > 0) continue;
+    if (element(socket, values + done) == 0) return 0;
+    ++done;
+  }
+  return 1;
+}
+
+// An array whose values are being moved.
+struct moved_array {
+  std::int64_t count;
+  std::int64_t shown = 0;
+  bool hides = false;
+
+  // Of its next `size` values, those that a trace shows.
+  std::int64_t show(std::int64_t size) {
+    const std::int64_t next = std::min(size, traced_values - shown);
+    shown += next;
+    return next;
+  }
+  void hide_others() {
+    if (!hides && trace_level >= 3)
+      _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - traced_values));
+    hides = true;
+  }
+};
+// What an array_in_parts has announced; its count is -1 while there is none.
+moved_array array_of_parts = {-1};
+
+moved_array& array_of(moved_array& alone) {
+  return array_of_parts.count >= 0 ? array_of_parts : alone;
+}
+
+// Shows the first values one by one and moves the others in bulk.
+template <typename Value, typename Element>
+int transfer_numbers(socket_handle socket, Value* values, std::int64_t count, Element element,
+                     int (*bulk)(socket_handle, Value*, std::int64_t, Element)) {
+  if (!values_are_traced()) return bulk(socket, values, count, element);
+  moved_array alone = {count};
+  moved_array& whole = array_of(alone);
+  std::int64_t shown = whole.show(count);
+  for (std::int64_t i = 0; i < shown; ++i)
+    if (element(socket, values + i) == 0) return 0;
+  if (shown == count) return 1;
+  whole.hide_others();
+  quiet_scope quiet;
+  return bulk(socket, values + shown, count - shown, element);
+}
+
+}  // namespace
+
+array_in_parts::array_in_parts(std::int64_t count) {
+  array_of_parts = {count};
+}
+array_in_parts::~array_in_parts() {
+  array_of_parts = {-1};
+}
+
+int _qrd_transfer_array(std::int64_t count, int (*element)(void* context, std::int64_t i), void* context) {
+  int result = 1;
+  std::optional<quiet_scope> quiet;
+  moved_array alone = {count};
+  moved_array& whole = array_of(alone);
+  const std::int64_t shown = values_are_traced() ? whole.show(count) : count;
+  for (std::int64_t i = 0; i < count && result != 0; ++i) {
+    if (i == shown) {
+      whole.hide_others();
+      quiet.emplace();
+    }
+    result = element(context, i);
+  }
+  return result;
+}
+
+int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, _qrd_read_double, read_numbers<double>);
+}
+
+int _qrd_read_int_array(socket_handle socket, std::int32_t* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, _qrd_read_int, read_numbers<std::int32_t>);
+}
+
+int _qrd_write_double_array(socket_handle socket, const double* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, _qrd_write_double, write_numbers<double>);
+}
+
+int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
+                             const std::function<std::span<const double>()>& next_piece) {
+  array_in_parts whole(count);
+  for (std::int64_t done = 0; done < count;) {
+    const std::span<const double> piece = next_piece();
+    const std::int64_t length = std::min(static_cast<std::int64_t>(piece.size()), count - done);
+    if (length == 0 || _qrd_write_double_array(socket, piece.data(), length) == 0) return 0;
+    done += length;
+  }
+  return 1;
+}
+
+int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, _qrd_write_int, write_numbers<std::int32_t>);
+}
+
+int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count) {
+  struct {
+    socket_handle socket;
+    const char* const* texts;
+  } array = {socket, texts};
+  return _qrd_transfer_array(
+      count,
+      [](void* context, std::int64_t i) {
+        const auto* strings = static_cast<const decltype(array)*>(context);
+        return _qrd_write_string(strings->socket, strings->texts + i, unlimited_text);
+      },
+      &array);
+}
+
+}  // namespace qrd

@@ -1,0 +1,172 @@
+#include "wire/buffer.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "wire/trace.h"
+
+namespace qrd {
+
+namespace {
+
+constexpr std::int32_t buffer_size = 1024;
+
+// One array serves both directions: the conversation alternates strictly, and a write begins at offset 0
+// whatever has been received and not read.
+char transfer_buffer[buffer_size];
+std::int32_t write_count = 0;
+std::int32_t read_count = 0;  // end of the received bytes
+std::int32_t read_pos = 0;    // the next unread byte
+// The system may hold the last bytes sent back, waiting for more to fill a segment.
+bool more_announced = false;
+
+// Appends what arrives to the buffer; false if the connection is closed or broken.
+bool receive_more(socket_handle socket) {
+  ssize_t received = -1;
+  do {
+    received = recv(static_cast<int>(socket), transfer_buffer + read_count,
+                    static_cast<std::size_t>(buffer_size - read_count), 0);
+  } while (received < 0 && errno == EINTR);
+  if (received < 1) return false;
+  read_count += static_cast<std::int32_t>(received);
+  return true;
+}
+
+bool _qrd_fill_read(socket_handle socket, std::int32_t need) {
+  if (trace_level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
+  read_count -= read_pos;
+  std::memmove(transfer_buffer, transfer_buffer + read_pos, static_cast<std::size_t>(read_count));
+  read_pos = 0;
+  while (read_count < need)
+    if (!receive_more(socket)) return false;
+  return true;
+}
+
+bool send_all(socket_handle socket, int flags) {
+  std::int32_t sent = 0;
+  while (sent < write_count) {
+    ssize_t result = send(static_cast<int>(socket), transfer_buffer + sent,
+                          static_cast<std::size_t>(write_count - sent), flags | MSG_NOSIGNAL);
+    if (result < 0 && errno != EINTR) return false;
+    if (result > 0) sent += static_cast<std::int32_t>(result);
+  }
+  return true;
+}
+
+// Bytes that the system holds back for a fuller segment leave when the option is set again.
+void push(socket_handle socket) {
+  const int on = 1;
+  setsockopt(static_cast<int>(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+int flush(socket_handle socket, bool more_follows) {
+  if (trace_level >= 5) _qrd_trace("Flushing Write buffer (%d bytes)", write_count);
+  bool done = true;
+  if (write_count != 0) {
+    done = send_all(socket, more_follows ? MSG_MORE : 0);
+    more_announced = more_follows;
+  } else if (!more_follows && more_announced) {
+    push(socket);
+    more_announced = false;
+  }
+  if (trace_level >= 5) _qrd_trace("Emptying Write buffer");
+  write_count = 0;
+  return done;
+}
+
+// The two rules of every write: a value that doesn't fit is preceded by a flush, and a full buffer is
+// flushed at once.
+bool make_room(socket_handle socket, std::int64_t size) {
+  return write_count + size <= buffer_size || flush(socket, true) != 0;
+}
+bool flush_if_full(socket_handle socket) {
+  return write_count != buffer_size || flush(socket, true) != 0;
+}
+
+}  // namespace
+
+const char* _qrd_take(socket_handle socket, std::int32_t size) {
+  if (read_count - read_pos < size && !_qrd_fill_read(socket, size)) return nullptr;
+  const char* bytes = transfer_buffer + read_pos;
+  read_pos += size;
+  return bytes;
+}
+
+bool _qrd_store(socket_handle socket, const void* value, std::int32_t size) {
+  if (!make_room(socket, size)) return false;
+  std::memcpy(transfer_buffer + write_count, value, static_cast<std::size_t>(size));
+  write_count += size;
+  return flush_if_full(socket);
+}
+
+std::span<const char> _qrd_unread() {
+  return {transfer_buffer + read_pos, static_cast<std::size_t>(read_count - read_pos)};
+}
+
+void _qrd_mark_read(std::int64_t size) {
+  read_pos += static_cast<std::int32_t>(size);
+}
+
+std::span<char> _qrd_room() {
+  return {transfer_buffer + write_count, static_cast<std::size_t>(buffer_size - write_count)};
+}
+
+bool _qrd_mark_written(socket_handle socket, std::int64_t size) {
+  write_count += static_cast<std::int32_t>(size);
+  return flush_if_full(socket);
+}
+
+int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count) {
+  if (count < 0) return 0;
+  auto* target = static_cast<char*>(destination);
+  while (count > 0) {
+    if (read_pos == read_count) {
+      if (trace_level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
+      _qrd_empty_read();
+      if (!receive_more(socket)) return 0;
+    }
+    std::int64_t part = std::min<std::int64_t>(read_count - read_pos, count);
+    std::memcpy(target, transfer_buffer + read_pos, static_cast<std::size_t>(part));
+    read_pos += static_cast<std::int32_t>(part);
+    target += part;
+    count -= part;
+  }
+  return 1;
+}
+
+int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t count) {
+  if (count == 0) return 1;
+  if (count < 0 || socket == no_socket) return 0;
+  // The first rule holds for the whole block, the second one for each of its bytes.
+  if (!make_room(socket, count)) return 0;
+  const auto* bytes = static_cast<const char*>(source);
+  while (count > 0) {
+    std::int64_t part = std::min<std::int64_t>(buffer_size - write_count, count);
+    std::memcpy(transfer_buffer + write_count, bytes, static_cast<std::size_t>(part));
+    write_count += static_cast<std::int32_t>(part);
+    bytes += part;
+    count -= part;
+    if (!flush_if_full(socket)) return 0;
+  }
+  return 1;
+}
+
+int _qrd_flush_write(socket_handle socket) {
+  return flush(socket, false);
+}
+
+void _qrd_empty_write() {
+  write_count = 0;
+}
+
+void _qrd_empty_read() {
+  read_count = 0;
+  read_pos = 0;
+}
+
+}  // namespace qrd

@@ -1,0 +1,34 @@
+// The buffer of 1024 bytes between the socket and the values. Non-zero or true on success, 0 or false on
+// failure.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "wire/connection.h"
+
+namespace qrd {
+
+// The bare bytes.
+int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count);
+int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t count);
+
+int _qrd_flush_write(socket_handle socket);
+void _qrd_empty_write();
+// Forgets what was received and not read.
+void _qrd_empty_read();
+
+// What moves values reads and stores them in the buffer itself.
+//
+// The next `size` unread bytes, which are read with that, or null. REQUIRES: size <= 8.
+const char* _qrd_take(socket_handle socket, std::int32_t size);
+// One value, whole in one sending. REQUIRES: size <= 8.
+bool _qrd_store(socket_handle socket, const void* value, std::int32_t size);
+// The bytes that have been received and not read, and that so many of them have been read now.
+std::span<const char> _qrd_unread();
+void _qrd_mark_read(std::int64_t size);
+// The free bytes, and that so many of them have been written now: a full buffer is sent at once.
+std::span<char> _qrd_room();
+bool _qrd_mark_written(socket_handle socket, std::int64_t size);
+
+}  // namespace qrd

@@ -1,0 +1,144 @@
+#include "wire/arrays.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numeric>
+#include <span>
+
+#include "server/wire.h"
+#include "support/bytes.h"
+#include "wire/buffer.h"
+#include "wire/values.h"
+
+namespace qrd::test {
+namespace {
+
+using texts = std::vector<std::string>;
+
+// Arrays must not be told from a loop over their elements: the same sends, from every position.
+TEST(arrays, are_sent_like_their_elements) {
+  std::vector<double> values(400);
+  std::vector<std::int32_t> numbers(700);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::sin(static_cast<double>(i));
+  std::iota(numbers.begin(), numbers.end(), -300);
+  wire line;
+  const std::string before(1024, 'x');
+  for (std::int64_t offset : {0, 1, 3, 4, 7, 8, 1013, 1016, 1019, 1020, 1023}) {
+    for (std::int64_t count : {1, 2, 127, 128, 129, 400}) {
+      SCOPED_TRACE(testing::Message() << offset << " " << count);
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      for (std::int64_t i = 0; i < count; ++i)
+        _qrd_write_double(line.near(), &values[static_cast<std::size_t>(i)]);
+      texts expected = line.all_sends();
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      ASSERT_TRUE(_qrd_write_double_array(line.near(), values.data(), count));
+      EXPECT_EQ(line.all_sends(), expected);
+
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      for (std::int64_t i = 0; i < count; ++i)
+        _qrd_write_int(line.near(), &numbers[static_cast<std::size_t>(i)]);
+      expected = line.all_sends();
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      ASSERT_TRUE(_qrd_write_int_array(line.near(), numbers.data(), count));
+      EXPECT_EQ(line.all_sends(), expected);
+    }
+  }
+}
+
+// The fills of the buffer are told at trace level 5.
+std::vector<std::string> fills(const std::string& trace) {
+  std::vector<std::string> lines;
+  for (std::size_t at = trace.find("Flushing Read"); at != std::string::npos;
+       at = trace.find("Flushing Read", at + 1))
+    lines.push_back(trace.substr(at, trace.find('\n', at) - at));
+  return lines;
+}
+
+TEST(arrays, are_read_like_their_elements) {
+  constexpr std::int64_t count = 1000;
+  std::vector<double> values(count);
+  for (std::int64_t i = 0; i < count; ++i)
+    values[static_cast<std::size_t>(i)] = 1.0 / static_cast<double>(i + 1);
+  for (std::size_t offset : {0U, 1U, 4U, 6U}) {
+    bytes data;
+    data.repeat(offset, 'x');
+    for (double value : values) data.f64(value);
+    char skipped[8];
+
+    std::vector<double> one_by_one(count), whole(count);
+    std::vector<std::string> expected_fills;
+    {
+      wire line(SOCK_STREAM);
+      line.arrive(data.str());
+      captured_trace trace(5);
+      _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
+      for (double& value : one_by_one) ASSERT_TRUE(_qrd_read_double(line.near(), &value));
+      expected_fills = fills(trace.text());
+    }
+    wire line(SOCK_STREAM);
+    line.arrive(data.str());
+    captured_trace trace(5);
+    _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
+    ASSERT_TRUE(_qrd_read_double_array(line.near(), whole.data(), count));
+    EXPECT_EQ(one_by_one, values);
+    EXPECT_EQ(whole, values);
+    EXPECT_EQ(fills(trace.text()), expected_fills);
+  }
+}
+
+TEST(arrays, a_trace_shows_ten_values) {
+  wire line;
+  const std::vector<std::int32_t> values = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  const std::string ten =
+      "Write Int(1)\nWrite Int(2)\nWrite Int(3)\nWrite Int(4)\nWrite Int(5)\nWrite Int(6)\nWrite Int(7)\n"
+      "Write Int(8)\nWrite Int(9)\nWrite Int(10)\n";
+  {
+    captured_trace trace(3);
+    _qrd_write_int_array(line.near(), values.data(), 10);
+    EXPECT_EQ(trace.text(), ten);
+  }
+  {
+    captured_trace trace(3);
+    _qrd_write_int_array(line.near(), values.data(), 12);
+    const std::int32_t after = 99;
+    _qrd_write_int(line.near(), &after);
+    EXPECT_EQ(trace.text(), ten + "... + some other 2 values\nWrite Int(99)\n");
+  }
+  const char* names[11] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"};
+  captured_trace trace(3);
+  _qrd_write_string_array(line.near(), names, 11);
+  EXPECT_EQ(
+      trace.text(),
+      "Write Str(a)\nWrite Str(b)\nWrite Str(c)\nWrite Str(d)\nWrite Str(e)\nWrite Str(f)\nWrite Str(g)\n"
+      "Write Str(h)\nWrite Str(i)\nWrite Str(j)\n... + some other 1 values\n");
+}
+
+// In whatever blocks the code moves it.
+TEST(arrays, a_trace_shows_ten_values_of_all_parts) {
+  wire line;
+  const std::vector<double> values = {0.5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+  const std::string ten =
+      "Write Dbl(0.5)\nWrite Dbl(1)\nWrite Dbl(2)\nWrite Dbl(3)\nWrite Dbl(0.5)\nWrite Dbl(1)\n"
+      "Write Dbl(2)\nWrite Dbl(3)\nWrite Dbl(0.5)\nWrite Dbl(1)\n";
+  captured_trace trace(3);
+  {
+    array_in_parts whole(28);
+    for (int part = 0; part < 7; ++part) _qrd_write_double_array(line.near(), values.data(), 4);
+  }
+  EXPECT_EQ(trace.text(), ten + "... + some other 18 values\n");
+  _qrd_write_double_array(line.near(), values.data(), 1);
+  EXPECT_EQ(trace.text(), ten + "... + some other 18 values\nWrite Dbl(0.5)\n");
+  {
+    array_in_parts whole(11);
+    const char* names[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"};
+    _qrd_write_string_array(line.near(), names, 10);
+    _qrd_write_string_array(line.near(), names + 10, 1);
+  }
+  EXPECT_TRUE(trace.text().ends_with("Write Str(j)\n... + some other 1 values\n")) << trace.text();
+  _qrd_write_double_pieces(line.near(), 11, [&] { return std::span<const double>(values).first(4); });
+  EXPECT_TRUE(trace.text().ends_with("\n" + ten + "... + some other 1 values\n")) << trace.text();
+}
+
+}  // namespace
+}  // namespace qrd::test
