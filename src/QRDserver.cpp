@@ -8,8 +8,9 @@
 #include <cstring>
 #include <vector>
 
-#include "requests/handlers.h"
+#include "requests/dispatch.h"
 #include "server/api_get_default_port.h"
+#include "server/close.h"
 #include "server/init.h"
 #include "server/options.h"
 #include "wire/connection.h"

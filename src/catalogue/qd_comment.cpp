@@ -13,6 +13,7 @@
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_variable_descriptor.h"
 #include "util/qu_file.h"
+#include "util/qu_line_reader.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"

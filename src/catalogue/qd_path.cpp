@@ -9,6 +9,7 @@
 #include "disk/qd_descriptor.h"
 #include "disk/qd_macro_table.h"
 #include "disk/store_state.h"
+#include "util/qu_directory.h"
 
 namespace qrd {
 

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_leftovers.h"
 #include "util/qu_message.h"

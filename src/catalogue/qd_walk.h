@@ -11,6 +11,7 @@
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_records.h"
 #include "disk/qd_variable_descriptor.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_string.h"
 

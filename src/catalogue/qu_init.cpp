@@ -16,6 +16,8 @@
 
 #include "disk/store_state.h"
 #include "units/qu_units.h"
+#include "util/qu_directory.h"
+#include "util/qu_environment.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_memory.h"

@@ -22,6 +22,7 @@
 #include "disk/store_state.h"
 #include "units/qu_units.h"
 #include "util/qu_critical.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_list.h"

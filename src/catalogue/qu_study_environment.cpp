@@ -15,7 +15,9 @@
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
+#include "util/qu_copy.h"
 #include "util/qu_critical.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_working_name.h"
 

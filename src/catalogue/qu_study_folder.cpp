@@ -21,6 +21,7 @@
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "util/qu_critical.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_leftovers.h"

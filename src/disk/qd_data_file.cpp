@@ -11,6 +11,7 @@
 #include "disk/qd_descriptor.h"
 #include "disk/qd_records.h"
 #include "util/qu_big_endian.h"
+#include "util/qu_compress.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"

@@ -60,9 +60,6 @@ bool qd_polygon_body_write(XDR* xdr, polygon_system& system);
 // `bytes_left` bounds what counts may promise; only polygons of the kept names are built.
 bool qd_polygon_body_read(XDR* xdr, const polygon_header& header, std::int64_t bytes_left,
                           const std::optional<object_name_set>& kept, polygon_system& system);
-// The body of versions 1 to 3.
-bool qd_polygon_compounds_read(XDR* xdr, const polygon_header& header, std::int64_t bytes_left,
-                               polygon_system& system);
 
 // Shared by the readers: a grid block up to version 4, and a ring.
 bool qd_polygon_old_grid_read(XDR* xdr, bool is_3d, qd_grid_record& grid);

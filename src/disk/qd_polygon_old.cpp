@@ -1,18 +1,5 @@
-// The body of polygon files of versions 1 to 3. First each contour, as a polygon of its own:
-//
-//   xstring(16)  name
-//   xint         marked
-//   xdouble x 2  center x, y; from version 2 a third one, which counts for nothing
-//   xdouble x 2  z limits
-//   xint         has-grid (1: a grid block follows)
-//   ring         xint count, then xdouble x, y of each vertex
-//
-// Then the compounds, each with the contours that it joins to one polygon:
-//
-//   xint         n, then n xstring(16), the contours' names
-//   xstring(16)  the polygon's name
-//   xint x 3     red, green, blue; from version 2 a fourth one, the attribute
-//   xdouble x 3  center, from version 2
+#include "disk/qd_polygon_old.h"
+
 #include <string>
 #include <vector>
 

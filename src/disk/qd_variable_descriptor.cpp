@@ -21,6 +21,7 @@
 #include "disk/qd_comment_file.h"
 #include "disk/qd_descriptor.h"
 #include "units/qu_units.h"
+#include "util/qu_directory.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"

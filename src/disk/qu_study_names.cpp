@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "disk/store_state.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_message.h"

@@ -14,8 +14,10 @@
 
 #include "disk/qu_study_descriptor.h"
 #include "disk/store_state.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
+#include "util/qu_line_reader.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

@@ -21,6 +21,7 @@
 #include "samples/qd_column_move.h"
 #include "samples/qd_io.h"
 #include "samples/qd_selected.h"
+#include "util/qu_compress.h"
 #include "util/qu_critical.h"
 #include "util/qu_file.h"
 #include "util/qu_lock.h"

@@ -7,6 +7,7 @@
 
 #include "catalogue/qd_path.h"
 #include "disk/qd_file_descriptor.h"
+#include "util/qu_directory.h"
 #include "util/qu_set_aside.h"
 #include "util/qu_string.h"
 

@@ -6,7 +6,7 @@
 #include "catalogue/qd_test.h"
 #include "catalogue/qd_walk.h"
 #include "disk/qd_data_file.h"
-#include "edit/qd_manage.h"
+#include "edit/qd_manage_variable.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_select.h"
 #include "units/qu_units.h"

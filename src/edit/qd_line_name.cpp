@@ -16,6 +16,7 @@
 #include "samples/qd_check.h"
 #include "samples/qd_io.h"
 #include "samples/qd_read_write.h"
+#include "samples/qd_read_write_char.h"
 #include "samples/qd_select.h"
 #include "samples/qd_selected.h"
 #include "util/qu_memory.h"

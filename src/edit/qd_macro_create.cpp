@@ -19,6 +19,7 @@
 #include "samples/qd_io.h"
 #include "samples/qd_select.h"
 #include "samples/qd_selected.h"
+#include "util/qu_compress.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"

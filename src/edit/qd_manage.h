@@ -1,4 +1,4 @@
-// Creating and deleting directories, files and variables of the catalogue.
+// Creating and deleting directories and files of the catalogue.
 #pragma once
 
 #include <cstdint>
@@ -19,9 +19,5 @@ int qd_delete_directory(const char* name);
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
                    const qd_grid_record* grid, file_content* content = nullptr);
 int qd_delete_file(const char* directory, const char* name);
-int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
-                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format);
-// The handle's new, empty value; or the same again if the variable could not be deleted, which has been told.
-qd_variable_handle qd_delete_variable(const qd_variable_handle& handle);
 
 }  // namespace qrd

@@ -1,4 +1,5 @@
-// Creating and deleting variables.
+#include "edit/qd_manage_variable.h"
+
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -9,7 +10,6 @@
 #include "catalogue/qd_walk.h"
 #include "disk/qd_data_file.h"
 #include "disk/qd_handles.h"
-#include "edit/qd_manage.h"
 #include "edit/qd_variable_files.h"
 #include "units/qu_units.h"
 #include "util/qu_lock.h"

@@ -10,6 +10,7 @@
 #include "catalogue/qd_test.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_polygon_format.h"
+#include "disk/qd_polygon_old.h"
 #include "disk/qu_polygon_shape.h"
 #include "edit/qd_append.h"
 #include "edit/qd_companion.h"

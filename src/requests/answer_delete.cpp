@@ -7,6 +7,7 @@
 #include "catalogue/qd_test.h"
 #include "disk/qd_handles.h"
 #include "edit/qd_manage.h"
+#include "edit/qd_manage_variable.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "samples/qd_check.h"

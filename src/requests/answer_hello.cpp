@@ -1,5 +1,6 @@
 // CHELLO: opens the conversation.
 #include "requests/handlers.h"
+#include "requests/open_root.h"
 #include "wire/answering.h"
 #include "wire/debug.h"
 #include "wire/network.h"

@@ -5,6 +5,7 @@
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "samples/qd_read_write.h"
+#include "samples/qd_read_write_char.h"
 #include "samples/qd_select.h"
 
 namespace qrd {

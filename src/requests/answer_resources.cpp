@@ -2,7 +2,7 @@
 
 #include "disk/store_state.h"
 #include "requests/context.h"
-#include "util/qu_file.h"
+#include "util/qu_directory.h"
 #include "wire/answering.h"
 
 namespace qrd {

@@ -13,7 +13,7 @@
 #include "requests/handlers.h"
 #include "samples/qd_tables.h"
 #include "util/qu_critical.h"
-#include "util/qu_file.h"
+#include "util/qu_directory.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"

@@ -1,6 +1,4 @@
 // The requests that change the units in which a client talks.
-#include "requests/answer_units.h"
-
 #include <string>
 
 #include "catalogue/qd_comment.h"

@@ -1,7 +1,7 @@
 #include "requests/answer_var_common.h"
 
 #include "catalogue/qd_test.h"
-#include "edit/qd_manage.h"
+#include "edit/qd_manage_variable.h"
 #include "requests/context.h"
 #include "wire/answering.h"
 #include "wire/debug.h"

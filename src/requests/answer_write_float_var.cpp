@@ -14,6 +14,7 @@
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "samples/qd_read_write.h"
+#include "samples/qd_read_write_char.h"
 #include "samples/qd_select.h"
 #include "wire/arrays.h"
 #include "wire/buffer.h"

@@ -1,4 +1,5 @@
-// The dispatch by the table of all requests.
+#include "requests/dispatch.h"
+
 #include <cstring>
 #include <iterator>
 #include <new>

@@ -11,9 +11,12 @@
 #include "requests/context.h"
 #include "samples/qd_tables.h"
 #include "units/qu_units.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_string.h"
+#include "wire/answering.h"
 #include "wire/connection.h"
+#include "wire/debug.h"
 
 namespace qrd {
 
@@ -68,6 +71,22 @@ const char* qrd_open_root() {
   qd_tables_init();
   qd_init();
   return nullptr;
+}
+
+bool set_root(const char* path) {
+  char before[sizeof current_context.qrd_init];
+  std::memcpy(before, current_context.qrd_init, sizeof before);
+  server_debug(0, "Setting QRD_INIT path to \"%s\".", path);
+
+  const char* message = "Cannot access directory";
+  if (std::strlen(path) < sizeof current_context.qrd_init) {
+    std::strcpy(current_context.qrd_init, path);
+    message = qrd_open_root();
+  }
+  if (message == nullptr) return true;
+  std::memcpy(current_context.qrd_init, before, sizeof before);
+  server_send_error("QRD_INIT=%s: %s", path, message);
+  return false;
 }
 
 }  // namespace qrd

@@ -13,6 +13,7 @@
 #include "disk/qd_data_file.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_file_descriptor.h"
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_lock.h"

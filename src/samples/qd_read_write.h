@@ -24,8 +24,6 @@ inline constexpr std::int64_t samples_chunk = 100000;
 // Several variables stand one after the other. Reading needs room for last - first + 1 samples of each.
 int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
                        std::int64_t* count, std::span<double> values);
-int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                      std::int64_t* count, std::span<unsigned char> texts);
 // All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
 // (N - 1) / 8 + 1 bytes per variable.
 int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows);
@@ -33,13 +31,6 @@ int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<u
 // A compressed array has exactly what the selection asks for.
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
                         std::span<const double> values);
-// The texts that are written are blank-padded in place.
-int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::span<unsigned char> texts);
 int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows);
-// Text samples as the transfers take them.
-inline std::span<unsigned char> qd_text_bytes(std::span<char> texts) {
-  return {reinterpret_cast<unsigned char*>(texts.data()), texts.size()};
-}
 
 }  // namespace qrd

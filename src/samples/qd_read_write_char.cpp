@@ -1,4 +1,5 @@
-// Ranges of text samples: fixed width, no terminator.
+#include "samples/qd_read_write_char.h"
+
 #include <algorithm>
 #include <cstring>
 

@@ -1,9 +1,10 @@
+#include "server/close.h"
+
 #include <cerrno>
 #include <ctime>
 
 #include "disk/store_state.h"
 #include "samples/qd_tables.h"
-#include "server/init.h"
 #include "wire/network.h"
 #include "wire/trace.h"
 

@@ -1,4 +1,4 @@
-// The start and the end of serving.
+// The start of serving.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,5 @@ namespace qrd {
 // status of the step that failed.
 int server_init(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
                 socket_handle* client);
-
-// Gives the client time to read the last answer, then releases the study.
-void server_close();
 
 }  // namespace qrd

@@ -3,6 +3,8 @@
 // Several servers may find the same archive. Each expands it beside, and the first one puts its result in
 // place: from then on the plain file counts, and may be written to. The archive goes before anybody gets at
 // the plain file, so that no other program expands it over what has been written meanwhile.
+#include "util/qu_compress.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_leftovers.h"

@@ -1,4 +1,5 @@
-// Copying and appending whole files, copying trees.
+#include "util/qu_copy.h"
+
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_message.h"

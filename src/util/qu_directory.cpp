@@ -1,4 +1,5 @@
-// Directories: listing, making, and deleting trees.
+#include "util/qu_directory.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>

@@ -1,3 +1,5 @@
+#include "util/qu_environment.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <vector>
 
+#include "util/qu_directory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

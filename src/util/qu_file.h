@@ -1,5 +1,5 @@
-// Every access to the file system: opening with checks, lines, listings, deleting and copying trees,
-// and the undoing of compression. Reports go to the console; nothing here reaches a client.
+// Opening files with checks, and what all that works on files needs. Reports go to the console; nothing of
+// the folder reaches a client.
 #pragma once
 
 #include <cerrno>
@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "util/qu_constants.h"
 
@@ -101,82 +100,8 @@ int qu_test_open_file(int count);
 // The report that they can't: `failed` says in capitals what fails by that, `before` stands in front.
 void qu_report_too_many_files(const char* failed, const char* before = "");
 
-// The next line in a shared buffer, or null at the end. The _r form works on the caller's buffer,
-// which starts as null and 0, grows by 1000 bytes, and is released when null is returned.
-char* qu_file_next_line(std::FILE* stream, bool keep_line_end);
-char* qu_file_next_line_r(std::FILE* stream, bool keep_line_end, char** buffer, std::int64_t* size);
-
-int qu_file_isdirectory(const char* path);
-// The parent of a path; source and destination may be the same text. REQUIRES: room for the path and 2.
-char* qu_file_dirname(const char* path, char* destination);
-// 0 created, 1 already there, 2 failed.
-int qu_file_mkdir(const char* path, bool with_parents);
-// The target is put in place whole. 1, or 0 after a report, and errno tells why: a source that can't be read
-// ends nothing.
-int qu_file_copy(const char* source, const char* target);
-int qu_file_concat(const char* source, const char* target);
-// Deletes a folder with all it holds, or what it holds. Symbolic links are removed, never followed. What
-// forbids it is found before anything goes; what goes wrong is told with its path. Within three seconds.
-enum class tree_removal {
-  done,
-  untouched,
-  begun  // some of it is gone
-};
-//
-// An entry of the directory with the name `last` goes when all others have gone.
-tree_removal qu_tree_remove(const char* directory, bool remove_itself, std::string_view last = {});
-// False if something forbids that a folder is deleted with all it holds, which is told.
-bool qu_tree_removable(const char* directory);
-// 1 if done.
-int qu_file_delete_tree(const char* directory, bool remove_itself);
-// The target appears whole, in place of what stood there. Symbolic links, and with a report what may not be
-// copied, are passed over. 0 if done; else errno tells why, and the target is as it was.
-int qu_dir_copy(const char* source, const char* target);
-
-// All names of a directory, "." and ".." included, read at once.
-struct qu_dir {
-  std::int64_t given = 0;
-  std::vector<std::string> names;
-};
-qu_dir* qu_dir_open(const char* path);
-// The next name, or null; valid until the close.
-const char* qu_dir_read(qu_dir* directory);
-void qu_dir_close(qu_dir* directory);
-
-// Owns a qu_dir.
-class directory_listing {
- public:
-  explicit directory_listing(const char* path) : directory_(qu_dir_open(path)) {}
-  directory_listing(const directory_listing&) = delete;
-  directory_listing& operator=(const directory_listing&) = delete;
-  ~directory_listing() {
-    if (directory_ != nullptr) qu_dir_close(directory_);
-  }
-  explicit operator bool() const { return directory_ != nullptr; }
-  const char* next() const { return qu_dir_read(directory_); }
-
- private:
-  qu_dir* directory_;
-};
-
 std::int64_t qu_file_tell(std::FILE* stream);
 // Origin 0 is the start, 1 the current position, 2 the end. 0 if done.
 int qu_file_seek(std::FILE* stream, std::int64_t offset, int origin);
-
-// A data file P may lie on disk as P.gz or P.Z. Where both forms are there the plain one counts, unless it is
-// shorter than what the archive holds: the beginning that another program has left. The form that doesn't
-// count is set aside.
-// Puts the plain file back: 0 failed, 1 done, 5 after a failed write. The archive goes when the plain file is
-// whole and on disk; after a failure it is still there. What could be decoded of damaged LZW data becomes the
-// plain file, and the archive is set aside.
-int qu_file_uncompress(const char* path);
-// Before a data file is opened: true if there is no compressed form of it, any more.
-bool qu_file_restore(const char* path);
-// The length that a data file has when it is restored, and the part of it that must be expanded for that.
-// False if its compressed form can't be read.
-bool qu_file_measure(const char* path, std::int64_t& length, std::int64_t& to_expand);
-
-// Fatal: a catalogue entry whose name holds lower-case letters.
-[[noreturn]] void qu_lower_case_directory(const char* path, const char* name);
 
 }  // namespace qrd

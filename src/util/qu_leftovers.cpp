@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_working_name.h"
 

@@ -1,7 +1,8 @@
+#include "util/qu_line_reader.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "util/qu_file.h"
 #include "util/qu_memory.h"
 
 namespace qrd {

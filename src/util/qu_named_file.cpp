@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "util/qu_directory.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"

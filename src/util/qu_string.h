@@ -1,4 +1,4 @@
-// Bounded texts, the path joiner, the number reader, the environment.
+// Bounded texts, the path joiner, the number reader, the time.
 #pragma once
 
 #include <cstddef>
@@ -38,11 +38,6 @@ int qu_string_to_int(const char* text, double minimum, double maximum, bool blan
 // Evaluates a format such as "%d*%d" or "%d+%d" over the numbers from left to right, in double
 // precision and in integers; 1 after two messages if the result exceeds a signed 64-bit integer.
 int qu_number_exceeds(const char* format, std::initializer_list<std::int64_t> numbers);
-
-// The value of an environment variable, empty if unset; a value of `size` or more characters is fatal.
-char* qu_getenv(const char* name, std::size_t size, char* destination);
-// Sets (or, with an empty value, unsets) from a text "name=value"; 0 if done.
-int qu_putenv(const char* text);
 
 // Local time as "%b %d %Y   %H:%M:%S"; 0 means now.
 inline constexpr std::size_t time_text_size = 30;

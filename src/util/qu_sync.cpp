@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "util/qu_directory.h"
 #include "util/qu_file.h"
 
 namespace qrd {

@@ -27,6 +27,7 @@
 #include "fuzz/targets.h"
 #include "fuzz/tree.h"
 #include "requests/context.h"
+#include "requests/dispatch.h"
 #include "requests/handlers.h"
 #include "samples/qd_tables.h"
 #include "support/bytes.h"

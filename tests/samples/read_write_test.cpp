@@ -8,6 +8,7 @@
 #include <random>
 
 #include "samples/qd_implicit.h"
+#include "samples/qd_read_write_char.h"
 #include "support/console.h"
 #include "support/processes.h"
 #include "support/sample_study.h"

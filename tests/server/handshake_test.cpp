@@ -7,6 +7,7 @@
 #include <list>
 #include <thread>
 
+#include "server/close.h"
 #include "server/trace_text.h"
 #include "support/bytes.h"
 #include "support/server_process.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "disk/qd_handles.h"
-#include "edit/qd_manage.h"
+#include "edit/qd_manage_variable.h"
 #include "samples/qd_io.h"
 #include "samples/qd_select.h"
 #include "samples/qd_selected.h"

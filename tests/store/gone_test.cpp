@@ -11,7 +11,7 @@
 #include "disk/qd_macro_table.h"
 #include "edit/qd_append.h"
 #include "edit/qd_macro_create.h"
-#include "edit/qd_manage.h"
+#include "edit/qd_manage_variable.h"
 #include "samples/qd_io.h"
 #include "samples/qd_select.h"
 #include "samples/qd_selected.h"

@@ -23,6 +23,7 @@
 #include "edit/qd_append.h"
 #include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
+#include "edit/qd_manage_variable.h"
 #include "samples/qd_io.h"
 #include "samples/qd_select.h"
 #include "samples/qd_selected.h"
@@ -30,7 +31,6 @@
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/processes.h"
-#include "util/qu_file.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
 

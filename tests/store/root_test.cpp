@@ -10,6 +10,7 @@
 #include "disk/store_state.h"
 #include "support/console.h"
 #include "support/study_root.h"
+#include "util/qu_environment.h"
 #include "util/qu_memory.h"
 #include "util/qu_string.h"
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "requests/context.h"
-#include "requests/handlers.h"
+#include "requests/dispatch.h"
 #include "support/bytes.h"
 #include "wire/buffer.h"
 #include "wire/connection.h"

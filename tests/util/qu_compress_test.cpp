@@ -19,7 +19,7 @@
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
-#include "util/qu_file.h"
+#include "util/qu_compress.h"
 #include "util/qu_working_name.h"
 
 namespace qrd::test {

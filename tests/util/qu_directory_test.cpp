@@ -15,7 +15,8 @@
 #include "support/console.h"
 #include "support/processes.h"
 #include "support/temporary_directory.h"
-#include "util/qu_file.h"
+#include "util/qu_copy.h"
+#include "util/qu_directory.h"
 
 namespace {
 

@@ -13,6 +13,8 @@
 #include "support/console.h"
 #include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
+#include "util/qu_copy.h"
+#include "util/qu_line_reader.h"
 #include "util/qu_memory.h"
 #include "util/qu_string.h"
 

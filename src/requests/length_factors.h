@@ -1,4 +1,4 @@
-// What the answers of the geometry requests share.
+// The client's length factors for the coordinates of a geometry.
 #pragma once
 
 #include "requests/context.h"
