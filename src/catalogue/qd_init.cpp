@@ -33,7 +33,7 @@ void remember_lock(const char* path) {
 }
 
 void study_lock_path(path_text& path) {
-  qu_path_join(path, {study_path, path_separator, "LOCK"});
+  qu_path_join(path, {store.study_path, path_separator, "LOCK"});
 }
 
 // False, with errno set, if it can't be written.
@@ -54,7 +54,7 @@ bool read_data_descriptor(const char* path, std::int64_t& version) {
 
 void renew_data_descriptor() {
   path_text path;
-  qu_path_join(path, {catalogue_path, path_separator, "DESCR"});
+  qu_path_join(path, {store.catalogue_path, path_separator, "DESCR"});
   std::int64_t version = 0;
   const bool written = write_data_descriptor(path);
   if (!written && qu_is_gone(errno)) return;
@@ -66,7 +66,7 @@ void renew_data_descriptor() {
 
 int qd_init() {
   renew_data_descriptor();
-  lock_taken = 1;
+  store.lock_taken = 1;
   path_text path;
   study_lock_path(path);
   if (file_stream(qu_file_open_n(path, read_binary))) {

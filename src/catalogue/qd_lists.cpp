@@ -101,7 +101,7 @@ int qd_list_directories(string_list& list) {
   path_text path;
   qd_directory_record record;
   const walk_end end =
-      qd_walk<directory_level>(catalogue_path, path, record, [&](const qd_directory_record& directory) {
+      qd_walk<directory_level>(store.catalogue_path, path, record, [&](const qd_directory_record& directory) {
         names.emplace_back(directory.name);
         return false;
       });

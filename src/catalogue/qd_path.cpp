@@ -61,7 +61,7 @@ lookup_result qd_lookup_result(walk_end end) {
 
 lookup_result qd_find_directory(const char* directory, path_text& path) {
   qd_directory_record record;
-  return qd_find<directory_level>(catalogue_path, directory, path, record);
+  return qd_find<directory_level>(store.catalogue_path, directory, path, record);
 }
 
 lookup_result qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record) {

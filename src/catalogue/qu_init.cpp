@@ -83,7 +83,7 @@ void find_root(const char* wanted, root_text& root) {
   else
     qu_getenv("QRD_INIT", root_size, root);
   if (root[0] == '\0') find_default_root(root);
-  root_has_end = drop_last_separators(root) ? 1 : 0;
+  store.root_has_end = drop_last_separators(root) ? 1 : 0;
 
   if (qu_file_isdirectory(root) != 0) return;
   qu_message("Creation of the root directory for the Velmar File System");
@@ -112,7 +112,7 @@ bool holds_text(const char* path, std::string_view text) {
 }
 
 void make_handle_test_file() {
-  qu_path_join(handle_test_path, {root_path, path_separator, handle_test_name});
+  qu_path_join(handle_test_path, {store.root_path, path_separator, handle_test_name});
   if (holds_text(handle_test_path, handle_test_text)) return;
   replaced_file file(handle_test_path, write_text);
   if (!file || std::fputs(handle_test_text, file.get()) < 0 || !file.commit())
@@ -143,26 +143,26 @@ write_test qu_write_test(const char* folder, const char* text, path_text& path) 
 }
 
 void qu_init(const char* root, const char* name, const char* version) {
-  qu_string_copy(name, program_name);
-  qu_string_copy(version, program_version_text);
+  qu_string_copy(name, store.program_name);
+  qu_string_copy(version, store.program_version_text);
   maximum_capacity = usable_memory();
 
   const char* locale_folder = std::getenv("XLOCALEDIR");
   if (locale_folder != nullptr && locale_folder[0] != '\0') qu_putenv("XLOCALEDIR=");
 
-  find_root(root, root_path);
-  root_windows[0] = '\0';
-  root_unix[0] = '\0';
+  find_root(root, store.root_path);
+  store.root_windows[0] = '\0';
+  store.root_unix[0] = '\0';
 
   check_plugin_path();
   char test_run[running_test_size];
   qu_getenv("QRD_RUNNING_TEST", sizeof test_run, test_run);
-  running_test = test_run[0] != '\0' && std::strcmp(test_run, "0") != 0 ? 1 : 0;
-  qu_string_copy(no_name, study_name);
-  lock_taken = 0;
+  store.running_test = test_run[0] != '\0' && std::strcmp(test_run, "0") != 0 ? 1 : 0;
+  qu_string_copy(no_name, store.study_name);
+  store.lock_taken = 0;
 
   path_text path;
-  switch (qu_write_test(root_path, "", path)) {
+  switch (qu_write_test(store.root_path, "", path)) {
     case write_test::passed:
       break;
     case write_test::cannot_create:

@@ -110,12 +110,12 @@ bool choose_registered(const char* wanted, const string_list& names, const strin
 // A study below the root of which the registry knows nothing.
 study_opening choose_below_root(const char* wanted, root_text& path, study_choice& choice) {
   choice.name = default_study_name;
-  if (running_test != 0) {
+  if (store.running_test != 0) {
     if (std::strcmp(wanted, no_name) == 0) qu_fatal("No more study and no study name on command line");
     if (!qu_is_path_element(wanted)) return STUDY_OTHER_VERSION;
     choice.name = wanted;
   }
-  std::string whole = std::string(root_path) + path_separator + choice.name;
+  std::string whole = std::string(store.root_path) + path_separator + choice.name;
   if (whole.size() >= root_size) return STUDY_TOO_LONG;
   qu_string_copy(whole.c_str(), path);
   choice.path = path;
@@ -125,16 +125,16 @@ study_opening choose_below_root(const char* wanted, root_text& path, study_choic
 // True if another server has deleted the study, or is just deleting it: then its folder stands elsewhere.
 bool is_study_gone() {
   struct stat status;
-  return stat(study_path, &status) != 0 && qu_is_gone(errno);
+  return stat(store.study_path, &status) != 0 && qu_is_gone(errno);
 }
 
 void make_missing_study() {
-  if (qu_file_isdirectory(study_path) != 0) return;
-  if (qu_path_readable(study_path))
-    qu_fatal("Cannot set study \"%s\" when \"%s\" is a file", study_name, study_path);
-  int result = qu_study_create(study_path, no_name, 1);
+  if (qu_file_isdirectory(store.study_path) != 0) return;
+  if (qu_path_readable(store.study_path))
+    qu_fatal("Cannot set study \"%s\" when \"%s\" is a file", store.study_name, store.study_path);
+  int result = qu_study_create(store.study_path, no_name, 1);
   // Another server may have made the same default study in this moment.
-  bool made_by_other = result == 1 && qu_file_isdirectory(study_path) != 0;
+  bool made_by_other = result == 1 && qu_file_isdirectory(store.study_path) != 0;
   if (result != 0 && !made_by_other) qu_fatal("Impossible to create a default study...");
 }
 
@@ -143,20 +143,20 @@ bool is_registered(const string_list& all_paths) {
   for (std::int64_t i = 0; i < count; ++i) {
     root_text folder;
     qu_study_folder(all_paths[i], folder);
-    if (std::strcmp(folder, study_path) == 0) return true;
+    if (std::strcmp(folder, store.study_path) == 0) return true;
   }
   return false;
 }
 
 // False if there is a registry that can't be read. One that can't be written leaves the study unregistered.
 bool register_study() {
-  const folder_lock lock(root_path);
+  const folder_lock lock(store.root_path);
   string_list all_names, all_paths;
   if (qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) == registry_unreadable)
     return false;
   if (is_registered(all_paths)) return true;
-  all_names.add(study_name, name_size);
-  all_paths.add(study_path, root_size);
+  all_names.add(store.study_name, name_size);
+  all_paths.add(store.study_path, root_size);
   if (lock)
     qu_study_names_write(all_names, all_paths);
   else
@@ -166,14 +166,12 @@ bool register_study() {
 
 void keep_marker(std::int64_t version) {
   path_text path;
-  qu_path_join(path, {study_path, path_separator, "DESCR.500"});
-  bool made = false;
+  qu_path_join(path, {store.study_path, path_separator, "DESCR.500"});
   for (std::int64_t marked : versions_with_marker)
     if (version == marked && !qu_file_readable(path)) {
       replaced_file marker(path, write_binary);
-      made = marker && marker.commit();
+      if (marker) marker.commit();
     }
-  has_marker = made || qu_file_readable(path) ? 1 : 0;
 }
 
 struct standard_folder {
@@ -182,25 +180,25 @@ struct standard_folder {
 };
 
 void set_paths() {
-  const standard_folder folders[] = {{catalogue_path, catalogue_folder},
-                                     {def_path, "DEF"},
-                                     {param_path, "PARAM"},
-                                     {tmp_path, "TMP"},
-                                     {u_color_path, "U_COLOR"},
-                                     {u_litho_path, "U_LITHO"},
-                                     {images_path, "IMAGES"},
-                                     {metafile_path, "METAFILE"},
-                                     {transfo_path, "TRANSFO"},
-                                     {cscale_path, "CSCALE"}};
+  const standard_folder folders[] = {{store.catalogue_path, catalogue_folder},
+                                     {store.def_path, "DEF"},
+                                     {store.param_path, "PARAM"},
+                                     {store.tmp_path, "TMP"},
+                                     {store.u_color_path, "U_COLOR"},
+                                     {store.u_litho_path, "U_LITHO"},
+                                     {store.images_path, "IMAGES"},
+                                     {store.metafile_path, "METAFILE"},
+                                     {store.transfo_path, "TRANSFO"},
+                                     {store.cscale_path, "CSCALE"}};
   for (const standard_folder& folder : folders)
-    qu_path_join(folder.path, {study_path, path_separator, folder.name});
+    qu_path_join(folder.path, {store.study_path, path_separator, folder.name});
 }
 
 // The steps of an opening: false if the study has just gone. All other failures are fatal.
 
 bool test_write_protection() {
   path_text path;
-  switch (qu_write_test(study_path, "This is a test of the Velmar write protection", path)) {
+  switch (qu_write_test(store.study_path, "This is a test of the Velmar write protection", path)) {
     case write_test::passed:
       return true;
     case write_test::folder_gone:
@@ -249,7 +247,7 @@ bool make_missing_folder(const char* path, const std::string& waiting = "") {
 }
 
 bool make_definition_folder() {
-  const folder_state state = make_folder(def_path);
+  const folder_state state = make_folder(store.def_path);
   if (state == folder_state::failed) qu_fatal("IMPOSSIBLE TO CREATE A DIRECTORY... FILE SYSTEM FULL ?");
   return state != folder_state::gone;
 }
@@ -257,8 +255,8 @@ bool make_definition_folder() {
 // The anamorphoses lay in MHISTO once.
 bool migrate_anamorphosis_folder() {
   path_text old_path, new_path;
-  qu_path_join(old_path, {param_path, path_separator, "MHISTO"});
-  qu_path_join(new_path, {param_path, path_separator, "ANAM"});
+  qu_path_join(old_path, {store.param_path, path_separator, "MHISTO"});
+  qu_path_join(new_path, {store.param_path, path_separator, "ANAM"});
   if (qu_file_isdirectory(old_path) == 0) return true;
   if (qu_path_readable(new_path)) {
     qu_message("WARNING: Your study contains OLD anamorphosis directory (MHISTO) and NEW directory (ANAM)");
@@ -274,7 +272,7 @@ bool migrate_anamorphosis_folder() {
 bool make_param_folders() {
   return std::all_of(std::begin(param_folders), std::end(param_folders), [](const char* folder) {
     path_text path;
-    qu_path_join(path, {param_path, path_separator, folder});
+    qu_path_join(path, {store.param_path, path_separator, folder});
     return make_missing_folder(path);
   });
 }
@@ -296,7 +294,7 @@ std::optional<std::string> find_template(const char* wanted) {
       continue;
     }
     if (!S_ISDIR(status.st_mode)) continue;
-    if (stat(study_path, &own) != 0) return std::nullopt;
+    if (stat(store.study_path, &own) != 0) return std::nullopt;
     // Copied onto itself, the template would lose what it holds.
     return qu_same_file(status, own) ? "" : folder;
   }
@@ -305,7 +303,7 @@ std::optional<std::string> find_template(const char* wanted) {
 
 study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
   using state = missing_folders::state;
-  missing_folders missing(study_path, lock);
+  missing_folders missing(store.study_path, lock);
   state reached = missing.looked();
   if (reached == state::known && missing.is_bare()) {
     const std::optional<std::string> found = find_template(wanted);
@@ -316,11 +314,11 @@ study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
   }
   if (reached == state::gone) return STUDY_GONE;
   if (reached == state::failed) {
-    qu_report_failure("Unable to make the folders of the study", study_path);
+    qu_report_failure("Unable to make the folders of the study", store.study_path);
     return STUDY_INCOMPLETE;
   }
-  for (const char* path :
-       {tmp_path, u_color_path, metafile_path, cscale_path, u_litho_path, images_path, transfo_path})
+  for (const char* path : {store.tmp_path, store.u_color_path, store.metafile_path, store.cscale_path,
+                           store.u_litho_path, store.images_path, store.transfo_path})
     if (!make_missing_folder(path, missing.waiting(path + qu_folder_of(path).size()))) return STUDY_GONE;
   return STUDY_OPENED;
 }
@@ -328,24 +326,25 @@ study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
 // Makes all that the chosen study has to have.
 study_opening prepare_study(const char* wanted) {
   study_record record;
-  int read = qu_study_descriptor_read(true, study_name, study_path, &record);
+  int read = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   for (int look = 1; read != 0 && read != 2; ++look) {
     if (is_study_gone()) return STUDY_GONE;
     if (look == looks_for_missing) qu_fatal("Study Descriptor not found...");
-    read = qu_study_descriptor_read(true, study_name, study_path, &record);
+    read = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   }
   if (read == 2) return STUDY_OTHER_VERSION;
   unit_flag = record.unit_flag != 0 ? 1 : 0;
   keep_marker(record.study_version);
-  if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(study_path, &record);
+  if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(store.study_path, &record);
 
   set_paths();
   // Of servers that open the study at one moment one makes what is missing, and the others find it whole.
-  const folder_lock lock(study_path);
+  const folder_lock lock(store.study_path);
   if (!lock) return qu_is_gone(errno) ? STUDY_GONE : STUDY_IN_USE;
-  qu_study_unmark(study_path);
-  const bool done = test_write_protection() && require_folder(catalogue_path) && make_definition_folder() &&
-                    require_folder(param_path) && migrate_anamorphosis_folder() && make_param_folders();
+  qu_study_unmark(store.study_path);
+  const bool done = test_write_protection() && require_folder(store.catalogue_path) &&
+                    make_definition_folder() && require_folder(store.param_path) &&
+                    migrate_anamorphosis_folder() && make_param_folders();
   return done ? make_study_folders(wanted, lock) : STUDY_GONE;
 }
 
@@ -362,8 +361,8 @@ study_opening open_study(const char* wanted) {
     const study_opening below = choose_below_root(wanted, path_below_root, choice);
     if (below != STUDY_OPENED) return below;
   }
-  qu_string_copy(choice.name, study_name);
-  qu_string_copy(choice.path, study_path);
+  qu_string_copy(choice.name, store.study_name);
+  qu_string_copy(choice.path, store.study_path);
 
   // A registered one that is missing by now has just been deleted.
   if (is_found && is_study_gone()) return STUDY_GONE;
@@ -371,23 +370,6 @@ study_opening open_study(const char* wanted) {
   if (!is_registered(all_paths) && !register_study()) return STUDY_NO_REGISTRY;
   return prepare_study(wanted);
 }
-
-// The fields that an open_store keeps.
-struct text_field {
-  char* text;
-  std::size_t room;
-};
-constexpr text_field store_texts[] = {
-    {root_path, sizeof root_path},           {root_windows, sizeof root_windows},
-    {root_unix, sizeof root_unix},           {handle_test_path, sizeof handle_test_path},
-    {study_name, sizeof study_name},         {study_path, sizeof study_path},
-    {catalogue_path, sizeof catalogue_path}, {def_path, sizeof def_path},
-    {param_path, sizeof param_path},         {tmp_path, sizeof tmp_path},
-    {u_color_path, sizeof u_color_path},     {u_litho_path, sizeof u_litho_path},
-    {images_path, sizeof images_path},       {metafile_path, sizeof metafile_path},
-    {transfo_path, sizeof transfo_path},     {cscale_path, sizeof cscale_path}};
-constexpr std::int64_t* store_flags[] = {&root_has_end, &running_test, &lock_taken,
-                                         &unit_flag,    &is_64bit,     &has_marker};
 
 // Without symbolic links as far as the system shows it, and without separators at its end.
 fs::path true_path(const char* path) {
@@ -433,7 +415,7 @@ int qu_study_create(const char* path, const char* template_path, std::int64_t wi
 
 int qu_study_open(const char* name) {
   name_text wanted;
-  qu_string_copy(std::strcmp(name, no_name) == 0 ? study_name : name, wanted);
+  qu_string_copy(std::strcmp(name, no_name) == 0 ? store.study_name : name, wanted);
   const open_store before;
   // The next one takes the place of a study that goes while it is opened.
   constexpr int attempts = 5;
@@ -443,15 +425,10 @@ int qu_study_open(const char* name) {
   return opening;
 }
 
-open_store::open_store() {
-  for (const text_field& field : store_texts) texts_.emplace_back(field.text);
-  for (const std::int64_t* flag : store_flags) flags_.push_back(*flag);
-}
-
 void open_store::put_back() const {
-  for (std::size_t i = 0; i < texts_.size(); ++i)
-    qu_string_copy(texts_[i].c_str(), store_texts[i].room, store_texts[i].text);
-  for (std::size_t i = 0; i < flags_.size(); ++i) *store_flags[i] = flags_[i];
+  store = store_;
+  qu_string_copy(handle_test_path_.c_str(), handle_test_path);
+  unit_flag = unit_flag_;
 }
 
 }  // namespace qrd

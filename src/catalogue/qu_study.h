@@ -4,7 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
+
+#include "disk/store_state.h"
+#include "units/qu_units.h"
+#include "util/qu_file.h"
 
 namespace qrd {
 
@@ -29,12 +32,12 @@ int qu_study_open(const char* name);
 // Which root and which study are open, to be put back after a failure.
 class open_store {
  public:
-  open_store();
   void put_back() const;
 
  private:
-  std::vector<std::string> texts_;
-  std::vector<std::int64_t> flags_;
+  store_state store_ = store;
+  std::string handle_test_path_ = handle_test_path;
+  std::int64_t unit_flag_ = unit_flag;
 };
 
 // True if a name can be one element of a path.

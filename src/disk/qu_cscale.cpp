@@ -167,7 +167,7 @@ bool move_scale(XDR* xdr, std::int64_t left, color_scale& scale) {
 // The values of qu_cscale_test.
 int find_scale(const char* name, named_file& file) {
   if (!qu_named_file_room(2)) return 2;
-  switch (qu_named_file_find(cscale_path, scale_files, name, file)) {
+  switch (qu_named_file_find(store.cscale_path, scale_files, name, file)) {
     case named_search::found:
       return 0;
     case named_search::ended:
@@ -222,7 +222,8 @@ int qu_cscale_get_list(string_list& list) {
     names.emplace_back(file.name);
     return false;
   };
-  const named_search seen = qu_named_file_scan(cscale_path, scale_files, add, [&names] { names.clear(); });
+  const named_search seen =
+      qu_named_file_scan(store.cscale_path, scale_files, add, [&names] { names.clear(); });
   if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
   for (const std::string& name : names) list.add(name.c_str(), name_size);
   list.sort();
@@ -238,9 +239,9 @@ int qu_cscale_read(const char* name, bool white, color_scale& scale) {
 }
 
 int qu_cscale_write(color_scale& scale) {
-  const folder_lock lock(cscale_path);
+  const folder_lock lock(store.cscale_path);
   if (!lock) {
-    qu_report_failure("Cannot lock", cscale_path);
+    qu_report_failure("Cannot lock", store.cscale_path);
     return 1;
   }
   named_file old;
@@ -257,13 +258,13 @@ int qu_cscale_write(color_scale& scale) {
     xdr_stream xdr(stream, XDR_ENCODE);
     return xdr && move_scale(xdr.get(), 0, scale);
   };
-  return qu_named_file_put(cscale_path, scale_files, replaced, write) ? 0 : 1;
+  return qu_named_file_put(store.cscale_path, scale_files, replaced, write) ? 0 : 1;
 }
 
 int qu_cscale_delete(const char* name) {
-  const folder_lock lock(cscale_path);
+  const folder_lock lock(store.cscale_path);
   if (!lock) {
-    qu_report_failure("Cannot lock", cscale_path);
+    qu_report_failure("Cannot lock", store.cscale_path);
     return 1;
   }
   named_file file;
@@ -281,7 +282,7 @@ bool qu_cscale_uses(const char* palette_name) {
     color_scale scale;
     return !read_scale(file, scale) || std::strcmp(scale.palette_name, palette_name) == 0;
   };
-  const named_search seen = qu_named_file_scan(cscale_path, scale_files, uses);
+  const named_search seen = qu_named_file_scan(store.cscale_path, scale_files, uses);
   if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
   return seen != named_search::ended;
 }

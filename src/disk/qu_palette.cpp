@@ -29,11 +29,11 @@ namespace {
 
 // System palettes lie in the root.
 const char* system_path() {
-  return root_path;
+  return store.root_path;
 }
 
 const char* user_path(const char* prefix) {
-  return std::strcmp(prefix, lithology_prefix) == 0 ? u_litho_path : u_color_path;
+  return std::strcmp(prefix, lithology_prefix) == 0 ? store.u_litho_path : store.u_color_path;
 }
 
 // A line of a text file, released at the end.
@@ -126,7 +126,7 @@ looking look_through_listed(const char* folder, int fatal_number, Visit visit) {
 }
 template <typename Visit>
 looking look_through_users(Visit visit) {
-  return look_through_listed(u_color_path, 2, visit);
+  return look_through_listed(store.u_color_path, 2, visit);
 }
 template <typename Visit>
 looking look_through_systems(Visit visit) {
@@ -218,7 +218,7 @@ int qu_palette_read(const char* name, palette_colours& colours) {
   palette_file file;
   looking state = looking::ended;
   if (qu_palette_exists(name) == 1) {
-    state = qu_palit_path(u_color_path, name, palette_prefix, file);
+    state = qu_palit_path(store.u_color_path, name, palette_prefix, file);
     if (state == looking::ended) state = qu_palit_path(system_path(), name, palette_prefix, file);
   }
   if (state != looking::found) {
@@ -245,7 +245,7 @@ std::int32_t qu_palette_size(const char* name) {
 
 int qu_palette_save(const char* name, const palette_colours& colours) {
   palette_file old;
-  if (qu_palit_path(u_color_path, name, palette_prefix, old) != looking::found) return 1;
+  if (qu_palit_path(store.u_color_path, name, palette_prefix, old) != looking::found) return 1;
   replaced_file file(old.path, write_text);
   if (file && write_palette(file.get(), name, colours) && file.commit()) return 0;
   qu_report_failure("Error writing palette in", old.path);
@@ -253,9 +253,9 @@ int qu_palette_save(const char* name, const palette_colours& colours) {
 }
 
 palette_writing qu_palette_write(const char* name, const palette_colours& colours) {
-  const folder_lock lock(u_color_path);
+  const folder_lock lock(store.u_color_path);
   if (!lock) {
-    qu_report_failure("Cannot lock", u_color_path);
+    qu_report_failure("Cannot lock", store.u_color_path);
     return palette_writing::failed;
   }
   const int exists = qu_palette_exists(name);

@@ -87,15 +87,15 @@ int qu_study_descriptor_read(bool report, const char* name, const char* path, st
     qu_message("Study descriptor corrupted:\n%s\n", path);
     return 1;
   }
-  is_64bit = record->is_64bit;
+  store.is_64bit = record->is_64bit;
 
-  if (std::strcmp(program_name, server_program_name) == 0) {
+  if (std::strcmp(store.program_name, server_program_name) == 0) {
     if (record->study_version != PROGRAM_VERSION) return 2;
   } else if (record->study_version > PROGRAM_VERSION) {
     version_parts version = parts_of_version(record->study_version);
     if (report)
-      qu_message("You cannot run %s %s on Velmar %d.%d.%d study (%s)", program_name, program_version_text,
-                 static_cast<int>(version.major), static_cast<int>(version.minor),
+      qu_message("You cannot run %s %s on Velmar %d.%d.%d study (%s)", store.program_name,
+                 store.program_version_text, static_cast<int>(version.major), static_cast<int>(version.minor),
                  static_cast<int>(version.patch), name);
     return 2;
   }
@@ -103,19 +103,19 @@ int qu_study_descriptor_read(bool report, const char* name, const char* path, st
 }
 
 void qu_study_mark_64bit() {
-  if (is_64bit != 0) return;
-  is_64bit = 1;
+  if (store.is_64bit != 0) return;
+  store.is_64bit = 1;
   study_record record;
-  const folder_lock lock(study_path);
-  if (!lock || qu_study_descriptor_read(false, study_name, study_path, &record) != 0) {
+  const folder_lock lock(store.study_path);
+  if (!lock || qu_study_descriptor_read(false, store.study_name, store.study_path, &record) != 0) {
     // What is unknown is not written over.
-    qu_message("Failed to read study descriptor %s%sDESCR for 64-bit flag update", study_path,
+    qu_message("Failed to read study descriptor %s%sDESCR for 64-bit flag update", store.study_path,
                path_separator);
     return;
   }
   record.is_64bit = 1;
-  if (qu_study_descriptor_write_n(study_path, &record) == 0)
-    qu_message("Failed to write study descriptor %s%sDESCR for 64-bit flag update", study_path,
+  if (qu_study_descriptor_write_n(store.study_path, &record) == 0)
+    qu_message("Failed to write study descriptor %s%sDESCR for 64-bit flag update", store.study_path,
                path_separator);
 }
 

@@ -52,7 +52,7 @@ struct registry {
 };
 
 void registry_path(path_text& path) {
-  qu_path_join(path, {root_path, path_separator, registry_file_name});
+  qu_path_join(path, {store.root_path, path_separator, registry_file_name});
 }
 
 bool begins_with_separator(std::string_view text) {
@@ -74,11 +74,12 @@ std::string_view without_end(std::string_view path) {
 
 std::string expanded_path(std::string_view path) {
   path = without_end(path);
-  if (path.starts_with(root_prefix)) return std::string(root_windows).append(path.substr(root_prefix.size()));
+  if (path.starts_with(root_prefix))
+    return std::string(store.root_windows).append(path.substr(root_prefix.size()));
   if (!path.starts_with(init_prefix)) return std::string(path);
   path.remove_prefix(init_prefix.size());
-  const bool is_joined = root_has_end != 0 && !path.empty() && !begins_with_separator(path);
-  return std::string(root_path).append(is_joined ? path_separator : "").append(path);
+  const bool is_joined = store.root_has_end != 0 && !path.empty() && !begins_with_separator(path);
+  return std::string(store.root_path).append(is_joined ? path_separator : "").append(path);
 }
 
 // The path of a study as a line spells it. A line that was there keeps its prefix, so that it goes on meaning
@@ -86,14 +87,14 @@ std::string expanded_path(std::string_view path) {
 std::string spelled_path(std::string_view path) {
   path = without_end(path);
   if (path.starts_with(root_prefix)) return std::string(path);
-  const std::string_view windows = root_windows, init = root_path;
+  const std::string_view windows = store.root_windows, init = store.root_path;
   std::string whole = expanded_path(path);
   if (!windows.empty() && whole.starts_with(windows))
     return std::string(root_prefix).append(whole.substr(windows.size()));
   if (path.starts_with(init_prefix)) return std::string(path);
   const std::string_view rest = whole.starts_with(init) ? std::string_view(whole).substr(init.size()) : "";
   const bool is_below = whole == init || !rest.empty();
-  if (is_below && (root_has_end == 0 || rest.empty() || begins_with_separator(rest)))
+  if (is_below && (store.root_has_end == 0 || rest.empty() || begins_with_separator(rest)))
     return std::string(init_prefix).append(rest);
   return whole;
 }
@@ -121,10 +122,10 @@ void parse(registry& read, bool report) {
     const std::string value(line.substr(key.size()));
     if (key == unix_key) {
       read.unix_root = value;
-      qu_string_copy(value.c_str(), root_unix);
+      qu_string_copy(value.c_str(), store.root_unix);
     } else if (key == windows_key) {
       read.windows_root = value;
-      qu_string_copy(value.c_str(), root_windows);
+      qu_string_copy(value.c_str(), store.root_windows);
     } else if (key == physical_key) {
       study.path = value;
       has_path = true;
@@ -211,8 +212,8 @@ bool replace_registry(const std::string& text) {
 
 bool write_registry(const string_list& names, const string_list& paths) {
   registry before;
-  before.unix_root = root_unix;
-  before.windows_root = root_windows;
+  before.unix_root = store.root_unix;
+  before.windows_root = store.root_windows;
   // What can't be read is not replaced by the little that is known of it.
   if (!read_registry(before, false)) return false;
   const std::string text = registry_text(before, names, paths);
@@ -230,8 +231,8 @@ bool write_registry(const string_list& names, const string_list& paths) {
 void qu_study_folder(const char* registered_path, root_text& folder) {
   qu_string_copy(registered_path, folder);
   // The root itself is spelled as this platform knows it.
-  std::size_t root_length = std::strlen(root_path);
-  bool below_root = root_length > 0 && std::strncmp(folder, root_path, root_length) == 0;
+  std::size_t root_length = std::strlen(store.root_path);
+  bool below_root = root_length > 0 && std::strncmp(folder, store.root_path, root_length) == 0;
   for (char* c = folder + (below_root ? root_length : 0); *c != '\0'; ++c)
     if (*c == '\\') *c = '/';
 }

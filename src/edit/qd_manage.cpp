@@ -183,13 +183,13 @@ int qd_create_directory(const char* name) {
     return 0;
   }
 
-  prepared_object folder(catalogue_path);
+  prepared_object folder(store.catalogue_path);
   placement placed = placement::failed;
   bool has_changed = false;
   if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
       qd_directory_descriptor_write(folder.path(), name) != 0) {
     // Another server may have made one of that name until the lock was to be had.
-    const folder_lock lock(catalogue_path);
+    const folder_lock lock(store.catalogue_path);
     if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
       placed = folder.place(directory_numbering);
     else
@@ -211,7 +211,7 @@ int qd_create_directory(const char* name) {
     case placement::failed:
       report_full("DIRECTORY");
       name_directory(name);
-      qu_message("         FILE PATH: >>>%s<<<\n\n", catalogue_path);
+      qu_message("         FILE PATH: >>>%s<<<\n\n", store.catalogue_path);
       return 0;
   }
   return 0;

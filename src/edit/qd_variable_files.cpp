@@ -58,7 +58,7 @@ qd_format_record usual_format(const qd_variable_record& record) {
 }
 
 std::string creation_comment() {
-  if (running_test != 0) return "Created during Test";
+  if (store.running_test != 0) return "Created during Test";
   char now[time_text_size];
   qu_time_text(now, 0);
   return std::string("Creation Date: ") + now;

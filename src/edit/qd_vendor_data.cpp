@@ -22,7 +22,7 @@ constexpr named_file_kind vendor_files = {"VENDOR.", "WARNING: A DATA VENDOR IS 
 
 bool owner_folder(const vendor_owner& owner, path_text& folder) {
   if (owner.directory == nullptr) {
-    qu_path_join(folder, {study_path});
+    qu_path_join(folder, {store.study_path});
     return true;
   }
   if (owner.file == nullptr) return qd_directory_path(owner.directory, folder) != 0;

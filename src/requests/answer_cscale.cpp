@@ -195,7 +195,7 @@ bool write_description(const scale_description& sent) {
 request_status server_answer_cscale_list(const char* /*request*/) {
   if (!resources_available(resources::scales)) return not_served;
   string_list names;
-  if (qu_cscale_get_list(names) != 0) return refuse(read_failure, cscale_path);
+  if (qu_cscale_get_list(names) != 0) return refuse(read_failure, store.cscale_path);
   return answer(wire_names{names});
 }
 

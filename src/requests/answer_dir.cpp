@@ -26,7 +26,7 @@ request_status server_answer_dir_list(const char* /*request*/) {
   string_list names;
   switch (qd_list_directories(names)) {
     case 0:
-      return refuse("Study Directory not found or not a study: \"%s\"", study_path);
+      return refuse("Study Directory not found or not a study: \"%s\"", store.study_path);
     case list_unreadable:
       return refuse("Cannot open file");
     default:

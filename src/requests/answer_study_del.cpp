@@ -28,7 +28,7 @@ namespace {
 
 // The root, or a study that the client did not name, must not go with the folder.
 bool holds_more_than_itself(const char* folder, const string_list& all_paths) {
-  if (qu_path_lies_within(root_path, folder)) return true;
+  if (qu_path_lies_within(store.root_path, folder)) return true;
   std::int64_t count = all_paths.count();
   for (std::int64_t i = 0; i < count; ++i) {
     root_text other;
@@ -59,11 +59,11 @@ bool open_another() try {
     qd_end(0);
     qd_init();
   } else {
-    qu_message("Cannot open another study in \"%s\"", root_path);
+    qu_message("Cannot open another study in \"%s\"", store.root_path);
   }
   return true;
 } catch (const std::bad_alloc&) {
-  qu_message("Cannot open another study in \"%s\": memory allocation failed", root_path);
+  qu_message("Cannot open another study in \"%s\": memory allocation failed", store.root_path);
   return true;
 }
 
@@ -74,7 +74,7 @@ request_status server_answer_study_del(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Current study is not set");
   name_text name;
   qu_string_copy(current_context.study, name);
-  folder_lock lock(root_path);
+  folder_lock lock(store.root_path);
   string_list valid_names, valid_paths, all_names, all_paths;
   if (!lock || qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
                    registry_unreadable)

@@ -43,7 +43,7 @@ bool has_control_character(std::string_view text) {
 std::string path_beside_first(const char* name, const string_list& all_paths) {
   if (!qu_is_path_element(name)) return "";
   char parent[root_size + 2];
-  qu_string_copy(root_path, parent);
+  qu_string_copy(store.root_path, parent);
   if (all_paths.count() > 0) {
     root_text first;
     qu_study_folder(all_paths[0], first);
@@ -116,7 +116,7 @@ request_status server_answer_study_new(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   // Held until the study is registered, so that no other server's study gets lost in between.
-  const folder_lock lock(root_path);
+  const folder_lock lock(store.root_path);
   string_list all_names, all_paths;
   const bool is_known =
       qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) != registry_unreadable;

@@ -43,7 +43,7 @@ request_status server_answer_study_set(const char* /*request*/) {
   const open_store before;
   if (qu_study_open(wanted) != STUDY_OPENED) return refuse("Invalid Study version: \"%s\"", name.c_str());
   // The first one that fits stands in for a study that another server deletes at this moment.
-  if (std::strcmp(study_name, wanted) != 0) {
+  if (std::strcmp(store.study_name, wanted) != 0) {
     before.put_back();
     return refuse("Study Directory not found or not a study: \"%s\"", all_paths[rank]);
   }

@@ -35,8 +35,8 @@ const char* check_root(const char* path) {
 
 const char* open_root(const char* path) {
   qu_init(path, server_program, server_version);
-  qu_string_copy(root_path, current_context.qrd_init);
-  if (qd_version_check(root_path) != 0) return version_message;
+  qu_string_copy(store.root_path, current_context.qrd_init);
+  if (qd_version_check(store.root_path) != 0) return version_message;
   switch (qu_study_open(no_name)) {
     case STUDY_OPENED:
       return nullptr;

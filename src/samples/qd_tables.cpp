@@ -13,7 +13,7 @@ namespace qrd {
 namespace {
 
 void end_open_study(int strict) {
-  if (lock_taken != 0) qd_end(strict);
+  if (store.lock_taken != 0) qd_end(strict);
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ void qd_end(int strict) {
     for (const qd_selected_entry* entry : tab_selected)
       if (entry != nullptr) qu_fatal(" WARNING: A Variable is not deselected...");
   }
-  if (lock_taken == 0) qu_fatal_number("qd_end", 7);
+  if (store.lock_taken == 0) qu_fatal_number("qd_end", 7);
   qd_unlock();
 }
 

@@ -164,7 +164,7 @@ TEST_F(shared_colours, scale_of_one_name_stays_one_and_is_always_found) {
     qu_cscale_init(scale, false, "one", "p1");
     if (process > 2) return qu_cscale_read("one", false, scale) == 0;
     if (process < 2) return qu_cscale_write(scale) == 0;
-    const folder_lock lock(cscale_path);
+    const folder_lock lock(store.cscale_path);
     return std::rename(scale_file(0).c_str(), scale_file(7).c_str()) == 0 || errno == ENOENT;
   };
   EXPECT_EQ(in_processes(5, many_times(act)), 0);

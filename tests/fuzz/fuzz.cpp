@@ -68,11 +68,8 @@ void start_server() {
   client_socket = client_descriptor;
   client_version = protocol_version;
   client_is_64bits = 1;
-  lock_taken = 0;
+  store = {};
   unit_flag = 1;
-  is_64bit = 0;
-  qu_string_copy(no_name, study_name);
-  study_path[0] = catalogue_path[0] = root_path[0] = '\0';
   qu_formats_reset();
   _qrd_empty_read();
   _qrd_empty_write();
@@ -120,7 +117,7 @@ void run(const Work& work) {
     work();
     forget_looks();
     runs_through([] {
-      if (lock_taken != 0) qd_end(0);
+      if (store.lock_taken != 0) qd_end(0);
     });
   }
   runs_through(start_server);

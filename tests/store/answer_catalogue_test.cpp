@@ -176,9 +176,9 @@ TEST_F(catalogue_requests, are_refused_when_another_client_has_deleted_their_par
   fs::remove_all(tree.folder("DIRE.2"));
   EXPECT_EQ(ask("CFILELST"), refusal("Not a valid Velmar directory: Study: Soil"));
   EXPECT_EQ(ask("CFILEXIST", "points"), exists(0));
-  fs::remove_all(catalogue_path);
+  fs::remove_all(store.catalogue_path);
   EXPECT_EQ(ask("CDIRLST"),
-            refusal("Study Directory not found or not a study: \"" + std::string(study_path) + "\""));
+            refusal("Study Directory not found or not a study: \"" + std::string(store.study_path) + "\""));
 }
 
 // As after a power cut: descriptors of zeros, of which one comes first in any order of the disk.

@@ -56,7 +56,7 @@ class study_requests : public testing::Test {
   }
   void TearDown() override {
     qu_exit_hook = nullptr;
-    lock_taken = 0;
+    store = {};
     unit_flag = 1;
   }
   std::string make_new(const std::string& name, const std::string& path) {
@@ -84,7 +84,7 @@ TEST_F(study_requests, set_opens_a_study_and_resets_the_rest) {
   EXPECT_STREQ(current_context.file, "None");
   EXPECT_EQ(current_context.unit_mode, 0);
   EXPECT_EQ(distance_format.factor, 100.0);
-  EXPECT_EQ(study_path, root / "Iron");
+  EXPECT_EQ(store.study_path, root / "Iron");
   EXPECT_EQ(lock_path, root / "Iron/LOCK");
   // The flag of the study that was left lingers.
   EXPECT_TRUE(fs::exists(root / "Zinc/LOCK"));
@@ -96,7 +96,7 @@ TEST_F(study_requests, set_refuses_what_cannot_be_opened) {
   EXPECT_EQ(set("Gone"), refusal("Study Directory not found or not a study: \"" + root.path() + "/Gone\""));
   EXPECT_EQ(set("Old"), refusal("Invalid Study version: \"Old\""));
   EXPECT_STREQ(current_context.study, "None");
-  EXPECT_STREQ(study_name, "Zinc");
+  EXPECT_STREQ(store.study_name, "Zinc");
   // A name whose first path is gone has a valid second one, and no descriptor to read or make.
   root.write_registry(pair("$init$/Gone", "Gold") + pair("$init$/Gold", "Gold"));
   EXPECT_EQ(set("Gold"), refusal("Invalid Study version: \"Gold\""));
@@ -236,11 +236,11 @@ TEST_F(study_requests, set_gives_the_study_of_the_name_or_none) {
       set_current_directory("D");
       if (set("Gold") == done()) {
         ++opened;
-        EXPECT_STREQ(study_name, "Gold");
+        EXPECT_STREQ(store.study_name, "Gold");
         EXPECT_STREQ(current_context.directory, "None");
       } else {
         ++refused;
-        EXPECT_STREQ(study_name, "Zinc");
+        EXPECT_STREQ(store.study_name, "Zinc");
         EXPECT_STREQ(current_context.study, "Zinc");
         EXPECT_STREQ(current_context.directory, "D");
       }
@@ -329,7 +329,7 @@ TEST_F(study_requests, del_removes_the_study_and_opens_another) {
   EXPECT_EQ(root.registry(), registry_head + pair("$init$/Zinc", "Zinc") + pair("$init$/Gold", "Gold") +
                                  pair("$init$/Old", "Old") + pair("$init$/Gone", "Gone"));
   EXPECT_STREQ(current_context.study, "None");
-  EXPECT_STREQ(study_name, "Zinc");
+  EXPECT_STREQ(store.study_name, "Zinc");
   EXPECT_EQ(read_file(root / "Zinc/LOCK"), "LOCKED");
 }
 
@@ -337,7 +337,7 @@ TEST_F(study_requests, del_of_the_last_study_makes_the_default_one) {
   root.write_registry(pair("$init$/Gold", "Gold"));
   EXPECT_EQ(set("Gold"), done());
   EXPECT_EQ(session.ask("CSTUDYDEL"), done());
-  EXPECT_STREQ(study_name, "Velmar-Init");
+  EXPECT_STREQ(store.study_name, "Velmar-Init");
   EXPECT_EQ(root.registry(), registry_head);
 
   qu_string_copy("Gold", current_context.study);

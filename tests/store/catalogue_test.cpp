@@ -145,7 +145,7 @@ TEST_F(catalogue, tests_of_what_cannot_be_read_say_so) {
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_file_path("Soil", "no such one", path), 0); }).find(no_access),
             std::string::npos);
   fs::create_symlink(tree / "loop", tree / "loop");
-  qu_path_join(catalogue_path, {tree / "loop"});
+  qu_path_join(store.catalogue_path, {tree / "loop"});
   EXPECT_EQ(console_of([] { EXPECT_EQ(qd_directory_test("Soil"), 2); }),
             "Unable to list directory \"" + (tree / "loop") + "\": Too many levels of symbolic links\n" +
                 no_access);
@@ -183,7 +183,7 @@ TEST_F(catalogue, refuses_directories_in_lower_case) {
     EXPECT_FATAL(
         qd_directory_test("no such one"),
         std::string("A directory name containing lower case character\\(s\\) has been found !\n\\(\"") +
-            entry + "\" in \"" + catalogue_path + "\"\\)");
+            entry + "\" in \"" + store.catalogue_path + "\"\\)");
     string_list list;
     EXPECT_FATAL(qd_list_directories(list), "lower case");
     fs::remove_all(path);

@@ -49,8 +49,7 @@ using names = std::set<std::string>;
 
 class creation : public testing::Test {
  protected:
-  creation() { running_test = 1; }
-  ~creation() override { running_test = 0; }
+  creation() { store.running_test = 1; }
 
   const std::string& catalogue() const { return catalogue_; }
   std::string at(const std::string& path) const { return catalogue_ + "/" + path; }

@@ -24,9 +24,8 @@ using words = std::vector<std::string>;
 class registry : public testing::Test {
  protected:
   void SetUp() override {
-    qu_string_copy(root.path().c_str(), root_path);
-    root_has_end = 0;
-    root_windows[0] = root_unix[0] = '\0';
+    store = {};
+    qu_string_copy(root.path().c_str(), store.root_path);
   }
   int read(bool sort = false, bool no_check = false) {
     return qu_study_names_read(-1, sort, no_check, &valid_names, &valid_paths, &names, &paths);
@@ -116,7 +115,7 @@ TEST_F(registry, a_rewrite_for_another_study_cuts_nothing) {
 
 // A root that is given with a separator: what stands behind the prefix begins below it.
 TEST_F(registry, the_end_of_a_given_root_counts) {
-  root_has_end = 1;
+  store.root_has_end = 1;
   const std::string pairs = pair("$init$Gold", "Gold") + pair("$init$/Tin", "Tin");
   root.write_registry(pairs);
   read();

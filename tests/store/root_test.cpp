@@ -32,36 +32,36 @@ class root : public testing::Test {
 };
 
 TEST_F(root, a_given_path_is_the_root) {
-  qu_string_copy("/elsewhere", root_windows);
+  qu_string_copy("/elsewhere", store.root_windows);
   init((folder.path() + "//").c_str());
-  EXPECT_EQ(root_path, folder.path());
-  EXPECT_STREQ(root_windows, "");
+  EXPECT_EQ(store.root_path, folder.path());
+  EXPECT_STREQ(store.root_windows, "");
   EXPECT_EQ(read_file(folder / "read_write.def"), "Do not delete this file during Velmar Run...");
   // The trial file is gone again.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
-  EXPECT_STREQ(program_name, "QRDserver");
-  EXPECT_STREQ(program_version_text, "15.03");
-  EXPECT_STREQ(study_name, "None");
+  EXPECT_STREQ(store.program_name, "QRDserver");
+  EXPECT_STREQ(store.program_version_text, "15.03");
+  EXPECT_STREQ(store.study_name, "None");
 }
 
 TEST_F(root, without_a_path_the_environment_names_it) {
   setenv("QRD_INIT", (folder / "new/db").c_str(), 1);
   EXPECT_EQ(console_of([] { init(nullptr); }), "Creation of the root directory for the Velmar File System\n");
-  EXPECT_EQ(root_path, folder / "new/db");
+  EXPECT_EQ(store.root_path, folder / "new/db");
   setenv("QRD_INIT", std::string(200, 'x').c_str(), 1);
   EXPECT_FATAL(init(nullptr), "No 1 in function qu_getenv");
 }
 
 TEST_F(root, the_default_root_lies_with_the_data_of_the_user) {
   init(nullptr);
-  EXPECT_EQ(root_path, folder / "home/.local/share/Orvane/Velmar");
-  EXPECT_TRUE(std::filesystem::is_directory(root_path));
+  EXPECT_EQ(store.root_path, folder / "home/.local/share/Orvane/Velmar");
+  EXPECT_TRUE(std::filesystem::is_directory(store.root_path));
   setenv("XDG_DATA_HOME", "relative", 1);
   init(nullptr);
-  EXPECT_EQ(root_path, folder / "home/.local/share/Orvane/Velmar");
+  EXPECT_EQ(store.root_path, folder / "home/.local/share/Orvane/Velmar");
   setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
   init(nullptr);
-  EXPECT_EQ(root_path, folder / "data/Orvane/Velmar");
+  EXPECT_EQ(store.root_path, folder / "data/Orvane/Velmar");
 
   write_file(folder / "file", "");
   setenv("XDG_DATA_HOME", (folder / "file").c_str(), 1);
@@ -98,14 +98,14 @@ TEST_F(root, the_plugin_path_is_checked_member_by_member) {
 
 TEST_F(root, settings_come_from_the_environment) {
   init(folder.path().c_str());
-  EXPECT_EQ(running_test, 0);
+  EXPECT_EQ(store.running_test, 0);
   setenv("QRD_RUNNING_TEST", "0", 1);
   init(folder.path().c_str());
-  EXPECT_EQ(running_test, 0);
+  EXPECT_EQ(store.running_test, 0);
   setenv("QRD_RUNNING_TEST", "yes", 1);
   setenv("XLOCALEDIR", "/somewhere", 1);
   init(folder.path().c_str());
-  EXPECT_EQ(running_test, 1);
+  EXPECT_EQ(store.running_test, 1);
   EXPECT_EQ(std::getenv("XLOCALEDIR"), nullptr);
   EXPECT_GT(maximum_capacity, 0U);
 }

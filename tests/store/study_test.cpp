@@ -37,7 +37,10 @@ class study : public testing::Test {
     for (const char* name : {"QRD_INIT", "QRD_PLUGIN_PATH", "QRD_RUNNING_TEST"}) unsetenv(name);
     qu_init(root.path().c_str(), "QRDserver", "15.03");
   }
-  void TearDown() override { unit_flag = 1; }
+  void TearDown() override {
+    store = {};
+    unit_flag = 1;
+  }
   std::string make(const std::string& name, const std::string& descriptor = study_descriptor(1)) {
     return root.make_study(name, descriptor);
   }
@@ -98,14 +101,13 @@ TEST_F(study, descriptors_of_all_versions_are_read) {
   EXPECT_EQ(record.unit_flag, 7);
   EXPECT_EQ(record.study_version, 40000);
   write_file(path + "/DESCR", bytes().i32(411, 0, 140000).str());
-  is_64bit = 1;
+  store.is_64bit = 1;
   EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
   EXPECT_EQ(record.unit_flag, 0);
-  EXPECT_EQ(is_64bit, 0);
+  EXPECT_EQ(store.is_64bit, 0);
   write_file(path + "/DESCR", study_descriptor(1, 140000, 1));
   EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
-  EXPECT_EQ(is_64bit, 1);
-  is_64bit = 0;
+  EXPECT_EQ(store.is_64bit, 1);
 }
 
 TEST_F(study, only_the_own_version_is_opened_by_the_server) {
@@ -147,9 +149,9 @@ TEST_F(study, a_failed_opening_leaves_the_open_study) {
   write_file(root / "study_names.def", std::string(10, '\0'));
   EXPECT_EQ(qu_study_open("Tin"), STUDY_NO_REGISTRY);
   EXPECT_EQ(qu_study_open("None"), STUDY_NO_REGISTRY);
-  EXPECT_STREQ(study_name, "Gold");
-  EXPECT_EQ(study_path, root / "Gold");
-  EXPECT_EQ(catalogue_path, root / "Gold/QRD");
+  EXPECT_STREQ(store.study_name, "Gold");
+  EXPECT_EQ(store.study_path, root / "Gold");
+  EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
   EXPECT_EQ(unit_flag, 0);
   EXPECT_FALSE(fs::exists(root / "Velmar-Init"));
 }
@@ -162,19 +164,18 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
   for (const char* name : {"Old", "New", "Gold", "Tin"}) enter(name);
   std::string before = root.registry();
   EXPECT_EQ(qu_study_open("None"), 0);
-  EXPECT_STREQ(study_name, "Gold");
-  EXPECT_EQ(study_path, root / "Gold");
-  EXPECT_EQ(catalogue_path, root / "Gold/QRD");
-  EXPECT_EQ(cscale_path, root / "Gold/CSCALE");
+  EXPECT_STREQ(store.study_name, "Gold");
+  EXPECT_EQ(store.study_path, root / "Gold");
+  EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
+  EXPECT_EQ(store.cscale_path, root / "Gold/CSCALE");
   EXPECT_EQ(unit_flag, 0);
-  EXPECT_EQ(has_marker, 0);
   EXPECT_EQ(qu_study_open("Tin"), 0);
-  EXPECT_STREQ(study_name, "Tin");
+  EXPECT_STREQ(store.study_name, "Tin");
   EXPECT_EQ(unit_flag, 1);
   EXPECT_EQ(qu_study_open("None"), 0);
-  EXPECT_STREQ(study_name, "Tin");
+  EXPECT_STREQ(store.study_name, "Tin");
   EXPECT_EQ(qu_study_open("Old"), 0);
-  EXPECT_STREQ(study_name, "Gold");
+  EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(root.registry(), before);
   for (const auto& entry : fs::directory_iterator(root / "Gold"))
     EXPECT_NE(entry.path().filename().string().substr(0, 4), "WRT_");
@@ -182,7 +183,7 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
 
 TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
   EXPECT_EQ(qu_study_open("None"), 0);
-  EXPECT_STREQ(study_name, "Velmar-Init");
+  EXPECT_STREQ(store.study_name, "Velmar-Init");
   EXPECT_EQ(read_file(root / "Velmar-Init/DESCR"), study_descriptor(1));
   EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n");
   EXPECT_EQ(qu_study_open("None"), 0);
@@ -194,7 +195,7 @@ TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
 }
 
 TEST_F(study, a_test_run_makes_the_study_that_it_names) {
-  running_test = 1;
+  store.running_test = 1;
   EXPECT_FATAL(qu_study_open("None"), "No more study and no study name on command line");
   EXPECT_EQ(qu_study_open("../Gold"), 1);
   EXPECT_EQ(qu_study_open("Gold"), 0);
@@ -359,7 +360,7 @@ TEST_F(environment, the_template_is_never_copied_onto_itself) {
   strip();
   // Wanted is another study, so that the rule of the name doesn't hold.
   EXPECT_EQ(qu_study_open("Gold"), 0);
-  EXPECT_STREQ(study_name, "Template");
+  EXPECT_STREQ(store.study_name, "Template");
   EXPECT_EQ(read_file(target + "/DEF/environ_gene.def"), "general\n");
   EXPECT_EQ(read_file(target + "/DEF/environ.def"), "words\n");
   EXPECT_EQ(read_file(target + "/DEF/DISPLAY.1"), "display");
@@ -384,7 +385,6 @@ class lock : public study {
   }
   void TearDown() override {
     qu_exit_hook = nullptr;
-    lock_taken = 0;
     study::TearDown();
   }
   std::string path;
@@ -432,12 +432,11 @@ TEST_F(lock, a_counter_beyond_32_bits_marks_the_study) {
   qu_study_mark_64bit_hook();
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0, 140000, 1));
   write_file(path + "/DESCR", "");
-  is_64bit = 0;
+  store.is_64bit = 0;
   std::string said = console_of([] { qu_study_mark_64bit(); });
   EXPECT_NE(said.find("Failed to read study descriptor " + path + "/DESCR for 64-bit flag update\n"),
             std::string::npos);
   EXPECT_EQ(read_file(path + "/DESCR"), "");
-  is_64bit = 0;
 }
 
 class open_root : public study {
@@ -445,11 +444,10 @@ class open_root : public study {
   void SetUp() override {
     study::SetUp();
     reset_context();
-    root_path[0] = '\0';
+    store = {};
   }
   void TearDown() override {
     qu_exit_hook = nullptr;
-    lock_taken = 0;
     study::TearDown();
   }
   std::string open(const std::string& path) {
@@ -471,7 +469,7 @@ TEST_F(open_root, refuses_what_is_no_root) {
   write_file(root / "a*b/study_names.def", "");
   EXPECT_EQ(open(root / "a*b"), without);
   EXPECT_EQ(current_context.qrd_init, root / "a*b");
-  EXPECT_STREQ(root_path, "");
+  EXPECT_STREQ(store.root_path, "");
 }
 
 TEST_F(open_root, a_refused_root_leaves_the_open_one) {
@@ -482,15 +480,15 @@ TEST_F(open_root, a_refused_root_leaves_the_open_one) {
   other.write_registry("");
   write_file(other / "DATA", "13.0.0\n");
   EXPECT_EQ(open(other.path()), "You are trying to run QRDserver 15.03 on Velmar 13.0.0 file system.");
-  EXPECT_EQ(root_path, root.path());
-  EXPECT_STREQ(study_name, "Gold");
-  EXPECT_EQ(lock_taken, 1);
+  EXPECT_EQ(store.root_path, root.path());
+  EXPECT_STREQ(store.study_name, "Gold");
+  EXPECT_EQ(store.lock_taken, 1);
   EXPECT_EQ(handle_test_path, root / "read_write.def");
 
   write_file(other / "DATA", "14.0.0\n");
   other.make_study("Velmar-Init", study_descriptor(1, 150000));
   EXPECT_EQ(open(other.path()), "No valid study to use for this QRDserver version");
-  EXPECT_EQ(study_path, root / "Gold");
+  EXPECT_EQ(store.study_path, root / "Gold");
   qd_end(0);
   EXPECT_FALSE(fs::exists(root / "Gold/LOCK"));
 }

@@ -27,8 +27,9 @@ class catalogue_tree {
  public:
   catalogue_tree() {
     qd_deselect_all();
-    qu_path_join(study_path, {folder_.path().string()});
-    qu_path_join(catalogue_path, {folder_ / "QRD"});
+    store = {};
+    qu_path_join(store.study_path, {folder_.path().string()});
+    qu_path_join(store.catalogue_path, {folder_ / "QRD"});
     write_file(folder_ / "read_write.def", "");
     qu_path_join(handle_test_path, {folder_ / "read_write.def"});
     std::filesystem::create_directory(folder_ / "QRD");
@@ -39,7 +40,7 @@ class catalogue_tree {
   catalogue_tree& operator=(const catalogue_tree&) = delete;
   ~catalogue_tree() {
     qd_deselect_all();
-    catalogue_path[0] = '\0';
+    store = {};
     unit_flag = 1;
     qu_formats_reset();
   }
