@@ -59,7 +59,7 @@ int serve() {
       case server_ends:
         return 0;
       case client_is_done:
-        if (_qrd_wait_connect(listen_socket, &client_socket, 1, 0) != 0) return 1;
+        if (_qrd_wait_connect(connection.listen_socket, &connection.client_socket, 1, 0) != 0) return 1;
         break;
       case served:
       case not_served:
@@ -83,7 +83,8 @@ int main(int argument_count, char** arguments) {
   if (options.fork) return start_detached(argument_count, arguments);
 
   if (options.port == 0 && options.control_port == 0) options.port = QRDClientGetDefaultPort();
-  if (server_init(options.port, options.control_port, &listen_socket, &client_socket) != 0) {
+  if (server_init(options.port, options.control_port, &connection.listen_socket, &connection.client_socket) !=
+      0) {
     if (!end_requested()) _qrd_error("Cannot initialize server.");
     return 1;
   }

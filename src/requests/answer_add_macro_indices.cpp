@@ -45,7 +45,8 @@ bool read_numbers(wire_indices& indices) {
   checked_array<std::int32_t> numbers;
   if (!numbers.allocate(indices.count) || !indices.numbers.allocate(indices.count))
     return clean_and_refuse(no_numbers);
-  if (_qrd_read_int_array(client_socket, numbers.data(), indices.count) == 0) return refuse(no_numbers);
+  if (_qrd_read_int_array(connection.client_socket, numbers.data(), indices.count) == 0)
+    return refuse(no_numbers);
   for (std::int64_t i = 0; i < indices.count; ++i) indices.numbers[i] = numbers[i];
   return true;
 }

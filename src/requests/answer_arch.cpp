@@ -7,8 +7,8 @@ namespace qrd {
 
 request_status st_answer_arch(const char* /*request*/) {
   server_debug(0, "Sending Architecture");
-  if (!read_arguments(client_is_64bits)) return not_served;
-  return answer(wire_int{server_is_64bits});
+  if (!read_arguments(connection.client_is_64bits)) return not_served;
+  return answer(wire_int{connection.server_is_64bits});
 }
 
 }  // namespace qrd

@@ -7,8 +7,8 @@ namespace qrd {
 
 request_status server_answer_byebye(const char* /*request*/) {
   if (answer() != served) return not_served;
-  if (multi_session == 0) return server_ends;
-  _qrd_close_socket(&client_socket);
+  if (connection.multi_session == 0) return server_ends;
+  _qrd_close_socket(&connection.client_socket);
   return client_is_done;
 }
 

@@ -59,7 +59,7 @@ bool read_array(std::vector<Item>& items, std::int64_t count, Read read) {
   for (std::int64_t held = 0; held < count; held += array_step) {
     const std::int64_t step = std::min(array_step, count - held);
     items.resize(static_cast<std::size_t>(held + step));
-    if (!read(client_socket, items.data() + held, step)) return false;
+    if (!read(connection.client_socket, items.data() + held, step)) return false;
   }
   return true;
 }
@@ -74,7 +74,7 @@ bool read_labels(std::vector<std::string>& labels, std::int64_t count) {
 }
 
 bool read_colour(rgb& colour) {
-  return _qrd_read_int_array(client_socket, colour, 3) != 0;
+  return _qrd_read_int_array(connection.client_socket, colour, 3) != 0;
 }
 
 // What stands before the arrays.

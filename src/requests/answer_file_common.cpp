@@ -25,7 +25,7 @@ bool read_coordinates(std::int64_t samples, std::int32_t dimension, std::int64_t
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", too_big ? missing_int64 : bytes);
   }
   double* place = values.data() + (all - count);
-  if (_qrd_read_double_array(client_socket, place, count) == 0) return false;
+  if (_qrd_read_double_array(connection.client_socket, place, count) == 0) return false;
   if (std::find(place, values.end(), missing_double) == values.end()) return true;
   return refuse("There should not be any test value in the coordinates");
 }

@@ -18,20 +18,20 @@ constexpr std::int32_t old_protocol_version = 412;
 }  // namespace
 
 request_status server_answer_hello(const char* /*request*/) {
-  client_is_64bits = 0;
+  connection.client_is_64bits = 0;
   request_text path;
-  if (!read_arguments(path, client_version)) return not_served;
+  if (!read_arguments(path, connection.client_version)) return not_served;
 
-  if (client_version == oldest_client) {
-    if (multi_session != 0) {
+  if (connection.client_version == oldest_client) {
+    if (connection.multi_session != 0) {
       server_send_error("Cannot connect to a multi-session server");
-      _qrd_close_socket(&client_socket);
+      _qrd_close_socket(&connection.client_socket);
       return client_is_done;
     }
     if (!set_root(path.c_str())) return not_served;
   }
-  server_debug(0, "Version checked (%d).", client_version);
-  bool is_old = client_version <= last_client_of_old_protocol;
+  server_debug(0, "Version checked (%d).", connection.client_version);
+  bool is_old = connection.client_version <= last_client_of_old_protocol;
   return answer(wire_int{is_old ? old_protocol_version : protocol_version});
 }
 

@@ -18,10 +18,11 @@ constexpr char read_failure[] = "An error happened during Palette %s read";
 bool read_channel(std::int32_t count, std::span<std::int32_t, palette_maximum> kept) {
   array_in_parts whole(std::max(count, 0));
   const std::int32_t fitting = std::clamp(count, 0, palette_maximum);
-  if (!_qrd_read_int_array(client_socket, kept.data(), fitting)) return false;
+  if (!_qrd_read_int_array(connection.client_socket, kept.data(), fitting)) return false;
   std::int32_t dropped[palette_maximum];
   for (std::int32_t left = count - fitting; left > 0; left -= palette_maximum)
-    if (!_qrd_read_int_array(client_socket, dropped, std::min(left, palette_maximum))) return false;
+    if (!_qrd_read_int_array(connection.client_socket, dropped, std::min(left, palette_maximum)))
+      return false;
   return true;
 }
 

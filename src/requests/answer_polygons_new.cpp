@@ -71,7 +71,8 @@ arrival read_entry(contour_entry& entry) {
   for (std::int64_t held = 0; held < count; held += ring_step) {
     const std::int64_t step = std::min(ring_step, count - held);
     entry.vertices.resize(static_cast<std::size_t>(held + step));
-    if (!_qrd_read_double_array(client_socket, &entry.vertices[static_cast<std::size_t>(held)].x, 2 * step))
+    if (!_qrd_read_double_array(connection.client_socket, &entry.vertices[static_cast<std::size_t>(held)].x,
+                                2 * step))
       return arrival::broken;
   }
   for (vertex& corner : entry.vertices) {
@@ -126,8 +127,8 @@ request_status server_answer_polygons_new(const char* /*request*/) {
   std::int32_t ignored_flag = 0;
   double ignored_box[6];
   std::int64_t count = 0;
-  if (!read_arguments(name, ignored_flag) || !_qrd_read_double_array(client_socket, ignored_box, 6) ||
-      !read_arguments(count))
+  if (!read_arguments(name, ignored_flag) ||
+      !_qrd_read_double_array(connection.client_socket, ignored_box, 6) || !read_arguments(count))
     return not_served;
   std::vector<contour_entry> entries;
   name_ranks ranks;

@@ -22,9 +22,9 @@ constexpr std::int32_t first_uniform_client = 900040;
 
 std::int32_t start_child(std::uint16_t control_port, child_watch& child) {
   std::vector<std::string> words = {server_program, "-control", std::to_string(control_port)};
-  if (client_version < first_uniform_client) {
+  if (connection.client_version < first_uniform_client) {
     words.emplace_back("-client_version");
-    words.push_back(std::to_string(client_version));
+    words.push_back(std::to_string(connection.client_version));
   }
   if (debug_on != 0) words.emplace_back("-debug");
 
@@ -70,11 +70,11 @@ std::int32_t port_of_new_child() {
 }  // namespace
 
 request_status server_answer_session(const char* /*request*/) {
-  if (multi_session == 0) return answer_otherwise();
+  if (connection.multi_session == 0) return answer_otherwise();
   std::int32_t port = port_of_new_child();
   if (port == 0) return not_served;
   if (answer(wire_int{port}) != served) return not_served;
-  _qrd_close_socket(&client_socket);
+  _qrd_close_socket(&connection.client_socket);
   return client_is_done;
 }
 

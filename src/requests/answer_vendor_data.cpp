@@ -55,7 +55,7 @@ arrival read_text(std::string& text) {
   if (!read_arguments(room)) return arrival::broken;
   if (room < 1) return arrival::no_memory;
   request_text received;
-  if (!_qrd_read_string(client_socket, received.address(), static_cast<std::uint32_t>(room)))
+  if (!_qrd_read_string(connection.client_socket, received.address(), static_cast<std::uint32_t>(room)))
     return arrival::broken;
   text = received.c_str();
   return arrival::complete;
@@ -70,7 +70,7 @@ arrival read_array(std::vector<Item>& items, Read read) {
   for (std::int64_t held = 0; held < count; held += array_step) {
     const std::int64_t step = std::min(array_step, count - held);
     items.resize(static_cast<std::size_t>(held + step));
-    if (!read(client_socket, items.data() + held, step)) return arrival::broken;
+    if (!read(connection.client_socket, items.data() + held, step)) return arrival::broken;
   }
   return arrival::complete;
 }

@@ -44,7 +44,7 @@ const char* read_triples(number_block<Number>& numbers, std::int64_t count, Read
     for (std::int64_t held = 0; held < count; held += array_step) {
       const std::int64_t step = std::min(array_step, count - held);
       numbers.resize(static_cast<std::size_t>(3 * (held + step)));
-      if (!read(client_socket, numbers.data() + 3 * held, 3 * step)) return read_text;
+      if (!read(connection.client_socket, numbers.data() + 3 * held, 3 * step)) return read_text;
       finish(held);
     }
   } catch (const std::bad_alloc&) {

@@ -25,7 +25,7 @@ namespace qrd {
 namespace {
 
 bool read_doubles(checked_array<double>& values) {
-  return _qrd_read_double_array(client_socket, values.data(), values.count()) != 0;
+  return _qrd_read_double_array(connection.client_socket, values.data(), values.count()) != 0;
 }
 
 // The client's own value for a missing sample becomes the database's.
@@ -109,7 +109,7 @@ request_status server_answer_write_selection_var(const char* /*request*/) {
   if (!data.read_range() || !read_arguments(count)) return not_served;
   checked_array<unsigned char> bytes;
   if (!allocate_or_clean(bytes, count, " for byte array")) return not_served;
-  if (_qrd_read_bytes(client_socket, bytes.data(), count) == 0) return not_served;
+  if (_qrd_read_bytes(connection.client_socket, bytes.data(), count) == 0) return not_served;
   if (!data.find_variable() || !data.check_index()) return not_served;
   if (data.variable.bit_length != 1) return refuse("Bit length different than 1");
   if (!data.check_range() || !check_count(data, 0, count)) return not_served;

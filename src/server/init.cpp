@@ -37,12 +37,12 @@ int start_serving(std::uint16_t port, std::uint16_t control_port, socket_handle*
     std::exit(1);
   }
   if (control_port != 0) port = 0;
-  const int backlog = multi_session != 0 ? 5 : 1;
+  const int backlog = connection.multi_session != 0 ? 5 : 1;
   if (int status = _qrd_listen_port(&port, backlog, listening); status != 0) return status;
   if (control_port != 0)
     if (int status = report_port(control_port, port); status != 0) return status;
   if (int status = _qrd_wait_connect(*listening, client, 1, 0); status != 0) return status;
-  if (multi_session == 0) _qrd_close_socket(listening);
+  if (connection.multi_session == 0) _qrd_close_socket(listening);
   reset_context();
   return 0;
 }

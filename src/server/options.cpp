@@ -97,7 +97,7 @@ std::optional<int> read_client_version(argument_reader& arguments) {
     _qrd_error("Client version (%s) should be a number.", text);
     return exit_failed;
   }
-  client_version = *number;
+  connection.client_version = *number;
   return std::nullopt;
 }
 
@@ -114,7 +114,7 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
     } else if (is("-fork")) {
       options.fork = true;
     } else if (is("-multi") || is("-multisession")) {
-      multi_session = 1;
+      connection.multi_session = 1;
     } else if (is("-debug")) {
       server_debug_mode(1);
     } else if (is("-help")) {

@@ -23,7 +23,7 @@ constexpr std::int64_t first_texts = 1024;
 const request_row* answered = nullptr;
 
 bool write_name(const char* name) {
-  if (_qrd_write_string(client_socket, &name, answer_name_limit) != 0) return true;
+  if (_qrd_write_string(connection.client_socket, &name, answer_name_limit) != 0) return true;
   std::perror("Client/Server communication error");
   return false;
 }
@@ -37,8 +37,8 @@ void send_error(const char* format, va_list arguments) {
   _qrd_empty_write();
   write_name("SERROR");
   const char* text = message;
-  _qrd_write_string(client_socket, &text, error_text_limit);
-  _qrd_flush_write(client_socket);
+  _qrd_write_string(connection.client_socket, &text, error_text_limit);
+  _qrd_flush_write(connection.client_socket);
 }
 
 }  // namespace
@@ -49,7 +49,7 @@ int server_send_type(const char* name) {
 }
 
 int server_send_end() {
-  return _qrd_flush_write(client_socket) != 0 ? 0 : 1;
+  return _qrd_flush_write(connection.client_socket) != 0 ? 0 : 1;
 }
 
 void server_send_error(const char* format, ...) {
@@ -119,61 +119,61 @@ bool request_texts::read() {
                  _qrd_error("_qrd_read_string(): Cannot allocate memory");
                  return 0;
                }
-               return _qrd_read_string(client_socket, self->texts_ + i, unlimited_text);
+               return _qrd_read_string(connection.client_socket, self->texts_ + i, unlimited_text);
              },
              this) != 0;
 }
 
 bool read_argument(std::int32_t& value) {
-  return _qrd_read_int(client_socket, &value) != 0;
+  return _qrd_read_int(connection.client_socket, &value) != 0;
 }
 bool read_argument(std::int64_t& value) {
-  return _qrd_read_long(client_socket, &value) != 0;
+  return _qrd_read_long(connection.client_socket, &value) != 0;
 }
 bool read_argument(double& value) {
-  return _qrd_read_double(client_socket, &value) != 0;
+  return _qrd_read_double(connection.client_socket, &value) != 0;
 }
 bool read_argument(request_text& text) {
-  return _qrd_read_string(client_socket, text.address(), text_limit) != 0;
+  return _qrd_read_string(connection.client_socket, text.address(), text_limit) != 0;
 }
 bool read_fixed_text(char* text, std::uint32_t room) {
   text[0] = '\0';
-  return _qrd_read_string(client_socket, &text, room) != 0;
+  return _qrd_read_string(connection.client_socket, &text, room) != 0;
 }
 bool read_unlimited(request_text& text) {
-  return _qrd_read_string(client_socket, text.address(), unlimited_text) != 0;
+  return _qrd_read_string(connection.client_socket, text.address(), unlimited_text) != 0;
 }
 
 bool write_value(wire_int value) {
-  return _qrd_write_int(client_socket, &value.value) != 0;
+  return _qrd_write_int(connection.client_socket, &value.value) != 0;
 }
 bool write_value(wire_bool value) {
   const std::int32_t word = value.value;
-  return _qrd_write_bool(client_socket, &word) != 0;
+  return _qrd_write_bool(connection.client_socket, &word) != 0;
 }
 bool write_value(wire_long value) {
-  return _qrd_write_long(client_socket, &value.value) != 0;
+  return _qrd_write_long(connection.client_socket, &value.value) != 0;
 }
 bool write_value(wire_double value) {
-  return _qrd_write_double(client_socket, &value.value) != 0;
+  return _qrd_write_double(connection.client_socket, &value.value) != 0;
 }
 bool write_value(wire_string value) {
-  return _qrd_write_string(client_socket, &value.text, value.limit) != 0;
+  return _qrd_write_string(connection.client_socket, &value.text, value.limit) != 0;
 }
 bool write_value(wire_ints value) {
-  return _qrd_write_int_array(client_socket, value.values, value.count) != 0;
+  return _qrd_write_int_array(connection.client_socket, value.values, value.count) != 0;
 }
 bool write_value(wire_doubles value) {
-  return _qrd_write_double_array(client_socket, value.values, value.count) != 0;
+  return _qrd_write_double_array(connection.client_socket, value.values, value.count) != 0;
 }
 bool write_value(wire_double_pieces value) {
-  return _qrd_write_double_pieces(client_socket, value.count, value.next) != 0;
+  return _qrd_write_double_pieces(connection.client_socket, value.count, value.next) != 0;
 }
 bool write_value(wire_strings value) {
-  return _qrd_write_string_array(client_socket, value.texts, value.count) != 0;
+  return _qrd_write_string_array(connection.client_socket, value.texts, value.count) != 0;
 }
 bool write_value(wire_bytes value) {
-  return _qrd_write_bytes(client_socket, value.data, value.count) != 0;
+  return _qrd_write_bytes(connection.client_socket, value.data, value.count) != 0;
 }
 bool write_value(wire_names value) {
   std::int64_t count = value.names.count();

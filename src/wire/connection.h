@@ -15,18 +15,22 @@ inline constexpr char server_version[] = QRD_VERSION;
 inline constexpr char server_release[] = QRD_RELEASE;
 inline constexpr char server_program[] = "QRDserver";
 
-extern socket_handle listen_socket;
-extern socket_handle client_socket;
-extern std::int32_t multi_session;
-// Version of the client's protocol; several handlers choose older layouts by it.
-extern std::int32_t client_version;
-extern std::int32_t request_count;
-// `long` travels in 8 bytes when both are non-zero.
-extern std::int32_t client_is_64bits;
-extern std::int32_t server_is_64bits;
+struct conversation {
+  socket_handle listen_socket = no_socket;
+  socket_handle client_socket = no_socket;
+  std::int32_t multi_session = 0;
+  // Version of the client's protocol; several handlers choose older layouts by it.
+  std::int32_t client_version = 0;
+  std::int32_t request_count = 0;
+  // `long` travels in 8 bytes when both are non-zero.
+  std::int32_t client_is_64bits = 0;
+  std::int32_t server_is_64bits = 1;
+};
+
+extern conversation connection;
 
 inline bool client_is(const client_versions& clients) {
-  return clients.include(client_version);
+  return clients.include(connection.client_version);
 }
 
 }  // namespace qrd

@@ -18,8 +18,8 @@ constexpr int packet_silence = 500;  // ms
 // Positive if the client's socket is readable, 0 if not within the time, negative on failure. Only the
 // socket counts, not what the read side still holds.
 int wait_readable(int milliseconds) {
-  pollfd waiting = {static_cast<int>(client_socket), POLLIN, 0};
-  if (client_socket == no_socket) return -1;
+  pollfd waiting = {static_cast<int>(connection.client_socket), POLLIN, 0};
+  if (connection.client_socket == no_socket) return -1;
   int ready = -1;
   do {
     ready = poll(&waiting, 1, milliseconds);
@@ -38,13 +38,13 @@ int server_receive(char (&name)[request_name_limit]) {
   if (ready == 0) return 0;
   name[0] = '\0';
   char* text = name;
-  if (_qrd_read_string(client_socket, &text, request_name_limit) == 0) {
+  if (_qrd_read_string(connection.client_socket, &text, request_name_limit) == 0) {
     server_debug(0, "server_receive: An error occured during reading.");
     return 2;
   }
   server_debug(0, "%s", "");
-  ++request_count;
-  server_debug(1, "Received [%03d] [type=%-10s]", request_count, name);
+  ++connection.request_count;
+  server_debug(1, "Received [%03d] [type=%-10s]", connection.request_count, name);
   return 1;
 }
 
@@ -57,7 +57,7 @@ void clean_packet() {
       return;
     }
     std::int32_t word = 0;
-    if (ready == 0 || _qrd_read_int(client_socket, &word) == 0) break;
+    if (ready == 0 || _qrd_read_int(connection.client_socket, &word) == 0) break;
     ++cleaned;
   }
   server_debug(0, "Cleaned %d words on the socket.", cleaned);

@@ -73,7 +73,7 @@ int _qrd_read_int(socket_handle socket, std::int32_t* value) {
 }
 
 int _qrd_read_long(socket_handle socket, std::int64_t* value) {
-  bool is_wide = client_is_64bits != 0 && server_is_64bits != 0;
+  bool is_wide = connection.client_is_64bits != 0 && connection.server_is_64bits != 0;
   const char* bytes = _qrd_take(socket, is_wide ? 8 : word_size);
   if (bytes == nullptr) return 0;
   if (is_wide) {
@@ -133,7 +133,7 @@ int _qrd_write_int(socket_handle socket, const std::int32_t* value) {
 }
 
 int _qrd_write_long(socket_handle socket, const std::int64_t* value) {
-  bool is_wide = client_is_64bits != 0 && server_is_64bits != 0;
+  bool is_wide = connection.client_is_64bits != 0 && connection.server_is_64bits != 0;
   if (values_are_traced())
     _qrd_trace(is_wide ? "Write Long(64bits)(%" PRId64 ")" : "Write Long(64->32bits)(%" PRId64 ")", *value);
   if (socket == no_socket) return 0;

@@ -65,9 +65,9 @@ std::string last_answer;
 void start_server() {
   qd_tables_init();
   reset_context();
-  client_socket = client_descriptor;
-  client_version = protocol_version;
-  client_is_64bits = 1;
+  connection.client_socket = client_descriptor;
+  connection.client_version = protocol_version;
+  connection.client_is_64bits = 1;
   store = {};
   unit_flag = 1;
   qu_formats_reset();

@@ -18,7 +18,7 @@ class new_variables : public requests {
     set_current_directory("Dir");
     set_current_file("File");
   }
-  ~new_variables() override { client_version = protocol_version; }
+  ~new_variables() override { connection.client_version = protocol_version; }
 
   static bytes number(const std::string& name, int bits, int type = 0, int width = 8, int digits = 3) {
     return bytes().text(name).i32(bits, type, width, digits);
@@ -57,12 +57,12 @@ TEST_F(new_variables, a_number_without_unit_is_a_length_if_it_has_room) {
 
 TEST_F(new_variables, old_clients_send_the_unit_as_a_bare_string) {
   for (int version : {409, 400500}) {
-    client_version = version;
+    connection.client_version = version;
     std::string name = "V" + std::to_string(version);
     EXPECT_EQ(ask("CVARFNEW", number(name, 32).text("cm")), done());
   }
   EXPECT_EQ(descriptor(2), descriptor_of("V400500", 0, 32, 2, 8, 3, "cm", 1.0));
-  client_version = 400500;
+  connection.client_version = 400500;
   EXPECT_EQ(ask("CVARFNEW", number("None given", 32).text("")), done());
   EXPECT_EQ(descriptor(3), descriptor_of("None given", 0, 32, 2, 8, 3, "m", 100.0));
 }

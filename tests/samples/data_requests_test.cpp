@@ -128,20 +128,20 @@ TEST_F(data_requests, units_of_floats) {
 TEST_F(data_requests, older_clients_send_no_range) {
   choose("V");
   for (int version : {100, 406, 410}) {
-    client_version = version;
+    connection.client_version = version;
     EXPECT_EQ(client_.ask("CREADVARF", bytes().i32(0).str()),
               doubles("SDATAF", {1, 2, 3, missing_double, 5, 6}))
         << version;
   }
   for (int version : {407, 409, 411}) {
-    client_version = version;
+    connection.client_version = version;
     EXPECT_EQ(client_.ask("CREADVARF", read_arguments(2, 3)), doubles("SDATAF", {2, 3})) << version;
   }
   choose("T");
-  client_version = 699999;
+  connection.client_version = 699999;
   EXPECT_EQ(client_.ask("CREADVARC", bytes().i32(0).str()).substr(0, 20),
             bytes().text("SDATAC").i64(6).str());
-  client_version = 700000;
+  connection.client_version = 700000;
   EXPECT_EQ(client_.ask("CREADVARC", read_arguments(2, 2)),
             bytes().text("SDATAC").i64(1).text("   ").text("de ").str());
 }

@@ -38,7 +38,7 @@ TEST(write, a_full_buffer_is_sent_at_once) {
 
 TEST(write, a_double_straddles_two_sends_and_a_long_does_not) {
   wire line;
-  client_is_64bits = 1;
+  connection.client_is_64bits = 1;
   write_all(line, std::vector<std::int32_t>(255, 9));
   const double value = 1.5;
   ASSERT_TRUE(_qrd_write_double(line.near(), &value));

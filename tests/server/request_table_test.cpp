@@ -77,7 +77,7 @@ class request_table_rows : public open_study {
   // Serves a request, and holds what is read and what is answered to its row. Whether it was served.
   bool serve(const std::string& name, const std::string& arguments) {
     const request_row& row = row_of(name);
-    const auto sent = unpacked(row.arguments, arguments, client_version);
+    const auto sent = unpacked(row.arguments, arguments, connection.client_version);
     EXPECT_TRUE(sent) << "the test sends other arguments";
     if (!sent) return false;
     const auto [reply, trace] = ask(row, arguments);
@@ -92,7 +92,7 @@ class request_table_rows : public open_study {
     if (answer.empty() || answer == "SERROR") return false;
     const bool is_other = row.other_answer != nullptr && answer == row.other_answer;
     EXPECT_EQ(answer, is_other ? row.other_answer : row.answer);
-    EXPECT_TRUE(unpacked(is_other ? "" : row.values, values, client_version)) << readable(reply);
+    EXPECT_TRUE(unpacked(is_other ? "" : row.values, values, connection.client_version)) << readable(reply);
     return true;
   }
 
@@ -105,7 +105,7 @@ class request_table_rows : public open_study {
 
   static void drop_rest() {
     char rest[4096];
-    while (recv(static_cast<int>(client_socket), rest, sizeof rest, MSG_DONTWAIT) > 0) continue;
+    while (recv(static_cast<int>(connection.client_socket), rest, sizeof rest, MSG_DONTWAIT) > 0) continue;
     _qrd_empty_read();
   }
 };
@@ -212,7 +212,7 @@ TEST_F(request_table_rows, hold_for_older_clients) {
                              "CWRITVARC", "CFILEINFO", "CVARINFO"})
       for (const int round : {0, 1}) {
         SCOPED_TRACE(std::string(name) + " of client " + std::to_string(version));
-        client_version = version;
+        connection.client_version = version;
         mild source(round);
         source.root = root_.path();
         const bool served = serve(name, packed(row_of(name).arguments, source, version));
@@ -257,10 +257,10 @@ TEST_F(request_table_rows, hold_for_the_limits_of_texts) {
       for (const int excess : {1, 0}) {
         SCOPED_TRACE(std::string(row.name) + ", text " + std::to_string(place + 1));
         filled source(place, excess);
-        const std::string arguments = packed(row.arguments, source, client_version);
+        const std::string arguments = packed(row.arguments, source, connection.client_version);
         if (source.before < 0) continue;
         ++texts;
-        client_is_64bits = 1;  // CHELLO puts it back
+        connection.client_is_64bits = 1;  // CHELLO puts it back
         exchange result;
         // The console tells the long names.
         console_of([&] { result = ask(row, arguments); });

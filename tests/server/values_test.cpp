@@ -25,7 +25,7 @@ TEST(write, each_type_has_its_bytes) {
   const std::int32_t number = -2, no = 0, yes = 77;
   const std::int64_t large = 0x0102030405060708;
   const double value = -1.5;
-  client_is_64bits = 1;
+  connection.client_is_64bits = 1;
   ASSERT_TRUE(_qrd_write_int(line.near(), &number) && _qrd_write_bool(line.near(), &no) &&
               _qrd_write_bool(line.near(), &yes) && _qrd_write_long(line.near(), &large) &&
               _qrd_write_double(line.near(), &value) && _qrd_write_double(line.near(), &missing_double) &&
@@ -45,7 +45,7 @@ TEST(write, each_type_has_its_bytes) {
 
 TEST(read, each_type_from_its_bytes) {
   wire line;
-  client_is_64bits = 1;
+  connection.client_is_64bits = 1;
   line.arrive(bytes()
                   .i32(-2147483647 - 1, -5)
                   .i64(std::numeric_limits<std::int64_t>::min())
@@ -88,11 +88,11 @@ TEST(write, long_takes_four_bytes_towards_a_small_client) {
   std::int64_t value = 0;
   ASSERT_TRUE(_qrd_read_long(line.near(), &value));
   EXPECT_EQ(value, -7);
-  client_is_64bits = 1;
-  server_is_64bits = 0;
+  connection.client_is_64bits = 1;
+  connection.server_is_64bits = 0;
   std::int64_t half = 0;
   ASSERT_TRUE(_qrd_read_long(line.near(), &half));
-  server_is_64bits = 1;
+  connection.server_is_64bits = 1;
   EXPECT_EQ(half, -1) << "both sides must be 64-bit";
 }
 
@@ -150,7 +150,7 @@ TEST(strings, unlimited_ones_grow_as_they_arrive) {
 
 TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
   wire line(SOCK_STREAM);
-  client_socket = line.near();
+  connection.client_socket = line.near();
   line.arrive(bytes().i32(-2).raw("only this").str());
   line.hang_up();
   char* text = nullptr;
@@ -158,7 +158,7 @@ TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
   EXPECT_EQ(text, nullptr);
 
   wire other(SOCK_STREAM);
-  client_socket = other.near();
+  connection.client_socket = other.near();
   other.arrive(bytes().text("one").i32(-1).str());
   other.hang_up();
   request_texts many;
@@ -168,13 +168,13 @@ TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
   EXPECT_STREQ(many[0], "one");
   EXPECT_STREQ(many[1], "");
   EXPECT_EQ(many.data()[1], nullptr);
-  client_socket = no_socket;
+  connection.client_socket = no_socket;
 }
 
 TEST(strings, an_array_of_many_texts_is_read_whole) {
   constexpr std::int64_t count = 5000;
   wire line(SOCK_STREAM);
-  client_socket = line.near();
+  connection.client_socket = line.near();
   std::thread client([&] {
     for (std::int64_t i = 0; i < count; ++i) line.arrive(bytes().text("text " + std::to_string(i)).str());
   });
@@ -183,7 +183,7 @@ TEST(strings, an_array_of_many_texts_is_read_whole) {
   EXPECT_TRUE(many.read());
   client.join();
   for (std::int64_t i = 0; i < count; ++i) ASSERT_EQ(many[i], "text " + std::to_string(i));
-  client_socket = no_socket;
+  connection.client_socket = no_socket;
 }
 
 TEST(value_trace, has_a_line_for_each_value) {
@@ -193,9 +193,9 @@ TEST(value_trace, has_a_line_for_each_value) {
   const double value = 0.1;
   {
     captured_trace trace(5);
-    client_is_64bits = 1;
+    connection.client_is_64bits = 1;
     _qrd_write_long(line.near(), &large);
-    client_is_64bits = 0;
+    connection.client_is_64bits = 0;
     _qrd_write_long(line.near(), &small);
     _qrd_write_double(line.near(), &value);
     _qrd_write_bool(line.near(), &truth);
@@ -216,9 +216,9 @@ TEST(value_trace, has_a_line_for_each_value) {
   double back = 0;
   std::int32_t flag = 0;
   request_text text;
-  client_is_64bits = 1;
+  connection.client_is_64bits = 1;
   _qrd_read_long(line.near(), &wide);
-  client_is_64bits = 0;
+  connection.client_is_64bits = 0;
   _qrd_read_long(line.near(), &wide);
   _qrd_read_double(line.near(), &back);
   _qrd_read_int(line.near(), &flag);

@@ -24,7 +24,7 @@ class wire {
   // With SOCK_SEQPACKET every send stays a packet of its own.
   explicit wire(int type = SOCK_SEQPACKET) {
     if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends_) != 0) throw std::runtime_error("socketpair");
-    client_is_64bits = 0;
+    connection.client_is_64bits = 0;
     _qrd_empty_read();
     _qrd_empty_write();
   }

@@ -103,7 +103,7 @@ TEST_F(catalogue_requests, list_files_of_a_type) {
     return client_.ask("CFILETLST", bytes().i32(type, dimension).str());
   };
   for (int version : {900000, 1300030, 899999}) {
-    client_version = version;
+    connection.client_version = version;
     EXPECT_EQ(list(-1, -1), names("SFILES", {"cores", "flat", "grid", "lines", "points"}));
     EXPECT_EQ(list(-1, 2), names("SFILES", {"flat", "grid"}));
     EXPECT_EQ(list(-1, 3), names("SFILES", {"cores", "lines", "points"}));
@@ -326,7 +326,7 @@ class information : public catalogue_requests {
   }
   void expect_file(file_answer expected, int new_organisation, int old_organisation) {
     for (const client& to : clients) {
-      client_version = to.version;
+      connection.client_version = to.version;
       expected.organisation = to.cores ? new_organisation : old_organisation;
       EXPECT_EQ(ask("CFILEINFO"), expected.bytes_of(to)) << to.version;
       EXPECT_EQ(client_.status(), 0);
@@ -365,10 +365,10 @@ TEST_F(information, of_points) {
   expected.line_name = "None";
   expect_file(expected, 0, 0);
   // For clients with 4-byte longs.
-  client_is_64bits = 0;
-  client_version = 1300030;
+  connection.client_is_64bits = 0;
+  connection.client_version = 1300030;
   std::string answer = ask("CFILEINFO");
-  client_is_64bits = 1;
+  connection.client_is_64bits = 1;
   EXPECT_EQ(answer.size() + 4, ask("CFILEINFO").size());
 }
 
@@ -477,7 +477,7 @@ class variable_information : public information {
   void expect_variable(const char* name, const variable_answer& expected) {
     set_current_variable(name);
     for (const client& to : clients) {
-      client_version = to.version;
+      connection.client_version = to.version;
       EXPECT_EQ(ask("CVARINFO"), expected.bytes_of(to)) << name << " " << to.version;
       EXPECT_EQ(client_.status(), 0);
     }

@@ -310,7 +310,7 @@ TEST_F(study_requests, new_refuses_names_and_paths_that_are_no_study) {
 }
 
 TEST_F(study_requests, old_clients_name_no_path) {
-  client_version = 400500;
+  connection.client_version = 400500;
   EXPECT_EQ(session.ask("CSTUDYNEW", bytes().text("New").str()), done());
   EXPECT_EQ(root.registry(), registered + pair("$init$/New", "New"));
   for (const char* name : {"../New2", "a\\b", "..", "."})

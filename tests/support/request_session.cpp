@@ -17,9 +17,9 @@ request_session::request_session() {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) throw std::runtime_error("socketpair");
   client_end_ = ends[0];
-  client_socket = ends[1];
-  client_version = protocol_version;
-  client_is_64bits = 1;
+  connection.client_socket = ends[1];
+  connection.client_version = protocol_version;
+  connection.client_is_64bits = 1;
   reset_context();
   current_context.unit_mode = 0;
   _qrd_empty_read();
@@ -28,8 +28,8 @@ request_session::request_session() {
 
 request_session::~request_session() {
   close(client_end_);
-  close(static_cast<int>(client_socket));
-  client_socket = no_socket;
+  close(static_cast<int>(connection.client_socket));
+  connection.client_socket = no_socket;
 }
 
 std::string request_session::ask(const char* request, std::string_view arguments) {
