@@ -22,6 +22,8 @@ constexpr request_status (*handlers[])(const char* request) = {
 #undef REQUEST
 };
 
+constexpr char no_memory[] = "Memory allocation failed";
+
 request_status serve(std::size_t place) {
   const request_row& row = request_table[place];
   answer_by(row);
@@ -29,9 +31,11 @@ request_status serve(std::size_t place) {
   request_status status = not_served;
   try {
     status = handlers[place](row.name);
+  } catch (const text_without_memory&) {
+    status = clean_and_refuse("%s", no_memory);
   } catch (const std::bad_alloc&) {
     // Some small thing found no memory; what it was is lost, the process and its client are not.
-    status = refuse("Memory allocation failed");
+    status = refuse("%s", no_memory);
   }
   if (trace_level >= 1) _qrd_trace_exit("%d", static_cast<int>(status));
   if (status != not_served) return status;

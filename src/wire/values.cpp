@@ -29,8 +29,9 @@ char* read_growing(socket_handle socket, std::uint32_t length) {
   for (std::uint64_t done = 0;;) {
     auto* grown = static_cast<char*>(std::realloc(text, room));
     if (grown == nullptr) {
+      std::free(text);
       _qrd_error("_qrd_read_string(): Cannot allocate memory");
-      break;
+      throw text_without_memory();
     }
     text = grown;
     std::uint64_t wanted = std::min<std::uint64_t>(room, length) - done;
