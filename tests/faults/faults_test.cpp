@@ -231,9 +231,10 @@ class sweep {
       seen = {ending::silent, broken.what(), 0};
     }
     control_->armed = false;
-    connection.abandon();
-    // One that has answered would only take its time to end.
+    // One that has answered would only take its time to end. One that lives on lets its client wait for ever:
+    // it has to be looked at before the client goes, with which it ends.
     const std::optional<int> status = process.wait(seen.how == ending::silent ? 3s : 0s);
+    connection.abandon();
     seen.status = status.value_or(0);
     if (seen.how == ending::silent && status) {
       const bool is_injected = one.action == fault_action::kill || one.action == fault_action::cut;
