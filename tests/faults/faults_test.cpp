@@ -231,12 +231,16 @@ class sweep {
       seen = {ending::silent, broken.what(), 0};
     }
     control_->armed = false;
-    // One that has answered would only take its time to end. One that lives on lets its client wait for ever:
-    // it has to be looked at before the client goes, with which it ends.
-    const std::optional<int> status = process.wait(seen.how == ending::silent ? 3s : 0s);
     connection.abandon();
+    // One that has answered would only take its time to end.
+    const std::optional<int> status = process.wait(seen.how == ending::silent ? 3s : 0s);
     seen.status = status.value_or(0);
-    if (seen.how == ending::silent && status) {
+    // One that lets its client wait ends with the connection.
+    const bool is_waited_for = seen.text == "the server does not answer";
+    // Clients know that these two requests get no answer where no file can be opened.
+    const bool is_known = tried_.name.starts_with("CVARDEL") || tried_.name.starts_with("CLFILECNT");
+    if (is_waited_for && is_known && one.error == EMFILE) seen.how = ending::refused;
+    if (seen.how == ending::silent && status && !is_waited_for) {
       const bool is_injected = one.action == fault_action::kill || one.action == fault_action::cut;
       seen.how = is_injected && *status == 128 + SIGKILL ? ending::killed : ending::ended;
       seen.text = process.output() + process.errors();
