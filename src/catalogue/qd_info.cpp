@@ -3,8 +3,8 @@
 
 #include <cstring>
 
+#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_path.h"
-#include "catalogue/qd_test.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_line_table.h"
 #include "util/qu_message.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_walk.h"
 #include "disk/store_state.h"
 #include "util/qu_message.h"

@@ -12,8 +12,8 @@
 #include <string>
 #include <system_error>
 
-#include "catalogue/qd_init.h"
-#include "catalogue/qu_init.h"
+#include "catalogue/qd_study_lock.h"
+#include "catalogue/qu_root.h"
 #include "catalogue/qu_study_environment.h"
 #include "catalogue/qu_study_folder.h"
 #include "disk/qu_study_descriptor.h"

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <optional>
 
-#include "catalogue/qd_init.h"
+#include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_version.h"

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <utility>
 
-#include "catalogue/qd_init.h"
 #include "catalogue/qd_placement.h"
-#include "catalogue/qu_init.h"
+#include "catalogue/qd_study_lock.h"
+#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_study_names.h"

@@ -3,12 +3,12 @@
 #include <utility>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_walk.h"
 #include "disk/qd_data_file.h"
 #include "edit/qd_manage_variable.h"
+#include "samples/qd_open_variable.h"
 #include "samples/qd_read_write.h"
-#include "samples/qd_select.h"
 #include "units/qu_units.h"
 #include "util/qu_string.h"
 

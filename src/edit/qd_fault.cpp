@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include "catalogue/qd_info.h"
+#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_path.h"
-#include "catalogue/qd_test.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_fault_format.h"
 #include "edit/qd_companion.h"
-#include "samples/qd_check.h"
+#include "samples/qd_reported_check.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_xdr.h"

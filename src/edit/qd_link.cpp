@@ -14,7 +14,7 @@
 #include "disk/qd_handles.h"
 #include "edit/qd_append.h"
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

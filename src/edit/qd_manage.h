@@ -6,7 +6,7 @@
 #include "disk/qd_records.h"
 #include "edit/qd_file_content.h"
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 
 namespace qrd {
 

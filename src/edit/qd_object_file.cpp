@@ -4,14 +4,14 @@
 #include <cstring>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "edit/qd_manage.h"
-#include "samples/qd_check.h"
 #include "samples/qd_io.h"
+#include "samples/qd_open_variable.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_read_write_char.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_polygon_format.h"
 #include "disk/qd_polygon_old.h"
@@ -16,8 +16,8 @@
 #include "edit/qd_companion.h"
 #include "edit/qd_manage.h"
 #include "edit/qd_object_file.h"
-#include "samples/qd_check.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_selection_rows.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"

@@ -3,12 +3,12 @@
 #include <string>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_wireframe_format.h"
 #include "edit/qd_companion.h"
 #include "edit/qd_object_file.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

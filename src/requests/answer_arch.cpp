@@ -1,6 +1,7 @@
 // CARCH: from here on `long` takes 8 bytes if both sides are 64-bit.
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/debug.h"
 
 namespace qrd {

@@ -1,6 +1,6 @@
 // CBYE BYE: ends the conversation.
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 #include "wire/network.h"
 
 namespace qrd {

@@ -11,7 +11,8 @@
 #include "disk/qd_variable_descriptor.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 
 namespace qrd {
 

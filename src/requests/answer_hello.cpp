@@ -1,7 +1,8 @@
 // CHELLO: opens the conversation.
 #include "requests/handlers.h"
 #include "requests/open_root.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/debug.h"
 #include "wire/network.h"
 

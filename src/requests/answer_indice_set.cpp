@@ -2,10 +2,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "requests/answer_macro.h"
 #include "requests/context.h"
+#include "requests/current_macro.h"
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
 #include "wire/trace.h"

@@ -3,9 +3,10 @@
 #include <span>
 
 #include "disk/qu_palette.h"
-#include "requests/answer_resources.h"
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "requests/resource_files.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/arrays.h"
 
 namespace qrd {

@@ -1,7 +1,8 @@
 // CQRDDATA: sets the database root.
 #include "requests/handlers.h"
 #include "requests/open_root.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 
 namespace qrd {
 

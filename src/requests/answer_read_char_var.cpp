@@ -1,12 +1,13 @@
 // CREADVARC: samples of a text variable, each sent with its full width.
 #include <cstring>
 
-#include "requests/answer_data.h"
 #include "requests/context.h"
+#include "requests/data_request.h"
 #include "requests/handlers.h"
+#include "samples/qd_open_variable.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_read_write_char.h"
-#include "samples/qd_select.h"
+#include "wire/arguments.h"
 
 namespace qrd {
 

@@ -9,10 +9,11 @@
 #include "edit/qd_append.h"
 #include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
-#include "requests/answer_data.h"
 #include "requests/context.h"
+#include "requests/data_request.h"
 #include "requests/handlers.h"
 #include "samples/qd_implicit.h"
+#include "wire/arguments.h"
 
 namespace qrd {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 #include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/exec_server.h"

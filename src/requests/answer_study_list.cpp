@@ -1,9 +1,9 @@
-#include "catalogue/qu_init.h"
+#include "catalogue/qu_root.h"
 #include "disk/qu_study_names.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

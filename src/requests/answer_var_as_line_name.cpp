@@ -2,7 +2,7 @@
 #include "catalogue/qd_info.h"
 #include "catalogue/qd_lines.h"
 #include "catalogue/qd_lists.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_line_table.h"
 #include "edit/qd_append.h"
@@ -10,9 +10,9 @@
 #include "edit/qd_link.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_check.h"
-#include "samples/qd_selected.h"
-#include "wire/answering.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_variable_table.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

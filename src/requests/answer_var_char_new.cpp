@@ -1,8 +1,9 @@
 // Creation of text variables.
 #include "disk/qd_records.h"
-#include "requests/answer_var_common.h"
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "requests/variable_creation.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 
 namespace qrd {
 

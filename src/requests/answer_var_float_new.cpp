@@ -3,11 +3,12 @@
 
 #include "disk/qd_data_file.h"
 #include "disk/qd_records.h"
-#include "requests/answer_var_common.h"
 #include "requests/handlers.h"
+#include "requests/variable_creation.h"
 #include "units/qu_units.h"
 #include "util/qu_string.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/connection.h"
 
 namespace qrd {

@@ -4,15 +4,15 @@
 
 #include "catalogue/qd_info.h"
 #include "catalogue/qd_lists.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_records.h"
 #include "edit/qd_wireframe.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/length_factors.h"
-#include "samples/qd_check.h"
-#include "samples/qd_selected.h"
-#include "wire/answering.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_variable_table.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

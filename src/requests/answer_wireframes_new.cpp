@@ -5,14 +5,15 @@
 
 #include "catalogue/qd_info.h"
 #include "catalogue/qd_lists.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "edit/qd_wireframe.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_check.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_string.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/arrays.h"
 
 namespace qrd {

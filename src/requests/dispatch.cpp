@@ -5,7 +5,7 @@
 #include <new>
 
 #include "requests/handlers.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 #include "wire/buffer.h"
 #include "wire/debug.h"
 #include "wire/messages.h"

@@ -1,7 +1,7 @@
 // The dispatch by the table of all requests.
 #pragma once
 
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

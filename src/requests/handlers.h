@@ -1,7 +1,7 @@
 // All handlers.
 #pragma once
 
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

@@ -2,19 +2,19 @@
 
 #include <cstring>
 
-#include "catalogue/qd_init.h"
-#include "catalogue/qu_init.h"
+#include "catalogue/qd_study_lock.h"
+#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_names.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 #include "units/qu_units.h"
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_string.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 #include "wire/connection.h"
 #include "wire/debug.h"
 

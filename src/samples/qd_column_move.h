@@ -30,7 +30,7 @@
 #include <vector>
 
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_constants.h"
 #include "util/qu_memory.h"
 

@@ -7,8 +7,8 @@
 
 #include "samples/qd_io.h"
 #include "samples/qd_read_write.h"
-#include "samples/qd_selected.h"
 #include "samples/qd_transfer.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_memory.h"
 
 namespace qrd {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 
 namespace qrd {
 

@@ -5,7 +5,7 @@
 
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
-#include "samples/qd_select.h"
+#include "samples/qd_open_variable.h"
 #include "util/qu_string.h"
 
 namespace qrd {

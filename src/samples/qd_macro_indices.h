@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_list.h"
 
 namespace qrd {

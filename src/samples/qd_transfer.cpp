@@ -7,7 +7,7 @@
 #include "disk/qd_file_descriptor.h"
 #include "samples/qd_buffer.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 #include "util/qu_message.h"
 #include "util/qu_sync.h"
 

@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "disk/store_state.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 #include "wire/network.h"
 #include "wire/trace.h"
 

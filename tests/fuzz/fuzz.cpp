@@ -29,7 +29,7 @@
 #include "requests/context.h"
 #include "requests/dispatch.h"
 #include "requests/handlers.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 #include "support/bytes.h"
 #include "units/qu_units.h"
 #include "util/qu_memory.h"

@@ -13,7 +13,7 @@
 #include "edit/qd_polygon.h"
 #include "edit/qd_wireframe.h"
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 #include "support/console.h"
 #include "support/descriptors.h"
 #include "support/file_size_limit.h"

@@ -12,7 +12,7 @@
 #include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
 #include "samples/qd_read_write.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 #include "support/console.h"
 #include "support/disk_room.h"
 #include "support/file_size_limit.h"

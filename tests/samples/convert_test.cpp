@@ -7,7 +7,7 @@
 #include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
 #include "samples/qd_read_write.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "requests/answer_data.h"
 #include "requests/context.h"
+#include "requests/data_request.h"
 #include "samples/qd_implicit.h"
 #include "support/console.h"
 #include "support/requests.h"

@@ -1,7 +1,7 @@
 #include "disk/qd_handles.h"
 #include "samples/qd_io.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_open_variable.h"
+#include "samples/qd_variable_table.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>

@@ -1,6 +1,6 @@
 // What holds for every handler.
 #include "support/open_study.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd::test {
 namespace {

@@ -8,7 +8,8 @@
 #include "server/wire.h"
 #include "support/bytes.h"
 #include "util/qu_constants.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
+#include "wire/arguments.h"
 #include "wire/buffer.h"
 
 namespace qrd::test {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/qd_init.h"
+#include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_study.h"
 #include "catalogue/qu_study_folder.h"
 #include "disk/qu_study_descriptor.h"
@@ -18,7 +18,7 @@
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/open_root.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 #include "support/console.h"
 #include "support/database.h"
 #include "support/file_size_limit.h"

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "catalogue/qu_init.h"
+#include "catalogue/qu_root.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "support/console.h"

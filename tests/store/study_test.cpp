@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/qd_init.h"
-#include "catalogue/qu_init.h"
+#include "catalogue/qd_study_lock.h"
+#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/open_root.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 #include "support/console.h"
 #include "support/database.h"
 #include "support/file_size_limit.h"

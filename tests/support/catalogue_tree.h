@@ -4,16 +4,16 @@
 #include <filesystem>
 #include <string>
 
-#include "catalogue/qd_init.h"
+#include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_study.h"
 #include "disk/qd_handles.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "samples/qd_io.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selected.h"
-#include "samples/qd_tables.h"
+#include "samples/qd_open_variable.h"
+#include "samples/qd_study_session.h"
+#include "samples/qd_variable_table.h"
 #include "support/descriptors.h"
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"

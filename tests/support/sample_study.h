@@ -10,8 +10,8 @@
 
 #include "disk/qd_handles.h"
 #include "samples/qd_io.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_open_variable.h"
+#include "samples/qd_variable_table.h"
 #include "support/catalogue_tree.h"
 
 namespace qrd::test {

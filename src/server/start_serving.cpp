@@ -1,4 +1,4 @@
-#include "server/init.h"
+#include "server/start_serving.h"
 
 #include <cstdlib>
 

@@ -7,10 +7,10 @@
 
 #include "disk/qd_records.h"
 #include "samples/qd_io.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_open_variable.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_memory.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

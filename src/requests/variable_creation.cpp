@@ -1,9 +1,9 @@
-#include "requests/answer_var_common.h"
+#include "requests/variable_creation.h"
 
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "edit/qd_manage_variable.h"
 #include "requests/context.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 #include "wire/debug.h"
 
 namespace qrd {

@@ -1,10 +1,10 @@
-#include "samples/qd_tables.h"
+#include "samples/qd_study_session.h"
 
-#include "catalogue/qd_init.h"
+#include "catalogue/qd_study_lock.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/store_state.h"
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_message.h"
 #include "util/qu_xdr.h"
 

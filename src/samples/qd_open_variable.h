@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 
 namespace qrd {
 

@@ -1,4 +1,4 @@
-#include "samples/qd_selected.h"
+#include "samples/qd_variable_table.h"
 
 #include <sys/stat.h>
 

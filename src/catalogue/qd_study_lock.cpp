@@ -2,7 +2,7 @@
 //
 // The lock is a flag for the eyes of other programs and keeps nobody out. The descriptor of the
 // catalogue folder is one xint, the version of the descriptors below it.
-#include "catalogue/qd_init.h"
+#include "catalogue/qd_study_lock.h"
 
 #include <atomic>
 #include <cerrno>

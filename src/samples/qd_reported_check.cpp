@@ -1,13 +1,13 @@
 // Wrong parameters become reports for the person at the console.
-#include "samples/qd_check.h"
+#include "samples/qd_reported_check.h"
 
 #include <cstring>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 #include "util/qu_message.h"
 
 namespace qrd {

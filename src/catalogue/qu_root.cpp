@@ -1,6 +1,6 @@
 // Where the root is, and whether it can be used.
 
-#include "catalogue/qu_init.h"
+#include "catalogue/qu_root.h"
 
 #include <fcntl.h>
 #include <pwd.h>

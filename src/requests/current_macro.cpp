@@ -1,10 +1,10 @@
-#include "requests/answer_macro.h"
+#include "requests/current_macro.h"
 
 #include "catalogue/qd_info.h"
 #include "requests/context.h"
-#include "samples/qd_check.h"
 #include "samples/qd_macro_indices.h"
-#include "wire/answering.h"
+#include "samples/qd_reported_check.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

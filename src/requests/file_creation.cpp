@@ -1,14 +1,14 @@
-#include "requests/answer_file_common.h"
+#include "requests/file_creation.h"
 
 #include <algorithm>
 #include <cinttypes>
 
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_walk.h"
 #include "edit/qd_manage.h"
 #include "requests/context.h"
-#include "samples/qd_check.h"
-#include "wire/answering.h"
+#include "samples/qd_reported_check.h"
+#include "wire/answer.h"
 #include "wire/arrays.h"
 #include "wire/connection.h"
 

@@ -1,9 +1,9 @@
-#include "requests/answer_resources.h"
+#include "requests/resource_files.h"
 
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "util/qu_directory.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

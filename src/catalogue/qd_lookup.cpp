@@ -1,5 +1,5 @@
 // Does a name exist, and is it of the wanted sort?
-#include "catalogue/qd_test.h"
+#include "catalogue/qd_lookup.h"
 
 #include <cstring>
 

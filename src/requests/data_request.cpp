@@ -1,4 +1,4 @@
-#include "requests/answer_data.h"
+#include "requests/data_request.h"
 
 #include <cinttypes>
 #include <limits>
@@ -9,10 +9,11 @@
 #include "disk/qd_macro_table.h"
 #include "edit/qd_append.h"
 #include "requests/context.h"
-#include "samples/qd_check.h"
 #include "samples/qd_implicit.h"
-#include "samples/qd_select.h"
-#include "samples/qd_selection.h"
+#include "samples/qd_open_variable.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_selection_rows.h"
+#include "wire/arguments.h"
 #include "wire/connection.h"
 
 namespace qrd {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "units/qu_units.h"
-#include "wire/answering.h"
+#include "wire/answer.h"
 
 namespace qrd {
 

@@ -1,4 +1,4 @@
-#include "samples/qd_select.h"
+#include "samples/qd_open_variable.h"
 
 #include <sys/stat.h>
 
@@ -14,10 +14,10 @@
 #include "disk/qd_data_file.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
-#include "samples/qd_check.h"
 #include "samples/qd_column_move.h"
 #include "samples/qd_io.h"
-#include "samples/qd_selected.h"
+#include "samples/qd_reported_check.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_compress.h"
 #include "util/qu_file.h"
 #include "util/qu_memory.h"

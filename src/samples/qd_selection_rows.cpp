@@ -1,6 +1,6 @@
 // Whole selections, 8 samples to a byte. On disk a set bit leaves a sample out; in the rows of the
 // callers it selects it.
-#include "samples/qd_selection.h"
+#include "samples/qd_selection_rows.h"
 
 #include <cstring>
 
@@ -8,7 +8,7 @@
 #include "disk/qd_data_file.h"
 #include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
-#include "samples/qd_select.h"
+#include "samples/qd_open_variable.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"

@@ -1,15 +1,13 @@
-// What every handler does: read its arguments, refuse, answer. The dispatch traces its entry and exit.
+// How a request ends: refused, or answered with the name of its row and values.
 #pragma once
 
 #include <concepts>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <span>
 
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
-#include "wire/arrays.h"
 #include "wire/request_table.h"
 #include "wire/values.h"
 
@@ -40,62 +38,6 @@ void server_send_error(const char* format, ...) __attribute__((format(printf, 1,
 refused refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // The same, once the rest of the packet has been dropped.
 refused clean_and_refuse(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-// A string that came off the socket. An absent one (length -1) is the empty text.
-class request_text {
- public:
-  request_text() = default;
-  request_text(const request_text&) = delete;
-  request_text& operator=(const request_text&) = delete;
-  ~request_text() { std::free(text_); }
-  const char* c_str() const { return text_ == nullptr ? "" : text_; }
-  char** address() { return &text_; }
-
- private:
-  char* text_ = nullptr;
-};
-
-// Owns `count` strings that came off the socket as an array.
-class request_texts {
- public:
-  request_texts() = default;
-  request_texts(const request_texts&) = delete;
-  request_texts& operator=(const request_texts&) = delete;
-  ~request_texts();
-  // States how many shall be read. False without memory. REQUIRES: count >= 0.
-  bool allocate(std::int64_t count);
-  bool read();
-  // Once they have been read.
-  const char* operator[](std::int64_t i) const { return texts_[i] == nullptr ? "" : texts_[i]; }
-  std::int64_t count() const { return count_; }
-  // Null where a string was absent.
-  const char* const* data() const { return texts_; }
-
- private:
-  bool grow(std::int64_t room);
-
-  char** texts_ = nullptr;
-  std::int64_t count_ = 0;
-  std::int64_t room_ = 0;
-};
-
-// One argument each: an int, a long, a double, a string(10000), and fixed texts whose room is the limit
-// (string(50), string(11)).
-bool read_argument(std::int32_t& value);
-bool read_argument(std::int64_t& value);
-bool read_argument(double& value);
-bool read_argument(request_text& text);
-bool read_fixed_text(char* text, std::uint32_t room);
-template <std::uint32_t Room>
-bool read_argument(char (&text)[Room]) {
-  return read_fixed_text(text, Room);
-}
-bool read_unlimited(request_text& text);
-
-template <typename... Arguments>
-bool read_arguments(Arguments&... arguments) {
-  return (read_argument(arguments) && ...);
-}
 
 // Values of an answer's body.
 struct wire_int {
