@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -34,13 +35,6 @@ constexpr char kept = 'K';
 constexpr std::uint32_t token_limit = 16;
 constexpr std::int64_t piece_bytes = std::int64_t{1} << 20;
 
-struct journal {
-  std::int64_t old_samples = 0;
-  std::int64_t samples = 0;
-  std::string token;
-  std::vector<std::string> paths;
-};
-
 std::string journal_path(const std::string& file_path) {
   return file_path + path_separator + growth_journal_name;
 }
@@ -63,7 +57,7 @@ bool move_text(XDR* xdr, std::string& text, std::uint32_t limit) {
 }
 
 // Both directions.
-bool move_journal(XDR* xdr, journal& entries, std::int64_t most_paths) {
+bool move_journal(XDR* xdr, growth_journal& entries, std::int64_t most_paths) {
   std::int64_t version = DESCRIPTOR_VERSION;
   auto count = static_cast<std::int64_t>(entries.paths.size());
   if (qu_xdr_int(xdr, &version) == 0 || version != DESCRIPTOR_VERSION ||
@@ -76,7 +70,7 @@ bool move_journal(XDR* xdr, journal& entries, std::int64_t most_paths) {
                      [&](std::string& path) { return move_text(xdr, path, path_size - 1); });
 }
 
-bool write_journal(const std::string& file_path, journal& entries) {
+bool write_journal(const std::string& file_path, growth_journal& entries) {
   replaced_file file(journal_path(file_path).c_str(), write_binary);
   if (!file) return false;
   xdr_stream xdr(file.get(), XDR_ENCODE);
@@ -85,7 +79,7 @@ bool write_journal(const std::string& file_path, journal& entries) {
 
 enum class journal_state { read, none, unreadable };
 
-journal_state read_journal(const std::string& file_path, journal& entries) {
+journal_state read_journal(const std::string& file_path, growth_journal& entries) {
   const file_stream stream(qu_file_open_n(journal_path(file_path).c_str(), read_binary));
   struct stat status;
   if (!stream) return errno == ENOENT ? journal_state::none : journal_state::unreadable;
@@ -126,17 +120,26 @@ bool end_journal(const std::string& file_path) {
   return unlink_if_there(journal_path(file_path)) && qu_sync_folder(file_path);
 }
 
-bool undo(const std::string& file_path, const journal& entries) {
+bool undo(const std::string& file_path, const growth_journal& entries) {
   bool done = true;
   for (const std::string& path : entries.paths)
     if (!change_back(full_path(file_path, path), entries.token)) done = false;
   return done && end_journal(file_path);
 }
 
-bool finish(const std::string& file_path, const journal& entries) {
+bool finish(const std::string& file_path, const growth_journal& entries) {
   for (const std::string& path : entries.paths)
     unlink_if_there(beside(full_path(file_path, path), kept, entries.token));
   return end_journal(file_path);
+}
+
+// Which of the two a growth that has been broken off needs is told by the count of the file. False if neither
+// can be done.
+bool settle(const std::string& file_path, const growth_journal& entries) {
+  qd_file_record record;
+  if (qd_file_descriptor_read(file_path.c_str(), record) == 0) return qd_folder_gone(file_path.c_str());
+  if (record.sample_count == entries.samples) return finish(file_path, entries);
+  return record.sample_count == entries.old_samples && undo(file_path, entries);
 }
 
 // What killed growths have left beside a data file before there was a journal of them.
@@ -302,19 +305,20 @@ std::string real_data_path(const char* variable_path) {
 }  // namespace
 
 column_move::column_move(const char* file_path, std::int64_t old_samples, std::int64_t samples)
-    : file_path_(file_path),
-      old_samples_(old_samples),
-      samples_(samples),
-      token_(qu_working_file_name(grown).substr(2)) {}
+    : file_path_(file_path), journal_{old_samples, samples, qu_working_file_name(grown).substr(2), {}} {}
 
 column_move::~column_move() {
-  journal entries{old_samples_, samples_, token_, {}};
   for (const moved_file& file : files_) {
     if (file.stream != nullptr) std::fclose(file.stream);
     if (!begun_) unlink(file.fresh_path.c_str());
-    entries.paths.push_back(file.path);
   }
-  if (begun_ && !undo(file_path_, entries))
+  bool settled = !begun_;
+  try {
+    settled = settled || settle(file_path_, journal_);
+  } catch (const std::bad_alloc&) {
+    // The journal stays.
+  }
+  if (!settled)
     qu_message("Cannot undo the growth of \"%s\": the next one who opens it has to\n%s", file_path_.c_str(),
                qu_strerror(1));
 }
@@ -331,7 +335,7 @@ bool column_move::lay_out(const char* variable_path, const column_layout& layout
   struct stat status;
   if (!old || fstat(fileno(old.get()), &status) != 0) return false;
 
-  const std::string fresh_path = beside(path, grown, token_);
+  const std::string fresh_path = beside(path, grown, journal_.token);
   replaced_file fresh(fresh_path.c_str(), write_binary);
   if (!fresh) return false;
   const int to = fileno(fresh.get());
@@ -341,7 +345,8 @@ bool column_move::lay_out(const char* variable_path, const column_layout& layout
     return false;
 
   const bool below = path.starts_with(file_path_ + path_separator);
-  files_.push_back({variable_path, below ? path.substr(file_path_.size() + 1) : path, fresh_path, nullptr});
+  files_.push_back({variable_path, fresh_path, nullptr});
+  journal_.paths.push_back(below ? path.substr(file_path_.size() + 1) : path);
   if (qd_selected_find(variable_path) == nullptr) return true;
   // It follows the file to its place. The opening may not fail then.
   files_.back().stream = qu_file_open_n(fresh_path.c_str(), update_binary);
@@ -351,35 +356,34 @@ bool column_move::lay_out(const char* variable_path, const column_layout& layout
 }
 
 bool column_move::begin() {
-  journal entries{old_samples_, samples_, token_, {}};
-  for (const moved_file& file : files_) entries.paths.push_back(file.path);
-  if (entries.paths.empty()) return true;
+  if (journal_.paths.empty()) return true;
   begun_ = true;
-  if (!write_journal(file_path_, entries)) {
+  if (!write_journal(file_path_, journal_)) {
     // It may stand all the same; or it is another one's, where no lock keeps that out.
-    journal seen;
-    begun_ = read_journal(file_path_, seen) == journal_state::read && seen.token == token_;
+    growth_journal seen;
+    begun_ = read_journal(file_path_, seen) == journal_state::read && seen.token == journal_.token;
     return false;
   }
-  return std::all_of(entries.paths.begin(), entries.paths.end(), [&](const std::string& path) {
-    return change_over(full_path(file_path_, path), token_);
+  return std::all_of(journal_.paths.begin(), journal_.paths.end(), [&](const std::string& path) {
+    return change_over(full_path(file_path_, path), journal_.token);
   });
 }
 
-void column_move::commit() {
-  journal entries{old_samples_, samples_, token_, {}};
-  for (const moved_file& file : files_) {
-    entries.paths.push_back(file.path);
-    if (qd_selected_entry* entry = qd_selected_find(file.variable_path.c_str())) {
-      if (entry->stream != nullptr) std::fclose(entry->stream);
-      entry->stream = file.stream;
-      entry->sample_count = samples_;
-    }
+void column_move::commit() noexcept {
+  for (moved_file& file : files_) {
+    qd_selected_entry* entry = qd_selected_find(file.variable_path.c_str());
+    if (entry == nullptr) continue;
+    if (entry->stream != nullptr) std::fclose(entry->stream);
+    entry->stream = std::exchange(file.stream, nullptr);
+    entry->sample_count = journal_.samples;
   }
-  // What stays of a journal that can't be removed is the next one's to remove.
-  if (begun_) finish(file_path_, entries);
-  files_.clear();
+  try {
+    if (begun_) finish(file_path_, journal_);
+  } catch (const std::bad_alloc&) {
+    // The journal stays.
+  }
   begun_ = false;
+  files_.clear();
 }
 
 bool qd_columns_move(const char* file_path) {
@@ -394,14 +398,10 @@ bool qd_settle_columns(const char* file_path) {
       qu_message("The growth of \"%s\" by another server has not come to its end", file_path);
     return false;
   }
-  journal entries;
+  growth_journal entries;
   const journal_state state = read_journal(file_path, entries);
   if (state == journal_state::none) return true;
-  qd_file_record record;
-  if (state == journal_state::read && qd_file_descriptor_read(file_path, record) != 0) {
-    if (record.sample_count == entries.samples && finish(file_path, entries)) return true;
-    if (record.sample_count == entries.old_samples && undo(file_path, entries)) return true;
-  }
+  if (state == journal_state::read && settle(file_path, entries)) return true;
   qu_message("The growth of \"%s\" has been broken off, and cannot be undone: see its file %s", file_path,
              growth_journal_name);
   return false;

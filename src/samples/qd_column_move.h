@@ -49,7 +49,15 @@ struct column_layout {
   std::int64_t added;
 };
 
-// A move of the columns of all macro variables of one file. What is not committed is undone.
+struct growth_journal {
+  std::int64_t old_samples = 0;
+  std::int64_t samples = 0;
+  std::string token;
+  std::vector<std::string> paths;
+};
+
+// A move of the columns of all macro variables of one file. What is not committed is undone, unless the count
+// of the file on disk is the new one.
 // REQUIRES: the lock of the file's folder, and no journal there, for as long as it lives.
 class column_move {
  public:
@@ -64,21 +72,20 @@ class column_move {
   bool lay_out(const char* variable_path, const column_layout& layout);
   // Steps 2 and 3.
   bool begin();
-  // Step 5. The entries of selected variables go over to the new layouts.
-  void commit();
+  // Step 5. The entries of selected variables go over to the new layouts. Nothing can fail any more: what
+  // stays of the old layouts and of the journal, also for want of memory, is the next one's to remove.
+  void commit() noexcept;
 
  private:
   struct moved_file {
     std::string variable_path;
-    std::string path;  // as in the journal
     std::string fresh_path;
     std::FILE* stream;  // on the new layout, for the entry of a selected variable
   };
 
   std::string file_path_;
-  std::int64_t old_samples_, samples_;
-  std::string token_;
-  std::vector<moved_file> files_;
+  growth_journal journal_;
+  std::vector<moved_file> files_;  // those of the journal
   checked_array<unsigned char> output_, input_;
   bool begun_ = false;
 };

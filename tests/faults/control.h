@@ -30,11 +30,12 @@ inline constexpr const char* kind_names[] = {"write", "open",   "rename", "sync"
 
 enum class fault_action : std::uint8_t {
   nothing,
-  once,  // this call fails
-  full,  // from this call on, nothing finds room
-  torn,  // half of this write is written; from then on nothing finds room
-  kill,  // the process dies instead of the call
-  cut,   // half of this write is written, then the process dies
+  once,    // this call fails
+  full,    // from this call on, nothing finds room
+  famine,  // from this allocation on, there is no memory
+  torn,    // half of this write is written; from then on nothing finds room
+  kill,    // the process dies instead of the call
+  cut,     // half of this write is written, then the process dies
 };
 
 struct fault_control {

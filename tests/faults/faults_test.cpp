@@ -47,6 +47,8 @@ const char* name_of(const fault& one) {
       return "killed halfway";
     case fault_action::full:
       return "full disk";
+    case fault_action::famine:
+      return "no memory any more";
     case fault_action::torn:
       return "short, then full disk";
     default:
@@ -96,7 +98,7 @@ faults_of_a_call faults_of(const fault_control::call& call) {
     case call_kind::lock:
       return {{{once, ENOLCK}}, {}};
     case call_kind::allocate:
-      return {{{once, ENOMEM}}, {}};
+      return {{{once, ENOMEM}}, {{famine, ENOMEM}}};
     case call_kind::close:
     case call_kind::read:
     case call_kind::look:

@@ -300,7 +300,8 @@ __attribute__((constructor)) void begin() {
 #ifndef FAULTS_WITHOUT_ALLOCATIONS
 bool has_no_memory() {
   if (control == nullptr || !control->armed || !is_counted(call_kind::allocate)) return false;
-  if (!strikes(call_kind::allocate, false, "allocate", "")) return false;
+  const bool goes_on = control->struck && control->action == fault_action::famine;
+  if (!strikes(call_kind::allocate, false, "allocate", "") && !goes_on) return false;
   if (control->action == fault_action::kill) die();
   errno = ENOMEM;
   return true;
