@@ -239,9 +239,12 @@ class sweep {
     seen.status = status.value_or(0);
     // One that lets its client wait ends with the connection.
     const bool is_waited_for = seen.text == "the server does not answer";
-    // Clients know that these two requests get no answer where no file can be opened.
-    const bool is_known = tried_.name.starts_with("CVARDEL") || tried_.name.starts_with("CLFILECNT");
-    if (is_waited_for && is_known && one.error == EMFILE) seen.how = ending::refused;
+    // Clients know that these requests get no answer where no file can be opened, or no memory be had.
+    const auto is_of = [&](const char* request) { return tried_.name.starts_with(request); };
+    const bool is_known = one.error == EMFILE   ? is_of("CVARDEL") || is_of("CLFILECNT") || is_of("CWRITLINF")
+                          : one.error == ENOMEM ? is_of("CPOLYNEW")
+                                                : false;
+    if (is_waited_for && is_known) seen.how = ending::refused;
     if (seen.how == ending::silent && status && !is_waited_for) {
       const bool is_injected = one.action == fault_action::kill || one.action == fault_action::cut;
       seen.how = is_injected && *status == 128 + SIGKILL ? ending::killed : ending::ended;
@@ -275,7 +278,9 @@ class sweep {
       const root_view now = without_what_may_differ(view_of(server.connection), seen.how);
       const root_view old = without_what_may_differ(before_, seen.how),
                       fresh = without_what_may_differ(after_, seen.how);
-      const bool is_cut = seen.how != ending::done && seen.how != ending::refused;
+      // Undoing takes memory too: without any, what a refusal leaves must be readable and repeatable.
+      const bool is_cut =
+          (seen.how != ending::done && seen.how != ending::refused) || one.action == fault_action::famine;
       if (seen.how == ending::done) {
         if (now != fresh) found("done with something missing", differences(fresh, now));
       } else if (now != old && !(is_cut && (is_between(old, fresh, now) || is_only_prepared(old, now)))) {
