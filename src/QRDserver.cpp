@@ -11,8 +11,10 @@
 #include "requests/dispatch.h"
 #include "server/api_get_default_port.h"
 #include "server/close.h"
+#include "server/inherited.h"
 #include "server/options.h"
 #include "server/start_serving.h"
+#include "wire/carrier.h"
 #include "wire/connection.h"
 #include "wire/exec_server.h"
 #include "wire/messages.h"
@@ -30,8 +32,8 @@ void open_standard_streams() {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
 }
 
-void announce(const char* program) {
-  std::printf("%s %s (%s)\n", program, server_version, server_release);
+void announce(const char* program, bool to_console) {
+  if (to_console) std::printf("%s %s (%s)\n", program, server_version, server_release);
   if (trace_level < 1) return;
   _qrd_trace("Running %s %s (%s)", program, server_release, server_version);
   _qrd_trace("Protocol Version: %d", protocol_version);
@@ -53,8 +55,9 @@ int serve() {
   for (;;) {
     char request[request_name_limit];
     int received = server_receive(request);
+    // A client that takes its time shall cost none: ten looks a second are many for a thousand of them.
+    if (received == 2 || (received == 0 && !wait_for_client())) return 1;
     if (received == 0) continue;
-    if (received == 2) return 1;
     switch (server_answer(request)) {
       case server_ends:
         return 0;
@@ -68,23 +71,37 @@ int serve() {
   }
 }
 
+// Whether the process has a client, or has somebody listen for one.
+bool find_client(const server_options& options, const inherited_connection& inherited) {
+  if (!options.inetd) {
+    const bool is_told = options.port != 0 || options.control_port != 0;
+    const std::uint16_t port = is_told ? options.port : QRDClientGetDefaultPort();
+    return server_init(port, options.control_port, &connection.listen_socket, &connection.client_socket) == 0;
+  }
+  if (!inherited.problem.empty()) _qrd_error("%s", inherited.problem.c_str());
+  if (inherited.client == no_socket) return false;
+  server_init_inherited(inherited);
+  return true;
+}
+
 }  // namespace
 
 int main(int argument_count, char** arguments) {
   open_standard_streams();
+  const bool is_inetd = is_started_with_connection(argument_count, arguments);
+  inherited_connection inherited;
+  if (is_inetd) inherited = take_inherited_connection();
   // A service's log shows each line when it is written.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   install_signal_handlers();
   _qrd_trace_init();
-  announce(arguments[0]);
+  announce(arguments[0], !is_inetd);
 
   server_options options;
   if (auto exit_status = read_options(argument_count, arguments, options)) return *exit_status;
   if (options.fork) return start_detached(argument_count, arguments);
 
-  if (options.port == 0 && options.control_port == 0) options.port = QRDClientGetDefaultPort();
-  if (server_init(options.port, options.control_port, &connection.listen_socket, &connection.client_socket) !=
-      0) {
+  if (!find_client(options, inherited)) {
     if (!end_requested()) _qrd_error("Cannot initialize server.");
     return 1;
   }

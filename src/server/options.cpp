@@ -1,5 +1,6 @@
 #include "server/options.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -101,7 +102,21 @@ std::optional<int> read_client_version(argument_reader& arguments) {
   return std::nullopt;
 }
 
+// Of the options that the process acts on behind them all.
+std::optional<int> check_together(const server_options& options) {
+  const bool looks_for_clients =
+      options.port != 0 || options.control_port != 0 || connection.multi_session != 0 || options.fork;
+  if (!options.inetd || !looks_for_clients) return std::nullopt;
+  _qrd_error("-inetd goes with none of -port, -control, -multi and -fork.");
+  return exit_failed;
+}
+
 }  // namespace
+
+bool is_started_with_connection(int argument_count, const char* const* arguments) {
+  return std::any_of(arguments + 1, arguments + argument_count,
+                     [](const char* argument) { return std::strcmp(argument, "-inetd") == 0; });
+}
 
 std::optional<int> read_options(int argument_count, const char* const* arguments, server_options& options) {
   argument_reader reader(argument_count, arguments);
@@ -124,10 +139,12 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
       exit_status = read_control_port(reader, options.control_port);
     } else if (is("-client_version")) {
       exit_status = read_client_version(reader);
+    } else if (is("-inetd")) {
+      options.inetd = true;
     }
     if (exit_status) return exit_status;
   }
-  return std::nullopt;
+  return check_together(options);
 }
 
 }  // namespace qrd

@@ -10,7 +10,11 @@ struct server_options {
   std::uint16_t port = 0;
   std::uint16_t control_port = 0;
   bool fork = false;
+  bool inetd = false;
 };
+
+// Whether the process was started with its client's connection: nothing may be printed before that is known.
+bool is_started_with_connection(int argument_count, const char* const* arguments);
 
 // Reads the options from left to right; -multi, -debug and -client_version act at once. An exit status
 // when the process shall end here.

@@ -24,8 +24,8 @@ int report_port(std::uint16_t control_port, std::uint16_t port) {
   return done ? 0 : 1;
 }
 
-int start_serving(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
-                  socket_handle* client) {
+// 0 or 1.
+int start_layers() {
   if (trace_level >= 4) _qrd_trace("Initializing Windows Socket");
   if (_qrd_network_start() != 0) {
     server_debug(0, "Unable to initialize winsock.");
@@ -36,6 +36,12 @@ int start_serving(std::uint16_t port, std::uint16_t control_port, socket_handle*
     server_debug(0, "Could not initialize ONC/RPC.");
     std::exit(1);
   }
+  return 0;
+}
+
+int start_serving(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
+                  socket_handle* client) {
+  if (start_layers() != 0) return 1;
   if (control_port != 0) port = 0;
   const int backlog = connection.multi_session != 0 ? 5 : 1;
   if (int status = _qrd_listen_port(&port, backlog, listening); status != 0) return status;
@@ -59,6 +65,12 @@ int server_init(std::uint16_t port, std::uint16_t control_port, socket_handle* l
   int status = start_serving(port, control_port, listening, client);
   if (trace_level >= 1) _qrd_trace_exit("%d", status);
   return status;
+}
+
+void server_init_inherited(const inherited_connection& inherited) {
+  start_layers();
+  take_connection(inherited.kind, inherited.client, inherited.answers);
+  reset_context();
 }
 
 }  // namespace qrd

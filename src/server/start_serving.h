@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "server/inherited.h"
 #include "wire/connection.h"
 
 namespace qrd {
@@ -11,5 +12,7 @@ namespace qrd {
 // status of the step that failed.
 int server_init(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
                 socket_handle* client);
+// The same on a connection that is there already.
+void server_init_inherited(const inherited_connection& inherited);
 
 }  // namespace qrd

@@ -1,13 +1,9 @@
 #include "wire/buffer.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
+#include "wire/carrier.h"
 #include "wire/trace.h"
 
 namespace qrd {
@@ -27,11 +23,8 @@ bool more_announced = false;
 
 // Appends what arrives to the buffer; false if the connection is closed or broken.
 bool receive_more(socket_handle socket) {
-  ssize_t received = -1;
-  do {
-    received = recv(static_cast<int>(socket), transfer_buffer + read_count,
-                    static_cast<std::size_t>(buffer_size - read_count), 0);
-  } while (received < 0 && errno == EINTR);
+  const ssize_t received =
+      carry_in(socket, transfer_buffer + read_count, static_cast<std::size_t>(buffer_size - read_count));
   if (received < 1) return false;
   read_count += static_cast<std::int32_t>(received);
   return true;
@@ -47,31 +40,25 @@ bool _qrd_fill_read(socket_handle socket, std::int32_t need) {
   return true;
 }
 
-bool send_all(socket_handle socket, int flags) {
+bool send_all(socket_handle socket, bool more_follows) {
   std::int32_t sent = 0;
   while (sent < write_count) {
-    ssize_t result = send(static_cast<int>(socket), transfer_buffer + sent,
-                          static_cast<std::size_t>(write_count - sent), flags | MSG_NOSIGNAL);
-    if (result < 0 && errno != EINTR) return false;
-    if (result > 0) sent += static_cast<std::int32_t>(result);
+    const ssize_t result =
+        carry_out(socket, transfer_buffer + sent, static_cast<std::size_t>(write_count - sent), more_follows);
+    if (result < 0) return false;
+    sent += static_cast<std::int32_t>(result);
   }
   return true;
-}
-
-// Bytes that the system holds back for a fuller segment leave when the option is set again.
-void push(socket_handle socket) {
-  const int on = 1;
-  setsockopt(static_cast<int>(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 int flush(socket_handle socket, bool more_follows) {
   if (trace_level >= 5) _qrd_trace("Flushing Write buffer (%d bytes)", write_count);
   bool done = true;
   if (write_count != 0) {
-    done = send_all(socket, more_follows ? MSG_MORE : 0);
+    done = send_all(socket, more_follows);
     more_announced = more_follows;
   } else if (!more_follows && more_announced) {
-    push(socket);
+    carry_on(socket);
     more_announced = false;
   }
   if (trace_level >= 5) _qrd_trace("Emptying Write buffer");

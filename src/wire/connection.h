@@ -15,9 +15,21 @@ inline constexpr char server_version[] = QRD_VERSION;
 inline constexpr char server_release[] = QRD_RELEASE;
 inline constexpr char server_program[] = "QRDserver";
 
+// What carries the conversation with the client.
+enum class carrier {
+  tcp,
+  stream_socket,  // any other stream socket, such as one of a UNIX pair
+  pipes           // one for each direction
+};
+
 struct conversation {
   socket_handle listen_socket = no_socket;
   socket_handle client_socket = no_socket;
+  carrier client_carrier = carrier::tcp;
+  // Where answers leave, if it isn't client_socket: the second pipe.
+  socket_handle answer_pipe = no_socket;
+  // A call on the connection may neither block nor be woken by a shutdown: each is waited for.
+  bool is_waited_for = false;
   std::int32_t multi_session = 0;
   // Version of the client's protocol; several handlers choose older layouts by it.
   std::int32_t client_version = 0;

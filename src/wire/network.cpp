@@ -1,6 +1,7 @@
 #include "wire/network.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -216,6 +217,41 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
   _qrd_debug("Get a client connection from %d.%d.%d.%d:%d.", address >> 24, address >> 16 & 255,
              address >> 8 & 255, address & 255, ntohs(peer.sin_port));
   return 0;
+}
+
+void take_connection(carrier kind, socket_handle client, socket_handle answers) {
+  const auto descriptor = static_cast<int>(client);
+  connection.client_socket = client;
+  connection.answer_pipe = answers;
+  connection.client_carrier = kind;
+  connection.is_waited_for = kind == carrier::pipes || (fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+  watch_socket(client);
+  if (kind == carrier::tcp) set_connection_options(descriptor);
+  _qrd_empty_read();
+  _qrd_empty_write();
+}
+
+std::string client_name() {
+  if (connection.client_carrier == carrier::pipes) return "two pipes";
+  const auto socket = static_cast<int>(connection.client_socket);
+  sockaddr_storage peer{};
+  socklen_t size = sizeof peer;
+  if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) != 0) return "a client that is gone";
+  char text[INET6_ADDRSTRLEN] = "";
+  if (peer.ss_family == AF_INET) {
+    const auto& address = reinterpret_cast<const sockaddr_in&>(peer);
+    inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
+    return std::string(text) + ":" + std::to_string(ntohs(address.sin_port));
+  }
+  if (peer.ss_family == AF_INET6) {
+    const auto& address = reinterpret_cast<const sockaddr_in6&>(peer);
+    inet_ntop(AF_INET6, &address.sin6_addr, text, sizeof text);
+    return "[" + std::string(text) + "]:" + std::to_string(ntohs(address.sin6_port));
+  }
+  ucred process{};
+  size = sizeof process;
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &process, &size) != 0) return "a stream socket";
+  return "process " + std::to_string(process.pid) + " of user " + std::to_string(process.uid);
 }
 
 void _qrd_close_socket(socket_handle* socket) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "wire/connection.h"
 
@@ -26,6 +27,12 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket,
 // An error of one connection is no failure, nor is a want of descriptors or memory, which is waited out.
 // The transfer buffer is empty for a new connection.
 int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocking, int seconds);
+
+// Makes open descriptors the client's connection; `answers` is the second of two pipes. The transfer buffer
+// is empty then.
+void take_connection(carrier kind, socket_handle client, socket_handle answers = no_socket);
+// Who is at the other end of the client's connection: an address and its port, or what else is known.
+std::string client_name();
 
 // Closes a socket that is open, and stores no_socket.
 void _qrd_close_socket(socket_handle* socket);

@@ -1,5 +1,6 @@
 #include "wire/signals.h"
 
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -23,6 +24,7 @@ constexpr std::size_t most_watched = 4;
 constexpr int unused = -1;
 
 std::array<std::atomic<int>, most_watched> watched = {unused, unused, unused, unused};
+std::atomic<int> end_event = unused;
 std::atomic<bool> end_flag = false;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
               "the signal handler reads them");
@@ -44,12 +46,19 @@ void set_alarm(const timespec& time) {
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
+void tell_end() {
+  const std::uint64_t one = 1;
+  // It can't fail but where the descriptor is readable already.
+  if (int event = end_event; event != unused && write(event, &one, sizeof one) < 0) return;
+}
+
 // Everything in these handlers is safe in a signal handler.
 void request_end(int /*signal*/) {
   if (end_flag.exchange(true)) return;
   int saved_errno = errno;
   for (const std::atomic<int>& socket : watched)
     if (int handle = socket.load(); handle != unused) shutdown(handle, SHUT_RDWR);
+  tell_end();
   last_end = now();
   last_end.tv_sec += limits.longest_wait;
   set_alarm(limits.longest_end);
@@ -118,6 +127,14 @@ void unwatch_socket(socket_handle socket) {
     auto expected = static_cast<int>(socket);
     place.compare_exchange_strong(expected, unused);
   }
+}
+
+int end_descriptor() {
+  if (end_event == unused) {
+    end_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (end_flag) tell_end();
+  }
+  return end_event;
 }
 
 }  // namespace qrd

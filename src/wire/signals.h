@@ -25,5 +25,8 @@ bool end_requested();
 void watch_socket(socket_handle socket);
 // REQUIRES: called before the socket is closed.
 void unwatch_socket(socket_handle socket);
+// Polls readable from the request to end on, for a wait on what can't be shut down; made when it is first
+// asked for. -1 if the system can't give one.
+int end_descriptor();
 
 }  // namespace qrd

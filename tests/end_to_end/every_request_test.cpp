@@ -5,6 +5,7 @@
 #include <map>
 
 #include "support/bytes.h"
+#include "support/connections.h"
 #include "support/layout.h"
 #include "support/request_session.h"
 #include "support/server_process.h"
@@ -78,9 +79,7 @@ std::string request_of(const request_row& row) {
   return packed_request(row, values, 1300030);
 }
 
-TEST(every_request, is_served_in_step) {
-  server_process server;
-  raw_connection client = server.connect();
+void expect_service(server_process& server, raw_connection& client) {
   const std::map<std::string, std::string> answers = expected_answers();
   const auto expect_answer = [&](const request_row& row) {
     SCOPED_TRACE(row.name);
@@ -95,7 +94,39 @@ TEST(every_request, is_served_in_step) {
   }
   EXPECT_EQ(answers.size(), std::size(request_table));
   expect_answer(row_of("CBYE BYE"));
+  EXPECT_EQ(client.receive_rest(), "");
   EXPECT_EQ(server.wait(), 0);
+}
+
+TEST(every_request, is_served_in_step) {
+  server_process server;
+  raw_connection client = server.connect();
+  expect_service(server, client);
+}
+
+// The debug print would show itself on the connection, wherever that is.
+TEST(every_request, is_served_on_a_connection_that_is_there) {
+  for (const bool is_passed_by_number : {false, true}) {
+    socket_pair pair;
+    server_settings settings = {.arguments = {"-inetd", "-debug"}, .controlled = false};
+    settings.streams = {pair.far, pair.far, pair.far};
+    if (is_passed_by_number) {
+      settings.program = "/bin/sh";
+      settings.arguments = {"-c",
+                            "export LISTEN_PID=$$ LISTEN_FDS=1 LISTEN_FDNAMES=connection; "
+                            "exec " QRD_SERVER_PROGRAM " -inetd -debug 3<&0 </dev/null"};
+    }
+    server_process server(settings);
+    raw_connection client = pair.take_near();
+    expect_service(server, client);
+  }
+  pipe_pair pipes;
+  server_process server({.arguments = {"-inetd", "-debug"},
+                         .controlled = false,
+                         .streams = {pipes.requests[0], pipes.answers[1], -1}});
+  raw_connection client = pipes.take_near();
+  expect_service(server, client);
+  EXPECT_NE(server.errors().find("QRDserver DEBUG"), std::string::npos);
 }
 
 }  // namespace

@@ -66,13 +66,16 @@ std::vector<std::string> environment_for(const std::map<std::string, std::string
 
 }  // namespace
 
-raw_connection::raw_connection(int descriptor) : descriptor_(descriptor) {}
+raw_connection::raw_connection(int descriptor, int sending_pipe)
+    : descriptor_(descriptor), sending_pipe_(sending_pipe) {}
 
 raw_connection::raw_connection(raw_connection&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      sending_pipe_(std::exchange(other.sending_pipe_, -1)) {}
 
 raw_connection& raw_connection::operator=(raw_connection&& other) noexcept {
   std::swap(descriptor_, other.descriptor_);
+  std::swap(sending_pipe_, other.sending_pipe_);
   return *this;
 }
 
@@ -81,8 +84,10 @@ raw_connection::~raw_connection() {
 }
 
 void raw_connection::close() {
-  if (descriptor_ >= 0) ::close(descriptor_);
-  descriptor_ = -1;
+  for (int* descriptor : {&descriptor_, &sending_pipe_}) {
+    if (*descriptor >= 0) ::close(*descriptor);
+    *descriptor = -1;
+  }
 }
 
 raw_connection raw_connection::to_port(std::uint16_t port) {
@@ -96,7 +101,8 @@ raw_connection raw_connection::to_port(std::uint16_t port) {
 
 void raw_connection::send(std::string_view data) {
   while (!data.empty()) {
-    ssize_t sent = ::send(descriptor_, data.data(), data.size(), MSG_NOSIGNAL);
+    const ssize_t sent = sending_pipe_ >= 0 ? ::write(sending_pipe_, data.data(), data.size())
+                                            : ::send(descriptor_, data.data(), data.size(), MSG_NOSIGNAL);
     if (sent < 0) fail("send");
     data.remove_prefix(static_cast<std::size_t>(sent));
   }
@@ -106,8 +112,8 @@ std::string raw_connection::receive(std::size_t count) {
   std::string data(count, '\0');
   for (std::size_t done = 0; done < count;) {
     if (!is_readable(descriptor_, longest_wait)) throw std::runtime_error("the server is silent");
-    ssize_t received = recv(descriptor_, data.data() + done, count - done, 0);
-    if (received < 0) fail("recv");
+    ssize_t received = read(descriptor_, data.data() + done, count - done);
+    if (received < 0) fail("read");
     if (received == 0)
       throw std::runtime_error("the server closed the connection after " + std::to_string(done) + " bytes");
     done += static_cast<std::size_t>(received);
@@ -120,8 +126,8 @@ std::string raw_connection::receive_rest() {
   for (;;) {
     if (!is_readable(descriptor_, longest_wait)) throw std::runtime_error("the server is silent");
     char part[4096];
-    ssize_t received = recv(descriptor_, part, sizeof part, 0);
-    if (received < 0 && errno != ECONNRESET) fail("recv");
+    ssize_t received = read(descriptor_, part, sizeof part);
+    if (received < 0 && errno != ECONNRESET) fail("read");
     if (received <= 0) return data;
     data.append(part, static_cast<std::size_t>(received));
   }
@@ -173,6 +179,9 @@ server_process::server_process(server_settings settings) {
   constexpr int write_new = O_WRONLY | O_CREAT | O_APPEND;
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (directory_ / "output").c_str(), write_new, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (directory_ / "errors").c_str(), write_new, 0600);
+  for (int stream = 0; stream < 3; ++stream)
+    if (const int given = settings.streams[static_cast<std::size_t>(stream)]; given >= 0)
+      posix_spawn_file_actions_adddup2(&actions, given, stream);
   posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
   int error = posix_spawn(&process_, settings.program.c_str(), &actions, nullptr, pointers(arguments).data(),
                           pointers(environment).data());

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -15,12 +16,12 @@
 
 namespace qrd::test {
 
-// One TCP connection, byte by byte. Every wait has an end: 20 seconds without a byte throw.
+// One connection, byte by byte. Every wait has an end: 20 seconds without a byte throw.
 class raw_connection {
  public:
   raw_connection() = default;
-  // Takes over an open descriptor.
-  explicit raw_connection(int descriptor);
+  // Takes over an open descriptor, and of two pipes the other one.
+  explicit raw_connection(int descriptor, int sending_pipe = -1);
   raw_connection(raw_connection&& other) noexcept;
   raw_connection& operator=(raw_connection&& other) noexcept;
   ~raw_connection();
@@ -43,6 +44,7 @@ class raw_connection {
 
  private:
   int descriptor_ = -1;
+  int sending_pipe_ = -1;
 };
 
 // A listening socket on a free port of the loopback address.
@@ -69,6 +71,9 @@ struct server_settings {
   bool controlled = true;
   // Instead of the built server.
   std::string program = QRD_SERVER_PROGRAM;
+  // Open descriptors that become its standard streams. Else the input is the test's own, and the others are
+  // kept for output() and errors().
+  std::array<int, 3> streams = {-1, -1, -1};
 };
 
 class server_process {

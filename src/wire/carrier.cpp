@@ -1,0 +1,84 @@
+#include "wire/carrier.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "wire/signals.h"
+
+namespace qrd {
+
+namespace {
+
+// How often the end is looked for where no descriptor can tell of it.
+constexpr int end_look = 100;  // ms
+
+bool is_piped(socket_handle socket) {
+  return socket == connection.client_socket && connection.client_carrier == carrier::pipes;
+}
+bool is_tcp(socket_handle socket) {
+  return socket != connection.client_socket || connection.client_carrier == carrier::tcp;
+}
+
+// False on failure, or when the process shall end: that shuts a socket down, which ends the wait for it.
+bool wait_until(int descriptor, short events) {
+  const bool needs_end = connection.client_carrier == carrier::pipes;
+  const int end = needs_end ? end_descriptor() : -1;
+  pollfd waiting[] = {{descriptor, events, 0}, {end, POLLIN, 0}};
+  for (;;) {
+    if (end_requested()) return false;
+    const int ready = poll(waiting, 2, needs_end && end < 0 ? end_look : -1);
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready > 0 && waiting[0].revents != 0) return (waiting[0].revents & POLLNVAL) == 0;
+  }
+}
+
+// Whether a call that failed is to be made again.
+bool is_passing(int error, bool is_waited_for) {
+  return error == EINTR || (is_waited_for && (error == EAGAIN || error == EWOULDBLOCK));
+}
+
+// Calls `carry` until it has carried something or fails for good.
+template <typename Carry>
+ssize_t carry_some(socket_handle socket, int descriptor, short events, const Carry& carry) {
+  const bool is_waited_for = socket == connection.client_socket && connection.is_waited_for;
+  for (;;) {
+    if (is_waited_for && !wait_until(descriptor, events)) return -1;
+    const ssize_t size = carry();
+    if (size >= 0 || !is_passing(errno, is_waited_for)) return size;
+  }
+}
+
+}  // namespace
+
+ssize_t carry_in(socket_handle socket, char* data, std::size_t room) {
+  const auto descriptor = static_cast<int>(socket);
+  return carry_some(socket, descriptor, POLLIN, [&] {
+    return is_piped(socket) ? read(descriptor, data, room) : recv(descriptor, data, room, 0);
+  });
+}
+
+ssize_t carry_out(socket_handle socket, const char* data, std::size_t size, bool more_follows) {
+  const bool has_pipe = is_piped(socket);
+  const auto descriptor = static_cast<int>(has_pipe ? connection.answer_pipe : socket);
+  const int flags = MSG_NOSIGNAL | (more_follows && is_tcp(socket) ? MSG_MORE : 0);
+  return carry_some(socket, descriptor, POLLOUT, [&] {
+    return has_pipe ? write(descriptor, data, size) : send(descriptor, data, size, flags);
+  });
+}
+
+void carry_on(socket_handle socket) {
+  // Held bytes leave when the option is set again.
+  const int on = 1;
+  if (is_tcp(socket)) setsockopt(static_cast<int>(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+bool wait_for_client() {
+  return wait_until(static_cast<int>(connection.client_socket), POLLIN);
+}
+
+}  // namespace qrd

@@ -1,0 +1,22 @@
+// The bytes of a connection, whatever carries it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+
+#include "wire/connection.h"
+
+namespace qrd {
+
+// What arrives next: its size, 0 at the end of the connection, -1 on failure.
+ssize_t carry_in(socket_handle socket, char* data, std::size_t room);
+// The size of what has left, at most `size`, or -1. With `more_follows` the system may wait for that.
+ssize_t carry_out(socket_handle socket, const char* data, std::size_t size, bool more_follows);
+// Lets go of what the system holds back for more.
+void carry_on(socket_handle socket);
+
+// Sleeps until the client's connection can be read or is broken; false when the process shall end.
+bool wait_for_client();
+
+}  // namespace qrd
