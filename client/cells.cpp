@@ -4,6 +4,7 @@
 #include <cctype>
 #include <optional>
 
+#include "client/blanks.h"
 #include "client/error.h"
 #include "client/numbers.h"
 #include "client/types.h"
@@ -24,15 +25,6 @@ constexpr std::size_t named_cells = 3;
 
 std::string quoted(std::string_view cell) {
   return "\"" + std::string(cell) + "\"";
-}
-
-std::string_view without_blanks_behind(std::string_view cell) {
-  return cell.substr(0, cell.find_last_not_of(' ') + 1);
-}
-
-std::string_view without_blanks(std::string_view cell) {
-  cell.remove_prefix(std::min(cell.find_first_not_of(' '), cell.size()));
-  return without_blanks_behind(cell);
 }
 
 bool equal_without_case(std::string_view a, std::string_view b) {

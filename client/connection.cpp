@@ -53,6 +53,13 @@ void connection::call(const packet& request, std::string_view answer) {
   expect(answer);
 }
 
+void connection::send_values(const packet& head, std::span<const double> values) {
+  wire_.write(head);
+  wire_.write_doubles(values);
+  wire_.flush();
+  expect("SDONE");
+}
+
 std::vector<std::string> connection::list(const packet& request, std::string_view answer) {
   call(request, answer);
   return wire_.read_strings(wire_.read_int());

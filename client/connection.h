@@ -204,6 +204,8 @@ class connection {
   bool sends_text_range() const;
   bool is_old() const;
   void add_range(packet& request, const std::optional<sample_range>& range) const;
+  // Sends a request whose arguments end in these values, and waits for SDONE.
+  void send_values(const packet& head, std::span<const double> values);
   std::vector<std::string> list(const packet& request, std::string_view answer);
   bool exists(std::string_view request, const std::string& name);
   void named(std::string_view request, const std::string& name);

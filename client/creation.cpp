@@ -31,19 +31,13 @@ void connection::new_points(const std::string& name, std::int32_t dimension,
                             std::span<const double> coordinates) {
   packet head = request("CPFILENEW");
   head.add_string(name).add_long(sample_count(dimension, coordinates)).add_int(dimension);
-  wire_.write(head);
-  wire_.write_doubles(coordinates);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, coordinates);
 }
 
 void connection::append_points(std::int32_t dimension, std::span<const double> coordinates) {
   packet head = request("CPFILEAPP");
   head.add_long(sample_count(dimension, coordinates)).add_int(dimension);
-  wire_.write(head);
-  wire_.write_doubles(coordinates);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, coordinates);
 }
 
 void connection::new_grid(const std::string& name, const grid_geometry& grid) {
@@ -74,10 +68,7 @@ void connection::new_lines(const std::string& name, std::int32_t dimension) {
 void connection::append_line(std::int32_t dimension, std::span<const double> coordinates) {
   packet head = request("CLFILEAPP");
   head.add_int(line_sample_count(dimension, coordinates)).add_int(dimension);
-  wire_.write(head);
-  wire_.write_doubles(coordinates);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, coordinates);
 }
 
 void connection::append_cores(std::int32_t dimension, const point3& start, std::span<const double> ends) {
@@ -85,10 +76,7 @@ void connection::append_cores(std::int32_t dimension, const point3& start, std::
   head.add_int(line_sample_count(dimension, ends)).add_int(dimension);
   head.add_double(start.x).add_double(start.y);
   if (dimension == 3) head.add_double(start.z);
-  wire_.write(head);
-  wire_.write_doubles(ends);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, ends);
 }
 
 void connection::link_lines(const std::string& points_file) {

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "client/blanks.h"
 #include "client/error.h"
 #include "client/wire.h"
 
@@ -14,12 +15,6 @@ namespace {
 
 constexpr std::string_view reserved[] = {"None", "New Directory", "New File", "New Variable"};
 constexpr std::string_view macro_suffix = "[xxxxx]";
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 // Lower case, without blanks.
 std::string folded(std::string_view text) {
@@ -50,8 +45,8 @@ void check_new_name(std::string_view name, std::string_view what) {
   const auto fail = [&](const std::string& rule) {
     throw error("a " + std::string(what) + " cannot have the name \"" + std::string(name) + "\": " + rule);
   };
-  std::string_view text = trimmed(name);
-  if (text.ends_with(macro_suffix)) text = trimmed(text.substr(0, text.size() - macro_suffix.size()));
+  std::string_view text = without_blanks(name);
+  if (text.ends_with(macro_suffix)) text = without_blanks(text.substr(0, text.size() - macro_suffix.size()));
   if (text.empty()) fail("it is blank");
   if (name.size() > max_name)
     fail("it has " + std::to_string(name.size()) + " bytes, and at most " + std::to_string(max_name) +

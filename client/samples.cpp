@@ -102,19 +102,13 @@ void connection::write_floats(std::span<const double> values, std::optional<samp
   if (sends_float_range()) add_range(head, range);
   head.add_int(static_cast<std::int32_t>(use)).add_double(missing);
   head.add_long(static_cast<std::int64_t>(values.size()));
-  wire_.write(head);
-  wire_.write_doubles(values);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, values);
 }
 
 void connection::write_line(std::int64_t line, std::span<const double> values, double missing) {
   packet head = request("CWRITLINF");
   head.add_long(line).add_long(static_cast<std::int64_t>(values.size())).add_double(missing);
-  wire_.write(head);
-  wire_.write_doubles(values);
-  wire_.flush();
-  expect("SDONE");
+  send_values(head, values);
 }
 
 void connection::write_selection(std::span<const std::uint8_t> values, std::optional<sample_range> range) {

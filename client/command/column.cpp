@@ -4,6 +4,7 @@
 #include <charconv>
 #include <numeric>
 
+#include "client/blanks.h"
 #include "client/command/choose.h"
 #include "client/command/progress.h"
 #include "client/interruption.h"
@@ -38,10 +39,6 @@ void choose_index(client::connection& server, const variable_name& variable) {
     server.set_index(*number);
   else
     server.set_index(std::get<std::string>(*variable.index));
-}
-
-void trim_right(std::string& text) {
-  text.erase(text.find_last_not_of(' ') + 1);
 }
 
 }  // namespace
@@ -230,7 +227,7 @@ void read_pieces(client::connection& server, const std::vector<column>& columns,
       });
       if (columns[i].is_text()) {
         values[i].texts = server.read_texts(part, use);
-        for (std::string& text : values[i].texts.values) trim_right(text);
+        for (std::string& text : values[i].texts.values) text.resize(client::without_blanks_behind(text).size());
       } else {
         values[i].numbers = server.read_floats(part, use);
       }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <unordered_map>
 
+#include "client/blanks.h"
 #include "client/command/import.h"
 #include "client/command/output.h"
 #include "client/desurvey.h"
@@ -126,9 +127,7 @@ line_file cores_by_places(const client::csv_table& table, const lines_options& o
 
 // The name of a hole as it is compared: without blanks around it.
 std::string hole_name(std::string_view cell) {
-  const std::size_t first = cell.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return std::string(cell.substr(first, cell.find_last_not_of(' ') - first + 1));
+  return std::string(client::without_blanks(cell));
 }
 
 // Calls act(row, hole, the three numbers or two) for each row of a table that begins with the hole.

@@ -37,14 +37,10 @@ int find_object(const char* directory, const char* file, const char* variable, c
 }
 
 // True if the folder is still that of the object: its number may have a new owner.
-bool is_still(const char* object_path, const char* file, const char* variable) {
-  qd_file_record file_record;
-  if (variable == nullptr)
-    return qd_file_descriptor_read(object_path, file_record) != 0 && std::strcmp(file_record.name, file) == 0;
-  qd_variable_record record;
+bool bears_its_name(const char* object_path, const char* file, const char* variable) {
+  if (variable == nullptr) return qd_is_still<file_level>(object_path, file);
   name_text name;
-  return qd_variable_descriptor_read(object_path, record) != 0 && qd_catalogue_name(variable, name) &&
-         std::strcmp(record.name, name) == 0;
+  return qd_catalogue_name(variable, name) && qd_is_still<variable_level>(object_path, name);
 }
 
 }  // namespace
@@ -69,7 +65,7 @@ int qd_comment_write(const char* directory, const char* file, const char* variab
   path_text object_path;
   if (!find_object(directory, file, variable, "updated", object_path)) return 2;
   const folder_lock lock(object_path);
-  if (!lock || !is_still(object_path, file, variable)) {
+  if (!lock || !bears_its_name(object_path, file, variable)) {
     qu_message("Description will not be updated.");
     return 1;
   }

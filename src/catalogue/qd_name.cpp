@@ -10,6 +10,7 @@
 #include "disk/qd_macro_table.h"
 #include "disk/qd_records.h"
 #include "util/qu_constants.h"
+#include "util/qu_string.h"
 
 namespace qrd {
 
@@ -18,12 +19,6 @@ namespace {
 constexpr std::string_view reserved_names[] = {no_name, "New Directory", "New File", "New Variable"};
 constexpr std::string_view generic_suffix = "[xxxxx]";
 constexpr std::string_view forbidden_characters = "[]{}";
-
-std::string_view trimmed(std::string_view text) {
-  std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 bool is_printable(char c) {
   auto byte = static_cast<unsigned char>(c);
@@ -35,7 +30,7 @@ bool is_printable(char c) {
 int qd_name_check(const char* name) {
   // The name is stored as it stands, blanks and all, so that the room counts for the untrimmed text.
   bool fits = std::strlen(name) < name_size;
-  std::string_view text = trimmed(name);
+  std::string_view text = qu_trimmed(name);
   if (text.empty()) return NAME_BLANK;
   if (!fits) return NAME_TOO_LONG;
   if (std::find(std::begin(reserved_names), std::end(reserved_names), text) != std::end(reserved_names))
@@ -44,7 +39,7 @@ int qd_name_check(const char* name) {
 
   if (text.ends_with(generic_suffix)) text.remove_suffix(generic_suffix.size());
   if (text.find_first_of(forbidden_characters) != std::string_view::npos) return NAME_FORBIDDEN;
-  return trimmed(text).empty() ? NAME_BLANK : NAME_VALID;
+  return qu_trimmed(text).empty() ? NAME_BLANK : NAME_VALID;
 }
 
 int qd_variable_name_check(const char* name, int type) {
@@ -53,7 +48,7 @@ int qd_variable_name_check(const char* name, int type) {
   // An index is looked for at the very end of a name: behind it, blanks would make a macro unreachable,
   // and can't hide one in a plain name.
   if (type == VAR_MACRO) return qd_macro_name_kind(name) == -1 ? NAME_VALID : NAME_BAD_MACRO;
-  return qd_macro_name_kind(std::string(trimmed(name)).c_str()) == 0 ? NAME_VALID : NAME_FORBIDDEN;
+  return qd_macro_name_kind(std::string(qu_trimmed(name)).c_str()) == 0 ? NAME_VALID : NAME_FORBIDDEN;
 }
 
 const char* qd_name_fault(int code, named_object object) {

@@ -93,6 +93,19 @@ walk_end qd_walk(const char* parent, path_text& path, typename Level::record_typ
   return (unread.any_gone() || !any_seen) && qd_folder_gone(parent) ? walk_end::parent_gone : unread.end();
 }
 
+// True if the object of that path bears that name still, and `holds(record)` what was found: another server
+// may have changed it since, or its number may have a new owner.
+template <typename Level, typename Holds>
+bool qd_is_still(const char* path, const char* name, Holds holds) {
+  typename Level::record_type now;
+  return Level::read(path, now) && std::strcmp(now.name, name) == 0 &&
+         holds(static_cast<const typename Level::record_type&>(now));
+}
+template <typename Level>
+bool qd_is_still(const char* path, const char* name) {
+  return qd_is_still<Level>(path, name, [](const typename Level::record_type&) { return true; });
+}
+
 // Deletes the object of that path if `is_meant(record)` (see qd_remove_folder). A number that another object
 // has taken since the look-up is left alone. 1, or 0 after a report if it can't be removed, or if nobody can
 // tell which object it is.

@@ -32,7 +32,7 @@ bool move_counts(XDR* xdr, polygon_header& header) {
 
 // A name without the blanks at its ends.
 bool write_name(XDR* xdr, const char* name) {
-  std::string trimmed = qu_trimmed(name);
+  std::string trimmed(qu_trimmed(name));
   return qu_xdr_text(xdr, trimmed.data(), static_cast<std::uint32_t>(trimmed.size() + 1), name_limit);
 }
 

@@ -122,11 +122,11 @@ bool sizes_fit(const std::vector<growing_variable>& variables, const growth& pla
   return true;
 }
 
-bool is_still(const char* file_path, const qd_file_record& record) {
-  qd_file_record now;
-  return qd_file_descriptor_read(file_path, now) != 0 && std::strcmp(now.name, record.name) == 0 &&
-         now.organisation == record.organisation && now.sample_count == record.sample_count &&
-         now.allocated_samples == record.allocated_samples;
+bool has_its_samples(const char* file_path, const qd_file_record& record) {
+  return qd_is_still<file_level>(file_path, record.name, [&record](const qd_file_record& now) {
+    return now.organisation == record.organisation && now.sample_count == record.sample_count &&
+           now.allocated_samples == record.allocated_samples;
+  });
 }
 
 // Columns move with every sample, other data files get longer by blocks.
@@ -286,7 +286,7 @@ bool file_growth::change_records() {
   if (!move_.begin()) return false;
   qd_delete_derived_files(file_path_);
   // The new descriptor may be in place although something failed behind that.
-  if (qd_file_descriptor_write(file_path_, grown) == 0 && !is_still(file_path_, grown)) return false;
+  if (qd_file_descriptor_write(file_path_, grown) == 0 && !has_its_samples(file_path_, grown)) return false;
   move_.commit();
   return true;
 }
@@ -304,13 +304,13 @@ file_growth::ending file_growth::run(const sample_filler& fill) {
   }
   // Programs that don't know the lock may have deleted the file, and a new one may have its number, or they
   // have made it grow: what has been added to the data files lies behind all samples then, and stays.
-  const bool same_file = is_still(file_path_, record_);
+  const bool same_file = has_its_samples(file_path_, record_);
   if (grown && same_file && change_records()) {
     count_entries(plan_.samples);
     return ending::done;
   }
   count_entries(record_.sample_count);
-  if (!is_still(file_path_, record_)) return ending::file_changed;
+  if (!has_its_samples(file_path_, record_)) return ending::file_changed;
   undo();
   return ending::failed;
 }

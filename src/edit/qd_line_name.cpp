@@ -21,6 +21,7 @@
 #include "samples/qd_variable_table.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
+#include "util/qu_string.h"
 
 namespace qrd {
 
@@ -28,34 +29,24 @@ namespace {
 
 // Names may be as wide as a variable: they are compared where they stand in the array of all samples.
 struct line_name {
-  const char* text;
-  std::int64_t length;  // without the blanks at both ends
+  std::string_view text;  // without the blanks at both ends
   std::int64_t sample;
-  std::string_view view() const { return {text, static_cast<std::size_t>(length)}; }
 };
-
-line_name trimmed_name(const char* text, std::int64_t width, std::int64_t sample) {
-  std::int64_t end = static_cast<std::int64_t>(strnlen(text, static_cast<std::size_t>(width)));
-  std::int64_t begin = 0;
-  while (begin < end && text[begin] == ' ') ++begin;
-  while (end > begin && text[end - 1] == ' ') --end;
-  return {text + begin, end - begin, sample};
-}
 
 // Reports the first sample without a name or with the name of an earlier one. False if there is one.
 // The names are put in another order.
 bool names_are_distinct(checked_array<line_name>& names) {
   std::int64_t blank = 0;
   for (std::int64_t i = names.count(); i > 0; --i)
-    if (names[i - 1].length == 0) blank = i;
+    if (names[i - 1].text.empty()) blank = i;
 
   std::sort(names.begin(), names.end(), [](const line_name& a, const line_name& b) {
-    int order = a.view().compare(b.view());
+    int order = a.text.compare(b.text);
     return order != 0 ? order < 0 : a.sample < b.sample;
   });
   const line_name *first = nullptr, *second = nullptr;
   for (std::int64_t i = 1; i < names.count(); ++i) {
-    if (names[i].view() != names[i - 1].view()) continue;
+    if (names[i].text != names[i - 1].text) continue;
     if (second == nullptr || names[i].sample < second->sample) {
       first = &names[i - 1];
       second = &names[i];
@@ -67,8 +58,8 @@ bool names_are_distinct(checked_array<line_name>& names) {
   }
   if (second == nullptr) return true;
   qu_message("Sample #%" PRId64 " and Sample #%" PRId64 " in the Line Name Variable are the same (%.*s).\n",
-             first->sample, second->sample, static_cast<int>(std::min<std::int64_t>(first->length, 1000)),
-             first->text);
+             first->sample, second->sample, static_cast<int>(std::min<std::size_t>(first->text.size(), 1000)),
+             first->text.data());
   return false;
 }
 
@@ -90,7 +81,10 @@ int check_names(const char* directory, const char* file, const char* variable) {
     const auto place = qd_text_bytes(texts).subspan(static_cast<std::size_t>((first - 1) * width));
     if (qd_read_char_free(io.id, SEL_MASKED, first, last, &given, place) == 0) return 2;
   }
-  for (std::int64_t i = 0; i < count; ++i) names[i] = trimmed_name(texts.data() + i * width, width, i + 1);
+  for (std::int64_t i = 0; i < count; ++i) {
+    const char* text = texts.data() + i * width;
+    names[i] = {qu_trimmed({text, strnlen(text, static_cast<std::size_t>(width))}), i + 1};
+  }
   return names_are_distinct(names) ? 0 : 1;
 }
 

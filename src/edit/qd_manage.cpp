@@ -71,13 +71,6 @@ int remove_with_selections(const char* path, const char* name) {
   return removed;
 }
 
-// The folder in which a new object has been prepared may have got its number after the look-up. If this holds
-// then that object is prepared where it belongs.
-bool is_still(const char* directory_path, const char* directory) {
-  name_text name;
-  return qd_directory_descriptor_read(directory_path, name) != 0 && std::strcmp(name, directory) == 0;
-}
-
 // A variable that a new file is made with.
 struct initial_variable {
   builtin_variable variable;
@@ -264,13 +257,14 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
   bool has_changed = false;
   if (folder && write_file_files(folder.path(), record, content)) {
     const folder_lock lock(directory_path);
-    if (lock && is_still(directory_path, directory) &&
+    if (lock && qd_is_still<directory_level>(directory_path, directory) &&
         qd_find<file_level>(directory_path, name, existing_path, existing) == LOOKUP_ABSENT)
       placed = folder.place(file_numbering);
     else
       has_changed = true;
   }
-  if (placed == placement::failed && (has_changed || !is_still(directory_path, directory))) {
+  if (placed == placement::failed &&
+      (has_changed || !qd_is_still<directory_level>(directory_path, directory))) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
     name_file(directory, name);
     return 0;

@@ -33,10 +33,10 @@ bool is_bit_length(std::int32_t type, std::int32_t kind, std::int64_t bit_length
 
 // Another server may have deleted the file, or have made it longer, while the variable was prepared for the
 // samples that it had.
-bool is_still(const char* file_path, const qd_file_record& record) {
-  qd_file_record now;
-  return qd_file_descriptor_read(file_path, now) != 0 && std::strcmp(now.name, record.name) == 0 &&
-         now.organisation == record.organisation && now.allocated_samples == record.allocated_samples;
+bool has_its_room(const char* file_path, const qd_file_record& record) {
+  return qd_is_still<file_level>(file_path, record.name, [&record](const qd_file_record& now) {
+    return now.organisation == record.organisation && now.allocated_samples == record.allocated_samples;
+  });
 }
 
 // A column of a macro variable stands for all of them.
@@ -96,13 +96,13 @@ int qd_create_variable(const char* directory, const char* file, const char* name
   if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled)) {
     // Another server may have let the file grow, or made one of that name, until the lock was to be had.
     const folder_lock lock(file_path);
-    if (lock && is_still(file_path, file_record) &&
+    if (lock && has_its_room(file_path, file_record) &&
         qd_find<variable_level>(file_path, name, existing_path, existing) == LOOKUP_ABSENT)
       placed = folder.place(variable_numbering);
     else
       has_changed = true;
   }
-  if (placed == placement::failed && (has_changed || !is_still(file_path, file_record))) {
+  if (placed == placement::failed && (has_changed || !has_its_room(file_path, file_record))) {
     qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
     name_variable(directory, file, name);
     return 0;

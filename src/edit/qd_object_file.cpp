@@ -87,9 +87,8 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
   if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, entry.sample_count, &count, block) == 0) return {};
   object_name_set found;
   for (std::int64_t i = 0; i < count; ++i) {
-    const std::string name(reinterpret_cast<const char*>(block.data()) + i * width,
-                           static_cast<std::size_t>(width));
-    found.insert(qu_trimmed(name.c_str()));
+    const char* text = reinterpret_cast<const char*>(block.data()) + i * width;
+    found.emplace(qu_trimmed({text, strnlen(text, static_cast<std::size_t>(width))}));
   }
   return found;
 }

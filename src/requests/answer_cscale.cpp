@@ -10,6 +10,7 @@
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
+#include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/resource_files.h"
@@ -25,9 +26,6 @@ namespace qrd {
 namespace {
 
 constexpr char read_failure[] = "Cannot read Color Scale named %s.";
-
-// Arrays grow by so many items while they arrive, whatever count was announced.
-constexpr std::int64_t array_step = 1 << 16;
 
 using rgb = std::int32_t[3];
 
@@ -53,17 +51,6 @@ struct scale_description {
   std::vector<std::int32_t> facies_rgbs;  // all reds, all greens, all blues
   std::vector<std::string> facies_labels;
 };
-
-template <typename Item, typename Read>
-bool read_array(std::vector<Item>& items, std::int64_t count, Read read) {
-  array_in_parts whole(count);
-  for (std::int64_t held = 0; held < count; held += array_step) {
-    const std::int64_t step = std::min(array_step, count - held);
-    items.resize(static_cast<std::size_t>(held + step));
-    if (!read(connection.client_socket, items.data() + held, step)) return false;
-  }
-  return true;
-}
 
 bool read_labels(std::vector<std::string>& labels, std::int64_t count) {
   for (std::int64_t i = 0; i < count; ++i) {
@@ -92,14 +79,14 @@ bool read_head(scale_description& sent) {
 bool read_arrays(scale_description& sent) {
   const std::int64_t classes = sent.class_count;
   if (sent.has_manual != 0 && classes >= 1 &&
-      !(read_array(sent.bounds, classes + 1, _qrd_read_double_array) &&
-        read_array(sent.palette_indices, classes, _qrd_read_int_array)))
+      !(read_in_parts(sent.bounds, classes + 1, _qrd_read_double_array) &&
+        read_in_parts(sent.palette_indices, classes, _qrd_read_int_array)))
     return false;
   if (sent.has_facies == 0 || classes < 1 || sent.interval_count < 1) return true;
-  return read_array(sent.facies_minima, sent.interval_count, _qrd_read_double_array) &&
-         read_array(sent.facies_maxima, sent.interval_count, _qrd_read_double_array) &&
-         read_array(sent.facies_indices, sent.interval_count, _qrd_read_int_array) &&
-         read_array(sent.facies_rgbs, 3 * classes, _qrd_read_int_array) &&
+  return read_in_parts(sent.facies_minima, sent.interval_count, _qrd_read_double_array) &&
+         read_in_parts(sent.facies_maxima, sent.interval_count, _qrd_read_double_array) &&
+         read_in_parts(sent.facies_indices, sent.interval_count, _qrd_read_int_array) &&
+         read_in_parts(sent.facies_rgbs, 3 * classes, _qrd_read_int_array) &&
          read_labels(sent.facies_labels, classes);
 }
 

@@ -14,6 +14,7 @@
 #include "edit/qd_polygon.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
+#include "requests/length_factors.h"
 #include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "wire/answer.h"
@@ -54,32 +55,6 @@ std::int32_t for_this_client(std::int32_t organisation) {
   return organisation == WIRE_GRID ? OLD_GRID : OLD_LINES;
 }
 
-// Centimetres per unit of each axis. False if the file has no coordinates.
-struct axis_factors {
-  double x, y, z;
-
-  bool find() {
-    const server_context& context = current_context;
-    x = y = z = distance_format.factor;
-    if (context.unit_mode == 0) return true;
-    qd_format_record formats[3];
-    if (qd_coordinates_formats(1, context.directory, context.file, &formats[0], &formats[1], &formats[2]) !=
-        0) {
-      return false;
-    }
-    x = factor_of(formats[0]);
-    y = factor_of(formats[1]);
-    z = factor_of(formats[2]);
-    return true;
-  }
-
- private:
-  // In a study without units a stored factor doesn't count.
-  static double factor_of(const qd_format_record& format) {
-    return format.length_flag != 0 ? format.factor : 1.0;
-  }
-};
-
 bool write_ints(std::initializer_list<std::int64_t> values) {
   for (std::int64_t value : values) {
     if (!write_value(wire_int{static_cast<std::int32_t>(value)})) return false;
@@ -98,9 +73,9 @@ bool write_name(const char* name) {
   return write_value(wire_string{name, name_size});
 }
 
-bool write_grid(const qd_grid_record& grid, const axis_factors& factors) {
-  return write_doubles({grid.x0 / factors.x, grid.y0 / factors.y, grid.z0 / factors.z, grid.dx / factors.x,
-                        grid.dy / factors.y, grid.dz / factors.z}) &&
+bool write_grid(const qd_grid_record& grid, const unit_divisors& unit) {
+  return write_doubles({grid.x0 / unit.x, grid.y0 / unit.y, grid.z0 / unit.z, grid.dx / unit.x,
+                        grid.dy / unit.y, grid.dz / unit.z}) &&
          write_ints({grid.nx, grid.ny, grid.nz}) && write_value(wire_bool{grid.rotated != 0}) &&
          write_doubles({grid.angle1, grid.angle2, grid.angle3});
 }
@@ -163,8 +138,8 @@ request_status server_answer_file_info(const char* /*request*/) {
   if (!qd_file_path(context.directory, context.file, path)) return refuse("Cannot get physical file path");
   qd_file_record file;
   if (!qd_file_descriptor_read(path, file)) return refuse("Cannot get file descriptor");
-  axis_factors factors;
-  if (!factors.find()) return refuse("Cannot get coords formats");
+  unit_divisors unit;
+  if (!find_client_units(unit)) return not_served;
   const std::int32_t organisation = wire_organisation_of(info.organisation);
   if (organisation < 0) {
     return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
@@ -185,7 +160,7 @@ request_status server_answer_file_info(const char* /*request*/) {
     return write_value(wire_int{for_this_client(organisation)}) && write_name(file.link_name) &&
            write_value(wire_bool{has_faults}) && write_value(wire_bool{has_polygons}) &&
            write_ints({info.dimension}) && write_value(wire_long{info.sample_count}) &&
-           write_ints({info.line_count}) && write_grid(grid, factors) && names.write() &&
+           write_ints({info.line_count}) && write_grid(grid, unit) && names.write() &&
            write_ints({faults.is_2d}) && write_value(wire_bool{faults.has_attributes != 0}) &&
            write_ints({faults.fault_count, faults.segment_count, faults.priority_min, faults.priority_max,
                        faults.priority_limit});

@@ -15,6 +15,7 @@
 #include "requests/context.h"
 #include "requests/file_creation.h"
 #include "requests/handlers.h"
+#include "requests/length_factors.h"
 #include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "units/qu_units.h"
@@ -42,19 +43,6 @@ bool find_grid(grid_target& target) {
   return true;
 }
 
-// The client's units of the three axes. False after a refusal.
-bool find_factors(double (&factors)[3]) {
-  for (double& factor : factors) factor = distance_format.factor;
-  if (current_context.unit_mode == 0) return true;
-  qd_format_record formats[3];
-  if (qd_coordinates_formats(0, current_context.directory, current_context.file, &formats[0], &formats[1],
-                             &formats[2]) != 0) {
-    return refuse("Cannot get coords formats");
-  }
-  for (int axis = 0; axis < 3; ++axis) factors[axis] = qu_format_factor(formats[axis]);
-  return true;
-}
-
 request_status write_grid(const grid_target& target) {
   descriptor_changes change;
   // What was derived from the old geometry goes once the new one has found its room on the disk.
@@ -67,15 +55,16 @@ request_status write_grid(const grid_target& target) {
 // Puts three lengths off the socket into the grid fields of the current file.
 request_status modify_lengths(double qd_grid_record::*x, double qd_grid_record::*y,
                               double qd_grid_record::*z) {
-  double values[3] = {}, factors[3] = {};
+  double values[3] = {};
+  unit_divisors unit;
   grid_target target;
   if (!read_arguments(values[0], values[1], values[2])) return not_served;
-  if (!find_grid(target) || !find_factors(factors)) return not_served;
+  if (!find_grid(target) || !find_client_units(unit)) return not_served;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
-  target.record.grid.*x = values[0] * factors[0];
-  target.record.grid.*y = values[1] * factors[1];
-  if (target.is_3d()) target.record.grid.*z = values[2] * factors[2];
+  target.record.grid.*x = values[0] * unit.x;
+  target.record.grid.*y = values[1] * unit.y;
+  if (target.is_3d()) target.record.grid.*z = values[2] * unit.z;
   return write_grid(target);
 }
 

@@ -11,10 +11,9 @@
 #include "catalogue/qd_lookup.h"
 #include "disk/qu_polygon_shape.h"
 #include "edit/qd_polygon.h"
+#include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/arrays.h"
@@ -61,21 +60,17 @@ class name_ranks {
   std::int64_t next_ = 0;
 };
 
-enum class arrival { complete, broken, refused };
-
 arrival read_entry(contour_entry& entry) {
   double z_min = 0, z_max = 0;
   std::int32_t count = 0;
   if (!read_arguments(entry.contour_name, entry.polygon_name, z_min, z_max, count)) return arrival::broken;
   if (count < 0) return arrival::refused;
-  array_in_parts whole(2 * std::int64_t{count});
-  for (std::int64_t held = 0; held < count; held += ring_step) {
-    const std::int64_t step = std::min(ring_step, count - held);
-    entry.vertices.resize(static_cast<std::size_t>(held + step));
-    if (!_qrd_read_double_array(connection.client_socket, &entry.vertices[static_cast<std::size_t>(held)].x,
-                                2 * step))
-      return arrival::broken;
-  }
+  const bool read =
+      read_in_parts(entry.vertices, count, 2, ring_step, [&entry](std::int64_t first, std::int64_t part) {
+        double* place = &entry.vertices[static_cast<std::size_t>(first)].x;
+        return _qrd_read_double_array(connection.client_socket, place, 2 * part) != 0;
+      });
+  if (!read) return arrival::broken;
   for (vertex& corner : entry.vertices) {
     corner.x *= axis_format_x.factor;
     corner.y *= axis_format_y.factor;

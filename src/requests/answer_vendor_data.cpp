@@ -4,12 +4,12 @@
 #include <string>
 
 #include "edit/qd_vendor_data.h"
+#include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
-#include "wire/arrays.h"
 #include "wire/debug.h"
 #include "wire/messages.h"
 #include "wire/trace.h"
@@ -22,8 +22,6 @@ namespace {
 constexpr char read_failure[] = "An error occured while reading vendor data";
 constexpr char write_failure[] = "An error occured while writing vendor data";
 constexpr char memory_failure[] = "Memory Allocation error for atttribute";
-// Arrays grow by so many items while they arrive, whatever count was announced.
-constexpr std::int64_t array_step = 1 << 16;
 
 // Who owns the bag of a request: 0 the study, 1 the directory, 2 the file, 3 and more the variable.
 // `text` names the owner in debug prints. False after a refusal.
@@ -48,13 +46,10 @@ bool find_owner(std::int32_t scope, vendor_owner& owner, std::string& text) {
   return true;
 }
 
-// How the value of an attribute arrived.
-enum class arrival { complete, broken, no_memory };
-
 arrival read_text(std::string& text) {
   std::int32_t room = 0;
   if (!read_arguments(room)) return arrival::broken;
-  if (room < 1) return arrival::no_memory;
+  if (room < 1) return arrival::refused;
   request_text received;
   if (!_qrd_read_string(connection.client_socket, received.address(), static_cast<std::uint32_t>(room)))
     return arrival::broken;
@@ -66,20 +61,14 @@ template <typename Item, typename Read>
 arrival read_array(std::vector<Item>& items, Read read) {
   std::int32_t count = 0;
   if (!read_arguments(count)) return arrival::broken;
-  if (count < 0) return arrival::no_memory;
-  array_in_parts whole(count);
-  for (std::int64_t held = 0; held < count; held += array_step) {
-    const std::int64_t step = std::min(array_step, count - held);
-    items.resize(static_cast<std::size_t>(held + step));
-    if (!read(connection.client_socket, items.data() + held, step)) return arrival::broken;
-  }
-  return arrival::complete;
+  if (count < 0) return arrival::refused;
+  return read_in_parts(items, count, read) ? arrival::complete : arrival::broken;
 }
 
 arrival read_texts(std::vector<std::string>& texts) {
   std::int32_t count = 0;
   if (!read_arguments(count)) return arrival::broken;
-  if (count < 0) return arrival::no_memory;
+  if (count < 0) return arrival::refused;
   for (std::int32_t i = 0; i < count; ++i)
     if (arrival each = read_text(texts.emplace_back()); each != arrival::complete) return each;
   return arrival::complete;
@@ -206,7 +195,7 @@ request_status server_answer_vendor_data_write(const char* /*request*/) {
         return clean_and_refuse("Wrong Vendor Data Type (%d)", type);
       const arrival state = read_value(attribute);
       if (state == arrival::broken) return not_served;
-      if (state == arrival::no_memory) return clean_and_refuse("%s", memory_failure);
+      if (state == arrival::refused) return clean_and_refuse("%s", memory_failure);
     }
   } catch (const std::bad_alloc&) {
     return clean_and_refuse("%s", memory_failure);

@@ -7,6 +7,7 @@
 #include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
 #include "edit/qd_wireframe.h"
+#include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "samples/qd_reported_check.h"
@@ -27,31 +28,33 @@ constexpr char triangles_failure[] = "Error while reading triangles from network
 constexpr std::int64_t array_step = 1 << 10;
 constexpr std::int64_t most_room = 1 << 23;
 
-// How a piece arrived; the texts are those that the client gets.
-struct arrival {
-  bool silent = false;            // the stream broke where nothing is answered
-  const char* refusal = nullptr;  // null: complete
+// What the client is told of a part that can't be taken.
+struct triple_texts {
+  const char* unread;
+  const char* no_memory;
 };
 
-// Reads `count` times three numbers; `finish(first)` sees those that have come, from number `first` on, while
+// Reads `count` times three numbers; `finish(first)` sees those that have come, from triple `first` on, while
 // they are in the processor's cache.
 template <typename Number, typename Read, typename Finish>
-const char* read_triples(number_block<Number>& numbers, std::int64_t count, Read read, const char* read_text,
-                         const char* memory_text, Finish finish) {
-  if (count < 0) return memory_text;
+arrival read_triples(number_block<Number>& numbers, std::int64_t count, Read read, const triple_texts& texts,
+                     const char*& refusal, Finish finish) {
+  refusal = texts.no_memory;
+  if (count < 0) return arrival::refused;
   try {
     numbers.reserve(static_cast<std::size_t>(3 * std::min(count, most_room)));
-    array_in_parts whole(3 * count);
-    for (std::int64_t held = 0; held < count; held += array_step) {
-      const std::int64_t step = std::min(array_step, count - held);
-      numbers.resize(static_cast<std::size_t>(3 * (held + step)));
-      if (!read(connection.client_socket, numbers.data() + 3 * held, 3 * step)) return read_text;
-      finish(held);
-    }
+    const bool complete =
+        read_in_parts(numbers, 3 * count, 1, 3 * array_step, [&](std::int64_t first, std::int64_t part) {
+          if (!read(connection.client_socket, numbers.data() + first, part)) return false;
+          finish(first / 3);
+          return true;
+        });
+    if (complete) return arrival::complete;
   } catch (const std::bad_alloc&) {
-    return memory_text;
+    return arrival::refused;
   }
-  return nullptr;
+  refusal = texts.unread;
+  return arrival::refused;
 }
 
 // To centimetres, and into the extents.
@@ -64,33 +67,33 @@ void take_vertices(wireframe_piece& piece, std::int64_t first) {
   qu_piece_extend(piece, first);
 }
 
-// `valid` stays true while every triangle names vertices of the piece.
-arrival read_piece(wireframe_piece& piece, bool& valid) {
+// `valid` stays true while every triangle names vertices of the piece. The client is told `refusal` of what
+// is refused.
+arrival read_piece(wireframe_piece& piece, bool& valid, const char*& refusal) {
+  constexpr triple_texts vertex_texts = {"Error while reading vertices from network",
+                                         "Not enough memory to store wireframes vertices in memory."};
+  constexpr triple_texts triangle_texts = {triangles_failure,
+                                           "Not enough memory to store wireframes triangles in memory."};
   std::int32_t vertices = 0, triangles = 0;
-  if (!read_arguments(vertices, triangles)) return {true, read_failure};
-  if (const char* failure = read_triples(piece.vertices, vertices, _qrd_read_double_array,
-                                         "Error while reading vertices from network",
-                                         "Not enough memory to store wireframes vertices in memory.",
-                                         [&piece](std::int64_t first) { take_vertices(piece, first); }))
-    return {false, failure};
-  if (const char* failure =
-          read_triples(piece.triangles, triangles, _qrd_read_int_array, triangles_failure,
-                       "Not enough memory to store wireframes triangles in memory.",
-                       [&](std::int64_t first) { valid = valid && qu_piece_valid(piece, first); }))
-    return {false, failure};
-  return {};
+  if (!read_arguments(vertices, triangles)) return arrival::broken;
+  const arrival state = read_triples(piece.vertices, vertices, _qrd_read_double_array, vertex_texts, refusal,
+                                     [&piece](std::int64_t first) { take_vertices(piece, first); });
+  if (state != arrival::complete) return state;
+  return read_triples(piece.triangles, triangles, _qrd_read_int_array, triangle_texts, refusal,
+                      [&](std::int64_t first) { valid = valid && qu_piece_valid(piece, first); });
 }
 
-arrival read_object(wireframe_object& object, bool& valid) {
+arrival read_object(wireframe_object& object, bool& valid, const char*& refusal) {
   std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
-  if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return {false, read_failure};
+  refusal = read_failure;
+  if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return arrival::refused;
   object.red = red;
   object.green = green;
   object.blue = blue;
   for (std::int32_t i = 0; i < pieces; ++i)
-    if (arrival state = read_piece(object.pieces.emplace_back(), valid); state.refusal != nullptr)
+    if (arrival state = read_piece(object.pieces.emplace_back(), valid, refusal); state != arrival::complete)
       return state;
-  return {};
+  return arrival::complete;
 }
 
 }  // namespace
@@ -115,9 +118,10 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
   bool valid = true;
   try {
     for (std::int32_t i = 0; i < count; ++i) {
-      const arrival state = read_object(root->objects.emplace_back(), valid);
-      if (state.silent) return not_served;
-      if (state.refusal != nullptr) return clean_and_refuse("%s", state.refusal);
+      const char* refusal = nullptr;
+      const arrival state = read_object(root->objects.emplace_back(), valid, refusal);
+      if (state == arrival::broken) return not_served;
+      if (state == arrival::refused) return clean_and_refuse("%s", refusal);
     }
   } catch (const std::bad_alloc&) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});

@@ -1,22 +1,18 @@
 // The client's length factors for the coordinates of a geometry.
 #pragma once
 
-#include "requests/context.h"
 #include "units/qu_units.h"
 
 namespace qrd {
 
 // Centimetres per unit of the client, axis by axis.
 struct unit_divisors {
-  double x, y, z;
+  double x = 1.0, y = 1.0, z = 1.0;
 };
 
 // For an object whose coordinates have these formats.
-inline unit_divisors client_units(const qd_format_record& x, const qd_format_record& y,
-                                  const qd_format_record& z) {
-  if (current_context.unit_mode == 0)
-    return {distance_format.factor, distance_format.factor, distance_format.factor};
-  return {qu_format_factor(x), qu_format_factor(y), qu_format_factor(z)};
-}
+unit_divisors client_units(const qd_format_record& x, const qd_format_record& y, const qd_format_record& z);
+// For the current file. False after a refusal: it lacks coordinates of its dimension.
+bool find_client_units(unit_divisors& unit);
 
 }  // namespace qrd

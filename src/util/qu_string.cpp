@@ -78,12 +78,9 @@ void qu_string_copy(const char* source, std::size_t size, char* destination) {
 }
 
 char* qu_string_trim(char* text) {
-  std::size_t length = std::strlen(text);
-  while (length > 0 && text[length - 1] == ' ') length--;
-  std::size_t first = 0;
-  while (first < length && text[first] == ' ') first++;
-  std::memmove(text, text + first, length - first);
-  text[length - first] = '\0';
+  const std::string_view kept = qu_trimmed(text);
+  std::memmove(text, kept.data(), kept.size());
+  text[kept.size()] = '\0';
   return text;
 }
 
@@ -141,11 +138,9 @@ void qu_time_text(char (&destination)[time_text_size], std::time_t time) {
     destination[0] = '\0';
 }
 
-std::string qu_trimmed(const char* text) {
-  const std::string whole = text;
-  const std::size_t first = whole.find_first_not_of(' ');
-  if (first == std::string::npos) return {};
-  return whole.substr(first, whole.find_last_not_of(' ') - first + 1);
+std::string_view qu_trimmed(std::string_view text) {
+  const std::size_t first = std::min(text.find_first_not_of(' '), text.size());
+  return text.substr(first, text.find_last_not_of(' ') + 1 - first);
 }
 
 }  // namespace qrd

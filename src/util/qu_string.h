@@ -43,7 +43,7 @@ int qu_number_exceeds(const char* format, std::initializer_list<std::int64_t> nu
 inline constexpr std::size_t time_text_size = 30;
 void qu_time_text(char (&destination)[time_text_size], std::time_t time);
 
-// Without blanks at both ends.
-std::string qu_trimmed(const char* text);
+// Without blanks at both ends; a part of the text.
+std::string_view qu_trimmed(std::string_view text);
 
 }  // namespace qrd

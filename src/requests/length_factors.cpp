@@ -1,0 +1,24 @@
+#include "requests/length_factors.h"
+
+#include "catalogue/qd_info.h"
+#include "requests/context.h"
+#include "wire/answer.h"
+
+namespace qrd {
+
+unit_divisors client_units(const qd_format_record& x, const qd_format_record& y, const qd_format_record& z) {
+  if (current_context.unit_mode == 0)
+    return {distance_format.factor, distance_format.factor, distance_format.factor};
+  return {qu_format_factor(x), qu_format_factor(y), qu_format_factor(z)};
+}
+
+bool find_client_units(unit_divisors& unit) {
+  qd_format_record x, y, z;
+  if (current_context.unit_mode != 0 &&
+      qd_coordinates_formats(1, current_context.directory, current_context.file, &x, &y, &z) != 0)
+    return refuse("Cannot get coords formats");
+  unit = client_units(x, y, z);
+  return true;
+}
+
+}  // namespace qrd
