@@ -10,6 +10,7 @@
 
 #include "end_to_end/hostile.h"
 #include "support/layout.h"
+#include "support/programs.h"
 #include "wire/connection.h"
 
 namespace qrd::test {

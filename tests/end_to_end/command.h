@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/program_run.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 
@@ -20,7 +21,7 @@ class commands : public testing::Test {
  protected:
   program_run run(strings arguments, const std::string& input = {}) {
     arguments.insert(arguments.begin(), {"--root", root_});
-    return run_program(QRD_CLIENT_PROGRAM, std::move(arguments), input);
+    return run_program(client_program, std::move(arguments), input);
   }
 
   // What a run prints that has to go well.
@@ -51,7 +52,7 @@ class commands : public testing::Test {
 
   // The root becomes a copy of the sample database.
   void use_sample_database() {
-    std::filesystem::copy(QRD_TEST_DATA "/root", root_, std::filesystem::copy_options::recursive);
+    std::filesystem::copy(shipped_root, root_, std::filesystem::copy_options::recursive);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root_))
       std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_write,
                                    std::filesystem::perm_options::add);

@@ -2,6 +2,7 @@
 #include "client/connection.h"
 #include "client/server_process.h"
 #include "end_to_end/command.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 namespace {
@@ -41,7 +42,7 @@ TEST_F(commands, a_deletion_asks_on_a_terminal) {
   good({"import", "points", "S", "D", "P", "-", "--bits", "v=32"}, "x,y,v\n1,2,3\n4,5,6\n");
   if (!std::filesystem::exists("/usr/bin/script")) GTEST_SKIP() << "needs script(1)";
   const auto answered = [&](const std::string& word) {
-    const std::string line = std::string(QRD_CLIENT_PROGRAM) + " --root " + root_ + " rm S D P";
+    const std::string line = std::string(client_program) + " --root " + root_ + " rm S D P";
     return run_program("/usr/bin/script", {"-qec", line, "/dev/null"}, word + "\n");
   };
   const program_run kept = answered("n");
@@ -95,7 +96,7 @@ TEST_F(commands, missing_values_hold_their_place) {
   use_sample_database();
   good({"new", "grid", "Holes", "Drilling", "G", "--nodes", "2", "2"});
   client::server_options options;
-  options.program = QRD_SERVER_PROGRAM;
+  options.program = server_program;
   client::server_process server(options);
   {
     client::connection connection = server.connect();

@@ -3,6 +3,7 @@
 
 #include "client/server_process.h"
 #include "end_to_end/command.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
@@ -121,7 +122,7 @@ TEST_F(commands, takes_database_and_server_from_its_environment) {
   make_directory();
   const auto with = [&](const strings& environment, strings arguments) {
     strings all = environment;
-    all.push_back(QRD_CLIENT_PROGRAM);
+    all.push_back(client_program);
     all.insert(all.end(), arguments.begin(), arguments.end());
     return run_program("/usr/bin/env", all);
   };
@@ -207,7 +208,7 @@ TEST_F(commands, exports_replace_nothing_unasked) {
 TEST_F(commands, asks_a_multi_session_server_for_a_session) {
   make_directory();
   client::server_options options;
-  options.program = QRD_SERVER_PROGRAM;
+  options.program = server_program;
   options.arguments = {"-multi"};
   client::server_process parent(options);
   const strings server = {"--server", "127.0.0.1:" + std::to_string(parent.port())};

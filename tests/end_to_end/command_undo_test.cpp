@@ -9,6 +9,7 @@
 
 #include "client/server_process.h"
 #include "end_to_end/command.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 namespace {
@@ -19,7 +20,7 @@ using std::chrono::steady_clock;
 class background_run {
  public:
   background_run(strings arguments, const std::string& errors) {
-    arguments.insert(arguments.begin(), QRD_CLIENT_PROGRAM);
+    arguments.insert(arguments.begin(), client_program);
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
@@ -27,7 +28,7 @@ class background_run {
     if (id_ != 0) return;
     dup2(open(errors.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-    execv(QRD_CLIENT_PROGRAM, pointers.data());
+    execv(client_program, pointers.data());
     _exit(127);
   }
 
@@ -132,7 +133,7 @@ std::string listening_address(std::uint16_t port) {
 
 TEST(private_server, listens_on_loopback_alone) {
   client::server_options options;
-  options.program = QRD_SERVER_PROGRAM;
+  options.program = server_program;
   client::server_process own(options);
   EXPECT_EQ(listening_address(own.port()), "0100007F");
   options.environment = {{"QRD_LISTEN_ADDRESS", "0.0.0.0"}};

@@ -7,6 +7,7 @@
 #include "support/bytes.h"
 #include "support/connections.h"
 #include "support/layout.h"
+#include "support/programs.h"
 #include "support/request_session.h"
 #include "support/server_process.h"
 
@@ -114,7 +115,8 @@ TEST(every_request, is_served_on_a_connection_that_is_there) {
       settings.program = "/bin/sh";
       settings.arguments = {"-c",
                             "export LISTEN_PID=$$ LISTEN_FDS=1 LISTEN_FDNAMES=connection; "
-                            "exec " QRD_SERVER_PROGRAM " -inetd -debug 3<&0 </dev/null"};
+                            "exec " +
+                                std::string(server_program) + " -inetd -debug 3<&0 </dev/null"};
     }
     server_process server(settings);
     raw_connection client = pair.take_near();

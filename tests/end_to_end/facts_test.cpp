@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/database.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 namespace {
@@ -27,7 +28,7 @@ std::string setting(const char* name, const char* shipped) {
 }
 
 json facts() {
-  const std::string path = setting("QRD_FACTS_FILE", QRD_TEST_DATA "/facts.json");
+  const std::string path = setting("QRD_FACTS_FILE", shipped_facts);
   json values;
   std::ifstream(path) >> values;
   return values;
@@ -104,7 +105,7 @@ void check_numbers(client::connection& connection, const json& fact, const clien
 }
 
 TEST(facts, hold_over_the_wire_in_metres_and_in_feet) {
-  const database copy(setting("QRD_FACTS_ROOT", QRD_TEST_DATA "/root"));
+  const database copy(setting("QRD_FACTS_ROOT", shipped_root));
   served server(copy.root());
   const json all = facts();
   ASSERT_FALSE(all.empty());

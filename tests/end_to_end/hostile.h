@@ -137,7 +137,4 @@ inline void in_parallel(int count, const std::string& source,
     });
 }
 
-// The shipped database.
-inline const std::string shipped_root = QRD_TEST_DATA "/root";
-
 }  // namespace qrd::test

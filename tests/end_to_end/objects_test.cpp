@@ -9,6 +9,7 @@
 
 #include "support/database.h"
 #include "support/program_run.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 namespace {
@@ -21,7 +22,7 @@ class objects : public testing::Test, protected served_study {
   // What the program prints, in words or as JSON.
   std::string told(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"--root", root.path()});
-    const program_run run = run_program(QRD_CLIENT_PROGRAM, arguments);
+    const program_run run = run_program(client_program, arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
     return run.output;
   }

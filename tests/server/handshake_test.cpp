@@ -10,6 +10,7 @@
 #include "server/close.h"
 #include "server/trace_text.h"
 #include "support/bytes.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
@@ -55,7 +56,7 @@ TEST(handshake, whole_conversation) {
   EXPECT_EQ(client.receive_rest(), "");
   EXPECT_EQ(server.wait(), 0);
   EXPECT_GE(clock::now() - start, 950ms);
-  EXPECT_EQ(server.output(), std::string(QRD_SERVER_PROGRAM) + " 15.03 (2015.3)\n");
+  EXPECT_EQ(server.output(), std::string(server_program) + " 15.03 (2015.3)\n");
   EXPECT_EQ(server.errors(), "");
 }
 
@@ -164,7 +165,7 @@ TEST(connection, answers_at_once_and_keeps_alive) {
 }
 
 TEST(debug, closed_standard_streams_do_not_become_sockets) {
-  server_process server({.arguments = {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", QRD_SERVER_PROGRAM, "-debug"},
+  server_process server({.arguments = {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", server_program, "-debug"},
                          .program = "/bin/sh"});
   raw_connection client = server.connect();
   expect_answer(client, arch, arch_answer);
@@ -190,7 +191,7 @@ TEST(debug, shows_the_traffic_with_the_context) {
   // The client's own port isn't known here.
   std::size_t from = output.find("Get a client connection from 127.0.0.1:");
   ASSERT_NE(from, std::string::npos) << output;
-  EXPECT_EQ(output.substr(0, from), std::string(QRD_SERVER_PROGRAM) + " 15.03 (2015.3)\n" + head +
+  EXPECT_EQ(output.substr(0, from), std::string(server_program) + " 15.03 (2015.3)\n" + head +
                                         "Setting debug mode to on.\nQRDserver Debug: New Socket Port: " +
                                         std::to_string(server.port()) +
                                         "\nQRDserver Debug: Wait for connection...\nQRDserver Debug: ");

@@ -8,6 +8,7 @@
 
 #include "support/bytes.h"
 #include "support/connections.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 #include "wire/request_table.h"
 
@@ -142,7 +143,7 @@ TEST(inherited, anything_but_a_connection_is_refused) {
   for (const char* passed : {"LISTEN_PID=1 LISTEN_FDS=1", "LISTEN_PID=$$ LISTEN_FDS=2", "LISTEN_FDS=1"}) {
     const socket_pair pair;
     const std::string script =
-        std::string("export ") + passed + "; exec " QRD_SERVER_PROGRAM " -inetd 3<&0 4<&0 </dev/null";
+        std::string("export ") + passed + "; exec " + server_program + " -inetd 3<&0 4<&0 </dev/null";
     server_process server({.arguments = {"-c", script},
                            .controlled = false,
                            .program = "/bin/sh",

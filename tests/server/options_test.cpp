@@ -5,12 +5,13 @@
 
 #include "server/trace_text.h"
 #include "support/bytes.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
 namespace {
 
-const std::string program = QRD_SERVER_PROGRAM;
+const std::string program = server_program;
 const std::string banner = program + " 15.03 (2015.3)\n";
 const std::string usage = "Usage: " + program + " [-help] [-port port_number] [-multisession]\n";
 const std::string help = usage +

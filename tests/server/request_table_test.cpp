@@ -15,6 +15,7 @@
 #include "support/console.h"
 #include "support/layout.h"
 #include "support/open_study.h"
+#include "support/programs.h"
 #include "wire/buffer.h"
 #include "wire/client_versions.h"
 #include "wire/connection.h"
@@ -147,7 +148,7 @@ std::string table_of_clients() {
 }
 
 TEST(protocol_document, tells_the_request_table) {
-  const std::string path = QRD_TEST_DATA "/../../docs/protocol.md";
+  const std::string path = protocol_document;
   std::string document = read_file(path);
   for (const std::string& table : {table_of_requests(), table_of_parts(), table_of_clients()}) {
     const std::size_t at = document.find(table.substr(0, table.find('\n') + 1));

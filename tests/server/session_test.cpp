@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "support/bytes.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
@@ -143,7 +144,7 @@ TEST(multi_session, tells_the_child_of_old_clients_and_of_debugging) {
 
 // A copy of the server under another name, beside what it takes for its own program.
 std::string parent_beside(const temporary_directory& directory, const std::string& child_script) {
-  fs::copy_file(QRD_SERVER_PROGRAM, directory / "parent");
+  fs::copy_file(server_program, directory / "parent");
   if (!child_script.empty()) {
     write_file(directory / "QRDserver", child_script);
     fs::permissions(directory / "QRDserver", fs::perms::owner_all);

@@ -9,6 +9,7 @@
 #include "client/error.h"
 #include "support/database.h"
 #include "support/program_run.h"
+#include "support/programs.h"
 
 namespace qrd::test {
 
@@ -44,7 +45,7 @@ server_settings settings_for(process_numbers numbers) {
   settings.environment["QRD_SYNC"] = "0";
   if (numbers == process_numbers::equal) {
     settings.arguments.assign(in_own_namespace().begin() + 1, in_own_namespace().end());
-    settings.arguments.emplace_back(QRD_SERVER_PROGRAM);
+    settings.arguments.emplace_back(server_program);
     settings.program = in_own_namespace().front();
   }
   return settings;

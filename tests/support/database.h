@@ -12,6 +12,7 @@
 
 #include "client/connection.h"
 #include "support/bytes.h"
+#include "support/programs.h"
 #include "support/server_process.h"
 #include "support/study_root.h"
 #include "support/temporary_directory.h"
@@ -42,7 +43,7 @@ inline std::vector<std::string> changes(const tree_image& before, const tree_ima
 
 class database {
  public:
-  explicit database(const std::string& source = QRD_TEST_DATA "/root") {
+  explicit database(const std::string& source = shipped_root) {
     std::filesystem::copy(source, root(), std::filesystem::copy_options::recursive);
     // A source that can't be written gives a copy that can't.
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root()))

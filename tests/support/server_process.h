@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/programs.h"
 #include "support/temporary_directory.h"
 
 namespace qrd::test {
@@ -70,7 +71,7 @@ struct server_settings {
   std::map<std::string, std::string> environment = {};
   bool controlled = true;
   // Instead of the built server.
-  std::string program = QRD_SERVER_PROGRAM;
+  std::string program = server_program;
   // Open descriptors that become its standard streams. Else the input is the test's own, and the others are
   // kept for output() and errors().
   std::array<int, 3> streams = {-1, -1, -1};
