@@ -70,7 +70,7 @@ int qd_comment_write(const char* directory, const char* file, const char* variab
     return 1;
   }
   // Appending reads what is there, and the opening has just emptied it: clients count on the replacement.
-  return qd_comment_replace(object_path, text);
+  return qd_comment_replace(object_path, text) == object_state::sound ? 0 : 1;
 }
 
 }  // namespace qrd

@@ -8,7 +8,7 @@ namespace qrd {
 
 int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts) {
   counts.clear();
-  if (qd_two_files_available() == 0) return 0;
+  if (!qd_two_files_available()) return 0;
   path_text path;
   qd_file_record record;
   std::vector<std::int64_t> offsets;

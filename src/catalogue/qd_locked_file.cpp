@@ -12,7 +12,8 @@ lookup_result locked_file::open(const char* directory, const char* name) {
   if (found != LOOKUP_FOUND) return found;
   lock.emplace(path);
   if (!*lock) return errno == ENOENT ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
-  if (qd_file_descriptor_read(path, record) == 0) return qd_object_gone() ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
+  const object_state state = qd_file_descriptor_read(path, record);
+  if (state != object_state::sound) return state == object_state::gone ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
   // Its number may have a new owner by now.
   return std::strcmp(record.name, name) == 0 ? LOOKUP_FOUND : LOOKUP_ABSENT;
 }

@@ -16,8 +16,9 @@ namespace {
 // Is the index of a name among those of the macro variable in that folder?
 lookup_result find_index(const char* variable_path, const qd_variable_record& record, const char* variable) {
   if (record.type != VAR_MACRO) return LOOKUP_ABSENT;
-  macro_descriptor descriptor(qd_macro_descr_read(variable_path));
-  if (!descriptor) return qd_object_gone() ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
+  object_state state = object_state::sound;
+  const macro_descriptor descriptor(qd_macro_descr_read(variable_path, &state));
+  if (!descriptor) return state == object_state::gone ? LOOKUP_ABSENT : LOOKUP_UNREADABLE;
   return qd_macro_name_alpha_indice(*descriptor, variable, nullptr) > 0 ? LOOKUP_FOUND : LOOKUP_ABSENT;
 }
 
@@ -45,7 +46,7 @@ lookup_result qd_look_for_variable(bool test_index, const char* file_path, const
   name_text name;
   if (!qd_catalogue_name(variable, name)) return LOOKUP_ABSENT;
   const lookup_result result = qd_find<variable_level>(file_path, name, path, record);
-  if (result != LOOKUP_FOUND || !test_index || qd_macro_name_kind(variable) <= 0) return result;
+  if (result != LOOKUP_FOUND || !test_index || !qd_macro_names_column(variable)) return result;
   return find_index(path, record, variable);
 }
 

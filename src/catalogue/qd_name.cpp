@@ -47,8 +47,9 @@ int qd_variable_name_check(const char* name, int type) {
   if (code != NAME_VALID) return code;
   // An index is looked for at the very end of a name: behind it, blanks would make a macro unreachable,
   // and can't hide one in a plain name.
-  if (type == VAR_MACRO) return qd_macro_name_kind(name) == -1 ? NAME_VALID : NAME_BAD_MACRO;
-  return qd_macro_name_kind(std::string(qu_trimmed(name)).c_str()) == 0 ? NAME_VALID : NAME_FORBIDDEN;
+  if (type == VAR_MACRO) return qd_macro_name_kind(name) == index_form::generic ? NAME_VALID : NAME_BAD_MACRO;
+  const bool is_plain = qd_macro_name_kind(std::string(qu_trimmed(name)).c_str()) == index_form::none;
+  return is_plain ? NAME_VALID : NAME_FORBIDDEN;
 }
 
 const char* qd_name_fault(int code, named_object object) {

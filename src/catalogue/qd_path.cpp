@@ -21,8 +21,8 @@ bool directory_level::is_entry(const char* parent, const char* entry) {
   return false;
 }
 
-bool unread_objects::pass_over() {
-  switch (qd_object_state()) {
+bool unread_objects::pass_over(object_state state) {
+  switch (state) {
     case object_state::gone:
       gone_ = true;
       return true;
@@ -99,7 +99,7 @@ bool qd_catalogue_name(const char* variable, name_text& name) {
   constexpr std::size_t generic_room = name_size - sizeof "[xxxxx]";
   if (std::strlen(variable) >= name_size) return false;
   qu_path_join(name, {variable});
-  if (qd_macro_name_kind(name) <= 0) return true;
+  if (!qd_macro_names_column(name)) return true;
   const char opening = name[std::strlen(name) - 1] == ']' ? '[' : '{';
   if (static_cast<std::size_t>(std::strrchr(name, opening) - name) > generic_room) return false;
   qd_macro_name_generic(name);

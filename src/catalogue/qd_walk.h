@@ -26,7 +26,7 @@ struct directory_level {
   using record_type = qd_directory_record;
   // DIRE. at the start. The same in another case is fatal: the tree was moved carelessly.
   static bool is_entry(const char* parent, const char* entry);
-  static int read(const char* path, record_type& record) {
+  static object_state read(const char* path, record_type& record) {
     return qd_directory_descriptor_read(path, record.name);
   }
 };
@@ -36,7 +36,9 @@ struct file_level {
   static bool is_entry(const char* /*parent*/, const char* entry) {
     return std::strstr(entry, "FILE.") != nullptr;
   }
-  static int read(const char* path, record_type& record) { return qd_file_descriptor_read(path, record); }
+  static object_state read(const char* path, record_type& record) {
+    return qd_file_descriptor_read(path, record);
+  }
 };
 struct variable_level {
   using record_type = qd_variable_record;
@@ -44,7 +46,9 @@ struct variable_level {
   static bool is_entry(const char* /*parent*/, const char* entry) {
     return std::strstr(entry, "VARI.") != nullptr;
   }
-  static int read(const char* path, record_type& record) { return qd_variable_descriptor_read(path, record); }
+  static object_state read(const char* path, record_type& record) {
+    return qd_variable_descriptor_read(path, record);
+  }
 };
 
 enum class walk_end {
@@ -59,8 +63,8 @@ enum class walk_end {
 // Keeps count of what a walk could not read.
 class unread_objects {
  public:
-  // Of the object that was just tried. False if it is no use to go on: handles, or the disk, are missing.
-  bool pass_over();
+  // Of an object that isn't sound. False if it is no use to go on: handles, or the disk, are missing.
+  [[nodiscard]] bool pass_over(object_state state);
   bool any_gone() const { return gone_; }
   walk_end end() const;
 
@@ -82,8 +86,9 @@ walk_end qd_walk(const char* parent, path_text& path, typename Level::record_typ
   while (const char* entry = listing.next()) {
     if (!Level::is_entry(parent, entry)) continue;
     qu_path_join(path, {parent, path_separator, entry});
-    if (!Level::read(path, record)) {
-      if (!unread.pass_over()) break;
+    const object_state state = Level::read(path, record);
+    if (state != object_state::sound) {
+      if (!unread.pass_over(state)) break;
       continue;
     }
     any_seen = true;
@@ -98,7 +103,7 @@ walk_end qd_walk(const char* parent, path_text& path, typename Level::record_typ
 template <typename Level, typename Holds>
 bool qd_is_still(const char* path, const char* name, Holds holds) {
   typename Level::record_type now;
-  return Level::read(path, now) && std::strcmp(now.name, name) == 0 &&
+  return Level::read(path, now) == object_state::sound && std::strcmp(now.name, name) == 0 &&
          holds(static_cast<const typename Level::record_type&>(now));
 }
 template <typename Level>
@@ -114,7 +119,7 @@ int qd_remove_object(const char* path, IsMeant is_meant) {
   bool can_tell = true;
   const int removed = qd_remove_folder(path, [&](const char* folder) {
     typename Level::record_type record;
-    can_tell = Level::read(folder, record) != 0;
+    can_tell = Level::read(folder, record) == object_state::sound;
     return can_tell && is_meant(static_cast<const typename Level::record_type&>(record));
   });
   return can_tell ? removed : 0;

@@ -97,7 +97,7 @@ bool choose_registered(const char* wanted, const string_list& names, const strin
   auto fits = [&](std::int64_t i) {
     study_record record;
     choice = {names[i], paths[i]};
-    return qu_study_descriptor_read(true, choice.name, choice.path, &record) == 0;
+    return qu_study_descriptor_read(true, choice.name, choice.path, &record) == study_fitness::usable;
   };
   if (std::strcmp(wanted, no_name) != 0)
     for (std::int64_t i = 0; i < count; ++i)
@@ -152,13 +152,12 @@ bool is_registered(const string_list& all_paths) {
 bool register_study() {
   const folder_lock lock(store.root_path);
   string_list all_names, all_paths;
-  if (qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) == registry_unreadable)
-    return false;
+  if (!qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths)) return false;
   if (is_registered(all_paths)) return true;
   all_names.add(store.study_name, name_size);
   all_paths.add(store.study_path, root_size);
   if (lock)
-    qu_study_names_write(all_names, all_paths);
+    static_cast<void>(qu_study_names_write(all_names, all_paths));
   else
     qu_message("Cannot create the study_names file...");
   return true;
@@ -281,8 +280,7 @@ bool make_param_folders() {
 std::optional<std::string> find_template(const char* wanted) {
   if (std::strcmp(wanted, template_study_name) == 0) return "";
   string_list names, paths;
-  if (qu_study_names_read(-1, false, false, nullptr, nullptr, &names, &paths) == registry_unreadable)
-    return std::nullopt;
+  if (!qu_study_names_read(-1, false, false, nullptr, nullptr, &names, &paths)) return std::nullopt;
   std::int64_t count = names.count();
   for (std::int64_t i = 0; i < count; ++i) {
     if (std::strcmp(names[i], template_study_name) != 0) continue;
@@ -326,13 +324,13 @@ study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
 // Makes all that the chosen study has to have.
 study_opening prepare_study(const char* wanted) {
   study_record record;
-  int read = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
-  for (int look = 1; read != 0 && read != 2; ++look) {
+  study_fitness fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
+  for (int look = 1; fitness == study_fitness::unreadable; ++look) {
     if (is_study_gone()) return STUDY_GONE;
     if (look == looks_for_missing) qu_fatal("Study Descriptor not found...");
-    read = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
+    fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   }
-  if (read == 2) return STUDY_OTHER_VERSION;
+  if (fitness == study_fitness::other_version) return STUDY_OTHER_VERSION;
   unit_flag = record.unit_flag != 0 ? 1 : 0;
   keep_marker(record.study_version);
   if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(store.study_path, &record);
@@ -350,8 +348,7 @@ study_opening prepare_study(const char* wanted) {
 
 study_opening open_study(const char* wanted) {
   string_list valid_names, valid_paths, all_names, all_paths;
-  if (qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
-      registry_unreadable)
+  if (!qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths))
     return STUDY_NO_REGISTRY;
 
   study_choice choice = {};
@@ -403,8 +400,7 @@ int qu_study_create(const char* path, const char* template_path, std::int64_t wi
   study_in_the_making fresh(path);
   study_record record;
   record.unit_flag = with_units;
-  if (!fresh || qu_study_descriptor_write_n(fresh.path(), &record) == 0 || !make_folders(fresh.path()))
-    return 2;
+  if (!fresh || !qu_study_descriptor_write_n(fresh.path(), &record) || !make_folders(fresh.path())) return 2;
   if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, fresh.path());
   if (!fresh.place()) return errno == EEXIST ? 1 : 2;
   if (enter && !enter()) return 2;

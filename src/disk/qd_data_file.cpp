@@ -121,24 +121,24 @@ bool qd_stored_fill_block(std::int64_t bit_length, bool text, checked_array<unsi
   return true;
 }
 
-int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
-                   std::int64_t bit_length) {
-  if (!qu_file_restore(path)) return 0;
-  if (repeats <= 0 || length <= 0) return 1;
+bool st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
+                    std::int64_t bit_length) {
+  if (!qu_file_restore(path)) return false;
+  if (repeats <= 0 || length <= 0) return true;
 
   file_stream stream = qd_object_file_open(path, append_binary);
-  if (!stream) return 0;
+  if (!stream) return false;
   const std::int64_t start = qu_file_seek(stream.get(), 0, 2) == 0 ? qu_file_tell(stream.get()) : 0;
   std::int64_t added = 0;
-  if (__builtin_mul_overflow(length, repeats, &added) || !qd_file_system_has_room(path, added)) return 0;
+  if (__builtin_mul_overflow(length, repeats, &added) || !qd_file_system_has_room(path, added)) return false;
 
   checked_array<unsigned char> stored, piece;
-  if (!stored.allocate(length) || !piece.allocate(qd_piece_bytes(length, repeats))) return 0;
+  if (!stored.allocate(length) || !piece.allocate(qd_piece_bytes(length, repeats))) return false;
   std::memcpy(stored.data(), block, static_cast<std::size_t>(length));
   to_file_order(stored.data(), length, bit_length);
-  if (write_blocks(fileno(stream.get()), start, stored, repeats, piece) && stream.close()) return 1;
+  if (write_blocks(fileno(stream.get()), start, stored, repeats, piece) && stream.close()) return true;
   if (truncate(path, start) != 0) qu_message(cannot_shorten, path);
-  return 0;
+  return false;
 }
 
 bool growing_data_file::extend(const char* path, std::int64_t capacity,

@@ -37,22 +37,24 @@ std::int64_t qd_sample_offset(std::int64_t sample, std::int64_t bit_length);
 
 // The fill of 512 samples for a numeric bit length or, with `text`, for text of that many bits. False
 // without memory. REQUIRES: a bit length of the table.
-bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
+[[nodiscard]] bool qd_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
 // The same as its bytes stand in the file.
-bool qd_stored_fill_block(std::int64_t bit_length, bool text, checked_array<unsigned char>& block);
+[[nodiscard]] bool qd_stored_fill_block(std::int64_t bit_length, bool text,
+                                        checked_array<unsigned char>& block);
 
 // False only if the file system of a path says that it can't take so many bytes more.
 bool qd_file_system_has_room(const char* path, std::int64_t bytes);
 
-// Appends the block `repeats` times to a data file (undoing a compressed form first). 1, or 0 when a write
+// Appends the block `repeats` times to a data file (undoing a compressed form first). False when a write
 // failed, when the file system has too little room or when another server has deleted the variable; the file
 // is as long as before then. `bit_length` is -1 for text. For 16, 32 and 64 bits the block holds items in
 // host order.
-int st_file_concat(const char* path, const void* block, std::int64_t length, std::int64_t repeats,
-                   std::int64_t bit_length);
+[[nodiscard]] bool st_file_concat(const char* path, const void* block, std::int64_t length,
+                                  std::int64_t repeats, std::int64_t bit_length);
 
-// Writes bytes at an offset of an open file, all of them.
-bool qd_write_at(int file, std::int64_t position, const unsigned char* bytes, std::int64_t count);
+// Writes bytes at an offset of an open file. False unless all of them are written.
+[[nodiscard]] bool qd_write_at(int file, std::int64_t position, const unsigned char* bytes,
+                               std::int64_t count);
 // Room for as many repeats of a block as make a good size for one write.
 std::int64_t qd_piece_bytes(std::int64_t length, std::int64_t repeats);
 
@@ -62,8 +64,9 @@ class growing_data_file {
   // `block` is filled into `piece`, which has room for at least one, and `repeats` of it go to the file from
   // the byte `capacity` on: what a killed growth has left there belongs to nobody. A file that is shorter
   // goes on at its end. False after a failure; what was there is left as it was.
-  bool extend(const char* path, std::int64_t capacity, const checked_array<unsigned char>& block,
-              std::int64_t repeats, checked_array<unsigned char>& piece);
+  [[nodiscard]] bool extend(const char* path, std::int64_t capacity,
+                            const checked_array<unsigned char>& block, std::int64_t repeats,
+                            checked_array<unsigned char>& piece);
   // Cuts the file back to its old length, if it is still the same one.
   void undo() const;
 

@@ -12,8 +12,6 @@ namespace qrd {
 
 namespace {
 
-object_state last_state = object_state::sound;
-
 // What passes by itself, or with more room. Of anything else a second attempt would find the same.
 bool is_passing(int reason) {
   switch (reason) {
@@ -32,23 +30,17 @@ bool is_passing(int reason) {
 
 }  // namespace
 
-object_state qd_object_state() {
-  return last_state;
+object_state qd_unread_state(int reason) {
+  if (qu_is_gone(reason)) return object_state::gone;
+  return is_passing(reason) ? object_state::unreadable : object_state::damaged;
 }
 
-bool qd_object_gone() {
-  return last_state == object_state::gone;
+object_state qd_unwritten_state(int reason) {
+  return qu_is_gone(reason) ? object_state::gone : object_state::unreadable;
 }
 
-bool qd_object_failed(int reason) {
-  last_state = qu_is_gone(reason)   ? object_state::gone
-               : is_passing(reason) ? object_state::unreadable
-                                    : object_state::damaged;
-  return qd_object_gone();
-}
-
-void qd_object_unwritten(int reason) {
-  last_state = qu_is_gone(reason) ? object_state::gone : object_state::unreadable;
+object_state qd_misread_state(const char* object_path) {
+  return qd_folder_gone(object_path) ? object_state::gone : object_state::damaged;
 }
 
 bool qd_folder_gone(const char* path) {
@@ -56,45 +48,35 @@ bool qd_folder_gone(const char* path) {
   return std::filesystem::symlink_status(path, error).type() == std::filesystem::file_type::not_found;
 }
 
-bool qd_object_lost(const char* object_path) {
-  if (last_state == object_state::sound)
-    last_state = qd_folder_gone(object_path) ? object_state::gone : object_state::damaged;
-  return qd_object_gone();
-}
-
 void qd_descriptor_path(const char* object_path, path_text& path) {
   qu_path_join(path, {object_path, path_separator, "DESCR"});
 }
 
 file_stream qd_object_file_open(const char* path, file_mode mode) {
-  last_state = object_state::sound;
   file_stream stream(qu_file_open_n(path, mode));
-  if (stream || qd_object_failed(errno)) return stream;
+  if (stream || qu_is_gone(errno)) return stream;
   return file_stream(qu_file_open_f(path, mode));
 }
 
-bool qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write) {
-  last_state = object_state::sound;
+object_state qd_object_file_replace(const char* path, const std::function<bool(XDR*)>& write) {
   replaced_file file(path, write_binary);
   if (file) {
     xdr_stream xdr(file.get(), XDR_ENCODE);
-    if (xdr && write(xdr.get()) && file.commit()) return true;
+    if (xdr && write(xdr.get()) && file.commit()) return object_state::sound;
   }
-  qd_object_unwritten(errno);
-  return false;
+  return qd_unwritten_state(errno);
 }
 
 descriptor_reader::descriptor_reader(const char* object_path) {
   path_text path;
   qd_descriptor_path(object_path, path);
-  last_state = object_state::sound;
   const std::int64_t count = qu_file_read_start(path, bytes_, sizeof bytes_);
   if (count >= 0) {
     xdr_.emplace(bytes_, static_cast<std::uint32_t>(count));
     return;
   }
-  if (qd_object_failed(errno)) return;
-  qu_report_failure("Unable to read", path);
+  state_ = qd_unread_state(errno);
+  if (state_ != object_state::gone) qu_report_failure("Unable to read", path);
 }
 
 }  // namespace qrd

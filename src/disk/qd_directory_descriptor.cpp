@@ -4,7 +4,6 @@
 //   xstring(50)  name
 #include "disk/qd_directory_descriptor.h"
 
-#include "disk/qd_descriptor.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -21,29 +20,29 @@ bool move_fields(XDR* xdr, std::int64_t* version, name_text& name) {
 
 }  // namespace
 
-int qd_directory_descriptor_read(const char* path, name_text& name) {
+object_state qd_directory_descriptor_read(const char* path, name_text& name) {
   name[0] = '\0';
   descriptor_reader descriptor(path);
-  if (!descriptor) return 0;
+  if (descriptor.state() != object_state::sound) return descriptor.state();
   path_text descriptor_path;
   qd_descriptor_path(path, descriptor_path);
 
   std::int64_t version = 0;
   if (!move_fields(descriptor.get(), &version, name)) {
-    if (!qd_object_lost(path)) qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
-    return 0;
+    const object_state state = qd_misread_state(path);
+    if (qd_needs_report(state)) qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
+    return state;
   }
-  if (is_old_descriptor(version) && !qd_directory_descriptor_write(path, name)) {
-    if (!qd_object_lost(path)) qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
-    return 0;
-  }
-  return 1;
+  if (!is_old_descriptor(version)) return object_state::sound;
+  const object_state written = qd_directory_descriptor_write(path, name);
+  if (qd_needs_report(written)) qu_message("Can't write new directory descriptor:\n%s", descriptor_path);
+  return written;
 }
 
-int qd_directory_descriptor_write(const char* path, const char* name) {
+object_state qd_directory_descriptor_write(const char* path, const char* name) {
   name_text text;
   qu_path_join(text, {name});
-  return qd_descriptor_write(path, move_fields, text) ? 1 : 0;
+  return qd_descriptor_write(path, move_fields, text);
 }
 
 }  // namespace qrd

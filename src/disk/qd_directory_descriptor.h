@@ -1,14 +1,15 @@
 // The descriptor of a directory.
 //
-// Of all descriptors: 1 or 0 after a report. Reading rewrites an old version. What another server has taken
-// away gives 0 without a report, and qd_object_gone tells so. None of them ends the process.
+// Of all descriptors: what is read rewrites an old version, and reports what is damaged or unreadable; but
+// not that an old one is locked for too long.
 #pragma once
 
+#include "disk/qd_descriptor.h"
 #include "util/qu_constants.h"
 
 namespace qrd {
 
-int qd_directory_descriptor_read(const char* path, name_text& name);
-int qd_directory_descriptor_write(const char* path, const char* name);
+object_state qd_directory_descriptor_read(const char* path, name_text& name);
+object_state qd_directory_descriptor_write(const char* path, const char* name);
 
 }  // namespace qrd

@@ -40,6 +40,8 @@ constexpr std::int64_t third_angle_version = 200;
 constexpr std::int64_t wide_counts_version = 520;
 constexpr std::int64_t more_units_version = 900;
 
+constexpr char corrupted[] = "File descriptor corrupted:\n%s";
+
 // Moves a field that no record keeps.
 bool skip_int(XDR* xdr) {
   std::int64_t dropped = 0;
@@ -131,94 +133,82 @@ bool write_lines(const char* line_path, checked_array<std::int64_t>& table) {
 }
 
 // Puts a table with wide entries in the place of LINE, before the descriptor tells of it: whoever still has
-// the old descriptor knows by the first entry which of the two tables it reads. False if there is no such
-// table; one that was widened before, by a server that came no further, is left as it is.
-bool widen_lines(const char* line_path, const qd_file_record& record) {
+// the old descriptor knows by the first entry which of the two tables it reads. One that was widened before,
+// by a server that came no further, is left as it is.
+object_state widen_lines(const char* path, const char* line_path, const qd_file_record& record) {
   file_stream stream(qu_file_open_n(line_path, read_binary));
-  if (!stream || qu_file_seek(stream.get(), 0, 2) != 0) return false;
+  if (!stream || qu_file_seek(stream.get(), 0, 2) != 0) return qd_misread_state(path);
   const std::int64_t entries = record.line_count + 1;
-  if (qu_file_tell(stream.get()) / 4 < entries) return false;
+  if (qu_file_tell(stream.get()) / 4 < entries) return qd_misread_state(path);
   checked_array<std::int64_t> table;
   if (!table.allocate(entries)) {
     qu_message("Cannot allocate memory to update line");
-    qd_object_unwritten(ENOMEM);
-    return false;
+    return qd_unwritten_state(ENOMEM);
   }
-  if (read_lines(stream.get(), qu_xdr_int, record, table)) {
-    if (write_lines(line_path, table)) return true;
-    qd_object_unwritten(errno);
-    return false;
-  }
-  return read_lines(stream.get(), qu_xdr_long, record, table);
+  if (read_lines(stream.get(), qu_xdr_int, record, table))
+    return write_lines(line_path, table) ? object_state::sound : qd_unwritten_state(errno);
+  return read_lines(stream.get(), qu_xdr_long, record, table) ? object_state::sound : qd_misread_state(path);
 }
 
-// The one-time upgrade of a file from a version below 520. 1, or 0 after a report.
-int upgrade_file(const char* path, const qd_file_record& record) {
+// The one-time upgrade of a file from a version below 520. What isn't sound has been reported, or is gone.
+object_state upgrade_file(const char* path, const qd_file_record& record) {
   if (is_lines(record.organisation)) {
     path_text line_path;
     qu_path_join(line_path, {path, path_separator, line_file_name});
-    if (!widen_lines(line_path, record)) {
-      if (!qd_object_lost(path)) qu_message("Line descriptor corrupted:\n%s", line_path);
-      return 0;
-    }
+    const object_state lines = widen_lines(path, line_path, record);
+    if (qd_needs_report(lines)) qu_message("Line descriptor corrupted:\n%s", line_path);
+    if (lines != object_state::sound) return lines;
   }
   qd_delete_derived_files(path);
-  if (!qd_file_descriptor_write(path, record)) {
-    if (!qd_object_lost(path)) qu_message("Can't write new file descriptor");
-    return 0;
-  }
-  return 1;
+  const object_state written = qd_file_descriptor_write(path, record);
+  if (qd_needs_report(written)) qu_message("Can't write new file descriptor");
+  return written;
 }
 
-enum class reading { done, corrupted, gone };
-
-reading read_fields(const char* path, std::int64_t& version, qd_file_record& record) {
+// What isn't sound has been reported, or is gone.
+object_state read_fields(const char* path, std::int64_t& version, qd_file_record& record) {
   descriptor_reader descriptor(path);
-  if (!descriptor) return reading::gone;
-  return move_fields(descriptor.get(), &version, record) && is_sound(record) ? reading::done
-                                                                             : reading::corrupted;
+  if (descriptor.state() != object_state::sound) return descriptor.state();
+  if (move_fields(descriptor.get(), &version, record) && is_sound(record)) return object_state::sound;
+  const object_state state = qd_misread_state(path);
+  if (qd_needs_report(state)) qu_message(corrupted, path);
+  return state;
 }
 
 }  // namespace
 
-int qd_file_descriptor_read(const char* path, qd_file_record& record) {
+object_state qd_file_descriptor_read(const char* path, qd_file_record& record) {
   record = qd_file_record();
   std::int64_t version = 0;
-  reading result = read_fields(path, version, record);
+  object_state state = read_fields(path, version, record);
   std::optional<folder_lock> lock;
-  if (result == reading::done && is_old_descriptor(version)) {
+  if (state == object_state::sound && is_old_descriptor(version)) {
     // Another server may upgrade the file at this moment, and have it grown before we look again.
     lock.emplace(path);
-    if (!*lock) {
-      qd_object_failed(errno);
-      return 0;
-    }
-    result = read_fields(path, version, record);
+    if (!*lock) return qd_unread_state(errno);
+    state = read_fields(path, version, record);
   }
-  if (result == reading::gone) return 0;
-  bool done = result == reading::done;
-  if (done && version < wide_counts_version) {
-    if (!upgrade_file(path, record)) return 0;
-  } else if (done && is_old_descriptor(version)) {
-    done = qd_file_descriptor_write(path, record) != 0;
+  if (state != object_state::sound) return state;
+  if (version < wide_counts_version) {
+    state = upgrade_file(path, record);
+  } else if (is_old_descriptor(version)) {
+    state = qd_file_descriptor_write(path, record);
+    if (qd_needs_report(state)) qu_message(corrupted, path);
   }
-  if (done) qd_grid_compute(record.grid);
-  if (!done) {
-    if (!qd_object_lost(path)) qu_message("File descriptor corrupted:\n%s", path);
-    return 0;
-  }
+  if (state != object_state::sound) return state;
+  qd_grid_compute(record.grid);
   // In memory only: the disk keeps what it had.
   if (record.dimension == 2) {
     record.grid.nz = 1;
     record.grid.dz = 0;
     record.grid.z0 = 0;
   }
-  return 1;
+  return object_state::sound;
 }
 
-int qd_file_descriptor_write(const char* path, const qd_file_record& record) {
+object_state qd_file_descriptor_write(const char* path, const qd_file_record& record) {
   qd_file_record fields = record;
-  return qd_descriptor_write(path, move_fields, fields) ? 1 : 0;
+  return qd_descriptor_write(path, move_fields, fields);
 }
 
 bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record) {

@@ -4,10 +4,10 @@
 
 namespace qrd {
 
-int qd_two_files_available(const char* failed, const char* before) {
-  if (qu_test_open_file(2) != 0) return 1;
+bool qd_two_files_available(const char* failed, const char* before) {
+  if (qu_test_open_file(2) != 0) return true;
   qu_report_too_many_files(failed, before);
-  return 0;
+  return false;
 }
 
 }  // namespace qrd

@@ -73,7 +73,8 @@ bool ends_hold(const char* path, const qd_file_record& record) {
 // True if the descriptor of a file is no longer the one that a record was read from.
 bool has_changed(const char* file_path, const qd_file_record& record) {
   qd_file_record now;
-  if (!qd_file_descriptor_read(file_path, now)) return qd_object_gone();
+  const object_state state = qd_file_descriptor_read(file_path, now);
+  if (state != object_state::sound) return state == object_state::gone;
   return std::strcmp(now.name, record.name) != 0 || now.organisation != record.organisation ||
          now.line_count != record.line_count || now.sample_count != record.sample_count;
 }
@@ -99,15 +100,15 @@ bool qd_line_table_ends_hold(const char* file_path, const qd_file_record& record
   return ends_hold(path, record) || report_corrupted(file_path, record, path);
 }
 
-int qd_line_table_create(const char* file_path) {
+bool qd_line_table_create(const char* file_path) {
   path_text path;
   line_table_path(file_path, path);
   file_stream stream(qu_file_open_n(path, write_binary));
-  if (!stream) return 0;
+  if (!stream) return false;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
   std::int64_t first = 1;
-  if (!xdr || qu_xdr_long(xdr.get(), &first) == 0) return 0;
-  return stream.close() ? 1 : 0;
+  if (!xdr || qu_xdr_long(xdr.get(), &first) == 0) return false;
+  return stream.close();
 }
 
 bool qd_line_table_holds(const char* file_path, const qd_file_record& record) {
@@ -117,24 +118,25 @@ bool qd_line_table_holds(const char* file_path, const qd_file_record& record) {
   return stat(path, &status) == 0 && S_ISREG(status.st_mode) && holds_table(status, record);
 }
 
-int qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
+bool qd_line_table_append(const char* file_path, const qd_file_record& record, std::int64_t end) {
   path_text path;
   line_table_path(file_path, path);
   file_stream stream(qu_file_open_n(path, update_binary));
-  if (!stream || !holds_table(stream.get(), record)) return 0;
+  if (!stream || !holds_table(stream.get(), record)) return false;
   // What an interrupted growth left behind the table is overwritten.
-  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return 0;
+  if (qu_file_seek(stream.get(), (record.line_count + 1) * entry_bytes, 0) != 0) return false;
   xdr_stream xdr(stream.get(), XDR_ENCODE);
-  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return 0;
+  if (!xdr || qu_xdr_long(xdr.get(), &end) == 0) return false;
   const bool is_written = std::fflush(stream.get()) == 0 && qu_sync_file(fileno(stream.get()));
-  return stream.close() && is_written ? 1 : 0;
+  return stream.close() && is_written;
 }
 
-std::int64_t qd_line_table_bytes(const char* file_path) {
+std::optional<std::int64_t> qd_line_table_bytes(const char* file_path) {
   path_text path;
   line_table_path(file_path, path);
   struct stat status;
-  return stat(path, &status) == 0 ? status.st_size : -1;
+  if (stat(path, &status) != 0) return std::nullopt;
+  return status.st_size;
 }
 
 void qd_line_table_cut(const char* file_path, std::int64_t bytes) {

@@ -15,6 +15,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -125,41 +126,47 @@ qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor) {
   return nullptr;
 }
 
-qd_macro_descr* qd_macro_descr_read(const char* variable_path) {
+qd_macro_descr* qd_macro_descr_read(const char* variable_path, object_state* state) {
+  object_state unasked = object_state::sound;
+  object_state& result = state == nullptr ? unasked : *state;
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
   const file_stream stream(qu_file_open_n(path, read_binary));
-  const int reason = errno;
-  if (!stream && qd_object_failed(reason)) return nullptr;
-  qd_macro_descr* descriptor = stream ? qd_macro_descr_new(0) : nullptr;
-  if (stream && read_descriptor(stream.get(), *descriptor)) return descriptor;
-  const bool damaged = stream && std::ferror(stream.get()) == 0;
-  if (stream && !damaged) qu_message("Cannot read \"%s\": %s", path, qu_strerror(1));
-  if (damaged) qu_message("Macro Variable Descriptor corrupted:\n%s\n", variable_path);
-  errno = reason;
-  if (!stream) qu_message("Cannot open \"%s\": %s", path, qu_strerror(1));
-  return qd_macro_descr_free(descriptor);
+  if (!stream) {
+    result = qd_unread_state(errno);
+    if (qd_needs_report(result)) qu_message("Cannot open \"%s\": %s", path, qu_strerror(1));
+    return nullptr;
+  }
+  auto descriptor = std::make_unique<qd_macro_descr>();
+  result = object_state::sound;
+  if (read_descriptor(stream.get(), *descriptor)) return descriptor.release();
+  result = std::ferror(stream.get()) == 0 ? object_state::damaged : object_state::unreadable;
+  if (result == object_state::damaged)
+    qu_message("Macro Variable Descriptor corrupted:\n%s\n", variable_path);
+  else
+    qu_message("Cannot read \"%s\": %s", path, qu_strerror(1));
+  return nullptr;
 }
 
-int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor) {
+object_state qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor) {
   std::int64_t alpha_count = descriptor.alpha_indices.count();
   if (!is_alpha_count(alpha_count, descriptor.slot_count())) qu_fatal_number("qd_macro_descr_write", 1);
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
   const auto write = [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); };
-  return qd_object_file_replace(path, write) ? 1 : 0;
+  return qd_object_file_replace(path, write);
 }
 
-int qd_macro_name_kind(const char* name) {
+index_form qd_macro_name_kind(const char* name) {
   name_index index;
-  if (!split_name(name, index)) return 0;
-  if (index.text == generic_index) return -1;
-  return index.closing == ']' ? 1 : 2;
+  if (!split_name(name, index)) return index_form::none;
+  if (index.text == generic_index) return index_form::generic;
+  return index.closing == ']' ? index_form::number : index_form::text;
 }
 
-int qd_macro_name_generic(name_text& name) {
+bool qd_macro_name_generic(name_text& name) {
   name_index index;
-  if (!split_name(name, index)) return 0;
+  if (!split_name(name, index)) return false;
   // Position 43 is let through, though one character is then cut: no object has such a name.
   if (index.position + std::strlen(generic_index) + 1 >= name_size)
     qu_fatal("qd_macro_name_generic: the name is already too long");
@@ -167,7 +174,7 @@ int qd_macro_name_generic(name_text& name) {
   name_text stem;
   std::memcpy(stem, name, sizeof stem);
   qu_path_join(name, {stem, "[", generic_index, "]"});
-  return 1;
+  return true;
 }
 
 std::int64_t qd_macro_name_indice(const char* name) {
@@ -180,16 +187,16 @@ std::int64_t qd_macro_name_indice(const char* name) {
   return qu_string_to_int(text, 1, macro_index_maximum, false, &number) == 0 ? number : 0;
 }
 
-int qd_macro_alpha_check(const char* text) {
+bool qd_macro_alpha_check(const char* text) {
   if (std::strpbrk(text, "{}[]") != nullptr) {
     qu_message("Forbidden characters ( {,},[,] ) encountered in alphanumerical indice \"%s\"", text);
-    return 0;
+    return false;
   }
   if (*text == '\0' || std::strcmp(text, generic_index) == 0 || std::strcmp(text, no_name) == 0) {
     qu_message("%s is a reserved keyword and cannot be used as an alphanumerical index", text);
-    return 0;
+    return false;
   }
-  return 1;
+  return true;
 }
 
 std::int64_t qd_macro_name_alpha_indice(const qd_macro_descr& descriptor, const char* name,

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "disk/qd_descriptor.h"
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
 
@@ -27,10 +28,10 @@ struct qd_macro_descr {
 qd_macro_descr* qd_macro_descr_new(std::int64_t slots);
 qd_macro_descr* qd_macro_descr_free(qd_macro_descr* descriptor);
 // Null after a report if the file is missing, can't be read or is corrupted; without one if another server
-// has deleted the variable, which qd_object_gone() tells then. Never ends the process.
-qd_macro_descr* qd_macro_descr_read(const char* variable_path);
-// 1 or 0. Other servers see the old file or the new one.
-int qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor);
+// has deleted the variable. `state` (or null) tells which.
+[[nodiscard]] qd_macro_descr* qd_macro_descr_read(const char* variable_path, object_state* state = nullptr);
+// Other servers see the old file or the new one.
+object_state qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor);
 
 // Owns a descriptor.
 class macro_descriptor {
@@ -47,14 +48,26 @@ class macro_descriptor {
   qd_macro_descr* descriptor_;
 };
 
-// 0 plain, 1 stem[12], 2 stem{gold}, -1 stem[xxxxx] or stem{xxxxx}.
-int qd_macro_name_kind(const char* name);
-// Makes stem[12] and stem{gold} into stem[xxxxx]; 1 if changed. Fatal from bracket position 44 on; a
+// What index a name carries.
+enum class index_form {
+  none,
+  number,  // stem[12]
+  text,    // stem{gold}
+  generic  // stem[xxxxx] or stem{xxxxx}
+};
+index_form qd_macro_name_kind(const char* name);
+// True if a name means one column of a macro variable, by its number or its text.
+inline bool qd_macro_names_column(const char* name) {
+  const index_form form = qd_macro_name_kind(name);
+  return form == index_form::number || form == index_form::text;
+}
+// Makes stem[12] and stem{gold} into stem[xxxxx]; true if changed. Fatal from bracket position 44 on; a
 // bracket at 43 gives a name that no object has.
-int qd_macro_name_generic(name_text& name);
+bool qd_macro_name_generic(name_text& name);
 // The number of a square-bracket name, -1 for xxxxx, 0 if it is not one.
 std::int64_t qd_macro_name_indice(const char* name);
-int qd_macro_alpha_check(const char* text);
+// False after a report if no index can have that text.
+[[nodiscard]] bool qd_macro_alpha_check(const char* text);
 // The index that a name means: -1 generic, 0 unknown. `alpha` (or null) receives its text.
 std::int64_t qd_macro_name_alpha_indice(const qd_macro_descr& descriptor, const char* name, name_text* alpha);
 

@@ -38,6 +38,8 @@ constexpr std::int64_t last_comment_version = 509;
 constexpr std::uint32_t comment_limit = 500;
 constexpr std::uint32_t short_unit_limit = 6;
 
+constexpr char corrupted[] = "Variable descriptor corrupted:\n%s\n";
+
 // A unit that the study's distance unit stands in for.
 constexpr char automatic_unit[] = "_auto";
 
@@ -125,26 +127,29 @@ bool holds_comment(std::int64_t version) {
 
 using comment_text = char[comment_limit + 1];
 
-// The fields as they stand on disk. False after a report.
-bool read_fields(const char* path, std::int64_t& version, qd_variable_record& record, comment_text& comment) {
+// The fields as they stand on disk.
+object_state read_fields(const char* path, std::int64_t& version, qd_variable_record& record,
+                         comment_text& comment) {
   record = qd_variable_record();
   descriptor_reader descriptor(path);
-  if (!descriptor) return false;
+  if (descriptor.state() != object_state::sound) return descriptor.state();
   XDR* xdr = descriptor.get();
   if (move_fields(xdr, &version, record) && is_sound(record) &&
       (!holds_comment(version) || qu_xdr_text(xdr, comment, comment_limit))) {
     settle_unit(record.format);
-    return true;
+    return object_state::sound;
   }
-  if (!qd_object_lost(path)) qu_message("Variable descriptor corrupted:\n%s\n", path);
-  return false;
+  const object_state state = qd_misread_state(path);
+  if (qd_needs_report(state)) qu_message(corrupted, path);
+  return state;
 }
 
-bool move_comment_out(const char* path, const comment_text& comment) {
-  if (qd_comment_replace(path, comment) == 0) return true;
+object_state move_comment_out(const char* path, const comment_text& comment) {
+  const object_state state = qd_comment_replace(path, comment);
+  if (state == object_state::sound) return state;
   qu_message("Cannot convert variable comment from previous version");
   qu_message("Please check rights and disk space and run Velmar again");
-  return false;
+  return state;
 }
 
 // Only a length has a factor on disk.
@@ -168,32 +173,28 @@ bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& v
                                  &bytes);
 }
 
-int qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
+object_state qd_variable_descriptor_read(const char* path, qd_variable_record& record) {
   std::int64_t version = 0;
   comment_text comment;
-  if (!read_fields(path, version, record, comment)) return 0;
-  if (!is_old_descriptor(version)) return 1;
+  object_state state = read_fields(path, version, record, comment);
+  if (state != object_state::sound || !is_old_descriptor(version)) return state;
 
   // Another server may upgrade it at this moment, and have it changed before we look again.
   path_text file_path;
   qu_path_join(file_path, {path});
   const folder_lock lock(qu_file_dirname(file_path, file_path));
-  if (!lock) {
-    qd_object_failed(errno);
-    return 0;
-  }
-  if (!read_fields(path, version, record, comment)) return 0;
-  if (!is_old_descriptor(version)) return 1;
-  if ((!holds_comment(version) || move_comment_out(path, comment)) &&
-      qd_variable_descriptor_write(path, record) != 0)
-    return 1;
-  if (!qd_object_gone()) qu_message("Variable descriptor corrupted:\n%s\n", path);
-  return 0;
+  if (!lock) return qd_unread_state(errno);
+  state = read_fields(path, version, record, comment);
+  if (state != object_state::sound || !is_old_descriptor(version)) return state;
+  if (holds_comment(version)) state = move_comment_out(path, comment);
+  if (state == object_state::sound) state = qd_variable_descriptor_write(path, record);
+  if (qd_needs_report(state)) qu_message(corrupted, path);
+  return state;
 }
 
-int qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
+object_state qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
   qd_variable_record fields = stored_form(record);
-  return qd_descriptor_write(path, move_fields, fields) ? 1 : 0;
+  return qd_descriptor_write(path, move_fields, fields);
 }
 
 }  // namespace qrd

@@ -164,16 +164,15 @@ bool move_scale(XDR* xdr, std::int64_t left, color_scale& scale) {
          move_legend(xdr, version, scale) && move_unit(xdr, version, scale);
 }
 
-// The values of qu_cscale_test.
-int find_scale(const char* name, named_file& file) {
-  if (!qu_named_file_room(2)) return 2;
+found find_scale(const char* name, named_file& file) {
+  if (!qu_named_file_room(2)) return found::unclear;
   switch (qu_named_file_find(store.cscale_path, scale_files, name, file)) {
     case named_search::found:
-      return 0;
+      return found::yes;
     case named_search::ended:
-      return 1;
+      return found::no;
     case named_search::unreadable:
-      return 3;
+      return found::unreadable;
     case named_search::no_folder:
       break;
   }
@@ -203,20 +202,20 @@ void qu_cscale_init(color_scale& scale, bool white, const char* name, const char
   qu_format_default(scale.unit);
   qu_string_copy(name, scale.name);
   qu_string_copy(palette_name, scale.palette_name);
-  if (qu_palette_exists(palette_name) != 0) scale.palette_size = qu_palette_size(palette_name);
+  if (qu_palette_exists(palette_name) != found::no) scale.palette_size = qu_palette_size(palette_name);
   scale.class_count = std::max(scale.palette_size, least_classes);
   if (white) std::fill(&scale.color[0][0], &scale.color[0][0] + 9, palette_value_maximum);
 }
 
-int qu_cscale_test(const char* name, path_text& path) {
+found qu_cscale_test(const char* name, path_text& path) {
   named_file file;
-  const int result = find_scale(name, file);
-  if (result == 0) qu_path_join(path, {file.path});
+  const found result = find_scale(name, file);
+  if (result == found::yes) qu_path_join(path, {file.path});
   return result;
 }
 
-int qu_cscale_get_list(string_list& list) {
-  if (qu_test_open_file(3) == 0) return 0;
+bool qu_cscale_get_list(string_list& list) {
+  if (qu_test_open_file(3) == 0) return true;
   std::vector<std::string> names;
   const auto add = [&names](named_file& file) {
     names.emplace_back(file.name);
@@ -227,53 +226,52 @@ int qu_cscale_get_list(string_list& list) {
   if (seen == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_get_list (2)");
   for (const std::string& name : names) list.add(name.c_str(), name_size);
   list.sort();
-  return seen == named_search::unreadable ? 1 : 0;
+  return seen != named_search::unreadable;
 }
 
-int qu_cscale_read(const char* name, bool white, color_scale& scale) {
+bool qu_cscale_read(const char* name, bool white, color_scale& scale) {
   qu_cscale_init(scale, white, no_name, no_name);
   named_file file;
-  if (find_scale(name, file) == 0 && read_scale(file, scale)) return 0;
+  if (find_scale(name, file) == found::yes && read_scale(file, scale)) return true;
   qu_message("Cannot read Color Scale named \"%s\"", name);
-  return 1;
+  return false;
 }
 
-int qu_cscale_write(color_scale& scale) {
+bool qu_cscale_write(color_scale& scale) {
   const folder_lock lock(store.cscale_path);
   if (!lock) {
     qu_report_failure("Cannot lock", store.cscale_path);
-    return 1;
+    return false;
   }
   named_file old;
-  const int present = find_scale(scale.name, old);
-  if (present > 1) return 1;
+  const found present = find_scale(scale.name, old);
+  if (present != found::yes && present != found::no) return false;
   // A read-only scale stays beside the new one.
   const char* replaced = nullptr;
-  if (present == 0) {
+  if (present == found::yes) {
     color_scale old_scale;
-    if (!read_scale(old, old_scale)) return 1;
+    if (!read_scale(old, old_scale)) return false;
     if (!is_protected(old_scale)) replaced = old.path;
   }
   const auto write = [&scale](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);
     return xdr && move_scale(xdr.get(), 0, scale);
   };
-  return qu_named_file_put(store.cscale_path, scale_files, replaced, write) ? 0 : 1;
+  return qu_named_file_put(store.cscale_path, scale_files, replaced, write);
 }
 
-int qu_cscale_delete(const char* name) {
+bool qu_cscale_delete(const char* name) {
   const folder_lock lock(store.cscale_path);
   if (!lock) {
     qu_report_failure("Cannot lock", store.cscale_path);
-    return 1;
+    return false;
   }
   named_file file;
-  if (int result = find_scale(name, file); result != 0) return result;
   color_scale scale;
-  if (!read_scale(file, scale) || is_protected(scale)) return 1;
-  if (qu_remove_file(file.path)) return 0;
+  if (find_scale(name, file) != found::yes || !read_scale(file, scale) || is_protected(scale)) return false;
+  if (qu_remove_file(file.path)) return true;
   qu_report_failure("Cannot delete", file.path);
-  return 1;
+  return false;
 }
 
 bool qu_cscale_uses(const char* palette_name) {

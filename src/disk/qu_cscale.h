@@ -10,6 +10,7 @@
 #include "units/qu_units.h"
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
+#include "util/qu_outcome.h"
 
 namespace qrd {
 
@@ -45,17 +46,17 @@ struct color_scale {
 
 // Sets the defaults; with `white` the colours are 255 instead of 0.
 void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name);
-// 0 found, with the path; 1 not found; 2 too many files are open; 3 one that may be meant can't be read now.
-// A damaged scale in the study is fatal, here and below.
-int qu_cscale_test(const char* name, path_text& path);
-// Fills an empty list with all names, sorted. 0, or 1 if one can't be read now.
-int qu_cscale_get_list(string_list& list);
-// 0 read; 1 not found, or it can't be read now.
-int qu_cscale_read(const char* name, bool white, color_scale& scale);
-// 0 written, in place of an older scale of that name; 1 failed, and an older one stays.
-int qu_cscale_write(color_scale& scale);
-// 0 deleted; 1 not found, read-only or failed; 2 too many files are open; 3 as above.
-int qu_cscale_delete(const char* name);
+// Looks for a scale, and gives its path. Unclear: too many files are open. A damaged scale in the study is
+// fatal, here and below.
+found qu_cscale_test(const char* name, path_text& path);
+// Fills an empty list with all names, sorted. False if one can't be read now.
+[[nodiscard]] bool qu_cscale_get_list(string_list& list);
+// False after a report if it isn't found, or can't be read now.
+[[nodiscard]] bool qu_cscale_read(const char* name, bool white, color_scale& scale);
+// Puts it in place of an older scale of that name. False after a failure; an older one stays then.
+[[nodiscard]] bool qu_cscale_write(color_scale& scale);
+// False if it isn't found, is read-only or can't be deleted.
+[[nodiscard]] bool qu_cscale_delete(const char* name);
 // True if a scale uses the palette, or one can't be read now.
 bool qu_cscale_uses(const char* palette_name);
 

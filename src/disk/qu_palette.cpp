@@ -20,6 +20,7 @@
 #include "util/qu_line_reader.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
+#include "util/qu_named_file.h"
 #include "util/qu_string.h"
 #include "util/qu_sync.h"
 
@@ -57,8 +58,6 @@ struct palette_file {
   file_stream stream;
 };
 
-enum class looking { found, ended, no_folder, unreadable };
-
 // What isn't there or is no text is no palette. Anything else that stops the opening may be over in a moment.
 bool means_absent(int error) {
   constexpr int reasons[] = {ENOENT, ENOTDIR, EACCES, EPERM, EISDIR, EINVAL, ELOOP, ENXIO, ENAMETOOLONG};
@@ -89,47 +88,47 @@ bool contains(const char* entry, const char* prefix) {
 
 // Shows the files of a folder whose names `belong` to the prefix, until `visit` gives true.
 template <typename Visit>
-looking look_through(const char* folder, const char* prefix, bool (*belong)(const char*, const char*),
-                     Visit visit) {
+named_search look_through(const char* folder, const char* prefix, bool (*belong)(const char*, const char*),
+                          Visit visit) {
   directory_listing listing(folder);
   if (!listing) {
-    if (errno == ENOENT) return looking::ended;
-    return means_absent(errno) ? looking::no_folder : looking::unreadable;
+    if (errno == ENOENT) return named_search::ended;
+    return means_absent(errno) ? named_search::no_folder : named_search::unreadable;
   }
   bool unreadable = false;
   while (const char* entry = listing.next()) {
     if (!belong(entry, prefix)) continue;
     palette_file file;
     qu_path_join(file.path, {folder, path_separator, entry});
-    if (open_palette(file, unreadable) && visit(file)) return looking::found;
+    if (open_palette(file, unreadable) && visit(file)) return named_search::found;
   }
-  return unreadable ? looking::unreadable : looking::ended;
+  return unreadable ? named_search::unreadable : named_search::ended;
 }
 
 // The file of a palette, opened behind its name.
-looking qu_palit_path(const char* folder, const char* name, const char* prefix, palette_file& found) {
-  const looking end = look_through(folder, prefix, contains, [&](palette_file& file) {
+named_search qu_palit_path(const char* folder, const char* name, const char* prefix, palette_file& found) {
+  const named_search end = look_through(folder, prefix, contains, [&](palette_file& file) {
     if (file.name != name) return false;
     found = std::move(file);
     return true;
   });
-  if (end == looking::no_folder) qu_fatal_number("qu_palit_path", 1);
+  if (end == named_search::no_folder) qu_fatal_number("qu_palit_path", 1);
   return end;
 }
 
 // The files whose names a list shows; the fatal number is that of a folder that can't be listed.
 template <typename Visit>
-looking look_through_listed(const char* folder, int fatal_number, Visit visit) {
-  const looking end = look_through(folder, palette_prefix, begins_with, visit);
-  if (end == looking::no_folder) qu_fatal_number("qu_palette_get_list", fatal_number);
+named_search look_through_listed(const char* folder, int fatal_number, Visit visit) {
+  const named_search end = look_through(folder, palette_prefix, begins_with, visit);
+  if (end == named_search::no_folder) qu_fatal_number("qu_palette_get_list", fatal_number);
   return end;
 }
 template <typename Visit>
-looking look_through_users(Visit visit) {
+named_search look_through_users(Visit visit) {
   return look_through_listed(store.u_color_path, 2, visit);
 }
 template <typename Visit>
-looking look_through_systems(Visit visit) {
+named_search look_through_systems(Visit visit) {
   return look_through_listed(system_path(), 3, visit);
 }
 
@@ -165,11 +164,12 @@ bool fits_in_a_line(const char* name) {
 
 }  // namespace
 
-int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours) {
-  if (std::strcmp(name, no_name) == 0 || !fits_in_a_line(name)) return 1;
+palette_writing qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours) {
+  if (std::strcmp(name, no_name) == 0 || !fits_in_a_line(name)) return palette_writing::not_created;
   const char* folder = user_path(prefix);
   palette_file present;
-  if (qu_palit_path(folder, name, prefix, present) != looking::ended) return 1;
+  if (qu_palit_path(folder, name, prefix, present) != named_search::ended)
+    return palette_writing::not_created;
   for (std::int64_t number = 0;; ++number) {
     path_text path;
     qu_path_join(path, {folder, path_separator, prefix, std::to_string(number)});
@@ -179,51 +179,52 @@ int qu_palit_new_name(const char* name, const char* prefix, const palette_colour
     replaced_file file(path, write_text);
     if (!file) {
       qu_report_failure("Cannot create", path);
-      return 1;
+      return palette_writing::not_created;
     }
-    if (write_palette(file.get(), name, colours) && file.commit_new()) return 0;
+    if (write_palette(file.get(), name, colours) && file.commit_new()) return palette_writing::done;
     if (errno == EEXIST && lstat(path, &status) == 0) continue;
     qu_message("Error writing in %s. File removed.", path);
-    return 2;
+    return palette_writing::failed;
   }
 }
 
 string_list qu_palette_get_list() {
   string_list list;
-  look_through_users([&list](const palette_file& file) {
+  // What can't be read now is left out.
+  static_cast<void>(look_through_users([&list](const palette_file& file) {
     list.add(file.name.c_str(), name_size);
     return false;
-  });
-  look_through_systems([&list](const palette_file& file) {
+  }));
+  static_cast<void>(look_through_systems([&list](const palette_file& file) {
     if (list.find(file.name.c_str()) < 0) list.add(file.name.c_str(), name_size);
     return false;
-  });
+  }));
   list.sort();
   return list;
 }
 
-int qu_palette_exists(const char* name) {
-  if (std::strcmp(name, no_name) == 0) return 0;
+found qu_palette_exists(const char* name) {
+  if (std::strcmp(name, no_name) == 0) return found::no;
   const auto is_listed_so = [name](const palette_file& file) {
     return file.name.substr(0, name_size - 1) == name;
   };
-  const looking user = look_through_users(is_listed_so);
-  if (user == looking::found) return 1;
-  const looking system = look_through_systems(is_listed_so);
-  if (system == looking::found) return 1;
-  return user == looking::ended && system == looking::ended ? 0 : -1;
+  const named_search user = look_through_users(is_listed_so);
+  if (user == named_search::found) return found::yes;
+  const named_search system = look_through_systems(is_listed_so);
+  if (system == named_search::found) return found::yes;
+  return user == named_search::ended && system == named_search::ended ? found::no : found::unreadable;
 }
 
-int qu_palette_read(const char* name, palette_colours& colours) {
+bool qu_palette_read(const char* name, palette_colours& colours) {
   palette_file file;
-  looking state = looking::ended;
-  if (qu_palette_exists(name) == 1) {
+  named_search state = named_search::ended;
+  if (qu_palette_exists(name) == found::yes) {
     state = qu_palit_path(store.u_color_path, name, palette_prefix, file);
-    if (state == looking::ended) state = qu_palit_path(system_path(), name, palette_prefix, file);
+    if (state == named_search::ended) state = qu_palit_path(system_path(), name, palette_prefix, file);
   }
-  if (state != looking::found) {
+  if (state != named_search::found) {
     qu_message("Unable to find the palette named %s\n", name);
-    return 1;
+    return false;
   }
   std::FILE* stream = file.stream.get();
   colours.count = 0;
@@ -233,23 +234,23 @@ int qu_palette_read(const char* name, palette_colours& colours) {
       break;
     ++colours.count;
   }
-  if (std::ferror(stream) == 0) return 0;
+  if (std::ferror(stream) == 0) return true;
   qu_report_failure("Cannot read", file.path);
-  return 1;
+  return false;
 }
 
 std::int32_t qu_palette_size(const char* name) {
   palette_colours colours;
-  return qu_palette_read(name, colours) == 0 ? colours.count : 0;
+  return qu_palette_read(name, colours) ? colours.count : 0;
 }
 
-int qu_palette_save(const char* name, const palette_colours& colours) {
+bool qu_palette_save(const char* name, const palette_colours& colours) {
   palette_file old;
-  if (qu_palit_path(store.u_color_path, name, palette_prefix, old) != looking::found) return 1;
+  if (qu_palit_path(store.u_color_path, name, palette_prefix, old) != named_search::found) return false;
   replaced_file file(old.path, write_text);
-  if (file && write_palette(file.get(), name, colours) && file.commit()) return 0;
+  if (file && write_palette(file.get(), name, colours) && file.commit()) return true;
   qu_report_failure("Error writing palette in", old.path);
-  return 1;
+  return false;
 }
 
 palette_writing qu_palette_write(const char* name, const palette_colours& colours) {
@@ -258,33 +259,25 @@ palette_writing qu_palette_write(const char* name, const palette_colours& colour
     qu_report_failure("Cannot lock", store.u_color_path);
     return palette_writing::failed;
   }
-  const int exists = qu_palette_exists(name);
-  if (exists == 1)
-    return qu_palette_save(name, colours) == 0 ? palette_writing::done : palette_writing::failed;
-  if (exists != 0) return palette_writing::failed;
-  switch (qu_palit_new_name(name, palette_prefix, colours)) {
-    case 0:
-      return palette_writing::done;
-    case 1:
-      return palette_writing::not_created;
-    default:
-      return palette_writing::failed;
-  }
+  const found present = qu_palette_exists(name);
+  if (present == found::no) return qu_palit_new_name(name, palette_prefix, colours);
+  const bool saved = present == found::yes && qu_palette_save(name, colours);
+  return saved ? palette_writing::done : palette_writing::failed;
 }
 
-int qu_palit_delete(const char* name, const char* prefix) {
+palette_deletion qu_palit_delete(const char* name, const char* prefix) {
   const char* folder = user_path(prefix);
   const folder_lock lock(folder);
   if (!lock) {
     qu_report_failure("Cannot lock", folder);
-    return 1;
+    return palette_deletion::failed;
   }
   palette_file file;
-  if (qu_palit_path(folder, name, prefix, file) != looking::found) return 1;
-  if (std::strcmp(prefix, palette_prefix) == 0 && qu_cscale_uses(name)) return 2;
-  if (qu_remove_file(file.path)) return 0;
+  if (qu_palit_path(folder, name, prefix, file) != named_search::found) return palette_deletion::failed;
+  if (std::strcmp(prefix, palette_prefix) == 0 && qu_cscale_uses(name)) return palette_deletion::in_use;
+  if (qu_remove_file(file.path)) return palette_deletion::done;
   qu_report_failure("Cannot delete", file.path);
-  return 1;
+  return palette_deletion::failed;
 }
 
 }  // namespace qrd

@@ -8,6 +8,7 @@
 
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
+#include "util/qu_outcome.h"
 
 namespace qrd {
 
@@ -21,23 +22,29 @@ struct palette_colours {
   std::array<std::int32_t, palette_maximum> red{}, green{}, blue{};
 };
 
-// 0 when a file with these colours was made; 1 when the name is "None" or taken, or no file can be made; 2
-// when it could not be written.
-int qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours = {});
+enum class [[nodiscard]] palette_writing{
+    done,
+    not_created,  // the name is "None" or taken, or no file can be made
+    failed        // it could not be written
+};
+palette_writing qu_palit_new_name(const char* name, const char* prefix, const palette_colours& colours = {});
 // All names, sorted.
 string_list qu_palette_get_list();
-// 1 or 0; -1 if it can't be told, since one that may be meant can't be read now.
-int qu_palette_exists(const char* name);
-// 0 read; 1 not found, or it can't be read now.
-int qu_palette_read(const char* name, palette_colours& colours);
+// Unreadable: one that may be meant can't be read now.
+found qu_palette_exists(const char* name);
+// False after a report if it isn't found, or can't be read now.
+[[nodiscard]] bool qu_palette_read(const char* name, palette_colours& colours);
 // 0 if it can't be read.
 std::int32_t qu_palette_size(const char* name);
-// 0 written; 1 when the palette is not one of the user's, or after a report: it is as it was then.
-int qu_palette_save(const char* name, const palette_colours& colours);
+// False when the palette is not one of the user's, or after a report: it is as it was then.
+[[nodiscard]] bool qu_palette_save(const char* name, const palette_colours& colours);
 // Writes a palette of the user's, old or new, while nobody else does. A failure has changed nothing.
-enum class palette_writing { done, not_created, failed };
 palette_writing qu_palette_write(const char* name, const palette_colours& colours);
-// 0 deleted; 1 not found among the user's, or failed; 2 a colour scale uses it or can't be read.
-int qu_palit_delete(const char* name, const char* prefix);
+enum class [[nodiscard]] palette_deletion{
+    done,
+    failed,  // or it isn't one of the user's
+    in_use   // a colour scale uses it, or one can't be read
+};
+palette_deletion qu_palit_delete(const char* name, const char* prefix);
 
 }  // namespace qrd

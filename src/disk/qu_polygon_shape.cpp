@@ -82,9 +82,9 @@ class passed_edges {
 }  // namespace
 
 ring_state qu_ring_check(vertex_ring& ring) {
-  if (ring.empty()) return RING_DEGENERATE;
+  if (ring.empty()) return ring_state::degenerate;
   if (ring.back().x == ring.front().x && ring.back().y == ring.front().y) ring.pop_back();
-  if (ring.size() < least_vertices) return RING_DEGENERATE;
+  if (ring.size() < least_vertices) return ring_state::degenerate;
 
   // `kept` is what stays, up to A; B and C follow in the ring, whose end leads back to its start.
   vertex_ring kept{ring.front()};
@@ -96,36 +96,36 @@ ring_state qu_ring_check(vertex_ring& ring) {
     const bool closing = at_b + 1 == ring.size();
     const vertex& c = closing ? ring.front() : ring[at_b + 1];
     if (std::abs((b.x - a.x) * (c.y - b.y) - (b.y - a.y) * (c.x - b.x)) < collinear_bound) {
-      if (--remaining < least_vertices) return RING_DEGENERATE;
+      if (--remaining < least_vertices) return ring_state::degenerate;
       continue;
     }
     // The closing edge shares a vertex with the first edge.
-    if (edges.any_crosses(closing ? 1 : 0, kept.size() - 1, b, c)) return RING_SELF_INTERSECTING;
+    if (edges.any_crosses(closing ? 1 : 0, kept.size() - 1, b, c)) return ring_state::self_intersecting;
     kept.push_back(b);
   }
   ring = std::move(kept);
-  return RING_VALID;
+  return ring_state::valid;
 }
 
-int qu_polygon_check(polygon_system& system, polygon& checked) {
+bool qu_polygon_check(polygon_system& system, polygon& checked) {
   if (checked.contours.empty()) {
     qu_message(" Polygon %s is degenerated: deleted", checked.name);
-    return 1;
+    return false;
   }
   for (auto next = checked.contours.begin(); next != checked.contours.end();) {
     contour* each = *next++;
     each->is_3d = checked.is_3d;
     if (each->is_3d && each->z_min > each->z_max) std::swap(each->z_min, each->z_max);
     const ring_state state = qu_ring_check(each->vertices);
-    if (state == RING_VALID) continue;
-    qu_message(state == RING_DEGENERATE ? " Contour %s (polygon %s) is degenerated: deleted"
-                                        : " Contour %s (polygon %s) is self-intersecting: deleted",
+    if (state == ring_state::valid) continue;
+    qu_message(state == ring_state::degenerate ? " Contour %s (polygon %s) is degenerated: deleted"
+                                               : " Contour %s (polygon %s) is self-intersecting: deleted",
                each->name, checked.name);
     qu_contour_delete(system, *each);
   }
-  if (!checked.contours.empty()) return 0;
+  if (!checked.contours.empty()) return true;
   qu_message(" Polygon %s doesn't contain contours any more: deleted", checked.name);
-  return 1;
+  return false;
 }
 
 double qu_ring_area(const vertex_ring& ring) {

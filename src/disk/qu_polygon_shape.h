@@ -8,12 +8,12 @@
 
 namespace qrd {
 
-enum ring_state : int { RING_VALID = 0, RING_DEGENERATE = 1, RING_SELF_INTERSECTING = 2 };
+enum class [[nodiscard]] ring_state{valid, degenerate, self_intersecting};
 
 // Removes a repeated last vertex and collinear corners, and tells whether the ring is valid.
 ring_state qu_ring_check(vertex_ring& ring);
-// Deletes bad contours with a report. 0 keep the polygon, 1 delete it.
-int qu_polygon_check(polygon_system& system, polygon& checked);
+// Deletes bad contours with a report. False if nothing is left of the polygon.
+[[nodiscard]] bool qu_polygon_check(polygon_system& system, polygon& checked);
 // Area (cm2) in 2D, volume (cm3) in 3D; holes are left out.
 double qu_polygon_measure(const polygon& measured);
 double qu_ring_area(const vertex_ring& ring);

@@ -64,42 +64,42 @@ file_stream open_descriptor(const char* study, study_record* record) {
 
 }  // namespace
 
-int qu_study_descriptor_write(const char* path, study_record* record) {
-  if (qu_study_descriptor_write_n(path, record) != 0) return 1;
+void qu_study_descriptor_write(const char* path, study_record* record) {
+  if (qu_study_descriptor_write_n(path, record)) return;
   // Where it can't be written, opening it tells why, and ends the process.
   path_text descriptor;
   descriptor_path(path, descriptor);
   const file_stream file(qu_file_open_f(descriptor, update_binary));
-  return 0;
 }
 
-int qu_study_descriptor_write_n(const char* path, study_record* record) {
-  return write_descriptor(path, *record, &replaced_file::commit) ? 1 : 0;
+bool qu_study_descriptor_write_n(const char* path, study_record* record) {
+  return write_descriptor(path, *record, &replaced_file::commit);
 }
 
-int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record) {
+study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path,
+                                       study_record* record) {
   file_stream file = open_descriptor(path, record);
-  if (!file) return 1;
+  if (!file) return study_fitness::unreadable;
 
   record->study_version = version_before_411;
   record->is_64bit = 0;
   if (!code_descriptor(file.get(), XDR_DECODE, 0, *record)) {
     qu_message("Study descriptor corrupted:\n%s\n", path);
-    return 1;
+    return study_fitness::unreadable;
   }
   store.is_64bit = record->is_64bit;
 
   if (std::strcmp(store.program_name, server_program_name) == 0) {
-    if (record->study_version != PROGRAM_VERSION) return 2;
+    if (record->study_version != PROGRAM_VERSION) return study_fitness::other_version;
   } else if (record->study_version > PROGRAM_VERSION) {
     version_parts version = parts_of_version(record->study_version);
     if (report)
       qu_message("You cannot run %s %s on Velmar %d.%d.%d study (%s)", store.program_name,
                  store.program_version_text, static_cast<int>(version.major), static_cast<int>(version.minor),
                  static_cast<int>(version.patch), name);
-    return 2;
+    return study_fitness::other_version;
   }
-  return file.close() ? 0 : 1;
+  return file.close() ? study_fitness::usable : study_fitness::unreadable;
 }
 
 void qu_study_mark_64bit() {
@@ -107,14 +107,15 @@ void qu_study_mark_64bit() {
   store.is_64bit = 1;
   study_record record;
   const folder_lock lock(store.study_path);
-  if (!lock || qu_study_descriptor_read(false, store.study_name, store.study_path, &record) != 0) {
+  if (!lock ||
+      qu_study_descriptor_read(false, store.study_name, store.study_path, &record) != study_fitness::usable) {
     // What is unknown is not written over.
     qu_message("Failed to read study descriptor %s%sDESCR for 64-bit flag update", store.study_path,
                path_separator);
     return;
   }
   record.is_64bit = 1;
-  if (qu_study_descriptor_write_n(store.study_path, &record) == 0)
+  if (!qu_study_descriptor_write_n(store.study_path, &record))
     qu_message("Failed to write study descriptor %s%sDESCR for 64-bit flag update", store.study_path,
                path_separator);
 }

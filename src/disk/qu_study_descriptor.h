@@ -23,12 +23,14 @@ struct study_record {
   std::int64_t is_64bit = 0;
 };
 
-// 0 usable; 1 not readable; 2 another version. A missing one is made anew.
-int qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
-// 1 written, 0 not; the old descriptor then stays. The version written is always PROGRAM_VERSION. The
-// first form ends the process when the file can't be opened.
-int qu_study_descriptor_write(const char* path, study_record* record);
-int qu_study_descriptor_write_n(const char* path, study_record* record);
+enum class [[nodiscard]] study_fitness{usable, unreadable, other_version};
+
+// A missing one is made anew.
+study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
+// The version written is always PROGRAM_VERSION. What can't be written leaves the old descriptor: the first
+// form ends the process if the file can't even be opened, the second gives false.
+void qu_study_descriptor_write(const char* path, study_record* record);
+[[nodiscard]] bool qu_study_descriptor_write_n(const char* path, study_record* record);
 
 void qu_study_mark_64bit();
 

@@ -237,12 +237,13 @@ void qu_study_folder(const char* registered_path, root_text& folder) {
     if (*c == '\\') *c = '/';
 }
 
-int qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_names,
-                        string_list* valid_paths, string_list* all_names, string_list* all_paths) {
+std::optional<std::int64_t> qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_names,
+                                                string_list* valid_paths, string_list* all_names,
+                                                string_list* all_paths) {
   for (string_list* output : {valid_names, valid_paths, all_names, all_paths})
     if (output != nullptr) output->clear();
   registry read;
-  if (!read_registry(read, true)) return registry_unreadable;
+  if (!read_registry(read, true)) return std::nullopt;
   string_list names, paths;
   for (const registered_study& study : read.studies) {
     names.add(cut_to<name_size>(study.name).c_str(), name_size);
@@ -275,7 +276,7 @@ int qu_study_names_read(int mode, bool sort, bool no_check, string_list* valid_n
   if (valid_names != nullptr) *valid_names = std::move(valid);
   if (all_names != nullptr) *all_names = std::move(names);
   if (all_paths != nullptr) *all_paths = std::move(paths);
-  return static_cast<int>(counts_valid ? valid_count : pair_count);
+  return counts_valid ? valid_count : pair_count;
 }
 
 bool qu_study_names_write(const string_list& all_names, const string_list& all_paths) {

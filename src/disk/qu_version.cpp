@@ -23,8 +23,6 @@
 
 namespace qrd {
 
-char version_message[1001] = "";
-
 namespace {
 
 // No version of any program comes near it, and the three numbers joined stay within 64 bits.
@@ -52,14 +50,15 @@ std::int64_t version_of_line(const char* line) {
 
 }  // namespace
 
-std::int64_t qu_version_read(const char* root) {
+std::optional<std::int64_t> qu_version_read(const char* root) {
   path_text path;
   version_path(root, path);
   file_stream file(qu_file_open_n(path, read_binary));
-  if (!file) return qu_is_gone(errno) || errno == EISDIR ? 0 : version_unreadable;
+  if (!file && !qu_is_gone(errno) && errno != EISDIR) return std::nullopt;
+  if (!file) return 0;
   const char* line = qu_file_next_line(file.get(), false);
-  if (line == nullptr)
-    return std::feof(file.get()) != 0 && std::ferror(file.get()) == 0 ? 0 : version_unreadable;
+  if (line == nullptr && (std::feof(file.get()) == 0 || std::ferror(file.get()) != 0)) return std::nullopt;
+  if (line == nullptr) return 0;
   return line[0] == '\0' || line[0] == '#' ? 0 : version_of_line(line);
 }
 
@@ -80,27 +79,30 @@ void qu_version_write(const char* root, std::int64_t version) {
   if (!written || !file.commit()) qu_fatal("Cannot open version number file %s for writing", path);
 }
 
-int qd_version_check(const char* root) {
-  std::int64_t version = qu_version_read(root);
-  if (version == version_unreadable) {
+bool qd_version_check(const char* root, std::string& refusal) {
+  const std::optional<std::int64_t> version = qu_version_read(root);
+  char message[1001];
+  if (!version) {
     path_text path;
     version_path(root, path);
-    std::snprintf(version_message, sizeof version_message, "Cannot read version number file %s", path);
-    return 1;
+    std::snprintf(message, sizeof message, "Cannot read version number file %s", path);
+    refusal = message;
+    return false;
   }
-  if (version == 0) qu_version_write(root, PROGRAM_VERSION);
-  if (version == 0 || version == PROGRAM_VERSION) return 0;
+  if (*version == 0) qu_version_write(root, PROGRAM_VERSION);
+  if (*version == 0 || *version == PROGRAM_VERSION) return true;
 
-  version_parts parts = parts_of_version(version);
-  if (version > PROGRAM_VERSION)
-    std::snprintf(version_message, sizeof version_message,
+  const version_parts parts = parts_of_version(*version);
+  if (*version > PROGRAM_VERSION)
+    std::snprintf(message, sizeof message,
                   "You cannot run %s %s on Velmar %" PRId64 ".%" PRId64 ".%" PRId64 " file system",
                   store.program_name, store.program_version_text, parts.major, parts.minor, parts.patch);
   else
-    std::snprintf(version_message, sizeof version_message,
+    std::snprintf(message, sizeof message,
                   "You are trying to run %s %s on Velmar %" PRId64 ".%" PRId64 ".%" PRId64 " file system.",
                   store.program_name, store.program_version_text, parts.major, parts.minor, parts.patch);
-  return 1;
+  refusal = message;
+  return false;
 }
 
 }  // namespace qrd

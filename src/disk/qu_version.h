@@ -2,15 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace qrd {
 
-// The version, 0 if the root has none, or `version_unreadable`.
-inline constexpr std::int64_t version_unreadable = -1;
-std::int64_t qu_version_read(const char* root);
+// The version, 0 if the root has none; nothing if there is one that can't be read.
+[[nodiscard]] std::optional<std::int64_t> qu_version_read(const char* root);
 void qu_version_write(const char* root, std::int64_t version);
-// 0 accepted; 1 refused, with the message in version_message.
-int qd_version_check(const char* root);
-extern char version_message[1001];
+// True if this program can work on the root; else `refusal` tells why.
+[[nodiscard]] bool qd_version_check(const char* root, std::string& refusal);
 
 }  // namespace qrd

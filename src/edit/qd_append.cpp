@@ -275,7 +275,7 @@ void file_growth::count_entries(std::int64_t samples) const {
 bool file_growth::change_records() {
   if (is_lines(record_.organisation)) {
     table_bytes_ = qd_line_table_bytes(file_path_);
-    if (table_bytes_ < 0 || qd_line_table_append(file_path_, record_, plan_.samples + 1) == 0) return false;
+    if (!table_bytes_ || !qd_line_table_append(file_path_, record_, plan_.samples + 1)) return false;
   }
   qd_file_record grown = record_;
   grown.organisation = organisation_;
@@ -286,14 +286,16 @@ bool file_growth::change_records() {
   if (!move_.begin()) return false;
   qd_delete_derived_files(file_path_);
   // The new descriptor may be in place although something failed behind that.
-  if (qd_file_descriptor_write(file_path_, grown) == 0 && !has_its_samples(file_path_, grown)) return false;
+  if (qd_file_descriptor_write(file_path_, grown) != object_state::sound &&
+      !has_its_samples(file_path_, grown))
+    return false;
   move_.commit();
   return true;
 }
 
 void file_growth::undo() const {
   for (const growing_data_file& file : grown_) file.undo();
-  if (table_bytes_ > 0) qd_line_table_cut(file_path_, *table_bytes_);
+  if (table_bytes_) qd_line_table_cut(file_path_, *table_bytes_);
 }
 
 file_growth::ending file_growth::run(const sample_filler& fill) {
@@ -360,7 +362,7 @@ int qd_append_sample(const char* directory, const char* file, std::int64_t sampl
     return 0;
   }
   // Another server may have made it grow before the lock was to be had.
-  if (!qd_settle_columns(path) || qd_file_descriptor_read(path, record) == 0 ||
+  if (!qd_settle_columns(path) || qd_file_descriptor_read(path, record) != object_state::sound ||
       std::strcmp(record.name, file) != 0 || record.organisation == ORG_GRID ||
       (organisation && !is_lines(record.organisation))) {
     report_changed(directory, file);

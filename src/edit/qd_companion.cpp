@@ -33,7 +33,8 @@ bool means_absent(int error) {
 
 bool qd_companion_folder_holds(const char* folder, const char* file) {
   qd_file_record record;
-  return qd_file_descriptor_read(folder, record) != 0 && std::strcmp(record.name, file) == 0;
+  return qd_file_descriptor_read(folder, record) == object_state::sound &&
+         std::strcmp(record.name, file) == 0;
 }
 
 companion_reader::companion_reader(const char* path, const char* file)

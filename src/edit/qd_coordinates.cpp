@@ -51,7 +51,8 @@ const char* prepared_coordinates::create(const char* directory, const char* file
 void prepared_coordinates::settle() {
   // Whatever failed last, with the new organisation the file needs them.
   qd_file_record now;
-  if (created_.empty() || qd_file_descriptor_read(file_path_, now) == 0 || now.organisation != organisation_)
+  if (created_.empty() || qd_file_descriptor_read(file_path_, now) != object_state::sound ||
+      now.organisation != organisation_)
     return;
   for (const char* name : std::exchange(created_, {})) {
     path_text path;

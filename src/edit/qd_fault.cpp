@@ -69,8 +69,8 @@ int qd_fault_write(const char* directory, const char* file, fault_variant varian
   const folder_lock lock(folder);
   if (!lock || !lock.is_at(folder) || !qd_companion_folder_holds(folder, file)) return 1;
   if (int state = make_way(path, file); state != 0) return state;
-  return qd_object_file_replace(path, [&system](XDR* xdr) { return qd_fault_system_write(xdr, system); }) ? 0
-                                                                                                          : 1;
+  const auto write = [&system](XDR* xdr) { return qd_fault_system_write(xdr, system); };
+  return qd_object_file_replace(path, write) == object_state::sound ? 0 : 1;
 }
 
 int qd_fault_read(const char* directory, const char* file, fault_variant variant,

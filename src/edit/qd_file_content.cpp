@@ -32,7 +32,7 @@ bool append_numbers(const char* data_path, const initial_samples& initial) {
     const auto count = static_cast<std::int64_t>(piece.size());
     const auto bytes = static_cast<std::int64_t>(numbers.size_bytes());
     _qd_file_encode(piece.data(), 1, count, number_bits, piece.data());
-    if (st_file_concat(data_path, piece.data(), bytes, 1, number_bits) == 0) return false;
+    if (!st_file_concat(data_path, piece.data(), bytes, 1, number_bits)) return false;
   }
   return true;
 }
@@ -43,7 +43,7 @@ bool append_missing(const char* data_path, std::int64_t samples, std::int64_t bi
   checked_array<unsigned char> block;
   return qd_fill_block(bit_length, text, block) &&
          st_file_concat(data_path, block.data(), samples * bit_length / character_bits, 1,
-                        text ? -1 : bit_length) != 0;
+                        text ? -1 : bit_length);
 }
 
 }  // namespace
@@ -67,7 +67,7 @@ bool qd_write_initial_samples(const char* file_path, const qd_file_record& recor
                              initial.variable.kind, bit_length, initial.format);
   if (mkdir(path, 0777) != 0 || !qd_write_variable_files(path, variable, 0)) return false;
   const bool appended = text ? st_file_concat(data_path, initial.texts.data(),
-                                              static_cast<std::int64_t>(initial.texts.size()), 1, -1) != 0
+                                              static_cast<std::int64_t>(initial.texts.size()), 1, -1)
                              : append_numbers(data_path, initial);
   return appended &&
          append_missing(data_path, record.allocated_samples - record.sample_count, bit_length, text);

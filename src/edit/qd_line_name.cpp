@@ -91,7 +91,7 @@ int check_names(const char* directory, const char* file, const char* variable) {
 bool read_variable(const char* directory, const char* file, const char* variable, path_text& path,
                    qd_variable_record& record) {
   return qd_variable_path(directory, file, variable, path) != 0 &&
-         qd_variable_descriptor_read(path, record) != 0;
+         qd_variable_descriptor_read(path, record) == object_state::sound;
 }
 
 // Gives a text variable the role of the former one, in one change: 0, or 2.

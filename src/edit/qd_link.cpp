@@ -112,7 +112,7 @@ int report_failure(const char* file) {
 }
 
 int delete_link(const char* directory, const char* file, bool reset_line_name, bool commit) {
-  if (qd_two_files_available("LINK DELETION FAILED") == 0) return 0;
+  if (!qd_two_files_available("LINK DELETION FAILED")) return 0;
   linked_files files(directory, with_partner(directory, file));
   linked_files::file* side = files.get(file);
   if (side == nullptr || !files.end(*side, reset_line_name) || !files.write(commit))
@@ -152,7 +152,7 @@ int qd_forget_partner(const char* directory, const char* file, const char* delet
 }
 
 int qd_get_link(const char* directory, const char* file, name_text& partner) {
-  if (qd_two_files_available() == 0) return 2;
+  if (!qd_two_files_available()) return 2;
   path_text path;
   qd_file_record record;
   if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 2;

@@ -84,7 +84,7 @@ class slot_table {
 // meanwhile.
 int find_target(const char* directory, const char* file, const char* variable, macro_target& target) {
   if (target.file.open(directory, file) != LOOKUP_FOUND || !qd_settle_columns(target.file.path) ||
-      qd_file_descriptor_read(target.file.path, target.file.record) == 0 ||
+      qd_file_descriptor_read(target.file.path, target.file.record) != object_state::sound ||
       qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != LOOKUP_FOUND)
     return gone;
   if (target.variable.type != VAR_MACRO) qu_fatal("%s: Not a Macro Variable...", function);
@@ -106,7 +106,7 @@ bool check_arguments(const new_indices& added) {
     number = true;
   }
   for (std::int64_t i = 0; added.texts != nullptr && i < added.count; ++i)
-    if (qd_macro_alpha_check(added.text(i)) == 0) return false;
+    if (!qd_macro_alpha_check(added.text(i))) return false;
   return true;
 }
 
@@ -224,7 +224,7 @@ bool add_columns(const macro_target& target, std::int64_t columns, std::int64_t 
 
 // The new descriptor may be in place although something failed behind that.
 bool write_descriptor(const macro_target& target, const qd_macro_descr& merged) {
-  if (qd_macro_descr_write(target.path, merged) != 0) return true;
+  if (qd_macro_descr_write(target.path, merged) == object_state::sound) return true;
   const macro_descriptor now(qd_macro_descr_read(target.path));
   return now && now->indices == merged.indices && now->alpha_indices.count() == merged.alpha_indices.count();
 }
@@ -239,7 +239,7 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
       *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
     return 0;
   };
-  if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return not_written();
+  if (!qd_two_files_available("VARIABLE CREATION FAILED")) return not_written();
   macro_target target;
   if (int found = find_target(directory, file, variable, target); found != 1)
     return found == 0 ? not_written() : found;

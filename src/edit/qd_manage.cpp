@@ -110,8 +110,9 @@ bool write_initial_variable(const char* file_path, std::int64_t organisation, st
 }
 
 bool write_file_files(const char* path, const qd_file_record& record, file_content* content) {
-  if (is_lines(record.organisation) && qd_line_table_create(path) == 0) return false;
-  if (!qd_make_empty_file(path, "DESCR") || qd_file_descriptor_write(path, record) == 0) return false;
+  if (is_lines(record.organisation) && !qd_line_table_create(path)) return false;
+  if (!qd_make_empty_file(path, "DESCR") || qd_file_descriptor_write(path, record) != object_state::sound)
+    return false;
   std::size_t number = 1;
   for (const initial_variable& initial : initial_variables(record.organisation, record.dimension))
     if (!write_initial_variable(path, record.organisation, number++, initial)) return false;
@@ -168,7 +169,7 @@ int qd_create_directory(const char* name) {
     qu_message("         DIRECTORY NAME: >>>%s<<<\n\n", name);
     return 0;
   }
-  if (qd_two_files_available("DIRECTORY CREATION FAILED") == 0) return 0;
+  if (!qd_two_files_available("DIRECTORY CREATION FAILED")) return 0;
   path_text path;
   if (qd_find_directory(name, path) != LOOKUP_ABSENT) {
     report_unexpected("DIRECTORY TO BE CREATED", "EXISTS ALREADY");
@@ -180,7 +181,7 @@ int qd_create_directory(const char* name) {
   placement placed = placement::failed;
   bool has_changed = false;
   if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
-      qd_directory_descriptor_write(folder.path(), name) != 0) {
+      qd_directory_descriptor_write(folder.path(), name) == object_state::sound) {
     // Another server may have made one of that name until the lock was to be had.
     const folder_lock lock(store.catalogue_path);
     if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
@@ -211,7 +212,7 @@ int qd_create_directory(const char* name) {
 }
 
 int qd_delete_directory(const char* name) {
-  if (qd_two_files_available("DIRECTORY DELETION FAILED") == 0) return 0;
+  if (!qd_two_files_available("DIRECTORY DELETION FAILED")) return 0;
   path_text path;
   if (qd_directory_path(name, path) == 0) {
     report_unexpected("DIRECTORY TO BE DELETED", "IS NO MORE");
@@ -224,7 +225,7 @@ int qd_delete_directory(const char* name) {
 // Fatal number: 35 no organisation.
 int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
                    const qd_grid_record* grid, file_content* content) {
-  if (qd_two_files_available("FILE CREATION FAILED") == 0) return 0;
+  if (!qd_two_files_available("FILE CREATION FAILED")) return 0;
   path_text directory_path, existing_path;
   qd_file_record existing;
   if (qd_directory_path(directory, directory_path) == 0 ||
@@ -287,7 +288,7 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
 }
 
 int qd_delete_file(const char* directory, const char* name) {
-  if (qd_two_files_available("FILE DELETION FAILED") == 0) return 0;
+  if (!qd_two_files_available("FILE DELETION FAILED")) return 0;
   path_text path;
   qd_file_record record;
   if (qd_find_file(directory, name, path, record) != LOOKUP_FOUND) {

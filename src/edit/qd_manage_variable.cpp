@@ -67,7 +67,7 @@ int qd_create_variable(const char* directory, const char* file, const char* name
     wanted = *format;
     if (std::strcmp(wanted.unit, " ") == 0) wanted.unit[0] = '\0';
   }
-  if (qd_two_files_available("VARIABLE CREATION FAILED") == 0) return 0;
+  if (!qd_two_files_available("VARIABLE CREATION FAILED")) return 0;
 
   path_text file_path, existing_path;
   qd_file_record file_record;

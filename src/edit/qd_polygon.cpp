@@ -47,9 +47,10 @@ bool write_file(const char* path, polygon_system& system) {
   header.x_min = box.x_min, header.x_max = box.x_max;
   header.y_min = box.y_min, header.y_max = box.y_max;
   header.z_min = box.z_min, header.z_max = box.z_max;
-  return qd_object_file_replace(path, [&](XDR* xdr) {
+  const auto write = [&](XDR* xdr) {
     return qd_polygon_header_move(xdr, header) && qd_polygon_body_write(xdr, system);
-  });
+  };
+  return qd_object_file_replace(path, write) == object_state::sound;
 }
 
 // Always false.

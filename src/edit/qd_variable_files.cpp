@@ -66,7 +66,8 @@ std::string creation_comment() {
 
 bool write_macro(const char* path) {
   macro_descriptor descriptor(qd_macro_descr_new(1));
-  return descriptor && qd_make_empty_file(path, macro_file_name) && qd_macro_descr_write(path, *descriptor);
+  return descriptor && qd_make_empty_file(path, macro_file_name) &&
+         qd_macro_descr_write(path, *descriptor) == object_state::sound;
 }
 
 bool fill_data_file(const char* path, const qd_variable_record& record, std::int64_t samples) {
@@ -76,7 +77,7 @@ bool fill_data_file(const char* path, const qd_variable_record& record, std::int
   path_text data_path;
   qu_path_join(data_path, {path, path_separator, data_file_name});
   return st_file_concat(data_path, block.data(), block.count(), samples / block_samples,
-                        is_text ? -1 : record.bit_length) != 0;
+                        is_text ? -1 : record.bit_length);
 }
 
 }  // namespace
@@ -110,8 +111,8 @@ bool qd_make_empty_file(const char* folder, const char* name) {
 bool qd_write_variable_files(const char* path, const qd_variable_record& record,
                              std::int64_t filled_samples) {
   return (record.type != VAR_MACRO || write_macro(path)) && qd_make_empty_file(path, "DESCR") &&
-         qd_variable_descriptor_write(path, record) != 0 &&
-         qd_comment_replace(path, creation_comment().c_str()) == 0 &&
+         qd_variable_descriptor_write(path, record) == object_state::sound &&
+         qd_comment_replace(path, creation_comment().c_str()) == object_state::sound &&
          qd_make_empty_file(path, data_file_name) &&
          (filled_samples == 0 || fill_data_file(path, record, filled_samples));
 }

@@ -76,8 +76,8 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
   const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
     path_text path;
     qu_path_join(path, {folder, path_separator, wireframe_file_name});
-    if (qd_object_file_replace(path, [&root](XDR* xdr) { return qd_wireframe_body_write(xdr, root); }))
-      return true;
+    const auto write = [&root](XDR* xdr) { return qd_wireframe_body_write(xdr, root); };
+    if (qd_object_file_replace(path, write) == object_state::sound) return true;
     qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
     return false;
   });

@@ -183,7 +183,7 @@ bool write_description(const scale_description& sent) {
 request_status server_answer_cscale_list(const char* /*request*/) {
   if (!resources_available(resources::scales)) return not_served;
   string_list names;
-  if (qu_cscale_get_list(names) != 0) return refuse(read_failure, store.cscale_path);
+  if (!qu_cscale_get_list(names)) return refuse(read_failure, store.cscale_path);
   return answer(wire_names{names});
 }
 
@@ -194,9 +194,9 @@ request_status server_answer_cscale_exists(const char* /*request*/) {
   // The word for no scale, whatever a file calls itself.
   if (!is_set(name)) return answer(wire_bool{false});
   path_text path;
-  const int state = qu_cscale_test(name, path);
-  if (state == 3) return refuse(read_failure, name);
-  return answer(wire_bool{state == 0});
+  const found state = qu_cscale_test(name, path);
+  if (state == found::unreadable) return refuse(read_failure, name);
+  return answer(wire_bool{state == found::yes});
 }
 
 request_status server_answer_cscale_new(const char* /*request*/) {
@@ -228,7 +228,7 @@ request_status server_answer_cscale_new(const char* /*request*/) {
   std::copy_n(sent.color_1, 3, scale.color[0]);
   if (sent.scale_type == SCALE_MANUAL) set_manual(sent, scale);
   if (sent.scale_type == SCALE_FACIES) set_facies(sent, scale);
-  if (qu_cscale_write(scale) != 0) return refuse(write_failure, name.c_str());
+  if (!qu_cscale_write(scale)) return refuse(write_failure, name.c_str());
   return answer();
 }
 
@@ -237,7 +237,7 @@ request_status server_answer_cscale_read(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::scales)) return not_served;
   color_scale scale;
-  if (qu_cscale_read(name, false, scale) != 0) return refuse(read_failure, name);
+  if (!qu_cscale_read(name, false, scale)) return refuse(read_failure, name);
   // The bounds of a manual scale are told class by class.
   if (scale.scale_type == SCALE_MANUAL &&
       (scale.class_count < 1 || scale.intervals.count() < scale.class_count))
@@ -258,7 +258,7 @@ request_status server_answer_cscale_delete(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::scales)) return not_served;
-  if (qu_cscale_delete(name) != 0) return refuse("An error happened during Color Scale deletion");
+  if (!qu_cscale_delete(name)) return refuse("An error happened during Color Scale deletion");
   return answer();
 }
 

@@ -137,7 +137,7 @@ request_status server_answer_file_info(const char* /*request*/) {
   path_text path;
   if (!qd_file_path(context.directory, context.file, path)) return refuse("Cannot get physical file path");
   qd_file_record file;
-  if (!qd_file_descriptor_read(path, file)) return refuse("Cannot get file descriptor");
+  if (qd_file_descriptor_read(path, file) != object_state::sound) return refuse("Cannot get file descriptor");
   unit_divisors unit;
   if (!find_client_units(unit)) return not_served;
   const std::int32_t organisation = wire_organisation_of(info.organisation);

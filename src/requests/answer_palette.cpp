@@ -43,9 +43,9 @@ request_status server_answer_palette_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::palettes)) return not_served;
-  const int exists = qu_palette_exists(name);
-  if (exists < 0) return refuse(read_failure, name);
-  return answer(wire_bool{exists != 0});
+  const found state = qu_palette_exists(name);
+  if (state == found::unreadable) return refuse(read_failure, name);
+  return answer(wire_bool{state == found::yes});
 }
 
 request_status server_answer_palette_read(const char* /*request*/) {
@@ -53,7 +53,7 @@ request_status server_answer_palette_read(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::palettes)) return not_served;
   palette_colours colours;
-  if (qu_palette_read(name, colours) != 0) return refuse(read_failure, name);
+  if (!qu_palette_read(name, colours)) return refuse(read_failure, name);
   return answer(wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
                 wire_ints{colours.green.data(), colours.count},
                 wire_ints{colours.blue.data(), colours.count});
@@ -88,13 +88,14 @@ request_status server_answer_palette_delete(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::both)) return not_served;
   switch (qu_palit_delete(name, palette_prefix)) {
-    case 0:
+    case palette_deletion::done:
       return answer();
-    case 2:
+    case palette_deletion::in_use:
       return refuse("Cannot delete palette named %s as it is used by a Color Scale.", name);
-    default:
-      return refuse("An error happened during Palette deletion");
+    case palette_deletion::failed:
+      break;
   }
+  return refuse("An error happened during Palette deletion");
 }
 
 }  // namespace qrd

@@ -111,7 +111,7 @@ std::unique_ptr<polygon_system> build_system(std::vector<contour_entry>& entries
   }
   for (auto each = system->polygons.begin(); each != system->polygons.end();) {
     polygon& checked = *each++;
-    if (qu_polygon_check(*system, checked) != 0) qu_polygon_delete(*system, checked);
+    if (!qu_polygon_check(*system, checked)) qu_polygon_delete(*system, checked);
   }
   return system;
 }

@@ -76,8 +76,7 @@ request_status server_answer_study_del(const char* /*request*/) {
   qu_string_copy(current_context.study, name);
   folder_lock lock(store.root_path);
   string_list valid_names, valid_paths, all_names, all_paths;
-  if (!lock || qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
-                   registry_unreadable)
+  if (!lock || !qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths))
     return refuse("An error happened during Study deletion: %s", name);
   std::int64_t valid_rank = valid_names.find(name);
   if (valid_rank >= 0) qu_study_tidy_beside(valid_paths[valid_rank], all_names, all_paths);

@@ -11,7 +11,7 @@ namespace qrd {
 request_status server_answer_study_list(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not defined");
   string_list names;
-  if (qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr) == registry_unreadable)
+  if (!qu_study_names_read(-1, true, false, &names, nullptr, nullptr, nullptr))
     return refuse("%s", no_registry_text);
   return answer(wire_names{names});
 }

@@ -120,7 +120,7 @@ request_status server_answer_study_new(const char* /*request*/) {
   const folder_lock lock(store.root_path);
   string_list all_names, all_paths;
   const bool is_known =
-      qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths) != registry_unreadable;
+      qu_study_names_read(-1, false, false, nullptr, nullptr, &all_names, &all_paths).has_value();
   server_debug(1, "Creating Study: \"%s\".", name.c_str());
   if (is_taken(name.c_str(), all_names, all_paths, lock))
     return refuse("WARNING: This study already exists: %s", name.c_str());

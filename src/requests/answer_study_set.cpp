@@ -28,15 +28,14 @@ request_status server_answer_study_set(const char* /*request*/) {
   if (!is_set(current_context.qrd_init)) return refuse("QRD_INIT is not set");
 
   string_list valid_names, valid_paths, all_names, all_paths;
-  if (qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths) ==
-      registry_unreadable)
+  if (!qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths))
     return refuse("%s", no_registry_text);
   std::int64_t rank = all_names.find(name.c_str());
   if (rank < 0) return refuse("Study Unknown: \"%s\"", name.c_str());
   std::int64_t valid_rank = valid_names.find(name.c_str());
   if (valid_rank < 0) return refuse("Study Directory not found or not a study: \"%s\"", all_paths[rank]);
   study_record record;
-  if (qu_study_descriptor_read(true, name.c_str(), valid_paths[valid_rank], &record) != 0)
+  if (qu_study_descriptor_read(true, name.c_str(), valid_paths[valid_rank], &record) != study_fitness::usable)
     return refuse("Invalid Study version: \"%s\"", name.c_str());
 
   name_text wanted;

@@ -102,10 +102,12 @@ request_status server_answer_set_var_unit(const char* /*request*/) {
   path_text path;
   qd_variable_record record;
   if (file.open(current_context.directory, current_context.file) != LOOKUP_FOUND ||
-      qd_variable_path_in(file.path, variable, path) == 0 || qd_variable_descriptor_read(path, record) == 0)
+      qd_variable_path_in(file.path, variable, path) == 0 ||
+      qd_variable_descriptor_read(path, record) != object_state::sound)
     return refuse("Cannot get variable descriptor");
   set_variable_unit(symbol, count == 2 ? display : nullptr, record.format);
-  if (qd_variable_descriptor_write(path, record) == 0) return refuse("Cannot write variable descriptor");
+  if (qd_variable_descriptor_write(path, record) != object_state::sound)
+    return refuse("Cannot write variable descriptor");
   return answer();
 }
 

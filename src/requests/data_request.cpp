@@ -129,7 +129,7 @@ bool data_request::select_variable(unit_choice choice) {
   const server_context& context = current_context;
   // A column may have gone, or never have been: the current variable is only known by its macro's name. A
   // selection of what isn't there would end the process.
-  const bool is_column = qd_macro_name_kind(context.variable) > 0;
+  const bool is_column = qd_macro_names_column(context.variable);
   if (is_column || !variable_found_)
     variable_found_ = qd_variable_query(is_column, context.directory, context.file, context.variable,
                                         variable, nullptr, &place_) == 0;

@@ -1,6 +1,7 @@
 #include "requests/open_root.h"
 
 #include <cstring>
+#include <string>
 
 #include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_root.h"
@@ -23,23 +24,24 @@ namespace qrd {
 namespace {
 
 // A root that a client names must hold a registry: only the default root is made from nothing.
-const char* check_root(const char* path) {
+std::string check_root(const char* path) {
   if (std::strlen(path) >= root_size || qu_file_isdirectory(path) == 0) return "Cannot access directory";
   path_text registry;
   qu_path_join(registry, {path, path_separator, registry_file_name});
   // The opening also refuses names that no file of the store could be opened under.
   if (!qu_file_readable(registry) || !file_stream(qu_file_open_n(registry, read_binary)))
     return no_registry_text;
-  return nullptr;
+  return "";
 }
 
-const char* open_root(const char* path) {
+std::string open_root(const char* path) {
   qu_init(path, server_program, server_version);
   qu_string_copy(store.root_path, current_context.qrd_init);
-  if (qd_version_check(store.root_path) != 0) return version_message;
+  std::string refusal;
+  if (!qd_version_check(store.root_path, refusal)) return refusal;
   switch (qu_study_open(no_name)) {
     case STUDY_OPENED:
-      return nullptr;
+      return "";
     case STUDY_NO_REGISTRY:
       return no_registry_text;
     case STUDY_TOO_LONG:
@@ -51,14 +53,14 @@ const char* open_root(const char* path) {
 
 }  // namespace
 
-const char* qrd_open_root() {
+std::string qrd_open_root() {
   const open_store before;
   char named[sizeof current_context.qrd_init];
   qu_string_copy(current_context.qrd_init, named);
   bool is_default = !is_set(named) || named[0] == '\0';
-  const char* refusal = is_default ? nullptr : check_root(named);
-  if (refusal == nullptr) refusal = open_root(is_default ? nullptr : named);
-  if (refusal != nullptr) {
+  std::string refusal = is_default ? "" : check_root(named);
+  if (refusal.empty()) refusal = open_root(is_default ? nullptr : named);
+  if (!refusal.empty()) {
     before.put_back();
     qu_string_copy(named, current_context.qrd_init);
     return refusal;
@@ -70,7 +72,7 @@ const char* qrd_open_root() {
   current_context.unit_mode = 0;
   qd_tables_init();
   qd_init();
-  return nullptr;
+  return refusal;
 }
 
 bool set_root(const char* path) {
@@ -78,14 +80,14 @@ bool set_root(const char* path) {
   std::memcpy(before, current_context.qrd_init, sizeof before);
   server_debug(0, "Setting QRD_INIT path to \"%s\".", path);
 
-  const char* message = "Cannot access directory";
+  std::string message = "Cannot access directory";
   if (std::strlen(path) < sizeof current_context.qrd_init) {
     std::strcpy(current_context.qrd_init, path);
     message = qrd_open_root();
   }
-  if (message == nullptr) return true;
+  if (message.empty()) return true;
   std::memcpy(current_context.qrd_init, before, sizeof before);
-  server_send_error("QRD_INIT=%s: %s", path, message);
+  server_send_error("QRD_INIT=%s: %s", path, message.c_str());
   return false;
 }
 

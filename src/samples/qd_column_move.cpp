@@ -137,7 +137,8 @@ bool finish(const std::string& file_path, const growth_journal& entries) {
 // can be done.
 bool settle(const std::string& file_path, const growth_journal& entries) {
   qd_file_record record;
-  if (qd_file_descriptor_read(file_path.c_str(), record) == 0) return qd_folder_gone(file_path.c_str());
+  if (qd_file_descriptor_read(file_path.c_str(), record) != object_state::sound)
+    return qd_folder_gone(file_path.c_str());
   if (record.sample_count == entries.samples) return finish(file_path, entries);
   return record.sample_count == entries.old_samples && undo(file_path, entries);
 }
@@ -411,7 +412,8 @@ bool qd_columns_hold(const qd_selected_entry& entry) {
   if (entry.type != VAR_MACRO || entry.stream == nullptr) return true;
   qd_file_record record;
   return !qd_columns_move(entry.file_path) && qd_is_in_place(entry) &&
-         qd_file_descriptor_read(entry.file_path, record) != 0 && record.sample_count == entry.sample_count;
+         qd_file_descriptor_read(entry.file_path, record) == object_state::sound &&
+         record.sample_count == entry.sample_count;
 }
 
 }  // namespace qrd

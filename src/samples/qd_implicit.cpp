@@ -85,8 +85,9 @@ bool computed_values::open(const qd_selected_entry& entry) {
   if (entry.kind != KIND_RELATIVE_NUMBER && entry.kind != KIND_LINE_NUMBER) return true;
   qd_file_record record;
   // Samples, but no line that could hold them, are no table either.
-  return qd_file_descriptor_read(entry.file_path, record) != 0 && record.sample_count == entry.sample_count &&
-         qd_line_table_read(entry.file_path, record, offsets_) && offsets_.size() >= 2;
+  return qd_file_descriptor_read(entry.file_path, record) == object_state::sound &&
+         record.sample_count == entry.sample_count && qd_line_table_read(entry.file_path, record, offsets_) &&
+         offsets_.size() >= 2;
 }
 
 void computed_values::get(std::int64_t first, std::int64_t last, double* values) const {

@@ -90,7 +90,7 @@ std::int64_t qd_free_io(std::int64_t io) {
 
 int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
   constexpr char function[] = "qd_set_macro_indices_in_io";
-  if (qd_two_files_available() == 0) return 0;
+  if (!qd_two_files_available()) return 0;
   qd_io& record = qd_io_of(function, io);
   bool any_generic = false;
   for (std::size_t v = 0; v < record.variables.size(); ++v) {

@@ -15,7 +15,7 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   *count = -1;
   if (alpha != nullptr) alpha->clear();
   const qd_selected_entry* entry = qd_entry(handle.entry);
-  if (entry == nullptr || qd_two_files_available() == 0) return {};
+  if (entry == nullptr || !qd_two_files_available()) return {};
   macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
   if (!descriptor) return {};
 

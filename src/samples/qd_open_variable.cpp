@@ -44,19 +44,19 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
 
 // Finds a variable under its exact name or, for a name with an index, under the generic one; one walk
 // looks for both. A variable that exists under the exact name, brackets included, is an ordinary variable:
-// its class is then 0.
-lookup_result find_variable(const char* file_path, const char* variable, int& name_class, path_text& path,
+// it then carries no index.
+lookup_result find_variable(const char* file_path, const char* variable, index_form& index, path_text& path,
                             qd_variable_record& record) {
   name_text generic;
   qu_path_join(generic, {variable});
-  if (name_class != 0) qd_macro_name_generic(generic);
+  if (index != index_form::none) qd_macro_name_generic(generic);
   path_text seen_path;
   qd_variable_record seen;
   bool found = false;
   walk_end end =
       qd_walk<variable_level>(file_path, seen_path, seen, [&](const qd_variable_record& candidate) {
         if (std::strcmp(candidate.name, variable) == 0) return true;
-        if (!found && name_class != 0 && std::strcmp(candidate.name, generic) == 0) {
+        if (!found && index != index_form::none && std::strcmp(candidate.name, generic) == 0) {
           found = true;
           record = candidate;
           qu_path_join(path, {seen_path});
@@ -64,16 +64,21 @@ lookup_result find_variable(const char* file_path, const char* variable, int& na
         return false;
       });
   if (end != walk_end::stopped) return found ? LOOKUP_FOUND : qd_lookup_result(end);
-  name_class = std::min(name_class, 0);
+  if (index != index_form::generic) index = index_form::none;
   record = seen;
   qu_path_join(path, {seen_path});
   return LOOKUP_FOUND;
 }
 
-// The slot that a name of this class means. False if the variable has just gone, or has no such column.
-bool find_macro_slot(int name_class, const char* variable_path, const char* variable, std::int64_t& slot) {
-  slot = name_class;
-  if (name_class <= 0) return true;
+// The slot of a name without an index, or with the one that stands for all.
+std::int64_t slot_of_family(index_form index) {
+  return index == index_form::generic ? -1 : 0;
+}
+
+// The slot that a name means. False if the variable has just gone, or has no such column.
+bool find_macro_slot(index_form index, const char* variable_path, const char* variable, std::int64_t& slot) {
+  slot = slot_of_family(index);
+  if (index == index_form::none || index == index_form::generic) return true;
   macro_descriptor descriptor(qd_macro_descr_read(variable_path));
   slot = descriptor ? descriptor->slot_of(qd_macro_name_alpha_indice(*descriptor, variable, nullptr)) : -1;
   return slot >= 0;
@@ -110,8 +115,9 @@ struct found_variable {
   qd_file_record file;
   qd_variable_record variable;
   bool read(const qd_variable_place& place, const char* file_name, const char* variable_name) {
-    return qd_file_descriptor_read(place.file_path, file) != 0 && std::strcmp(file.name, file_name) == 0 &&
-           qd_variable_descriptor_read(place.path, variable) != 0 &&
+    return qd_file_descriptor_read(place.file_path, file) == object_state::sound &&
+           std::strcmp(file.name, file_name) == 0 &&
+           qd_variable_descriptor_read(place.path, variable) == object_state::sound &&
            std::strcmp(variable.name, variable_name) == 0;
   }
 };
@@ -200,27 +206,27 @@ int select_found(const qd_variable_place& place, const char* directory, const ch
 int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
                        qd_variable_handle& handle) {
   handle = {};
-  if (qd_two_files_available() == 0) return 0;
+  if (!qd_two_files_available()) return 0;
 
   qd_variable_place place;
   qd_file_record file_record;
   qd_variable_record record;
-  int name_class = qd_macro_name_kind(variable);
+  index_form index = qd_macro_name_kind(variable);
   // What callers have found may be no more: another server may have deleted or damaged it since.
   if (qd_find_file(directory, file, place.file_path, file_record) != LOOKUP_FOUND ||
-      find_variable(place.file_path, variable, name_class, place.path, record) != LOOKUP_FOUND)
+      find_variable(place.file_path, variable, index, place.path, record) != LOOKUP_FOUND)
     return 0;
   qd_variable_handle selected;
-  if (!find_macro_slot(name_class, place.path, variable, selected.macro_slot)) return 0;
+  if (!find_macro_slot(index, place.path, variable, selected.macro_slot)) return 0;
   return select_found(place, directory, file, variable, record.name, choice, selected, handle);
 }
 
 int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
                           const char* variable, unit_choice choice, qd_variable_handle& handle) {
   handle = {};
-  if (qd_two_files_available() == 0) return 0;
+  if (!qd_two_files_available()) return 0;
   qd_variable_handle selected;
-  selected.macro_slot = std::min(qd_macro_name_kind(variable), 0);
+  selected.macro_slot = slot_of_family(qd_macro_name_kind(variable));
   return select_found(place, directory, file, variable, variable, choice, selected, handle);
 }
 
@@ -232,7 +238,7 @@ int qd_selection_select(const char* directory, const char* file, const char* sel
   if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, nullptr, &place) == 0)
     return 0;
   // The place is that of the family: a column may also be a variable of its own.
-  const int selected = qd_macro_name_kind(selection) > 0
+  const int selected = qd_macro_names_column(selection)
                            ? qd_variable_select(directory, file, selection, UNIT_NONE, handle)
                            : qd_variable_select_at(place, directory, file, selection, UNIT_NONE, handle);
   if (selected == 0) return 0;

@@ -37,11 +37,11 @@ bool is_of_class(int wanted, const char* variable, const qd_variable_record& rec
     case CLASS_SELECTION:
       return record.bit_length == 1;
     case CLASS_FLOAT:
-      return record.type != VAR_CHAR && (record.type != VAR_MACRO || qd_macro_name_kind(variable) > 0);
+      return record.type != VAR_CHAR && (record.type != VAR_MACRO || qd_macro_names_column(variable));
     case CLASS_CHAR:
       return record.type == VAR_CHAR;
     case CLASS_MACRO:
-      return record.type == VAR_MACRO && qd_macro_name_kind(variable) == -1;
+      return record.type == VAR_MACRO && qd_macro_name_kind(variable) == index_form::generic;
     case CLASS_NUMERICAL:
       return record.type != VAR_CHAR;
     default:

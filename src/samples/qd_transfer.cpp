@@ -78,7 +78,7 @@ range_guard::range_guard(const range_transfer& range, purpose what) {
   for (std::int64_t v = 0; v < range.variable_count() && holds_; ++v) holds_ = qd_is_in_place(range.entry(v));
   qd_file_record now;
   if (holds_ && in_columns)
-    holds_ = !qd_columns_move(file_path) && qd_file_descriptor_read(file_path, now) != 0 &&
+    holds_ = !qd_columns_move(file_path) && qd_file_descriptor_read(file_path, now) == object_state::sound &&
              now.sample_count == range.samples;
 }
 

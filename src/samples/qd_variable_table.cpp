@@ -93,8 +93,8 @@ int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   // nobody's mistake.
   qd_variable_record variable;
   qd_file_record file;
-  if (!qd_variable_descriptor_read(entry->variable_path, variable) ||
-      !qd_file_descriptor_read(entry->file_path, file))
+  if (qd_variable_descriptor_read(entry->variable_path, variable) != object_state::sound ||
+      qd_file_descriptor_read(entry->file_path, file) != object_state::sound)
     return 0;
   qd_fill_var_info(file, variable, info);
   info.system = variable.kind != KIND_PLAIN || variable.implicit != 0;

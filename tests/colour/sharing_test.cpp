@@ -162,8 +162,8 @@ TEST_F(shared_colours, scale_of_one_name_stays_one_and_is_always_found) {
   const auto act = [this](int process) {
     color_scale scale;
     qu_cscale_init(scale, false, "one", "p1");
-    if (process > 2) return qu_cscale_read("one", false, scale) == 0;
-    if (process < 2) return qu_cscale_write(scale) == 0;
+    if (process > 2) return qu_cscale_read("one", false, scale);
+    if (process < 2) return qu_cscale_write(scale);
     const folder_lock lock(store.cscale_path);
     return std::rename(scale_file(0).c_str(), scale_file(7).c_str()) == 0 || errno == ENOENT;
   };
@@ -176,7 +176,7 @@ TEST_F(shared_colours, palette_of_one_name_stays_one_and_is_always_whole) {
   expect_done("CPALWRIT", palette("one", 0));
   const auto act = [](int process) {
     palette_colours colours;
-    if (process == 3) return qu_palette_read("one", colours) == 0 && colours.count % 198 == 2;
+    if (process == 3) return qu_palette_read("one", colours) && colours.count % 198 == 2;
     colours.count = 200;
     const auto moment = std::chrono::steady_clock::now().time_since_epoch() / std::chrono::milliseconds(3);
     return qu_palette_write(std::to_string(moment).c_str(), colours) == palette_writing::done &&

@@ -18,23 +18,26 @@ struct ring_case {
 
 TEST(polygon_rings, are_cleaned_and_judged) {
   const ring_case cases[] = {
-      {"empty", {}, RING_DEGENERATE, 0},
-      {"one vertex", {{1, 1}}, RING_DEGENERATE, 0},
-      {"two vertices", {{0, 0}, {1, 1}}, RING_DEGENERATE, 0},
-      {"closed triangle", {{0, 0}, {4, 0}, {0, 4}, {0, 0}}, RING_VALID, 3},
-      {"closed twice", {{0, 0}, {4, 0}, {4, 4}, {0, 0}, {0, 0}}, RING_SELF_INTERSECTING, 0},
-      {"three in a row", {{0, 0}, {1, 1}, {2, 2}}, RING_DEGENERATE, 0},
-      {"straight corner", {{0, 0}, {2, 0}, {4, 0}, {4, 4}, {0, 4}}, RING_VALID, 4},
-      {"straight corner at the first vertex stays", {{2, 0}, {4, 0}, {4, 4}, {0, 4}, {0, 0}}, RING_VALID, 5},
-      {"straight last vertex", {{0, 0}, {4, 0}, {4, 4}, {2, 2}}, RING_VALID, 3},
-      {"bow tie", {{0, 0}, {4, 4}, {4, 0}, {0, 4}}, RING_SELF_INTERSECTING, 0},
-      {"touches itself", {{0, 0}, {4, 0}, {4, 4}, {2, 0}, {0, 4}}, RING_SELF_INTERSECTING, 0},
-      {"closing edge crosses", {{0, 0}, {4, 0}, {4, 4}, {2, -1}}, RING_SELF_INTERSECTING, 0},
+      {"empty", {}, ring_state::degenerate, 0},
+      {"one vertex", {{1, 1}}, ring_state::degenerate, 0},
+      {"two vertices", {{0, 0}, {1, 1}}, ring_state::degenerate, 0},
+      {"closed triangle", {{0, 0}, {4, 0}, {0, 4}, {0, 0}}, ring_state::valid, 3},
+      {"closed twice", {{0, 0}, {4, 0}, {4, 4}, {0, 0}, {0, 0}}, ring_state::self_intersecting, 0},
+      {"three in a row", {{0, 0}, {1, 1}, {2, 2}}, ring_state::degenerate, 0},
+      {"straight corner", {{0, 0}, {2, 0}, {4, 0}, {4, 4}, {0, 4}}, ring_state::valid, 4},
+      {"straight corner at the first vertex stays",
+       {{2, 0}, {4, 0}, {4, 4}, {0, 4}, {0, 0}},
+       ring_state::valid,
+       5},
+      {"straight last vertex", {{0, 0}, {4, 0}, {4, 4}, {2, 2}}, ring_state::valid, 3},
+      {"bow tie", {{0, 0}, {4, 4}, {4, 0}, {0, 4}}, ring_state::self_intersecting, 0},
+      {"touches itself", {{0, 0}, {4, 0}, {4, 4}, {2, 0}, {0, 4}}, ring_state::self_intersecting, 0},
+      {"closing edge crosses", {{0, 0}, {4, 0}, {4, 4}, {2, -1}}, ring_state::self_intersecting, 0},
   };
   for (const ring_case& each : cases) {
     vertex_ring ring = each.ring;
     EXPECT_EQ(qu_ring_check(ring), each.state) << each.what;
-    if (each.state == RING_VALID) {
+    if (each.state == ring_state::valid) {
       EXPECT_EQ(ring.size(), each.left) << each.what;
     }
   }
@@ -49,14 +52,14 @@ TEST(polygon_rings, of_many_edges) {
     circle.push_back({1e4 * std::cos(angle), 1e4 * std::sin(angle)});
   }
   vertex_ring valid = circle;
-  EXPECT_EQ(qu_ring_check(valid), RING_VALID);
+  EXPECT_EQ(qu_ring_check(valid), ring_state::valid);
   EXPECT_EQ(valid.size(), circle.size());
   for (int first : {3, 300, 700, 990}) {
     vertex_ring crossed = circle;
     // A corner that reaches through the opposite side.
     crossed[static_cast<std::size_t>(first)].x *= -1.5;
     crossed[static_cast<std::size_t>(first)].y *= -1.5;
-    EXPECT_EQ(qu_ring_check(crossed), RING_SELF_INTERSECTING) << first;
+    EXPECT_EQ(qu_ring_check(crossed), ring_state::self_intersecting) << first;
   }
 }
 
@@ -104,7 +107,7 @@ TEST(polygon_check, deletes_a_great_many_contours) {
   polygon& owner = qu_polygon_new_named(*system, "P");
   for (int i = 0; i < 200000; ++i) qu_polygon_add_contour_named(*system, owner, "same");
   testing::internal::CaptureStdout();
-  EXPECT_EQ(qu_polygon_check(*system, owner), 1);
+  EXPECT_FALSE(qu_polygon_check(*system, owner));
   testing::internal::GetCapturedStdout();
   EXPECT_EQ(system->contours.count(), 0);
 }

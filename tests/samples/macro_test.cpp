@@ -19,37 +19,53 @@ namespace {
 using indices = std::vector<std::int64_t>;
 
 TEST(macro_name, kind_and_number) {
+  using form = index_form;
   struct {
     const char* name;
-    int kind;
+    index_form kind;
     std::int64_t number;
-  } const rows[] = {
-      {"Grade", 0, 0},       {"Grade[12]", 1, 12},       {"Grade[xxxxx]", -1, -1}, {"Grade{xxxxx}", -1, 0},
-      {"Grade{gold}", 2, 0}, {"Grade[99999]", 1, 99999}, {"Grade[100000]", 1, 0},  {"Grade[0]", 1, 0},
-      {"Grade[-1]", 1, 0},   {"Grade[1a]", 1, 0},        {"Grade[]", 1, 0},        {"[]", 0, 0},
-      {"[1]", 1, 1},         {"Grade12]", 0, 0},         {"Grade{12]", 0, 0},      {"Grade[xxxx]", 1, 0},
-      {"a[1[22]", 1, 22},    {"Grade[00012]", 1, 12},    {"Grade[12] ", 0, 0},     {"", 0, 0},
-      {"{}}", 2, 0},         {"Grade[000012]", 1, 0}};
+  } const rows[] = {{"Grade", form::none, 0},
+                    {"Grade[12]", form::number, 12},
+                    {"Grade[xxxxx]", form::generic, -1},
+                    {"Grade{xxxxx}", form::generic, 0},
+                    {"Grade{gold}", form::text, 0},
+                    {"Grade[99999]", form::number, 99999},
+                    {"Grade[100000]", form::number, 0},
+                    {"Grade[0]", form::number, 0},
+                    {"Grade[-1]", form::number, 0},
+                    {"Grade[1a]", form::number, 0},
+                    {"Grade[]", form::number, 0},
+                    {"[]", form::none, 0},
+                    {"[1]", form::number, 1},
+                    {"Grade12]", form::none, 0},
+                    {"Grade{12]", form::none, 0},
+                    {"Grade[xxxx]", form::number, 0},
+                    {"a[1[22]", form::number, 22},
+                    {"Grade[00012]", form::number, 12},
+                    {"Grade[12] ", form::none, 0},
+                    {"", form::none, 0},
+                    {"{}}", form::text, 0},
+                    {"Grade[000012]", form::number, 0}};
   for (const auto& row : rows) {
     EXPECT_EQ(qd_macro_name_kind(row.name), row.kind) << row.name;
     EXPECT_EQ(qd_macro_name_indice(row.name), row.number) << row.name;
   }
 }
 
-std::string generic(const std::string& name, int* changed = nullptr) {
+std::string generic(const std::string& name, bool* changed = nullptr) {
   name_text text;
   qu_path_join(text, {name});
-  int result = qd_macro_name_generic(text);
+  const bool result = qd_macro_name_generic(text);
   if (changed != nullptr) *changed = result;
   return text;
 }
 
 TEST(macro_name, generic_form) {
-  int changed = -1;
+  bool changed = true;
   EXPECT_EQ(generic("Grade", &changed), "Grade");
-  EXPECT_EQ(changed, 0);
+  EXPECT_FALSE(changed);
   EXPECT_EQ(generic("Grade{gold}", &changed), "Grade[xxxxx]");
-  EXPECT_EQ(changed, 1);
+  EXPECT_TRUE(changed);
   EXPECT_EQ(generic("a[1[22]"), "a[1[xxxxx]");
   EXPECT_EQ(generic("Grade{xxxxx}"), "Grade[xxxxx]");
   const std::string longest(42, 'n');
@@ -61,8 +77,8 @@ TEST(macro_name, generic_form) {
 
 TEST(macro_name, alphanumerical_text) {
   for (const char* bad : {"a{", "}", "[", "x]", "xxxxx", "", "None"})
-    EXPECT_EQ(qd_macro_alpha_check(bad), 0) << bad;
-  for (const char* good : {"gold", "none", "xxxx", " "}) EXPECT_EQ(qd_macro_alpha_check(good), 1) << good;
+    EXPECT_FALSE(qd_macro_alpha_check(bad)) << bad;
+  for (const char* good : {"gold", "none", "xxxx", " "}) EXPECT_TRUE(qd_macro_alpha_check(good)) << good;
 }
 
 TEST(macro_name, resolves_to_an_index) {
@@ -126,8 +142,9 @@ TEST_F(macro_file, what_does_not_hold_is_corrupted) {
     EXPECT_FALSE(is_read);
   }
   std::filesystem::remove(directory_ / "MACRO");
-  EXPECT_EQ(qd_macro_descr_read(path().c_str()), nullptr);
-  EXPECT_TRUE(qd_object_gone());
+  object_state state = object_state::sound;
+  EXPECT_EQ(qd_macro_descr_read(path().c_str(), &state), nullptr);
+  EXPECT_EQ(state, object_state::gone);
 }
 
 }  // namespace

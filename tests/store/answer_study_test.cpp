@@ -52,7 +52,7 @@ class study_requests : public testing::Test {
     root.write_registry(pairs);
     registered = registry_head + pairs;
     qu_string_copy(root.path().c_str(), current_context.qrd_init);
-    ASSERT_EQ(qrd_open_root(), nullptr);
+    ASSERT_EQ(qrd_open_root(), "");
   }
   void TearDown() override {
     qu_exit_hook = nullptr;

@@ -31,7 +31,7 @@ struct file_read {
     on_disk = read_file(path + "/DESCR");
   }
   std::string path, console, on_disk;
-  int result = -1;
+  object_state result = object_state::gone;
   qd_file_record record;
 };
 
@@ -48,11 +48,11 @@ file_fields a_grid() {
 TEST(directory_descriptor, has_these_bytes) {
   catalogue_tree tree;
   std::string path = tree.folder("DIRE.1");
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Mine"), 1);
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Mine"), object_state::sound);
   EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x04Mine", 12));
   // A longer content is replaced by a shorter one.
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "A much longer name of it"), 1);
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Pit"), 1);
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "A much longer name of it"), object_state::sound);
+  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Pit"), object_state::sound);
   EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x03Pit\x00", 12));
 }
 
@@ -61,17 +61,17 @@ TEST(directory_descriptor, of_an_old_version_is_rewritten_and_of_a_later_one_not
   name_text name;
   for (int version : {2, 400, 1099}) {
     std::string path = tree.add("DIRE.1", bytes().i32(version).text("Mine").raw("rest").str());
-    ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1) << version;
+    ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound) << version;
     EXPECT_STREQ(name, "Mine");
     EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(1100).text("Mine").str()) << version;
   }
   std::string later = bytes().i32(1101).text("Mine").str();
   std::string path = tree.add("DIRE.1", later);
-  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1);
+  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound);
   EXPECT_EQ(read_file(path + "/DESCR"), later);
   // 50 characters are legal on disk, and cut in memory.
   path = tree.add("DIRE.1", bytes().i32(1100).text(std::string(50, 'n')).str());
-  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), 1);
+  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound);
   EXPECT_EQ(name, std::string(49, 'n'));
 }
 
@@ -83,9 +83,10 @@ TEST(directory_descriptor, damage_is_reported) {
         bytes().i32(1100).str(), bytes().i32(1100, 10).raw("Mine").str(),
         bytes().i32(1100).text(std::string(51, 'n')).str(), bytes().i32(1100, -1).raw("Mine").str()}) {
     std::string path = tree.add("DIRE.1", content);
-    std::string console = console_of([&] { EXPECT_EQ(qd_directory_descriptor_read(path.c_str(), name), 0); });
-    EXPECT_EQ(console, "Directory descriptor corrupted:\n" + path + "/DESCR\n");
-    EXPECT_FALSE(qd_object_gone());
+    const auto read = [&] {
+      EXPECT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::damaged);
+    };
+    EXPECT_EQ(console_of(read), "Directory descriptor corrupted:\n" + path + "/DESCR\n");
     EXPECT_EQ(read_file(path + "/DESCR"), content);
   }
 }
@@ -99,9 +100,9 @@ TEST(descriptor, tells_gone_from_damaged_and_from_unreadable) {
   const auto all_are = [&](object_state wanted) {
     bool are = true;
     console_of([&] {
-      are = qd_directory_descriptor_read(path.c_str(), name) == 0 && qd_object_state() == wanted &&
-            qd_file_descriptor_read(path.c_str(), file) == 0 && qd_object_state() == wanted &&
-            qd_variable_descriptor_read(path.c_str(), variable) == 0 && qd_object_state() == wanted;
+      are = qd_directory_descriptor_read(path.c_str(), name) == wanted &&
+            qd_file_descriptor_read(path.c_str(), file) == wanted &&
+            qd_variable_descriptor_read(path.c_str(), variable) == wanted;
     });
     return are;
   };
@@ -125,17 +126,17 @@ TEST(file_descriptor, of_this_version_keeps_its_bytes) {
   fields.link = "Header";
   fields.samples = std::int64_t{24};
   file_read read(tree, fields.bytes_of());
-  ASSERT_EQ(read.result, 1);
+  ASSERT_EQ(read.result, object_state::sound);
   const qd_file_record& record = read.record;
   EXPECT_EQ(read.on_disk, fields.bytes_of());
 
   // And the writer makes the same ones, also beyond 32 bits.
-  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), record), 1);
+  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), record), object_state::sound);
   EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
   qd_file_record large = record;
   fields.samples = large.sample_count = 5'000'000'000;
   fields.allocated = large.allocated_samples = 5'000'000'512;
-  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), large), 1);
+  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), large), object_state::sound);
   EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
 }
 
@@ -146,14 +147,14 @@ TEST(file_descriptor, of_an_old_version_becomes_a_new_one) {
     std::string old = fields.bytes_of(version);
     if (version < 200) fields.angles[2] = 0;
     file_read read(tree, old);
-    ASSERT_EQ(read.result, 1) << version << read.console;
+    ASSERT_EQ(read.result, object_state::sound) << version << read.console;
     EXPECT_EQ(read.record.grid.angle3, fields.angles[2]) << version;
     EXPECT_EQ(read.record.allocated_samples, 512) << version;
     EXPECT_EQ(read.on_disk, fields.bytes_of()) << version;
   }
   std::string later = a_grid().bytes_of(1200);
   file_read read(tree, later);
-  EXPECT_EQ(read.result, 1);
+  EXPECT_EQ(read.result, object_state::sound);
   EXPECT_EQ(read.on_disk, later);
 }
 
@@ -164,7 +165,7 @@ TEST(file_descriptor, of_two_dimensions_has_no_third_one_in_memory) {
     fields.dimension = 2;
     fields.nodes[2] = 0;
     file_read read(tree, fields.bytes_of(version));
-    ASSERT_EQ(read.result, 1);
+    ASSERT_EQ(read.result, object_state::sound);
     EXPECT_EQ(read.record.grid.nz, 1);
     EXPECT_EQ(read.record.grid.dz, 0);
     EXPECT_EQ(read.record.grid.z0, 0);
@@ -179,7 +180,7 @@ TEST(file_descriptor, below_520_loses_the_derived_files) {
     write_file(path + "/RPD", "x");
     write_file(path + "/PTD", "x");
     file_read read(tree, file_fields().bytes_of(version));
-    ASSERT_EQ(read.result, 1);
+    ASSERT_EQ(read.result, object_state::sound);
     EXPECT_EQ(fs::exists(path + "/RPD"), version == 520);
     EXPECT_EQ(fs::exists(path + "/PTD"), version == 520);
   }
@@ -197,7 +198,7 @@ TEST(line_table, below_520_gets_wider_entries) {
     file_fields fields = some_lines();
     fields.organisation = organisation;
     file_read read(tree, fields.bytes_of(500));
-    ASSERT_EQ(read.result, 1) << read.console;
+    ASSERT_EQ(read.result, object_state::sound) << read.console;
     EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
     EXPECT_EQ(read.on_disk, fields.bytes_of());
   }
@@ -206,12 +207,12 @@ TEST(line_table, below_520_gets_wider_entries) {
   file_fields fields = some_lines();
   fields.lines = 2;
   write_file(path + "/LINE", bytes().i32(1, 4, 10).str());
-  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, 1);
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, object_state::sound);
   EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 10).str());
   fields.lines = 0;
   fields.samples = 0;
   write_file(path + "/LINE", bytes().i32(1).str());
-  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, 1);
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, object_state::sound);
   EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
 }
 
@@ -225,11 +226,11 @@ TEST(line_table, is_widened_beside_or_not_at_all) {
   {
     file_size_limit full(24);
     qd_file_record record;
-    EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), 0);
+    EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), object_state::unreadable);
   }
   EXPECT_EQ(read_file(path + "/DESCR"), old);
   EXPECT_EQ(read_file(path + "/LINE"), narrow);
-  EXPECT_EQ(file_read(tree, old).result, 1);
+  EXPECT_EQ(file_read(tree, old).result, object_state::sound);
   EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
   EXPECT_EQ(read_file(path + "/before"), narrow) << "a reader in it still reads the old table";
 }
@@ -243,7 +244,7 @@ TEST(old_descriptors, are_read_again_under_the_lock_of_their_upgrade) {
   {
     other_server other(file, [&] { write_file(file + "/DESCR", renamed.bytes_of()); });
     qd_file_record record;
-    ASSERT_EQ(qd_file_descriptor_read(file.c_str(), record), 1);
+    ASSERT_EQ(qd_file_descriptor_read(file.c_str(), record), object_state::sound);
     EXPECT_STREQ(record.link_name, "Traces");
   }
   EXPECT_EQ(read_file(file + "/DESCR"), renamed.bytes_of());
@@ -255,7 +256,7 @@ TEST(old_descriptors, are_read_again_under_the_lock_of_their_upgrade) {
   {
     other_server other(file, [&] { write_file(variable + "/DESCR", changed); });
     qd_variable_record record;
-    ASSERT_EQ(qd_variable_descriptor_read(variable.c_str(), record), 1);
+    ASSERT_EQ(qd_variable_descriptor_read(variable.c_str(), record), object_state::sound);
     EXPECT_STREQ(record.format.unit, "km");
   }
   EXPECT_EQ(read_file(variable + "/DESCR"), changed);
@@ -267,7 +268,7 @@ TEST(line_table, that_an_interrupted_upgrade_has_widened_is_left_alone) {
   std::string wide = bytes().i64(1, 4, 6, 10).str();
   write_file(path + "/LINE", wide);
   file_read read(tree, some_lines().bytes_of(519));
-  EXPECT_EQ(read.result, 1) << read.console;
+  EXPECT_EQ(read.result, object_state::sound) << read.console;
   EXPECT_EQ(read_file(path + "/LINE"), wide);
   EXPECT_EQ(read.on_disk, some_lines().bytes_of());
 }
@@ -281,7 +282,7 @@ TEST(line_table, damaged_below_520_is_reported_and_nothing_is_changed) {
         bytes().i32(2, 4, 6, 10).str(), bytes().i32(1, 4, 6, 11).str(), bytes().i32(1, -4, 6, 10).str()}) {
     write_file(path + "/LINE", table);
     file_read read(tree, old);
-    EXPECT_EQ(read.result, 0);
+    EXPECT_EQ(read.result, object_state::damaged);
     EXPECT_EQ(read.console, "Line descriptor corrupted:\n" + path + "/LINE\n");
     EXPECT_EQ(read.on_disk, old);
     EXPECT_EQ(read_file(path + "/LINE"), table);
@@ -308,18 +309,18 @@ TEST(line_table, survives_a_full_disk) {
   write_file(path + "/DESCR", old);
 
   qd_file_record record;
-  int result = -1;
+  object_state result = object_state::sound;
   testing::internal::CaptureStdout();
   {
     file_size_limit disk(60);
     result = qd_file_descriptor_read(path.c_str(), record);
   }
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(result, 0);
+  EXPECT_EQ(result, object_state::unreadable);
   EXPECT_EQ(read_file(path + "/DESCR"), old);
   // What was there still begins the file, so that the next reading finds it.
   EXPECT_EQ(read_file(path + "/LINE").substr(0, 40), table.str());
-  EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), 1);
+  EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), object_state::sound);
 }
 
 TEST(file_descriptor, damage_is_reported) {
@@ -353,10 +354,9 @@ TEST(file_descriptor, damage_is_reported) {
   with([](file_fields& f) { f.organisation = 3, f.lines = 2147483647; });
   for (const std::string& content : damaged) {
     file_read read(tree, content);
-    EXPECT_EQ(read.result, 0);
+    EXPECT_EQ(read.result, object_state::damaged);
     EXPECT_EQ(read.console, "File descriptor corrupted:\n" + read.path + "\n");
     EXPECT_EQ(read.on_disk, content);
-    EXPECT_FALSE(qd_object_gone());
   }
 }
 
@@ -366,7 +366,7 @@ TEST(file_descriptor, oddities_that_do_no_harm_are_read) {
     file_fields fields = a_grid();
     change(fields);
     file_read read(tree, fields.bytes_of());
-    EXPECT_EQ(read.result, 1) << what << read.console;
+    EXPECT_EQ(read.result, object_state::sound) << what << read.console;
     EXPECT_EQ(read.on_disk, fields.bytes_of()) << what;
   };
   expect_read("organisation", [](file_fields& f) { f.organisation = 42; });
@@ -386,12 +386,12 @@ TEST(file_descriptor, is_never_met_half_written) {
   catalogue_tree tree;
   std::string path = tree.add("DIRE.1/FILE.1", a_grid().bytes_of());
   qd_file_record record;
-  ASSERT_EQ(qd_file_descriptor_read(path.c_str(), record), 1);
+  ASSERT_EQ(qd_file_descriptor_read(path.c_str(), record), object_state::sound);
   std::atomic<bool> stop = false;
   std::thread writer([&, copy = record]() mutable {
     for (std::int64_t count = 0; !stop; count = (count + 1) % 24) {
       copy.sample_count = count;
-      qd_file_descriptor_write(path.c_str(), copy);
+      EXPECT_EQ(qd_file_descriptor_write(path.c_str(), copy), object_state::sound);
     }
   });
   std::size_t length = a_grid().bytes_of().size();

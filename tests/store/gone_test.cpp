@@ -33,18 +33,21 @@ TEST_F(gone, nothing_of_a_deleted_object_is_written_or_read) {
   qd_file_record file;
   qd_variable_record variable;
   qd_macro_descr macro;
-  const auto is_gone = [](bool failed) { return failed && qd_object_gone(); };
-  EXPECT_TRUE(is_gone(qd_directory_descriptor_write(folder.c_str(), "D") == 0));
-  EXPECT_TRUE(is_gone(qd_file_descriptor_write(folder.c_str(), file) == 0));
-  EXPECT_TRUE(is_gone(qd_variable_descriptor_write(folder.c_str(), variable) == 0));
-  EXPECT_TRUE(is_gone(qd_macro_descr_write(folder.c_str(), macro) == 0));
-  EXPECT_TRUE(is_gone(qd_directory_descriptor_read(folder.c_str(), name) == 0));
-  EXPECT_TRUE(is_gone(qd_macro_descr_read(folder.c_str()) == nullptr));
-  EXPECT_TRUE(is_gone(st_file_concat((folder + "/DATAVAR").c_str(), "", 1, 1, 8) == 0));
+  const auto macro_is_gone = [&folder] {
+    object_state state = object_state::sound;
+    return qd_macro_descr_read(folder.c_str(), &state) == nullptr && state == object_state::gone;
+  };
+  EXPECT_EQ(qd_directory_descriptor_write(folder.c_str(), "D"), object_state::gone);
+  EXPECT_EQ(qd_file_descriptor_write(folder.c_str(), file), object_state::gone);
+  EXPECT_EQ(qd_variable_descriptor_write(folder.c_str(), variable), object_state::gone);
+  EXPECT_EQ(qd_macro_descr_write(folder.c_str(), macro), object_state::gone);
+  EXPECT_EQ(qd_directory_descriptor_read(folder.c_str(), name), object_state::gone);
+  EXPECT_TRUE(macro_is_gone());
+  EXPECT_FALSE(st_file_concat((folder + "/DATAVAR").c_str(), "", 1, 1, 8));
   EXPECT_FALSE(fs::exists(in_file(9, "")));
   // The file that fails to open tells, and nobody looks at the folder.
   fs::create_directories(folder);
-  EXPECT_TRUE(is_gone(qd_macro_descr_read(folder.c_str()) == nullptr));
+  EXPECT_TRUE(macro_is_gone());
 }
 
 TEST_F(gone, a_number_that_another_object_has_is_left_alone) {
@@ -85,9 +88,9 @@ TEST_F(gone, a_comment_is_not_given_to_the_next_owner_of_a_number) {
     // The comment is on its way while its number becomes that of another file.
     other_server other(in_study("QRD/DIRE.1/FILE.1"), [&] {
       qd_file_record record;
-      qd_file_descriptor_read(in_study("QRD/DIRE.1/FILE.1").c_str(), record);
+      ASSERT_EQ(qd_file_descriptor_read(in_study("QRD/DIRE.1/FILE.1").c_str(), record), object_state::sound);
       qu_string_copy("Q", record.name);
-      qd_file_descriptor_write(in_study("QRD/DIRE.1/FILE.1").c_str(), record);
+      ASSERT_EQ(qd_file_descriptor_write(in_study("QRD/DIRE.1/FILE.1").c_str(), record), object_state::sound);
     });
     console_of([] { EXPECT_NE(qd_comment_write("D", "P", nullptr, 0, "of P"), 0); });
   }

@@ -27,12 +27,12 @@ class registry : public testing::Test {
     store = {};
     qu_string_copy(root.path().c_str(), store.root_path);
   }
-  int read(bool sort = false, bool no_check = false) {
+  std::optional<std::int64_t> read(bool sort = false, bool no_check = false) {
     return qu_study_names_read(-1, sort, no_check, &valid_names, &valid_paths, &names, &paths);
   }
   void rewrite() {
-    read();
-    qu_study_names_write(names, paths);
+    static_cast<void>(read());
+    static_cast<void>(qu_study_names_write(names, paths));
   }
   void make_catalogue(const std::string& study) {
     std::filesystem::create_directories(root / study + "/QRD");
@@ -55,7 +55,7 @@ TEST_F(registry, pairs_come_in_either_order_and_lose_one_separator) {
 TEST_F(registry, prefixes_stand_for_the_two_roots) {
   root.write_registry(pair("$root$\\Gold", "Gold") + pair("$init$2/Tin", "Tin") + pair("$other$/x", "Odd"),
                       "C:\\data\\db");
-  read();
+  ASSERT_TRUE(read());
   EXPECT_EQ(texts(paths), (words{"C:\\data\\db\\Gold", root.path() + "2/Tin", "$other$/x"}));
 }
 
@@ -95,7 +95,7 @@ TEST_F(registry, a_missing_registry_is_an_empty_one) {
 
 TEST_F(registry, texts_beyond_their_room_are_cut_with_a_star) {
   root.write_registry(pair("/" + std::string(250, 'p'), std::string(50, 'n')));
-  read();
+  ASSERT_TRUE(read());
   EXPECT_EQ(texts(names), (words{std::string(48, 'n') + "*"}));
   EXPECT_EQ(texts(paths), (words{"/" + std::string(197, 'p') + "*"}));
 }
@@ -106,7 +106,7 @@ TEST_F(registry, a_rewrite_for_another_study_cuts_nothing) {
                            pair(far + "/A", "A") + pair(far + "/B", std::string(60, 'b')) +
                            pair("$init$/" + std::string(250, 'g'), "Gold");
   write_file(root / "study_names.def", text);
-  read();
+  ASSERT_TRUE(read());
   names.add("New", name_size);
   paths.add((root / "New").c_str(), root_size);
   EXPECT_TRUE(qu_study_names_write(names, paths));
@@ -118,7 +118,7 @@ TEST_F(registry, the_end_of_a_given_root_counts) {
   store.root_has_end = 1;
   const std::string pairs = pair("$init$Gold", "Gold") + pair("$init$/Tin", "Tin");
   root.write_registry(pairs);
-  read();
+  ASSERT_TRUE(read());
   EXPECT_EQ(texts(paths), (words{root / "Gold", root / "Tin"}));
   for (const char* beside : {"/New", "2"}) {
     names.add(beside, name_size);
@@ -133,7 +133,7 @@ TEST_F(registry, only_a_missing_one_is_empty) {
   const std::string registry_file = root / "study_names.def";
   const auto is_unreadable = [&] {
     names.add("old", name_size);
-    const bool refused = read() == registry_unreadable && names.count() == 0;
+    const bool refused = !read() && names.count() == 0;
     const string_list none;
     return refused && !qu_study_names_write(none, none);
   };

@@ -97,16 +97,16 @@ TEST_F(study, a_failed_creation_leaves_nothing) {
 
 TEST_F(study, descriptors_of_all_versions_are_read) {
   std::string path = make("Gold", bytes().i32(410, 7).str());
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 2);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::other_version);
   EXPECT_EQ(record.unit_flag, 7);
   EXPECT_EQ(record.study_version, 40000);
   write_file(path + "/DESCR", bytes().i32(411, 0, 140000).str());
   store.is_64bit = 1;
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
   EXPECT_EQ(record.unit_flag, 0);
   EXPECT_EQ(store.is_64bit, 0);
   write_file(path + "/DESCR", study_descriptor(1, 140000, 1));
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
   EXPECT_EQ(store.is_64bit, 1);
 }
 
@@ -114,22 +114,29 @@ TEST_F(study, only_the_own_version_is_opened_by_the_server) {
   std::string path = make("Gold", study_descriptor(1, 139999));
   for (int version : {139999, 150000}) {
     write_file(path + "/DESCR", study_descriptor(1, version));
-    EXPECT_EQ(
-        console_of([&] { EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record), 2); }), "");
+    EXPECT_EQ(console_of([&] {
+                EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record),
+                          study_fitness::other_version);
+              }),
+              "");
   }
 }
 
 TEST_F(study, a_lost_descriptor_is_made_anew_and_a_damaged_one_stays) {
   std::string path = make("Gold");
   fs::remove(path + "/DESCR");
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 0);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(1));
   std::string cut = study_descriptor(0).substr(0, 10);
   write_file(path + "/DESCR", cut);
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 1); }),
+  EXPECT_EQ(console_of([&] {
+              EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record),
+                        study_fitness::unreadable);
+            }),
             "Study descriptor corrupted:\n" + path + "\n\n");
   EXPECT_EQ(read_file(path + "/DESCR"), cut);
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record), 1);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record),
+            study_fitness::unreadable);
   EXPECT_FALSE(fs::exists(root / "Gone"));
   EXPECT_FATAL(qu_study_descriptor_write((root / "Gone").c_str(), &record), "FATAL ERROR in qu_file_open_f");
 }
@@ -138,7 +145,7 @@ TEST_F(study, a_descriptor_that_cannot_be_opened_is_not_replaced) {
   const std::string path = make("Gold");
   fs::remove(path + "/DESCR");
   fs::create_symlink(path + "/elsewhere/DESCR", path + "/DESCR");
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), 1);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::unreadable);
   EXPECT_TRUE(fs::is_symlink(path + "/DESCR"));
 }
 
@@ -452,8 +459,7 @@ class open_root : public study {
   }
   std::string open(const std::string& path) {
     qu_string_copy(path.c_str(), current_context.qrd_init);
-    const char* refusal = qrd_open_root();
-    return refusal == nullptr ? "" : refusal;
+    return qrd_open_root();
   }
 };
 

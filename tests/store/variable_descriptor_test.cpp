@@ -24,7 +24,7 @@ struct variable_read {
     on_disk = read_file(path + "/DESCR");
   }
   std::string path, console, on_disk;
-  int result = -1;
+  object_state result = object_state::gone;
   qd_variable_record record;
 };
 
@@ -37,16 +37,16 @@ TEST(variable_descriptor, of_this_version_keeps_its_bytes) {
   catalogue_tree tree;
   variable_fields fields = {.name = "X+ Gravity Center", .kind = 7, .unit = "m", .factor = 100};
   variable_read read(tree, fields.bytes_of());
-  ASSERT_EQ(read.result, 1);
+  ASSERT_EQ(read.result, object_state::sound);
   EXPECT_EQ(read.on_disk, fields.bytes_of());
-  ASSERT_EQ(qd_variable_descriptor_write(read.path.c_str(), read.record), 1);
+  ASSERT_EQ(qd_variable_descriptor_write(read.path.c_str(), read.record), object_state::sound);
   EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
   // Without the flag of a length the factor isn't kept, and comes back as 1.0.
   read.record.format.length_flag = 0;
-  ASSERT_EQ(qd_variable_descriptor_write(read.path.c_str(), read.record), 1);
+  ASSERT_EQ(qd_variable_descriptor_write(read.path.c_str(), read.record), object_state::sound);
   fields.factor = 0;
   EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
-  ASSERT_EQ(qd_variable_descriptor_read(read.path.c_str(), read.record), 1);
+  ASSERT_EQ(qd_variable_descriptor_read(read.path.c_str(), read.record), object_state::sound);
   EXPECT_EQ(read.record.format.factor, 1.0);
   EXPECT_EQ(read.record.format.length_flag, 0);
 }
@@ -56,13 +56,13 @@ TEST(variable_descriptor, of_900_to_1099_changes_its_version_only) {
   for (int version : {900, 950, 1099}) {
     variable_fields fields = {.type = 1, .kind = 16, .bit_length = 80, .implicit = 3, .unit = "0123456789"};
     variable_read read(tree, fields.bytes_of(version));
-    ASSERT_EQ(read.result, 1);
+    ASSERT_EQ(read.result, object_state::sound);
     EXPECT_EQ(read.record.implicit, 3);
     EXPECT_STREQ(read.record.format.unit, "0123456789");
     EXPECT_EQ(read.on_disk, fields.bytes_of());
   }
   variable_read read(tree, variable_fields().bytes_of(1101));
-  EXPECT_EQ(read.result, 1);
+  EXPECT_EQ(read.result, object_state::sound);
   EXPECT_EQ(read.on_disk, variable_fields().bytes_of(1101));
 }
 
@@ -77,7 +77,7 @@ TEST(variable_descriptor, below_900_has_codes) {
   for (const auto& row : rows) {
     for (int version : {510, 700, 899}) {
       variable_read read(tree, old_fields(version, row.first, row.second).text("m").f64(100).str());
-      ASSERT_EQ(read.result, 1) << row.first << " " << row.second;
+      ASSERT_EQ(read.result, object_state::sound) << row.first << " " << row.second;
       variable_fields now = {
           .type = row.type, .kind = row.kind, .implicit = row.implicit, .unit = "m", .factor = 100};
       EXPECT_EQ(read.on_disk, now.bytes_of()) << row.first << " " << row.second << " " << version;
@@ -86,7 +86,7 @@ TEST(variable_descriptor, below_900_has_codes) {
   for (int code : {0, 6, 7, 12, 14, -4}) {
     std::string old = old_fields(700, code, 0).text("m").f64(100).str();
     variable_read read(tree, old);
-    EXPECT_EQ(read.result, 0) << code;
+    EXPECT_EQ(read.result, object_state::damaged) << code;
     EXPECT_EQ(read.on_disk, old);
   }
 }
@@ -95,7 +95,7 @@ TEST(variable_descriptor, below_411_has_a_short_unit_and_no_factor) {
   catalogue_tree tree;
   for (int version : {2, 300, 319}) {
     variable_read read(tree, old_fields(version, 4, 0).text("cm  ").str());
-    ASSERT_EQ(read.result, 1) << version;
+    ASSERT_EQ(read.result, object_state::sound) << version;
     EXPECT_STREQ(read.record.format.unit, "cm");
     EXPECT_EQ(read.record.format.factor, 1.0);
     EXPECT_EQ(read.record.format.length_flag, 0);
@@ -104,7 +104,7 @@ TEST(variable_descriptor, below_411_has_a_short_unit_and_no_factor) {
   }
   variable_read blanks(tree, old_fields(300, 4, 0).text("      ").str());
   EXPECT_STREQ(blanks.record.format.unit, "");
-  EXPECT_EQ(variable_read(tree, old_fields(300, 4, 0).text("1234567").str()).result, 0);
+  EXPECT_EQ(variable_read(tree, old_fields(300, 4, 0).text("1234567").str()).result, object_state::damaged);
 }
 
 TEST(variable_descriptor, of_320_to_509_gives_its_comment_away) {
@@ -120,17 +120,18 @@ TEST(variable_descriptor, of_320_to_509_gives_its_comment_away) {
       old.text("cm").f64(1.0);
     }
     variable_read read(tree, old.text(comment).str());
-    ASSERT_EQ(read.result, 1) << version;
+    ASSERT_EQ(read.result, object_state::sound) << version;
     EXPECT_EQ(read_file(path + "/COMMENT"), comment) << version;
     variable_fields now = {.unit = "cm", .factor = version < 411 ? 0.0 : 1.0};
     EXPECT_EQ(read.on_disk, now.bytes_of()) << version;
   }
   variable_read longest(tree, old_fields(500, 4, 0).text("").f64(0).text(std::string(500, 'c')).str());
-  ASSERT_EQ(longest.result, 1);
+  ASSERT_EQ(longest.result, object_state::sound);
   EXPECT_EQ(read_file(longest.path + "/COMMENT"), std::string(500, 'c'));
   EXPECT_EQ(
-      variable_read(tree, old_fields(500, 4, 0).text("").f64(0).text(std::string(501, 'c')).str()).result, 0);
-  EXPECT_EQ(variable_read(tree, old_fields(500, 4, 0).text("").f64(0).str()).result, 0);
+      variable_read(tree, old_fields(500, 4, 0).text("").f64(0).text(std::string(501, 'c')).str()).result,
+      object_state::damaged);
+  EXPECT_EQ(variable_read(tree, old_fields(500, 4, 0).text("").f64(0).str()).result, object_state::damaged);
 }
 
 TEST(variable_descriptor, whose_comment_cannot_be_kept_stays_old) {
@@ -139,7 +140,7 @@ TEST(variable_descriptor, whose_comment_cannot_be_kept_stays_old) {
   fs::create_directory(path + "/COMMENT");
   std::string old = old_fields(500, 4, 0).text("").f64(0).text("Comment").str();
   variable_read read(tree, old);
-  EXPECT_EQ(read.result, 0);
+  EXPECT_EQ(read.result, object_state::unreadable);
   EXPECT_NE(read.console.find("Cannot convert variable comment from previous version\n"
                               "Please check rights and disk space and run Velmar again\n"
                               "Variable descriptor corrupted:\n" +
@@ -195,7 +196,7 @@ TEST(variable_descriptor, damage_is_reported) {
   for (std::size_t length = 0; length < sound.size(); ++length) damaged.push_back(sound.substr(0, length));
   for (const std::string& content : damaged) {
     variable_read read(tree, content);
-    EXPECT_EQ(read.result, 0);
+    EXPECT_EQ(read.result, object_state::damaged);
     EXPECT_EQ(read.console, "Variable descriptor corrupted:\n" + read.path + "\n\n");
     EXPECT_EQ(read.on_disk, content);
   }
@@ -208,7 +209,7 @@ TEST(variable_descriptor, oddities_that_do_no_harm_are_read) {
         variable_fields{.bit_length = 6}, variable_fields{.bit_length = 2147483646},
         variable_fields{.unit = "?", .factor = -1.0}}) {
     variable_read read(tree, fields.bytes_of());
-    EXPECT_EQ(read.result, 1) << read.console;
+    EXPECT_EQ(read.result, object_state::sound) << read.console;
     EXPECT_EQ(read.on_disk, fields.bytes_of());
   }
 }
