@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -12,7 +13,9 @@
 #include "server/api_get_default_port.h"
 #include "server/close.h"
 #include "server/inherited.h"
+#include "server/one_port.h"
 #include "server/options.h"
+#include "server/session_report.h"
 #include "server/start_serving.h"
 #include "wire/carrier.h"
 #include "wire/connection.h"
@@ -20,6 +23,7 @@
 #include "wire/messages.h"
 #include "wire/network.h"
 #include "wire/send_or_receive.h"
+#include "wire/sessions.h"
 #include "wire/signals.h"
 
 namespace {
@@ -71,17 +75,37 @@ int serve() {
   }
 }
 
-// Whether the process has a client, or has somebody listen for one.
+// Whether there is a client, or with -oneport a port for all of them.
 bool find_client(const server_options& options, const inherited_connection& inherited) {
   if (!options.inetd) {
     const bool is_told = options.port != 0 || options.control_port != 0;
     const std::uint16_t port = is_told ? options.port : QRDClientGetDefaultPort();
-    return server_init(port, options.control_port, &connection.listen_socket, &connection.client_socket) == 0;
+    socket_handle* listening = &connection.listen_socket;
+    if (options.one_port) return server_init_one_port(port, options.control_port, listening) == 0;
+    return server_init(port, options.control_port, listening, &connection.client_socket) == 0;
   }
   if (!inherited.problem.empty()) _qrd_error("%s", inherited.problem.c_str());
   if (inherited.client == no_socket) return false;
   server_init_inherited(inherited);
   return true;
+}
+
+// The exit status.
+int serve_as(const server_options& options) {
+  if (options.one_port) {
+    serve_one_port(options);
+    return 1;
+  }
+  // A multi-session parent has no end of its own to look for.
+  if (connection.multi_session != 0) return serve();
+  limit_silence(allowed.silent_seconds);
+  if (options.inetd || allowed.silent_seconds != 0) report_session(options.quiet || !options.inetd);
+  const int status = serve();
+  note_session_end(status == 0            ? session_end::goodbye
+                   : end_requested()      ? session_end::asked
+                   : connection.is_silent ? session_end::silent
+                                          : session_end::broken);
+  return status;
 }
 
 }  // namespace
@@ -99,13 +123,16 @@ int main(int argument_count, char** arguments) {
 
   server_options options;
   if (auto exit_status = read_options(argument_count, arguments, options)) return *exit_status;
+  if (!read_session_limits()) return 1;
+  // For the sessions: nobody else waits for a client that may never come.
+  if (connection.multi_session != 0) setenv("QRD_CONNECT_TIMEOUT", "60", 0);
   if (options.fork) return start_detached(argument_count, arguments);
 
   if (!find_client(options, inherited)) {
     if (!end_requested()) _qrd_error("Cannot initialize server.");
     return 1;
   }
-  int status = serve();
+  const int status = serve_as(options);
   server_close();
   return end_requested() ? 1 : status;
 }

@@ -75,11 +75,21 @@ void open_shared_directory(client::connection& connection) {
   connection.set_directory(shared_directory);
 }
 
+// The lock of the folder is waited for ten seconds: where so many want it on a busy machine, some have to ask
+// again.
+void insist(const std::function<void()>& act) {
+  for (int attempts = 5;; --attempts) try {
+      return act();
+    } catch (const client::refusal&) {
+      if (attempts == 1) throw;
+    }
+}
+
 void make_file(client::connection& connection, int client, int round, int samples) {
   const std::string name = file_name(client, round);
   std::vector<double> coordinates(2 * static_cast<std::size_t>(samples));
   for (std::size_t i = 0; i < coordinates.size(); ++i) coordinates[i] = static_cast<double>(i) + client;
-  connection.new_points(name, 2, coordinates);
+  insist([&] { connection.new_points(name, 2, coordinates); });
   connection.set_file(name);
   connection.new_float_variable("passing", 32);
   connection.new_float_variable(number_variable, 64, {}, "");
@@ -181,10 +191,14 @@ void check_disk(const fs::path& folder, const load_settings& settings, fault_lis
   faults.check(wanted.empty(), std::to_string(wanted.size()) + " variables are not on the disk as written");
 }
 
-// No socket may be open in two processes: it would have been inherited.
+// No socket may be open in two processes: it would have been inherited. One that the parent has for a moment
+// only is on its way to a session.
 void check_sockets(pid_t parent, fault_list& faults) {
   std::map<std::string, pid_t> owners;
-  for (const std::string& file : open_files_of(parent)) owners.emplace(file, parent);
+  const std::vector<std::string> earlier = open_files_of(parent);
+  std::this_thread::sleep_for(20ms);
+  for (const std::string& file : open_files_of(parent))
+    if (std::find(earlier.begin(), earlier.end(), file) != earlier.end()) owners.emplace(file, parent);
   const std::string command = command_of(parent);
   for (pid_t child : children_of(parent)) try {
       // Until it runs its own program, a child is a copy of its parent.
@@ -209,7 +223,7 @@ bool becomes_true(const std::function<bool()>& condition) {
 
 int run_load(const fs::path& folder, const load_settings& settings) {
   const scratch_folder scratch(folder);
-  client::server_process parent = start_parent(scratch.path());
+  client::server_process parent = start_parent(scratch.path(), settings.ports);
   {
     client::connection connection = parent.connect();
     connection.open_root("");

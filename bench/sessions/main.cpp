@@ -22,7 +22,13 @@ int main(int count, char** arguments) {
   figures->add_option("--children", children, "idle children")->capture_default_str();
   figures->add_option("--seconds", idle_seconds, "time that they idle")->capture_default_str();
 
+  int others = 50;
+  CLI::App* flood = program.add_subcommand("flood", "what a client that never rests costs the others");
+  flood->add_option("--clients", others, "the others")->capture_default_str();
+
   load_settings settings;
+  bool has_one_port = false;
+  program.add_flag("--oneport", has_one_port, "all sessions on the one port of the server (-oneport)");
   CLI::App* load =
       program.add_subcommand("load", "many clients at once in one directory; 1 when a fault is found");
   load->add_option("--clients", settings.clients)->capture_default_str();
@@ -30,8 +36,10 @@ int main(int count, char** arguments) {
   load->add_option("--samples", settings.samples, "samples of a file")->capture_default_str();
   CLI11_PARSE(program, count, arguments);
 
+  settings.ports = has_one_port ? port_use::one : port_use::many;
   try {
-    if (figures->parsed()) measure_sessions(folder, starts, children, idle_seconds);
+    if (figures->parsed()) measure_sessions(folder, settings.ports, starts, children, idle_seconds);
+    if (flood->parsed()) measure_flood(folder, others);
     return load->parsed() && run_load(folder, settings) > 0 ? 1 : 0;
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "qrd_sessions: %s\n", problem.what());

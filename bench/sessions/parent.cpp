@@ -40,10 +40,11 @@ scratch_folder::~scratch_folder() {
   fs::remove_all(path_, ignored);
 }
 
-client::server_process start_parent(const fs::path& folder) {
+client::server_process start_parent(const fs::path& folder, port_use ports) {
   client::server_options options;
   options.program = QRD_SERVER_PROGRAM;
   options.arguments = {"-multi"};
+  if (ports == port_use::one) options.arguments.insert(options.arguments.end(), {"-oneport", "-quiet"});
   options.environment = {{"XDG_DATA_HOME", folder.string()}};
   options.output_file = folder / "output";
   return client::server_process(options);

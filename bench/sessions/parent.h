@@ -25,8 +25,10 @@ class scratch_folder {
   std::filesystem::path path_;
 };
 
+// How clients get their sessions: each on a port of its own, or all on one.
+enum class port_use { many, one };
 // Started with -multi; its default root lies in the folder.
-client::server_process start_parent(const std::filesystem::path& folder);
+client::server_process start_parent(const std::filesystem::path& folder, port_use ports);
 // A connection to a child of its own, with the handshake done.
 client::connection new_session(const client::server_process& parent);
 

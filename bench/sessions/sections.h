@@ -3,15 +3,21 @@
 
 #include <filesystem>
 
+#include "bench/sessions/parent.h"
+
 namespace qrd::bench {
 
 // Prints the time to get a session, the memory of idle children, and what they take of the processor.
-void measure_sessions(const std::filesystem::path& folder, int rounds, int children, double idle_seconds);
+void measure_sessions(const std::filesystem::path& folder, port_use ports, int rounds, int children,
+                      double idle_seconds);
+// Prints how long a question (CDIRXIST) takes many clients, alone and beside one that asks without a pause.
+void measure_flood(const std::filesystem::path& folder, int clients);
 
 struct load_settings {
   int clients = 200;
   int rounds = 4;  // files that each client makes, one after the other
   int samples = 2000;
+  port_use ports = port_use::many;
 };
 
 // Many clients at once, each with a session of its own, work in one directory; one third of them leaves

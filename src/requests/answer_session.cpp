@@ -11,6 +11,7 @@
 #include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/network.h"
+#include "wire/sessions.h"
 #include "wire/signals.h"
 
 namespace qrd {
@@ -51,7 +52,10 @@ std::int32_t port_of_new_child() {
   std::uint16_t control_port = 0;
   if (_qrd_listen_port(&control_port, 1, listening.address(), listen_for::own_children) != 0) return 0;
   child_watch child;
-  if (start_child(control_port, child) < 0) return 0;
+  const std::int32_t process = start_child(control_port, child);
+  if (process < 0) return 0;
+  if (allowed.sessions != 0 || allowed.sessions_per_address != 0)
+    sessions.add(process, peer_name(connection.client_socket));
   if (!wait_for_call(listening.get(), child)) return 0;
 
   open_socket control;
@@ -71,6 +75,11 @@ std::int32_t port_of_new_child() {
 
 request_status server_answer_session(const char* /*request*/) {
   if (connection.multi_session == 0) return answer_otherwise();
+  sessions.remove_ended();
+  if (!sessions.has_room(peer_name(connection.client_socket))) {
+    _qrd_close_socket(&connection.client_socket);
+    return client_is_done;
+  }
   std::int32_t port = port_of_new_child();
   if (port == 0) return not_served;
   if (answer(wire_int{port}) != served) return not_served;

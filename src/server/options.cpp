@@ -104,11 +104,16 @@ std::optional<int> read_client_version(argument_reader& arguments) {
 
 // Of the options that the process acts on behind them all.
 std::optional<int> check_together(const server_options& options) {
-  const bool looks_for_clients =
-      options.port != 0 || options.control_port != 0 || connection.multi_session != 0 || options.fork;
-  if (!options.inetd || !looks_for_clients) return std::nullopt;
-  _qrd_error("-inetd goes with none of -port, -control, -multi and -fork.");
-  return exit_failed;
+  const bool is_multi = connection.multi_session != 0;
+  if (options.one_port && !is_multi) {
+    _qrd_error("-oneport goes with -multi alone.");
+    return exit_failed;
+  }
+  if (options.inetd && (options.port != 0 || options.control_port != 0 || is_multi || options.fork)) {
+    _qrd_error("-inetd goes with none of -port, -control, -multi and -fork.");
+    return exit_failed;
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -141,6 +146,10 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
       exit_status = read_client_version(reader);
     } else if (is("-inetd")) {
       options.inetd = true;
+    } else if (is("-oneport")) {
+      options.one_port = true;
+    } else if (is("-quiet")) {
+      options.quiet = true;
     }
     if (exit_status) return exit_status;
   }

@@ -11,6 +11,8 @@ struct server_options {
   std::uint16_t control_port = 0;
   bool fork = false;
   bool inetd = false;
+  bool one_port = false;
+  bool quiet = false;
 };
 
 // Whether the process was started with its client's connection: nothing may be printed before that is known.

@@ -16,7 +16,10 @@ ssize_t carry_out(socket_handle socket, const char* data, std::size_t size, bool
 // Lets go of what the system holds back for more.
 void carry_on(socket_handle socket);
 
-// Sleeps until the client's connection can be read or is broken; false when the process shall end.
+// Sleeps until the client's connection can be read or is broken; false when it has been silent for too long,
+// or when the process shall end.
 bool wait_for_client();
+// Every wait for the client fails from here on that takes longer; 0 seconds: none does.
+void limit_silence(std::int32_t seconds);
 
 }  // namespace qrd

@@ -30,6 +30,12 @@ struct conversation {
   socket_handle answer_pipe = no_socket;
   // A call on the connection may neither block nor be woken by a shutdown: each is waited for.
   bool is_waited_for = false;
+  // Seconds without a byte after which the conversation ends; 0: it never does. And whether it has come to
+  // that.
+  std::int32_t longest_silence = 0;
+  bool is_silent = false;
+  std::uint64_t bytes_in = 0;
+  std::uint64_t bytes_out = 0;
   std::int32_t multi_session = 0;
   // Version of the client's protocol; several handlers choose older layouts by it.
   std::int32_t client_version = 0;

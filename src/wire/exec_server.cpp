@@ -6,11 +6,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "wire/messages.h"
 #include "wire/trace.h"
@@ -26,19 +28,27 @@ std::string command_line(const char* path, const char* const* arguments) {
   return line;
 }
 
-// With the separator at its end; empty if the system can't tell.
-std::string folder_of_this_program() {
+// Empty if the system can't tell.
+std::string path_of_this_program() {
   char own_path[PATH_MAX];
   ssize_t length = readlink("/proc/self/exe", own_path, sizeof own_path);
-  if (length <= 0) return "";
-  std::string path(own_path, static_cast<std::size_t>(length));
+  std::string path(own_path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  // Of a program that an update has replaced the system tells so; the new one has its name.
+  constexpr std::string_view replaced = " (deleted)";
+  if (path.ends_with(replaced) && access(path.c_str(), X_OK) != 0) path.resize(path.size() - replaced.size());
+  return path;
+}
+
+// With the separator at its end.
+std::string folder_of_this_program() {
+  std::string path = path_of_this_program();
   path.resize(path.rfind('/') + 1);
   return path;
 }
 
 class spawn_settings {
  public:
-  explicit spawn_settings(child_streams streams) {
+  explicit spawn_settings(child_streams streams, socket_handle client = no_socket) {
     sigset_t none, all;
     sigemptyset(&none);
     sigfillset(&all);
@@ -51,6 +61,8 @@ class spawn_settings {
     if (streams == child_streams::none)
       for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         posix_spawn_file_actions_addopen(&file_actions, stream, "/dev/null", O_RDWR, 0);
+    if (client != no_socket)
+      posix_spawn_file_actions_adddup2(&file_actions, static_cast<int>(client), STDIN_FILENO);
     // Also those that this process itself was started with.
     posix_spawn_file_actions_addclosefrom_np(&file_actions, STDERR_FILENO + 1);
   }
@@ -75,13 +87,26 @@ void child_watch::watch(int process) {
   descriptor_ = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
+namespace {
+
+void trace_start(const std::string& line) {
+  if (trace_level < 2) return;
+  _qrd_trace("_qrd_exec_server(%s)", line.c_str());
+  _qrd_trace("Creating Process with command line: %s", line.c_str());
+}
+
+// 0 or the error.
+int spawn(const std::string& program, const char* const* arguments, const spawn_settings& settings,
+          pid_t& process) {
+  return posix_spawnp(&process, program.c_str(), &settings.file_actions, &settings.attributes,
+                      const_cast<char* const*>(arguments), environ);
+}
+
+}  // namespace
+
 std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch,
                               child_streams streams) {
-  std::string line = command_line(path, arguments);
-  if (trace_level >= 2) {
-    _qrd_trace("_qrd_exec_server(%s)", line.c_str());
-    _qrd_trace("Creating Process with command line: %s", line.c_str());
-  }
+  trace_start(command_line(path, arguments));
   std::string program = path != nullptr ? path : arguments[0];
   const bool is_bare = program.find('/') == std::string::npos;
   const std::string beside = is_bare ? folder_of_this_program() + program : "";
@@ -92,8 +117,7 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
   std::signal(SIGCHLD, SIG_DFL);
   spawn_settings settings(streams);
   pid_t process = -1;
-  int error = posix_spawnp(&process, program.c_str(), &settings.file_actions, &settings.attributes,
-                           const_cast<char* const*>(arguments), environ);
+  int error = spawn(program, arguments, settings, process);
   if (error == 0 && watch != nullptr) watch->watch(process);
   std::signal(SIGCHLD, SIG_IGN);
   // Any child, also an earlier one, can have ended in between.
@@ -102,6 +126,19 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
     _qrd_error("_qrd_exec_server: %s", std::strerror(error));
     if (error == ENOENT && is_bare)
       _qrd_error("There is no program %s, nor is one named %s in PATH.", beside.c_str(), program.c_str());
+    return -1;
+  }
+  if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);
+  return process;
+}
+
+std::int32_t start_session(const char* const* arguments, socket_handle client) {
+  const std::string program = path_of_this_program();
+  trace_start(command_line(program.c_str(), arguments));
+  const spawn_settings settings(child_streams::shared, client);
+  pid_t process = -1;
+  if (const int error = spawn(program, arguments, settings, process); error != 0) {
+    _qrd_error("_qrd_exec_server: %s: %s", program.c_str(), std::strerror(error));
     return -1;
   }
   if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "wire/connection.h"
+
 namespace qrd {
 
 // Owns the means to see that a started process has ended.
@@ -32,5 +34,9 @@ enum class child_streams {
 // leaves no zombie. The process id, or -1 after a report. `watch` may be null.
 std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, child_watch* watch = nullptr,
                               child_streams streams = child_streams::shared);
+
+// Starts this very program, with a connection that it finds as its descriptor 0 (-inetd). The caller has to
+// wait for its end. The process id, or -1 after a report.
+std::int32_t start_session(const char* const* arguments, socket_handle client);
 
 }  // namespace qrd

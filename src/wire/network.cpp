@@ -191,7 +191,10 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
   auto handle = static_cast<int>(listening);
   if (blocking == 0) {
     pollfd waiting = {handle, POLLIN, 0};
-    int ready = poll(&waiting, 1, std::clamp(seconds, 0, INT_MAX / 1000) * 1000);
+    int ready = -1;
+    do {
+      ready = poll(&waiting, 1, std::clamp(seconds, 0, INT_MAX / 1000) * 1000);
+    } while (ready < 0 && errno == EINTR);
     if (ready < 0) {
       _qrd_error_system("_qrd_wait_connect: select() failed.");
       return -1;
@@ -231,12 +234,12 @@ void take_connection(carrier kind, socket_handle client, socket_handle answers) 
   _qrd_empty_write();
 }
 
-std::string client_name() {
-  if (connection.client_carrier == carrier::pipes) return "two pipes";
-  const auto socket = static_cast<int>(connection.client_socket);
+std::string peer_name(socket_handle handle) {
+  const auto socket = static_cast<int>(handle);
   sockaddr_storage peer{};
   socklen_t size = sizeof peer;
-  if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) != 0) return "a client that is gone";
+  if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
+    return errno == ENOTSOCK ? "a client behind pipes" : "a client that is gone";
   char text[INET6_ADDRSTRLEN] = "";
   if (peer.ss_family == AF_INET) {
     const auto& address = reinterpret_cast<const sockaddr_in&>(peer);

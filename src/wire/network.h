@@ -31,8 +31,8 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
 // Makes open descriptors the client's connection; `answers` is the second of two pipes. The transfer buffer
 // is empty then.
 void take_connection(carrier kind, socket_handle client, socket_handle answers = no_socket);
-// Who is at the other end of the client's connection: an address and its port, or what else is known.
-std::string client_name();
+// Who is at the other end: an address and its port, or what else is known.
+std::string peer_name(socket_handle socket);
 
 // Closes a socket that is open, and stores no_socket.
 void _qrd_close_socket(socket_handle* socket);

@@ -30,6 +30,7 @@ int wait_readable(int milliseconds) {
 }  // namespace
 
 int server_receive(char (&name)[request_name_limit]) {
+  if (connection.is_silent) return 2;
   int ready = wait_readable(request_poll);
   if (ready < 0) {
     server_debug(0, "server_send_or_receive: select() failed.");

@@ -25,7 +25,7 @@ struct piped_server {
   piped_server() {
     fcntl(pipes.answers[1], F_SETPIPE_SZ, 4096);
     server.emplace(server_settings{
-        .arguments = {"-inetd"},
+        .arguments = {"-inetd", "-quiet"},
         .environment = {{"QRD_SERVER_TRACE", "1"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}},
         .controlled = false,
         .streams = {pipes.requests[0], pipes.answers[1], -1}});

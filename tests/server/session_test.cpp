@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <functional>
-#include <sstream>
 #include <thread>
 
 #include "support/bytes.h"
+#include "support/children.h"
 #include "support/programs.h"
 #include "support/server_process.h"
 
@@ -38,31 +37,6 @@ raw_connection session_of(const server_process& parent) {
   std::uint16_t port = port_of_answer(client.exchange(new_session, 16));
   EXPECT_EQ(client.receive_rest(), "") << "the parent closes its side";
   return raw_connection::to_port(port);
-}
-
-std::vector<pid_t> children_of(pid_t process) {
-  std::string number = std::to_string(process);
-  std::istringstream list(read_file("/proc/" + number + "/task/" + number + "/children"));
-  std::vector<pid_t> result;
-  for (pid_t child = 0; list >> child;) result.push_back(child);
-  return result;
-}
-
-// What the open descriptors of a process stand for, from 3 on.
-std::vector<std::string> open_files_of(pid_t process) {
-  std::vector<std::string> result;
-  for (const fs::directory_entry& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd"))
-    if (std::stoi(entry.path().filename()) > 2) {
-      std::string target = fs::read_symlink(entry.path());
-      result.push_back(target.substr(0, target.find(':')));
-    }
-  return result;
-}
-
-bool becomes_true(const std::function<bool()>& condition, std::chrono::milliseconds time = 10s) {
-  for (auto end = clock::now() + time; clock::now() < end; std::this_thread::sleep_for(5ms))
-    if (condition()) return true;
-  return condition();
 }
 
 TEST(multi_session, serves_one_client_after_the_other) {
