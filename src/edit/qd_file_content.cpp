@@ -32,7 +32,7 @@ bool append_numbers(const char* data_path, const initial_samples& initial) {
     const auto count = static_cast<std::int64_t>(piece.size());
     const auto bytes = static_cast<std::int64_t>(numbers.size_bytes());
     _qd_file_encode(piece.data(), 1, count, number_bits, piece.data());
-    if (!st_file_concat(data_path, piece.data(), bytes, 1, number_bits)) return false;
+    if (!st_file_concat(data_path, piece.data(), bytes, 1, -1)) return false;
   }
   return true;
 }

@@ -12,31 +12,29 @@
 #include "requests/context.h"
 #include "requests/data_request.h"
 #include "requests/handlers.h"
-#include "samples/qd_implicit.h"
+#include "samples/qd_sample_reader.h"
 #include "wire/arguments.h"
 
 namespace qrd {
 
 namespace {
 
-// The values of the opened variable. Those of a computed one are made while they are sent; `values` has room
-// for the range of a stored one. Sample counts have 64 bits, or 32 where lines are read.
+// Memory for what is stored of a range; a computed variable needs none. The refusal tells how many bytes the
+// values would take: clients know that.
+bool allocate_stored(const data_request& data, std::int64_t bit_length, bool is_computed,
+                     checked_array<unsigned char>& stored) {
+  if (is_computed || stored.allocate(qd_stored_room(data.count(), bit_length))) return true;
+  return refuse_memory("", data.count(), sizeof(double));
+}
+
+// The values of the opened variable. Sample counts have 64 bits, or 32 where lines are read.
 template <typename Count>
-request_status answer_values(data_request& data, selection_mode mode, checked_array<double>& values) {
-  using number = decltype(Count::value);
-  std::int64_t count = 0;
-  if (!data.is_numeric()) return data.refuse_transfer();
-  if (data.entry().implicit != 0) {
-    computed_reader reader;
-    if (!reader.open(data.io(), mode, data.first, data.last)) return data.refuse_transfer();
-    count = reader.count();
-    return answer(Count{static_cast<number>(count)}, wire_double{missing_double},
-                  wire_double_pieces{count, [&reader] { return reader.next(); }});
-  }
-  if (qd_read_float_free(data.io(), mode, data.first, data.last, &count, values) == 0)
+request_status answer_values(data_request& data, selection_mode mode, checked_array<unsigned char>& stored) {
+  sample_reader values(stored);
+  if (!data.is_numeric() || !qd_read_float_free(data.io(), mode, data.first, data.last, values))
     return data.refuse_transfer();
-  return answer(Count{static_cast<number>(count)}, wire_double{missing_double},
-                wire_doubles{values.data(), count});
+  return answer(Count{static_cast<decltype(Count::value)>(values.count())}, wire_double{missing_double},
+                wire_double_pieces{values.count(), [&values] { return values.next(); }});
 }
 
 // The values of a range.
@@ -46,10 +44,11 @@ request_status read_samples() {
   if (!data.read_float_range() || !read_arguments(compress)) return not_served;
   if (!data.find_variable() || !data.check_index() || !data.check_range()) return not_served;
 
-  checked_array<double> values;
-  if (data.variable.implicit == 0 && !allocate_or_refuse(values, data.count())) return not_served;
+  checked_array<unsigned char> stored;
+  if (!allocate_stored(data, data.variable.bit_length, data.variable.implicit != 0, stored))
+    return not_served;
   if (!data.open() || !data.set_index()) return not_served;
-  return answer_values<wire_long>(data, compress != 0 ? SEL_COMPRESSED : SEL_MASKED, values);
+  return answer_values<wire_long>(data, compress != 0 ? SEL_COMPRESSED : SEL_MASKED, stored);
 }
 
 // The values of a line.
@@ -66,11 +65,11 @@ request_status read_line() {
     return refuse("Wrong line index (%d) where file only contains %" PRId64 " lines", line, line_count);
   data.set_line(lengths, line);
 
-  checked_array<double> values;
+  checked_array<unsigned char> stored;
   if (!data.open()) return not_served;
   if (data.count() > std::numeric_limits<std::int32_t>::max()) return data.refuse_transfer();
-  if (data.entry().implicit == 0 && !allocate_or_refuse(values, data.count())) return not_served;
-  if (data.count() > 0) return answer_values<wire_int>(data, SEL_MASKED, values);
+  if (!allocate_stored(data, data.entry().bit_length, data.entry().implicit != 0, stored)) return not_served;
+  if (data.count() > 0) return answer_values<wire_int>(data, SEL_MASKED, stored);
   if (!data.is_numeric()) return data.refuse_transfer();
   return answer(wire_int{0}, wire_double{missing_double});
 }

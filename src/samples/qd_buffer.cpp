@@ -5,9 +5,7 @@
 #include <cstring>
 
 #include "disk/qd_data_file.h"
-#include "samples/qd_implicit.h"
 #include "samples/qd_transfer.h"
-#include "util/qu_big_endian.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 
@@ -67,12 +65,8 @@ int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::i
   constexpr char function[] = "_qd_file_read_float_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr) qu_fatal_number(function, 20);
-  if (entry->implicit != 0) {
-    computed_values source;
-    if (!source.open(*entry)) return 0;
-    source.get(first, last, static_cast<double*>(destination));
-    return 1;
-  }
+  // Nothing is stored; a damaged descriptor may say both.
+  if (entry->implicit != 0) return 0;
   if (entry->stream == nullptr) qu_fatal_number(function, 20);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
@@ -83,14 +77,7 @@ int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::i
   // An early end is missing samples; an error of the disk is not.
   const bool ends_early = bit_length <= 16 && got != 0 && std::ferror(entry->stream) == 0;
   if (got != wanted && !ends_early) return failed(*entry, "read");
-  if (bit_length <= 16) {
-    std::memset(static_cast<unsigned char*>(destination) + got, absent_byte, wanted - got);
-    return 1;
-  }
-  if (bit_length == 32)
-    qu_big_endian_block<std::uint32_t>(destination, last - first + 1);
-  else
-    qu_big_endian_block<std::uint64_t>(destination, last - first + 1);
+  std::memset(static_cast<unsigned char*>(destination) + got, absent_byte, wanted - got);
   return 1;
 }
 
@@ -117,8 +104,6 @@ int _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::
   if (bit_length < 8 &&
       !keep_neighbours(entry->stream, first, last, bit_length, static_cast<unsigned char*>(stored)))
     return failed(*entry, "read");
-  if (bit_length == 32) qu_big_endian_block<std::uint32_t>(stored, last - first + 1);
-  if (bit_length == 64) qu_big_endian_block<std::uint64_t>(stored, last - first + 1);
   if (!seek(*entry, first) || !write(entry->stream, stored, _qd_file_byte_count(first, last, bit_length)))
     return failed(*entry, "write");
   return 1;

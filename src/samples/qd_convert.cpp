@@ -1,12 +1,13 @@
-// Between stored samples and doubles, and shifting of packed bits. The stored forms stand in
-// samples/qd_data_file.h.
 #include "samples/qd_convert.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "disk/qd_data_file.h"
 #include "samples/qd_transfer.h"
+#include "util/qu_big_endian.h"
 #include "util/qu_message.h"
 
 namespace qrd {
@@ -15,6 +16,10 @@ namespace {
 
 // Numbers beyond this are missing, in 64 bits too, though the form could carry them.
 constexpr double largest_stored = 1e30;
+
+template <typename Item>
+using image_of = std::conditional_t<sizeof(Item) == 8, std::uint64_t,
+                                    std::conditional_t<sizeof(Item) == 4, std::uint32_t, std::uint16_t>>;
 
 // The rules for one value. A not-a-number fails every comparison and so is missing in all forms.
 
@@ -57,25 +62,22 @@ int field_shift(std::int64_t sample) {
   return 8 - bits - bits * static_cast<int>((sample - 1) % per_byte);
 }
 
-void put_16(std::uint16_t item, unsigned char* place) {
-  place[0] = static_cast<unsigned char>(item >> 8);
-  place[1] = static_cast<unsigned char>(item);
-}
-
 template <int bits>
 void decode_fields(const unsigned char* source, std::int64_t first, std::int64_t last, double* destination) {
   constexpr int per_byte = 8 / bits;
-  std::int64_t first_byte = (first - 1) / per_byte;
-  for (std::int64_t sample = last; sample >= first; --sample) {
-    unsigned byte = source[(sample - 1) / per_byte - first_byte];
-    destination[sample - first] = decode_field<bits>(byte >> field_shift<bits>(sample) & ((1U << bits) - 1));
+  constexpr unsigned field_mask = (1U << bits) - 1;
+  std::int64_t sample = first;
+  const auto decode_one = [&] {
+    *destination++ = decode_field<bits>(*source >> field_shift<bits>(sample++) & field_mask);
+  };
+  for (; sample <= last && (sample - 1) % per_byte != 0;) {
+    decode_one();
+    if ((sample - 1) % per_byte == 0) ++source;
   }
-}
-
-template <typename Value>
-void encode_items_16(std::int64_t count, Value value, unsigned char* destination) {
-  for (std::int64_t i = 0; i < count; ++i)
-    put_16(encode_unsigned<std::uint16_t, 65535>(value(i)), destination + 2 * i);
+  for (; sample + per_byte - 1 <= last; sample += per_byte, destination += per_byte, ++source)
+    for (int i = 0; i < per_byte; ++i)
+      destination[i] = decode_field<bits>(*source >> (8 - bits * (i + 1)) & field_mask);
+  while (sample <= last) decode_one();
 }
 
 template <int bits, typename Value>
@@ -90,14 +92,26 @@ void encode_fields(std::int64_t first, std::int64_t last, Value value, unsigned 
   }
 }
 
-// Items that need no packing. Each value is read before its place is written, so that the destination
-// may be the source.
+// Items that need no packing, in the order of the file.
+template <typename Item>
+void put_item(Item item, unsigned char* place) {
+  using image = image_of<Item>;
+  const auto bits = std::bit_cast<image>(item);
+  qu_big_endian_copy<image>(place, &bits, 1);
+}
+
+template <typename Item>
+Item item_at(const unsigned char* place) {
+  using image = image_of<Item>;
+  image bits;
+  qu_big_endian_copy<image>(&bits, place, 1);
+  return std::bit_cast<Item>(bits);
+}
+
 template <typename Item, typename Value, typename Rule>
 void encode_items(std::int64_t count, Value value, Rule rule, unsigned char* destination) {
-  for (std::int64_t i = 0; i < count; ++i, destination += sizeof(Item)) {
-    Item item = rule(value(i));
-    std::memcpy(destination, &item, sizeof item);
-  }
+  for (std::int64_t i = 0; i < count; ++i)
+    put_item<Item>(rule(value(i)), destination + i * std::int64_t{sizeof(Item)});
 }
 
 template <typename Value>
@@ -112,9 +126,10 @@ void encode_range(std::int64_t first, std::int64_t last, std::int64_t bit_length
     case 4:
       return encode_fields<4>(first, last, value, destination);
     case 8:
-      return encode_items<unsigned char>(count, value, encode_unsigned<unsigned char, 255>, destination);
+      for (std::int64_t i = 0; i < count; ++i) destination[i] = encode_unsigned<unsigned char, 255>(value(i));
+      return;
     case 16:
-      return encode_items_16(count, value, destination);
+      return encode_items<std::uint16_t>(count, value, encode_unsigned<std::uint16_t, 65535>, destination);
     case 32:
       return encode_items<float>(count, value, encode_float, destination);
     default:
@@ -142,7 +157,6 @@ void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, 
   qd_require_numeric(bit_length);
   const auto* bytes = static_cast<const unsigned char*>(source);
   std::int64_t count = last - first + 1;
-  // From the last sample to the first: the doubles then only overwrite stored bytes that are consumed.
   switch (bit_length) {
     case 1:
       return decode_fields<1>(bytes, first, last, destination);
@@ -151,22 +165,20 @@ void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, 
     case 4:
       return decode_fields<4>(bytes, first, last, destination);
     case 8:
-      for (std::int64_t i = count - 1; i >= 0; --i) destination[i] = decode_field<8>(bytes[i]);
+      for (std::int64_t i = 0; i < count; ++i) destination[i] = decode_field<8>(bytes[i]);
       return;
     case 16:
-      for (std::int64_t i = count - 1; i >= 0; --i)
-        destination[i] = decode_field<16>(static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]));
+      for (std::int64_t i = 0; i < count; ++i)
+        destination[i] = decode_field<16>(item_at<std::uint16_t>(bytes + 2 * i));
       return;
     case 32:
-      for (std::int64_t i = count - 1; i >= 0; --i) {
-        float item;
-        std::memcpy(&item, bytes + 4 * i, sizeof item);
+      for (std::int64_t i = 0; i < count; ++i) {
+        const auto item = item_at<float>(bytes + 4 * i);
         destination[i] = item == missing_float ? missing_double : static_cast<double>(item);
       }
       return;
     default:
-      if (source != destination && count > 0)
-        std::memmove(destination, source, static_cast<std::size_t>(count) * sizeof(double));
+      qu_big_endian_copy<std::uint64_t>(destination, bytes, count);
   }
 }
 
@@ -203,15 +215,11 @@ void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std
       bytes[i] = encode_unsigned<unsigned char, 255>(value);
       return;
     case 16:
-      return put_16(encode_unsigned<std::uint16_t, 65535>(value), bytes + 2 * i);
-    case 32: {
-      float item = encode_float(value);
-      std::memcpy(bytes + 4 * i, &item, sizeof item);
-      return;
-    }
+      return put_item<std::uint16_t>(encode_unsigned<std::uint16_t, 65535>(value), bytes + 2 * i);
+    case 32:
+      return put_item<float>(encode_float(value), bytes + 4 * i);
     default:
-      value = encode_double(value);
-      std::memcpy(bytes + 8 * i, &value, sizeof value);
+      return put_item<double>(encode_double(value), bytes + 8 * i);
   }
 }
 

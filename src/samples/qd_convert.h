@@ -1,11 +1,12 @@
-// Between stored bytes and doubles.
+// Between stored bytes, as they stand in the data file, and doubles. The stored forms stand in
+// disk/qd_data_file.h.
 #pragma once
 
 #include <cstdint>
 
 namespace qrd {
 
-// Both may work in place. Without a source encoding gives missing values.
+// Without a source encoding gives missing values.
 void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      double* destination);
 void _qd_file_encode(const double* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,

@@ -7,7 +7,6 @@
 
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_line_table.h"
-#include "samples/qd_read_write.h"
 
 namespace qrd {
 
@@ -105,37 +104,6 @@ void computed_values::get(std::int64_t first, std::int64_t last, double* values)
     default:
       return grid_coordinate(*entry_, first, last, values);
   }
-}
-
-bool computed_reader::open(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last) {
-  const range_transfer range("qd_read_float_free", io, first, last);
-  const range_guard guard(range, range_guard::purpose::reading);
-  if (!guard || !range.addressable() || !source_.open(range.entry(0)) || !mask_.load(range) ||
-      !piece_.allocate(std::min(range.count(), samples_chunk)))
-    return false;
-  mode_ = mode;
-  unit_factor_ = range.unit_factor(0);
-  first_ = range.file_sample(0, first);
-  samples_ = range.count();
-  count_ = mode == SEL_COMPRESSED ? mask_.kept(samples_) : samples_;
-  return true;
-}
-
-std::span<const double> computed_reader::next() {
-  std::int64_t kept = 0;
-  while (kept == 0 && done_ < samples_) {
-    const std::int64_t part = std::min(samples_ - done_, piece_.count());
-    source_.get(first_ + done_, first_ + done_ + part - 1, piece_.data());
-    for (std::int64_t i = 0; i < part; ++i) {
-      const bool left_out = mask_.leaves_out(done_ + i);
-      if (left_out && mode_ == SEL_COMPRESSED) continue;
-      double value = left_out ? missing_double : piece_[i];
-      if (unit_factor_ != 1.0 && value != missing_double) value /= unit_factor_;
-      piece_[kept++] = value;
-    }
-    done_ += part;
-  }
-  return {piece_.data(), static_cast<std::size_t>(kept)};
 }
 
 }  // namespace qrd

@@ -15,7 +15,6 @@ struct qd_io {
   std::vector<std::int64_t> macro_generic;  // 1: given by a generic handle
   std::int64_t selection = 0;               // entry id
   std::int64_t selection_slot = 0;
-  std::int64_t unmasked_count = 0;  // always 0
 };
 
 extern qd_io* tab_io[table_slots];

@@ -13,22 +13,6 @@ namespace qrd {
 
 namespace {
 
-// Values of an array with one value for each sample of each variable become those that the selection
-// keeps, moved together at the front.
-std::int64_t compress(const selection_mask& mask, std::int64_t variables, std::int64_t samples,
-                      double* values) {
-  double* kept = values;
-  for (std::int64_t v = 0; v < variables; ++v)
-    for (std::int64_t i = 0; i < samples; ++i)
-      if (!mask.leaves_out(i)) *kept++ = values[v * samples + i];
-  return (kept - values) / variables;
-}
-
-void blank_out(const selection_mask& mask, std::int64_t samples, double* values) {
-  for (std::int64_t i = 0; i < samples; ++i)
-    if (mask.leaves_out(i)) values[i] = missing_double;
-}
-
 // Whether a value for each sample of each variable fits into an array of that length.
 bool fits_in(const range_transfer& range, std::size_t length) {
   return static_cast<std::size_t>(range.count()) <= length / range.io.variables.size();
@@ -87,41 +71,6 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
 }
 
 }  // namespace
-
-int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::int64_t* count, std::span<double> values) {
-  range_transfer range("qd_read_float_free", io, first, last);
-  if (!range.addressable() || !fits_in(range, values.size())) return 0;
-  const range_guard guard(range, range_guard::purpose::reading);
-  if (!guard) return 0;
-  std::int64_t n = range.count();
-  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
-    const qd_selected_entry& entry = range.entry(v);
-    std::int64_t from = range.file_sample(v, first);
-    std::int64_t to = range.file_sample(v, last);
-    double* place = values.data() + v * n;
-    if (_qd_file_read_float_buffer(range.id(v), from, to, place) == 0) return 0;
-    if (entry.implicit == 0) _qd_file_decode(place, from, to, entry.bit_length, place);
-  }
-
-  *count = n;
-  selection_mask mask;
-  if (!mask.load(range)) return 0;
-  if (mask && mode == SEL_COMPRESSED) *count = compress(mask, range.variable_count(), n, values.data());
-  if (mask && mode != SEL_COMPRESSED)
-    for (std::int64_t v = mode == SEL_UNMASKED_HEAD ? range.io.unmasked_count : 0; v < range.variable_count();
-         ++v)
-      blank_out(mask, n, values.data() + v * n);
-
-  for (std::int64_t v = 0; v < range.variable_count(); ++v) {
-    double factor = range.unit_factor(v);
-    if (factor == 1.0) continue;
-    double* place = values.data() + v * *count;
-    for (std::int64_t i = 0; i < *count; ++i)
-      place[i] = place[i] == missing_double ? missing_double : place[i] / factor;
-  }
-  return 1;
-}
 
 int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
                         std::span<const double> values) {

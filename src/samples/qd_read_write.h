@@ -10,9 +10,8 @@ namespace qrd {
 
 // What a selection in the io record does to a transfer.
 enum selection_mode : int {
-  SEL_COMPRESSED = 0,     // the array holds the selected samples only
-  SEL_UNMASKED_HEAD = 1,  // as SEL_MASKED, the first unmasked_count variables are not masked
-  SEL_MASKED = 2          // the array holds all samples; unselected ones are missing or ignored
+  SEL_COMPRESSED = 0,  // the array holds the selected samples only
+  SEL_MASKED = 2       // the array holds all samples; unselected ones are missing or ignored
 };
 
 // Most samples of one pass of a write.
@@ -21,9 +20,7 @@ inline constexpr std::int64_t samples_chunk = 100000;
 // Non-zero on success. 0 without memory for a buffer, when a damaged descriptor puts the samples beyond any
 // file, and when the array is too short for what the selected entries have now, whatever its caller was told
 // of them before: nothing has been moved then. A write that doesn't reach the file is fatal.
-// Several variables stand one after the other. Reading needs room for last - first + 1 samples of each.
-int qd_read_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::int64_t* count, std::span<double> values);
+// Several variables stand one after the other. Numbers are read by samples/qd_sample_reader.h.
 // All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
 // (N - 1) / 8 + 1 bytes per variable.
 int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows);

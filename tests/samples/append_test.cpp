@@ -159,7 +159,7 @@ TEST(append, a_selected_macro_column_stays_usable) {
   ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
   double values[5];
   std::int64_t count = 0;
-  ASSERT_NE(qd_read_float_free(column.io(), SEL_MASKED, 1, 5, &count, values), 0);
+  ASSERT_NE(read_numbers(column.io(), SEL_MASKED, 1, 5, &count, values), 0);
   EXPECT_EQ((std::vector<double>(values, values + 5)),
             (std::vector<double>{'A', 'B', 'C', 'D', missing_double}));
 }

@@ -152,7 +152,7 @@ std::string second_column(const char* name) {
   const std::int64_t last = qd_entry(variable.handle.entry)->sample_count;
   std::vector<double> values(static_cast<std::size_t>(last));
   std::int64_t count = 0;
-  if (qd_read_float_free(io.id, SEL_MASKED, 1, last, &count, values) == 0) return "";
+  if (read_numbers(io.id, SEL_MASKED, 1, last, &count, values) == 0) return "";
   std::string text;
   for (double value : values) text += value == missing_double ? '.' : static_cast<char>(value);
   return text;

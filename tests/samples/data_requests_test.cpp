@@ -97,8 +97,8 @@ TEST_F(data_requests, computed_values_are_made_in_pieces) {
   // Too much for this socket: what the answers take the values from.
   for (const char* selection : {"S", no_name}) {
     bound numbers("SN", selection);
-    computed_reader reader;
-    ASSERT_TRUE(reader.open(numbers.io(), SEL_MASKED, 3, many));
+    sample_reader reader({});
+    ASSERT_TRUE(qd_read_float_free(numbers.io(), SEL_MASKED, 3, many, reader));
     std::vector<double> values;
     for (auto piece = reader.next(); !piece.empty(); piece = reader.next()) {
       ASSERT_LE(piece.size(), static_cast<std::size_t>(samples_chunk));

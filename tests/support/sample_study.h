@@ -4,13 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "disk/qd_handles.h"
 #include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
+#include "samples/qd_sample_reader.h"
 #include "samples/qd_variable_table.h"
 #include "support/catalogue_tree.h"
 
@@ -135,6 +138,24 @@ inline std::string stored_bits(double value, int bit_length) {
                                           : std::bit_cast<std::uint32_t>(static_cast<float>(value)));
   if (bit_length == 64) return number(std::bit_cast<std::uint64_t>(value));
   return number(value == missing_double ? ~std::uint64_t{0} : static_cast<std::uint64_t>(value));
+}
+
+// The values of a range, from as many stored bytes as the array has room for values. 1, or 0 after a refusal.
+inline int read_numbers(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                        std::int64_t* count, std::span<double> values) {
+  const qd_selected_entry& entry = *qd_entry(qd_io_of("read_numbers", io).variables.at(0));
+  std::vector<unsigned char> stored(
+      static_cast<std::size_t>(qd_stored_room(static_cast<std::int64_t>(values.size()), entry.bit_length)));
+  sample_reader reader(stored);
+  if (!qd_read_float_free(io, mode, first, last, reader)) return 0;
+  *count = reader.count();
+  std::size_t taken = 0;
+  for (auto piece = reader.next(); !piece.empty(); piece = reader.next()) {
+    std::copy(piece.begin(), piece.end(), values.subspan(taken, piece.size()).begin());
+    taken += piece.size();
+  }
+  EXPECT_EQ(static_cast<std::int64_t>(taken), *count);
+  return 1;
 }
 
 }  // namespace qrd::test
