@@ -39,37 +39,54 @@ bool cross(const vertex& p, const vertex& q, const vertex& b, const vertex& c) {
          side(p, q, b) * side(p, q, c) < 1;
 }
 
-// Whether a tested segment crosses one of the edges from `start` to `end` - 1. `boxes` has one for each block
-// of edges before that.
-bool crosses_any(const ring_corners& ring, std::size_t m, std::size_t start, std::size_t end,
-                 const std::vector<box>& boxes) {
-  const vertex& b = ring.corners[m];
-  const vertex& c = ring.ahead[m];
-  const box tested = edge_box(b, c);
-  for (std::size_t i = start; i < end;) {
-    const std::size_t block = i / block_edges;
-    const std::size_t block_end = std::min(end, (block + 1) * block_edges);
-    if (touch(boxes[block], tested))
-      for (; i < block_end; ++i)
-        if (cross(ring.corners[i], ring.corners[i + 1], b, c)) return true;
-    i = block_end;
+// The edges of a ring one by one, whole blocks of them ruled out by their boxes.
+class edge_blocks {
+ public:
+  explicit edge_blocks(const ring_corners& ring) : ring_(ring) {}
+
+  // Whether the tested segment m crosses one of the edges that it is compared with. REQUIRES: m grows from
+  // call to call.
+  bool any_crosses(std::size_t m) {
+    extend(m - 1);
+    const vertex& b = ring_.corners[m];
+    const vertex& c = ring_.ahead[m];
+    const box tested = edge_box(b, c);
+    const bool closing = ring_.is_closed && m + 1 == ring_.corners.size();
+    for (std::size_t i = closing ? 1 : 0; i < m - 1;) {
+      const std::size_t block = i / block_edges;
+      const std::size_t end = std::min(m - 1, (block + 1) * block_edges);
+      if (touch(boxes_[block], tested))
+        for (; i < end; ++i)
+          if (cross(ring_.corners[i], ring_.corners[i + 1], b, c)) return true;
+      i = end;
+    }
+    return false;
   }
-  return false;
-}
+
+ private:
+  void extend(std::size_t count) {
+    for (; known_ < count; ++known_) {
+      const box edge = edge_box(ring_.corners[known_], ring_.corners[known_ + 1]);
+      if (known_ % block_edges == 0) {
+        boxes_.push_back(edge);
+        continue;
+      }
+      box& whole = boxes_.back();
+      whole = {std::min(whole.x_min, edge.x_min), std::max(whole.x_max, edge.x_max),
+               std::min(whole.y_min, edge.y_min), std::max(whole.y_max, edge.y_max)};
+    }
+  }
+
+  const ring_corners& ring_;
+  std::vector<box> boxes_;
+  std::size_t known_ = 0;
+};
 
 // Each with each: quadratic at worst.
 bool any_crosses(const ring_corners& ring) {
-  std::vector<box> boxes;
-  for (std::size_t m = 2; m < ring.corners.size(); ++m) {
-    const std::size_t newest = m - 2;
-    const box edge = edge_box(ring.corners[newest], ring.corners[newest + 1]);
-    if (newest % block_edges == 0) boxes.push_back(edge);
-    box& whole = boxes.back();
-    whole = {std::min(whole.x_min, edge.x_min), std::max(whole.x_max, edge.x_max),
-             std::min(whole.y_min, edge.y_min), std::max(whole.y_max, edge.y_max)};
-    const bool closing = ring.is_closed && m + 1 == ring.corners.size();
-    if (crosses_any(ring, m, closing ? 1 : 0, m - 1, boxes)) return true;
-  }
+  edge_blocks edges(ring);
+  for (std::size_t m = 2; m < ring.corners.size(); ++m)
+    if (edges.any_crosses(m)) return true;
   return false;
 }
 
@@ -90,18 +107,10 @@ class edge_sweep {
  public:
   enum class verdict { none_crosses, one_crosses, open };
 
-  explicit edge_sweep(const ring_corners& ring) : ring_(ring), count_(ring.corners.size()) {
-    constexpr double rounding = 2e-15;
-    for (std::size_t m = 1; m < count_; ++m) {
-      const vertex& tested = ring.ahead[m];
-      const vertex& next = corner(m + 1);
-      if (tested.x == next.x && tested.y == next.y) continue;
-      deviation_ = std::max(deviation_, distance(tested, corner(m), next) +
-                                            rounding * (std::abs(tested.x) + std::abs(tested.y)));
-    }
-  }
+  explicit edge_sweep(const ring_corners& ring) : ring_(ring), count_(ring.corners.size()) {}
 
   verdict run() {
+    if (!judge_others()) return verdict_;
     std::vector<std::uint32_t> order(count_);
     std::iota(order.begin(), order.end(), 0U);
     std::sort(order.begin(), order.end(),
@@ -113,6 +122,26 @@ class edge_sweep {
 
  private:
   using edge = std::uint32_t;  // its number, which is that of its first corner
+
+  // The tested segments that are not their edges, but where corners were left out: false, with the verdict,
+  // if one crosses. Of those that keep to their edge the sweep only has to know how far they are from it.
+  bool judge_others() {
+    edge_blocks edges(ring_);
+    for (std::size_t m = 1; m < count_; ++m) {
+      const vertex& tested = ring_.ahead[m];
+      const vertex& next = corner(m + 1);
+      if (tested.x == next.x && tested.y == next.y) continue;
+      if (touch(edge_box(corner(m), next), edge_box(tested, tested))) {
+        constexpr double rounding = 2e-15;
+        deviation_ = std::max(deviation_, distance(tested, corner(m), next) +
+                                              rounding * (std::abs(tested.x) + std::abs(tested.y)));
+      } else if (m > 1 && edges.any_crosses(m)) {
+        verdict_ = verdict::one_crosses;
+        return false;
+      }
+    }
+    return true;
+  }
 
   const vertex& corner(std::size_t i) const { return ring_.corners[i < count_ ? i : i - count_]; }
   bool is_forward(edge e) const { return is_before(corner(e), corner(e + 1)); }
@@ -217,7 +246,7 @@ class edge_sweep {
 
   const ring_corners& ring_;
   const std::size_t count_;
-  double deviation_ = 0;  // of a tested segment from its edge
+  double deviation_ = 0;  // of the tested segments from their edges
   std::vector<edge> met_;
   verdict verdict_ = verdict::none_crosses;
 };
@@ -228,7 +257,7 @@ bool qu_ring_crosses(const ring_corners& ring) {
   const auto is_finite = [](const vertex& each) { return std::isfinite(each.x) && std::isfinite(each.y); };
   const std::size_t count = ring.corners.size();
   if (count >= least_swept && std::all_of(ring.corners.begin(), ring.corners.end(), is_finite)) {
-    // The last tested segment and edge 0 are neighbours to the sweep.
+    // These are neighbours to the sweep.
     if (!ring.is_closed &&
         cross(ring.corners[0], ring.corners[1], ring.corners[count - 1], ring.ahead[count - 1]))
       return true;
