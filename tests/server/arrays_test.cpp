@@ -105,13 +105,13 @@ TEST(arrays, a_trace_shows_ten_values) {
     _qrd_write_int(line.near(), &after);
     EXPECT_EQ(trace.text(), ten + "... + some other 2 values\nWrite Int(99)\n");
   }
-  const char* names[11] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"};
+  const char* names[12] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"};
   captured_trace trace(3);
-  _qrd_write_string_array(line.near(), names, 11);
+  _qrd_write_string_array(line.near(), names, 12);
   EXPECT_EQ(
       trace.text(),
       "Write Str(a)\nWrite Str(b)\nWrite Str(c)\nWrite Str(d)\nWrite Str(e)\nWrite Str(f)\nWrite Str(g)\n"
-      "Write Str(h)\nWrite Str(i)\nWrite Str(j)\n... + some other 1 values\n");
+      "Write Str(h)\nWrite Str(i)\nWrite Str(j)\n... + some other 2 values\n");
 }
 
 // In whatever blocks the code moves it.

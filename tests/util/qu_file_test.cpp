@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -45,14 +46,19 @@ TEST_F(plain_files, refuses_names_that_other_platforms_cannot_hold) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
 }
 
-TEST_F(plain_files, opens_close_on_exec_and_no_directory) {
+TEST_F(plain_files, opens_close_on_exec_and_only_ordinary_files) {
   write_file(path_, "text");
+  const std::string pipe = folder_ / "P";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  alarm(60);  // for an open that waits for the pipe's other end
   for (int mode = read_text; mode <= write_binary + 1; mode++) {
     file_stream stream(qu_file_open_n(path_.c_str(), static_cast<file_mode>(mode)));
     ASSERT_TRUE(stream) << mode;
     EXPECT_EQ(fcntl(fileno(stream.get()), F_GETFD), FD_CLOEXEC) << mode;
     EXPECT_EQ(qu_file_open_n(folder_.path().c_str(), static_cast<file_mode>(mode)), nullptr) << mode;
+    EXPECT_EQ(qu_file_open_n(pipe.c_str(), static_cast<file_mode>(mode)), nullptr) << mode;
   }
+  alarm(0);
   EXPECT_FATAL(qu_file_open_f(folder_.path().c_str(), read_binary),
                "WARNING: A FATAL ERROR OCCURED WHEN OPENING A FILE\n"
                "IN THE VELMAR FILE SYSTEM... FILE NAME:\n.*\n\nSYSTEM ERROR MESSAGE:\nIs a directory\n"
