@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "catalogue/qd_name_hints.h"
 #include "catalogue/qd_placement.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_directory_descriptor.h"
@@ -83,6 +84,7 @@ walk_end qd_walk(const char* parent, path_text& path, typename Level::record_typ
   if (!listing) return qu_is_gone(errno) ? walk_end::parent_gone : walk_end::cannot_list;
   bool any_seen = false;
   unread_objects unread;
+  name_hints::folder hints(known_names, parent);
   while (const char* entry = listing.next()) {
     if (!Level::is_entry(parent, entry)) continue;
     qu_path_join(path, {parent, path_separator, entry});
@@ -92,6 +94,7 @@ walk_end qd_walk(const char* parent, path_text& path, typename Level::record_typ
       continue;
     }
     any_seen = true;
+    hints.remember(record.name, entry);
     if (visit(static_cast<const typename Level::record_type&>(record))) return walk_end::stopped;
   }
   // What another server is just deleting as a whole must not look like a folder with few objects.
@@ -135,9 +138,23 @@ int qd_remove_object(const char* path, const char* name) {
 enum lookup_result : int { LOOKUP_FOUND = 0, LOOKUP_ABSENT = 1, LOOKUP_UNREADABLE = 2 };
 lookup_result qd_lookup_result(walk_end end);
 
+// True if the object is where it was seen last.
+template <typename Level>
+bool qd_find_by_hint(const char* parent, const char* name, path_text& path,
+                     typename Level::record_type& record) {
+  name_hints::folder hints(known_names, parent);
+  const std::string_view entry = hints.where(name);
+  if (entry.empty()) return false;
+  qu_path_join(path, {parent, path_separator, entry});
+  if (Level::read(path, record) == object_state::sound && std::strcmp(record.name, name) == 0) return true;
+  hints.forget(name);
+  return false;
+}
+
 template <typename Level>
 lookup_result qd_find(const char* parent, const char* name, path_text& path,
                       typename Level::record_type& record) {
+  if (qd_find_by_hint<Level>(parent, name, path, record)) return LOOKUP_FOUND;
   return qd_lookup_result(qd_walk<Level>(
       parent, path, record,
       [name](const typename Level::record_type& seen) { return std::strcmp(seen.name, name) == 0; }));

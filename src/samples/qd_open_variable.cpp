@@ -47,6 +47,11 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
 // it then carries no index.
 lookup_result find_variable(const char* file_path, const char* variable, index_form& index, path_text& path,
                             qd_variable_record& record) {
+  const auto is_exact = [&] {
+    if (index != index_form::generic) index = index_form::none;
+    return LOOKUP_FOUND;
+  };
+  if (qd_find_by_hint<variable_level>(file_path, variable, path, record)) return is_exact();
   name_text generic;
   qu_path_join(generic, {variable});
   if (index != index_form::none) qd_macro_name_generic(generic);
@@ -64,10 +69,9 @@ lookup_result find_variable(const char* file_path, const char* variable, index_f
         return false;
       });
   if (end != walk_end::stopped) return found ? LOOKUP_FOUND : qd_lookup_result(end);
-  if (index != index_form::generic) index = index_form::none;
   record = seen;
   qu_path_join(path, {seen_path});
-  return LOOKUP_FOUND;
+  return is_exact();
 }
 
 // The slot of a name without an index, or with the one that stands for all.
