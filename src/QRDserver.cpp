@@ -38,7 +38,7 @@ void open_standard_streams() {
 
 void announce(const char* program, bool to_console) {
   if (to_console) std::printf("%s %s (%s)\n", program, server_version, server_release);
-  if (trace_level < 1) return;
+  if (tracing.level < 1) return;
   _qrd_trace("Running %s %s (%s)", program, server_release, server_version);
   _qrd_trace("Protocol Version: %d", protocol_version);
   _qrd_trace("Arguments:");

@@ -48,7 +48,7 @@ void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& vari
   info.kind = variable.kind;
   info.implicit = variable.implicit;
   info.bit_length = variable.bit_length;
-  info.has_unit = variable.format.length_flag != 0 || unit_flag == 0;
+  info.has_unit = variable.format.length_flag != 0 || !units.kept;
   info.numeric = variable.type != VAR_CHAR;
   qu_format_copy(variable.format, info.format);
 }
@@ -130,7 +130,7 @@ int qd_coordinates_formats(int flag, const char* directory, const char* file, qd
     variable_kind kind;
   } const axes[] = {{x, KIND_X}, {y, KIND_Y}, {z, KIND_Z}};
   for (const auto& axis : axes) {
-    if (axis.output != nullptr) qu_format_copy(flag == 1 ? distance_format : float_default, *axis.output);
+    if (axis.output != nullptr) qu_format_copy(flag == 1 ? units.distance : float_default, *axis.output);
   }
 
   path_text path;

@@ -20,6 +20,7 @@
 #include "util/qu_environment.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
+#include "util/qu_hooks.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -112,11 +113,12 @@ bool holds_text(const char* path, std::string_view text) {
 }
 
 void make_handle_test_file() {
-  qu_path_join(handle_test_path, {store.root_path, path_separator, handle_test_name});
-  if (holds_text(handle_test_path, handle_test_text)) return;
-  replaced_file file(handle_test_path, write_text);
+  hooks.handle_test_path = store.handle_test_path;
+  qu_path_join(store.handle_test_path, {store.root_path, path_separator, handle_test_name});
+  if (holds_text(store.handle_test_path, handle_test_text)) return;
+  replaced_file file(store.handle_test_path, write_text);
   if (!file || std::fputs(handle_test_text, file.get()) < 0 || !file.commit())
-    qu_fatal(write_locked, handle_test_path);
+    qu_fatal(write_locked, store.handle_test_path);
 }
 
 bool write_whole(int file, std::string_view text) {
@@ -145,7 +147,7 @@ write_test qu_write_test(const char* folder, const char* text, path_text& path) 
 void qu_init(const char* root, const char* name, const char* version) {
   qu_string_copy(name, store.program_name);
   qu_string_copy(version, store.program_version_text);
-  maximum_capacity = usable_memory();
+  checked_memory.capacity = usable_memory();
 
   const char* locale_folder = std::getenv("XLOCALEDIR");
   if (locale_folder != nullptr && locale_folder[0] != '\0') qu_putenv("XLOCALEDIR=");

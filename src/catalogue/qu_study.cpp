@@ -331,7 +331,7 @@ study_opening prepare_study(const char* wanted) {
     fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   }
   if (fitness == study_fitness::other_version) return STUDY_OTHER_VERSION;
-  unit_flag = record.unit_flag != 0 ? 1 : 0;
+  units.kept = record.unit_flag != 0;
   keep_marker(record.study_version);
   if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(store.study_path, &record);
 
@@ -419,12 +419,6 @@ int qu_study_open(const char* name) {
   for (int attempt = 0; attempt < attempts && opening == STUDY_GONE; ++attempt) opening = open_study(wanted);
   if (opening != STUDY_OPENED) before.put_back();
   return opening;
-}
-
-void open_store::put_back() const {
-  store = store_;
-  qu_string_copy(handle_test_path_.c_str(), handle_test_path);
-  unit_flag = unit_flag_;
 }
 
 }  // namespace qrd

@@ -32,12 +32,14 @@ int qu_study_open(const char* name);
 // Which root and which study are open, to be put back after a failure.
 class open_store {
  public:
-  void put_back() const;
+  void put_back() const {
+    store = store_;
+    units = units_;
+  }
 
  private:
   store_state store_ = store;
-  std::string handle_test_path_ = handle_test_path;
-  std::int64_t unit_flag_ = unit_flag;
+  unit_state units_ = units;
 };
 
 // True if a name can be one element of a path.

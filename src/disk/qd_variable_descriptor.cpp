@@ -113,11 +113,11 @@ bool is_sound(const qd_variable_record& record) {
 void settle_unit(qd_format_record& format) {
   const bool is_length = format.factor != 0.0;
   if (!is_length) format.factor = 1.0;
-  format.length_flag = is_length && unit_flag != 0;
+  format.length_flag = is_length && units.kept;
   if (std::strcmp(format.unit, automatic_unit) != 0) return;
-  qu_path_join(format.unit, {distance_format.unit});
-  format.factor = distance_format.factor;
-  format.length_flag = unit_flag != 0;
+  qu_path_join(format.unit, {units.distance.unit});
+  format.factor = units.distance.factor;
+  format.length_flag = units.kept;
 }
 
 // Some old descriptors hold the comment, which has a file of its own today.

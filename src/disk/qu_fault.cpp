@@ -9,7 +9,7 @@ std::unique_ptr<fault_system> qu_fault_system_new(std::int64_t is_2d, std::int64
   auto system = std::make_unique<fault_system>();
   system->is_2d = is_2d;
   system->has_attributes = has_attributes;
-  system->unit_x = system->unit_y = system->unit_z = distance_format;
+  system->unit_x = system->unit_y = system->unit_z = units.distance;
   return system;
 }
 

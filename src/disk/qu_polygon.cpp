@@ -37,7 +37,7 @@ void join(contour& joining, polygon& owner) {
 
 std::unique_ptr<polygon_system> qu_polygon_system_new() {
   auto system = std::make_unique<polygon_system>();
-  system->unit_x = system->unit_y = system->unit_z = distance_format;
+  system->unit_x = system->unit_y = system->unit_z = units.distance;
   return system;
 }
 

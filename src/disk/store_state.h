@@ -15,10 +15,11 @@ struct store_state {
   // Settings of the store, set by qu_init.
   char program_name[20] = "";
   char program_version_text[15] = "";
-  root_text root_path = "";       // without a separator at its end
-  std::int64_t root_has_end = 0;  // it was given with one: "$init$Gold" is "Gold" in the root
-  root_text root_windows = "";    // what "$root$" expands to
-  root_text root_unix = "";       // only kept and written back
+  root_text root_path = "";         // without a separator at its end
+  std::int64_t root_has_end = 0;    // it was given with one: "$init$Gold" is "Gold" in the root
+  path_text handle_test_path = "";  // of the file that qu_test_open_file opens
+  root_text root_windows = "";      // what "$root$" expands to
+  root_text root_unix = "";         // only kept and written back
   std::int64_t running_test = 0;
 
   // The open study.

@@ -267,7 +267,7 @@ bool file_growth::grow_data_files() {
 
 // The streams of selected variables have no buffer and see the longer file as it is.
 void file_growth::count_entries(std::int64_t samples) const {
-  for (qd_selected_entry* entry : tab_selected)
+  for (qd_selected_entry* entry : sample_tables.selected)
     if (entry != nullptr && std::strcmp(entry->file_path, file_path_) == 0) entry->sample_count = samples;
 }
 

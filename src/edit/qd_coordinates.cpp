@@ -40,7 +40,7 @@ const char* prepared_coordinates::create(const char* directory, const char* file
       // Nothing keeps a client from taking such a name for a variable of its own.
       if (qd_variable_test(false, directory, file, variable.name) != 1) return variable.name;
       if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
-                             &axis_format(axis)) == 0)
+                             &units.axis(axis)) == 0)
         return variable.name;
       created_.push_back(variable.name);
     }
@@ -68,9 +68,9 @@ std::vector<initial_samples> qd_axis_content(const builtin_variable (&table)[3],
   const std::size_t count = values.size() / static_cast<std::size_t>(dimension);
   for (int axis = 0; axis < dimension; ++axis)
     content.push_back({.variable = table[axis],
-                       .format = &axis_format(axis),
+                       .format = &units.axis(axis),
                        .numbers = values.subspan(static_cast<std::size_t>(axis) * count, count),
-                       .factor = qu_format_factor(axis_format(axis))});
+                       .factor = qu_format_factor(units.axis(axis))});
   return content;
 }
 

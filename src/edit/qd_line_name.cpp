@@ -67,7 +67,7 @@ bool names_are_distinct(checked_array<line_name>& names) {
 int check_names(const char* directory, const char* file, const char* variable) {
   selected_variable selected;
   if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle) == 0) return 2;
-  const qd_selected_entry& entry = *tab_selected[selected.handle.entry - 1];
+  const qd_selected_entry& entry = *sample_tables.selected[selected.handle.entry - 1];
   std::int64_t count = entry.sample_count, width = entry.bytes_per_sample, bytes = 0;
   if (entry.implicit != 0 || count < 0 || width < 1 || __builtin_mul_overflow(count, width, &bytes)) return 2;
 

@@ -56,7 +56,7 @@ void report_full(const char* object) {
 // object is used again, and the path of an entry is what tells variables apart.
 void forget_selected_below(const char* path) {
   std::size_t length = std::strlen(path);
-  for (qd_selected_entry*& entry : tab_selected) {
+  for (qd_selected_entry*& entry : sample_tables.selected) {
     if (entry == nullptr || std::strncmp(entry->variable_path, path, length) != 0) continue;
     if (entry->variable_path[length] != '\0' && entry->variable_path[length] != path_separator[0]) continue;
     _qd_tab_selected_entry_free(entry, false);
@@ -105,7 +105,7 @@ bool write_initial_variable(const char* file_path, std::int64_t organisation, st
   if (mkdir(path, 0777) != 0) return false;
   qd_variable_record record =
       qd_new_variable_record(organisation, initial.variable.name, VAR_FLOAT, initial.variable.kind,
-                             builtin_bits, initial.is_length ? &distance_format : nullptr);
+                             builtin_bits, initial.is_length ? &units.distance : nullptr);
   return qd_write_variable_files(path, record, 0);
 }
 

@@ -83,7 +83,7 @@ int qd_create_variable(const char* directory, const char* file, const char* name
   qd_variable_record record = qd_new_variable_record(file_record.organisation, name, type, kind, bit_length,
                                                      format != nullptr ? &wanted : nullptr);
   bool is_coordinate = kind >= KIND_X && kind <= KIND_Z_END;
-  if (is_coordinate && unit_flag != 0 && record.format.length_flag == 0) qu_fatal_number(function, 40);
+  if (is_coordinate && units.kept && record.format.length_flag == 0) qu_fatal_number(function, 40);
   std::int64_t filled = qd_is_computed(file_record.organisation, kind) ? 0 : file_record.allocated_samples;
   if (filled > 0 && record.type != VAR_CHAR && !is_numeric_bit_length(bit_length))
     qu_fatal_number(function, 48);

@@ -62,7 +62,7 @@ bool report_unwritten(const char* directory, const char* file) {
 // Places, names and measures of the polygons.
 object_samples samples_of(const polygon_system& system) {
   const bool is_3d = system.dimension == 3;
-  const double unit = std::pow(distance_format.factor, static_cast<double>(system.dimension));
+  const double unit = std::pow(units.distance.factor, static_cast<double>(system.dimension));
   object_samples samples;
   for (const polygon& each : system.polygons) samples.centers.push_back(each.center_x);
   for (const polygon& each : system.polygons) samples.centers.push_back(each.center_y);
@@ -82,8 +82,7 @@ struct generated_variables {
                     {locations[2], &system.unit_z}},
         all{std::span(coordinates).first(static_cast<std::size_t>(system.dimension)),
             system.dimension == 3 ? object_volume_variable : surface_variable, float_default} {
-    qu_string_copy((distance_format.unit + std::to_string(system.dimension)).c_str(),
-                   all.measure_format.unit);
+    qu_string_copy((units.distance.unit + std::to_string(system.dimension)).c_str(), all.measure_format.unit);
   }
   generated_variables(const generated_variables&) = delete;
   generated_variables& operator=(const generated_variables&) = delete;

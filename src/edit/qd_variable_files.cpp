@@ -51,7 +51,7 @@ qd_format_record checked_format(const qd_format_record& wanted) {
 
 qd_format_record usual_format(const qd_variable_record& record) {
   if (is_numbering_kind(record.kind)) return integer_format(number_width);
-  if (is_coordinate_kind(record.kind)) return distance_format;
+  if (is_coordinate_kind(record.kind)) return units.distance;
   bool is_number = record.type == VAR_FLOAT || record.type == VAR_MACRO;
   if (!is_number || record.bit_length > 16) return float_default;
   return integer_format(integer_width(record.bit_length));

@@ -26,7 +26,7 @@ constexpr builtin_variable centers[3] = {{"X+ Gravity Center (READONLY)", KIND_X
 // Places, names and volumes of the objects.
 object_samples samples_of(wireframe& root) {
   const std::size_t count = root.objects.size();
-  const double unit = distance_format.factor;
+  const double unit = units.distance.factor;
   object_samples samples;
   samples.centers.resize(3 * count);
   for (std::size_t i = 0; i < count; ++i) {
@@ -69,10 +69,10 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
     return 2;
   }
   const object_coordinate coordinates[] = {
-      {centers[0], &distance_format}, {centers[1], &distance_format}, {centers[2], &distance_format}};
+      {centers[0], &units.distance}, {centers[1], &units.distance}, {centers[2], &units.distance}};
   object_variables variables{coordinates, object_volume_variable, float_default};
   variables.measure_format.format = FORMAT_EXPONENT;
-  qu_string_copy((std::string(distance_format.unit) + "3").c_str(), variables.measure_format.unit);
+  qu_string_copy((std::string(units.distance.unit) + "3").c_str(), variables.measure_format.unit);
   const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
     path_text path;
     qu_path_join(path, {folder, path_separator, wireframe_file_name});

@@ -37,9 +37,9 @@ bool read_segment(fault_segment& segment, double client_missing) {
                       priority))
     return false;
   segment.priority = std::clamp(std::int64_t{priority}, priority_minimum, fault_priority_limit);
-  for (double* x : {&segment.x1, &segment.x2, &segment.x3}) *x *= axis_format_x.factor;
-  for (double* y : {&segment.y1, &segment.y2, &segment.y3}) *y *= axis_format_y.factor;
-  for (double* z : {&segment.z1, &segment.z2, &segment.z3}) *z *= axis_format_z.factor;
+  for (double* x : {&segment.x1, &segment.x2, &segment.x3}) *x *= units.axis_x.factor;
+  for (double* y : {&segment.y1, &segment.y2, &segment.y3}) *y *= units.axis_y.factor;
+  for (double* z : {&segment.z1, &segment.z2, &segment.z3}) *z *= units.axis_z.factor;
   for (double* attribute : {&segment.attribute_1, &segment.attribute_2, &segment.attribute_3})
     if (*attribute == client_missing) *attribute = missing_double;
   return true;

@@ -77,12 +77,12 @@ request_status server_answer_grid_file_new(const char* /*request*/) {
   qd_grid_record grid;
   if (!read_arguments(name, dimension, grid.x0, grid.dx, nx, grid.y0, grid.dy, ny)) return not_served;
   if (dimension == 3 && !read_arguments(grid.z0, grid.dz, nz)) return not_served;
-  grid.x0 *= axis_format_x.factor;
-  grid.dx *= axis_format_x.factor;
-  grid.y0 *= axis_format_y.factor;
-  grid.dy *= axis_format_y.factor;
-  grid.z0 *= axis_format_z.factor;
-  grid.dz *= axis_format_z.factor;
+  grid.x0 *= units.axis_x.factor;
+  grid.dx *= units.axis_x.factor;
+  grid.y0 *= units.axis_y.factor;
+  grid.dy *= units.axis_y.factor;
+  grid.z0 *= units.axis_z.factor;
+  grid.dz *= units.axis_z.factor;
   grid.nx = nx;
   grid.ny = ny;
   grid.nz = nz;

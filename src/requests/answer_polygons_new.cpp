@@ -72,8 +72,8 @@ arrival read_entry(contour_entry& entry) {
       });
   if (!read) return arrival::broken;
   for (vertex& corner : entry.vertices) {
-    corner.x *= axis_format_x.factor;
-    corner.y *= axis_format_y.factor;
+    corner.x *= units.axis_x.factor;
+    corner.y *= units.axis_y.factor;
   }
   return arrival::complete;
 }
@@ -98,9 +98,9 @@ polygon& polygon_of_entry(const char* name, name_ranks& ranks, polygon_system& s
 
 std::unique_ptr<polygon_system> build_system(std::vector<contour_entry>& entries, name_ranks& ranks) {
   auto system = qu_polygon_system_new();
-  system->unit_x = axis_format_x;
-  system->unit_y = axis_format_y;
-  system->unit_z = axis_format_z;
+  system->unit_x = units.axis_x;
+  system->unit_y = units.axis_y;
+  system->unit_z = units.axis_z;
   // A longer name could not be sent back.
   system->longest_numbered_name = wire_name_size - 1;
   for (contour_entry& entry : entries) {

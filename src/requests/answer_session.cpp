@@ -8,6 +8,7 @@
 #include "requests/handlers.h"
 #include "wire/answer.h"
 #include "wire/buffer.h"
+#include "wire/console.h"
 #include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/network.h"
@@ -27,7 +28,7 @@ std::int32_t start_child(std::uint16_t control_port, child_watch& child) {
     words.emplace_back("-client_version");
     words.push_back(std::to_string(connection.client_version));
   }
-  if (debug_on != 0) words.emplace_back("-debug");
+  if (console.debug) words.emplace_back("-debug");
 
   std::vector<const char*> arguments;
   for (const std::string& word : words) arguments.push_back(word.c_str());

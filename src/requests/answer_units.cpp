@@ -27,12 +27,12 @@ namespace qrd {
 namespace {
 
 void set_axis_formats_to_distance() {
-  for (int axis = 0; axis < 3; ++axis) qu_format_copy(distance_format, axis_format(axis));
+  for (int axis = 0; axis < 3; ++axis) qu_format_copy(units.distance, units.axis(axis));
 }
 
 // The first symbol is the unit of conversion, the second (or null) the one on display.
 void set_variable_unit(const char* symbol, const char* display, qd_format_record& format) {
-  if (unit_flag == 0) {
+  if (!units.kept) {
     qu_string_copy(display != nullptr ? display : symbol, format.unit);
     return;
   }
@@ -51,11 +51,11 @@ request_status server_answer_set_dist_unit(const char* /*request*/) {
   request_text symbol;
   if (!read_arguments(symbol)) return not_served;
   double factor = 1.0;
-  if (unit_flag != 0 && qu_unit_factor(symbol.c_str(), &factor) == 0)
+  if (units.kept && qu_unit_factor(symbol.c_str(), &factor) == 0)
     return refuse("Not a valid Unit: \"%s\"", symbol.c_str());
 
-  qu_string_copy(symbol.c_str(), distance_format.unit);
-  distance_format.factor = factor;
+  qu_string_copy(symbol.c_str(), units.distance.unit);
+  units.distance.factor = factor;
   set_axis_formats_to_distance();
   server_debug(1, "Setting Unit: \"%s\".", symbol.c_str());
   return answer();
@@ -80,8 +80,8 @@ request_status server_answer_set_creation_units(const char* /*request*/) {
     if (qu_unit_factor(symbols[axis], &factors[axis]) == 0)
       return refuse("unit %d (%s) is not a length unit symbol", axis + 1, symbols[axis]);
   for (int axis = 0; axis < 3; ++axis) {
-    qu_string_copy(symbols[axis], axis_format(axis).unit);
-    axis_format(axis).factor = factors[axis];
+    qu_string_copy(symbols[axis], units.axis(axis).unit);
+    units.axis(axis).factor = factors[axis];
   }
   server_debug(1, "Setting Creation Units: X=%s, Y=%s, Z=%s", symbols[0], symbols[1], symbols[2]);
   return answer();

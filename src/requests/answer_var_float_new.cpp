@@ -42,9 +42,9 @@ void set_unit(std::int32_t bit_length, bool given, const unit_text& unit, qd_for
   if (bit_length < length_bits) return;
   if (!given) {
     format.length_flag = 1;
-    format.factor = distance_format.factor;
-    qu_string_copy(distance_format.unit, format.unit);
-  } else if (unit_flag != 0) {
+    format.factor = units.distance.factor;
+    qu_string_copy(units.distance.unit, format.unit);
+  } else if (units.kept) {
     format.length_flag = qu_unit_factor(unit, &format.factor);
   }
 }

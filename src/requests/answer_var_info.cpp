@@ -65,9 +65,9 @@ struct unit_words {
 unit_words units_of(const qd_format_record& format) {
   if (format.length_flag == 0) return {format.unit, format.unit};
   const bool own = current_context.unit_mode != 0;
-  const char* name = qu_unit_name(own ? format.factor : distance_format.factor);
+  const char* name = qu_unit_name(own ? format.factor : units.distance.factor);
   if (own) return {name == nullptr ? format.unit : name, format.unit};
-  return {name == nullptr ? "" : name, distance_format.unit};
+  return {name == nullptr ? "" : name, units.distance.unit};
 }
 
 // A text cut to what the client has room for.
@@ -105,7 +105,7 @@ request_status server_answer_var_info(const char* /*request*/) {
   }
   const std::int64_t bits = type == WIRE_CHAR ? 0 : info.bit_length;
   const std::int64_t characters = type == WIRE_CHAR ? info.bit_length / 8 : 0;
-  const unit_words units = units_of(info.format);
+  const unit_words words = units_of(info.format);
 
   return answer_with([&] {
     bool written = write_value(wire_int{type}) && write_value(wire_int{static_cast<std::int32_t>(bits)}) &&
@@ -113,10 +113,10 @@ request_status server_answer_var_info(const char* /*request*/) {
                    write_value(wire_int{info.implicit != 0}) &&
                    write_value(wire_int{static_cast<std::int32_t>(indices)});
     if (client_is(old_client)) {
-      written = written && write_cut(units.name, old_unit_size) && write_comment();
+      written = written && write_cut(words.name, old_unit_size) && write_comment();
     } else {
-      written = written && write_cut(units.name, unit_size) && write_comment() &&
-                write_cut(units.symbol, unit_size) &&
+      written = written && write_cut(words.name, unit_size) && write_comment() &&
+                write_cut(words.symbol, unit_size) &&
                 write_value(wire_int{static_cast<std::int32_t>(info.has_unit)});
     }
     return written;

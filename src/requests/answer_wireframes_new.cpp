@@ -60,9 +60,9 @@ arrival read_triples(number_block<Number>& numbers, std::int64_t count, Read rea
 // To centimetres, and into the extents.
 void take_vertices(wireframe_piece& piece, std::int64_t first) {
   for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
-    piece.vertices[i] *= axis_format_x.factor;
-    piece.vertices[i + 1] *= axis_format_y.factor;
-    piece.vertices[i + 2] *= axis_format_z.factor;
+    piece.vertices[i] *= units.axis_x.factor;
+    piece.vertices[i + 1] *= units.axis_y.factor;
+    piece.vertices[i + 2] *= units.axis_z.factor;
   }
   qu_piece_extend(piece, first);
 }
@@ -114,7 +114,7 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
   std::int32_t count = 0;
   if (!read_arguments(count) || count < 0) return clean_and_refuse("%s", read_failure);
   auto root = qu_wireframe_new();
-  root->unit_x = root->unit_y = root->unit_z = distance_format;
+  root->unit_x = root->unit_y = root->unit_z = units.distance;
   bool valid = true;
   try {
     for (std::int32_t i = 0; i < count; ++i) {

@@ -4,6 +4,7 @@
 
 #include "units/qu_units.h"
 #include "util/qu_string.h"
+#include "wire/console.h"
 #include "wire/debug.h"
 
 namespace qrd {
@@ -16,7 +17,7 @@ void print_selected() {
   const server_context& context = current_context;
   std::printf("qrd_init=\"%s\"\ns=\"%s\", d=\"%s\", f=\"%s\", v=\"%s\"\ns=\"%s\", i=\"%d\", u=\"%s\"\n",
               context.qrd_init, context.study, context.directory, context.file, context.variable,
-              context.selection, context.indice, distance_format.unit);
+              context.selection, context.indice, units.distance.unit);
 }
 
 void unset(name_text& field) {
@@ -26,7 +27,7 @@ void unset(name_text& field) {
 }  // namespace
 
 void reset_context() {
-  print_context = print_selected;
+  console.print_context = print_selected;
   current_context = server_context{};
 }
 

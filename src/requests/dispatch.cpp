@@ -27,7 +27,7 @@ constexpr char no_memory[] = "Memory allocation failed";
 request_status serve(std::size_t place) {
   const request_row& row = request_table[place];
   answer_by(row);
-  if (trace_level >= 1) _qrd_trace_enter(row.handler, 0);
+  if (tracing.level >= 1) _qrd_trace_enter(row.handler, 0);
   request_status status = not_served;
   try {
     status = handlers[place](row.name);
@@ -37,7 +37,7 @@ request_status serve(std::size_t place) {
     // Some small thing found no memory; what it was is lost, the process and its client are not.
     status = refuse("%s", no_memory);
   }
-  if (trace_level >= 1) _qrd_trace_exit("%d", static_cast<int>(status));
+  if (tracing.level >= 1) _qrd_trace_exit("%d", static_cast<int>(status));
   if (status != not_served) return status;
   // The rest of an answer that came to nothing must not precede the next one.
   _qrd_empty_write();

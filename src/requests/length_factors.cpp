@@ -8,7 +8,7 @@ namespace qrd {
 
 unit_divisors client_units(const qd_format_record& x, const qd_format_record& y, const qd_format_record& z) {
   if (current_context.unit_mode == 0)
-    return {distance_format.factor, distance_format.factor, distance_format.factor};
+    return {units.distance.factor, units.distance.factor, units.distance.factor};
   return {qu_format_factor(x), qu_format_factor(y), qu_format_factor(z)};
 }
 

@@ -55,14 +55,14 @@ std::string open_root(const char* path) {
 
 std::string qrd_open_root() {
   const open_store before;
-  char named[sizeof current_context.qrd_init];
-  qu_string_copy(current_context.qrd_init, named);
+  const server_context context_before = current_context;
+  const char* named = context_before.qrd_init;
   bool is_default = !is_set(named) || named[0] == '\0';
   std::string refusal = is_default ? "" : check_root(named);
   if (refusal.empty()) refusal = open_root(is_default ? nullptr : named);
   if (!refusal.empty()) {
     before.put_back();
-    qu_string_copy(named, current_context.qrd_init);
+    current_context = context_before;
     return refusal;
   }
   // What was chosen in another root, or in another study of this one, is nothing here.
@@ -76,8 +76,7 @@ std::string qrd_open_root() {
 }
 
 bool set_root(const char* path) {
-  char before[sizeof current_context.qrd_init];
-  std::memcpy(before, current_context.qrd_init, sizeof before);
+  const server_context before = current_context;
   server_debug(0, "Setting QRD_INIT path to \"%s\".", path);
 
   std::string message = "Cannot access directory";
@@ -86,7 +85,7 @@ bool set_root(const char* path) {
     message = qrd_open_root();
   }
   if (message.empty()) return true;
-  std::memcpy(current_context.qrd_init, before, sizeof before);
+  current_context = before;
   server_send_error("QRD_INIT=%s: %s", path, message.c_str());
   return false;
 }

@@ -10,9 +10,6 @@
 
 namespace qrd {
 
-qd_io* tab_io[table_slots] = {};
-scratch_buffer mask_buffer, work_buffer, work_buffer2;
-
 namespace {
 
 // The last entry can be selected, but not bound into an io record.
@@ -41,7 +38,7 @@ bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_hand
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles) {
   constexpr char function[] = "qd_set_io";
-  int slot = first_free_slot(tab_io, function, 10);
+  int slot = first_free_slot(sample_tables.io, function, 10);
   if (count <= 0) qu_fatal_number(function, 11);
 
   const qd_selected_entry* reference = qd_entry(handles[0].entry);
@@ -70,21 +67,22 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
   }
   io->selection = selection.entry;
   io->selection_slot = selection.macro_slot;
-  tab_io[slot] = io;
+  sample_tables.io[slot] = io;
   return slot + 1;
 }
 
 qd_io& qd_io_of(const char* function, std::int64_t io) {
-  if (io < 1 || io > table_slots || tab_io[io - 1] == nullptr) qu_fatal_number(function, 10);
-  return *tab_io[io - 1];
+  if (io < 1 || io > table_slots || sample_tables.io[io - 1] == nullptr) qu_fatal_number(function, 10);
+  return *sample_tables.io[io - 1];
 }
 
 std::int64_t qd_free_io(std::int64_t io) {
   if (io == 0) return 0;
   qd_io* record = &qd_io_of("qd_free_io", io);
-  for (scratch_buffer* buffer : {&mask_buffer, &work_buffer, &work_buffer2}) release_buffer(*buffer);
+  for (scratch_buffer* buffer : {&sample_tables.mask, &sample_tables.work, &sample_tables.work2})
+    release_buffer(*buffer);
   delete record;
-  tab_io[io - 1] = nullptr;
+  sample_tables.io[io - 1] = nullptr;
   return 0;
 }
 

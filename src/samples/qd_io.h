@@ -17,8 +17,6 @@ struct qd_io {
   std::int64_t selection_slot = 0;
 };
 
-extern qd_io* tab_io[table_slots];
-
 // False for the last slot of the table, which can be selected but not bound.
 bool qd_can_be_bound(const qd_variable_handle& handle);
 // Whether a variable can be bound together with a selection, or with the empty handle: both were selected in
@@ -35,12 +33,6 @@ std::int64_t qd_free_io(std::int64_t io);
 // can't be read or doesn't have the index.
 int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index);
 
-// Buffers of the sample engine, shared by all io records.
-struct scratch_buffer {
-  void* data = nullptr;
-  std::int64_t capacity = 0;  // bytes
-};
-extern scratch_buffer mask_buffer, work_buffer, work_buffer2;
 // 1, or 0 without memory. Needing nothing is fine.
 int _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer, std::int64_t bytes);
 

@@ -37,7 +37,7 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
     case UNIT_VARIABLE:
       return qu_format_factor(record.format);
     case UNIT_DISTANCE:
-      return record.format.length_flag != 0 ? distance_format.factor : 1.0;
+      return record.format.length_flag != 0 ? units.distance.factor : 1.0;
   }
   qu_fatal_number(select_function, 50);
 }
@@ -155,7 +155,7 @@ int select_entry(const qd_variable_place& place, const char* directory, const ch
   found_variable found;
   // One entry, and so one stream, serves all the columns of a macro variable.
   for (int slot = 0; slot < table_slots; ++slot) {
-    qd_selected_entry* open_entry = tab_selected[slot];
+    qd_selected_entry* open_entry = sample_tables.selected[slot];
     if (open_entry == nullptr || !is_entry_of(*open_entry, place.path)) continue;
     if (!found.read(place, file, catalogue_name) || !qd_is_in_place(*open_entry)) return 0;
     ++open_entry->reference_count;
@@ -167,7 +167,7 @@ int select_entry(const qd_variable_place& place, const char* directory, const ch
     return 1;
   }
 
-  int slot = first_free_slot(tab_selected, select_function, 70);
+  int slot = first_free_slot(sample_tables.selected, select_function, 70);
   file_stream stream = open_data_file(place.path);
   if (!found.read(place, file, catalogue_name)) return 0;
   if (found.variable.implicit != 0) stream = file_stream();
@@ -181,7 +181,7 @@ int select_entry(const qd_variable_place& place, const char* directory, const ch
   *entry = candidate;
   entry->stream = stream.release();
   entry->reference_count = 1;
-  tab_selected[slot] = entry;
+  sample_tables.selected[slot] = entry;
   selected.unit_factor = unit_factor_of(found.variable, choice);
   selected.entry = slot + 1;
   handle = selected;

@@ -33,14 +33,14 @@ bool write_all(const range_transfer& range, std::int64_t v, const double* values
     const double* source = values + done;
     std::int64_t room = factor == 1.0 ? _qd_file_byte_count(first, last, entry.bit_length)
                                       : count * static_cast<std::int64_t>(sizeof(double));
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, room) == 0) return false;
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, room) == 0) return false;
     if (factor != 1.0) {
-      auto* scaled = static_cast<double*>(work_buffer.data);
+      auto* scaled = static_cast<double*>(sample_tables.work.data);
       for (std::int64_t i = 0; i < count; ++i) scaled[i] = stored_value(source[i], factor);
       source = scaled;
     }
-    _qd_file_encode(source, first, last, entry.bit_length, work_buffer.data);
-    if (_qd_file_write_float_buffer(range.id(v), first, last, work_buffer.data) == 0) return false;
+    _qd_file_encode(source, first, last, entry.bit_length, sample_tables.work.data);
+    if (_qd_file_write_float_buffer(range.id(v), first, last, sample_tables.work.data) == 0) return false;
   }
   return true;
 }
@@ -57,15 +57,16 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t first = range.file_sample(v, range.first + done);
     std::int64_t last = first + count - 1;
     std::int64_t bytes = _qd_file_byte_count(first, last, entry.bit_length);
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, bytes) == 0) return false;
-    if (_qd_file_read_float_buffer(id, first, last, work_buffer.data) == 0) return false;
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, bytes) == 0) return false;
+    if (_qd_file_read_float_buffer(id, first, last, sample_tables.work.data) == 0) return false;
     for (std::int64_t i = 0; i < count; ++i) {
       bool keep = !mask.leaves_out(done + i);
       if (keep)
-        qd_encode_sample(stored_value(*values, factor), first, first + i, entry.bit_length, work_buffer.data);
+        qd_encode_sample(stored_value(*values, factor), first, first + i, entry.bit_length,
+                         sample_tables.work.data);
       if (keep || !compressed) ++values;
     }
-    if (_qd_file_write_float_buffer(id, first, last, work_buffer.data) == 0) return false;
+    if (_qd_file_write_float_buffer(id, first, last, sample_tables.work.data) == 0) return false;
   }
   return true;
 }

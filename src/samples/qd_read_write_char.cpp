@@ -23,8 +23,9 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t count = std::min(pass, range.count() - done);
     std::int64_t first = range.file_sample(v, range.first + done);
     std::int64_t last = first + count - 1;
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), work_buffer, count * width) == 0) return false;
-    auto* stored = static_cast<unsigned char*>(work_buffer.data);
+    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, count * width) == 0)
+      return false;
+    auto* stored = static_cast<unsigned char*>(sample_tables.work.data);
     if (_qd_file_read_char_buffer(id, first, last, stored) == 0) return false;
     for (std::int64_t i = 0; i < count; ++i, stored += width) {
       bool keep = !mask.leaves_out(done + i);
@@ -35,7 +36,7 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
       }
       if (keep || !compressed) texts += width;
     }
-    if (qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(work_buffer.data)) == 0)
+    if (qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(sample_tables.work.data)) == 0)
       return false;
   }
   return true;

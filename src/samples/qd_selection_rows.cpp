@@ -35,25 +35,25 @@ int first_bit(std::int64_t column_start) {
 }
 
 // The stored bits of the whole column that begins at a sample of the file, sample 1 on the top bit of
-// the row. Uses work_buffer. False without memory or if the disk fails.
+// the row. Uses sample_tables.work. False without memory or if the disk fails.
 bool load_column(std::int64_t entry, std::int64_t start, std::int64_t samples, unsigned char* row) {
   std::int64_t end = start + samples - 1;
   int bit = first_bit(start);
   if (bit == 0) return _qd_file_read_float_buffer(entry, start, end, row) != 0;
-  if (!reserve(work_buffer, _qd_file_byte_count(start, end, 1))) return false;
-  if (_qd_file_read_float_buffer(entry, start, end, work_buffer.data) == 0) return false;
-  qd_bits_shift(static_cast<unsigned char*>(work_buffer.data), row, 7 - bit, 7, samples);
+  if (!reserve(sample_tables.work, _qd_file_byte_count(start, end, 1))) return false;
+  if (_qd_file_read_float_buffer(entry, start, end, sample_tables.work.data) == 0) return false;
+  qd_bits_shift(static_cast<unsigned char*>(sample_tables.work.data), row, 7 - bit, 7, samples);
   return true;
 }
 
-// The mask of the record's selection in mask_buffer, sample 1 on the top bit; null without one. False if
-// the columns can't be transferred.
+// The mask of the record's selection in sample_tables.mask, sample 1 on the top bit; null without one. False
+// if the columns can't be transferred.
 bool load_mask(const range_transfer& range, const unsigned char*& mask) {
   mask = nullptr;
   if (!range.addressable()) return false;
   if (range.io.selection == 0) return true;
-  if (!reserve(mask_buffer, row_length(range.samples))) return false;
-  auto* bits = static_cast<unsigned char*>(mask_buffer.data);
+  if (!reserve(sample_tables.mask, row_length(range.samples))) return false;
+  auto* bits = static_cast<unsigned char*>(sample_tables.mask.data);
   mask = bits;
   return load_column(range.io.selection, range.io.selection_slot * range.samples + 1, range.samples, bits);
 }
@@ -97,8 +97,8 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
     std::int64_t id = range.id(v);
     std::int64_t start = range.file_sample(v, 1);
     std::int64_t end = start + range.samples - 1;
-    if (!reserve(work_buffer2, length)) return 0;
-    auto* column = static_cast<unsigned char*>(work_buffer2.data);
+    if (!reserve(sample_tables.work2, length)) return 0;
+    auto* column = static_cast<unsigned char*>(sample_tables.work2.data);
     // A sample that the mask leaves out keeps its stored bit.
     if (mask != nullptr && !load_column(id, start, range.samples, column)) return 0;
     for (std::int64_t i = 0; i < length; ++i) {
@@ -107,9 +107,9 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
     }
     int bit = first_bit(start);
     if (bit != 0) {
-      if (!reserve(work_buffer, _qd_file_byte_count(start, end, 1))) return 0;
-      qd_bits_shift(column, static_cast<unsigned char*>(work_buffer.data), 7, 7 - bit, range.samples);
-      column = static_cast<unsigned char*>(work_buffer.data);
+      if (!reserve(sample_tables.work, _qd_file_byte_count(start, end, 1))) return 0;
+      qd_bits_shift(column, static_cast<unsigned char*>(sample_tables.work.data), 7, 7 - bit, range.samples);
+      column = static_cast<unsigned char*>(sample_tables.work.data);
     }
     if (_qd_file_write_float_buffer(id, start, end, column) == 0) return 0;
   }

@@ -5,6 +5,7 @@
 #include "disk/store_state.h"
 #include "samples/qd_io.h"
 #include "samples/qd_variable_table.h"
+#include "util/qu_hooks.h"
 #include "util/qu_message.h"
 #include "util/qu_xdr.h"
 
@@ -19,10 +20,10 @@ void end_open_study(int strict) {
 }  // namespace
 
 void qd_tables_init() {
-  qu_exit_hook = end_open_study;
-  qu_study_mark_64bit_hook = qu_study_mark_64bit;
+  hooks.end_study = end_open_study;
+  hooks.mark_64bit = qu_study_mark_64bit;
   for (std::int64_t slot = 0; slot < table_slots; ++slot)
-    if (tab_io[slot] != nullptr) qd_free_io(slot + 1);
+    if (sample_tables.io[slot] != nullptr) qd_free_io(slot + 1);
   qd_deselect_all();
 }
 
@@ -30,7 +31,7 @@ void qd_end(int strict) {
   if (strict == 0) {
     qd_deselect_all();
   } else {
-    for (const qd_selected_entry* entry : tab_selected)
+    for (const qd_selected_entry* entry : sample_tables.selected)
       if (entry != nullptr) qu_fatal(" WARNING: A Variable is not deselected...");
   }
   if (store.lock_taken == 0) qu_fatal_number("qd_end", 7);

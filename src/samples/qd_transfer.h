@@ -70,7 +70,7 @@ bool qd_sync_range(const range_transfer& range);
 // Which samples of a range a selection leaves out, from the stored bits.
 class selection_mask {
  public:
-  // Loads the range of the record's selection into mask_buffer: false without memory or if the
+  // Loads the range of the record's selection into sample_tables.mask: false without memory or if the
   // disk fails. No selection leaves nothing out.
   bool load(const range_transfer& range);
   // `i` counts from 0 at the first sample of the range.

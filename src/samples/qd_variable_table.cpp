@@ -15,14 +15,15 @@
 
 namespace qrd {
 
-qd_selected_entry* tab_selected[table_slots] = {};
+constinit sample_table_state sample_tables;
 
 int qd_free_entries() {
-  return static_cast<int>(std::count(std::begin(tab_selected), std::end(tab_selected), nullptr));
+  return static_cast<int>(
+      std::count(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr));
 }
 
 qd_selected_entry* qd_entry(std::int64_t id) {
-  return id >= 1 && id <= table_slots ? tab_selected[id - 1] : nullptr;
+  return id >= 1 && id <= table_slots ? sample_tables.selected[id - 1] : nullptr;
 }
 
 void qd_data_path(const char* variable_path, path_text& path) {
@@ -38,7 +39,7 @@ bool qd_is_in_place(const qd_selected_entry& entry) {
 }
 
 qd_selected_entry* qd_selected_find(const char* variable_path) {
-  for (qd_selected_entry* entry : tab_selected)
+  for (qd_selected_entry* entry : sample_tables.selected)
     if (entry != nullptr && std::strcmp(entry->variable_path, variable_path) == 0) return entry;
   return nullptr;
 }
@@ -48,7 +49,7 @@ qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle) {
   const qd_variable_handle empty;
   if (handle.entry == empty.entry) return empty;
   if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
-  qd_selected_entry*& entry = tab_selected[handle.entry - 1];
+  qd_selected_entry*& entry = sample_tables.selected[handle.entry - 1];
   if (entry == nullptr) qu_fatal_number(function, 20);
   if (entry->reference_count >= 2) {
     --entry->reference_count;
@@ -75,7 +76,7 @@ std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_cl
 }
 
 void qd_deselect_all() {
-  for (qd_selected_entry*& entry : tab_selected) {
+  for (qd_selected_entry*& entry : sample_tables.selected) {
     _qd_tab_selected_entry_free(entry, false);
     entry = nullptr;
   }
@@ -86,7 +87,7 @@ int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   info = qd_var_info();
   if (!qd_two_files_available()) return 0;
   if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
-  const qd_selected_entry* entry = tab_selected[handle.entry - 1];
+  const qd_selected_entry* entry = sample_tables.selected[handle.entry - 1];
   if (entry == nullptr) qu_fatal_number(function, 20);
 
   // The numbers 30 and 40 are left out: what another server has deleted or damaged since the selection is

@@ -37,7 +37,20 @@ struct qd_variable_handle {
   std::int64_t macro_slot = 0;  // -1: a generic handle, the index comes later
 };
 
-extern qd_selected_entry* tab_selected[table_slots];
+struct qd_io;
+
+// A buffer of the sample engine, shared by all transfers.
+struct scratch_buffer {
+  void* data = nullptr;
+  std::int64_t capacity = 0;  // bytes
+};
+
+struct sample_table_state {
+  qd_selected_entry* selected[table_slots] = {};
+  qd_io* io[table_slots] = {};
+  scratch_buffer mask, work, work2;
+};
+extern sample_table_state sample_tables;
 
 // How many more variables can be selected.
 int qd_free_entries();

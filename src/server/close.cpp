@@ -21,11 +21,11 @@ void sleep_one_second() {
 }  // namespace
 
 void server_close() {
-  if (trace_level >= 1) _qrd_trace_enter("server_close", 0);
+  if (tracing.level >= 1) _qrd_trace_enter("server_close", 0);
   sleep_one_second();
   _qrd_network_stop();
   if (store.lock_taken != 0) qd_end(0);
-  if (trace_level >= 1) _qrd_trace_exit(nullptr, 0);
+  if (tracing.level >= 1) _qrd_trace_exit(nullptr, 0);
 }
 
 }  // namespace qrd

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "wire/console.h"
 #include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/messages.h"
@@ -64,7 +65,7 @@ std::vector<std::string> words_for_session(const server_options& options) {
     words.emplace_back("-client_version");
     words.push_back(std::to_string(connection.client_version));
   }
-  if (debug_on != 0) words.emplace_back("-debug");
+  if (console.debug) words.emplace_back("-debug");
   if (options.quiet) words.emplace_back("-quiet");
   return words;
 }

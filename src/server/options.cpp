@@ -47,7 +47,7 @@ class argument_reader {
   const char* next() {
     if (next_ >= count_) return nullptr;
     const char* argument = arguments_[next_++];
-    if (trace_level >= 1) _qrd_trace("  %s", argument);
+    if (tracing.level >= 1) _qrd_trace("  %s", argument);
     return argument;
   }
 

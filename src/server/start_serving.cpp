@@ -20,7 +20,7 @@ namespace {
 
 // Tells the program that started this one where to find it.
 int report_port(std::uint16_t control_port, std::uint16_t port) {
-  if (trace_level >= 4) _qrd_trace("Connecting to client control port...");
+  if (tracing.level >= 4) _qrd_trace("Connecting to client control port...");
   open_socket control;
   if (int status = _qrd_connect("localhost", control_port, control.address()); status != 0) return status;
   const std::int32_t word = port;
@@ -30,12 +30,12 @@ int report_port(std::uint16_t control_port, std::uint16_t port) {
 
 // 0 or 1.
 int start_layers() {
-  if (trace_level >= 4) _qrd_trace("Initializing Windows Socket");
+  if (tracing.level >= 4) _qrd_trace("Initializing Windows Socket");
   if (_qrd_network_start() != 0) {
     server_debug(0, "Unable to initialize winsock.");
     return 1;
   }
-  if (trace_level >= 4) _qrd_trace("Initializing ONC/RPC");
+  if (tracing.level >= 4) _qrd_trace("Initializing ONC/RPC");
   if (qu_rpc_start() == -1) {
     server_debug(0, "Could not initialize ONC/RPC.");
     std::exit(1);
@@ -75,13 +75,13 @@ namespace {
 template <typename Start>
 int traced_init(std::uint16_t port, std::uint16_t control_port, socket_handle* listening,
                 socket_handle* client, const Start& start) {
-  if (trace_level >= 1) {
+  if (tracing.level >= 1) {
     _qrd_trace_enter("server_init", 1);
     _qrd_trace("(%d,%d,%p,%p)", port, control_port, static_cast<void*>(listening),
                static_cast<void*>(client));
   }
   const int status = start();
-  if (trace_level >= 1) _qrd_trace_exit("%d", status);
+  if (tracing.level >= 1) _qrd_trace_exit("%d", status);
   return status;
 }
 

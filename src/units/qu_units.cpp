@@ -11,30 +11,8 @@ namespace qrd {
 
 namespace {
 
-constexpr length_unit length_rows[] = {
-    {"micr", "Micron", 0.0001},
-    {"mm", "Millimeter", 0.1},
-    {"cm", "Centimeter", 1.0},
-    {"dm", "Decimeter", 10.0},
-    {"m", "Meter", 100.0},
-    {"dam", "Decameter", 1000.0},
-    {"hm", "Hectometer", 10000.0},
-    {"km", "Kilometer", 100000.0},
-    {"in", "Inch", 2.54},
-    {"ft", "Foot", 30.48},
-    {"yd", "Yard", 91.44},
-    {"mile", "Mile", 160934.4},
-    {"nmil", "Nautical Mile", 185200.0},
-    {"dakm", "10 Kilometers", 1000000.0},
-    {"hkm", "100 Kilometers", 10000000.0},
-    {"kkm", "1000 Kilometers", 100000000.0},
-};
-
 // In the order of number_format.
 constexpr const char* format_rows[] = {"Free", "Integer", "Decimal", "Exponent", "Shifted"};
-
-constexpr double metre_factor = 100.0;
-constexpr qd_format_record metres = {FORMAT_DECIMAL, 10, 2, 1, "m", metre_factor};
 
 // A decimal number exactly as std::to_string writes it, or `otherwise` for any other word.
 std::int64_t number_word(std::string_view word, std::int64_t minimum, std::int64_t maximum,
@@ -47,35 +25,23 @@ std::int64_t number_word(std::string_view word, std::int64_t minimum, std::int64
 }
 
 const length_unit* unit_of_factor(double factor) {
-  const auto* row = std::ranges::find(length_rows, factor, &length_unit::factor);
-  return row == std::end(length_rows) ? nullptr : row;
+  const auto* row = std::ranges::find(length_units, factor, &length_unit::factor);
+  return row == std::end(length_units) ? nullptr : row;
 }
 
 }  // namespace
 
-const std::span<const length_unit> length_units = length_rows;
-const qd_format_record float_default;
-
-qd_format_record distance_format = metres;
-qd_format_record axis_format_x = metres;
-qd_format_record axis_format_y = metres;
-qd_format_record axis_format_z = metres;
-
-std::int64_t unit_flag = 1;
-
-qd_format_record& axis_format(int axis) {
-  return axis == 0 ? axis_format_x : axis == 1 ? axis_format_y : axis_format_z;
-}
+constinit unit_state units;
 
 double qu_format_factor(const qd_format_record& format) {
-  return unit_flag != 0 ? format.factor : 1.0;
+  return units.kept ? format.factor : 1.0;
 }
 
 int qu_unit_factor(const char* symbol, double* factor) {
   *factor = 1.0;
   for (const length_unit& row : length_units) {
     if (std::strcmp(row.symbol, symbol) != 0) continue;
-    if (unit_flag != 0) *factor = row.factor;
+    if (units.kept) *factor = row.factor;
     return 1;
   }
   return 0;
@@ -110,7 +76,7 @@ void qu_format_set(const char* format, const char* width, const char* digits, co
   }
   qu_string_copy(unit, destination.unit);
 
-  if (unit_flag == 0) {
+  if (!units.kept) {
     destination.length_flag = 0;
     destination.factor = 1.0;
     return;
@@ -121,8 +87,8 @@ void qu_format_set(const char* format, const char* width, const char* digits, co
 }
 
 void qu_formats_reset() {
-  double factor = unit_flag != 0 ? metre_factor : 0.0;
-  for (qd_format_record* record : {&distance_format, &axis_format_x, &axis_format_y, &axis_format_z})
+  double factor = units.kept ? metre_factor : 0.0;
+  for (qd_format_record* record : {&units.distance, &units.axis_x, &units.axis_y, &units.axis_z})
     qu_format_set("Decimal", "10", "2", "m", 1, factor, *record);
 }
 

@@ -31,7 +31,24 @@ struct length_unit {
   const char* name;
   double factor;  // cm
 };
-extern const std::span<const length_unit> length_units;
+inline constexpr length_unit length_units[] = {
+    {"micr", "Micron", 0.0001},
+    {"mm", "Millimeter", 0.1},
+    {"cm", "Centimeter", 1.0},
+    {"dm", "Decimeter", 10.0},
+    {"m", "Meter", 100.0},
+    {"dam", "Decameter", 1000.0},
+    {"hm", "Hectometer", 10000.0},
+    {"km", "Kilometer", 100000.0},
+    {"in", "Inch", 2.54},
+    {"ft", "Foot", 30.48},
+    {"yd", "Yard", 91.44},
+    {"mile", "Mile", 160934.4},
+    {"nmil", "Nautical Mile", 185200.0},
+    {"dakm", "10 Kilometers", 1000000.0},
+    {"hkm", "100 Kilometers", 10000000.0},
+    {"kkm", "1000 Kilometers", 100000000.0},
+};
 
 // The bounds of width and number of decimals.
 inline constexpr std::int64_t smallest_width = 3;
@@ -39,23 +56,28 @@ inline constexpr std::int64_t largest_width = 19;
 inline constexpr std::int64_t largest_digits = 9;
 
 // What a variable without a length gets.
-extern const qd_format_record float_default;
+inline constexpr qd_format_record float_default;
 
-// The units in which the client talks.
-extern qd_format_record distance_format;
-extern qd_format_record axis_format_x;
-extern qd_format_record axis_format_y;
-extern qd_format_record axis_format_z;
-// The axis format of axis 0, 1 or 2.
-qd_format_record& axis_format(int axis);
+inline constexpr double metre_factor = 100.0;
+inline constexpr qd_format_record metres = {FORMAT_DECIMAL, 10, 2, 1, "m", metre_factor};
 
-// Non-zero: the open study keeps lengths with units. Set by the study store.
-extern std::int64_t unit_flag;
+struct unit_state {
+  // The open study keeps lengths with units.
+  bool kept = true;
+  // The units in which the client talks.
+  qd_format_record distance = metres;
+  qd_format_record axis_x = metres;
+  qd_format_record axis_y = metres;
+  qd_format_record axis_z = metres;
+  // That of axis 0, 1 or 2.
+  qd_format_record& axis(int axis) { return axis == 0 ? axis_x : axis == 1 ? axis_y : axis_z; }
+};
+extern unit_state units;
 
 // Centimetres per unit of a stored format, the factor of all that travels in it: a stored factor doesn't
 // count in a study without units.
 double qu_format_factor(const qd_format_record& format);
-// 1 if the symbol is a length unit. The factor is the unit's if unit_flag is set, and 1.0 otherwise.
+// 1 if the symbol is a length unit. The factor is the unit's in a study that keeps units, and 1.0 otherwise.
 int qu_unit_factor(const char* symbol, double* factor);
 // The name that belongs to a factor, or null.
 const char* qu_unit_name(double factor);

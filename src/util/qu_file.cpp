@@ -12,12 +12,11 @@
 #include <vector>
 
 #include "util/qu_directory.h"
+#include "util/qu_hooks.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 
 namespace qrd {
-
-path_text handle_test_path = "";
 
 namespace {
 
@@ -174,13 +173,13 @@ int qu_test_open_file(int count) {
   if (count > largest_count) return 0;
   std::vector<file_stream> streams;
   for (int i = 0; i < count; i++) {
-    file_stream stream(std::fopen(handle_test_path, "re"));
+    file_stream stream(std::fopen(hooks.handle_test_path, "re"));
     if (!stream) {
       if (too_many_files()) return 0;
       const char* reason = qu_strerror(1);
       qu_message("WARNING: A FATAL ERROR OCCURED WHEN OPENING A FILE");
       qu_message("IN THE VELMAR FILE SYSTEM... FILE NAME:");
-      qu_message("%s", handle_test_path);
+      qu_message("%s", hooks.handle_test_path);
       qu_message("SYSTEM ERROR MESSAGE:\n%s", reason);
       qu_fatal("FATAL ERROR in qu_test_open_file");
     }

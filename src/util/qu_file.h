@@ -93,8 +93,6 @@ bool qu_file_readable(const char* path);
 // Anything of that name that access() finds readable, directories included.
 bool qu_path_readable(const char* path);
 
-// The file that qu_test_open_file opens; set when a root is opened.
-extern path_text handle_test_path;
 // 1 if `count` (at most 512) more files can be open at once.
 int qu_test_open_file(int count);
 // The report that they can't: `failed` says in capitals what fails by that, `before` stands in front.

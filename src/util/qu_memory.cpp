@@ -22,8 +22,7 @@ extern "C" const char* __asan_default_options() {
 
 namespace qrd {
 
-std::uint64_t UV_MEM_SIZE = 0;
-std::uint64_t maximum_capacity = 0;
+constinit memory_account checked_memory;
 
 namespace {
 
@@ -50,7 +49,7 @@ void report_head(const caller& from) {
 
 void report_tail(double requested) {
   qu_message("Unable to Allocate           :%7.1f MegaBytes", requested);
-  qu_message("Already Allocated            :%7.1f MegaBytes", megabytes(UV_MEM_SIZE));
+  qu_message("Already Allocated            :%7.1f MegaBytes", megabytes(checked_memory.in_use));
   qu_message("\nTHIS ERROR IS NOT DUE TO THE WORKING BUFFER SIZE");
   qu_message("YOU SHOULD CHANGE OTHER CALCULATION PARAMETERS\n");
   qu_message("(See: Help/Preferences/Study Environment/Miscellaneous/Memory Management)\n");
@@ -70,7 +69,7 @@ void size_report(const caller& from, std::uint64_t size, std::int64_t count) {
   report_head(from);
   qu_message("The size of the memory to allocate is greater than the Velmar Maximum Capacity\n");
   qu_message("This message only occurs in DEBUG mode and the program will still continue !");
-  qu_message("Velmar Maximum Capacity      :%7.1f MegaBytes", megabytes(maximum_capacity));
+  qu_message("Velmar Maximum Capacity      :%7.1f MegaBytes", megabytes(checked_memory.capacity));
   report_tail(requested);
 }
 
@@ -96,7 +95,7 @@ void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
     if (from.fatal) qu_fatal_number(from.operation, 20);
     return nullptr;
   }
-  UV_MEM_SIZE += total;
+  checked_memory.in_use += total;
   return block;
 }
 
@@ -121,7 +120,7 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
   std::uint64_t old_size = size * static_cast<std::uint64_t>(old_count);
   std::uint64_t new_size = size * static_cast<std::uint64_t>(new_count);
   std::uint64_t difference = new_size > old_size ? new_size - old_size : old_size - new_size;
-  if (new_size < old_size && difference > UV_MEM_SIZE)
+  if (new_size < old_size && difference > checked_memory.in_use)
     qu_fatal("%s: You deallocate more memory than allocated", from.operation);
 
   void* moved = std::realloc(block, new_size);
@@ -129,10 +128,10 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
     system_report(from, difference);
     if (from.fatal) qu_fatal_number(from.operation, 4);
     std::free(block);
-    UV_MEM_SIZE -= old_size;
+    checked_memory.in_use -= old_size;
     return nullptr;
   }
-  UV_MEM_SIZE += new_size - old_size;  // modulo 2^64: a shrunk block takes the difference out
+  checked_memory.in_use += new_size - old_size;  // modulo 2^64: a shrunk block takes the difference out
   return moved;
 }
 
@@ -145,9 +144,9 @@ void* release(const caller& from, void* block, std::uint64_t size, std::int64_t 
   if (total == 0)
     qu_fatal("Illegal call to: %s, length =%" PRIu64 " (%s:%" PRId64 ")", from.operation, total, from.file,
              from.line);
-  if (total > UV_MEM_SIZE)
+  if (total > checked_memory.in_use)
     qu_fatal("%s: length > UV_MEM_SIZE (%s:%" PRId64 ")", from.operation, from.file, from.line);
-  UV_MEM_SIZE -= total;
+  checked_memory.in_use -= total;
   std::free(block);
   return nullptr;
 }

@@ -9,8 +9,11 @@
 
 namespace qrd {
 
-extern std::uint64_t UV_MEM_SIZE;       // bytes in use through these operations
-extern std::uint64_t maximum_capacity;  // bytes; reported, never a limit
+struct memory_account {
+  std::uint64_t in_use = 0;    // bytes, through these operations
+  std::uint64_t capacity = 0;  // bytes; reported, never a limit
+};
+extern memory_account checked_memory;
 
 // A block of count * size bytes, not cleared. A negative count or a product of 0 is fatal.
 void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count);

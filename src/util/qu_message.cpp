@@ -1,4 +1,5 @@
 #include "util/qu_message.h"
+#include "util/qu_hooks.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -7,8 +8,6 @@
 #include <cstring>
 
 namespace qrd {
-
-void (*qu_exit_hook)(int strict) = nullptr;
 
 namespace {
 
@@ -110,9 +109,9 @@ void qu_recover_advice(bool fatal) {
 void qu_exit(int status) {
   // The end of the study may itself meet a fatal error; it is not tried a second time.
   static bool ending = false;
-  if (!ending && qu_exit_hook != nullptr) {
+  if (!ending && hooks.end_study != nullptr) {
     ending = true;
-    qu_exit_hook(status != 2 ? 1 : 0);
+    hooks.end_study(status != 2 ? 1 : 0);
   }
   std::fflush(stdout);
   std::exit(status == 0 ? 0 : 1);

@@ -26,8 +26,4 @@ void qu_recover_advice(bool fatal);
 // ends the process: exit code 0 for status 0, else 1.
 [[noreturn]] void qu_exit(int status);
 
-// Ends the study if one is open; `strict` tests that nothing is selected any more. Null until the
-// study store installs it.
-extern void (*qu_exit_hook)(int strict);
-
 }  // namespace qrd

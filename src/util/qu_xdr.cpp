@@ -5,11 +5,10 @@
 #include <limits>
 
 #include "util/qu_constants.h"
+#include "util/qu_hooks.h"
 #include "util/qu_message.h"
 
 namespace qrd {
-
-void (*qu_study_mark_64bit_hook)() = nullptr;
 
 namespace {
 
@@ -56,8 +55,8 @@ int qu_xdr_int(XDR* xdr, std::int64_t* value) {
 
 int qu_xdr_long(XDR* xdr, std::int64_t* value) {
   if (xdr->x_op == XDR_ENCODE && *value != missing_int64 && !fits_32_bits(*value) &&
-      qu_study_mark_64bit_hook != nullptr)
-    qu_study_mark_64bit_hook();
+      hooks.mark_64bit != nullptr)
+    hooks.mark_64bit();
   return xdr_int64_t(xdr, value);
 }
 

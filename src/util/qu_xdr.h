@@ -39,7 +39,7 @@ class xdr_memory {
 // A 4-byte integer; missing_int64 in memory is missing_int32 on disk. Writing any other value beyond
 // 32 bits is fatal: "Too big value for a 32bits integer".
 int qu_xdr_int(XDR* xdr, std::int64_t* value);
-// An 8-byte integer. Writing a value beyond 32 bits calls qu_study_mark_64bit_hook first.
+// An 8-byte integer. Writing a value beyond 32 bits calls hooks.mark_64bit first.
 int qu_xdr_long(XDR* xdr, std::int64_t* value);
 // A string of at most `limit` characters, in a buffer of `room` bytes: always terminated, cut to
 // room - 1 characters on reading.
@@ -56,9 +56,6 @@ int qu_xdr_enum(XDR* xdr, Enumeration* value) {
   *value = static_cast<Enumeration>(number);
   return result;
 }
-
-// Marks the open study as holding counters beyond 32 bits; null until the study store installs it.
-extern void (*qu_study_mark_64bit_hook)();
 
 // The start of the remote procedure layer: 0, or -1 on failure. This platform has nothing to start.
 int qu_rpc_start();

@@ -69,7 +69,7 @@ struct moved_array {
     return next;
   }
   void hide_others() {
-    if (!hides && trace_level >= 3)
+    if (!hides && tracing.level >= 3)
       _qrd_trace("... + some other %" PRIu64 " values", static_cast<std::uint64_t>(count - traced_values));
     hides = true;
   }

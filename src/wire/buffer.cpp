@@ -31,7 +31,7 @@ bool receive_more(socket_handle socket) {
 }
 
 bool _qrd_fill_read(socket_handle socket, std::int32_t need) {
-  if (trace_level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
+  if (tracing.level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
   read_count -= read_pos;
   std::memmove(transfer_buffer, transfer_buffer + read_pos, static_cast<std::size_t>(read_count));
   read_pos = 0;
@@ -52,7 +52,7 @@ bool send_all(socket_handle socket, bool more_follows) {
 }
 
 int flush(socket_handle socket, bool more_follows) {
-  if (trace_level >= 5) _qrd_trace("Flushing Write buffer (%d bytes)", write_count);
+  if (tracing.level >= 5) _qrd_trace("Flushing Write buffer (%d bytes)", write_count);
   bool done = true;
   if (write_count != 0) {
     done = send_all(socket, more_follows);
@@ -61,7 +61,7 @@ int flush(socket_handle socket, bool more_follows) {
     carry_on(socket);
     more_announced = false;
   }
-  if (trace_level >= 5) _qrd_trace("Emptying Write buffer");
+  if (tracing.level >= 5) _qrd_trace("Emptying Write buffer");
   write_count = 0;
   return done;
 }
@@ -113,7 +113,7 @@ int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count)
   auto* target = static_cast<char*>(destination);
   while (count > 0) {
     if (read_pos == read_count) {
-      if (trace_level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
+      if (tracing.level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
       _qrd_empty_read();
       if (!receive_more(socket)) return 0;
     }

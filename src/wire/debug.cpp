@@ -7,14 +7,11 @@
 #include <string>
 
 #include "wire/connection.h"
+#include "wire/console.h"
 #include "wire/format_text.h"
 #include "wire/trace.h"
 
 namespace qrd {
-
-std::int32_t debug_on = 0;
-std::int32_t debug_network = 0;
-void (*print_context)() = nullptr;
 
 namespace {
 
@@ -23,43 +20,42 @@ constexpr int dash_count = 79;
 }  // namespace
 
 void server_debug_mode(std::int32_t on) {
-  if (trace_level >= 1) {
+  if (tracing.level >= 1) {
     _qrd_trace_enter("server_debug_mode", 1);
     _qrd_trace("(%d)", on);
   }
-  debug_on = on;
-  debug_network = on;
+  console.debug = on != 0;
   server_debug(0, "Setting debug mode to %s.", on != 0 ? "on" : "off");
-  if (trace_level >= 1) _qrd_trace_exit(nullptr, 0);
+  if (tracing.level >= 1) _qrd_trace_exit(nullptr, 0);
 }
 
 void server_debug(int with_context, const char* format, ...) {
-  if (debug_on == 0 && trace_level == 0) return;
+  if (!console.debug && tracing.level == 0) return;
   va_list arguments;
   va_start(arguments, format);
   std::string text = format_text(format, arguments);
   va_end(arguments);
 
-  if (trace_level >= 1) _qrd_trace("Debug: %s", text.c_str());
-  if (debug_on == 0) return;
+  if (tracing.level >= 1) _qrd_trace("Debug: %s", text.c_str());
+  if (!console.debug) return;
   if (text.empty()) {
     std::printf("\n");
     return;
   }
   std::printf("%s\n", std::string(dash_count, '-').c_str());
   std::printf("%s DEBUG(%d): %s\n", server_program, getpid(), text.c_str());
-  if (with_context != 0 && print_context != nullptr) print_context();
+  if (with_context != 0 && console.print_context != nullptr) console.print_context();
 }
 
 void _qrd_debug(const char* format, ...) {
-  if (debug_network == 0 && trace_level == 0) return;
+  if (!console.debug && tracing.level == 0) return;
   va_list arguments;
   va_start(arguments, format);
   std::string text = format_text(format, arguments);
   va_end(arguments);
 
-  if (trace_level >= 1) _qrd_trace("Debug: %s", text.c_str());
-  if (debug_network != 0) std::printf("%s Debug: %s\n", program_word(), text.c_str());
+  if (tracing.level >= 1) _qrd_trace("Debug: %s", text.c_str());
+  if (console.debug) std::printf("%s Debug: %s\n", server_program, text.c_str());
 }
 
 }  // namespace qrd

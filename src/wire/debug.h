@@ -5,11 +5,6 @@
 
 namespace qrd {
 
-extern std::int32_t debug_on;
-extern std::int32_t debug_network;
-// Prints what the client has selected, where somebody knows that.
-extern void (*print_context)();
-
 void server_debug_mode(std::int32_t on);
 // With `with_context` the print shows what the client has selected.
 void server_debug(int with_context, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -90,7 +90,7 @@ void child_watch::watch(int process) {
 namespace {
 
 void trace_start(const std::string& line) {
-  if (trace_level < 2) return;
+  if (tracing.level < 2) return;
   _qrd_trace("_qrd_exec_server(%s)", line.c_str());
   _qrd_trace("Creating Process with command line: %s", line.c_str());
 }
@@ -128,7 +128,7 @@ std::int32_t _qrd_exec_server(const char* path, const char* const* arguments, ch
       _qrd_error("There is no program %s, nor is one named %s in PATH.", beside.c_str(), program.c_str());
     return -1;
   }
-  if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);
+  if (tracing.level >= 2) _qrd_trace("New Process Id: %d", process);
   return process;
 }
 
@@ -141,7 +141,7 @@ std::int32_t start_session(const char* const* arguments, socket_handle client) {
     _qrd_error("_qrd_exec_server: %s: %s", program.c_str(), std::strerror(error));
     return -1;
   }
-  if (trace_level >= 2) _qrd_trace("New Process Id: %d", process);
+  if (tracing.level >= 2) _qrd_trace("New Process Id: %d", process);
   return process;
 }
 

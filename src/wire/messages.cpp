@@ -6,25 +6,20 @@
 #include <cstring>
 #include <string>
 
+#include "wire/console.h"
 #include "wire/format_text.h"
 #include "wire/socket_errors.h"
 #include "wire/trace.h"
 
 namespace qrd {
 
-void (*error_sink)(const char* text) = _qrd_print_error;
-
-void _qrd_print_error(const char* text) {
-  std::fprintf(stderr, "%s ERROR: %s\n", program_word(), text);
-}
-
 void _qrd_error(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   std::string text = format_text(format, arguments);
   va_end(arguments);
-  if (trace_level >= 1) _qrd_trace("Error: %s", text.c_str());
-  error_sink(text.c_str());
+  if (tracing.level >= 1) _qrd_trace("Error: %s", text.c_str());
+  console.error_sink(text.c_str());
 }
 
 void _qrd_error_system(const char* format, ...) {

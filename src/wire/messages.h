@@ -3,11 +3,8 @@
 
 namespace qrd {
 
-extern void (*error_sink)(const char* text);
-
 void _qrd_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void _qrd_error_system(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void _qrd_error_socket(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void _qrd_print_error(const char* text);
 
 }  // namespace qrd

@@ -134,7 +134,7 @@ void _qrd_network_stop() {
 }
 
 int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, listen_for whom) {
-  if (trace_level >= 4)
+  if (tracing.level >= 4)
     _qrd_trace("_qrd_listen_port(%p=%d,%d,%p)", static_cast<void*>(port), *port, backlog,
                static_cast<void*>(socket));
   *socket = no_socket;
@@ -147,7 +147,7 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
   *socket = created;
   const char* wanted = wanted_address(whom);
   const char* address = wanted != nullptr ? wanted : any_address;
-  if (trace_level >= 4) {
+  if (tracing.level >= 4) {
     _qrd_trace("Created Listening socket: %d", created);
     _qrd_trace("Binding socket to %s:%d", address, *port);
   }
@@ -160,7 +160,7 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
     _qrd_network_stop();
     return 2;
   }
-  if (trace_level >= 4) _qrd_trace("Set socket to listen for %d connections", backlog);
+  if (tracing.level >= 4) _qrd_trace("Set socket to listen for %d connections", backlog);
   if (listen(created, queue_length(backlog)) != 0) {
     _qrd_error_socket("Cannot listen to socket");
     _qrd_close_socket(socket);
@@ -168,7 +168,7 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
     return 3;
   }
   watch_socket(created);
-  if (trace_level >= 4) _qrd_trace("Socket listening.");
+  if (tracing.level >= 4) _qrd_trace("Socket listening.");
   if (*port != 0) return 0;
 
   sockaddr_in chosen{};
@@ -183,7 +183,7 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket, li
 }
 
 int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocking, int seconds) {
-  if (trace_level >= 4)
+  if (tracing.level >= 4)
     _qrd_trace("_qrd_wait_connect(%d,%p,%d,%d)", static_cast<int>(listening), static_cast<void*>(socket),
                blocking, seconds);
   *socket = no_socket;
@@ -258,7 +258,7 @@ std::string peer_name(socket_handle handle) {
 }
 
 void _qrd_close_socket(socket_handle* socket) {
-  if (trace_level >= 4)
+  if (tracing.level >= 4)
     _qrd_trace("_qrd_close_socket(%p=%d)", static_cast<void*>(socket), static_cast<int>(*socket));
   if (*socket == no_socket) return;
   unwatch_socket(*socket);
@@ -267,7 +267,7 @@ void _qrd_close_socket(socket_handle* socket) {
 }
 
 int _qrd_connect(const char* host, std::uint16_t port, socket_handle* socket) {
-  if (trace_level >= 4) _qrd_trace("_qrd_connect(%s,%d,%p)", host, port, static_cast<void*>(socket));
+  if (tracing.level >= 4) _qrd_trace("_qrd_connect(%s,%d,%p)", host, port, static_cast<void*>(socket));
   *socket = no_socket;
   _qrd_empty_write();
   if (std::strcmp(host, "localhost") == 0) host = own_machine;

@@ -16,18 +16,12 @@
 
 namespace qrd {
 
-std::int32_t is_server = 1;
-std::int32_t trace_level = 0;
-std::int32_t trace_indent = 0;
-std::FILE* trace_file = nullptr;
+constinit trace_state tracing;
 
 namespace {
 
 constexpr std::int32_t deepest_indent = 5;
 constexpr std::size_t longest_file_name = 199;
-
-bool trace_line_start = true;  // false: an entry line waits for the function's arguments
-bool trace_checked = false;
 
 const char* time_of_day() {
   static char text[30];
@@ -39,17 +33,17 @@ const char* time_of_day() {
 }
 
 std::string indentation() {
-  return std::string(2 * static_cast<std::size_t>(trace_indent), ' ');
+  return std::string(2 * static_cast<std::size_t>(tracing.indent), ' ');
 }
 
 void tell_wrong_indent() {
-  std::fprintf(trace_file, "%s: Error in debug print (wrong indent) !!!!!!\n", time_of_day());
+  std::fprintf(tracing.file, "%s: Error in debug print (wrong indent) !!!!!!\n", time_of_day());
 }
 
 void limit_indent() {
-  if (trace_indent <= deepest_indent) return;
+  if (tracing.indent <= deepest_indent) return;
   tell_wrong_indent();
-  trace_indent = deepest_indent;
+  tracing.indent = deepest_indent;
 }
 
 // The folder of temporary files belongs to everybody, and the name can be guessed: what stands there
@@ -58,7 +52,7 @@ std::FILE* open_default_file() {
   const char* folder = std::getenv("TMPDIR");
   if (folder == nullptr || *folder == '\0') folder = "/tmp";
   std::string path =
-      std::string(folder) + "/" + program_word() + "_trace_" + std::to_string(getpid()) + ".txt";
+      std::string(folder) + "/" + server_program + "_trace_" + std::to_string(getpid()) + ".txt";
   int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
   if (file < 0) return nullptr;
   struct stat status {};
@@ -70,75 +64,71 @@ std::FILE* open_default_file() {
 
 }  // namespace
 
-const char* program_word() {
-  return is_server != 0 ? server_program : "QRDClient";
-}
-
 void _qrd_trace_init() {
-  if (trace_checked) return;
-  trace_checked = true;
+  if (tracing.checked) return;
+  tracing.checked = true;
   const char* level_text = std::getenv("QRD_SERVER_TRACE");
   if (level_text == nullptr) return;
   long level = std::clamp(std::strtol(level_text, nullptr, 10), 0L, long{INT32_MAX});
   if (level == 0) return;
 
-  const char* name = std::getenv(is_server != 0 ? "QRD_SERVER_TRACE_FILE" : "QRD_CLIENT_TRACE_FILE");
-  if (trace_file != nullptr) std::fclose(trace_file);
-  trace_file = name == nullptr ? open_default_file()
-                               : std::fopen(std::string(name).substr(0, longest_file_name).c_str(), "ae");
-  if (trace_file == nullptr) {
-    trace_level = 0;
+  const char* name = std::getenv("QRD_SERVER_TRACE_FILE");
+  if (tracing.file != nullptr) std::fclose(tracing.file);
+  tracing.file = name == nullptr ? open_default_file()
+                                 : std::fopen(std::string(name).substr(0, longest_file_name).c_str(), "ae");
+  if (tracing.file == nullptr) {
+    tracing.level = 0;
     return;
   }
-  trace_level = static_cast<std::int32_t>(level);
+  tracing.level = static_cast<std::int32_t>(level);
   std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
   char date[30];
   std::strftime(date, sizeof date, "%b %d %Y", &local);
-  _qrd_trace("Tracing %s. Level %d. Date %s", program_word(), trace_level, date);
+  _qrd_trace("Tracing %s. Level %d. Date %s", server_program, tracing.level, date);
 }
 
 void _qrd_trace(const char* format, ...) {
-  if (trace_file == nullptr) return;
+  if (tracing.file == nullptr) return;
   va_list arguments;
   va_start(arguments, format);
   std::string text = format_text(format, arguments);
   va_end(arguments);
-  if (trace_line_start) {
+  if (tracing.line_start) {
     limit_indent();
-    std::fprintf(trace_file, "%s: %s%s\n", time_of_day(), indentation().c_str(), text.c_str());
+    std::fprintf(tracing.file, "%s: %s%s\n", time_of_day(), indentation().c_str(), text.c_str());
   } else {
-    std::fprintf(trace_file, "%s\n", text.c_str());
+    std::fprintf(tracing.file, "%s\n", text.c_str());
   }
-  std::fflush(trace_file);
-  trace_line_start = true;
+  std::fflush(tracing.file);
+  tracing.line_start = true;
 }
 
 void _qrd_trace_enter(const char* function, int more_follows) {
-  if (trace_file == nullptr) return;
-  std::fprintf(trace_file, "%s: %sFunction %s%s", time_of_day(), indentation().c_str(), function,
+  if (tracing.file == nullptr) return;
+  std::fprintf(tracing.file, "%s: %sFunction %s%s", time_of_day(), indentation().c_str(), function,
                more_follows != 0 ? "" : "\n");
-  std::fflush(trace_file);
-  ++trace_indent;
-  trace_line_start = more_follows == 0;
+  std::fflush(tracing.file);
+  ++tracing.indent;
+  tracing.line_start = more_follows == 0;
   limit_indent();
 }
 
 void _qrd_trace_exit(const char* format, int value) {
-  if (trace_file == nullptr) return;
-  if (--trace_indent < 0) {
+  if (tracing.file == nullptr) return;
+  if (--tracing.indent < 0) {
     tell_wrong_indent();
-    trace_indent = 0;
+    tracing.indent = 0;
   }
-  std::fprintf(trace_file, "%s: %sFunction returned", time_of_day(), indentation().c_str());
+  std::fprintf(tracing.file, "%s: %sFunction returned", time_of_day(), indentation().c_str());
   if (format != nullptr) {
-    std::fputc(' ', trace_file);
-    std::fprintf(trace_file, format, value);
+    std::fputc(' ', tracing.file);
+    std::fprintf(tracing.file, format, value);
   }
-  std::fputc('\n', trace_file);
-  std::fflush(trace_file);
-  trace_line_start = true;
+  std::fputc('\n', tracing.file);
+  std::fflush(tracing.file);
+  tracing.line_start = true;
 }
 
 }  // namespace qrd

@@ -55,7 +55,7 @@ std::int64_t padding(std::uint32_t length) {
 }  // namespace
 
 bool values_are_traced() {
-  return quiet_values == 0 && trace_level >= 3;
+  return quiet_values == 0 && tracing.level >= 3;
 }
 
 quiet_scope::quiet_scope() : before_(quiet_values) {

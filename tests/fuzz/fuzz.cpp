@@ -69,8 +69,7 @@ void start_server() {
   connection.client_version = protocol_version;
   connection.client_is_64bits = 1;
   store = {};
-  unit_flag = 1;
-  qu_formats_reset();
+  units = {};
   _qrd_empty_read();
   _qrd_empty_write();
   client_forgets();

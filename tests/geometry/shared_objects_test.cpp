@@ -128,10 +128,10 @@ TEST_F(shared_objects, what_a_selection_cannot_tell_keeps_all) {
     choose_selection("second");
     qd_selected_entry other;
     for (int free : {0, 1}) {
-      std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
-      if (free == 1) tab_selected[7] = nullptr;
+      std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
+      if (free == 1) sample_tables.selected[7] = nullptr;
       expect_refused(row.request, bytes(), row.too_many);
-      std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+      std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
     }
   }
 }
@@ -162,10 +162,10 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
   EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR"}));
   // A full table of selected variables is no reason: nothing of the file is selected.
   qd_selected_entry other;
-  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
   expect_done("CPOLYNEW", big);
   expect_done("CWIRENEW", mesh);
-  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
   // Another server was quicker.
   auto system = qu_polygon_system_new();
   EXPECT_EQ(qd_polygon_new("D", "P", *system), 2);

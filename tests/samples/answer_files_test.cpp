@@ -180,7 +180,7 @@ std::string grid_fields(int dimension, const std::vector<double>& lengths, const
 }
 
 TEST_F(file_requests, a_grid_is_made_in_the_units_of_the_axes) {
-  axis_format_y.factor = 30.48;
+  units.axis_y.factor = 30.48;
   expect_done("CGFILENEW", bytes().text("G").i32(2).f64(10, 1).i32(3).f64(20, 2).i32(2));
   EXPECT_EQ(descriptor(2), descriptor_of("G", grid_fields(2, {1000, 20 * 30.48, 0, 100, 2 * 30.48, 0},
                                                           {3, 2, 1}, {0, 0, 0}, 6)));
@@ -217,7 +217,7 @@ TEST_F(file_requests, origin_mesh_and_rotation_of_a_grid_change) {
   set_current_file("File");
   expect_refused("GRIDMODO", three, "Current file is not a grid");
 
-  distance_format.factor = 10.0;
+  units.distance.factor = 10.0;
   set_current_file("G");
   for (const char* derived : {"FILE.2/RPD", "FILE.2/PTD"}) write_file(path(derived), "computed");
   expect_done("GRIDMODO", three);
@@ -246,7 +246,7 @@ TEST_F(file_requests, origin_mesh_and_rotation_of_a_grid_change) {
   EXPECT_EQ(descriptor(3),
             descriptor_of("H", grid_fields(3, {100, 100, 200, 500, 600, 700}, {2, 2, 1}, {5, 6, 7}, 4)));
   // The client is told the lengths of a study without units as they are stored, and sends them so.
-  unit_flag = 0;
+  units.kept = false;
   expect_done("GRIDMODO", three);
   EXPECT_EQ(descriptor(3),
             descriptor_of("H", grid_fields(3, {5, 6, 7, 500, 600, 700}, {2, 2, 1}, {5, 6, 7}, 4)));

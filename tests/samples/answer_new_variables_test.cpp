@@ -37,8 +37,8 @@ class new_variables : public requests {
 };
 
 TEST_F(new_variables, a_number_without_unit_is_a_length_if_it_has_room) {
-  qu_string_copy("ft", distance_format.unit);
-  distance_format.factor = 30.48;
+  qu_string_copy("ft", units.distance.unit);
+  units.distance.factor = 30.48;
   EXPECT_EQ(ask("CVARFNEW", number("Length", 32).i32(0)), done());
   EXPECT_EQ(descriptor(1), descriptor_of("Length", 0, 32, 2, 8, 3, "ft", 30.48));
   EXPECT_EQ(ask("CVARFNEW", number("Km", 64).i32(1).text("km")), done());
@@ -50,7 +50,7 @@ TEST_F(new_variables, a_number_without_unit_is_a_length_if_it_has_room) {
   EXPECT_EQ(ask("CVARFNEW", number("Flag", 1, 1, 3, 0).i32(0)), done());
   EXPECT_EQ(descriptor(5), descriptor_of("Flag", 0, 1, 1, 3, 0, "", 0.0));
   EXPECT_EQ(data(5), std::string(64, '\xFF'));
-  unit_flag = 0;
+  units.kept = false;
   EXPECT_EQ(ask("CVARFNEW", number("Off", 64).i32(1).text("km")), done());
   EXPECT_EQ(descriptor(6), descriptor_of("Off", 0, 64, 2, 8, 3, "km", 0.0));
 }

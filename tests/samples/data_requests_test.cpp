@@ -59,8 +59,8 @@ class data_requests : public requests {
   }
   // Requests leave nothing selected.
   ~data_requests() override {
-    for (const qd_selected_entry* entry : tab_selected) EXPECT_EQ(entry, nullptr);
-    for (const qd_io* io : tab_io) EXPECT_EQ(io, nullptr);
+    for (const qd_selected_entry* entry : sample_tables.selected) EXPECT_EQ(entry, nullptr);
+    for (const qd_io* io : sample_tables.io) EXPECT_EQ(io, nullptr);
   }
 
   sample_study study_;
@@ -279,7 +279,7 @@ TEST_F(data_requests, indices_of_a_macro) {
 
 TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
   qd_selected_entry other;
-  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
   choose("M[xxxxx]");
   for (const char* request : {"CMACROIND", "CMACROALP", "CVARINFO"})
     EXPECT_EQ(client_.ask(request), refusal("Cannot get variable info"));
@@ -291,10 +291,10 @@ TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
   EXPECT_EQ(client_.ask("CWRITVARF", bytes().i64(1, 1).i32(1).f64(0).i64(0).str()),
             refusal("Cannot get statitics on current selection S"));
   // One place is not enough for two.
-  tab_selected[9] = nullptr;
+  sample_tables.selected[9] = nullptr;
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
-  EXPECT_EQ(tab_selected[9], nullptr);
-  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+  EXPECT_EQ(sample_tables.selected[9], nullptr);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
 }
 
 TEST_F(data_requests, the_selection_is_set) {
@@ -526,7 +526,7 @@ TEST_F(line_requests, read) {
   EXPECT_EQ(read(1), refusal("Cannot select variable"));
   set_current_variable(no_name);
   EXPECT_EQ(read(1), refusal("Variable is not set"));
-  for (const qd_selected_entry* entry : tab_selected) EXPECT_EQ(entry, nullptr);
+  for (const qd_selected_entry* entry : sample_tables.selected) EXPECT_EQ(entry, nullptr);
 }
 
 TEST_F(line_requests, write) {
@@ -553,15 +553,15 @@ TEST_F(line_requests, the_selection_of_a_write_stays_selected) {
   EXPECT_EQ(write(1, {'A', 'B', 'C'}), done());
   EXPECT_EQ(write(2, {'D'}), done());
   EXPECT_EQ(read_file(path_), "aBCdef");
-  ASSERT_NE(tab_selected[0], nullptr);
-  EXPECT_STREQ(tab_selected[0]->variable_name, "S");
-  EXPECT_EQ(tab_selected[0]->reference_count, 2);
-  EXPECT_EQ(tab_selected[1], nullptr);
+  ASSERT_NE(sample_tables.selected[0], nullptr);
+  EXPECT_STREQ(sample_tables.selected[0]->variable_name, "S");
+  EXPECT_EQ(sample_tables.selected[0]->reference_count, 2);
+  EXPECT_EQ(sample_tables.selected[1], nullptr);
   // Other requests use it and leave it; another server may have lengthened the file.
   study_.set_shape({.samples = 7, .organisation = ORG_LINES_GRAVITY, .line_table = {1, 4, 5, 7, 8}});
   write_file(path_, "aBCdefg");
   EXPECT_EQ(read(4), answer({'g'}));
-  EXPECT_EQ(tab_selected[0]->reference_count, 2);
+  EXPECT_EQ(sample_tables.selected[0]->reference_count, 2);
 }
 
 TEST_F(line_requests, other_files) {
@@ -584,13 +584,13 @@ TEST(data_request_tables, a_full_table_refuses) {
   set_current_file("File");
   set_current_variable("V");
   qd_selected_entry other;
-  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
   EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), refusal("Cannot select variable"));
-  tab_selected[511] = nullptr;
+  sample_tables.selected[511] = nullptr;
   EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), refusal("Cannot get io for variable"));
-  tab_selected[3] = nullptr;
+  sample_tables.selected[3] = nullptr;
   EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {'a', 'b'}));
-  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
 }
 
 }  // namespace

@@ -36,9 +36,9 @@ TEST(select, a_variable_has_one_entry_with_a_count) {
   EXPECT_EQ(entry->bytes_per_sample, 2);
   EXPECT_NE(entry->stream, nullptr);
   deselect(first);
-  EXPECT_EQ(tab_selected[0]->reference_count, 1);
+  EXPECT_EQ(sample_tables.selected[0]->reference_count, 1);
   deselect(second);
-  EXPECT_EQ(tab_selected[0], nullptr);
+  EXPECT_EQ(sample_tables.selected[0], nullptr);
   deselect(second);  // the empty handle
 }
 
@@ -83,7 +83,7 @@ TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   deselect(handle);
   EXPECT_EQ(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle), 0);
   EXPECT_EQ(handle.entry, 0);
-  EXPECT_EQ(tab_selected[0], nullptr);
+  EXPECT_EQ(sample_tables.selected[0], nullptr);
 }
 
 TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
@@ -131,8 +131,8 @@ TEST(select, the_tables_end) {
   study.add("W", VAR_FLOAT, 8, "");
   // All but one slot are taken by other variables.
   qd_selected_entry other;
-  std::fill(std::begin(tab_selected), std::end(tab_selected), &other);
-  tab_selected[511] = nullptr;
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
+  sample_tables.selected[511] = nullptr;
   EXPECT_EQ(qd_free_entries(), 1);
   qd_variable_handle last = select("V");
   EXPECT_EQ(last.entry, 512);
@@ -142,7 +142,7 @@ TEST(select, the_tables_end) {
   EXPECT_FATAL(qd_set_io({}, 1, &last), "No 15 in function qd_set_io");
   qd_variable_deselect(last);
   qd_variable_deselect(last);
-  std::fill(std::begin(tab_selected), std::end(tab_selected), nullptr);
+  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
 
   qd_variable_handle variable = select("V");
   for (int i = 1; i <= 512; ++i) ASSERT_EQ(qd_set_io({}, 1, &variable), i);

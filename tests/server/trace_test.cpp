@@ -41,14 +41,14 @@ TEST(trace, depth_is_limited_to_five) {
   EXPECT_EQ(trace.text(),
             "Function f\n  Function f\n    Function f\n      Function f\n        Function f\n"
             "          Function f\nError in debug print (wrong indent) !!!!!!\n          deep\n");
-  EXPECT_EQ(trace_indent, 5);
+  EXPECT_EQ(tracing.indent, 5);
 }
 
 TEST(trace, an_exit_too_many_is_told) {
   captured_trace trace(1);
   _qrd_trace_exit("%d", 3);
   EXPECT_EQ(trace.text(), "Error in debug print (wrong indent) !!!!!!\nFunction returned 3\n");
-  EXPECT_EQ(trace_indent, 0);
+  EXPECT_EQ(tracing.indent, 0);
 }
 
 // Exits with 7 if the trace went where `prepare` has put something in its way.
@@ -60,8 +60,8 @@ TEST(trace, an_exit_too_many_is_told) {
   unsetenv("QRD_SERVER_TRACE_FILE");
   prepare(path);
   _qrd_trace_init();
-  const bool is_traced = trace_level != 0 || read_file(path).find("Tracing") != std::string::npos;
-  if (trace_file != nullptr) std::fclose(trace_file);
+  const bool is_traced = tracing.level != 0 || read_file(path).find("Tracing") != std::string::npos;
+  if (tracing.file != nullptr) std::fclose(tracing.file);
   std::filesystem::remove_all(directory.path());
   std::_Exit(is_traced ? 7 : 0);
 }
@@ -114,19 +114,15 @@ TEST(errors, socket_errors_have_their_texts) {
   EXPECT_STREQ(socket_error_text(123456), "No error");
 }
 
-TEST(debug, words_follow_the_role) {
+TEST(debug, goes_to_the_trace_and_where_it_is_on_to_the_console) {
   captured_trace trace(1);
   testing::internal::CaptureStdout();
-  is_server = 0;
-  debug_network = 1;
+  console.debug = true;
   _qrd_debug("New Socket Port: %d", 12);
-  is_server = 1;
-  _qrd_debug("x");
-  debug_network = 0;
+  console.debug = false;
   _qrd_debug("only traced");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "QRDClient Debug: New Socket Port: 12\nQRDserver Debug: x\n");
-  EXPECT_EQ(trace.text(), "Debug: New Socket Port: 12\nDebug: x\nDebug: only traced\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "QRDserver Debug: New Socket Port: 12\n");
+  EXPECT_EQ(trace.text(), "Debug: New Socket Port: 12\nDebug: only traced\n");
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "server/trace_text.h"
 #include "wire/buffer.h"
 #include "wire/connection.h"
+#include "wire/console.h"
 #include "wire/messages.h"
 #include "wire/trace.h"
 
@@ -68,17 +69,12 @@ class wire {
 // Traces into memory for a scope.
 class captured_trace {
  public:
-  explicit captured_trace(int level) {
-    trace_file = open_memstream(&text_, &size_);
-    trace_level = level;
-    trace_indent = 0;
-  }
+  explicit captured_trace(int level) { tracing = {.level = level, .file = open_memstream(&text_, &size_)}; }
   captured_trace(const captured_trace&) = delete;
   captured_trace& operator=(const captured_trace&) = delete;
   ~captured_trace() {
-    std::fclose(trace_file);
-    trace_file = nullptr;
-    trace_level = 0;
+    std::fclose(tracing.file);
+    tracing = {};
     std::free(text_);
   }
   // Without the time of day that begins a line.
@@ -94,11 +90,11 @@ class captured_errors {
  public:
   captured_errors() {
     texts().clear();
-    error_sink = [](const char* text) { texts().emplace_back(text); };
+    console.error_sink = [](const char* text) { texts().emplace_back(text); };
   }
   captured_errors(const captured_errors&) = delete;
   captured_errors& operator=(const captured_errors&) = delete;
-  ~captured_errors() { error_sink = _qrd_print_error; }
+  ~captured_errors() { console.error_sink = _qrd_print_error; }
   static std::vector<std::string>& texts() {
     static std::vector<std::string> collected;
     return collected;

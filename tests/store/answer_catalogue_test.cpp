@@ -420,7 +420,7 @@ TEST_F(information, of_grids) {
   expected.grid = {1000, 200, 300, 50, 2.5, 10};
   expect_file(expected, 3, 2);
   // A study without units keeps lengths as they are.
-  unit_flag = 0;
+  units.kept = false;
   expected.grid = {1000, 2000, 300, 50, 25, 10};
   expect_file(expected, 3, 2);
 }
@@ -525,15 +525,15 @@ TEST_F(variable_information, counts_the_valid_indices_of_a_macro) {
 TEST_F(variable_information, shows_lengths_in_a_unit) {
   variable({.name = "depth", .unit = "ft", .factor = 30.48});
   variable({.name = "odd unit", .unit = "_klafter", .factor = 189.6});
-  qu_path_join(distance_format.unit, {"nmil"});
-  distance_format.factor = 185200.0;
+  qu_path_join(units.distance.unit, {"nmil"});
+  units.distance.factor = 185200.0;
   expect_variable("depth", {.unit_name = "Nautical Mile", .symbol = "nmil", .has_unit = 1});
-  distance_format.factor = 7.5;
+  units.distance.factor = 7.5;
   expect_variable("depth", {.unit_name = "", .symbol = "nmil", .has_unit = 1});
   current_context.unit_mode = 1;
   expect_variable("depth", {.unit_name = "Foot", .symbol = "ft", .has_unit = 1});
   expect_variable("odd unit", {.unit_name = "_klafter", .symbol = "_klafter", .has_unit = 1});
-  unit_flag = 0;
+  units.kept = false;
   expect_variable("depth", {.unit_name = "ft", .symbol = "ft", .has_unit = 1});
 }
 

@@ -22,6 +22,7 @@
 #include "support/console.h"
 #include "support/database.h"
 #include "support/file_size_limit.h"
+#include "support/fresh_state.h"
 #include "support/processes.h"
 #include "support/request_session.h"
 #include "support/study_root.h"
@@ -54,11 +55,7 @@ class study_requests : public testing::Test {
     qu_string_copy(root.path().c_str(), current_context.qrd_init);
     ASSERT_EQ(qrd_open_root(), "");
   }
-  void TearDown() override {
-    qu_exit_hook = nullptr;
-    store = {};
-    unit_flag = 1;
-  }
+  void TearDown() override { fresh_state(); }
   std::string make_new(const std::string& name, const std::string& path) {
     return session.ask("CSTUDYNEW", bytes().text(name).text(path).str());
   }
@@ -78,12 +75,12 @@ TEST_F(study_requests, list_shows_the_first_first) {
 TEST_F(study_requests, set_opens_a_study_and_resets_the_rest) {
   set_current_file("file");
   current_context.unit_mode = 1;
-  distance_format.factor = 1.0;
+  units.distance.factor = 1.0;
   EXPECT_EQ(set("Iron"), done());
   EXPECT_STREQ(current_context.study, "Iron");
   EXPECT_STREQ(current_context.file, "None");
   EXPECT_EQ(current_context.unit_mode, 0);
-  EXPECT_EQ(distance_format.factor, 100.0);
+  EXPECT_EQ(units.distance.factor, 100.0);
   EXPECT_EQ(store.study_path, root / "Iron");
   EXPECT_EQ(lock_path, root / "Iron/LOCK");
   // The flag of the study that was left lingers.

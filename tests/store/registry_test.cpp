@@ -7,6 +7,7 @@
 #include "disk/qu_study_names.h"
 #include "disk/store_state.h"
 #include "support/console.h"
+#include "support/fresh_state.h"
 #include "support/study_root.h"
 #include "util/qu_string.h"
 
@@ -24,7 +25,7 @@ using words = std::vector<std::string>;
 class registry : public testing::Test {
  protected:
   void SetUp() override {
-    store = {};
+    fresh_state();
     qu_string_copy(root.path().c_str(), store.root_path);
   }
   std::optional<std::int64_t> read(bool sort = false, bool no_check = false) {

@@ -107,7 +107,7 @@ TEST_F(root, settings_come_from_the_environment) {
   init(folder.path().c_str());
   EXPECT_EQ(store.running_test, 1);
   EXPECT_EQ(std::getenv("XLOCALEDIR"), nullptr);
-  EXPECT_GT(maximum_capacity, 0U);
+  EXPECT_GT(checked_memory.capacity, 0U);
 }
 
 class version_file : public root {

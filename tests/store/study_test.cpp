@@ -18,10 +18,12 @@
 #include "support/console.h"
 #include "support/database.h"
 #include "support/file_size_limit.h"
+#include "support/fresh_state.h"
 #include "support/study_root.h"
 #include "units/qu_units.h"
 #include "util/qu_critical.h"
 #include "util/qu_file.h"
+#include "util/qu_hooks.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 #include "util/qu_xdr.h"
@@ -37,10 +39,7 @@ class study : public testing::Test {
     for (const char* name : {"QRD_INIT", "QRD_PLUGIN_PATH", "QRD_RUNNING_TEST"}) unsetenv(name);
     qu_init(root.path().c_str(), "QRDserver", "15.03");
   }
-  void TearDown() override {
-    store = {};
-    unit_flag = 1;
-  }
+  void TearDown() override { fresh_state(); }
   std::string make(const std::string& name, const std::string& descriptor = study_descriptor(1)) {
     return root.make_study(name, descriptor);
   }
@@ -159,7 +158,7 @@ TEST_F(study, a_failed_opening_leaves_the_open_study) {
   EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(store.study_path, root / "Gold");
   EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
-  EXPECT_EQ(unit_flag, 0);
+  EXPECT_FALSE(units.kept);
   EXPECT_FALSE(fs::exists(root / "Velmar-Init"));
 }
 
@@ -175,10 +174,10 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
   EXPECT_EQ(store.study_path, root / "Gold");
   EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
   EXPECT_EQ(store.cscale_path, root / "Gold/CSCALE");
-  EXPECT_EQ(unit_flag, 0);
+  EXPECT_FALSE(units.kept);
   EXPECT_EQ(qu_study_open("Tin"), 0);
   EXPECT_STREQ(store.study_name, "Tin");
-  EXPECT_EQ(unit_flag, 1);
+  EXPECT_TRUE(units.kept);
   EXPECT_EQ(qu_study_open("None"), 0);
   EXPECT_STREQ(store.study_name, "Tin");
   EXPECT_EQ(qu_study_open("Old"), 0);
@@ -390,10 +389,6 @@ class lock : public study {
     ASSERT_EQ(qu_study_open("Gold"), 0);
     qd_tables_init();
   }
-  void TearDown() override {
-    qu_exit_hook = nullptr;
-    study::TearDown();
-  }
   std::string path;
 };
 
@@ -436,7 +431,7 @@ TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
 TEST_F(lock, a_counter_beyond_32_bits_marks_the_study) {
   write_file(path + "/DESCR", study_descriptor(0));
   ASSERT_EQ(qu_study_open("Gold"), 0);
-  qu_study_mark_64bit_hook();
+  hooks.mark_64bit();
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0, 140000, 1));
   write_file(path + "/DESCR", "");
   store.is_64bit = 0;
@@ -450,12 +445,8 @@ class open_root : public study {
  protected:
   void SetUp() override {
     study::SetUp();
+    fresh_state();
     reset_context();
-    store = {};
-  }
-  void TearDown() override {
-    qu_exit_hook = nullptr;
-    study::TearDown();
   }
   std::string open(const std::string& path) {
     qu_string_copy(path.c_str(), current_context.qrd_init);
@@ -489,7 +480,7 @@ TEST_F(open_root, a_refused_root_leaves_the_open_one) {
   EXPECT_EQ(store.root_path, root.path());
   EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(store.lock_taken, 1);
-  EXPECT_EQ(handle_test_path, root / "read_write.def");
+  EXPECT_EQ(store.handle_test_path, root / "read_write.def");
 
   write_file(other / "DATA", "14.0.0\n");
   other.make_study("Velmar-Init", study_descriptor(1, 150000));

@@ -152,8 +152,8 @@ TEST(variable_descriptor, whose_comment_cannot_be_kept_stays_old) {
 
 TEST(variable_descriptor, with_an_automatic_unit_takes_that_of_distances) {
   catalogue_tree tree;
-  qu_path_join(distance_format.unit, {"ft"});
-  distance_format.factor = 30.48;
+  qu_path_join(units.distance.unit, {"ft"});
+  units.distance.factor = 30.48;
   std::string now = variable_fields{.unit = "_auto"}.bytes_of();
   variable_read read(tree, now);
   EXPECT_STREQ(read.record.format.unit, "ft");
@@ -169,7 +169,7 @@ TEST(variable_descriptor, with_an_automatic_unit_takes_that_of_distances) {
 
 TEST(variable_descriptor, in_a_study_without_units_is_no_length) {
   catalogue_tree tree;
-  unit_flag = 0;
+  units.kept = false;
   variable_fields fields = {.unit = "m", .factor = 100};
   variable_read read(tree, fields.bytes_of());
   EXPECT_EQ(read.record.format.factor, 100);
@@ -178,8 +178,8 @@ TEST(variable_descriptor, in_a_study_without_units_is_no_length) {
   variable_read old(tree, fields.bytes_of(1099));
   fields.factor = 0;
   EXPECT_EQ(old.on_disk, fields.bytes_of());
-  distance_format.length_flag = 0;
-  distance_format.factor = 1.0;
+  units.distance.length_flag = 0;
+  units.distance.factor = 1.0;
   EXPECT_EQ(variable_read(tree, variable_fields{.unit = "_auto"}.bytes_of()).record.format.length_flag, 0);
 }
 

@@ -15,10 +15,12 @@
 #include "samples/qd_study_session.h"
 #include "samples/qd_variable_table.h"
 #include "support/descriptors.h"
+#include "support/fresh_state.h"
 #include "support/temporary_directory.h"
 #include "units/qu_units.h"
 #include "util/qu_critical.h"
 #include "util/qu_file.h"
+#include "util/qu_hooks.h"
 #include "util/qu_string.h"
 
 namespace qrd::test {
@@ -26,24 +28,17 @@ namespace qrd::test {
 class catalogue_tree {
  public:
   catalogue_tree() {
-    qd_deselect_all();
-    store = {};
+    fresh_state();
     qu_path_join(store.study_path, {folder_.path().string()});
     qu_path_join(store.catalogue_path, {folder_ / "QRD"});
     write_file(folder_ / "read_write.def", "");
-    qu_path_join(handle_test_path, {folder_ / "read_write.def"});
+    qu_path_join(store.handle_test_path, {folder_ / "read_write.def"});
+    hooks.handle_test_path = store.handle_test_path;
     std::filesystem::create_directory(folder_ / "QRD");
-    unit_flag = 1;
-    qu_formats_reset();
   }
   catalogue_tree(const catalogue_tree&) = delete;
   catalogue_tree& operator=(const catalogue_tree&) = delete;
-  ~catalogue_tree() {
-    qd_deselect_all();
-    store = {};
-    unit_flag = 1;
-    qu_formats_reset();
-  }
+  ~catalogue_tree() { fresh_state(); }
 
   std::string path() const { return folder_ / "QRD"; }
   // The path of a folder of the catalogue, made if it isn't there: "DIRE.1/FILE.2".

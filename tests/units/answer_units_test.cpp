@@ -10,11 +10,7 @@ namespace {
 
 class unit_requests : public requests {
  protected:
-  void SetUp() override {
-    unit_flag = 1;
-    qu_formats_reset();
-  }
-  void TearDown() override { SetUp(); }
+  void TearDown() override { units = {}; }
   std::string distance(const std::string& symbol) {
     return client_.ask("CDISTUSET", bytes().text(symbol).str());
   }
@@ -25,7 +21,7 @@ class unit_requests : public requests {
   static std::string axes() {
     std::string result;
     for (int axis = 0; axis < 3; ++axis)
-      result += std::string(axis_format(axis).unit) + "=" + std::to_string(axis_format(axis).factor) + " ";
+      result += std::string(units.axis(axis).unit) + "=" + std::to_string(units.axis(axis).factor) + " ";
     return result;
   }
 };
@@ -34,25 +30,25 @@ TEST_F(unit_requests, the_distance_unit_is_that_of_new_objects_too) {
   current_context.unit_mode = 1;
   EXPECT_EQ(creation("km", "mm", "in"), done());
   EXPECT_EQ(axes(), "km=100000.000000 mm=0.100000 in=2.540000 ");
-  distance_format.digits = 5;
+  units.distance.digits = 5;
   EXPECT_EQ(distance("ft"), done());
-  EXPECT_STREQ(distance_format.unit, "ft");
-  EXPECT_EQ(distance_format.factor, 30.48);
-  EXPECT_EQ(distance_format.digits, 5);
-  EXPECT_EQ(distance_format.length_flag, 1);
-  EXPECT_EQ(axis_format_z.digits, 5);
+  EXPECT_STREQ(units.distance.unit, "ft");
+  EXPECT_EQ(units.distance.factor, 30.48);
+  EXPECT_EQ(units.distance.digits, 5);
+  EXPECT_EQ(units.distance.length_flag, 1);
+  EXPECT_EQ(units.axis_z.digits, 5);
   EXPECT_EQ(axes(), "ft=30.480000 ft=30.480000 ft=30.480000 ");
 }
 
 TEST_F(unit_requests, an_unknown_distance_unit_is_refused_only_where_units_are_kept) {
   EXPECT_EQ(distance("Ft"), refusal("Not a valid Unit: \"Ft\""));
-  EXPECT_STREQ(distance_format.unit, "m");
-  unit_flag = 0;
+  EXPECT_STREQ(units.distance.unit, "m");
+  units.kept = false;
   EXPECT_EQ(distance("a text beyond its room"), done());
-  EXPECT_STREQ(distance_format.unit, "a text be*");
-  EXPECT_EQ(distance_format.factor, 1.0);
+  EXPECT_STREQ(units.distance.unit, "a text be*");
+  EXPECT_EQ(units.distance.factor, 1.0);
   EXPECT_EQ(distance("km"), done());
-  EXPECT_EQ(distance_format.factor, 1.0);
+  EXPECT_EQ(units.distance.factor, 1.0);
 }
 
 TEST_F(unit_requests, mode_0_sets_the_axes_back) {
@@ -115,7 +111,7 @@ TEST_F(variable_unit, the_first_symbol_converts_and_the_second_shows) {
                     {1, "km", "", "km", 0, 0}};
   for (const auto& row : rows) {
     write("elev");
-    unit_flag = row.units;
+    units.kept = row.units != 0;
     EXPECT_EQ(set(row.count, row.symbol, row.display), done()) << row.symbol;
     expect_stored("elev", row.stored, row.factor);
   }

@@ -8,13 +8,9 @@
 namespace qrd {
 namespace {
 
-class units : public testing::Test {
+class unit_formats : public testing::Test {
  protected:
-  void SetUp() override { unit_flag = 1; }
-  void TearDown() override {
-    unit_flag = 1;
-    qu_formats_reset();
-  }
+  void TearDown() override { units = {}; }
 };
 
 qd_format_record set(const char* format, const char* width, const char* digits, const char* unit,
@@ -24,12 +20,12 @@ qd_format_record set(const char* format, const char* width, const char* digits, 
   return record;
 }
 
-TEST_F(units, symbols_and_factors_find_their_units) {
+TEST_F(unit_formats, symbols_and_factors_find_their_units) {
   const std::vector<std::pair<std::string, double>> expected = {
       {"micr", 1e-4},   {"mm", 0.1},         {"cm", 1},    {"dm", 10},    {"m", 100},    {"dam", 1e3},
       {"hm", 1e4},      {"km", 1e5},         {"in", 2.54}, {"ft", 30.48}, {"yd", 91.44}, {"mile", 160934.4},
       {"nmil", 185200}, {"dakm", 1000000.0}, {"hkm", 1e7}, {"kkm", 1e8}};
-  ASSERT_EQ(length_units.size(), expected.size());
+  ASSERT_EQ(std::size(length_units), expected.size());
   for (const auto& [symbol, factor] : expected) {
     double found = 0;
     EXPECT_EQ(qu_unit_factor(symbol.c_str(), &found), 1) << symbol;
@@ -43,20 +39,20 @@ TEST_F(units, symbols_and_factors_find_their_units) {
   EXPECT_EQ(qu_unit_name(30.5), nullptr);
 }
 
-TEST_F(units, a_study_without_units_has_no_factors) {
-  unit_flag = 0;
+TEST_F(unit_formats, a_study_without_units_has_no_factors) {
+  units.kept = false;
   double factor = 7;
   EXPECT_EQ(qu_unit_factor("km", &factor), 1);
   EXPECT_EQ(factor, 1.0);
   qu_formats_reset();
-  for (const qd_format_record& record : {distance_format, axis_format_x, axis_format_y, axis_format_z}) {
+  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z}) {
     EXPECT_EQ(record.length_flag, 0);
     EXPECT_EQ(record.factor, 1.0);
     EXPECT_STREQ(record.unit, "m");
   }
 }
 
-TEST_F(units, formats_come_from_the_words_of_a_parameter_file) {
+TEST_F(unit_formats, formats_come_from_the_words_of_a_parameter_file) {
   qd_format_record record = set("Shifted", "19", "9", "ft", 1, 30.48);
   EXPECT_EQ(record.format, FORMAT_SHIFTED);
   EXPECT_EQ(record.width, 19);
@@ -74,19 +70,19 @@ TEST_F(units, formats_come_from_the_words_of_a_parameter_file) {
   EXPECT_EQ(set("Decimal", "10", "10", "", 0, 1).digits, 0);
 }
 
-TEST_F(units, only_a_length_needs_a_factor_of_the_table) {
+TEST_F(unit_formats, only_a_length_needs_a_factor_of_the_table) {
   EXPECT_EQ(set("Free", "10", "0", "x", 1, 30.5).factor, 100.0);
   EXPECT_EQ(set("Free", "10", "0", "x", 0, 30.5).factor, 30.5);
   EXPECT_STREQ(set("Free", "10", "0", "exactlyten", 0, 1).unit, "exactlyten");
   EXPECT_STREQ(set("Free", "10", "0", "eleven char", 0, 1).unit, "eleven ch*");
 }
 
-TEST_F(units, a_reset_gives_metres_to_all_four_formats) {
+TEST_F(unit_formats, a_reset_gives_metres_to_all_four_formats) {
   qd_format_record feet = set("Free", "5", "0", "ft", 1, 30.48);
-  qu_format_copy(feet, distance_format);
-  for (int axis = 0; axis < 3; ++axis) qu_format_copy(feet, axis_format(axis));
+  qu_format_copy(feet, units.distance);
+  for (int axis = 0; axis < 3; ++axis) qu_format_copy(feet, units.axis(axis));
   qu_formats_reset();
-  for (const qd_format_record& record : {distance_format, axis_format_x, axis_format_y, axis_format_z}) {
+  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z}) {
     EXPECT_EQ(record.format, FORMAT_DECIMAL);
     EXPECT_EQ(record.width, 10);
     EXPECT_EQ(record.digits, 2);

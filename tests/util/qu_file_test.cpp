@@ -1,4 +1,5 @@
 #include "util/qu_file.h"
+#include "util/qu_hooks.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -99,7 +100,7 @@ std::vector<std::string> lines(const std::string& path, bool keep_line_end) {
 }
 
 TEST_F(plain_files, reads_lines_of_any_length) {
-  std::uint64_t start = UV_MEM_SIZE;
+  std::uint64_t start = checked_memory.in_use;
   std::string longest(5000, 'x');
   for (std::size_t length : {998U, 999U, 1000U, 1998U, 1999U, 2000U}) {
     std::string line(length, 'y');
@@ -114,13 +115,13 @@ TEST_F(plain_files, reads_lines_of_any_length) {
   EXPECT_EQ(lines(path_, false), (std::vector<std::string>{"", "", " a\rb ", "endc", "d"}));
   write_file(path_, "");
   EXPECT_TRUE(lines(path_, true).empty());
-  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(checked_memory.in_use, start);
   EXPECT_EQ(qu_file_next_line(nullptr, true), nullptr);
 }
 
 TEST_F(plain_files, knows_how_many_more_files_can_be_opened) {
   write_file(path_, "");
-  qu_path_join(handle_test_path, {path_});
+  hooks.handle_test_path = path_.c_str();
   EXPECT_EQ(qu_test_open_file(2), 1);
   EXPECT_EQ(qu_test_open_file(513), 0);
   rlimit before{};
@@ -132,11 +133,12 @@ TEST_F(plain_files, knows_how_many_more_files_can_be_opened) {
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_FATAL(
       {
-        handle_test_path[0] = '\0';
+        hooks.handle_test_path = "";
         qu_test_open_file(1);
       },
       "SYSTEM ERROR MESSAGE:\nNo such file or directory\n\n\nFatal Software Error\n"
       "FATAL ERROR in qu_test_open_file\n");
+  hooks = {};
 }
 
 TEST_F(plain_files, copies_and_appends) {

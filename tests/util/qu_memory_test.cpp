@@ -15,25 +15,25 @@ constexpr std::int64_t too_many = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t too_large = std::int64_t{1} << 62;
 
 TEST(memory, counts_every_byte_in_use) {
-  std::uint64_t start = UV_MEM_SIZE;
+  std::uint64_t start = checked_memory.in_use;
   void* block = qu_mem_alloc_nn("f", 1, 8, 10);
-  EXPECT_EQ(UV_MEM_SIZE, start + 80);
+  EXPECT_EQ(checked_memory.in_use, start + 80);
   block = qu_mem_realloc_nn("f", 1, block, 8, 10, 25);
-  EXPECT_EQ(UV_MEM_SIZE, start + 200);
+  EXPECT_EQ(checked_memory.in_use, start + 200);
   EXPECT_EQ(qu_mem_realloc_nn("f", 1, block, 8, 25, 25), block);
   block = qu_mem_realloc_fn("f", 1, block, 8, 25, 3);
-  EXPECT_EQ(UV_MEM_SIZE, start + 24);
+  EXPECT_EQ(checked_memory.in_use, start + 24);
   EXPECT_EQ(qu_mem_free_nn("f", 1, block, 8, 3), nullptr);
-  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(checked_memory.in_use, start);
   EXPECT_EQ(console_of([] { EXPECT_EQ(qu_mem_free_nn("f", 1, nullptr, 8, 0), nullptr); }), "");
 }
 
 TEST(memory, a_failed_growth_costs_the_block) {
-  std::uint64_t start = UV_MEM_SIZE;
+  std::uint64_t start = checked_memory.in_use;
   void* block = qu_mem_alloc_nn("f", 1, 1, 100);
   std::string report =
       console_of([&] { EXPECT_EQ(qu_mem_realloc_nn("grid.cpp", 12, block, 1, 100, too_large), nullptr); });
-  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(checked_memory.in_use, start);
   EXPECT_TRUE(
       report.starts_with("MEMORY ALLOCATION ERROR: (grid.cpp: 12)\n=======================\n\n"
                          "Your system cannot allocate the requested memory\n\n"
@@ -46,12 +46,12 @@ TEST(memory, a_failed_growth_costs_the_block) {
                        "(See: Help/Preferences/Study Environment/Miscellaneous/Memory Management)\n\n"))
       << report;
   EXPECT_EQ(qu_mem_alloc_nn("f", 1, 1, too_large), nullptr);
-  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(checked_memory.in_use, start);
 }
 
 TEST(memory, an_overflow_keeps_the_block) {
-  std::uint64_t start = UV_MEM_SIZE;
-  maximum_capacity = 1048576;
+  std::uint64_t start = checked_memory.in_use;
+  checked_memory.capacity = 1048576;
   void* block = qu_mem_alloc_nn("f", 1, 16, 2);
   std::string report =
       console_of([&] { EXPECT_EQ(qu_mem_realloc_nn("f", 1, block, 16, 2, too_many), nullptr); });
@@ -61,7 +61,7 @@ TEST(memory, an_overflow_keeps_the_block) {
                         "Unable to Allocate           :140737488355328.0 MegaBytes\n"),
             std::string::npos)
       << report;
-  EXPECT_EQ(UV_MEM_SIZE, start + 32);
+  EXPECT_EQ(checked_memory.in_use, start + 32);
   std::memset(block, 1, 32);
   qu_mem_free_nn("f", 1, block, 16, 2);
   EXPECT_EQ(qu_mem_alloc_nn("f", 1, 16, too_many), nullptr);
@@ -77,7 +77,7 @@ TEST(memory, what_cannot_be_is_fatal) {
 }
 
 TEST(checked_array, holds_nothing_for_a_count_of_zero) {
-  std::uint64_t start = UV_MEM_SIZE;
+  std::uint64_t start = checked_memory.in_use;
   {
     checked_array<double> values;
     EXPECT_TRUE(values.allocate(0));
@@ -85,9 +85,9 @@ TEST(checked_array, holds_nothing_for_a_count_of_zero) {
     EXPECT_TRUE(values.allocate(3));
     checked_array<double> other = std::move(values);
     EXPECT_EQ(other.count(), 3);
-    EXPECT_EQ(UV_MEM_SIZE, start + 24);
+    EXPECT_EQ(checked_memory.in_use, start + 24);
   }
-  EXPECT_EQ(UV_MEM_SIZE, start);
+  EXPECT_EQ(checked_memory.in_use, start);
 }
 
 }  // namespace

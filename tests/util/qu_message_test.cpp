@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/console.h"
+#include "util/qu_hooks.h"
 
 namespace qrd::test {
 namespace {
@@ -37,14 +38,14 @@ TEST(fatal, ends_the_study_once_even_if_that_fails) {
   EXPECT_EXIT(
       {
         console_on_stderr();
-        qu_exit_hook = end_study;
+        hooks.end_study = end_study;
         qu_fatal("first");
       },
       testing::ExitedWithCode(1), "first\n\nstrict 0\n\n\nFatal Software Error\n.*No 1 in function hook");
   EXPECT_EXIT(
       {
         console_on_stderr();
-        qu_exit_hook = [](int strict) { qu_message("strict %d", strict); };
+        hooks.end_study = [](int strict) { qu_message("strict %d", strict); };
         qu_exit(0);
       },
       testing::ExitedWithCode(0), "strict 1\n");

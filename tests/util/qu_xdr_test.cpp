@@ -10,6 +10,7 @@
 #include "support/temporary_directory.h"
 #include "util/qu_constants.h"
 #include "util/qu_file.h"
+#include "util/qu_hooks.h"
 
 namespace qrd::test {
 namespace {
@@ -56,13 +57,13 @@ int marks = 0;
 
 TEST_F(xdr_values, longs_tell_of_values_beyond_32_bits) {
   marks = 0;
-  qu_study_mark_64bit_hook = [] { marks++; };
+  hooks.mark_64bit = [] { marks++; };
   std::int64_t values[] = {4294967296, -1, missing_int64, 2147483647};
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_long(xdr, &value));
             }),
             bytes().i64(0x100000000, -1, 0x7FFFFFFFFFFFFFFF, 0x7FFFFFFF).str());
-  qu_study_mark_64bit_hook = nullptr;
+  hooks.mark_64bit = nullptr;
   EXPECT_EQ(marks, 1);
   std::int64_t value = 0;
   EXPECT_TRUE(read(bytes().i64(-4294967297).str(), [&](XDR* xdr) { return qu_xdr_long(xdr, &value); }));
