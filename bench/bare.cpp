@@ -19,7 +19,6 @@ namespace qrd::bench {
 
 namespace {
 
-constexpr std::size_t step = 1024;
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 [[noreturn]] void give_up(const char* what) {
@@ -51,13 +50,17 @@ void send_all(int socket, const void* data, std::size_t size) {
   }
 }
 
-void drain(int socket, std::size_t size) {
+std::string drain(int socket, std::size_t size) {
   static char buffer[std::size_t{1} << 16];
+  std::string head;
   while (size > 0) {
     const ssize_t received = recv(socket, buffer, std::min(size, sizeof buffer), 0);
     if (received <= 0) give_up("recv");
-    size -= static_cast<std::size_t>(received);
+    const auto count = static_cast<std::size_t>(received);
+    if (head.size() < 12) head.append(buffer, std::min(count, 12 - head.size()));
+    size -= count;
   }
+  return head;
 }
 
 bare_program::bare_program(const std::function<void(int)>& serve) {
@@ -94,13 +97,14 @@ void bare_program::ask() const {
   send_all(socket_, "?", 1);
 }
 
-void push_file(int socket, const std::string& path, std::size_t answer_size, int flags) {
+void push_file(int socket, const std::string& path, std::size_t answer_size, std::size_t step, int flags) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat status {};
   if (file < 0 || fstat(file, &status) != 0) give_up(path.c_str());
   const auto size = static_cast<std::size_t>(status.st_size);
   // Not cleared: the memory is touched by the read alone.
-  const std::unique_ptr<char[]> content(new char[size]);
+  const std::size_t capacity = std::max(size, step);
+  const std::unique_ptr<char[]> content(new char[capacity]);
   if (read(file, content.get(), size) != status.st_size) give_up("read");
   close(file);
   std::size_t from = 0;
@@ -119,7 +123,8 @@ void take_file(int socket, const std::string& path, std::size_t request_size, st
   if (file < 0) give_up(path.c_str());
   const std::unique_ptr<char[]> content(new char[request_size]);
   for (std::size_t done = 0; done < request_size;) {
-    const ssize_t received = recv(socket, content.get() + done, std::min(step, request_size - done), 0);
+    const ssize_t received =
+        recv(socket, content.get() + done, std::min(protocol_step, request_size - done), 0);
     if (received <= 0) give_up("recv");
     done += static_cast<std::size_t>(received);
   }

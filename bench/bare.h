@@ -12,8 +12,9 @@ namespace qrd::bench {
 
 // Byte streams over a connected socket; a failure ends the bench.
 void send_all(int socket, const void* data, std::size_t size);
-// Reads and drops exactly `size` bytes, in pieces as large as they come.
-void drain(int socket, std::size_t size);
+// Reads exactly `size` bytes, in pieces as large as they come, and gives the first 12 of them at most: an
+// answer's name.
+std::string drain(int socket, std::size_t size);
 
 // A forked process that serves one connection until it closes.
 class bare_program {
@@ -32,8 +33,11 @@ class bare_program {
   pid_t process_;
 };
 
-// Reads the file with one read, then pushes `answer_size` bytes in sends of 1024 bytes with `flags`.
-void push_file(int socket, const std::string& path, std::size_t answer_size, int flags);
+// The most that the protocol sends at a time.
+inline constexpr std::size_t protocol_step = 1024;
+
+// Reads the file with one read, then pushes `answer_size` bytes in sends of `step` bytes with `flags`.
+void push_file(int socket, const std::string& path, std::size_t answer_size, std::size_t step, int flags);
 // Receives `request_size` bytes in steps of at most 1024, writes the first `file_size` of them in writes of 1
 // MiB, and answers one byte.
 void take_file(int socket, const std::string& path, std::size_t request_size, std::size_t file_size);

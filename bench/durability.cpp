@@ -36,41 +36,36 @@ class setting {
   std::optional<std::string> before_;
 };
 
-struct durability_row {
+struct durability {
   const char* value;
   const char* label;
 };
-constexpr durability_row rows[] = {{"0", "QRD_SYNC=0"}, {nullptr, "by default"}, {"1", "QRD_SYNC=1"}};
-
-template <typename Act>
-std::string median_of(int count, Act act) {
-  std::vector<double> times;
-  for (int i = 0; i < count; ++i) times.push_back(seconds([&] { act(i); }));
-  return milliseconds(median(times));
-}
+constexpr durability durabilities[] = {{"0", "QRD_SYNC=0"}, {nullptr, "by default"}, {"1", "QRD_SYNC=1"}};
 
 }  // namespace
 
-void measure_durability(const study_files& files) {
+void measure_durability(report& table, const study_files& files) {
   constexpr int count = 50;
   const std::vector<double> three = {1, 2, 3};
-  for (const durability_row& row : rows) {
-    const setting environment("QRD_SYNC", row.value);
+  for (const durability& one : durabilities) {
+    const setting environment("QRD_SYNC", one.value);
     measured_server server(files);
     client::connection& connection = server.connection();
-    const std::string prefix = "sync ";
-    const std::string file =
-        median_of(count, [&](int i) { connection.new_points(prefix + std::to_string(i), 3, three); });
-    connection.set_file(prefix + "0");
-    const std::string variable =
-        median_of(count, [&](int i) { connection.new_float_variable("v" + std::to_string(i), 64); });
-    const std::string append = median_of(count, [&](int) { connection.append_points(3, three); });
-    for (int i = 0; i < count; ++i) {
-      connection.set_file(prefix + std::to_string(i));
+    const auto add = [&](const char* what, const comparison& times) {
+      table.add(time_row(std::string(what) + ", " + one.label, times));
+    };
+    int made = 0;
+    add("a points file",
+        times_of(count, [&] { connection.new_points("sync " + std::to_string(++made), 3, three); }));
+    connection.set_file("sync 1");
+    int variables = 0;
+    add("a variable",
+        times_of(count, [&] { connection.new_float_variable("v" + std::to_string(++variables), 64); }));
+    add("an append", times_of(count, [&] { connection.append_points(3, three); }));
+    for (int i = 1; i <= made; ++i) {
+      connection.set_file("sync " + std::to_string(i));
       connection.delete_file();
     }
-    print_figure(std::string("a points file, a variable, an append, ") + row.label,
-                 file + ", " + variable + ", " + append);
   }
 }
 

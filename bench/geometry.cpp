@@ -1,8 +1,12 @@
 // Polygons and wireframes: whole files of them, and how the check of rings grows.
+#include <sys/socket.h>
+
 #include <cmath>
 #include <filesystem>
 #include <numbers>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "bench/bare.h"
 #include "bench/measured_server.h"
@@ -34,6 +38,19 @@ void teeth(client::packet& request, int vertices) {
   request.add_double(3000).add_double(0).add_double(0).add_double(-1000);
 }
 
+// Long edges side by side, turned against the axes: the boxes of all edges lie in each other.
+void comb(client::packet& request, int vertices) {
+  constexpr double length = 1000, distance = 0.1, turn = 0.3;
+  const auto add = [&](double x, double y) {
+    request.add_double(x * std::cos(turn) - y * std::sin(turn))
+        .add_double(x * std::sin(turn) + y * std::cos(turn));
+  };
+  // Up, to the side, down, to the side; closed below.
+  for (int i = 0; i < vertices - 2; ++i) add(i / 2 * distance, i % 4 == 1 || i % 4 == 2 ? length : 0);
+  add(vertices * distance, -1);
+  add(0, -1);
+}
+
 std::string polygon_request(const std::string& name, int contours, int vertices, make_ring ring) {
   client::packet request("CPOLYNEW", client::long_size::eight_bytes);
   request.add_string(name).add_bool(true);
@@ -58,29 +75,24 @@ void drop_geometry(const study_files& files) {
   for (const std::filesystem::path& path : dropped) std::filesystem::remove(path);
 }
 
-// Seconds for a request that makes a file.
-double creation(measured_server& server, const std::string& request) {
-  return seconds([&] { server.exchange(request, done_size); });
-}
-
 // A new name each time, all of one length.
 std::string next_name() {
   static int number = 1000;
   return "file " + std::to_string(++number);
 }
 
-void measure_growth(const study_files& files, const char* what, int contours, make_ring ring) {
+void measure_growth(report& table, const study_files& files, const char* what, int contours, make_ring ring) {
   measured_server server(files);
-  double before = 0;
+  std::optional<comparison> before;
   for (const int vertices : {100, 1000, 10000}) {
-    std::vector<double> times;
-    for (int i = 0; i < 3; ++i)
-      times.push_back(creation(server, polygon_request(next_name(), contours, vertices, ring)));
-    const double time = median(times);
-    const std::string growth = before > 0 ? ", x " + std::to_string(std::lround(time / before)) : "";
-    print_figure(std::string(what) + " of " + std::to_string(vertices) + " vertices, each",
-                 milliseconds(time / contours) + growth);
-    before = time;
+    const auto next_request = [&] { return polygon_request(next_name(), contours, vertices, ring); };
+    std::string request = next_request();
+    const comparison now = times_of(
+        5, [&] { server.exchange(request, done_size); }, [&] { request = next_request(); });
+    table.add(
+        growth_row(std::to_string(contours) + " " + what + ", vertices of each: " + std::to_string(vertices),
+                   now, 10, before));
+    before = now;
   }
 }
 
@@ -116,69 +128,74 @@ std::size_t wireframe_answer_size() {
 
 }  // namespace
 
-void measure_polygons(const study_files& files, int rounds) {
-  constexpr int contours = 1000, vertices = 1000;
-  std::string request = polygon_request(next_name(), contours, vertices, circle);
-  const auto bytes = static_cast<double>(request.size());
+void measure_polygons(report& table, const study_files& files, const bench_settings& settings) {
   const std::string path = (files.root() / "bare").string();
-  const bare_program bare([&](int socket) { take_file(socket, path, request.size(), request.size()); });
-  measured_server server(files);
-  std::vector<double> times, bare_times;
-  for (int i = 0; i < rounds; ++i) {
-    drop_geometry(files);
-    bare_times.push_back(seconds([&] {
-      bare.ask();
-      send_all(bare.socket(), request.data(), request.size());
-      drain(bare.socket(), 1);
-    }));
-    times.push_back(creation(server, request));
-    request = polygon_request(next_name(), contours, vertices, circle);
-  }
-  print_figure("1000 contours of 1000 vertices", milliseconds(median(times)) + ", bare " +
-                                                     milliseconds(median(bare_times)) + " (" +
-                                                     mebibytes_per_second(bytes, median(times)) + ")");
-  measure_growth(files, "circles", 100, circle);
-  measure_growth(files, "slanted teeth", 10, teeth);
+  // The server beside a bare program that takes and writes the same bytes.
+  const auto creation = [&](int contours, int vertices, make_ring ring) {
+    std::string request = polygon_request(next_name(), contours, vertices, ring);
+    const bare_program bare([&](int socket) { take_file(socket, path, request.size(), request.size()); });
+    measured_server server(files);
+    return compare(
+        settings.rounds, [&] { server.exchange(request, done_size); },
+        [&] {
+          bare.ask();
+          send_all(bare.socket(), request.data(), request.size());
+          drain(bare.socket(), 1);
+        },
+        [&] {
+          drop_geometry(files);
+          request = polygon_request(next_name(), contours, vertices, ring);
+        });
+  };
+  table.add(time_row("1000 circles of 1000 vertices", creation(1000, 1000, circle)));
+
+  // All that a ring takes beyond its transfer and its writing is put down to the check.
+  constexpr int combs = 20;
+  const comparison times = creation(combs, 10'000, comb);
+  row check = time_row("check of a comb of 10000 vertices", times, at_most(10));
+  check.measured = (times.measured.median - times.bare->median) * 1e3 / combs;
+  check.bare.reset();
+  check.ratio.reset();
+  table.add(check);
+  measure_growth(table, files, "circles", 100, circle);
+  measure_growth(table, files, "slanted teeth", 10, teeth);
+  measure_growth(table, files, "combs", 10, comb);
 }
 
-void measure_wireframes(const study_files& files, int rounds) {
+void measure_wireframes(report& table, const study_files& files, const bench_settings& settings) {
   std::string name = next_name();
   std::string request = wireframe_request(name);
   const std::string path = (files.root() / "bare").string();
   const bare_program taking([&](int socket) { take_file(socket, path, request.size(), surface_size); });
   measured_server server(files);
-  std::vector<double> times, bare_times;
-  for (int i = 0; i < rounds; ++i) {
-    drop_geometry(files);
-    bare_times.push_back(seconds([&] {
-      taking.ask();
-      send_all(taking.socket(), request.data(), request.size());
-      drain(taking.socket(), 1);
-    }));
-    times.push_back(creation(server, request));
-    server.connection().set_file(name);
-    name = next_name();
-    request = wireframe_request(name);
-  }
-  const auto bytes = static_cast<double>(request.size());
-  print_ratio("write a wireframe of 1 million triangles", mebibytes_per_second(bytes, median(times)),
-              mebibytes_per_second(bytes, median(bare_times)), median(bare_times) / median(times),
-              wish::at_least, 0.5);
+  const comparison writing = compare(
+      settings.rounds, [&] { server.exchange(request, done_size); },
+      [&] {
+        taking.ask();
+        send_all(taking.socket(), request.data(), request.size());
+        drain(taking.socket(), 1);
+      },
+      [&] {
+        drop_geometry(files);
+        name = next_name();
+        request = wireframe_request(name);
+      });
+  table.add(speed_row("writing 1 million triangles", request.size(), writing, at_least(0.8)));
 
+  server.exchange(request, done_size);
+  server.connection().set_file(name);
   write_file(path, surface_size);
   const std::size_t answer = wireframe_answer_size();
   const std::string question = client::packet("CWIREREAD").bytes();
-  const bare_program pushing([&](int socket) { push_file(socket, path, answer, 0); });
-  const pair_of_times read = compare(
-      rounds, [&] { server.exchange(question, answer); },
+  const bare_program pushing([&](int socket) { push_file(socket, path, answer, protocol_step, MSG_MORE); });
+  const comparison reading = compare(
+      settings.rounds, [&] { server.exchange(question, answer); },
       [&] {
         pushing.ask();
         drain(pushing.socket(), answer);
       });
-  print_ratio("read a wireframe of 1 million triangles",
-              mebibytes_per_second(static_cast<double>(answer), read.measured),
-              mebibytes_per_second(static_cast<double>(answer), read.bare), read.bare / read.measured,
-              wish::at_least, 0.5);
+  table.add(speed_row("reading 1 million triangles", answer, reading, at_least(0.5)));
+  drop_geometry(files);
 }
 
 }  // namespace qrd::bench

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <stdexcept>
 #include <string>
 
 #include "bench/bare.h"
@@ -13,19 +15,21 @@ namespace qrd::bench {
 
 class measured_server {
  public:
-  explicit measured_server(const study_files& files, bool wide_longs = true)
+  explicit measured_server(const study_files& files, bool wide_longs = true,
+                           const std::string& directory = directory_name)
       : process_(options()), connection_(process_.connect(handshake(wide_longs))) {
     connection_.open_root(files.root().string());
     connection_.set_study(study_name);
-    connection_.set_directory(directory_name);
+    connection_.set_directory(directory);
   }
 
   client::connection& connection() { return connection_; }
-  // Bytes in, bytes out, past the client's decoding: what is measured is the server.
+  // Bytes in, bytes out, past the client's decoding: what is measured is the server. A refusal is an error.
   void exchange(const std::string& request, std::size_t answer_size) {
     const int socket = connection_.wire().descriptor();
     send_all(socket, request.data(), request.size());
-    drain(socket, answer_size);
+    if (drain(socket, answer_size).find("SERROR") != std::string::npos)
+      throw std::runtime_error("the server refuses a request");
   }
   // A line of /proc/PID/status, such as VmRSS, in bytes.
   double memory(const std::string& key) const;
@@ -52,5 +56,9 @@ inline std::size_t text_size(std::size_t characters) {
 }
 inline constexpr std::size_t done_size = 12;   // "SDONE"
 inline constexpr std::size_t dataf_size = 12;  // "SDATAF"
+// SDATAF, the count, the test value, the samples; with long counts.
+inline std::size_t read_answer_size(std::int64_t samples) {
+  return dataf_size + 8 + 8 + static_cast<std::size_t>(samples) * sizeof(double);
+}
 
 }  // namespace qrd::bench

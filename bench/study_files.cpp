@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -30,14 +32,19 @@ void write_packet(const std::filesystem::path& path, const packet& values) {
   write_text(path, values.bytes());
 }
 
-void write_points_descriptor(const std::filesystem::path& folder, const std::string& name,
-                             std::int64_t samples) {
+std::int64_t capacity(std::int64_t samples) {
+  return (samples + block - 1) / block * block;
+}
+
+// Points, or lines where there is a number of them.
+void write_file_descriptor(const std::filesystem::path& folder, const std::string& name, std::int64_t samples,
+                           std::int32_t lines = 0) {
   packet values;
-  values.add_int(descriptor_version).add_string(name).add_int(1).add_int(2).add_int(0);
+  values.add_int(descriptor_version).add_string(name).add_int(lines > 0 ? 2 : 1).add_int(2).add_int(lines);
   for (const double number : {0.0, 0.0, 0.0, 1.0, 1.0, 0.0}) values.add_double(number);
   values.add_int(1).add_int(1).add_int(1);
   for (int angle = 0; angle < 3; ++angle) values.add_double(0.0);
-  values.add_string("").add_long(samples).add_long((samples + block - 1) / block * block);
+  values.add_string("").add_long(samples).add_long(capacity(samples));
   write_packet(folder / "DESCR", values);
 }
 
@@ -52,15 +59,16 @@ std::filesystem::path make_variable(const std::filesystem::path& folder, int num
   return variable;
 }
 
-// Stored samples that are neither missing nor all alike: 0 to 99 over and over.
+// Stored samples that are neither missing nor all alike: 0 to 99 over and over, or bits of both kinds.
 std::string stored_samples(int bits, std::int64_t count) {
   packet values;
   std::string bytes;
   bytes.reserve(static_cast<std::size_t>(count * bits / 8));
+  if (bits == 1) return std::string(static_cast<std::size_t>(count / 8), '\x5a');
   for (std::int64_t i = 0; i < count; ++i) {
     const auto number = static_cast<int>(i % 100);
-    if (bits == 8)
-      bytes += static_cast<char>(number);
+    if (bits <= 16)
+      bytes.append(bits == 16 ? 1 : 0, '\0').append(1, static_cast<char>(number));
     else if (bits == 32)
       bytes += packet().add_int(std::bit_cast<std::int32_t>(static_cast<float>(number))).bytes();
     else
@@ -71,7 +79,8 @@ std::string stored_samples(int bits, std::int64_t count) {
 
 }  // namespace
 
-study_files::study_files(const std::filesystem::path& parent, std::int64_t samples, int variables) {
+study_files::study_files(const std::filesystem::path& parent, std::int64_t samples, int variables,
+                         std::int64_t lines) {
   std::string name = (parent / "qrd_bench_XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("Cannot create " + name);
   root_ = name;
@@ -97,19 +106,33 @@ study_files::study_files(const std::filesystem::path& parent, std::int64_t sampl
 
   const std::filesystem::path big = directory() / "FILE.1";
   std::filesystem::create_directories(big);
-  write_points_descriptor(big, samples_file, samples);
+  write_file_descriptor(big, samples_file, samples);
   int number = 0;
-  for (const int bits : {64, 32, 8}) {
+  for (const int bits : bit_lengths) {
     make_variable(big, ++number, std::to_string(bits), bits);
-    write_text(data_file(bits), stored_samples(bits, (samples + block - 1) / block * block));
+    write_text(data_file(bits), stored_samples(bits, capacity(samples)));
   }
 
   const std::filesystem::path many = directory() / "FILE.2";
   std::filesystem::create_directories(many);
-  write_points_descriptor(many, variables_file, 1);
+  write_file_descriptor(many, variables_file, samples_of_many);
   for (int i = 1; i <= variables; ++i) {
     const std::filesystem::path variable = make_variable(many, i, "variable " + std::to_string(i), 8);
     write_text(variable / "DATAVAR", stored_samples(8, block));
+  }
+
+  packet line_ends;
+  for (std::int64_t end = 1; end <= lines + 1; ++end) line_ends.add_long(end);
+  for (const bool has_lines : {true, false}) {
+    const std::filesystem::path folder = directory() / (has_lines ? "FILE.3" : "FILE.4");
+    const std::filesystem::path variable = make_variable(folder, 1, "value", 8);
+    write_text(variable / "DATAVAR", stored_samples(8, capacity(lines)));
+    if (has_lines) {
+      write_file_descriptor(folder, lines_file, lines, static_cast<std::int32_t>(lines));
+      write_packet(folder / "LINE", line_ends);
+    } else {
+      write_file_descriptor(folder, points_file, lines);
+    }
   }
 }
 
@@ -123,12 +146,30 @@ std::filesystem::path study_files::directory() const {
 }
 
 std::string study_files::data_file(int bits) const {
-  const char* variable = bits == 64 ? "VARI.1" : bits == 32 ? "VARI.2" : "VARI.3";
-  return (directory() / "FILE.1" / variable / "DATAVAR").string();
+  const auto place =
+      std::find(std::begin(bit_lengths), std::end(bit_lengths), bits) - std::begin(bit_lengths);
+  return (directory() / "FILE.1" / ("VARI." + std::to_string(place + 1)) / "DATAVAR").string();
 }
 
 std::string study_files::descriptor(int number) const {
   return (directory() / "FILE.2" / ("VARI." + std::to_string(number)) / "DESCR").string();
+}
+
+crowded_directory::crowded_directory(const study_files& files, int count)
+    : folder_(files.directory().parent_path() / "DIRE.1000") {
+  std::filesystem::create_directory(folder_);
+  write_packet(folder_ / "DESCR", packet().add_int(descriptor_version).add_string(name()));
+  for (int i = 1; i <= count; ++i) {
+    const std::filesystem::path file = folder_ / ("FILE." + std::to_string(i));
+    std::filesystem::create_directory(file);
+    write_file_descriptor(file, "file " + std::to_string(i), 1);
+    descriptors_.push_back((file / "DESCR").string());
+  }
+}
+
+crowded_directory::~crowded_directory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
 }
 
 }  // namespace qrd::bench

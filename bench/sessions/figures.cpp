@@ -22,11 +22,7 @@ struct bounds {
 };
 constexpr double mebibyte = 1024.0 * 1024.0;
 constexpr bounds bounds_for(port_use ports) {
-  return ports == port_use::one ? bounds{3e-3, 0.5 * mebibyte} : bounds{15e-3, 2 * mebibyte};
-}
-
-const char* verdict(bool held) {
-  return held ? "" : "  MISSED";
+  return ports == port_use::one ? bounds{3e-3, 0.5 * mebibyte} : bounds{1e-3, 2 * mebibyte};
 }
 
 // A start on the one port, with the first question.
@@ -49,22 +45,19 @@ double start_on_own_port(const client::server_process& parent) {
   return time;
 }
 
-void measure_starts(const client::server_process& parent, port_use ports, int rounds) {
-  std::vector<double> times;
+void measure_starts(report& table, const client::server_process& parent, port_use ports, int rounds) {
   const bool is_one = ports == port_use::one;
-  for (int i = 0; i < rounds; ++i)
-    times.push_back(is_one ? start_on_one_port(parent) : start_on_own_port(parent));
-  while (!children_of(parent.id()).empty()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  std::sort(times.begin(), times.end());
-  const auto at = [&](double part) {
-    return times[static_cast<std::size_t>(part * static_cast<double>(times.size() - 1))] * 1e3;
-  };
-  const double longest = bounds_for(ports).start;
-  std::printf("%s, %d times: median %.2f ms (at most %.0f)%s\n",
-              is_one ? "connect to the answer of CHELLO" : "CNEWSESS to SNEWPORT", rounds, at(0.5),
-              longest * 1e3, verdict(median(times) <= longest));
-  std::printf("  least %.2f, one in ten below %.2f, nine in ten below %.2f, most %.2f ms\n", at(0), at(0.1),
-              at(0.9), at(1));
+  std::vector<double> all;
+  const comparison times = calmest([&] {
+    all.clear();
+    for (int i = 0; i < rounds; ++i)
+      all.push_back(is_one ? start_on_one_port(parent) : start_on_own_port(parent));
+    while (!children_of(parent.id()).empty()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return comparison{series(all), std::nullopt};
+  });
+  table.add(time_row(is_one ? "connect to the answer of CHELLO" : "CNEWSESS to SNEWPORT", times,
+                     at_most(bounds_for(ports).start * 1e3)));
+  table.add(row{"the slowest in ten of them", quantile(all, 0.9) * 1e3, std::nullopt, "ms"});
 }
 
 double sum_of_processor_time(const std::vector<pid_t>& processes) {
@@ -73,25 +66,27 @@ double sum_of_processor_time(const std::vector<pid_t>& processes) {
   return sum;
 }
 
-void measure_idle_children(const client::server_process& parent, port_use ports, int count,
+void measure_idle_children(report& table, const client::server_process& parent, port_use ports, int count,
                            double idle_seconds) {
   std::vector<client::connection> clients;
   for (int i = 0; i < count; ++i) clients.push_back(new_session(parent));
   const std::vector<pid_t> children = children_of(parent.id());
 
   std::vector<double> memory;
-  for (pid_t child : children) memory.push_back(static_cast<double>(private_memory_of(child)));
-  const double most = *std::max_element(memory.begin(), memory.end());
-  const double bound = bounds_for(ports).memory;
-  std::printf("Private memory of an idle child: median %.2f MiB, most %.2f MiB (at most %.1f)%s\n",
-              median(memory) / mebibyte, most / mebibyte, bound / mebibyte, verdict(most <= bound));
+  for (pid_t child : children) memory.push_back(static_cast<double>(private_memory_of(child)) / mebibyte);
+  row most{"private memory of an idle child, the most", *std::max_element(memory.begin(), memory.end()),
+           std::nullopt, "MiB"};
+  most.limit = at_most(bounds_for(ports).memory / mebibyte);
+  table.add(row{"private memory of an idle child", median(memory), std::nullopt, "MiB"});
+  table.add(most);
 
   const double before = sum_of_processor_time(children);
   const double elapsed =
       seconds([&] { std::this_thread::sleep_for(std::chrono::duration<double>(idle_seconds)); });
   const double used = sum_of_processor_time(children) - before;
-  std::printf("%zu idle children: %.2f %% of one processor together, over %.0f s\n", children.size(),
-              100 * used / elapsed, elapsed);
+  row idle{"all idle children, of one processor", 100 * used / elapsed, std::nullopt, "%"};
+  idle.note = std::to_string(children.size()) + " children";
+  table.add(idle);
 }
 
 constexpr int questions = 40;  // of each client
@@ -139,12 +134,13 @@ void measure_flood(const std::filesystem::path& folder, int clients) {
               clients, alone * 1e3, beside * 1e3, static_cast<unsigned long long>(asked));
 }
 
-void measure_sessions(const std::filesystem::path& folder, port_use ports, int rounds, int children,
-                      double idle_seconds) {
+void measure_sessions(report& table, const std::filesystem::path& folder, port_use ports, int rounds,
+                      int children, double idle_seconds) {
   const scratch_folder scratch(folder);
   client::server_process parent = start_parent(scratch.path(), ports);
-  measure_starts(parent, ports, rounds);
-  measure_idle_children(parent, ports, children, idle_seconds);
+  table.begin_section(ports == port_use::one ? "one port" : "own ports");
+  measure_starts(table, parent, ports, rounds);
+  measure_idle_children(table, parent, ports, children, idle_seconds);
 }
 
 }  // namespace qrd::bench

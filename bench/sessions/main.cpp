@@ -21,6 +21,8 @@ int main(int count, char** arguments) {
   figures->add_option("--starts", starts, "sessions that are timed")->capture_default_str();
   figures->add_option("--children", children, "idle children")->capture_default_str();
   figures->add_option("--seconds", idle_seconds, "time that they idle")->capture_default_str();
+  std::string json_path;
+  figures->add_option("--json", json_path, "a file for the same rows as JSON");
 
   int others = 50;
   CLI::App* flood = program.add_subcommand("flood", "what a client that never rests costs the others");
@@ -38,7 +40,12 @@ int main(int count, char** arguments) {
 
   settings.ports = has_one_port ? port_use::one : port_use::many;
   try {
-    if (figures->parsed()) measure_sessions(folder, settings.ports, starts, children, idle_seconds);
+    if (figures->parsed()) {
+      report table("qrd_sessions", "bare",
+                   {{"starts", starts}, {"children", children}, {"seconds", idle_seconds}});
+      measure_sessions(table, folder, settings.ports, starts, children, idle_seconds);
+      table.finish(json_path);
+    }
     if (flood->parsed()) measure_flood(folder, others);
     return load->parsed() && run_load(folder, settings) > 0 ? 1 : 0;
   } catch (const std::exception& problem) {

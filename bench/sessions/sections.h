@@ -3,13 +3,14 @@
 
 #include <filesystem>
 
+#include "bench/report.h"
 #include "bench/sessions/parent.h"
 
 namespace qrd::bench {
 
-// Prints the time to get a session, the memory of idle children, and what they take of the processor.
-void measure_sessions(const std::filesystem::path& folder, port_use ports, int rounds, int children,
-                      double idle_seconds);
+// Adds the time to get a session, the memory of idle children, and what they take of the processor.
+void measure_sessions(report& table, const std::filesystem::path& folder, port_use ports, int rounds,
+                      int children, double idle_seconds);
 // Prints how long a question (CDIRXIST) takes many clients, alone and beside one that asks without a pause.
 void measure_flood(const std::filesystem::path& folder, int clients);
 
