@@ -3,14 +3,15 @@
 
 #include <string>
 
+#include "util/qu_outcome.h"
+
 namespace qrd {
 
-// 0 read; 1 no comment file (empty text); 2 no such object; 3 it is there and can't be read. Null variable:
-// the file's comment.
-inline constexpr int comment_unreadable = 3;
-int qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text);
-// 0 written; 1 failure; 2 no such object. The text always replaces the old one.
-int qd_comment_write(const char* directory, const char* file, const char* variable, int append,
-                     const char* text);
+// Without a comment or an object the text is empty. Null variable: the file's comment.
+found qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text);
+// The text always replaces the old one. False after a report if there is no such object, or if it can't be
+// written.
+[[nodiscard]] bool qd_comment_write(const char* directory, const char* file, const char* variable, int append,
+                                    const char* text);
 
 }  // namespace qrd

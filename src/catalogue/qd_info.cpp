@@ -16,11 +16,9 @@ namespace {
 // The variables with a role in a file, read in one walk: the first float or text variable of each kind.
 struct role_records {
   qd_variable_record records[kind_count];
-  bool found[kind_count] = {};
-  // What it means that a kind was not found.
-  lookup_result otherwise = LOOKUP_ABSENT;
-  // False if something can't be read now that may be there.
-  bool is_told = true;
+  bool is_there[kind_count] = {};
+  // What it means that a kind is not there.
+  found otherwise = found::no;
 
   void walk(const char* file_path) {
     path_text path;
@@ -28,15 +26,15 @@ struct role_records {
     const walk_end end =
         qd_walk<variable_level>(file_path, path, record, [this](const qd_variable_record& seen) {
           const bool wanted = (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind >= 0 &&
-                              seen.kind < kind_count && !found[seen.kind];
+                              seen.kind < kind_count && !is_there[seen.kind];
           if (wanted) {
             records[seen.kind] = seen;
-            found[seen.kind] = true;
+            is_there[seen.kind] = true;
           }
           return false;
         });
-    otherwise = qd_lookup_result(end);
-    is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
+    const bool is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
+    otherwise = is_told ? qd_lookup_result(end) : found::unreadable;
   }
 };
 
@@ -53,7 +51,7 @@ void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& vari
   qu_format_copy(variable.format, info.format);
 }
 
-int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+bool qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
   info.organisation = record.organisation;
   info.dimension = record.dimension;
   info.sample_count = record.sample_count;
@@ -61,46 +59,46 @@ int qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_fi
   return !is_lines(record.organisation) || qd_line_table_ends_hold(file_path, record);
 }
 
-int qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {
-  return qd_variable_query(false, directory, file, variable, info) == LOOKUP_FOUND;
+bool qd_info_var_name(const char* directory, const char* file, const char* variable, qd_var_info& info) {
+  return qd_variable_query(false, directory, file, variable, info) == found::yes;
 }
 
-int qd_variable_query(bool test_index, const char* directory, const char* file, const char* variable,
-                      qd_var_info& info, qd_file_info* file_info, qd_variable_place* place) {
+found qd_variable_query(bool test_index, const char* directory, const char* file, const char* variable,
+                        qd_var_info& info, qd_file_info* file_info, qd_variable_place* place) {
   info = qd_var_info();
-  if (!qd_two_files_available()) return nothing_told;
-  qd_variable_place found;
+  if (!qd_two_files_available()) return found::unreadable;
+  qd_variable_place seen;
   qd_file_record file_record;
   qd_variable_record record;
-  lookup_result result = qd_look_for_file(directory, file, found.file_path, file_record);
-  if (result == LOOKUP_FOUND)
-    result = qd_look_for_variable(test_index, found.file_path, variable, found.path, record);
-  if (result != LOOKUP_FOUND) return qd_tested(result);
+  found result = qd_look_for_file(directory, file, seen.file_path, file_record);
+  if (result == found::yes)
+    result = qd_look_for_variable(test_index, seen.file_path, variable, seen.path, record);
+  if (result != found::yes) return qd_tested(result);
   // Whoever asks for the values next works with their place in the data file.
-  if (!qd_data_length_fits(file_record, record)) return nothing_told;
-  if (file_info != nullptr && !qd_fill_file_info(found.file_path, file_record, *file_info))
-    return nothing_told;
-  if (place != nullptr) *place = found;
+  if (!qd_data_length_fits(file_record, record)) return found::unreadable;
+  if (file_info != nullptr && !qd_fill_file_info(seen.file_path, file_record, *file_info))
+    return found::unreadable;
+  if (place != nullptr) *place = seen;
   qd_fill_var_info(file_record, record, info);
   info.system = record.kind != KIND_PLAIN && record.implicit == 0;
-  return 0;
+  return found::yes;
 }
 
-int qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
+found qd_special_var_names(const char* directory, const char* file, name_text (&names)[kind_count]) {
   for (name_text& name : names) name[0] = '\0';
   path_text file_path;
-  if (!qd_file_path(directory, file, file_path)) return nothing_told;
+  if (!qd_file_path(directory, file, file_path)) return found::unreadable;
   role_records roles;
   roles.walk(file_path);
   for (int kind = 0; kind < kind_count; ++kind) {
-    if (roles.found[kind]) std::strcpy(names[kind], roles.records[kind].name);
+    if (roles.is_there[kind]) std::strcpy(names[kind], roles.records[kind].name);
   }
-  return roles.is_told ? roles.otherwise : nothing_told;
+  return roles.otherwise;
 }
 
-int qd_special_var_name(const char* directory, const char* file, int kind, name_text& name) {
+found qd_special_var_name(const char* directory, const char* file, int kind, name_text& name) {
   path_text file_path, path;
-  if (!qd_file_path(directory, file, file_path)) return LOOKUP_UNREADABLE;
+  if (!qd_file_path(directory, file, file_path)) return found::unclear;
   qd_variable_record record;
   const walk_end end =
       qd_walk<variable_level>(file_path, path, record, [kind](const qd_variable_record& seen) {
@@ -110,21 +108,21 @@ int qd_special_var_name(const char* directory, const char* file, int kind, name_
   return qd_lookup_result(end);
 }
 
-int qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
+bool qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
   info = qd_file_info();
-  if (!qd_two_files_available()) return 0;
+  if (!qd_two_files_available()) return false;
   // The numbers 1 and 2 are left out: a file that is gone, or that can't be looked up, is the caller's to
   // refuse.
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
-  if (!qd_fill_file_info(path, record, info)) return 0;
+  if (qd_find_file(directory, file, path, record) != found::yes) return false;
+  if (!qd_fill_file_info(path, record, info)) return false;
   if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
-  return 1;
+  return true;
 }
 
-int qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
-                           qd_format_record* y, qd_format_record* z) {
+bool qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
+                            qd_format_record* y, qd_format_record* z) {
   struct {
     qd_format_record* output;
     variable_kind kind;
@@ -136,21 +134,21 @@ int qd_coordinates_formats(int flag, const char* directory, const char* file, qd
   path_text path;
   qd_file_record file_record;
   if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0 ||
-      qd_find_file(directory, file, path, file_record) != LOOKUP_FOUND) {
-    return 1;
+      qd_find_file(directory, file, path, file_record) != found::yes) {
+    return false;
   }
   role_records roles;
   roles.walk(path);
-  int missing = 0;
+  bool all_there = true;
   for (const auto& axis : axes) {
     if (axis.output == nullptr || (axis.kind == KIND_Z && file_record.dimension != 3)) continue;
-    if (roles.found[axis.kind]) {
+    if (roles.is_there[axis.kind]) {
       qu_format_copy(roles.records[axis.kind].format, *axis.output);
     } else {
-      missing = 1;
+      all_there = false;
     }
   }
-  return missing;
+  return all_there;
 }
 
 }  // namespace qrd

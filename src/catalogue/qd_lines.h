@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "util/qu_outcome.h"
+
 namespace qrd {
 
-// Samples of each line: 1, 0 when too many files are open, or -1 when the file has just gone or changed, or
+// Samples of each line. Unclear when too many files are open; no when the file has just gone or changed, or
 // can't be read.
-int qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
+found qd_samples_per_line(const char* directory, const char* file, std::vector<std::int64_t>& counts);
 
 }  // namespace qrd

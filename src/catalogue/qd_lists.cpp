@@ -20,21 +20,21 @@ void add_sorted(std::vector<std::string>& names, string_list& list) {
 }
 
 // A list holds all but what nobody will ever read, or it isn't given at all.
-int listed(walk_end end) {
+found listed(walk_end end) {
   switch (end) {
     case walk_end::parent_gone:
-      return 0;
+      return found::no;
     case walk_end::cannot_list:
     case walk_end::unreadable:
-      return list_unreadable;
+      return found::unreadable;
     default:
-      return 1;
+      return found::yes;
   }
 }
 
 // What the lookup of the parent means for a list.
-int listed_below(lookup_result parent) {
-  return parent == LOOKUP_FOUND ? 1 : parent == LOOKUP_ABSENT ? 0 : list_unreadable;
+found listed_below(found parent) {
+  return parent == found::unclear ? found::unreadable : parent;
 }
 
 // Names of variables: those that the store makes have their places in front, the others are sorted.
@@ -96,7 +96,7 @@ bool passes(const qd_variable_record& record, int mask) {
 
 }  // namespace
 
-int qd_list_directories(string_list& list) {
+found qd_list_directories(string_list& list) {
   std::vector<std::string> names;
   path_text path;
   qd_directory_record record;
@@ -105,31 +105,32 @@ int qd_list_directories(string_list& list) {
         names.emplace_back(directory.name);
         return false;
       });
-  const int result = listed(end);
-  if (result == 1) add_sorted(names, list);
+  const found result = listed(end);
+  if (result == found::yes) add_sorted(names, list);
   return result;
 }
 
-int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
-                  string_list& list) {
+found qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
+                    string_list& list) {
   path_text directory_path, path;
-  if (int found = listed_below(qd_find_directory(directory, directory_path)); found != 1) return found;
+  const found parent = listed_below(qd_find_directory(directory, directory_path));
+  if (parent != found::yes) return parent;
   std::vector<std::string> names;
   qd_file_record record;
   const walk_end end = qd_walk<file_level>(directory_path, path, record, [&](const qd_file_record& file) {
     if (qd_file_fits(file, organisation, dimension)) names.emplace_back(file.name);
     return false;
   });
-  const int result = listed(end);
-  if (result == 1) add_sorted(names, list);
+  const found result = listed(end);
+  if (result == found::yes) add_sorted(names, list);
   return result;
 }
 
-int qd_list_variables(const char* directory, const char* file, int mask, string_list& list) {
+found qd_list_variables(const char* directory, const char* file, int mask, string_list& list) {
   path_text file_path, path;
   qd_file_record file_record;
-  if (int found = listed_below(qd_find_file(directory, file, file_path, file_record)); found != 1)
-    return found;
+  const found parent = listed_below(qd_find_file(directory, file, file_path, file_record));
+  if (parent != found::yes) return parent;
   variable_names names;
   qd_variable_record record;
   const walk_end end =
@@ -137,8 +138,8 @@ int qd_list_variables(const char* directory, const char* file, int mask, string_
         if (passes(variable, mask)) names.add(variable);
         return false;
       });
-  const int result = listed(end);
-  if (result == 1) names.add_to(list);
+  const found result = listed(end);
+  if (result == found::yes) names.add_to(list);
   return result;
 }
 

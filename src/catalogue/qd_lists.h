@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "util/qu_list.h"
+#include "util/qu_outcome.h"
 
 namespace qrd {
 
@@ -16,13 +17,12 @@ enum variable_mask : int {
   MASK_SELECTION = 32  // decides alone: bit length 1 and not VAR_CHAR
 };
 
-// The names, in the order in which clients show them, added to a list, without those that nobody can read. 1;
-// 0 if the catalogue, the directory or the file can't be found; or `list_unreadable` if something can't be
-// read now.
-inline constexpr int list_unreadable = -1;
-int qd_list_directories(string_list& list);
-int qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
-                  string_list& list);
-int qd_list_variables(const char* directory, const char* file, int mask, string_list& list);
+// The names, in the order in which clients show them, added to a list, without those that nobody will ever
+// read. No, or unreadable, of the catalogue, the directory or the file whose names are wanted, and unreadable
+// if one of the objects can't be read now.
+found qd_list_directories(string_list& list);
+found qd_list_files(const char* directory, std::int64_t organisation, std::int64_t dimension,
+                    string_list& list);
+found qd_list_variables(const char* directory, const char* file, int mask, string_list& list);
 
 }  // namespace qrd

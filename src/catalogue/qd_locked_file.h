@@ -11,8 +11,8 @@
 namespace qrd {
 
 struct locked_file {
-  // Finds, locks and reads a file. LOOKUP_UNREADABLE also when somebody else holds it for too long.
-  lookup_result open(const char* directory, const char* name);
+  // Finds, locks and reads a file. Unclear also when somebody else holds it for too long.
+  found open(const char* directory, const char* name);
 
   path_text path = "";
   qd_file_record record;

@@ -27,43 +27,44 @@ bool is_printable(char c) {
 
 }  // namespace
 
-int qd_name_check(const char* name) {
+name_code qd_name_check(const char* name) {
   // The name is stored as it stands, blanks and all, so that the room counts for the untrimmed text.
   bool fits = std::strlen(name) < name_size;
   std::string_view text = qu_trimmed(name);
-  if (text.empty()) return NAME_BLANK;
-  if (!fits) return NAME_TOO_LONG;
+  if (text.empty()) return name_code::blank;
+  if (!fits) return name_code::too_long;
   if (std::find(std::begin(reserved_names), std::end(reserved_names), text) != std::end(reserved_names))
-    return NAME_RESERVED;
-  if (!std::all_of(text.begin(), text.end(), is_printable)) return NAME_NOT_PRINTABLE;
+    return name_code::reserved;
+  if (!std::all_of(text.begin(), text.end(), is_printable)) return name_code::not_printable;
 
   if (text.ends_with(generic_suffix)) text.remove_suffix(generic_suffix.size());
-  if (text.find_first_of(forbidden_characters) != std::string_view::npos) return NAME_FORBIDDEN;
-  return qu_trimmed(text).empty() ? NAME_BLANK : NAME_VALID;
+  if (text.find_first_of(forbidden_characters) != std::string_view::npos) return name_code::forbidden;
+  return qu_trimmed(text).empty() ? name_code::blank : name_code::valid;
 }
 
-int qd_variable_name_check(const char* name, int type) {
-  int code = qd_name_check(name);
-  if (code != NAME_VALID) return code;
+name_code qd_variable_name_check(const char* name, int type) {
+  const name_code code = qd_name_check(name);
+  if (code != name_code::valid) return code;
   // An index is looked for at the very end of a name: behind it, blanks would make a macro unreachable,
   // and can't hide one in a plain name.
-  if (type == VAR_MACRO) return qd_macro_name_kind(name) == index_form::generic ? NAME_VALID : NAME_BAD_MACRO;
+  if (type == VAR_MACRO)
+    return qd_macro_name_kind(name) == index_form::generic ? name_code::valid : name_code::bad_macro;
   const bool is_plain = qd_macro_name_kind(std::string(qu_trimmed(name)).c_str()) == index_form::none;
-  return is_plain ? NAME_VALID : NAME_FORBIDDEN;
+  return is_plain ? name_code::valid : name_code::forbidden;
 }
 
-const char* qd_name_fault(int code, named_object object) {
+const char* qd_name_fault(name_code code, named_object object) {
   switch (code) {
-    case NAME_BLANK:
+    case name_code::blank:
       return "         IS BLANK OR NULL...\n";
-    case NAME_RESERVED:
+    case name_code::reserved:
       return "         IS A RESERVED KEYWORD...\n";
-    case NAME_NOT_PRINTABLE:
+    case name_code::not_printable:
       return "         HAS NON PRINTABLE CHARACTERS...\n";
-    case NAME_FORBIDDEN:
+    case name_code::forbidden:
       return object == named_object::variable ? "         HAS FORBIDDEN CHARACTERS: [ ] or { } ...\n"
                                               : "         HAS FORBIDDEN CHARACTERS: [ or ] ...\n";
-    case NAME_TOO_LONG:
+    case name_code::too_long:
       return "         IS TOO LONG...\n";
     default:
       return "         IS NOT A VALID NEW MACRO VARIABLE NAME...\n";

@@ -3,24 +3,17 @@
 
 namespace qrd {
 
-// Codes of the name check.
-enum name_code : int {
-  NAME_VALID = 0,
-  NAME_BLANK = 1,
-  NAME_RESERVED = 2,
-  NAME_NOT_PRINTABLE = 3,
-  NAME_FORBIDDEN = 4,
-  NAME_TOO_LONG = 5,
-  NAME_BAD_MACRO = 6
+enum class [[nodiscard]] name_code{
+    valid, blank, reserved, not_printable, forbidden, too_long, bad_macro,
 };
-int qd_name_check(const char* name);
+name_code qd_name_check(const char* name);
 
 enum class named_object { directory_or_file, variable };
 
-// The line of the report for a code of the name check other than NAME_VALID.
-const char* qd_name_fault(int code, named_object object);
+// The line of the report for a code other than valid.
+const char* qd_name_fault(name_code code, named_object object);
 
 // The name check with the rules that a variable's type adds.
-int qd_variable_name_check(const char* name, int type);
+name_code qd_variable_name_check(const char* name, int type);
 
 }  // namespace qrd

@@ -44,52 +44,52 @@ walk_end unread_objects::end() const {
   return damaged_ ? walk_end::damaged : walk_end::all_seen;
 }
 
-lookup_result qd_lookup_result(walk_end end) {
+found qd_lookup_result(walk_end end) {
   switch (end) {
     case walk_end::stopped:
-      return LOOKUP_FOUND;
+      return found::yes;
     case walk_end::all_seen:
     case walk_end::parent_gone:
-      return LOOKUP_ABSENT;
+      return found::no;
     case walk_end::damaged:
     case walk_end::unreadable:
     case walk_end::cannot_list:
       break;
   }
-  return LOOKUP_UNREADABLE;
+  return found::unclear;
 }
 
-lookup_result qd_find_directory(const char* directory, path_text& path) {
+found qd_find_directory(const char* directory, path_text& path) {
   qd_directory_record record;
   return qd_find<directory_level>(store.catalogue_path, directory, path, record);
 }
 
-lookup_result qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record) {
+found qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record) {
   path_text directory_path;
-  const lookup_result result = qd_find_directory(directory, directory_path);
-  return result == LOOKUP_FOUND ? qd_find<file_level>(directory_path, file, path, record) : result;
+  const found result = qd_find_directory(directory, directory_path);
+  return result == found::yes ? qd_find<file_level>(directory_path, file, path, record) : result;
 }
 
-int qd_directory_path(const char* directory, path_text& path) {
-  return qd_find_directory(directory, path) == LOOKUP_FOUND;
+bool qd_directory_path(const char* directory, path_text& path) {
+  return qd_find_directory(directory, path) == found::yes;
 }
 
-int qd_file_path_in(const char* directory_path, const char* file, path_text& path) {
+bool qd_file_path_in(const char* directory_path, const char* file, path_text& path) {
   qd_file_record record;
-  return qd_find<file_level>(directory_path, file, path, record) == LOOKUP_FOUND;
+  return qd_find<file_level>(directory_path, file, path, record) == found::yes;
 }
 
-int qd_file_path(const char* directory, const char* file, path_text& path) {
+bool qd_file_path(const char* directory, const char* file, path_text& path) {
   path_text directory_path;
   return qd_directory_path(directory, directory_path) && qd_file_path_in(directory_path, file, path);
 }
 
-int qd_variable_path_in(const char* file_path, const char* variable, path_text& path) {
+bool qd_variable_path_in(const char* file_path, const char* variable, path_text& path) {
   qd_variable_record record;
-  return qd_find<variable_level>(file_path, variable, path, record) == LOOKUP_FOUND;
+  return qd_find<variable_level>(file_path, variable, path, record) == found::yes;
 }
 
-int qd_variable_path(const char* directory, const char* file, const char* variable, path_text& path) {
+bool qd_variable_path(const char* directory, const char* file, const char* variable, path_text& path) {
   path_text file_path;
   return qd_file_path(directory, file, file_path) && qd_variable_path_in(file_path, variable, path);
 }

@@ -5,16 +5,17 @@
 
 namespace qrd {
 
-// Paths of DIRE.<n>, FILE.<m>, VARI.<k>: 1 found, 0 not found or a sibling is corrupted.
-int qd_directory_path(const char* directory, path_text& path);
-int qd_file_path(const char* directory, const char* file, path_text& path);
+// Paths of DIRE.<n>, FILE.<m>, VARI.<k>: true if found, false also if a sibling is corrupted.
+[[nodiscard]] bool qd_directory_path(const char* directory, path_text& path);
+[[nodiscard]] bool qd_file_path(const char* directory, const char* file, path_text& path);
 // `variable` carries no index.
-int qd_variable_path(const char* directory, const char* file, const char* variable, path_text& path);
+[[nodiscard]] bool qd_variable_path(const char* directory, const char* file, const char* variable,
+                                    path_text& path);
 // The same below a known parent path.
-int qd_file_path_in(const char* directory_path, const char* file, path_text& path);
-int qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
+[[nodiscard]] bool qd_file_path_in(const char* directory_path, const char* file, path_text& path);
+[[nodiscard]] bool qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
 // The name under which the catalogue holds a variable: stem[12] and stem{gold} become stem[xxxxx]. False if
 // no object can have it, because it doesn't fit a descriptor.
-bool qd_catalogue_name(const char* variable, name_text& name);
+[[nodiscard]] bool qd_catalogue_name(const char* variable, name_text& name);
 
 }  // namespace qrd

@@ -201,14 +201,14 @@ bool removed_folder::is_out() const {
   return false;
 }
 
-int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
+bool qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant) {
   removed_folder folder(path);
-  if (!folder.is_out()) return 0;
-  if (folder.now() != removed_folder::state::taken) return 1;
+  if (!folder.is_out()) return false;
+  if (folder.now() != removed_folder::state::taken) return true;
   // A path that would be cut can't be looked into.
   const bool can_look = leaves_room(folder.path());
-  if (can_look && !is_meant(folder.path())) return 1;
-  return folder.remove() ? 1 : 0;
+  if (can_look && !is_meant(folder.path())) return true;
+  return folder.remove();
 }
 
 }  // namespace qrd

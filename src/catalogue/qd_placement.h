@@ -28,10 +28,9 @@ inline constexpr numbering directory_numbering{"DIRE.", 2147483646};
 inline constexpr numbering file_numbering{"FILE.", 2147483647};
 inline constexpr numbering variable_numbering{"VARI.", 2147483647};
 
-enum class placement {
-  placed,
-  numbers_used_up,
-  failed  // errno tells why
+enum class [[nodiscard]] placement{
+    placed, numbers_used_up,
+    failed  // errno tells why
 };
 
 // A folder in the making. What has not been placed is removed at the end.
@@ -83,7 +82,7 @@ class removed_folder {
   const char* path() const { return target_.c_str(); }
   // Deletes it; where nothing of it can be deleted it is put back. What can't be deleted after the beginning
   // stays out of the tree, and counts as removed: a left-over. True if it is no longer in the tree.
-  bool remove();
+  [[nodiscard]] bool remove();
   // Deletes of it what can be deleted, the entry with the name `last` behind the others, and tells what
   // can't. It is never put back.
   void discard(std::string_view last);
@@ -101,8 +100,9 @@ class removed_folder {
 
 // Takes an object out of the catalogue and deletes it with all it holds. What another process has already
 // taken away is a success: also where another object has taken its number since, which `is_meant` tells by
-// the files of the folder and which gets its place back. 1, or 0 after a report when it could not be removed:
+// the files of the folder and which gets its place back. False after a report when it could not be removed:
 // nothing has changed then.
-int qd_remove_folder(const char* path, const std::function<bool(const char* folder)>& is_meant);
+[[nodiscard]] bool qd_remove_folder(const char* path,
+                                    const std::function<bool(const char* folder)>& is_meant);
 
 }  // namespace qrd

@@ -64,21 +64,21 @@ void renew_data_descriptor() {
 
 }  // namespace
 
-int qd_init() {
+bool qd_init() {
   renew_data_descriptor();
   store.lock_taken = 1;
   path_text path;
   study_lock_path(path);
   if (file_stream(qu_file_open_n(path, read_binary))) {
     remember_lock(path);
-    return 0;
+    return false;
   }
   file_stream file(qu_file_open_n(path, write_text));
-  if (!file && qu_is_gone(errno)) return 0;
+  if (!file && qu_is_gone(errno)) return false;
   if (!file) qu_fatal("Impossible to write the LOCK file: %s", path);
   remember_lock(path);
   std::fputs("LOCKED", file.get());
-  return 1;
+  return true;
 }
 
 void qd_unlock() {

@@ -3,8 +3,8 @@
 
 namespace qrd {
 
-// 1 if the lock file was made, 0 if it was there, or if another server has just deleted the study.
-int qd_init();
+// True if the lock file was made, false if it was there, or if another server has just deleted the study.
+bool qd_init();
 // Takes the lock file away.
 void qd_unlock();
 

@@ -14,6 +14,7 @@
 #include "disk/qd_variable_descriptor.h"
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
+#include "util/qu_outcome.h"
 #include "util/qu_string.h"
 
 namespace qrd {
@@ -52,13 +53,13 @@ struct variable_level {
   }
 };
 
-enum class walk_end {
-  all_seen,
-  stopped,      // by the visitor
-  damaged,      // all but some whose descriptors nobody will ever understand
-  unreadable,   // all but some whose descriptors can't be read now
-  cannot_list,  // the parent's folder
-  parent_gone   // another server has deleted it
+enum class [[nodiscard]] walk_end{
+    all_seen,
+    stopped,      // by the visitor
+    damaged,      // all but some whose descriptors nobody will ever understand
+    unreadable,   // all but some whose descriptors can't be read now
+    cannot_list,  // the parent's folder
+    parent_gone   // another server has deleted it
 };
 
 // Keeps count of what a walk could not read.
@@ -115,28 +116,27 @@ bool qd_is_still(const char* path, const char* name) {
 }
 
 // Deletes the object of that path if `is_meant(record)` (see qd_remove_folder). A number that another object
-// has taken since the look-up is left alone. 1, or 0 after a report if it can't be removed, or if nobody can
+// has taken since the look-up is left alone. False after a report if it can't be removed, or if nobody can
 // tell which object it is.
 template <typename Level, typename IsMeant>
-int qd_remove_object(const char* path, IsMeant is_meant) {
+[[nodiscard]] bool qd_remove_object(const char* path, IsMeant is_meant) {
   bool can_tell = true;
-  const int removed = qd_remove_folder(path, [&](const char* folder) {
+  const bool removed = qd_remove_folder(path, [&](const char* folder) {
     typename Level::record_type record;
     can_tell = Level::read(folder, record) == object_state::sound;
     return can_tell && is_meant(static_cast<const typename Level::record_type&>(record));
   });
-  return can_tell ? removed : 0;
+  return can_tell && removed;
 }
 template <typename Level>
-int qd_remove_object(const char* path, const char* name) {
+[[nodiscard]] bool qd_remove_object(const char* path, const char* name) {
   return qd_remove_object<Level>(path, [name](const typename Level::record_type& record) {
     return std::strcmp(record.name, name) == 0;
   });
 }
 
-// Results of a look-up; the values are those of the tests.
-enum lookup_result : int { LOOKUP_FOUND = 0, LOOKUP_ABSENT = 1, LOOKUP_UNREADABLE = 2 };
-lookup_result qd_lookup_result(walk_end end);
+// What the end of a walk means for the object that was looked for.
+found qd_lookup_result(walk_end end);
 
 // True if the object is where it was seen last.
 template <typename Level>
@@ -152,9 +152,8 @@ bool qd_find_by_hint(const char* parent, const char* name, path_text& path,
 }
 
 template <typename Level>
-lookup_result qd_find(const char* parent, const char* name, path_text& path,
-                      typename Level::record_type& record) {
-  if (qd_find_by_hint<Level>(parent, name, path, record)) return LOOKUP_FOUND;
+found qd_find(const char* parent, const char* name, path_text& path, typename Level::record_type& record) {
+  if (qd_find_by_hint<Level>(parent, name, path, record)) return found::yes;
   return qd_lookup_result(qd_walk<Level>(
       parent, path, record,
       [name](const typename Level::record_type& seen) { return std::strcmp(seen.name, name) == 0; }));
@@ -162,7 +161,7 @@ lookup_result qd_find(const char* parent, const char* name, path_text& path,
 
 // Look-ups by name from the top of the catalogue, one walk per level. `path` and `record` are those of
 // the object if it was found.
-lookup_result qd_find_directory(const char* directory, path_text& path);
-lookup_result qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record);
+found qd_find_directory(const char* directory, path_text& path);
+found qd_find_file(const char* directory, const char* file, path_text& path, qd_file_record& record);
 
 }  // namespace qrd

@@ -13,7 +13,7 @@ void qu_init(const char* root, const char* name, const char* version);
 
 // Creates and deletes a file WRT_TRY_<random> of a folder, which holds `text` for an instant. `path`
 // receives its name.
-enum class write_test { passed, cannot_create, cannot_delete, folder_gone };
+enum class [[nodiscard]] write_test{passed, cannot_create, cannot_delete, folder_gone};
 write_test qu_write_test(const char* folder, const char* text, path_text& path);
 
 }  // namespace qrd

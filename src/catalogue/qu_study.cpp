@@ -112,14 +112,14 @@ study_opening choose_below_root(const char* wanted, root_text& path, study_choic
   choice.name = default_study_name;
   if (store.running_test != 0) {
     if (std::strcmp(wanted, no_name) == 0) qu_fatal("No more study and no study name on command line");
-    if (!qu_is_path_element(wanted)) return STUDY_OTHER_VERSION;
+    if (!qu_is_path_element(wanted)) return study_opening::other_version;
     choice.name = wanted;
   }
   std::string whole = std::string(store.root_path) + path_separator + choice.name;
-  if (whole.size() >= root_size) return STUDY_TOO_LONG;
+  if (whole.size() >= root_size) return study_opening::too_long;
   qu_string_copy(whole.c_str(), path);
   choice.path = path;
-  return STUDY_OPENED;
+  return study_opening::opened;
 }
 
 // True if another server has deleted the study, or is just deleting it: then its folder stands elsewhere.
@@ -132,10 +132,10 @@ void make_missing_study() {
   if (qu_file_isdirectory(store.study_path) != 0) return;
   if (qu_path_readable(store.study_path))
     qu_fatal("Cannot set study \"%s\" when \"%s\" is a file", store.study_name, store.study_path);
-  int result = qu_study_create(store.study_path, no_name, 1);
+  const study_making result = qu_study_create(store.study_path, no_name, 1);
   // Another server may have made the same default study in this moment.
-  bool made_by_other = result == 1 && qu_file_isdirectory(store.study_path) != 0;
-  if (result != 0 && !made_by_other) qu_fatal("Impossible to create a default study...");
+  const bool made_by_other = result == study_making::exists && qu_file_isdirectory(store.study_path) != 0;
+  if (result != study_making::done && !made_by_other) qu_fatal("Impossible to create a default study...");
 }
 
 bool is_registered(const string_list& all_paths) {
@@ -310,15 +310,16 @@ study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
     else if (!found->empty())
       reached = missing.bring(*found);
   }
-  if (reached == state::gone) return STUDY_GONE;
+  if (reached == state::gone) return study_opening::gone;
   if (reached == state::failed) {
     qu_report_failure("Unable to make the folders of the study", store.study_path);
-    return STUDY_INCOMPLETE;
+    return study_opening::incomplete;
   }
   for (const char* path : {store.tmp_path, store.u_color_path, store.metafile_path, store.cscale_path,
                            store.u_litho_path, store.images_path, store.transfo_path})
-    if (!make_missing_folder(path, missing.waiting(path + qu_folder_of(path).size()))) return STUDY_GONE;
-  return STUDY_OPENED;
+    if (!make_missing_folder(path, missing.waiting(path + qu_folder_of(path).size())))
+      return study_opening::gone;
+  return study_opening::opened;
 }
 
 // Makes all that the chosen study has to have.
@@ -326,11 +327,11 @@ study_opening prepare_study(const char* wanted) {
   study_record record;
   study_fitness fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   for (int look = 1; fitness == study_fitness::unreadable; ++look) {
-    if (is_study_gone()) return STUDY_GONE;
+    if (is_study_gone()) return study_opening::gone;
     if (look == looks_for_missing) qu_fatal("Study Descriptor not found...");
     fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   }
-  if (fitness == study_fitness::other_version) return STUDY_OTHER_VERSION;
+  if (fitness == study_fitness::other_version) return study_opening::other_version;
   units.kept = record.unit_flag != 0;
   keep_marker(record.study_version);
   if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(store.study_path, &record);
@@ -338,33 +339,33 @@ study_opening prepare_study(const char* wanted) {
   set_paths();
   // Of servers that open the study at one moment one makes what is missing, and the others find it whole.
   const folder_lock lock(store.study_path);
-  if (!lock) return qu_is_gone(errno) ? STUDY_GONE : STUDY_IN_USE;
+  if (!lock) return qu_is_gone(errno) ? study_opening::gone : study_opening::in_use;
   qu_study_unmark(store.study_path);
   const bool done = test_write_protection() && require_folder(store.catalogue_path) &&
                     make_definition_folder() && require_folder(store.param_path) &&
                     migrate_anamorphosis_folder() && make_param_folders();
-  return done ? make_study_folders(wanted, lock) : STUDY_GONE;
+  return done ? make_study_folders(wanted, lock) : study_opening::gone;
 }
 
 study_opening open_study(const char* wanted) {
   string_list valid_names, valid_paths, all_names, all_paths;
   if (!qu_study_names_read(-1, false, false, &valid_names, &valid_paths, &all_names, &all_paths))
-    return STUDY_NO_REGISTRY;
+    return study_opening::no_registry;
 
   study_choice choice = {};
   root_text path_below_root;
   const bool is_found = choose_registered(wanted, valid_names, valid_paths, choice);
   if (!is_found) {
     const study_opening below = choose_below_root(wanted, path_below_root, choice);
-    if (below != STUDY_OPENED) return below;
+    if (below != study_opening::opened) return below;
   }
   qu_string_copy(choice.name, store.study_name);
   qu_string_copy(choice.path, store.study_path);
 
   // A registered one that is missing by now has just been deleted.
-  if (is_found && is_study_gone()) return STUDY_GONE;
+  if (is_found && is_study_gone()) return study_opening::gone;
   if (!is_found) make_missing_study();
-  if (!is_registered(all_paths) && !register_study()) return STUDY_NO_REGISTRY;
+  if (!is_registered(all_paths) && !register_study()) return study_opening::no_registry;
   return prepare_study(wanted);
 }
 
@@ -388,36 +389,38 @@ bool qu_path_lies_within(const char* path, const char* folder) {
   return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
 }
 
-int qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
-                    const std::function<bool()>& enter) {
-  if (qu_file_isdirectory(path) != 0) return 1;
+study_making qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
+                             const std::function<bool()>& enter) {
+  if (qu_file_isdirectory(path) != 0) return study_making::exists;
 
   path_text parent;
   qu_string_copy(path, parent);
   qu_file_dirname(parent, parent);
   made_parents parents(parent);
-  if (!parents || !qu_is_valid_path(path)) return 2;
+  if (!parents || !qu_is_valid_path(path)) return study_making::failed;
   study_in_the_making fresh(path);
   study_record record;
   record.unit_flag = with_units;
-  if (!fresh || !qu_study_descriptor_write_n(fresh.path(), &record) || !make_folders(fresh.path())) return 2;
+  if (!fresh || !qu_study_descriptor_write_n(fresh.path(), &record) || !make_folders(fresh.path()))
+    return study_making::failed;
   if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, fresh.path());
-  if (!fresh.place()) return errno == EEXIST ? 1 : 2;
-  if (enter && !enter()) return 2;
+  if (!fresh.place()) return errno == EEXIST ? study_making::exists : study_making::failed;
+  if (enter && !enter()) return study_making::failed;
   fresh.keep();
   parents.keep();
-  return 0;
+  return study_making::done;
 }
 
-int qu_study_open(const char* name) {
+study_opening qu_study_open(const char* name) {
   name_text wanted;
   qu_string_copy(std::strcmp(name, no_name) == 0 ? store.study_name : name, wanted);
   const open_store before;
   // The next one takes the place of a study that goes while it is opened.
   constexpr int attempts = 5;
-  study_opening opening = STUDY_GONE;
-  for (int attempt = 0; attempt < attempts && opening == STUDY_GONE; ++attempt) opening = open_study(wanted);
-  if (opening != STUDY_OPENED) before.put_back();
+  study_opening opening = study_opening::gone;
+  for (int attempt = 0; attempt < attempts && opening == study_opening::gone; ++attempt)
+    opening = open_study(wanted);
+  if (opening != study_opening::opened) before.put_back();
   return opening;
 }
 

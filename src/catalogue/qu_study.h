@@ -11,24 +11,25 @@
 
 namespace qrd {
 
-// 0 done, 1 exists, 2 failed. `template_path` may be "None". `enter`, if there is one, has the last word once
-// the study stands in its place: false is a failure. Nothing is left of one, parents included.
-int qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
-                    const std::function<bool()>& enter = nullptr);
+enum class [[nodiscard]] study_making{done, exists, failed};
+// `template_path` may be "None". `enter`, if there is one, has the last word once the study stands in its
+// place: false is a failure. Nothing is left of one, parents included.
+study_making qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
+                             const std::function<bool()>& enter = nullptr);
 void qu_study_copy_environment(bool first_use, const char* from, const char* to);
 // What came of opening a study; anything but the first leaves open what was.
-enum study_opening : int {
-  STUDY_OPENED = 0,
-  STUDY_OTHER_VERSION = 1,  // that of the study found
-  STUDY_NO_REGISTRY = 2,    // it is there and can't be read
-  STUDY_TOO_LONG = 3,       // the path of a study below this root
-  STUDY_GONE = 4,           // other servers delete what this one wants to open
-  STUDY_IN_USE = 5,         // another server prepares it for too long
-  STUDY_INCOMPLETE = 6      // what it lacks can't be brought now; told
+enum class [[nodiscard]] study_opening{
+    opened,
+    other_version,  // that of the study found
+    no_registry,    // it is there and can't be read
+    too_long,       // the path of a study below this root
+    gone,           // other servers delete what this one wants to open
+    in_use,         // another server prepares it for too long
+    incomplete      // what it lacks can't be brought now; told
 };
 // "None" takes the current name or the first that fits, which also stands in for a name that can't be opened.
 // Other failures are fatal.
-int qu_study_open(const char* name);
+study_opening qu_study_open(const char* name);
 // Which root and which study are open, to be put back after a failure.
 class open_store {
  public:

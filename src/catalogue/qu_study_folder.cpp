@@ -146,12 +146,13 @@ void study_in_the_making::keep() {
   lock_.reset();
 }
 
-int qu_study_take_over(const char* path, const std::function<bool()>& enter) {
+study_taking qu_study_take_over(const char* path, const std::function<bool()>& enter) {
   const std::optional<folder_lock> lock = lock_of_left(path);
-  if (!lock || marked_for(path) != last_element(path) || !has_no_directories(path)) return 1;
-  if (!enter()) return 2;
+  if (!lock || marked_for(path) != last_element(path) || !has_no_directories(path))
+    return study_taking::nothing_left;
+  if (!enter()) return study_taking::failed;
   qu_study_unmark(path);
-  return 0;
+  return study_taking::done;
 }
 
 bool qu_study_remove(const char* path, const std::function<bool()>& unregister) {

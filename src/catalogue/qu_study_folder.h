@@ -30,7 +30,7 @@ class study_in_the_making {
   explicit operator bool() const { return lock_.has_value(); }
   const char* path() const { return path_.c_str(); }
   // False with errno set: EEXIST if there is something of that name.
-  bool place();
+  [[nodiscard]] bool place();
   // Takes off the mark, too.
   void keep();
 
@@ -42,15 +42,19 @@ class study_in_the_making {
   std::optional<sync_pause> pause_{std::in_place};  // until it is waited for as a whole
 };
 
-// Registers by `enter` the study that a dead server has left marked in its place. 0 done; 1 there is no such
-// one: it is not marked for this place, somebody is at work at it or can be, or it has got a directory; 2 it
-// could not be registered, and stays as it was.
+// Registers by `enter` the study that a dead server has left marked in its place.
 // REQUIRES: the registry does not hold the folder.
-int qu_study_take_over(const char* path, const std::function<bool()>& enter);
+enum class [[nodiscard]] study_taking{
+    done,
+    nothing_left,  // not marked for this place, somebody is at work at it or can be, or it has got a
+                   // directory
+    failed         // it could not be registered, and stays as it was
+};
+study_taking qu_study_take_over(const char* path, const std::function<bool()>& enter);
 
 // Takes a study away: out of its place, out of the registry by `unregister`, and deletes it then. False after
 // a report if it stays, and nothing has changed. What can't be deleted at the end is only told.
-bool qu_study_remove(const char* path, const std::function<bool()>& unregister);
+[[nodiscard]] bool qu_study_remove(const char* path, const std::function<bool()>& unregister);
 
 // Ends what dead servers have left beside a study, or beside the place of one: marked folders under working
 // names, and in the registry, whose lists these are, the studies whose deletion was cut.

@@ -344,29 +344,29 @@ void report_no_room(const qd_file_record& record, const char* directory, const c
 }  // namespace
 
 // Fatal numbers: 10 less than one sample; 25 (of st_append_sample on the console) a grid.
-int qd_append_sample(const char* directory, const char* file, std::int64_t samples, const sample_filler& fill,
-                     std::optional<std::int64_t> organisation) {
+bool qd_append_sample(const char* directory, const char* file, std::int64_t samples,
+                      const sample_filler& fill, std::optional<std::int64_t> organisation) {
   if (samples < 1) qu_fatal_number("qd_append_sample", 10);
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
     qu_message("         SAMPLES CREATION FAILED...\n");
-    return 0;
+    return false;
   }
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 0;
+  if (qd_find_file(directory, file, path, record) != found::yes) return false;
   if (record.organisation == ORG_GRID) qu_fatal_number("st_append_sample", 25);
   const folder_lock lock(path);
   if (!lock) {
     report_refusal("THE FILE IS IN USE BY ANOTHER SERVER, OR IS NO MORE", directory, file);
-    return 0;
+    return false;
   }
   // Another server may have made it grow before the lock was to be had.
   if (!qd_settle_columns(path) || qd_file_descriptor_read(path, record) != object_state::sound ||
       std::strcmp(record.name, file) != 0 || record.organisation == ORG_GRID ||
       (organisation && !is_lines(record.organisation))) {
     report_changed(directory, file);
-    return 0;
+    return false;
   }
 
   growth plan;
@@ -375,37 +375,37 @@ int qd_append_sample(const char* directory, const char* file, std::int64_t sampl
                     (qd_line_table_holds(path, record) && record.line_count < missing_int32 - 1);
   if (!plan_growth(record, samples, plan) || !lines_hold || !read_variables(path, variables)) {
     qu_message("CANNOT APPEND SAMPLES.\n");
-    return 0;
+    return false;
   }
   if (!sizes_fit(variables, plan)) {
     qu_message("CANNOT APPEND SAMPLES. FILE WOULD BE TOO BIG.\n");
-    return 0;
+    return false;
   }
   auto is_whole = [&](const growing_variable& v) { return columns_are_there(v, record.sample_count); };
   if (!std::all_of(variables.begin(), variables.end(), is_whole)) {
     qu_message("CANNOT APPEND SAMPLES.\n");
-    return 0;
+    return false;
   }
   file_growth growing(path, record, plan, variables, organisation);
   if (!growing.has_room() || !growing.restore()) {
     report_no_room(record, directory, file);
-    return 0;
+    return false;
   }
   if (!growing.reserve()) {
     report_refusal("THERE IS NOT ENOUGH MEMORY", directory, file);
-    return 0;
+    return false;
   }
   switch (growing.run(fill)) {
     case file_growth::ending::done:
-      return 1;
+      return true;
     case file_growth::ending::file_changed:
       report_changed(directory, file);
-      return 0;
+      return false;
     case file_growth::ending::failed:
       report_no_room(record, directory, file);
-      return 0;
+      return false;
   }
-  return 0;
+  return false;
 }
 
 }  // namespace qrd

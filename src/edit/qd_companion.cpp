@@ -13,11 +13,11 @@
 
 namespace qrd {
 
-int qd_companion_path(const char* directory, const char* file, const char* name, path_text& path) {
+bool qd_companion_path(const char* directory, const char* file, const char* name, path_text& path) {
   path_text folder;
-  if (qd_file_path(directory, file, folder) == 0) return 0;
+  if (!qd_file_path(directory, file, folder)) return false;
   qu_path_join(path, {folder, path_separator, name});
-  return 1;
+  return true;
 }
 
 namespace {

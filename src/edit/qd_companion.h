@@ -9,14 +9,24 @@
 
 namespace qrd {
 
-// The path of a companion of that name; 1, or 0 if the catalogue file has no path.
-int qd_companion_path(const char* directory, const char* file, const char* name, path_text& path);
+// The path of a companion of that name. False if the catalogue file has no path.
+[[nodiscard]] bool qd_companion_path(const char* directory, const char* file, const char* name,
+                                     path_text& path);
 
 // True if the folder is still that file's: its number may have gone to another one since it was looked up.
-bool qd_companion_folder_holds(const char* folder, const char* file);
+[[nodiscard]] bool qd_companion_folder_holds(const char* folder, const char* file);
 
 // A companion of a file that is read. Another server may put a new one in its place meanwhile: this is the
 // one that was opened.
+// What came of reading the geometry in a companion.
+enum class [[nodiscard]] geometry{
+    read,
+    no_file,  // no such directory, or no such file of points
+    none,     // the file has no such companion
+    damaged,
+    unclear  // can't tell, or gone meanwhile
+};
+
 class companion_reader {
  public:
   enum class state {
@@ -27,6 +37,8 @@ class companion_reader {
   companion_reader(const char* path, const char* file);
 
   state opened() const { return state_; }
+  // What one that is not open means for what is to be read from it.
+  geometry unopened() const { return state_ == state::absent ? geometry::none : geometry::unclear; }
   // These are for an open one.
   std::FILE* stream() const { return stream_.get(); }
   std::int64_t bytes() const { return bytes_; }

@@ -32,15 +32,16 @@ const char* prepared_coordinates::create(const char* directory, const char* file
   organisation_ = locked.record.organisation;
   created_.reserve(tables.size() * 3);
   name_text present[kind_count];
-  qd_special_var_names(directory, file, present);
+  // What can't be told now is found out by the tests of the names.
+  static_cast<void>(qd_special_var_names(directory, file, present));
   for (auto table : tables) {
     for (int axis = 0; axis < dimension; ++axis) {
       const builtin_variable& variable = table[static_cast<std::size_t>(axis)];
       if (present[variable.kind][0] != '\0') continue;
       // Nothing keeps a client from taking such a name for a variable of its own.
-      if (qd_variable_test(false, directory, file, variable.name) != 1) return variable.name;
-      if (qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
-                             &units.axis(axis)) == 0)
+      if (qd_variable_test(false, directory, file, variable.name) != found::no) return variable.name;
+      if (!qd_create_variable(directory, file, variable.name, VAR_FLOAT, variable.kind, coordinate_bits,
+                              &units.axis(axis)))
         return variable.name;
       created_.push_back(variable.name);
     }
@@ -57,8 +58,8 @@ void prepared_coordinates::settle() {
   for (const char* name : std::exchange(created_, {})) {
     path_text path;
     qd_variable_record record;
-    if (qd_find<variable_level>(file_path_, name, path, record) == LOOKUP_FOUND)
-      qd_remove_object<variable_level>(path, name);
+    if (qd_find<variable_level>(file_path_, name, path, record) == found::yes)
+      static_cast<void>(qd_remove_object<variable_level>(path, name));
   }
 }
 
@@ -78,7 +79,7 @@ coordinate_variables::status coordinate_variables::select(
     const char* directory, const char* file,
     std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension) {
   name_text names[kind_count];
-  qd_special_var_names(directory, file, names);
+  static_cast<void>(qd_special_var_names(directory, file, names));
   for (auto table : tables) {
     for (std::int64_t axis = 0; axis < dimension; ++axis) {
       const builtin_variable& wanted = table[static_cast<std::size_t>(axis)];
@@ -98,16 +99,17 @@ coordinate_variables::status coordinate_variables::select(
 
 coordinate_variables::status coordinate_variables::select_one(const char* directory, const char* file,
                                                               const builtin_variable& wanted,
-                                                              const char* found) {
-  bool is_there = found[0] != '\0';
-  qu_string_copy(is_there ? found : wanted.name, name_);
+                                                              const char* present) {
+  const bool is_there = present[0] != '\0';
+  qu_string_copy(is_there ? present : wanted.name, name_);
   if (!is_there) return status::not_found;
-  return qd_variable_select(directory, file, name_, UNIT_VARIABLE, variables_[count_].handle) == 0
+  return !qd_variable_select(directory, file, name_, UNIT_VARIABLE, variables_[count_].handle)
              ? status::not_selected
              : status::done;
 }
 
-int coordinate_variables::write(std::int64_t first, std::int64_t last, std::span<const double> values) const {
+bool coordinate_variables::write(std::int64_t first, std::int64_t last,
+                                 std::span<const double> values) const {
   return qd_write_float_free(io_.id, SEL_MASKED, first, last, values);
 }
 

@@ -46,7 +46,7 @@ std::vector<initial_samples> qd_axis_content(const builtin_variable (&table)[3],
 // turn, axis by axis.
 class coordinate_variables {
  public:
-  enum class status { done, not_found, not_selected, not_bound };
+  enum class [[nodiscard]] status{done, not_found, not_selected, not_bound};
   status select(const char* directory, const char* file,
                 std::initializer_list<std::span<const builtin_variable, 3>> tables, std::int64_t dimension);
   // Where select() failed: the position of the variable, and its name in the file (or, if the file has
@@ -54,12 +54,12 @@ class coordinate_variables {
   std::int64_t position() const { return count_; }
   const char* name() const { return name_; }
 
-  // Values variable by variable, for the samples first to last. 1 or 0.
-  int write(std::int64_t first, std::int64_t last, std::span<const double> values) const;
+  // Values variable by variable, for the samples first to last. False if they can't be written.
+  [[nodiscard]] bool write(std::int64_t first, std::int64_t last, std::span<const double> values) const;
 
  private:
   status select_one(const char* directory, const char* file, const builtin_variable& wanted,
-                    const char* found);
+                    const char* present);
 
   static constexpr std::int64_t most = 9;
   selected_variable variables_[most];

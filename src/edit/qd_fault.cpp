@@ -17,9 +17,17 @@ namespace qrd {
 
 namespace {
 
-int fault_path(const char* directory, const char* file, fault_variant variant, path_text& path) {
+bool fault_path(const char* directory, const char* file, fault_variant variant, path_text& path) {
   constexpr const char* names[] = {"FAULT", "FAULT.TMP", "FAULT.TM1"};
   return qd_companion_path(directory, file, names[variant], path);
+}
+
+// The path of the faults of a file: read if they can be looked for.
+geometry find_faults(const char* directory, const char* file, fault_variant variant, path_text& path) {
+  const found test = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
+  if (test == found::no) return geometry::no_file;
+  return test == found::yes && fault_path(directory, file, variant, path) ? geometry::read
+                                                                          : geometry::unclear;
 }
 
 enum class header_state { read, damaged, failed };
@@ -33,55 +41,58 @@ header_state read_header(const companion_reader& companion, fault_info& info) {
   return read ? header_state::read : header_state::damaged;
 }
 
-// Clears the place of a file to be written: 0, 1 if something is there that can't be judged, 3 if it is
-// sound.
-int make_way(const char* path, const char* file) {
+// Clears the place of a file to be written; it fails if something is there that can't be judged.
+fault_writing make_way(const char* path, const char* file) {
   companion_reader present(path, file);
   if (present.opened() == companion_reader::state::open) {
     fault_info info;
     const header_state state = read_header(present, info);
-    if (state == header_state::read) return 3;
+    if (state == header_state::read) return fault_writing::already_faulted;
     if (state == header_state::damaged) present.set_aside();
   }
-  return access(path, F_OK) == 0 ? 1 : 0;
+  return access(path, F_OK) == 0 ? fault_writing::failed : fault_writing::done;
 }
 
 }  // namespace
 
-int qd_fault_info(const char* directory, const char* file, fault_variant variant, fault_info& info) {
-  if (int test = qd_file_test(ORG_ANY, DIM_ANY, directory, file); test != 0) return test;
+geometry qd_fault_info(const char* directory, const char* file, fault_variant variant, fault_info& info) {
   path_text path;
-  if (fault_path(directory, file, variant, path) == 0) return 2;
+  if (const geometry state = find_faults(directory, file, variant, path); state != geometry::read)
+    return state;
   companion_reader companion(path, file);
-  if (companion.opened() != companion_reader::state::open)
-    return companion.opened() == companion_reader::state::absent ? 1 : 2;
+  if (companion.opened() != companion_reader::state::open) return companion.unopened();
   const header_state state = read_header(companion, info);
   if (state == header_state::damaged) qu_message("Fault file corrupted: %s\n", path);
-  return state == header_state::read ? 0 : state == header_state::damaged ? 1 : 2;
+  if (state == header_state::read) return geometry::read;
+  return state == header_state::damaged ? geometry::damaged : geometry::unclear;
 }
 
-int qd_fault_write(const char* directory, const char* file, fault_variant variant, fault_system& system) {
-  if (qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr) == 0) return 2;
+fault_writing qd_fault_write(const char* directory, const char* file, fault_variant variant,
+                             fault_system& system) {
+  if (!qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr))
+    return fault_writing::failed;
   path_text folder, path;
-  if (qd_file_path(directory, file, folder) == 0 || fault_path(directory, file, variant, path) == 0) return 2;
+  if (!qd_file_path(directory, file, folder) || !fault_path(directory, file, variant, path))
+    return fault_writing::failed;
   // Until here another server may have deleted the file, and a new one have taken its number, or it may have
   // faults by now.
   const folder_lock lock(folder);
-  if (!lock || !lock.is_at(folder) || !qd_companion_folder_holds(folder, file)) return 1;
-  if (int state = make_way(path, file); state != 0) return state;
+  if (!lock || !lock.is_at(folder) || !qd_companion_folder_holds(folder, file)) return fault_writing::failed;
+  if (const fault_writing state = make_way(path, file); state != fault_writing::done) return state;
   const auto write = [&system](XDR* xdr) { return qd_fault_system_write(xdr, system); };
-  return qd_object_file_replace(path, write) == object_state::sound ? 0 : 1;
+  return qd_object_file_replace(path, write) == object_state::sound ? fault_writing::done
+                                                                    : fault_writing::failed;
 }
 
-int qd_fault_read(const char* directory, const char* file, fault_variant variant,
-                  std::unique_ptr<fault_system>& system) {
+geometry qd_fault_read(const char* directory, const char* file, fault_variant variant,
+                       std::unique_ptr<fault_system>& system) {
   path_text path;
-  if (qd_file_test(ORG_ANY, DIM_ANY, directory, file) != 0 || fault_path(directory, file, variant, path) == 0)
-    return 2;
+  if (const geometry state = find_faults(directory, file, variant, path); state != geometry::read)
+    return state;
   companion_reader companion(path, file);
-  if (companion.opened() != companion_reader::state::open) return 2;
+  if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
-  if (!xdr) return 2;
+  if (!xdr) return geometry::unclear;
   std::int64_t version = 0;
   fault_info info;
   bool read = qd_fault_header_read(xdr.get(), version, info);
@@ -93,14 +104,14 @@ int qd_fault_read(const char* directory, const char* file, fault_variant variant
     read = qd_fault_segments_read(xdr.get(), version, *system);
   }
   // The records end with the file: a failure of the disk must not look like the end.
-  if (!companion.is_whole()) return 2;
+  if (!companion.is_whole()) return geometry::unclear;
   if (!read) {
     companion.set_aside();
-    return 1;
+    return geometry::damaged;
   }
   // What is missing keeps the distance format.
   qd_coordinates_formats(1, directory, file, &system->unit_x, &system->unit_y, &system->unit_z);
-  return 0;
+  return geometry::read;
 }
 
 }  // namespace qrd

@@ -63,87 +63,88 @@ bool names_are_distinct(checked_array<line_name>& names) {
   return false;
 }
 
-// 0 all samples name their line, 1 they don't, 2 problem.
-int check_names(const char* directory, const char* file, const char* variable) {
+// True if all samples name their line.
+bool check_names(const char* directory, const char* file, const char* variable) {
   selected_variable selected;
-  if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle) == 0) return 2;
+  if (!qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle)) return false;
   const qd_selected_entry& entry = *sample_tables.selected[selected.handle.entry - 1];
   std::int64_t count = entry.sample_count, width = entry.bytes_per_sample, bytes = 0;
-  if (entry.implicit != 0 || count < 0 || width < 1 || __builtin_mul_overflow(count, width, &bytes)) return 2;
+  if (entry.implicit != 0 || count < 0 || width < 1 || __builtin_mul_overflow(count, width, &bytes))
+    return false;
 
   checked_array<char> texts;
   checked_array<line_name> names;
-  if (!texts.allocate(bytes) || !names.allocate(count)) return 2;
+  if (!texts.allocate(bytes) || !names.allocate(count)) return false;
   io_record io;
   io.id = qd_set_io(qd_variable_handle{}, 1, &selected.handle);
   for (std::int64_t first = 1; first <= count; first += samples_chunk) {
     std::int64_t last = std::min(count, first + samples_chunk - 1), given = 0;
     const auto place = qd_text_bytes(texts).subspan(static_cast<std::size_t>((first - 1) * width));
-    if (qd_read_char_free(io.id, SEL_MASKED, first, last, &given, place) == 0) return 2;
+    if (!qd_read_char_free(io.id, SEL_MASKED, first, last, &given, place)) return false;
   }
   for (std::int64_t i = 0; i < count; ++i) {
     const char* text = texts.data() + i * width;
     names[i] = {qu_trimmed({text, strnlen(text, static_cast<std::size_t>(width))}), i + 1};
   }
-  return names_are_distinct(names) ? 0 : 1;
+  return names_are_distinct(names);
 }
 
 bool read_variable(const char* directory, const char* file, const char* variable, path_text& path,
                    qd_variable_record& record) {
-  return qd_variable_path(directory, file, variable, path) != 0 &&
+  return qd_variable_path(directory, file, variable, path) &&
          qd_variable_descriptor_read(path, record) == object_state::sound;
 }
 
-// Gives a text variable the role of the former one, in one change: 0, or 2.
-int take_role(const char* directory, const char* file, const char* variable) {
+// Gives a text variable the role of the former one, in one change.
+bool take_role(const char* directory, const char* file, const char* variable) {
   name_text former_name;
-  const int former = qd_special_var_name(directory, file, KIND_LINE_NAME, former_name);
-  if (former == 2) return 2;
+  const found former = qd_special_var_name(directory, file, KIND_LINE_NAME, former_name);
+  if (former != found::yes && former != found::no) return false;
   path_text path;
   qd_variable_record record;
   descriptor_changes changes;
-  if (former == 0 && std::strcmp(former_name, variable) != 0) {
-    if (!read_variable(directory, file, former_name, path, record)) return 2;
+  if (former == found::yes && std::strcmp(former_name, variable) != 0) {
+    if (!read_variable(directory, file, former_name, path, record)) return false;
     record.kind = KIND_PLAIN;
-    if (!changes.add(path, record)) return 2;
+    if (!changes.add(path, record)) return false;
   }
-  if (!read_variable(directory, file, variable, path, record) || record.type != VAR_CHAR) return 2;
+  if (!read_variable(directory, file, variable, path, record) || record.type != VAR_CHAR) return false;
   record.kind = KIND_LINE_NAME;
-  return changes.add(path, record) && changes.commit() ? 0 : 2;
+  return changes.add(path, record) && changes.commit();
 }
 
 }  // namespace
 
-int qd_var_as_line_name(const char* directory, const char* file, const char* variable) {
+bool qd_var_as_line_name(const char* directory, const char* file, const char* variable) {
   qd_file_info info;
-  if (qd_info_file(directory, file, info, nullptr) == 0) return 2;
+  if (!qd_info_file(directory, file, info, nullptr)) return false;
   if (info.organisation != ORG_POINTS) {
     qu_message("You can only modify an Alphanumerical variable into Line Name Variable of a Points file\n");
-    return 1;
+    return false;
   }
-  if (qd_check_variable(CLASS_CHAR, directory, file, no_name, variable, nullptr, nullptr) == 0) {
+  if (!qd_check_variable(CLASS_CHAR, directory, file, no_name, variable, nullptr, nullptr)) {
     qu_message("You can only modify an Alphanumerical variable into Line Name Variable.\n");
-    return 1;
+    return false;
   }
   name_text partner;
-  if (qd_get_link(directory, file, partner) != 0) {
+  if (qd_get_link(directory, file, partner) != found::yes) {
     qu_message("You cannot have a Line Name variable in a not linked Points file.");
-    return 1;
+    return false;
   }
 
   locked_file target;
   path_text path;
   qd_variable_record record;
-  if (target.open(directory, file) != LOOKUP_FOUND || !read_variable(directory, file, variable, path, record))
-    return 2;
+  if (target.open(directory, file) != found::yes || !read_variable(directory, file, variable, path, record))
+    return false;
   if (record.type != VAR_CHAR) {
     qu_message("The new Line Name variable must be an Alphanumerical Variable.\n");
-    return 1;
+    return false;
   }
-  if (int status = check_names(directory, file, variable); status != 0) return status;
-  const int taken = take_role(directory, file, variable);
-  if (taken != 0) qu_message("Impossible to write the variable descriptor");
-  return taken;
+  if (!check_names(directory, file, variable)) return false;
+  if (take_role(directory, file, variable)) return true;
+  qu_message("Impossible to write the variable descriptor");
+  return false;
 }
 
 }  // namespace qrd

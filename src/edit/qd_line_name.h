@@ -5,7 +5,7 @@
 
 namespace qrd {
 
-// 0 done, 1 refused with a message, 2 problem.
-int qd_var_as_line_name(const char* directory, const char* file, const char* variable);
+// False if it can't be, which is told where the fault is the caller's.
+[[nodiscard]] bool qd_var_as_line_name(const char* directory, const char* file, const char* variable);
 
 }  // namespace qrd

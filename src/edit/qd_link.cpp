@@ -26,7 +26,7 @@ namespace {
 class linked_files {
  public:
   struct file : locked_file {
-    lookup_result found = LOOKUP_ABSENT;
+    found state = found::no;
     bool changed = false;
   };
 
@@ -34,14 +34,14 @@ class linked_files {
   linked_files(const char* directory, const std::set<std::string>& names) {
     for (const std::string& name : names) {
       file& side = files_[name];
-      side.found = side.open(directory, name.c_str());
+      side.state = side.open(directory, name.c_str());
     }
   }
 
   // The file of a name that was asked for, or null if it can't be had.
   file* get(const char* name) {
     const auto side = files_.find(name);
-    return side != files_.end() && side->second.found == LOOKUP_FOUND ? &side->second : nullptr;
+    return side != files_.end() && side->second.state == found::yes ? &side->second : nullptr;
   }
 
   // Ends the link of a file on both sides; a partner that is no more is told. False if the partner is there
@@ -49,8 +49,8 @@ class linked_files {
   bool end(file& side, bool reset_line_name) {
     if (side.record.link_name[0] == '\0') return true;
     const auto partner = files_.find(side.record.link_name);
-    if (partner == files_.end() || partner->second.found == LOOKUP_UNREADABLE) return false;
-    if (partner->second.found == LOOKUP_ABSENT)
+    if (partner == files_.end() || partner->second.state == found::unclear) return false;
+    if (partner->second.state == found::no)
       qu_message("WARNING: The Linked File %s does not exist", side.record.link_name);
     else if (!free(partner->second, reset_line_name))
       return false;
@@ -85,8 +85,8 @@ class linked_files {
     const walk_end end = qd_walk<variable_level>(
         points_path, path, record,
         [](const qd_variable_record& seen) { return seen.type != VAR_MACRO && seen.kind == KIND_LINE_NAME; });
-    const lookup_result found = qd_lookup_result(end);
-    if (found != LOOKUP_FOUND) return found == LOOKUP_ABSENT;
+    const found state = qd_lookup_result(end);
+    if (state != found::yes) return state == found::no;
     record.kind = KIND_PLAIN;
     return changes_.add(path, record);
   }
@@ -100,29 +100,29 @@ std::set<std::string> with_partner(const char* directory, const char* name) {
   std::set<std::string> names = {name};
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, name, path, record) == LOOKUP_FOUND && record.link_name[0] != '\0')
+  if (qd_find_file(directory, name, path, record) == found::yes && record.link_name[0] != '\0')
     names.insert(record.link_name);
   return names;
 }
 
-int report_failure(const char* file) {
+bool report_failure(const char* file) {
   qu_message("WARNING: LINK DELETION FAILED, THE FILE %s IS NO MORE,\n", file);
   qu_message("         OR A DESCRIPTOR CANNOT BE WRITTEN\n");
-  return 0;
+  return false;
 }
 
-int delete_link(const char* directory, const char* file, bool reset_line_name, bool commit) {
-  if (!qd_two_files_available("LINK DELETION FAILED")) return 0;
+bool delete_link(const char* directory, const char* file, bool reset_line_name, bool commit) {
+  if (!qd_two_files_available("LINK DELETION FAILED")) return false;
   linked_files files(directory, with_partner(directory, file));
   linked_files::file* side = files.get(file);
   if (side == nullptr || !files.end(*side, reset_line_name) || !files.write(commit))
     return report_failure(file);
-  return 1;
+  return true;
 }
 
 }  // namespace
 
-int qd_create_link(const char* directory, const char* lines_file, const char* points_file) {
+bool qd_create_link(const char* directory, const char* lines_file, const char* points_file) {
   std::set<std::string> names = with_partner(directory, lines_file);
   names.merge(with_partner(directory, points_file));
   linked_files files(directory, names);
@@ -130,39 +130,39 @@ int qd_create_link(const char* directory, const char* lines_file, const char* po
   linked_files::file* lines = files.get(lines_file);
   if (points == nullptr || lines == nullptr || points->record.organisation != ORG_POINTS ||
       !is_lines(lines->record.organisation) || !files.end(*points, true) || !files.end(*lines, true))
-    return 0;
+    return false;
   files.set_link(*points, lines_file);
   files.set_link(*lines, points_file);
-  return files.write(true) ? 1 : 0;
+  return files.write(true);
 }
 
-int qd_delete_link(const char* directory, const char* file, bool reset_line_name) {
+bool qd_delete_link(const char* directory, const char* file, bool reset_line_name) {
   return delete_link(directory, file, reset_line_name, true);
 }
 
 bool qd_link_can_be_deleted(const char* directory, const char* file) {
-  return delete_link(directory, file, true, false) != 0;
+  return delete_link(directory, file, true, false);
 }
 
-int qd_forget_partner(const char* directory, const char* file, const char* deleted) {
+bool qd_forget_partner(const char* directory, const char* file, const char* deleted) {
   linked_files files(directory, {file});
   linked_files::file* side = files.get(file);
-  if (side == nullptr || std::strcmp(side->record.link_name, deleted) != 0) return 1;
-  return files.free(*side, true) && files.write(true) ? 1 : report_failure(file);
+  if (side == nullptr || std::strcmp(side->record.link_name, deleted) != 0) return true;
+  return (files.free(*side, true) && files.write(true)) || report_failure(file);
 }
 
-int qd_get_link(const char* directory, const char* file, name_text& partner) {
-  if (!qd_two_files_available()) return 2;
+found qd_get_link(const char* directory, const char* file, name_text& partner) {
+  if (!qd_two_files_available()) return found::unclear;
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, file, path, record) != LOOKUP_FOUND) return 2;
-  if (record.link_name[0] == '\0') return 1;
-  if (qd_file_path(directory, record.link_name, path) == 0) {
+  if (qd_find_file(directory, file, path, record) != found::yes) return found::unclear;
+  if (record.link_name[0] == '\0') return found::no;
+  if (!qd_file_path(directory, record.link_name, path)) {
     qu_message("WARNING: Linked File %s does not exist", record.link_name);
-    return 2;
+    return found::unclear;
   }
   qu_string_copy(record.link_name, partner);
-  return 0;
+  return found::yes;
 }
 
 }  // namespace qrd

@@ -31,9 +31,6 @@ namespace {
 
 constexpr char function[] = "qd_create_macro_variable_indices";
 
-// The result when another server has deleted the variable.
-constexpr int gone = -1;
-
 struct macro_target {
   locked_file file;
   path_text path;
@@ -80,20 +77,20 @@ class slot_table {
   std::vector<std::int64_t> slots_;
 };
 
-// 1, 0 or -1 as the operation. The file stays locked, so that no other server adds samples or indices
-// meanwhile.
-int find_target(const char* directory, const char* file, const char* variable, macro_target& target) {
-  if (target.file.open(directory, file) != LOOKUP_FOUND || !qd_settle_columns(target.file.path) ||
+// The file stays locked, so that no other server adds samples or indices meanwhile.
+macro_growth find_target(const char* directory, const char* file, const char* variable,
+                         macro_target& target) {
+  if (target.file.open(directory, file) != found::yes || !qd_settle_columns(target.file.path) ||
       qd_file_descriptor_read(target.file.path, target.file.record) != object_state::sound ||
-      qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != LOOKUP_FOUND)
-    return gone;
+      qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != found::yes)
+    return macro_growth::gone;
   if (target.variable.type != VAR_MACRO) qu_fatal("%s: Not a Macro Variable...", function);
   qu_path_join(target.data_path, {target.path, path_separator, data_file_name});
 
   // Selecting the variable once puts a compressed data file back.
   selected_variable selected;
-  if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle) != 0) return 1;
-  return qd_folder_gone(target.path) ? gone : 0;
+  if (qd_variable_select(directory, file, variable, UNIT_NONE, selected.handle)) return macro_growth::done;
+  return qd_folder_gone(target.path) ? macro_growth::gone : macro_growth::refused;
 }
 
 bool check_arguments(const new_indices& added) {
@@ -231,23 +228,24 @@ bool write_descriptor(const macro_target& target, const qd_macro_descr& merged) 
 
 }  // namespace
 
-int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
-                                     std::int64_t count, const std::int64_t* indices,
-                                     const char* const* alpha, std::string* refusal) {
+macro_growth qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
+                                              std::int64_t count, const std::int64_t* indices,
+                                              const char* const* alpha, std::string* refusal) {
   const auto not_written = [&] {
     if (refusal != nullptr)
       *refusal = std::string("Problem while writing ") + directory + "/" + file + "/" + variable;
-    return 0;
+    return macro_growth::refused;
   };
   if (!qd_two_files_available("VARIABLE CREATION FAILED")) return not_written();
   macro_target target;
-  if (int found = find_target(directory, file, variable, target); found != 1)
-    return found == 0 ? not_written() : found;
+  const macro_growth looked = find_target(directory, file, variable, target);
+  if (looked == macro_growth::refused) return not_written();
+  if (looked != macro_growth::done) return looked;
   macro_descriptor old(qd_macro_descr_read(target.path));
-  if (!old) return gone;
+  if (!old) return macro_growth::gone;
 
   const new_indices added{count, indices, alpha};
-  if (!check_arguments(added)) return 0;
+  if (!check_arguments(added)) return macro_growth::refused;
   const slot_table known(*old);
   std::int64_t conflict = -1;
   std::int64_t missing = first_missing(*old, known, added, conflict);
@@ -258,25 +256,26 @@ int qd_create_macro_variable_indices(const char* directory, const char* file, co
                              " != " + added.text(conflict) + ")";
     if (refusal == nullptr) qu_fatal("%s : %s", function, text.c_str());
     *refusal = function + (" : " + text);
-    return 0;
+    return macro_growth::refused;
   }
-  if (missing == count && (alpha != nullptr) == (old->alpha_indices.get() != nullptr)) return 1;
+  if (missing == count && (alpha != nullptr) == (old->alpha_indices.get() != nullptr))
+    return macro_growth::done;
 
   qd_macro_descr merged;
   std::vector<std::string> texts;
   merge(*old, known, added, merged, texts);
-  if (!texts_are_distinct(texts, variable)) return 0;
+  if (!texts_are_distinct(texts, variable)) return macro_growth::refused;
   for (const std::string& text : texts) merged.alpha_indices.add(text.c_str(), name_size);
 
-  if (!can_open_data_file(target)) return gone;
+  if (!can_open_data_file(target)) return macro_growth::gone;
   growing_data_file grown;
   const std::int64_t columns = old->slot_count();
   if (add_columns(target, columns, merged.slot_count() - columns, descriptor_room(merged, texts.size()),
                   grown)) {
-    if (write_descriptor(target, merged)) return 1;
+    if (write_descriptor(target, merged)) return macro_growth::done;
     grown.undo();
   }
-  if (qd_folder_gone(target.path)) return gone;
+  if (qd_folder_gone(target.path)) return macro_growth::gone;
   if (qd_capacity_is_damaged(target.file.record))
     qd_report_damaged_capacity(directory, file);
   else

@@ -6,12 +6,16 @@
 
 namespace qrd {
 
-// 1, 0 after a report, or -1 when another server has deleted the variable since the caller's test. `alpha`
-// holds one text per index, or is null. After a 0 `refusal` holds what a client is to be told: it stays empty
-// for texts that can't be taken, which clients know to get no answer. Adding a present index with another
-// text than its own is fatal without it.
-int qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
-                                     std::int64_t count, const std::int64_t* indices,
-                                     const char* const* alpha, std::string* refusal = nullptr);
+enum class [[nodiscard]] macro_growth{
+    done,
+    refused,  // after a report
+    gone      // another server has deleted the variable since the caller's test
+};
+// `alpha` holds one text per index, or is null. `refusal` gets what a client is to be told of a refusal: it
+// stays empty for texts that can't be taken, which clients know to get no answer. Adding a present index with
+// another text than its own is fatal without it.
+macro_growth qd_create_macro_variable_indices(const char* directory, const char* file, const char* variable,
+                                              std::int64_t count, const std::int64_t* indices,
+                                              const char* const* alpha, std::string* refusal = nullptr);
 
 }  // namespace qrd

@@ -65,9 +65,9 @@ void forget_selected_below(const char* path) {
 }
 
 template <typename Level>
-int remove_with_selections(const char* path, const char* name) {
-  int removed = qd_remove_object<Level>(path, name);
-  if (removed != 0) forget_selected_below(path);
+bool remove_with_selections(const char* path, const char* name) {
+  const bool removed = qd_remove_object<Level>(path, name);
+  if (removed) forget_selected_below(path);
   return removed;
 }
 
@@ -162,19 +162,19 @@ qd_file_record empty_file_record(const char* name, std::int64_t organisation, st
 // Another server may make or delete an object between the caller's test and these operations. That is a
 // failure like others: the fatal numbers are for what no other process can bring about.
 
-int qd_create_directory(const char* name) {
-  if (int code = qd_name_check(name); code != NAME_VALID) {
+bool qd_create_directory(const char* name) {
+  if (const name_code code = qd_name_check(name); code != name_code::valid) {
     qu_message("\n\nWARNING: THE NAME OF THE DIRECTORY TO BE CREATED\n");
     qu_message("%s", qd_name_fault(code, named_object::directory_or_file));
     qu_message("         DIRECTORY NAME: >>>%s<<<\n\n", name);
-    return 0;
+    return false;
   }
-  if (!qd_two_files_available("DIRECTORY CREATION FAILED")) return 0;
+  if (!qd_two_files_available("DIRECTORY CREATION FAILED")) return false;
   path_text path;
-  if (qd_find_directory(name, path) != LOOKUP_ABSENT) {
+  if (qd_find_directory(name, path) != found::no) {
     report_unexpected("DIRECTORY TO BE CREATED", "EXISTS ALREADY");
     name_directory(name);
-    return 0;
+    return false;
   }
 
   prepared_object folder(store.catalogue_path);
@@ -184,7 +184,7 @@ int qd_create_directory(const char* name) {
       qd_directory_descriptor_write(folder.path(), name) == object_state::sound) {
     // Another server may have made one of that name until the lock was to be had.
     const folder_lock lock(store.catalogue_path);
-    if (lock && qd_find_directory(name, path) == LOOKUP_ABSENT)
+    if (lock && qd_find_directory(name, path) == found::no)
       placed = folder.place(directory_numbering);
     else
       has_changed = true;
@@ -192,63 +192,63 @@ int qd_create_directory(const char* name) {
   if (has_changed) {
     report_unexpected("DIRECTORY TO BE CREATED", "EXISTS ALREADY");
     name_directory(name);
-    return 0;
+    return false;
   }
   switch (placed) {
     case placement::placed:
-      return 1;
+      return true;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING DIRECTORY CREATION, STUDY REACHED\n");
       qu_message("         MAXIMUM NUMBER OF DIRECTORIES (%d)\n", std::numeric_limits<std::int32_t>::max());
       name_directory(name);
-      return 0;
+      return false;
     case placement::failed:
       report_full("DIRECTORY");
       name_directory(name);
       qu_message("         FILE PATH: >>>%s<<<\n\n", store.catalogue_path);
-      return 0;
+      return false;
   }
-  return 0;
+  return false;
 }
 
-int qd_delete_directory(const char* name) {
-  if (!qd_two_files_available("DIRECTORY DELETION FAILED")) return 0;
+bool qd_delete_directory(const char* name) {
+  if (!qd_two_files_available("DIRECTORY DELETION FAILED")) return false;
   path_text path;
-  if (qd_directory_path(name, path) == 0) {
+  if (!qd_directory_path(name, path)) {
     report_unexpected("DIRECTORY TO BE DELETED", "IS NO MORE");
     name_directory(name);
-    return 0;
+    return false;
   }
   return remove_with_selections<directory_level>(path, name);
 }
 
 // Fatal number: 35 no organisation.
-int qd_create_file(const char* directory, const char* name, std::int64_t organisation, std::int64_t dimension,
-                   const qd_grid_record* grid, file_content* content) {
-  if (!qd_two_files_available("FILE CREATION FAILED")) return 0;
+bool qd_create_file(const char* directory, const char* name, std::int64_t organisation,
+                    std::int64_t dimension, const qd_grid_record* grid, file_content* content) {
+  if (!qd_two_files_available("FILE CREATION FAILED")) return false;
   path_text directory_path, existing_path;
   qd_file_record existing;
-  if (qd_directory_path(directory, directory_path) == 0 ||
-      qd_find<file_level>(directory_path, name, existing_path, existing) != LOOKUP_ABSENT) {
+  if (!qd_directory_path(directory, directory_path) ||
+      qd_find<file_level>(directory_path, name, existing_path, existing) != found::no) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
     name_file(directory, name);
-    return 0;
+    return false;
   }
-  if (int code = qd_name_check(name); code != NAME_VALID) {
+  if (const name_code code = qd_name_check(name); code != name_code::valid) {
     qu_message("\n WARNING: THE NAME OF THE FILE TO BE CREATED\n");
     qu_message("%s", qd_name_fault(code, named_object::directory_or_file));
     name_directory(directory);
     qu_message("          BAD FILE NAME: >>>%s<<<\n", name);
-    return 0;
+    return false;
   }
   if (organisation != ORG_POINTS && organisation != ORG_GRID && !is_lines(organisation))
     qu_fatal_number("qd_create_file", 35);
 
   qd_file_record record = empty_file_record(name, organisation, dimension);
-  if (organisation == ORG_GRID && !set_grid(grid != nullptr ? *grid : qd_grid_record(), record)) return 0;
+  if (organisation == ORG_GRID && !set_grid(grid != nullptr ? *grid : qd_grid_record(), record)) return false;
   if (content != nullptr && !qd_set_sample_count(content->sample_count, record)) {
     qu_message("CAN'T CREATE FILE.\n");
-    return 0;
+    return false;
   }
   // As a growth leaves it: a 2D file is read with one node along Z.
   if (record.sample_count > 0 && dimension == 2) record.grid.nz = 1;
@@ -259,7 +259,7 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
   if (folder && write_file_files(folder.path(), record, content)) {
     const folder_lock lock(directory_path);
     if (lock && qd_is_still<directory_level>(directory_path, directory) &&
-        qd_find<file_level>(directory_path, name, existing_path, existing) == LOOKUP_ABSENT)
+        qd_find<file_level>(directory_path, name, existing_path, existing) == found::no)
       placed = folder.place(file_numbering);
     else
       has_changed = true;
@@ -268,43 +268,43 @@ int qd_create_file(const char* directory, const char* name, std::int64_t organis
       (has_changed || !qd_is_still<directory_level>(directory_path, directory))) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
     name_file(directory, name);
-    return 0;
+    return false;
   }
   switch (placed) {
     case placement::placed:
-      return 1;
+      return true;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING FILE CREATION, DIRECTORY REACHED\n");
       qu_message("         MAXIMUM NUMBER OF FILES (%d)\n", std::numeric_limits<std::int32_t>::max());
       name_file(directory, name);
-      return 0;
+      return false;
     case placement::failed:
       report_full("FILE");
       name_file(directory, name);
       qu_message("         FILE PATH: >>>%s<<<\n\n", directory_path);
-      return 0;
+      return false;
   }
-  return 0;
+  return false;
 }
 
-int qd_delete_file(const char* directory, const char* name) {
-  if (!qd_two_files_available("FILE DELETION FAILED")) return 0;
+bool qd_delete_file(const char* directory, const char* name) {
+  if (!qd_two_files_available("FILE DELETION FAILED")) return false;
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, name, path, record) != LOOKUP_FOUND) {
+  if (qd_find_file(directory, name, path, record) != found::yes) {
     report_unexpected("FILE TO BE DELETED", "IS NO MORE");
     name_file(directory, name);
-    return 0;
+    return false;
   }
-  if (remove_with_selections<file_level>(path, name) == 0) return 0;
+  if (!remove_with_selections<file_level>(path, name)) return false;
   // A partner that can't be changed keeps the name of a file that is no more, which does no harm; a refusal
   // now would tell that nothing has been deleted.
   try {
-    if (record.link_name[0] != '\0') qd_forget_partner(directory, record.link_name, name);
+    if (record.link_name[0] != '\0') static_cast<void>(qd_forget_partner(directory, record.link_name, name));
   } catch (const std::bad_alloc&) {
     qu_message("WARNING: THERE IS NOT ENOUGH MEMORY TO FREE THE FILE %s OF ITS LINK", record.link_name);
   }
-  return 1;
+  return true;
 }
 
 }  // namespace qrd

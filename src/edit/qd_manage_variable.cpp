@@ -50,16 +50,16 @@ bool is_variable_of(const qd_selected_entry& entry, const qd_variable_record& re
 
 // Fatal numbers: 6 no bit length for that type; 40 a coordinate without a length unit in a study with units;
 // 48 a bit length in which nothing can be stored.
-int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
-                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format) {
+bool qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
+                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format) {
   constexpr char function[] = "qd_create_variable";
-  if (int code = qd_variable_name_check(name, type); code != NAME_VALID) {
+  if (const name_code code = qd_variable_name_check(name, type); code != name_code::valid) {
     qu_message("\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n");
     qu_message("%s", qd_name_fault(code, named_object::variable));
     qu_message(" *****Directory Name: >>>%s<<<\n", directory);
     qu_message(" **********File Name= >>>%s<<<\n", file);
     qu_message(" **Bad Variable Name= >>>%s<<<\n\n\n", name);
-    return 0;
+    return false;
   }
   if (!is_bit_length(type, kind, bit_length)) qu_fatal_number(function, 6);
   qd_format_record wanted;
@@ -67,17 +67,17 @@ int qd_create_variable(const char* directory, const char* file, const char* name
     wanted = *format;
     if (std::strcmp(wanted.unit, " ") == 0) wanted.unit[0] = '\0';
   }
-  if (!qd_two_files_available("VARIABLE CREATION FAILED")) return 0;
+  if (!qd_two_files_available("VARIABLE CREATION FAILED")) return false;
 
   path_text file_path, existing_path;
   qd_file_record file_record;
   qd_variable_record existing;
-  if (qd_find_file(directory, file, file_path, file_record) != LOOKUP_FOUND ||
-      qd_find<variable_level>(file_path, name, existing_path, existing) != LOOKUP_ABSENT) {
+  if (qd_find_file(directory, file, file_path, file_record) != found::yes ||
+      qd_find<variable_level>(file_path, name, existing_path, existing) != found::no) {
     qu_message("WARNING: THE VARIABLE TO BE CREATED EXISTS ALREADY, OR ITS FILE IS NO MORE,\n");
     qu_message("         OR ITS NEIGHBOURS CANNOT BE READ\n");
     name_variable(directory, file, name);
-    return 0;
+    return false;
   }
 
   qd_variable_record record = qd_new_variable_record(file_record.organisation, name, type, kind, bit_length,
@@ -97,7 +97,7 @@ int qd_create_variable(const char* directory, const char* file, const char* name
     // Another server may have let the file grow, or made one of that name, until the lock was to be had.
     const folder_lock lock(file_path);
     if (lock && has_its_room(file_path, file_record) &&
-        qd_find<variable_level>(file_path, name, existing_path, existing) == LOOKUP_ABSENT)
+        qd_find<variable_level>(file_path, name, existing_path, existing) == found::no)
       placed = folder.place(variable_numbering);
     else
       has_changed = true;
@@ -105,28 +105,28 @@ int qd_create_variable(const char* directory, const char* file, const char* name
   if (placed == placement::failed && (has_changed || !has_its_room(file_path, file_record))) {
     qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
     name_variable(directory, file, name);
-    return 0;
+    return false;
   }
   switch (placed) {
     case placement::placed:
-      return 1;
+      return true;
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE REACHED\n");
       qu_message("         MAXIMUM NUMBER OF VARIABLES (%d)\n", std::numeric_limits<std::int32_t>::max());
       name_variable(directory, file, name);
-      return 0;
+      return false;
     case placement::failed:
       if (filled != 0 && qd_capacity_is_damaged(file_record)) {
         qd_report_damaged_capacity(directory, file);
-        return 0;
+        return false;
       }
       qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
       qu_message("         OR WRITE PROTECTED ?\n");
       name_variable(directory, file, name);
       qu_message("       FILE PATH: >>>%s<<<\n\n", file_path);
-      return 0;
+      return false;
   }
-  return 0;
+  return false;
 }
 
 // Fatal numbers: 10 no handle; 20 nothing selected; 26 the data file can't be closed; 60 selected more than
@@ -144,9 +144,9 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
       qu_fatal_number(function, 26);
     }
   }
-  if (qd_remove_object<variable_level>(entry->variable_path, [entry](const qd_variable_record& record) {
+  if (!qd_remove_object<variable_level>(entry->variable_path, [entry](const qd_variable_record& record) {
         return is_variable_of(*entry, record);
-      }) == 0)
+      }))
     return handle;
   if (entry->reference_count > 1) qu_fatal_number(function, 60);
   return qd_variable_deselect(handle);

@@ -8,9 +8,10 @@
 
 namespace qrd {
 
-// 1 or 0 after reports, as in qd_manage.h.
-int qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
-                       std::int32_t kind, std::int64_t bit_length, const qd_format_record* format);
+// False after reports, as in qd_manage.h.
+[[nodiscard]] bool qd_create_variable(const char* directory, const char* file, const char* name,
+                                      std::int32_t type, std::int32_t kind, std::int64_t bit_length,
+                                      const qd_format_record* format);
 // The handle's new, empty value; or the same again if the variable could not be deleted, which has been told.
 qd_variable_handle qd_delete_variable(const qd_variable_handle& handle);
 

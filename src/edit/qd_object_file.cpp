@@ -34,10 +34,10 @@ std::string padded_names(const object_samples& samples, std::size_t width) {
 
 }  // namespace
 
-int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
-                       const object_samples& samples,
-                       const std::function<bool(const char* folder)>& companion) {
-  if (qd_directory_test(directory) == 1 && qd_create_directory(directory) == 0) return 0;
+bool qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
+                        const object_samples& samples,
+                        const std::function<bool(const char* folder)>& companion) {
+  if (qd_directory_test(directory) == found::no && !qd_create_directory(directory)) return false;
   const std::size_t count = samples.names.size();
   file_content content;
   content.sample_count = static_cast<std::int64_t>(count);
@@ -67,9 +67,9 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
   qd_var_info info;
   qd_variable_place place;
   selected_variable mask, names;
-  if (qd_free_entries() < 2 || qd_selection_select(directory, file, selection, mask.handle) == 0 ||
-      qd_variable_query(false, directory, file, name_variable, info, nullptr, &place) != 0 ||
-      qd_variable_select_at(place, directory, file, name_variable, UNIT_NONE, names.handle) == 0 ||
+  if (qd_free_entries() < 2 || !qd_selection_select(directory, file, selection, mask.handle) ||
+      qd_variable_query(false, directory, file, name_variable, info, nullptr, &place) != found::yes ||
+      !qd_variable_select_at(place, directory, file, name_variable, UNIT_NONE, names.handle) ||
       !qd_can_be_bound(mask.handle, names.handle))
     return {};
   // The sizes are those of the entry that is read: the catalogue may have told others a moment ago.
@@ -84,20 +84,20 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
   io_record io;
   io.id = qd_set_io(mask.handle, 1, &names.handle);
   std::int64_t count = 0;
-  if (qd_read_char_free(io.id, SEL_COMPRESSED, 1, entry.sample_count, &count, block) == 0) return {};
-  object_name_set found;
+  if (!qd_read_char_free(io.id, SEL_COMPRESSED, 1, entry.sample_count, &count, block)) return {};
+  object_name_set names_kept;
   for (std::int64_t i = 0; i < count; ++i) {
     const char* text = reinterpret_cast<const char*>(block.data()) + i * width;
-    found.emplace(qu_trimmed({text, strnlen(text, static_cast<std::size_t>(width))}));
+    names_kept.emplace(qu_trimmed({text, strnlen(text, static_cast<std::size_t>(width))}));
   }
-  return found;
+  return names_kept;
 }
 
 selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
                                           const char* selection) {
   if (std::strcmp(selection, no_name) == 0) return selection_state::ignored;
-  const int test = qd_variable_test(true, directory, file, selection);
-  if (test != 1) return test == 0 ? selection_state::usable : selection_state::unknown;
+  const found test = qd_variable_test(true, directory, file, selection);
+  if (test != found::no) return test == found::yes ? selection_state::usable : selection_state::unknown;
   qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, directory, file);
   qu_message("-------  Selection will be ignored.");
   return selection_state::ignored;

@@ -38,20 +38,20 @@ struct object_variables {
 
 // Makes a points file with a sample for each object, and with the generated variables if there is one.
 // `companion` writes the geometry into the folder; the file appears in the catalogue with all this, or not at
-// all. A missing directory is made. 1 or 0.
-int qd_object_file_new(const char* directory, const char* file, const object_variables& variables,
-                       const object_samples& samples,
-                       const std::function<bool(const char* folder)>& companion);
+// all. A missing directory is made. False after a failure, which leaves nothing.
+[[nodiscard]] bool qd_object_file_new(const char* directory, const char* file,
+                                      const object_variables& variables, const object_samples& samples,
+                                      const std::function<bool(const char* folder)>& companion);
 
 // Names of the objects that a selection leaves, without blanks at their ends. Nothing when they can't
 // be read: all objects count then.
 std::optional<object_name_set> qd_selected_object_names(const char* directory, const char* file,
                                                         const char* selection, const char* name_variable);
 
-enum class selection_state {
-  usable,
-  ignored,  // "None", or one that is gone, which is told on the console
-  unknown   // can't tell
+enum class [[nodiscard]] selection_state{
+    usable,
+    ignored,  // "None", or one that is gone, which is told on the console
+    unknown   // can't tell
 };
 // `kind` is the word of the message, such as "Polygon".
 selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "catalogue/qd_info.h"
@@ -33,7 +34,7 @@ constexpr char surface_variable[] = "S+ SURFACE";
 
 constexpr char polygon_file_name[] = "POLYGON";
 
-int polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
+bool polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
   return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : polygon_file_name, path);
 }
 
@@ -102,16 +103,17 @@ bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* 
   return qd_polygon_body_read(xdr, header, bytes, kept, system);
 }
 
-// What a selection leaves: counts and box over the polygons read with it. 0, 1 damaged, 2 can't tell.
-int narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
-                polygon_info& info) {
-  info.polygon_count = qd_free_samples_count(directory, file, selection);
-  if (info.polygon_count < 0) return 1;
-  int status = 0;
-  const auto system = qd_polygon_read(directory, file, selection, temporary, status);
-  if (status == 1)
+// What a selection leaves: counts and box over the polygons read with it.
+geometry narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
+                     polygon_info& info) {
+  const std::optional<std::int64_t> selected = qd_free_samples_count(directory, file, selection);
+  if (!selected) return geometry::damaged;
+  info.polygon_count = *selected;
+  std::unique_ptr<polygon_system> system;
+  const geometry state = qd_polygon_read(directory, file, selection, temporary, system);
+  if (state == geometry::damaged)
     qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", directory, file);
-  if (system == nullptr) return status == 1 ? 1 : 2;
+  if (state != geometry::read) return state == geometry::damaged ? state : geometry::unclear;
   info.contour_count = system->contours.count();
   info.vertex_count = 0;
   // The bounds start exchanged, so that any vertex moves them.
@@ -129,29 +131,28 @@ int narrow_info(const char* directory, const char* file, const char* selection, 
     info.z_min = std::min(info.z_min, each.z_min);
     info.z_max = std::max(info.z_max, each.z_max);
   }
-  return 0;
+  return geometry::read;
 }
 
 }  // namespace
 
-int qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
-                    polygon_info& info) {
-  const int test = qd_points_test(directory, file, nullptr);
-  if (test == 4 || test == 5) return 1;
+geometry qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
+                         polygon_info& info) {
+  const found test = qd_points_test(directory, file);
+  if (test == found::no) return geometry::no_file;
   path_text path;
   qd_file_info file_info;
-  if (test != 0 || polygon_path(directory, file, temporary, path) == 0) return 2;
+  if (test != found::yes || !polygon_path(directory, file, temporary, path)) return geometry::unclear;
   polygon_header header;
   bool read = false;
   {
     companion_reader companion(path, file);
-    if (companion.opened() != companion_reader::state::open)
-      return companion.opened() == companion_reader::state::absent ? 3 : 2;
-    if (qd_info_file(directory, file, file_info, nullptr) == 0) return 2;
+    if (companion.opened() != companion_reader::state::open) return companion.unopened();
+    if (!qd_info_file(directory, file, file_info, nullptr)) return geometry::unclear;
     xdr_stream xdr(companion.stream(), XDR_DECODE);
-    if (!xdr) return 2;
+    if (!xdr) return geometry::unclear;
     read = qd_polygon_header_move(xdr.get(), header);
-    if (!companion.is_whole()) return 2;
+    if (!companion.is_whole()) return geometry::unclear;
   }
   info.dimension_word = header.dimension_word;
   info.polygon_count = header.polygon_count;
@@ -166,65 +167,61 @@ int qd_polygon_info(const char* directory, const char* file, const char* selecti
   const selection_state selected = read && selection != nullptr
                                        ? qd_object_selection_state("Polygon", directory, file, selection)
                                        : selection_state::ignored;
-  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
-    const int narrowed = qd_free_entries() < 2 ? 2 : narrow_info(directory, file, selection, temporary, info);
-    if (narrowed != 1) return narrowed;
+    if (qd_free_entries() < 2) return geometry::unclear;
+    const geometry narrowed = narrow_info(directory, file, selection, temporary, info);
+    if (narrowed != geometry::damaged) return narrowed;
     read = false;
   }
-  if (read) return 0;
+  if (read) return geometry::read;
   qu_message("Polygon file corrupted: %s\n", path);
-  return 1;
+  return geometry::damaged;
 }
 
-std::unique_ptr<polygon_system> qd_polygon_read(const char* directory, const char* file,
-                                                const char* selection, bool temporary, int& status) {
-  status = 2;
+geometry qd_polygon_read(const char* directory, const char* file, const char* selection, bool temporary,
+                         std::unique_ptr<polygon_system>& system) {
+  system = nullptr;
   path_text path;
-  if (qd_points_test(directory, file, nullptr) != 0) return nullptr;
+  const found test = qd_points_test(directory, file);
+  if (test != found::yes) return test == found::no ? geometry::no_file : geometry::unclear;
   const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
-  if (selected == selection_state::unknown || polygon_path(directory, file, temporary, path) == 0)
-    return nullptr;
+  if (selected == selection_state::unknown || !polygon_path(directory, file, temporary, path))
+    return geometry::unclear;
   companion_reader companion(path, file);
-  if (companion.opened() != companion_reader::state::open) {
-    if (companion.opened() == companion_reader::state::absent) status = 3;
-    return nullptr;
-  }
+  if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
-  if (!xdr) return nullptr;
-  auto system = qu_polygon_system_new();
+  if (!xdr) return geometry::unclear;
+  auto read = qu_polygon_system_new();
   if (!read_body(xdr.get(), companion.bytes(), directory, file,
-                 selected == selection_state::usable && !temporary ? selection : nullptr, *system)) {
-    if (!companion.is_whole()) return nullptr;
+                 selected == selection_state::usable && !temporary ? selection : nullptr, *read)) {
+    if (!companion.is_whole()) return geometry::unclear;
     companion.set_aside();
-    status = 1;
-    return nullptr;
+    return geometry::damaged;
   }
-  qd_coordinates_formats(1, directory, file, &system->unit_x, &system->unit_y, &system->unit_z);
-  status = 0;
-  return system;
+  qd_coordinates_formats(1, directory, file, &read->unit_x, &read->unit_y, &read->unit_z);
+  system = std::move(read);
+  return geometry::read;
 }
 
-int qd_polygon_new(const char* directory, const char* file, polygon_system& system) {
+bool qd_polygon_new(const char* directory, const char* file, polygon_system& system) {
   const generated_variables generated(system);
-  const bool made =
-      qd_object_file_new(directory, file, generated.all, samples_of(system), [&](const char* folder) {
-        path_text path;
-        qu_path_join(path, {folder, path_separator, polygon_file_name});
-        return write_file(path, system) || report_unwritten(directory, file);
-      });
-  return made ? 0 : 2;
+  return qd_object_file_new(directory, file, generated.all, samples_of(system), [&](const char* folder) {
+    path_text path;
+    qu_path_join(path, {folder, path_separator, polygon_file_name});
+    return write_file(path, system) || report_unwritten(directory, file);
+  });
 }
 
 void qd_polygon_delete(const char* directory, const char* file, bool temporary) {
   path_text path;
-  if (qd_points_test(directory, file, nullptr) != 0 || polygon_path(directory, file, temporary, path) == 0 ||
+  if (qd_points_test(directory, file) != found::yes || !polygon_path(directory, file, temporary, path) ||
       !qu_file_readable(path))
     return;
   if (temporary)
     std::remove(path);
   else
-    qd_delete_file(directory, file);
+    static_cast<void>(qd_delete_file(directory, file));
 }
 
 }  // namespace qrd

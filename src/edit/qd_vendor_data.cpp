@@ -25,80 +25,79 @@ bool owner_folder(const vendor_owner& owner, path_text& folder) {
     qu_path_join(folder, {store.study_path});
     return true;
   }
-  if (owner.file == nullptr) return qd_directory_path(owner.directory, folder) != 0;
-  if (owner.variable == nullptr) return qd_file_path(owner.directory, owner.file, folder) != 0;
+  if (owner.file == nullptr) return qd_directory_path(owner.directory, folder);
+  if (owner.variable == nullptr) return qd_file_path(owner.directory, owner.file, folder);
   name_text generic;
   return qd_catalogue_name(owner.variable, generic) &&
-         qd_variable_path(owner.directory, owner.file, generic, folder) != 0;
+         qd_variable_path(owner.directory, owner.file, generic, folder);
 }
 
-// The file of a bag, opened. 0 found; 1 not found, or no owner; 2 too many files are open, or one that may be
-// meant can't be read now. A damaged bag in the folder is fatal.
-int st_get_vendor_data_path(const char* name, const vendor_owner& owner, named_file& file) {
-  if (!qu_named_file_room(2)) return 2;
+// The file of a bag, opened. A damaged bag in the folder is fatal.
+found st_get_vendor_data_path(const char* name, const vendor_owner& owner, named_file& file) {
+  if (!qu_named_file_room(2)) return found::unreadable;
   path_text folder;
-  if (!owner_folder(owner, folder)) return 1;
+  if (!owner_folder(owner, folder)) return found::no;
   switch (qu_named_file_find(folder, vendor_files, name, file)) {
     case named_search::found:
-      return 0;
+      return found::yes;
     case named_search::ended:
-      return 1;
+      return found::no;
     case named_search::unreadable:
-      return 2;
+      return found::unreadable;
     case named_search::no_folder:
       break;
   }
   if (!qd_folder_gone(folder))
     qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
-  return 1;
+  return found::no;
 }
 
 }  // namespace
 
-int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
+found qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version) {
   named_file file;
-  if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
+  if (const found result = st_get_vendor_data_path(name, owner, file); result != found::yes) return result;
   vendor_data bag;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
   if (!xdr || !qd_vendor_bag_head_read(xdr.get(), bag)) {
     qu_named_file_unread(vendor_files, file);
-    return 2;
+    return found::unreadable;
   }
   version = bag.version;
-  return 0;
+  return found::yes;
 }
 
-int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name) {
+found qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name) {
   bag = {};
   named_file file;
-  if (int result = st_get_vendor_data_path(name, owner, file); result != 0) return result;
+  if (const found result = st_get_vendor_data_path(name, owner, file); result != found::yes) return result;
   xdr_stream xdr(file.stream.get(), XDR_DECODE);
   const decoding state = xdr ? qd_vendor_bag_read(xdr.get(), bag) : decoding::corrupted;
   if (state == decoding::corrupted) qu_named_file_unread(vendor_files, file);
-  if (state == decoding::done) return 0;
+  if (state == decoding::done) return found::yes;
   qu_message("An error occured during Vendor Data decoding");
-  return 2;
+  return found::unreadable;
 }
 
-int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
+bool qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag) {
   path_text folder;
-  if (!owner_folder(owner, folder)) return 1;
+  if (!owner_folder(owner, folder)) return false;
   const folder_lock lock(folder);
   if (!lock) {
     qu_report_failure("Cannot lock", folder);
-    return 1;
+    return false;
   }
   // Until here the owner may have gone, and another one have taken its number.
   path_text still;
-  if (!lock.is_at(folder) || !owner_folder(owner, still) || std::strcmp(still, folder) != 0) return 1;
+  if (!lock.is_at(folder) || !owner_folder(owner, still) || std::strcmp(still, folder) != 0) return false;
   named_file old;
-  const int present = st_get_vendor_data_path(bag.name, owner, old);
-  if (present == 2) return 1;
+  const found present = st_get_vendor_data_path(bag.name, owner, old);
+  if (present != found::yes && present != found::no) return false;
   const auto write = [&bag](std::FILE* stream) {
     xdr_stream xdr(stream, XDR_ENCODE);
     return xdr && qd_vendor_bag_write(xdr.get(), bag);
   };
-  return qu_named_file_put(folder, vendor_files, present == 0 ? old.path : nullptr, write) ? 0 : 1;
+  return qu_named_file_put(folder, vendor_files, present == found::yes ? old.path : nullptr, write);
 }
 
 }  // namespace qrd

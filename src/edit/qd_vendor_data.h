@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "disk/qd_vendor_format.h"
+#include "util/qu_outcome.h"
 
 namespace qrd {
 
@@ -16,12 +17,12 @@ struct vendor_owner {
   const char* variable = nullptr;
 };
 
-// 0 found; 1 not found, or no owner; 2 too many files are open, or one that may be meant can't be read now. A
-// damaged bag in the folder is fatal, here and below.
-int qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version);
-// 0 read; 1 not found; 2 decoding failed.
-int qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name);
-// 0 written, in place of an older bag of that name; 1 failed, and an older one stays.
-int qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag);
+// No also without an owner; unreadable also when too many files are open. A damaged bag in the folder is
+// fatal, here and below.
+found qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version);
+// Unreadable also when the decoding fails, which is told.
+found qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name);
+// Puts it in place of an older bag of that name. False after a failure; an older one stays then.
+[[nodiscard]] bool qd_vendor_data_write(const vendor_owner& owner, vendor_data& bag);
 
 }  // namespace qrd

@@ -1,5 +1,6 @@
 #include "edit/qd_wireframe.h"
 
+#include <optional>
 #include <string>
 
 #include "catalogue/qd_info.h"
@@ -39,16 +40,12 @@ object_samples samples_of(wireframe& root) {
   return samples;
 }
 
-// The short test of the catalogue, and the path: 0, or the failure 1 (missing) or 2 (can't tell).
-int find_file(const char* directory, const char* file, path_text& path) {
-  switch (qd_points_test(directory, file, nullptr)) {
-    case 0:
-      return qd_companion_path(directory, file, wireframe_file_name, path) != 0 ? 0 : 2;
-    case 1:
-      return 2;
-    default:
-      return 1;
-  }
+// The short test of the catalogue, and the path: read if the companion can be looked for.
+geometry find_file(const char* directory, const char* file, path_text& path) {
+  const found test = qd_points_test(directory, file);
+  if (test == found::no) return geometry::no_file;
+  const bool is_found = test == found::yes && qd_companion_path(directory, file, wireframe_file_name, path);
+  return is_found ? geometry::read : geometry::unclear;
 }
 
 void load_units(const char* directory, const char* file, wireframe& root) {
@@ -56,24 +53,24 @@ void load_units(const char* directory, const char* file, wireframe& root) {
   root.unit_volume = float_default;
   qu_string_copy("km3", root.unit_volume.unit);
   qd_var_info info;
-  if (qd_variable_test(false, directory, file, object_volume_variable) == 0 &&
-      qd_info_var_name(directory, file, object_volume_variable, info) != 0 && info.type == VAR_FLOAT)
+  if (qd_variable_test(false, directory, file, object_volume_variable) == found::yes &&
+      qd_info_var_name(directory, file, object_volume_variable, info) && info.type == VAR_FLOAT)
     root.unit_volume = info.format;
 }
 
 }  // namespace
 
-int qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
+bool qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
   if (root.objects.empty()) {
     qu_message("Cannot create Wireframe file with 0 polyhedron");
-    return 2;
+    return false;
   }
   const object_coordinate coordinates[] = {
       {centers[0], &units.distance}, {centers[1], &units.distance}, {centers[2], &units.distance}};
   object_variables variables{coordinates, object_volume_variable, float_default};
   variables.measure_format.format = FORMAT_EXPONENT;
   qu_string_copy((std::string(units.distance.unit) + "3").c_str(), variables.measure_format.unit);
-  const bool made = qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
+  return qd_object_file_new(directory, file, variables, samples_of(root), [&](const char* folder) {
     path_text path;
     qu_path_join(path, {folder, path_separator, wireframe_file_name});
     const auto write = [&root](XDR* xdr) { return qd_wireframe_body_write(xdr, root); };
@@ -81,68 +78,64 @@ int qd_wireframe_write(const char* directory, const char* file, wireframe& root)
     qu_message("WARNING: Error when writing in the Wireframe File %s/%s.", directory, file);
     return false;
   });
-  return made ? 0 : 2;
 }
 
-std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
-                                             int& status) {
-  status = 2;
+geometry qd_wireframe_read(const char* directory, const char* file, const char* selection,
+                           std::unique_ptr<wireframe>& root) {
+  root = nullptr;
   path_text path;
-  if (find_file(directory, file, path) != 0) return nullptr;
+  if (const geometry state = find_file(directory, file, path); state != geometry::read) return state;
   std::optional<object_name_set> kept;
   const selection_state selected = qd_object_selection_state("Wireframe", directory, file, selection);
-  if (selected == selection_state::unknown) return nullptr;
+  if (selected == selection_state::unknown) return geometry::unclear;
   companion_reader companion(path, file);
-  if (companion.opened() != companion_reader::state::open) {
-    if (companion.opened() == companion_reader::state::absent) status = 3;
-    return nullptr;
-  }
+  if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
-  if (!xdr) return nullptr;
+  if (!xdr) return geometry::unclear;
   if (selected == selection_state::usable)
     kept = qd_selected_object_names(directory, file, selection, object_name_variable);
-  auto root = qu_wireframe_new();
-  if (!qd_wireframe_body_read(xdr.get(), companion.bytes(), kept, *root)) {
-    if (!companion.is_whole()) return nullptr;
+  auto read = qu_wireframe_new();
+  if (!qd_wireframe_body_read(xdr.get(), companion.bytes(), kept, *read)) {
+    if (!companion.is_whole()) return geometry::unclear;
     companion.set_aside();
-    status = 1;
-    return nullptr;
+    return geometry::damaged;
   }
-  load_units(directory, file, *root);
-  status = 0;
-  return root;
+  load_units(directory, file, *read);
+  root = std::move(read);
+  return geometry::read;
 }
 
-int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info) {
+geometry qd_wireframe_info(const char* directory, const char* file, const char* selection,
+                           wireframe_info& info) {
   path_text path;
-  if (int found = find_file(directory, file, path); found != 0) return found;
+  if (const geometry state = find_file(directory, file, path); state != geometry::read) return state;
   companion_reader companion(path, file);
-  if (companion.opened() != companion_reader::state::open)
-    return companion.opened() == companion_reader::state::absent ? 3 : 2;
+  if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
-  if (!xdr) return 2;
+  if (!xdr) return geometry::unclear;
   wireframe_header header;
   bool read = qd_wireframe_header_read(xdr.get(), header);
-  if (!companion.is_whole()) return 2;
+  if (!companion.is_whole()) return geometry::unclear;
   info.object_count = header.objects;
   const selection_state selected =
       read ? qd_object_selection_state("Wireframe", directory, file, selection) : selection_state::ignored;
-  if (selected == selection_state::unknown) return 2;
+  if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
-    if (qd_free_entries() < 2) return 2;
-    info.object_count = qd_free_samples_count(directory, file, selection);
-    read = info.object_count >= 0;
+    if (qd_free_entries() < 2) return geometry::unclear;
+    const std::optional<std::int64_t> count = qd_free_samples_count(directory, file, selection);
+    info.object_count = count.value_or(0);
+    read = count.has_value();
   }
   if (!read) {
     qu_message("Wireframe file corrupted: %s\n", path);
-    return 1;
+    return geometry::damaged;
   }
   info.vertex_count = header.vertices;
   info.triangle_count = header.triangles;
   const double(&box)[6] = header.box;
   info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
   info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
-  return 0;
+  return geometry::read;
 }
 
 }  // namespace qrd

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "disk/qu_wireframe.h"
+#include "edit/qd_companion.h"
 
 namespace qrd {
 
@@ -16,13 +17,12 @@ struct wireframe_info {
   double x_min = 0, x_max = 0, y_min = 0, y_max = 0, z_min = 0, z_max = 0;
 };
 
-// Makes a file with its wireframes; no other may have its name. 0 made; 2 failed, nothing is left.
-int qd_wireframe_write(const char* directory, const char* file, wireframe& root);
-// The root or null. Status 0 read; 1 damaged, and moved aside; 2 can't tell, or no such file; 3 no
-// wireframes.
-std::unique_ptr<wireframe> qd_wireframe_read(const char* directory, const char* file, const char* selection,
-                                             int& status);
-// 0 read; 1 directory or file missing, or corrupted; 2 can't tell; 3 no wireframes.
-int qd_wireframe_info(const char* directory, const char* file, const char* selection, wireframe_info& info);
+// Makes a file with its wireframes; no other may have its name. False after a failure, which leaves nothing.
+[[nodiscard]] bool qd_wireframe_write(const char* directory, const char* file, wireframe& root);
+// What is damaged is moved aside.
+geometry qd_wireframe_read(const char* directory, const char* file, const char* selection,
+                           std::unique_ptr<wireframe>& root);
+geometry qd_wireframe_info(const char* directory, const char* file, const char* selection,
+                           wireframe_info& info);
 
 }  // namespace qrd

@@ -71,7 +71,7 @@ bool read_indices(wire_indices& indices) {
 // The descriptor of the macro variable, or none when it can't be read.
 qd_macro_descr* read_macro(const char* variable) {
   path_text path;
-  if (qd_variable_path(current_context.directory, current_context.file, variable, path) == 0) return nullptr;
+  if (!qd_variable_path(current_context.directory, current_context.file, variable, path)) return nullptr;
   return qd_macro_descr_read(path);
 }
 
@@ -87,7 +87,7 @@ request_status server_answer_add_macro_indices(const char* /*request*/) {
   name_text name;
   if (!is_set(context.variable)) return refuse("Variable is not set");
   if (!qd_catalogue_name(context.variable, name) ||
-      qd_info_var_name(context.directory, context.file, name, info) == 0)
+      !qd_info_var_name(context.directory, context.file, name, info))
     return refuse("Cannot get variable info");
   if (info.type != VAR_MACRO)
     return refuse("Not a valid Velmar macro: %s: %s/%s/%s", context.study, context.directory, context.file,
@@ -99,10 +99,10 @@ request_status server_answer_add_macro_indices(const char* /*request*/) {
   const char* const* texts = indices.count > 0 ? indices.texts.data() : &no_text;
   if (indices.has_texts == 0) texts = nullptr;
   std::string refusal;
-  const int created = qd_create_macro_variable_indices(context.directory, context.file, name, indices.count,
-                                                       indices.numbers.data(), texts, &refusal);
-  if (created < 0) return refuse("Cannot get variable info");
-  if (created != 0) return answer();
+  const macro_growth created = qd_create_macro_variable_indices(
+      context.directory, context.file, name, indices.count, indices.numbers.data(), texts, &refusal);
+  if (created == macro_growth::gone) return refuse("Cannot get variable info");
+  if (created == macro_growth::done) return answer();
   if (refusal.empty()) return not_served;
   return refuse("%s", refusal.c_str());
 }

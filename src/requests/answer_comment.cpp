@@ -52,7 +52,7 @@ request_status server_answer_comment_get(const char* /*request*/) {
   std::string text;
   // Half a text, taken for the whole, would be written back by the client.
   if (qd_comment_read(current_context.directory, current_context.file, variable_of(mode), text) ==
-      comment_unreadable)
+      found::unreadable)
     return refuse("Enable to read file or variable comment");
   return answer(wire_string{text.c_str(), unlimited_text});
 }
@@ -68,8 +68,8 @@ request_status server_answer_comment_set(const char* request) {
   request_text text;
   if (!read_arguments(append) || !read_unlimited(text)) return not_served;
   if (!is_object_set(mode)) return refuse_object(mode);
-  if (qd_comment_write(current_context.directory, current_context.file, variable_of(mode), append,
-                       text.c_str()) != 0) {
+  if (!qd_comment_write(current_context.directory, current_context.file, variable_of(mode), append,
+                        text.c_str())) {
     return refuse("Enable to update file or variable comment");
   }
   return answer();

@@ -38,9 +38,9 @@ void release_other_holders(const qd_variable_handle& handle) {
 request_status server_answer_dir_del(const char* /*request*/) {
   if (!is_set(current_context.directory)) return refuse("Current Directory is not set");
   server_debug(1, "Deleting Directory: %s:%s", current_context.study, current_context.directory);
-  int deleted = qd_delete_directory(current_context.directory);
+  const bool deleted = qd_delete_directory(current_context.directory);
   set_current_directory(no_name);
-  if (deleted == 0) return refuse("An error happened during Directory deletion");
+  if (!deleted) return refuse("An error happened during Directory deletion");
   return answer();
 }
 
@@ -49,9 +49,9 @@ request_status server_answer_file_del(const char* /*request*/) {
   if (!is_set(current_context.file)) return refuse("Current File is not set");
   server_debug(1, "Deleting File: %s:%s/%s", current_context.study, current_context.directory,
                current_context.file);
-  int deleted = qd_delete_file(current_context.directory, current_context.file);
+  const bool deleted = qd_delete_file(current_context.directory, current_context.file);
   set_current_file(no_name);
-  if (deleted <= 0) return refuse("An error happened during File deletion");
+  if (!deleted) return refuse("An error happened during File deletion");
   return answer();
 }
 
@@ -64,14 +64,14 @@ request_status server_answer_var_del(const char* /*request*/) {
                context.variable);
   // Clients get no answer when too many files are open.
   if (!qd_two_files_available()) return not_served;
-  if (qd_variable_test(true, context.directory, context.file, context.variable) != 0)
+  if (qd_variable_test(true, context.directory, context.file, context.variable) != found::yes)
     return refuse("Cannot get info on Variable %s", context.variable);
   selected_variable variable;
-  if (qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle) == 0)
+  if (!qd_variable_select(context.directory, context.file, context.variable, UNIT_NONE, variable.handle))
     return refuse("Cannot get info on Variable %s", context.variable);
   qd_var_info info;
   const qd_selected_entry* entry = qd_entry(variable.handle.entry);
-  if (qd_info_var_ident(variable.handle, info) == 0 || !can_change(entry->file_path) ||
+  if (!qd_info_var_ident(variable.handle, info) || !can_change(entry->file_path) ||
       !can_change(entry->variable_path))
     return refuse("Cannot get info on Variable %s", context.variable);
   if (info.implicit != 0) return refuse("Cannot delete implicit Variable %s", context.variable);

@@ -26,13 +26,15 @@ request_status server_answer_dir_list(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Study is not set");
   string_list names;
   switch (qd_list_directories(names)) {
-    case 0:
+    case found::no:
       return refuse("Study Directory not found or not a study: \"%s\"", store.study_path);
-    case list_unreadable:
-      return refuse("Cannot open file");
-    default:
+    case found::yes:
       return answer(wire_names{names});
+    case found::unclear:
+    case found::unreadable:
+      break;
   }
+  return refuse("Cannot open file");
 }
 
 // CDIRXIST: tells whether a directory exists.
@@ -40,7 +42,7 @@ request_status server_answer_dir_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
-  return answer(wire_int{qd_directory_test(name) == 0});
+  return answer(wire_int{qd_directory_test(name) == found::yes});
 }
 
 // CDIRSET: makes a directory the current one.
@@ -48,7 +50,7 @@ request_status server_answer_dir_set(const char* /*request*/) {
   request_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
-  if (qd_directory_test(name.c_str()) != 0) {
+  if (qd_directory_test(name.c_str()) != found::yes) {
     return refuse("Not a valid Velmar directory: %s: %s", current_context.study, name.c_str());
   }
   set_current_directory(name.c_str());

@@ -20,12 +20,13 @@ request_status server_answer_dir_new(const char* /*request*/) {
   request_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.study)) return refuse("Study is not set");
-  int test = qd_directory_test(name.c_str());
-  if (test == 2) return refuse("Cannot open file");
-  if (test == 0) return refuse("Directory %s: %s already exists", current_context.study, name.c_str());
+  const found test = qd_directory_test(name.c_str());
+  if (test == found::unclear) return refuse("Cannot open file");
+  if (test == found::yes)
+    return refuse("Directory %s: %s already exists", current_context.study, name.c_str());
 
   server_debug(1, "Creating Directory: \"%s\".", name.c_str());
-  if (qd_create_directory(name.c_str()) == 0)
+  if (!qd_create_directory(name.c_str()))
     return refuse("Cannot create directory %s: %s", current_context.study, name.c_str());
   return answer();
 }

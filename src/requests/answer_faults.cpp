@@ -27,7 +27,7 @@ constexpr std::int64_t priority_minimum = 1;
 
 bool file_info_available() {
   qd_file_info info;
-  return qd_info_file(current_context.directory, current_context.file, info, nullptr) != 0;
+  return qd_info_file(current_context.directory, current_context.file, info, nullptr);
 }
 
 bool read_segment(fault_segment& segment, double client_missing) {
@@ -91,9 +91,9 @@ request_status server_answer_write_faults(const char* /*request*/) {
   if (!is_set(current_context.file)) return clean_and_refuse("File is not set");
   if (!file_info_available()) return clean_and_refuse("Cannot get file info");
   fault_info present;
-  const int state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, present);
-  if (state == 2) return clean_and_refuse("%s", info_failure);
-  if (state == 0) return clean_and_refuse(already_faulted, current_context.file);
+  const geometry state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, present);
+  if (state == geometry::unclear) return clean_and_refuse("%s", info_failure);
+  if (state == geometry::read) return clean_and_refuse(already_faulted, current_context.file);
 
   std::int32_t is_2d = 0;
   std::int32_t has_attributes = 0;
@@ -108,14 +108,14 @@ request_status server_answer_write_faults(const char* /*request*/) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
   }
   switch (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system)) {
-    case 0:
+    case fault_writing::done:
       return answer();
-    case 3:
+    case fault_writing::already_faulted:
       return refuse(already_faulted, current_context.file);
-    default:
-      return refuse("Problem while writing faults for %s/%s", current_context.directory,
-                    current_context.file);
+    case fault_writing::failed:
+      break;
   }
+  return refuse("Problem while writing faults for %s/%s", current_context.directory, current_context.file);
 }
 
 request_status server_answer_faults(const char* /*request*/) {
@@ -124,12 +124,12 @@ request_status server_answer_faults(const char* /*request*/) {
   if (!is_set(current_context.file)) return refuse("File is not set");
   if (!file_info_available()) return refuse("Cannot get file info");
   fault_info info;
-  const int state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, info);
-  if (state == 2) return refuse("%s", info_failure);
-  if (state == 1) return refuse("%s is not a faulted file.", current_context.file);
+  const geometry state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, info);
+  if (state == geometry::unclear) return refuse("%s", info_failure);
+  if (state != geometry::read) return refuse("%s is not a faulted file.", current_context.file);
   std::unique_ptr<fault_system> system;
   try {
-    if (qd_fault_read(current_context.directory, current_context.file, FAULT_FILE, system) != 0)
+    if (qd_fault_read(current_context.directory, current_context.file, FAULT_FILE, system) != geometry::read)
       return refuse("Cannot read faults.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read faults.");

@@ -57,13 +57,15 @@ request_status server_answer_file_list(const char* request) {
   if (!is_set(context.directory)) return refuse("Directory is not set");
   string_list names;
   switch (qd_list_files(context.directory, organisation, dimension, names)) {
-    case 0:
+    case found::no:
       return refuse("Not a valid Velmar directory: %s: %s", context.study, context.directory);
-    case list_unreadable:
-      return refuse("Cannot open file");
-    default:
+    case found::yes:
       return answer(wire_names{names});
+    case found::unclear:
+    case found::unreadable:
+      break;
   }
+  return refuse("Cannot open file");
 }
 
 // CFILEXIST: tells whether a file exists.
@@ -71,7 +73,7 @@ request_status server_answer_file_exists(const char* /*request*/) {
   name_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
-  return answer(wire_int{qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == 0});
+  return answer(wire_int{qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name) == found::yes});
 }
 
 // CFILESET: makes a file the current one.
@@ -80,7 +82,7 @@ request_status server_answer_file_set(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.directory)) return refuse("Directory is not set");
-  if (qd_file_test(ORG_ANY, DIM_ANY, context.directory, name.c_str()) != 0) {
+  if (qd_file_test(ORG_ANY, DIM_ANY, context.directory, name.c_str()) != found::yes) {
     return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, name.c_str());
   }
   set_current_file(name.c_str());

@@ -89,10 +89,10 @@ class role_names {
         knows_line_name_(client_is(line_name_client)),
         has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
 
-  // 0, or what qd_special_var_names tells of a name that the answer needs.
-  int find() {
-    otherwise_ = qd_special_var_names(current_context.directory, current_context.file, names_);
-    return otherwise_ >= 2 && !has_all() ? otherwise_ : 0;
+  // Yes, or what qd_special_var_names tells of a name that the answer needs: none is no failure.
+  found find() {
+    const found otherwise = qd_special_var_names(current_context.directory, current_context.file, names_);
+    return otherwise == found::no || has_all() ? found::yes : otherwise;
   }
 
   bool write() const {
@@ -120,7 +120,6 @@ class role_names {
   bool has_cores_;
   bool knows_line_name_;
   bool has_line_name_;
-  int otherwise_ = 1;
   name_text names_[kind_count];
 };
 
@@ -133,7 +132,8 @@ request_status server_answer_file_info(const char* /*request*/) {
   qd_grid_record grid;
   if (!qd_info_file(context.directory, context.file, info, &grid)) return refuse("Cannot get file info");
   polygon_info polygons;
-  const bool has_polygons = qd_polygon_info(context.directory, context.file, nullptr, false, polygons) == 0;
+  const bool has_polygons =
+      qd_polygon_info(context.directory, context.file, nullptr, false, polygons) == geometry::read;
   path_text path;
   if (!qd_file_path(context.directory, context.file, path)) return refuse("Cannot get physical file path");
   qd_file_record file;
@@ -145,12 +145,13 @@ request_status server_answer_file_info(const char* /*request*/) {
     return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
   }
   fault_info faults;
-  const bool has_faults = qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == 0;
+  const bool has_faults =
+      qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == geometry::read;
   if (!has_faults) faults = fault_info();
   role_names names(info.organisation, file.link_name);
-  const int missing = names.find();
-  if (missing == nothing_told && qd_two_files_available()) return refuse("Cannot get file info");
-  if (missing != 0) {
+  const found told = names.find();
+  if (told == found::unreadable && qd_two_files_available()) return refuse("Cannot get file info");
+  if (told != found::yes) {
     // Clients get no answer when too many files are open.
     server_debug(1, "Too much files opened to determine variable type.");
     return not_served;

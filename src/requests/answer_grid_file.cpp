@@ -37,7 +37,7 @@ struct grid_target : locked_file {
 bool find_grid(grid_target& target) {
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
   if (!is_set(current_context.file)) return refuse("File is not set");
-  if (target.open(current_context.directory, current_context.file) != LOOKUP_FOUND)
+  if (target.open(current_context.directory, current_context.file) != found::yes)
     return refuse("Cannot get file info");
   if (target.record.organisation != ORG_GRID) return refuse("Current file is not a grid");
   return true;
@@ -91,7 +91,7 @@ request_status server_answer_grid_file_new(const char* /*request*/) {
   const server_context& context = current_context;
   server_debug(1, "Creating Grid File: \"%s\".", name.c_str());
   if (nx < 1 || ny < 1 || nz < 1 ||
-      qd_create_file(context.directory, name.c_str(), ORG_GRID, dimension == 2 ? 2 : 3, &grid) == 0)
+      !qd_create_file(context.directory, name.c_str(), ORG_GRID, dimension == 2 ? 2 : 3, &grid))
     return refuse("Cannot create grid file %s: %s/%s", context.study, context.directory, name.c_str());
   return answer();
 }

@@ -86,10 +86,10 @@ line_addition add_line(const coordinate_variables& coordinates, const qd_file_re
   const auto fill = [&](std::int64_t first, std::int64_t last) {
     return written = coordinates.write(first, last, values) != 0;
   };
-  if (qd_append_sample(context.directory, context.file, samples, fill, organisation) == 0)
+  if (!qd_append_sample(context.directory, context.file, samples, fill, organisation))
     return written ? line_addition::no_room : line_addition::no_values;
   // A failure now is only told on the console: a client that is refused adds its line again.
-  if (file.link_name[0] != '\0') qd_delete_link(context.directory, context.file, true);
+  if (file.link_name[0] != '\0') static_cast<void>(qd_delete_link(context.directory, context.file, true));
   return line_addition::done;
 }
 
@@ -126,8 +126,7 @@ void complete_segments(const double (&start)[3], std::int32_t dimension, std::in
 bool prepare_cores(const lines_target& target, locked_file& locked, prepared_coordinates& segments) {
   const server_context& context = current_context;
   if (target.file.organisation == ORG_LINES_CORES) return true;
-  if (locked.open(context.directory, context.file) != LOOKUP_FOUND)
-    return refuse("Cannot get file descriptor");
+  if (locked.open(context.directory, context.file) != found::yes) return refuse("Cannot get file descriptor");
   if (locked.record.organisation != ORG_LINES_GRAVITY || locked.record.sample_count != 0) return true;
   const char* failed = segments.create(context.directory, context.file, locked, {core_begins, core_ends},
                                        target.file.dimension);
@@ -150,7 +149,7 @@ request_status server_answer_lines_file_new(const char* /*request*/) {
   server_debug(1, "Creating File: \"%s\".", name.c_str());
   file_content content;
   content.variables = qd_axis_content(gravity_centers, dimension, {});
-  if (qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr, &content) == 0)
+  if (!qd_create_file(context.directory, name.c_str(), ORG_LINES_GRAVITY, dimension, nullptr, &content))
     return refuse(cannot_create_file, context.study, context.directory, name.c_str());
   return answer();
 }

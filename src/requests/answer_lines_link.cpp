@@ -27,14 +27,15 @@ bool find_file(const char* name, qd_file_record& record) {
   const server_context& context = current_context;
   path_text path;
   switch (qd_find_file(context.directory, name, path, record)) {
-    case LOOKUP_FOUND:
+    case found::yes:
       return true;
-    case LOOKUP_ABSENT:
+    case found::no:
       return refuse("Line File %s: %s/%s does not exist", context.study, context.directory, name);
-    case LOOKUP_UNREADABLE:
-      return refuse("Cannot open files");
+    case found::unclear:
+    case found::unreadable:
+      break;
   }
-  return false;
+  return refuse("Cannot open files");
 }
 
 }  // namespace
@@ -56,7 +57,7 @@ request_status server_answer_lines_file_create_link(const char* /*request*/) {
                   lines.line_count, points.sample_count);
 
   server_debug(1, "Linking %s to %s", context.file, points_name.c_str());
-  if (qd_create_link(context.directory, context.file, points_name.c_str()) != 0) return answer();
+  if (qd_create_link(context.directory, context.file, points_name.c_str())) return answer();
   // Another server has deleted one of them meanwhile, or the former links can't be ended.
   if (!find_file(context.file, lines) || !find_file(points_name.c_str(), points)) return not_served;
   return refuse("Cannot delete previous link of %s: %s/%s", context.study, context.directory,
@@ -73,9 +74,10 @@ request_status server_answer_lines_file_samples_count(const char* /*request*/) {
   if (!is_lines(record.organisation)) return refuse("Current file is not a lines file");
 
   std::vector<std::int64_t> counts;
-  const int counted = qd_samples_per_line(context.directory, context.file, counts);
-  if (counted < 0) return refuse("Error while getting file information");
-  if (counted == 0) return not_served;
+  const found counted = qd_samples_per_line(context.directory, context.file, counts);
+  // Clients get no answer when too many files are open.
+  if (counted == found::unclear) return not_served;
+  if (counted != found::yes) return refuse("Error while getting file information");
   const auto lines = static_cast<std::int64_t>(counts.size());
   checked_array<std::int32_t> lengths;
   if (!lengths.allocate(lines))

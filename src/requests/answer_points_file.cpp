@@ -44,7 +44,7 @@ bool add_points(const coordinate_variables& coordinates, const char* file, std::
   const auto fill = [&](std::int64_t first, std::int64_t last) {
     return written = coordinates.write(first, last, values) != 0;
   };
-  if (qd_append_sample(directory, file, samples, fill) != 0) return true;
+  if (qd_append_sample(directory, file, samples, fill)) return true;
   if (written) return refuse_samples(samples, file);
   return refuse("Problem while writing coordinates for %s/%s", directory, file);
 }
@@ -61,14 +61,15 @@ request_status server_answer_points_file_new(const char* /*request*/) {
   if (!read_coordinates(samples, dimension, 1, values)) return not_served;
   if (!is_file_dimension(dimension)) return refuse(unknown_dimension, dimension);
   if (!may_create_file(name.c_str())) return not_served;
-  if (samples < 1 && qd_name_check(name.c_str()) == NAME_VALID) return refuse_samples(samples, name.c_str());
+  if (samples < 1 && qd_name_check(name.c_str()) == name_code::valid)
+    return refuse_samples(samples, name.c_str());
 
   server_debug(1, "Creating File: \"%s\".", name.c_str());
   const server_context& context = current_context;
   file_content content;
   content.sample_count = samples;
   content.variables = qd_axis_content(gravity_centers, dimension, values);
-  if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, nullptr, &content) != 0)
+  if (qd_create_file(context.directory, name.c_str(), ORG_POINTS, dimension, nullptr, &content))
     return answer();
   if (content.samples_failed) return refuse_samples(samples, name.c_str());
   return refuse(cannot_create_file, context.study, context.directory, name.c_str());
@@ -100,7 +101,7 @@ request_status server_answer_points_file_append(const char* /*request*/) {
   if (linked && !qd_link_can_be_deleted(context.directory, context.file)) return refuse(cannot_delete_link);
   if (!add_points(coordinates, context.file, samples, values)) return not_served;
   // A failure now is only told on the console: a client that is refused adds its samples again.
-  if (linked) qd_delete_link(context.directory, context.file, true);
+  if (linked) static_cast<void>(qd_delete_link(context.directory, context.file, true));
   return answer();
 }
 

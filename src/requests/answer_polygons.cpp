@@ -46,19 +46,19 @@ request_status server_answer_polygons(const char* /*request*/) {
   const char* file = current_context.file;
   if (!is_set(file)) return refuse("File is not set");
   qd_file_info file_info;
-  if (qd_info_file(directory, file, file_info, nullptr) == 0) return refuse("Cannot get file info");
+  if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
   polygon_info info;
   std::unique_ptr<polygon_system> system;
-  int status = 0;
   try {
-    const int state = qd_polygon_info(directory, file, current_context.selection, false, info);
-    if (state == 2) return refuse("Cannot get polygon information.");
-    if (state == 1) return refuse("%s is not a polygon file.", file);
-    system = qd_polygon_read(directory, file, current_context.selection, false, status);
+    const geometry state = qd_polygon_info(directory, file, current_context.selection, false, info);
+    if (state == geometry::unclear) return refuse("Cannot get polygon information.");
+    if (state == geometry::no_file || state == geometry::damaged)
+      return refuse("%s is not a polygon file.", file);
+    if (qd_polygon_read(directory, file, current_context.selection, false, system) != geometry::read)
+      return refuse("Cannot read polygons.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read polygons.");
   }
-  if (status != 0) return refuse("Cannot read polygons.");
   // Found before the answer begins: what has been sent of it can't be taken back.
   if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return not_served;
 

@@ -135,21 +135,23 @@ request_status server_answer_polygons_new(const char* /*request*/) {
       state = read_entry(entries.emplace_back());
       ranks.add_new(entries.back().polygon_name);
     }
-    if (state == arrival::complete) system = build_system(entries, ranks);
   } catch (const std::bad_alloc&) {
+    // Clients get no answer. What has not been read must not be taken for the next request.
+    clean_packet();
     return not_served;
   }
   if (state == arrival::broken) return not_served;
   if (state == arrival::refused) clean_packet();
+  if (state == arrival::complete) system = build_system(entries, ranks);
 
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
-  const int test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
-  if (test == 2) return refuse("Cannot open files");
-  if (test == 0)
+  const found test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
+  if (test == found::unclear) return refuse("Cannot open files");
+  if (test == found::yes)
     return refuse("File %s: %s/%s already exists", current_context.study, current_context.directory,
                   name.c_str());
   server_debug(1, "Creating File: \"%s\".", name.c_str());
-  if (state == arrival::refused || qd_polygon_new(current_context.directory, name.c_str(), *system) != 0)
+  if (state == arrival::refused || !qd_polygon_new(current_context.directory, name.c_str(), *system))
     return refuse("Cannot create file %s: %s/%s", current_context.study, name.c_str(), name.c_str());
   const request_status status = answer();
   // A client that never heard of the file must not find it.

@@ -44,8 +44,8 @@ request_status server_answer_read_char_var(const char* /*request*/) {
   if (!data.open(UNIT_VARIABLE)) return not_served;
   std::int64_t count = 0;
   if (data.entry().bytes_per_sample != width ||
-      qd_read_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first, data.last, &count,
-                        qd_text_bytes(texts)) == 0)
+      !qd_read_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first, data.last,
+                         &count, qd_text_bytes(texts)))
     return data.refuse_transfer();
 
   std::memset(blanks.data(), ' ', static_cast<std::size_t>(width));

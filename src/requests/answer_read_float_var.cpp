@@ -93,7 +93,7 @@ request_status server_answer_read_selection_var(const char* /*request*/) {
     return not_served;
   if (!data.open() || !data.set_index()) return not_served;
   std::int64_t row_bytes = 0;
-  if (qd_read_selection_free(data.io(), &row_bytes, bits) == 0) return data.refuse_transfer();
+  if (!qd_read_selection_free(data.io(), &row_bytes, bits)) return data.refuse_transfer();
   for (std::int64_t i = 0; i < data.count(); ++i) {
     std::int64_t bit = data.first - 1 + i;
     bytes[i] = bits[bit / 8] >> (7 - bit % 8) & 1;

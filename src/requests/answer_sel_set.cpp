@@ -28,9 +28,9 @@ request_status server_answer_sel_set(const char* /*request*/) {
 
   // With the index: a column that the macro doesn't have is no variable.
   qd_var_info info;
-  const int found = qd_variable_query(true, context.directory, context.file, name.c_str(), info);
-  if (found == nothing_told) return refuse("Cannot get variable info");
-  if (found != 0)
+  const found state = qd_variable_query(true, context.directory, context.file, name.c_str(), info);
+  if (state == found::unreadable) return refuse("Cannot get variable info");
+  if (state != found::yes)
     return refuse("Not a valid Velmar variable: %s: %s/%s/%s", context.study, context.directory, context.file,
                   name.c_str());
   bool is_selection = (info.type == VAR_FLOAT || info.type == VAR_MACRO) && info.kind == KIND_PLAIN &&

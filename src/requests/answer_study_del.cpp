@@ -53,9 +53,9 @@ bool remove_study(const char* folder, const string_list& names, const string_lis
 // The first that fits. The deletion is done, whatever comes of this: what hinders it is told. False if there
 // is no study of this version.
 bool open_another() try {
-  const int opening = qu_study_open(no_name);
-  if (opening == STUDY_OTHER_VERSION) return false;
-  if (opening == STUDY_OPENED) {
+  const study_opening opening = qu_study_open(no_name);
+  if (opening == study_opening::other_version) return false;
+  if (opening == study_opening::opened) {
     qd_end(0);
     qd_init();
   } else {

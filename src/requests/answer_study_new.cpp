@@ -95,12 +95,13 @@ bool is_registered(const char* folder, const string_list& all_paths) {
   return false;
 }
 
-// The same results as those of qu_study_create.
-int make_study(const char* folder, string_list& names, string_list& paths,
-               const std::function<bool()>& enter) {
+bool make_study(const char* folder, string_list& names, string_list& paths,
+                const std::function<bool()>& enter) {
   qu_study_tidy_beside(folder, names, paths);
-  const int taken = is_registered(folder, paths) ? 1 : qu_study_take_over(folder, enter);
-  return taken == 1 ? qu_study_create(folder, no_name, 1, enter) : taken;
+  const study_taking taken =
+      is_registered(folder, paths) ? study_taking::nothing_left : qu_study_take_over(folder, enter);
+  if (taken != study_taking::nothing_left) return taken == study_taking::done;
+  return qu_study_create(folder, no_name, 1, enter) == study_making::done;
 }
 
 bool can_be_study_name(std::string_view name) {
@@ -133,7 +134,7 @@ request_status server_answer_study_new(const char* /*request*/) {
     return qu_study_names_write(all_names, all_paths);
   };
   if (!lock || !is_known || !can_be_study_name(name.c_str()) || !study_folder_of(wanted, folder) ||
-      lies_in_catalogue(folder, all_paths) || make_study(folder, all_names, all_paths, enter) != 0)
+      lies_in_catalogue(folder, all_paths) || !make_study(folder, all_names, all_paths, enter))
     return refuse("Impossible to create study %s. File system full?", name.c_str());
   return answer();
 }

@@ -41,7 +41,8 @@ request_status server_answer_study_set(const char* /*request*/) {
   name_text wanted;
   qu_string_copy(name.c_str(), wanted);
   const open_store before;
-  if (qu_study_open(wanted) != STUDY_OPENED) return refuse("Invalid Study version: \"%s\"", name.c_str());
+  if (qu_study_open(wanted) != study_opening::opened)
+    return refuse("Invalid Study version: \"%s\"", name.c_str());
   // The first one that fits stands in for a study that another server deletes at this moment.
   if (std::strcmp(store.study_name, wanted) != 0) {
     before.put_back();

@@ -101,8 +101,8 @@ request_status server_answer_set_var_unit(const char* /*request*/) {
   locked_file file;
   path_text path;
   qd_variable_record record;
-  if (file.open(current_context.directory, current_context.file) != LOOKUP_FOUND ||
-      qd_variable_path_in(file.path, variable, path) == 0 ||
+  if (file.open(current_context.directory, current_context.file) != found::yes ||
+      !qd_variable_path_in(file.path, variable, path) ||
       qd_variable_descriptor_read(path, record) != object_state::sound)
     return refuse("Cannot get variable descriptor");
   set_variable_unit(symbol, count == 2 ? display : nullptr, record.format);

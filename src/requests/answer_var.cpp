@@ -56,13 +56,15 @@ request_status server_answer_var_list(const char* request) {
   if (!is_set(context.file)) return refuse("File is not set");
   string_list names;
   switch (qd_list_variables(context.directory, context.file, mask, names)) {
-    case 0:
+    case found::no:
       return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, context.file);
-    case list_unreadable:
-      return refuse("Cannot open file");
-    default:
+    case found::yes:
       return answer(wire_names{names});
+    case found::unclear:
+    case found::unreadable:
+      break;
   }
+  return refuse("Cannot open file");
 }
 
 // CVARXIST: tells whether a variable exists, with the index that its name carries.
@@ -71,7 +73,7 @@ request_status server_answer_var_exists(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
-  return answer(wire_int{qd_variable_test(true, context.directory, context.file, name) == 0});
+  return answer(wire_int{qd_variable_test(true, context.directory, context.file, name) == found::yes});
 }
 
 // CVARSET: makes a variable the current one. An index in the name is kept, and not looked at.
@@ -81,9 +83,9 @@ request_status server_answer_var_set(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   qd_var_info info;
-  const int found = qd_variable_query(false, context.directory, context.file, name.c_str(), info);
-  if (found == nothing_told) return refuse("Error while getting Variable information");
-  if (found != 0) {
+  const found state = qd_variable_query(false, context.directory, context.file, name.c_str(), info);
+  if (state == found::unreadable) return refuse("Error while getting Variable information");
+  if (state != found::yes) {
     return refuse("Not a valid Velmar variable: %s: %s/%s/%s", context.study, context.directory, context.file,
                   name.c_str());
   }

@@ -79,7 +79,9 @@ bool write_cut(const char* text, std::uint32_t room) {
 bool write_comment() {
   if (!client_is(comment_client)) return true;
   std::string comment;
-  qd_comment_read(current_context.directory, current_context.file, current_context.variable, comment);
+  // None is shown where none can be read.
+  static_cast<void>(
+      qd_comment_read(current_context.directory, current_context.file, current_context.variable, comment));
   return write_cut(comment.c_str(), comment_size);
 }
 
@@ -91,7 +93,7 @@ request_status server_answer_var_info(const char* /*request*/) {
   qd_var_info info;
   qd_variable_place place;
   if (qd_variable_query(false, context.directory, context.file, context.variable, info, nullptr, &place) !=
-      0) {
+      found::yes) {
     return refuse("Cannot get variable info");
   }
   if (info.type < VAR_FLOAT || info.type > VAR_MACRO) {
@@ -100,8 +102,9 @@ request_status server_answer_var_info(const char* /*request*/) {
   const wire_type type = wire_type_of(info);
   std::int64_t indices = 0;
   if (type == WIRE_MACRO) {
-    qd_macro_indices(place, context.directory, context.file, context.variable, &indices, nullptr);
-    if (indices < 0) return refuse("Cannot get variable info");
+    const auto numbers = qd_macro_indices(place, context.directory, context.file, context.variable, nullptr);
+    if (!numbers) return refuse("Cannot get variable info");
+    indices = static_cast<std::int64_t>(numbers->size());
   }
   const std::int64_t bits = type == WIRE_CHAR ? 0 : info.bit_length;
   const std::int64_t characters = type == WIRE_CHAR ? info.bit_length / 8 : 0;

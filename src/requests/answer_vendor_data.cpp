@@ -151,9 +151,9 @@ request_status server_answer_vendor_data_exists(const char* /*request*/) {
   vendor_owner owner;
   if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
-  const int result = qd_vendor_data_version(name, owner, version);
-  if (result == 2) return refuse("%s", read_failure);
-  return answer(wire_int{result == 0 ? 1 : 0});
+  const found state = qd_vendor_data_version(name, owner, version);
+  if (state == found::unreadable) return refuse("%s", read_failure);
+  return answer(wire_int{state == found::yes ? 1 : 0});
 }
 
 request_status server_answer_vendor_data_version(const char* /*request*/) {
@@ -161,7 +161,7 @@ request_status server_answer_vendor_data_version(const char* /*request*/) {
   vendor_owner owner;
   if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
-  if (qd_vendor_data_version(name, owner, version) != 0) return refuse("%s", read_failure);
+  if (qd_vendor_data_version(name, owner, version) != found::yes) return refuse("%s", read_failure);
   return answer(wire_int{static_cast<std::int32_t>(version)});
 }
 
@@ -170,7 +170,7 @@ request_status server_answer_vendor_data_read(const char* /*request*/) {
   vendor_owner owner;
   if (!read_target("Reading Vendor Data", name, owner)) return not_served;
   vendor_data bag;
-  if (qd_vendor_data_read(bag, owner, name) != 0) return refuse("%s", read_failure);
+  if (qd_vendor_data_read(bag, owner, name) != found::yes) return refuse("%s", read_failure);
   return answer_with([&bag] {
     return write_value(wire_int{static_cast<std::int32_t>(bag.version)}) &&
            write_value(count_of(bag.attributes)) &&
@@ -204,7 +204,7 @@ request_status server_answer_vendor_data_write(const char* /*request*/) {
   std::string text;
   if (!find_owner(scope, owner, text)) return not_served;
   server_debug(1, "Writing Vendor Data: \"%s\" in %s.", bag.name, text.c_str());
-  if (qd_vendor_data_write(owner, bag) != 0) return refuse("%s", write_failure);
+  if (!qd_vendor_data_write(owner, bag)) return refuse("%s", write_failure);
   return answer();
 }
 

@@ -59,19 +59,19 @@ request_status server_answer_wireframes_read(const char* /*request*/) {
   const char* file = current_context.file;
   if (!is_set(file)) return refuse("File is not set");
   qd_file_info file_info;
-  if (qd_info_file(directory, file, file_info, nullptr) == 0) return refuse("Cannot get file info");
+  if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
   wireframe_info info;
-  const int state = qd_wireframe_info(directory, file, current_context.selection, info);
-  if (state == 2) return refuse("Cannot get wireframe information: Too much files opened.");
-  if (state == 1) return refuse("%s is not a wireframe file.", file);
+  const geometry state = qd_wireframe_info(directory, file, current_context.selection, info);
+  if (state == geometry::unclear) return refuse("Cannot get wireframe information: Too much files opened.");
+  if (state == geometry::no_file || state == geometry::damaged)
+    return refuse("%s is not a wireframe file.", file);
   std::unique_ptr<wireframe> root;
-  int status = 0;
   try {
-    root = qd_wireframe_read(directory, file, current_context.selection, status);
+    if (qd_wireframe_read(directory, file, current_context.selection, root) != geometry::read)
+      return refuse("Cannot read wireframes.");
   } catch (const std::bad_alloc&) {
     return refuse("Not enough memory to read wireframes.");
   }
-  if (status != 0) return refuse("Cannot read wireframes.");
 
   divide(*root, client_units(root->unit_x, root->unit_y, root->unit_z));
   std::erase_if(root->objects, [](const wireframe_object& object) { return sent_pieces(object) == 0; });

@@ -102,12 +102,12 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
   request_text name;
   if (!read_arguments(name)) return not_served;
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
-  if (qd_directory_test(current_context.directory) != 0)
+  if (qd_directory_test(current_context.directory) != found::yes)
     return refuse("Current directory does not exist %s: %s", current_context.study,
                   current_context.directory);
-  const int test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
-  if (test == 2) return refuse("Cannot open files");
-  if (test == 0)
+  const found test = qd_file_test(ORG_ANY, DIM_ANY, current_context.directory, name.c_str());
+  if (test == found::unclear) return refuse("Cannot open files");
+  if (test == found::yes)
     return refuse("File %s: %s/%s already exists", current_context.study, current_context.directory,
                   name.c_str());
 
@@ -127,7 +127,7 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{232});
   }
   if (!valid) return refuse("%s", triangles_failure);
-  if (qd_wireframe_write(current_context.directory, name.c_str(), *root) == 0) return answer();
+  if (qd_wireframe_write(current_context.directory, name.c_str(), *root)) return answer();
   // Clients know that a file without objects gets no answer.
   if (root->objects.empty()) return not_served;
   return refuse("Cannot create file %s: %s/%s", current_context.study, current_context.directory,

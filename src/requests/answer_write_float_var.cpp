@@ -37,9 +37,9 @@ void replace_test_value(checked_array<double>& values, double test_value) {
 bool check_count(data_request& data, std::int32_t compress, std::int64_t count) {
   std::int64_t expected = data.count();
   if (compress != 0 && is_set(current_context.selection)) {
-    expected = data.count_selected();
-    if (expected < 0)
-      return refuse("Cannot get statitics on current selection %s", current_context.selection);
+    const std::optional<std::int64_t> selected = data.count_selected();
+    if (!selected) return refuse("Cannot get statitics on current selection %s", current_context.selection);
+    expected = *selected;
   }
   if (count == expected) return true;
   return refuse("Array size does not match %scompressed selection (%" PRId64 "/%" PRId64 " samples)",
@@ -69,8 +69,8 @@ request_status server_answer_write_float_var(const char* /*request*/) {
 
   if (!data.open() || !data.set_index()) return not_served;
   if (!data.is_numeric()) return data.refuse_transfer();
-  if (count > 0 && qd_write_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
-                                       data.last, values) == 0)
+  if (count > 0 && !qd_write_float_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
+                                        data.last, values))
     return data.refuse_transfer();
   return answer();
 }
@@ -99,7 +99,7 @@ request_status server_answer_write_line_float_var(const char* /*request*/) {
   data.keep_selection();
   if (!data.open()) return not_served;
   if (!data.is_numeric()) return data.refuse_transfer();
-  if (count > 0 && qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values) == 0)
+  if (count > 0 && !qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values))
     return data.refuse_transfer();
   return answer();
 }
@@ -117,7 +117,7 @@ request_status server_answer_write_selection_var(const char* /*request*/) {
 
   if (!data.open() || !data.set_index()) return not_served;
   if (!data.is_numeric() || data.entry().bit_length != 1) return data.refuse_transfer();
-  int written = 0;
+  bool written = false;
   if (data.first == 1 && data.last == data.file.sample_count) {
     checked_array<unsigned char> bits;
     if (!allocate_or_refuse(bits, (count - 1) / 8 + 1, " for bit array")) return not_served;
@@ -130,7 +130,7 @@ request_status server_answer_write_selection_var(const char* /*request*/) {
     std::copy(bytes.begin(), bytes.end(), values.begin());
     written = qd_write_float_free(data.io(), SEL_MASKED, data.first, data.last, values);
   }
-  return written != 0 ? answer() : data.refuse_transfer();
+  return written ? answer() : data.refuse_transfer();
 }
 
 request_status server_answer_write_char_var(const char* /*request*/) {
@@ -158,8 +158,8 @@ request_status server_answer_write_char_var(const char* /*request*/) {
   }
   if (!data.open(UNIT_VARIABLE)) return not_served;
   if (data.entry().implicit != 0 || data.entry().bytes_per_sample != width) return data.refuse_transfer();
-  if (count > 0 && qd_write_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
-                                      data.last, qd_text_bytes(samples)) == 0)
+  if (count > 0 && !qd_write_char_free(data.io(), compress != 0 ? SEL_COMPRESSED : SEL_MASKED, data.first,
+                                       data.last, qd_text_bytes(samples)))
     return data.refuse_transfer();
   return answer();
 }

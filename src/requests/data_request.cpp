@@ -58,7 +58,7 @@ bool data_request::read_char_range() {
 bool data_request::find_variable() {
   if (!is_set(current_context.variable)) return refuse("Variable is not set");
   variable_found_ = qd_variable_query(false, current_context.directory, current_context.file,
-                                      current_context.variable, variable, &file, &place_) == 0;
+                                      current_context.variable, variable, &file, &place_) == found::yes;
   return variable_found_ || refuse("Error while getting file or Variable information");
 }
 
@@ -88,16 +88,17 @@ bool data_request::check_range() {
 bool data_request::find_lines_file() {
   if (!is_set(current_context.variable)) return refuse("Variable is not set");
   if (!is_set(current_context.file)) return refuse("File is not set");
-  if (qd_info_file(current_context.directory, current_context.file, file, nullptr) == 0)
+  if (!qd_info_file(current_context.directory, current_context.file, file, nullptr))
     return refuse("Error while getting file information");
   if (!is_lines(file.organisation)) return refuse("Current file is not a lines file");
   return true;
 }
 
 bool data_request::measure_lines(std::vector<std::int64_t>& lengths) const {
-  const int measured = qd_samples_per_line(current_context.directory, current_context.file, lengths);
-  if (measured < 0) return refuse("Error while getting file information");
-  return measured > 0;
+  const found measured = qd_samples_per_line(current_context.directory, current_context.file, lengths);
+  // Clients get no answer when too many files are open.
+  if (measured == found::unclear) return false;
+  return measured == found::yes || refuse("Error while getting file information");
 }
 
 void data_request::set_line(const std::vector<std::int64_t>& lengths, std::int64_t line) {
@@ -109,11 +110,12 @@ bool data_request::find_selection(int entries) {
   if (selection_.handle.entry != 0) return true;
   const server_context& context = current_context;
   return qd_free_entries() >= entries &&
-         qd_selection_select(context.directory, context.file, context.selection, selection_.handle) != 0;
+         qd_selection_select(context.directory, context.file, context.selection, selection_.handle);
 }
 
-std::int64_t data_request::count_selected() {
-  return find_selection(1) ? qd_selected_samples_count(selection_.handle, first, last) : -1;
+std::optional<std::int64_t> data_request::count_selected() {
+  if (!find_selection(1)) return std::nullopt;
+  return qd_selected_samples_count(selection_.handle, first, last);
 }
 
 bool data_request::select_selection() {
@@ -132,14 +134,14 @@ bool data_request::select_variable(unit_choice choice) {
   const bool is_column = qd_macro_names_column(context.variable);
   if (is_column || !variable_found_)
     variable_found_ = qd_variable_query(is_column, context.directory, context.file, context.variable,
-                                        variable, nullptr, &place_) == 0;
+                                        variable, nullptr, &place_) == found::yes;
   bool selected = variable_found_ && qd_free_entries() >= 1;
   if (selected && is_column)
     selected =
-        qd_variable_select(context.directory, context.file, context.variable, choice, variable_.handle) != 0;
+        qd_variable_select(context.directory, context.file, context.variable, choice, variable_.handle);
   else if (selected)
     selected = qd_variable_select_at(place_, context.directory, context.file, context.variable, choice,
-                                     variable_.handle) != 0;
+                                     variable_.handle);
   return (selected && entry().sample_count == file.sample_count) || refuse("Cannot select variable");
 }
 
@@ -162,7 +164,7 @@ bool data_request::set_index() {
     macro_descriptor descriptor(qd_macro_descr_read(entry().variable_path));
     known = descriptor && descriptor->slot_of(current_context.indice) >= 0;
   }
-  if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice) != 0) return true;
+  if (known && qd_set_macro_indices_in_io(io_.id, current_context.indice)) return true;
   return refuse("Cannot set macro indices for variable");
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "disk/qd_records.h"
@@ -42,7 +43,7 @@ class data_request {
   void set_line(const std::vector<std::int64_t>& lengths, std::int64_t line);
 
   // How many samples of the range the current selection selects; negative if that can't be told.
-  std::int64_t count_selected();
+  std::optional<std::int64_t> count_selected();
 
   // Selects the current selection and variable, and binds them; the last step sets the current index.
   bool open(unit_choice choice);

@@ -35,14 +35,15 @@ bool may_create_file(const char* name) {
   if (!is_set(context.directory)) {
     return refuse("Directory is not set");
   }
-  int missing = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
-  if (missing == 2) return refuse("Cannot open files");
-  if (missing == 0) return refuse("File %s: %s/%s already exists", context.study, context.directory, name);
+  const found present = qd_file_test(ORG_ANY, DIM_ANY, context.directory, name);
+  if (present == found::unclear) return refuse("Cannot open files");
+  if (present == found::yes)
+    return refuse("File %s: %s/%s already exists", context.study, context.directory, name);
   return true;
 }
 
 bool current_file(path_text& path, qd_file_record& record) {
-  return qd_find_file(current_context.directory, current_context.file, path, record) == LOOKUP_FOUND;
+  return qd_find_file(current_context.directory, current_context.file, path, record) == found::yes;
 }
 
 }  // namespace qrd

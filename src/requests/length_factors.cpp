@@ -15,7 +15,7 @@ unit_divisors client_units(const qd_format_record& x, const qd_format_record& y,
 bool find_client_units(unit_divisors& unit) {
   qd_format_record x, y, z;
   if (current_context.unit_mode != 0 &&
-      qd_coordinates_formats(1, current_context.directory, current_context.file, &x, &y, &z) != 0)
+      !qd_coordinates_formats(1, current_context.directory, current_context.file, &x, &y, &z))
     return refuse("Cannot get coords formats");
   unit = client_units(x, y, z);
   return true;

@@ -40,11 +40,11 @@ std::string open_root(const char* path) {
   std::string refusal;
   if (!qd_version_check(store.root_path, refusal)) return refusal;
   switch (qu_study_open(no_name)) {
-    case STUDY_OPENED:
+    case study_opening::opened:
       return "";
-    case STUDY_NO_REGISTRY:
+    case study_opening::no_registry:
       return no_registry_text;
-    case STUDY_TOO_LONG:
+    case study_opening::too_long:
       return "Path is too long for the files of a study";
     default:
       return "No valid study to use for this QRDserver version";

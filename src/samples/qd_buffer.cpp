@@ -19,12 +19,12 @@ constexpr int absent_byte = 0xFF;
 // The result of a transfer that met the end of the file or a failure of the disk: told on the console, and
 // for the callers to refuse. Another program may have cut the file, and a damaged one is still there to be
 // saved.
-int failed(const qd_selected_entry& entry, const char* action) {
+bool failed(const qd_selected_entry& entry, const char* action) {
   const bool ends = std::feof(entry.stream) != 0;
   qu_message("Cannot %s %s/%s: %s", action, entry.variable_path, data_file_name,
              ends ? "The file is too short" : qu_strerror(1));
   std::clearerr(entry.stream);
-  return 0;
+  return false;
 }
 
 bool seek(const qd_selected_entry& entry, std::int64_t first) {
@@ -60,13 +60,13 @@ bool keep_neighbours(std::FILE* stream, std::int64_t first, std::int64_t last, s
 
 }  // namespace
 
-int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
-                               void* destination) {
+bool _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
+                                void* destination) {
   constexpr char function[] = "_qd_file_read_float_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr) qu_fatal_number(function, 20);
   // Nothing is stored; a damaged descriptor may say both.
-  if (entry->implicit != 0) return 0;
+  if (entry->implicit != 0) return false;
   if (entry->stream == nullptr) qu_fatal_number(function, 20);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
@@ -78,11 +78,11 @@ int _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::i
   const bool ends_early = bit_length <= 16 && got != 0 && std::ferror(entry->stream) == 0;
   if (got != wanted && !ends_early) return failed(*entry, "read");
   std::memset(static_cast<unsigned char*>(destination) + got, absent_byte, wanted - got);
-  return 1;
+  return true;
 }
 
-int _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
-                              unsigned char* destination) {
+bool _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
+                               unsigned char* destination) {
   constexpr char function[] = "_qd_file_read_char_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr) qu_fatal_number(function, 10);
@@ -91,10 +91,10 @@ int _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::in
   auto wanted = static_cast<std::size_t>(_qd_file_byte_count(first, last, entry->bit_length));
   if (!seek(*entry, first) || std::fread(destination, 1, wanted, entry->stream) != wanted)
     return failed(*entry, "read");
-  return 1;
+  return true;
 }
 
-int _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last, void* stored) {
+bool _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last, void* stored) {
   constexpr char function[] = "_qd_file_write_float_buffer";
   qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr) qu_fatal_number(function, 5);
@@ -106,7 +106,7 @@ int _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::
     return failed(*entry, "read");
   if (!seek(*entry, first) || !write(entry->stream, stored, _qd_file_byte_count(first, last, bit_length)))
     return failed(*entry, "write");
-  return 1;
+  return true;
 }
 
 void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width) {
@@ -116,19 +116,19 @@ void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width) 
       std::memset(end, ' ', size - static_cast<std::size_t>(static_cast<unsigned char*>(end) - texts));
 }
 
-int qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64_t last,
-                          const unsigned char* texts) {
+bool qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64_t last,
+                           const unsigned char* texts) {
   qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr)
     qu_fatal_number("_qd_file_write_char_buffer", 5);
   if (!seek(*entry, first) ||
       !write(entry->stream, texts, _qd_file_byte_count(first, last, entry->bit_length)))
     return failed(*entry, "write");
-  return 1;
+  return true;
 }
 
-int _qd_file_write_char_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
-                               unsigned char* texts) {
+bool _qd_file_write_char_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last,
+                                unsigned char* texts) {
   if (const qd_selected_entry* entry = qd_entry(entry_id))
     qd_pad_texts(texts, last - first + 1, entry->bytes_per_sample);
   return qd_write_padded_texts(entry_id, first, last, texts);

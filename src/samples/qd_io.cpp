@@ -86,9 +86,9 @@ std::int64_t qd_free_io(std::int64_t io) {
   return 0;
 }
 
-int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
+bool qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
   constexpr char function[] = "qd_set_macro_indices_in_io";
-  if (!qd_two_files_available()) return 0;
+  if (!qd_two_files_available()) return false;
   qd_io& record = qd_io_of(function, io);
   bool any_generic = false;
   for (std::size_t v = 0; v < record.variables.size(); ++v) {
@@ -98,17 +98,17 @@ int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
     if (entry == nullptr) qu_fatal_number(function, 10);
     macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
     std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
-    if (slot < 0) return 0;
+    if (slot < 0) return false;
     record.macro_slots[v] = slot;
   }
-  if (any_generic) return 1;
+  if (any_generic) return true;
   qu_message("PROGRAMMING ERROR in qd_set_macro_indices_in_io:");
   qu_message("The given macro index (%" PRId64 ") has not been found\n", index);
-  return 0;
+  return false;
 }
 
-int _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer, std::int64_t bytes) {
-  if (bytes <= buffer.capacity) return 1;
+bool _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer, std::int64_t bytes) {
+  if (bytes <= buffer.capacity) return true;
   buffer.data = qu_mem_realloc_nn(file, line, buffer.data, 1, buffer.capacity, bytes);
   buffer.capacity = buffer.data == nullptr ? 0 : bytes;
   return buffer.data == nullptr ? 0 : 1;

@@ -29,12 +29,13 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
 qd_io& qd_io_of(const char* function, std::int64_t io);
 // 0; harmless on 0. Releases the scratch buffers too.
 std::int64_t qd_free_io(std::int64_t io);
-// 1; 0 after a report if too many files are open or no variable of the record is generic, and 0 if a macro
+// False after a report if too many files are open or no variable of the record is generic, and if a macro
 // can't be read or doesn't have the index.
-int qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index);
+[[nodiscard]] bool qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index);
 
-// 1, or 0 without memory. Needing nothing is fine.
-int _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer, std::int64_t bytes);
+// False without memory. Needing nothing is fine.
+[[nodiscard]] bool _qd_buffer_reserve(const char* file, std::int64_t line, scratch_buffer& buffer,
+                                      std::int64_t bytes);
 
 // Owns an io record.
 class io_record {

@@ -10,14 +10,13 @@
 
 namespace qrd {
 
-std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& handle, std::int64_t* count,
-                                                      string_list* alpha) {
-  *count = -1;
+std::optional<std::vector<std::int64_t>> qd_macro_get_sorted_indices(const qd_variable_handle& handle,
+                                                                     string_list* alpha) {
   if (alpha != nullptr) alpha->clear();
   const qd_selected_entry* entry = qd_entry(handle.entry);
-  if (entry == nullptr || !qd_two_files_available()) return {};
+  if (entry == nullptr || !qd_two_files_available()) return std::nullopt;
   macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
-  if (!descriptor) return {};
+  if (!descriptor) return std::nullopt;
 
   std::vector<std::int64_t> slots, sorted;
   for (std::int64_t slot = 0; slot < descriptor->slot_count(); ++slot)
@@ -27,16 +26,14 @@ std::vector<std::int64_t> qd_macro_get_sorted_indices(const qd_variable_handle& 
   };
   std::ranges::sort(slots, {}, index_of);
   std::ranges::transform(slots, std::back_inserter(sorted), index_of);
-  *count = static_cast<std::int64_t>(sorted.size());
   if (alpha != nullptr && descriptor->alpha_indices.get() != nullptr)
     for (std::int64_t slot : slots) alpha->add(descriptor->alpha_indices[slot], name_size);
   return sorted;
 }
 
-std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const char* directory,
-                                           const char* file, const char* variable, std::int64_t* count,
-                                           string_list* alpha) {
-  *count = -1;
+std::optional<std::vector<std::int64_t>> qd_macro_indices(const qd_variable_place& place,
+                                                          const char* directory, const char* file,
+                                                          const char* variable, string_list* alpha) {
   if (alpha != nullptr) alpha->clear();
   // The indices are those of the whole family, also where the name is that of one column.
   name_text family;
@@ -44,9 +41,9 @@ std::vector<std::int64_t> qd_macro_indices(const qd_variable_place& place, const
   qd_macro_name_generic(family);
   selected_variable selected;
   if (qd_free_entries() < 1 ||
-      qd_variable_select_at(place, directory, file, family, UNIT_NONE, selected.handle) == 0)
-    return {};
-  return qd_macro_get_sorted_indices(selected.handle, count, alpha);
+      !qd_variable_select_at(place, directory, file, family, UNIT_NONE, selected.handle))
+    return std::nullopt;
+  return qd_macro_get_sorted_indices(selected.handle, alpha);
 }
 
 }  // namespace qrd

@@ -45,11 +45,11 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
 // Finds a variable under its exact name or, for a name with an index, under the generic one; one walk
 // looks for both. A variable that exists under the exact name, brackets included, is an ordinary variable:
 // it then carries no index.
-lookup_result find_variable(const char* file_path, const char* variable, index_form& index, path_text& path,
-                            qd_variable_record& record) {
+found find_variable(const char* file_path, const char* variable, index_form& index, path_text& path,
+                    qd_variable_record& record) {
   const auto is_exact = [&] {
     if (index != index_form::generic) index = index_form::none;
-    return LOOKUP_FOUND;
+    return found::yes;
   };
   if (qd_find_by_hint<variable_level>(file_path, variable, path, record)) return is_exact();
   name_text generic;
@@ -57,18 +57,18 @@ lookup_result find_variable(const char* file_path, const char* variable, index_f
   if (index != index_form::none) qd_macro_name_generic(generic);
   path_text seen_path;
   qd_variable_record seen;
-  bool found = false;
+  bool family_seen = false;
   walk_end end =
       qd_walk<variable_level>(file_path, seen_path, seen, [&](const qd_variable_record& candidate) {
         if (std::strcmp(candidate.name, variable) == 0) return true;
-        if (!found && index != index_form::none && std::strcmp(candidate.name, generic) == 0) {
-          found = true;
+        if (!family_seen && index != index_form::none && std::strcmp(candidate.name, generic) == 0) {
+          family_seen = true;
           record = candidate;
           qu_path_join(path, {seen_path});
         }
         return false;
       });
-  if (end != walk_end::stopped) return found ? LOOKUP_FOUND : qd_lookup_result(end);
+  if (end != walk_end::stopped) return family_seen ? found::yes : qd_lookup_result(end);
   record = seen;
   qu_path_join(path, {seen_path});
   return is_exact();
@@ -149,33 +149,33 @@ void fill_entry(const qd_variable_place& place, const char* directory, const cha
 // Gives the handle of a variable its entry: an open one, or a new one. `catalogue_name` is the variable's own
 // name, without an index. What an entry holds is of one variable: the descriptors are read while the data
 // file is open, and it is still in its place afterwards.
-int select_entry(const qd_variable_place& place, const char* directory, const char* file,
-                 const char* variable, const char* catalogue_name, unit_choice choice,
-                 qd_variable_handle& selected, qd_variable_handle& handle) {
+bool select_entry(const qd_variable_place& place, const char* directory, const char* file,
+                  const char* variable, const char* catalogue_name, unit_choice choice,
+                  qd_variable_handle& selected, qd_variable_handle& handle) {
   found_variable found;
   // One entry, and so one stream, serves all the columns of a macro variable.
   for (int slot = 0; slot < table_slots; ++slot) {
     qd_selected_entry* open_entry = sample_tables.selected[slot];
     if (open_entry == nullptr || !is_entry_of(*open_entry, place.path)) continue;
-    if (!found.read(place, file, catalogue_name) || !qd_is_in_place(*open_entry)) return 0;
+    if (!found.read(place, file, catalogue_name) || !qd_is_in_place(*open_entry)) return false;
     ++open_entry->reference_count;
     // An entry can outlive its request; another server may have added samples since.
     open_entry->sample_count = found.file.sample_count;
     selected.unit_factor = unit_factor_of(found.variable, choice);
     selected.entry = slot + 1;
     handle = selected;
-    return 1;
+    return true;
   }
 
   int slot = first_free_slot(sample_tables.selected, select_function, 70);
   file_stream stream = open_data_file(place.path);
-  if (!found.read(place, file, catalogue_name)) return 0;
+  if (!found.read(place, file, catalogue_name)) return false;
   if (found.variable.implicit != 0) stream = file_stream();
-  if (found.variable.implicit == 0 && !stream) return 0;
+  if (found.variable.implicit == 0 && !stream) return false;
   qd_selected_entry candidate;
   fill_entry(place, directory, file, variable, found, candidate);
   candidate.stream = stream.get();
-  if (!qd_is_in_place(candidate)) return 0;
+  if (!qd_is_in_place(candidate)) return false;
 
   qd_selected_entry* entry = new_entry();
   *entry = candidate;
@@ -185,71 +185,71 @@ int select_entry(const qd_variable_place& place, const char* directory, const ch
   selected.unit_factor = unit_factor_of(found.variable, choice);
   selected.entry = slot + 1;
   handle = selected;
-  return 1;
+  return true;
 }
 
 // The same, and the columns of a macro variable are where its count tells: a growth that is under way is
 // waited for.
-int select_found(const qd_variable_place& place, const char* directory, const char* file,
-                 const char* variable, const char* catalogue_name, unit_choice choice,
-                 qd_variable_handle& selected, qd_variable_handle& handle) {
+bool select_found(const qd_variable_place& place, const char* directory, const char* file,
+                  const char* variable, const char* catalogue_name, unit_choice choice,
+                  qd_variable_handle& selected, qd_variable_handle& handle) {
   constexpr int attempts = 4;
   for (int attempt = 0; attempt < attempts; ++attempt) {
-    const bool found =
-        select_entry(place, directory, file, variable, catalogue_name, choice, selected, handle) != 0;
-    if (found && qd_columns_hold(*qd_entry(handle.entry))) return 1;
+    const bool selects =
+        select_entry(place, directory, file, variable, catalogue_name, choice, selected, handle);
+    if (selects && qd_columns_hold(*qd_entry(handle.entry))) return true;
     handle = qd_variable_deselect(handle);
-    if (!found && !qd_columns_move(place.file_path)) return 0;
-    if (!qd_settle_columns(place.file_path)) return 0;
+    if (!selects && !qd_columns_move(place.file_path)) return false;
+    if (!qd_settle_columns(place.file_path)) return false;
   }
-  return 0;
+  return false;
 }
 
 }  // namespace
 
-int qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
-                       qd_variable_handle& handle) {
+bool qd_variable_select(const char* directory, const char* file, const char* variable, unit_choice choice,
+                        qd_variable_handle& handle) {
   handle = {};
-  if (!qd_two_files_available()) return 0;
+  if (!qd_two_files_available()) return false;
 
   qd_variable_place place;
   qd_file_record file_record;
   qd_variable_record record;
   index_form index = qd_macro_name_kind(variable);
   // What callers have found may be no more: another server may have deleted or damaged it since.
-  if (qd_find_file(directory, file, place.file_path, file_record) != LOOKUP_FOUND ||
-      find_variable(place.file_path, variable, index, place.path, record) != LOOKUP_FOUND)
-    return 0;
+  if (qd_find_file(directory, file, place.file_path, file_record) != found::yes ||
+      find_variable(place.file_path, variable, index, place.path, record) != found::yes)
+    return false;
   qd_variable_handle selected;
-  if (!find_macro_slot(index, place.path, variable, selected.macro_slot)) return 0;
+  if (!find_macro_slot(index, place.path, variable, selected.macro_slot)) return false;
   return select_found(place, directory, file, variable, record.name, choice, selected, handle);
 }
 
-int qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
-                          const char* variable, unit_choice choice, qd_variable_handle& handle) {
+bool qd_variable_select_at(const qd_variable_place& place, const char* directory, const char* file,
+                           const char* variable, unit_choice choice, qd_variable_handle& handle) {
   handle = {};
-  if (!qd_two_files_available()) return 0;
+  if (!qd_two_files_available()) return false;
   qd_variable_handle selected;
   selected.macro_slot = slot_of_family(qd_macro_name_kind(variable));
   return select_found(place, directory, file, variable, variable, choice, selected, handle);
 }
 
-int qd_selection_select(const char* directory, const char* file, const char* selection,
-                        qd_variable_handle& handle) {
+bool qd_selection_select(const char* directory, const char* file, const char* selection,
+                         qd_variable_handle& handle) {
   handle = {};
-  if (std::strcmp(selection, no_name) == 0) return 1;
+  if (std::strcmp(selection, no_name) == 0) return true;
   qd_variable_place place;
-  if (qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, nullptr, &place) == 0)
-    return 0;
+  if (!qd_check_variable(CLASS_SELECTION, directory, file, no_name, selection, nullptr, nullptr, &place))
+    return false;
   // The place is that of the family: a column may also be a variable of its own.
-  const int selected = qd_macro_names_column(selection)
-                           ? qd_variable_select(directory, file, selection, UNIT_NONE, handle)
-                           : qd_variable_select_at(place, directory, file, selection, UNIT_NONE, handle);
-  if (selected == 0) return 0;
+  const bool selected = qd_macro_names_column(selection)
+                            ? qd_variable_select(directory, file, selection, UNIT_NONE, handle)
+                            : qd_variable_select_at(place, directory, file, selection, UNIT_NONE, handle);
+  if (!selected) return false;
   // A descriptor that calls it computed has no bits to offer.
-  if (qd_entry(handle.entry)->bit_length == 1) return 1;
+  if (qd_entry(handle.entry)->bit_length == 1) return true;
   handle = qd_variable_deselect(handle);
-  return 0;
+  return false;
 }
 
 }  // namespace qrd

@@ -33,14 +33,14 @@ bool write_all(const range_transfer& range, std::int64_t v, const double* values
     const double* source = values + done;
     std::int64_t room = factor == 1.0 ? _qd_file_byte_count(first, last, entry.bit_length)
                                       : count * static_cast<std::int64_t>(sizeof(double));
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, room) == 0) return false;
+    if (!_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, room)) return false;
     if (factor != 1.0) {
       auto* scaled = static_cast<double*>(sample_tables.work.data);
       for (std::int64_t i = 0; i < count; ++i) scaled[i] = stored_value(source[i], factor);
       source = scaled;
     }
     _qd_file_encode(source, first, last, entry.bit_length, sample_tables.work.data);
-    if (_qd_file_write_float_buffer(range.id(v), first, last, sample_tables.work.data) == 0) return false;
+    if (!_qd_file_write_float_buffer(range.id(v), first, last, sample_tables.work.data)) return false;
   }
   return true;
 }
@@ -57,8 +57,8 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t first = range.file_sample(v, range.first + done);
     std::int64_t last = first + count - 1;
     std::int64_t bytes = _qd_file_byte_count(first, last, entry.bit_length);
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, bytes) == 0) return false;
-    if (_qd_file_read_float_buffer(id, first, last, sample_tables.work.data) == 0) return false;
+    if (!_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, bytes)) return false;
+    if (!_qd_file_read_float_buffer(id, first, last, sample_tables.work.data)) return false;
     for (std::int64_t i = 0; i < count; ++i) {
       bool keep = !mask.leaves_out(done + i);
       if (keep)
@@ -66,39 +66,39 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
                          sample_tables.work.data);
       if (keep || !compressed) ++values;
     }
-    if (_qd_file_write_float_buffer(id, first, last, sample_tables.work.data) == 0) return false;
+    if (!_qd_file_write_float_buffer(id, first, last, sample_tables.work.data)) return false;
   }
   return true;
 }
 
 }  // namespace
 
-int qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        std::span<const double> values) {
+bool qd_write_float_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                         std::span<const double> values) {
   range_transfer range("qd_write_float_free", io, first, last);
-  if (!range.addressable()) return 0;
+  if (!range.addressable()) return false;
   for (std::int64_t v = 0; v < range.variable_count(); ++v) qd_require_numeric(range.entry(v).bit_length);
   const range_guard guard(range, range_guard::purpose::writing);
-  if (!guard) return 0;
+  if (!guard) return false;
   if (range.io.selection == 0) {
-    if (!fits_in(range, values.size())) return 0;
+    if (!fits_in(range, values.size())) return false;
     for (std::int64_t v = 0; v < range.variable_count(); ++v)
-      if (!write_all(range, v, values.data() + v * range.count())) return 0;
-    return qd_sync_range(range) ? 1 : 0;
+      if (!write_all(range, v, values.data() + v * range.count())) return false;
+    return qd_sync_range(range);
   }
 
   selection_mask mask;
-  if (!mask.load(range)) return 0;
+  if (!mask.load(range)) return false;
   bool compressed = mode == SEL_COMPRESSED;
   // Another server may have changed the selection since the caller counted it.
   const auto available = static_cast<std::int64_t>(values.size());
   if (compressed ? mask.kept(range.count()) * range.variable_count() != available
                  : !fits_in(range, values.size()))
-    return 0;
+    return false;
   const double* next = values.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v)
-    if (!write_kept(range, v, mask, compressed, next)) return 0;
-  return qd_sync_range(range) ? 1 : 0;
+    if (!write_kept(range, v, mask, compressed, next)) return false;
+  return qd_sync_range(range);
 }
 
 }  // namespace qrd

@@ -23,10 +23,10 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
     std::int64_t count = std::min(pass, range.count() - done);
     std::int64_t first = range.file_sample(v, range.first + done);
     std::int64_t last = first + count - 1;
-    if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, count * width) == 0)
+    if (!_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.work, count * width))
       return false;
     auto* stored = static_cast<unsigned char*>(sample_tables.work.data);
-    if (_qd_file_read_char_buffer(id, first, last, stored) == 0) return false;
+    if (!_qd_file_read_char_buffer(id, first, last, stored)) return false;
     for (std::int64_t i = 0; i < count; ++i, stored += width) {
       bool keep = !mask.leaves_out(done + i);
       if (keep) {
@@ -36,7 +36,7 @@ bool write_kept(const range_transfer& range, std::int64_t v, const selection_mas
       }
       if (keep || !compressed) texts += width;
     }
-    if (qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(sample_tables.work.data)) == 0)
+    if (!qd_write_padded_texts(id, first, last, static_cast<unsigned char*>(sample_tables.work.data)))
       return false;
   }
   return true;
@@ -62,28 +62,28 @@ bool fits_in(const range_transfer& range, std::int64_t count, std::size_t bytes,
 
 }  // namespace
 
-int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                      std::int64_t* count, std::span<unsigned char> texts) {
+bool qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                       std::int64_t* count, std::span<unsigned char> texts) {
   range_transfer range("qd_read_char_free", io, first, last);
   std::int64_t n = range.count();
-  if (!have_width(range) || !fits_in(range, n, texts.size())) return 0;
+  if (!have_width(range) || !fits_in(range, n, texts.size())) return false;
   const range_guard guard(range, range_guard::purpose::reading);
-  if (!guard) return 0;
+  if (!guard) return false;
   std::int64_t widths = 0;
   unsigned char* place = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     std::int64_t width = range.entry(v).bytes_per_sample;
-    if (_qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
-                                  place) == 0)
-      return 0;
+    if (!_qd_file_read_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
+                                   place))
+      return false;
     place += n * width;
     widths += width;
   }
 
   *count = n;
   selection_mask mask;
-  if (!mask.load(range)) return 0;
-  if (!mask) return 1;
+  if (!mask.load(range)) return false;
+  if (!mask) return true;
   const unsigned char* sample = texts.data();
   unsigned char* kept = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
@@ -99,32 +99,32 @@ int qd_read_char_free(std::int64_t io, selection_mode mode, std::int64_t first, 
     }
   }
   *count = (kept - texts.data()) / widths;
-  return 1;
+  return true;
 }
 
-int qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                       std::span<unsigned char> texts) {
+bool qd_write_char_free(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                        std::span<unsigned char> texts) {
   range_transfer range("qd_write_char_free", io, first, last);
   const range_guard guard(range, range_guard::purpose::writing);
-  if (!guard || !have_width(range)) return 0;
+  if (!guard || !have_width(range)) return false;
   selection_mask mask;
-  if (!mask.load(range)) return 0;
+  if (!mask.load(range)) return false;
   bool compressed = mask && mode == SEL_COMPRESSED;
   // Another server may have changed the selection since the caller counted it.
   std::int64_t taken = compressed ? mask.kept(range.count()) : range.count();
-  if (!fits_in(range, taken, texts.size(), compressed)) return 0;
+  if (!fits_in(range, taken, texts.size(), compressed)) return false;
   unsigned char* next = texts.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v) {
     if (!mask) {
-      if (_qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
-                                     next) == 0)
-        return 0;
+      if (!_qd_file_write_char_buffer(range.id(v), range.file_sample(v, first), range.file_sample(v, last),
+                                      next))
+        return false;
       next += range.count() * range.entry(v).bytes_per_sample;
     } else if (!write_kept(range, v, mask, compressed, next)) {
-      return 0;
+      return false;
     }
   }
-  return qd_sync_range(range) ? 1 : 0;
+  return qd_sync_range(range);
 }
 
 }  // namespace qrd

@@ -20,16 +20,16 @@ bool is_named(const char* name) {
 
 // One look-up of each level serves all the checks.
 bool find_directory(const char* directory, path_text& path) {
-  return qd_tested(qd_look_for_directory(directory, path)) == LOOKUP_FOUND;
+  return qd_tested(qd_look_for_directory(directory, path)) == found::yes;
 }
 
 bool find_file(const char* directory_path, const char* file, path_text& path, qd_file_record& record) {
-  return is_named(file) && qd_tested(qd_find<file_level>(directory_path, file, path, record)) == LOOKUP_FOUND;
+  return is_named(file) && qd_tested(qd_find<file_level>(directory_path, file, path, record)) == found::yes;
 }
 
 bool find_variable(const char* file_path, const char* variable, path_text& path, qd_variable_record& record) {
   return is_named(variable) &&
-         qd_tested(qd_look_for_variable(true, file_path, variable, path, record)) == LOOKUP_FOUND;
+         qd_tested(qd_look_for_variable(true, file_path, variable, path, record)) == found::yes;
 }
 
 bool is_of_class(int wanted, const char* variable, const qd_variable_record& record) {
@@ -49,7 +49,7 @@ bool is_of_class(int wanted, const char* variable, const qd_variable_record& rec
   }
 }
 
-int refuse_directory(const char* text, const char* directory) {
+bool refuse_directory(const char* text, const char* directory) {
   qu_message("WARNING: Check your parameters a Directory Name is incorrect");
   if (text != nullptr) {
     qu_message("------- %s", text);
@@ -57,27 +57,27 @@ int refuse_directory(const char* text, const char* directory) {
     qu_message("-------");
   }
   qu_message("    BAD DIRECTORY NAME: >>>%s<<<", directory);
-  return 0;
+  return false;
 }
 
 void report_text(const char* text) {
   if (text != nullptr) qu_message("         %s", text);
 }
 
-int refuse_file(const char* text, const char* directory, const char* file) {
+bool refuse_file(const char* text, const char* directory, const char* file) {
   report_text(text);
   qu_message("    DIRECTORY NAME: >>>%s<<<", directory);
   qu_message("     BAD FILE NAME: >>>%s<<<", file);
-  return 0;
+  return false;
 }
 
-int refuse_variable(const char* text, const char* directory, const char* file, const char* name_line,
-                    const char* variable) {
+bool refuse_variable(const char* text, const char* directory, const char* file, const char* name_line,
+                     const char* variable) {
   report_text(text);
   qu_message("       DIRECTORY NAME: >>>%s<<<", directory);
   qu_message("            FILE NAME: >>>%s<<<", file);
   qu_message("%s: >>>%s<<<", name_line, variable);
-  return 0;
+  return false;
 }
 
 constexpr char bad_variable[] = "    BAD VARIABLE NAME";
@@ -119,9 +119,9 @@ const char* class_line(variable_class wanted) {
   return "-------  is not a Numerical (Float or Macro) Variable...";
 }
 
-int check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
-               const char* selection, const char* text, path_text& path, qd_file_info* info) {
-  if (!qd_two_files_available(access_failed, "\n\n")) return 0;
+bool check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
+                const char* selection, const char* text, path_text& path, qd_file_info* info) {
+  if (!qd_two_files_available(access_failed, "\n\n")) return false;
   path_text directory_path;
   if (!find_directory(directory, directory_path)) return refuse_directory(text, directory);
   qd_file_record record;
@@ -144,33 +144,33 @@ int check_file(std::int64_t organisation, std::int64_t dimension, const char* di
       qu_message("-------  is not a Selection variable...");
       return refuse_variable(text, directory, file, "   BAD SELECTION NAME", selection);
     }
-    if (info != nullptr) selected = qd_free_samples_count(directory, file, selection);
+    if (info != nullptr) selected = qd_free_samples_count(directory, file, selection).value_or(-1);
   }
-  if (info == nullptr) return 1;
-  if (!qd_fill_file_info(path, record, *info)) return 0;
+  if (info == nullptr) return true;
+  if (!qd_fill_file_info(path, record, *info)) return false;
   if (selected >= 0) info->sample_count = selected;
-  return 1;
+  return true;
 }
 
 }  // namespace
 
-int qd_check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
-                  const char* selection, const char* text, qd_file_info* info) {
+bool qd_check_file(std::int64_t organisation, std::int64_t dimension, const char* directory, const char* file,
+                   const char* selection, const char* text, qd_file_info* info) {
   path_text path;
   return check_file(organisation, dimension, directory, file, selection, text, path, info);
 }
 
-int qd_check_variable(variable_class wanted, const char* directory, const char* file, const char* selection,
-                      const char* variable, const char* text, qd_file_info* info, qd_variable_place* place) {
+bool qd_check_variable(variable_class wanted, const char* directory, const char* file, const char* selection,
+                       const char* variable, const char* text, qd_file_info* info, qd_variable_place* place) {
   qd_variable_place found;
-  if (!check_file(ORG_ANY, DIM_ANY, directory, file, selection, text, found.file_path, info)) return 0;
+  if (!check_file(ORG_ANY, DIM_ANY, directory, file, selection, text, found.file_path, info)) return false;
   qd_variable_record record;
   if (!find_variable(found.file_path, variable, found.path, record)) {
     qu_message("WARNING: Check your parameters a Variable Name is incorrect");
     return refuse_variable(text, directory, file, bad_variable, variable);
   }
   if (place != nullptr) *place = found;
-  if (is_of_class(wanted, variable, record)) return 1;
+  if (is_of_class(wanted, variable, record)) return true;
   qu_message("WARNING: Check your parameters this Variable");
   qu_message("%s", class_line(wanted));
   return refuse_variable(text, directory, file, bad_variable, variable);

@@ -45,7 +45,7 @@ bool sample_reader::open(const range_transfer& range, selection_mode mode) {
   } else {
     qd_require_numeric(bit_length_);
     if (_qd_file_byte_count(first_, last, bit_length_) > static_cast<std::int64_t>(stored_.size()) ||
-        _qd_file_read_float_buffer(range.id(0), first_, last, stored_.data()) == 0)
+        !_qd_file_read_float_buffer(range.id(0), first_, last, stored_.data()))
       return false;
   }
   if (!mask_.load(range) || !piece_.allocate(std::min(samples_, piece_samples))) return false;

@@ -26,7 +26,7 @@ bool rows_fit(const range_transfer& range, std::size_t bytes) {
 }
 
 bool reserve(scratch_buffer& buffer, std::int64_t bytes) {
-  return _qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), buffer, bytes) != 0;
+  return _qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), buffer, bytes);
 }
 
 // Place of a column's first sample in its byte, counted from the top.
@@ -39,9 +39,9 @@ int first_bit(std::int64_t column_start) {
 bool load_column(std::int64_t entry, std::int64_t start, std::int64_t samples, unsigned char* row) {
   std::int64_t end = start + samples - 1;
   int bit = first_bit(start);
-  if (bit == 0) return _qd_file_read_float_buffer(entry, start, end, row) != 0;
+  if (bit == 0) return _qd_file_read_float_buffer(entry, start, end, row);
   if (!reserve(sample_tables.work, _qd_file_byte_count(start, end, 1))) return false;
-  if (_qd_file_read_float_buffer(entry, start, end, sample_tables.work.data) == 0) return false;
+  if (!_qd_file_read_float_buffer(entry, start, end, sample_tables.work.data)) return false;
   qd_bits_shift(static_cast<unsigned char*>(sample_tables.work.data), row, 7 - bit, 7, samples);
   return true;
 }
@@ -68,30 +68,30 @@ range_transfer whole_columns(const char* function, std::int64_t io) {
 
 }  // namespace
 
-int qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows) {
+bool qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes, std::span<unsigned char> rows) {
   const range_transfer range = whole_columns("qd_read_selection_free", io);
   std::int64_t length = row_length(range.samples);
   *row_bytes = length;
   const unsigned char* mask = nullptr;
-  if (length == 0) return 1;
+  if (length == 0) return true;
   const range_guard guard(range, range_guard::purpose::reading);
-  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return false;
   unsigned char* row = rows.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
-    if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, row)) return 0;
+    if (!load_column(range.id(v), range.file_sample(v, 1), range.samples, row)) return false;
     for (std::int64_t i = 0; i < length; ++i)
       row[i] = static_cast<unsigned char>(~(mask == nullptr ? row[i] : row[i] | mask[i]));
   }
-  return 1;
+  return true;
 }
 
-int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows) {
+bool qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows) {
   const range_transfer range = whole_columns("qd_write_selection_free", io);
   std::int64_t length = row_length(range.samples);
   const unsigned char* mask = nullptr;
-  if (length == 0) return 1;
+  if (length == 0) return true;
   const range_guard guard(range, range_guard::purpose::writing);
-  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return 0;
+  if (!guard || !rows_fit(range, rows.size()) || !load_mask(range, mask)) return false;
   const unsigned char* row = rows.data();
   for (std::int64_t v = 0; v < range.variable_count(); ++v, row += length) {
     std::int64_t id = range.id(v);
@@ -100,7 +100,7 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
     if (!reserve(sample_tables.work2, length)) return 0;
     auto* column = static_cast<unsigned char*>(sample_tables.work2.data);
     // A sample that the mask leaves out keeps its stored bit.
-    if (mask != nullptr && !load_column(id, start, range.samples, column)) return 0;
+    if (mask != nullptr && !load_column(id, start, range.samples, column)) return false;
     for (std::int64_t i = 0; i < length; ++i) {
       int kept = mask == nullptr ? 0 : mask[i];
       column[i] = static_cast<unsigned char>((~row[i] & ~kept) | (kept == 0 ? 0 : column[i] & kept));
@@ -111,35 +111,36 @@ int qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows
       qd_bits_shift(column, static_cast<unsigned char*>(sample_tables.work.data), 7, 7 - bit, range.samples);
       column = static_cast<unsigned char*>(sample_tables.work.data);
     }
-    if (_qd_file_write_float_buffer(id, start, end, column) == 0) return 0;
+    if (!_qd_file_write_float_buffer(id, start, end, column)) return false;
   }
-  return qd_sync_range(range) ? 1 : 0;
+  return qd_sync_range(range);
 }
 
-std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection) {
-  if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0) return -1;
+std::optional<std::int64_t> qd_free_samples_count(const char* directory, const char* file,
+                                                  const char* selection) {
+  if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0) return std::nullopt;
   qd_file_info info;
-  if (qd_info_file(directory, file, info, nullptr) == 0) return -1;
+  if (!qd_info_file(directory, file, info, nullptr)) return std::nullopt;
   if (info.sample_count <= 0) return 0;
   if (std::strcmp(selection, no_name) == 0) return info.sample_count;
   selected_variable selected;
-  if (qd_free_entries() < 1 || qd_selection_select(directory, file, selection, selected.handle) == 0)
-    return -1;
+  if (qd_free_entries() < 1 || !qd_selection_select(directory, file, selection, selected.handle))
+    return std::nullopt;
   return qd_selected_samples_count(selected.handle, 1, info.sample_count);
 }
 
-std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
-                                       std::int64_t last) {
+std::optional<std::int64_t> qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
+                                                      std::int64_t last) {
   const qd_selected_entry* entry = qd_entry(selection.entry);
   // As a bound variable it needs a slot that can be bound, and a column that can be told.
   if (entry == nullptr || !qd_can_be_bound(selection) || entry->bit_length != 1 || last > entry->sample_count)
-    return -1;
+    return std::nullopt;
   io_record io;
   io.id = qd_set_io({}, 1, &selection);
   checked_array<unsigned char> bits;
   std::int64_t row_bytes = 0;
-  if (!bits.allocate(row_length(entry->sample_count))) return -2;
-  if (qd_read_selection_free(io.id, &row_bytes, bits) == 0) return -2;
+  if (!bits.allocate(row_length(entry->sample_count))) return std::nullopt;
+  if (!qd_read_selection_free(io.id, &row_bytes, bits)) return std::nullopt;
   return qd_count_bits(bits.data(), first, last);
 }
 

@@ -2,17 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "samples/qd_variable_table.h"
 
 namespace qrd {
 
-// How many samples a selection leaves ("None": all); negative if that can't be told.
-std::int64_t qd_free_samples_count(const char* directory, const char* file, const char* selection);
-// How many samples of a range a selected selection selects: -1 if it can't be bound, -2 without memory. A
-// macro selection counts at its column, or at slot 0 under its generic name.
-std::int64_t qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
-                                       std::int64_t last);
+// How many samples a selection leaves ("None": all); nothing if that can't be told.
+std::optional<std::int64_t> qd_free_samples_count(const char* directory, const char* file,
+                                                  const char* selection);
+// How many samples of a range a selected selection selects: nothing if it can't be bound, or without memory.
+// A macro selection counts at its column, or at slot 0 under its generic name.
+std::optional<std::int64_t> qd_selected_samples_count(const qd_variable_handle& selection, std::int64_t first,
+                                                      std::int64_t last);
 // Set bits among the bits first to last (from 1, the top bit of the first byte).
 std::int64_t qd_count_bits(const unsigned char* bits, std::int64_t first, std::int64_t last);
 

@@ -95,8 +95,8 @@ bool selection_mask::load(const range_transfer& range) {
   std::int64_t first = base + range.first;
   std::int64_t last = base + range.last;
   std::int64_t bytes = _qd_file_byte_count(first, last, 1);
-  if (_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.mask, bytes) == 0) return false;
-  if (_qd_file_read_float_buffer(range.io.selection, first, last, sample_tables.mask.data) == 0) return false;
+  if (!_qd_buffer_reserve(__builtin_FILE(), __builtin_LINE(), sample_tables.mask, bytes)) return false;
+  if (!_qd_file_read_float_buffer(range.io.selection, first, last, sample_tables.mask.data)) return false;
   bits_ = static_cast<const unsigned char*>(sample_tables.mask.data);
   skipped_ = (first - 1) % 8;
   return true;

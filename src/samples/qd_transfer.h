@@ -17,9 +17,9 @@ void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std
                       void* block);
 // Blank-pads each text sample: from the first NUL on, all is blank.
 void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width);
-// Writes text samples as they are: 1, or 0 after a report.
-int qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
-                          const unsigned char* texts);
+// Writes text samples as they are. False after a report.
+[[nodiscard]] bool qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
+                                         const unsigned char* texts);
 
 // The io record of a range operation, with what is the same for all its variables. Wrong ids and an
 // empty record are fatal for `function`.
@@ -65,14 +65,14 @@ class range_guard {
 };
 
 // True when what was written to a range is as durable as it has to be.
-bool qd_sync_range(const range_transfer& range);
+[[nodiscard]] bool qd_sync_range(const range_transfer& range);
 
 // Which samples of a range a selection leaves out, from the stored bits.
 class selection_mask {
  public:
   // Loads the range of the record's selection into sample_tables.mask: false without memory or if the
   // disk fails. No selection leaves nothing out.
-  bool load(const range_transfer& range);
+  [[nodiscard]] bool load(const range_transfer& range);
   // `i` counts from 0 at the first sample of the range.
   bool leaves_out(std::int64_t i) const {
     std::int64_t bit = skipped_ + i;

@@ -60,8 +60,8 @@ qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle) {
   return empty;
 }
 
-std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close) {
-  if (entry == nullptr) return 0;
+bool _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close) {
+  if (entry == nullptr) return false;
   bool closed = true;
   if (entry->stream != nullptr) {
     closed = std::fclose(entry->stream) == 0;
@@ -72,7 +72,7 @@ std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_cl
     }
   }
   qu_mem_free_fn(__builtin_FILE(), __builtin_LINE(), entry, sizeof *entry, 1);
-  return closed ? 1 : 0;
+  return closed;
 }
 
 void qd_deselect_all() {
@@ -82,10 +82,10 @@ void qd_deselect_all() {
   }
 }
 
-int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
+bool qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   constexpr char function[] = "qd_info_var_ident";
   info = qd_var_info();
-  if (!qd_two_files_available()) return 0;
+  if (!qd_two_files_available()) return false;
   if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
   const qd_selected_entry* entry = sample_tables.selected[handle.entry - 1];
   if (entry == nullptr) qu_fatal_number(function, 20);
@@ -96,10 +96,10 @@ int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   qd_file_record file;
   if (qd_variable_descriptor_read(entry->variable_path, variable) != object_state::sound ||
       qd_file_descriptor_read(entry->file_path, file) != object_state::sound)
-    return 0;
+    return false;
   qd_fill_var_info(file, variable, info);
   info.system = variable.kind != KIND_PLAIN || variable.implicit != 0;
-  return 1;
+  return true;
 }
 
 }  // namespace qrd

@@ -64,14 +64,13 @@ bool qd_is_in_place(const qd_selected_entry& entry);
 qd_selected_entry* qd_selected_find(const char* variable_path);
 // The empty handle; harmless on an empty one.
 qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle);
-// Closes and frees an entry (not its slot): 1, or 0 for a null pointer and for a failed close that isn't
-// fatal.
-std::int64_t _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close);
+// Closes and frees an entry (not its slot): false for a null pointer and for a failed close that isn't fatal.
+bool _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close);
 // Releases every entry, whatever its count.
 void qd_deselect_all();
-// What the catalogue tells of a selected variable: 1, or 0 if it can't be found or read, or too many files
+// What the catalogue tells of a selected variable: false if it can't be found or read, or too many files
 // are open.
-int qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
+[[nodiscard]] bool qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
 // The first free place of a table; `full` is the number of the fatal end where there is none.
 template <typename T>
 int first_free_slot(T* const (&table)[table_slots], const char* function, int full) {

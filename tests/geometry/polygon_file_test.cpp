@@ -119,9 +119,8 @@ TEST_F(polygons, of_versions_4_to_6_keep_grids_holes_and_limits) {
   for (int version : {4, 5, 6}) {
     SCOPED_TRACE(version);
     write_file(in_file(1, "POLYGON"), nested(version).str());
-    int status = -1;
-    const auto system = qd_polygon_read("D", "P", "None", false, status);
-    ASSERT_EQ(status, 0);
+    std::unique_ptr<polygon_system> system;
+    ASSERT_EQ(qd_polygon_read("D", "P", "None", false, system), geometry::read);
     EXPECT_EQ(system->dimension, 3);
     const polygon& area = *system->polygons.begin();
     EXPECT_STREQ(area.name, "Area");
@@ -150,9 +149,8 @@ TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
   for (int version : {1, 2, 3}) {
     SCOPED_TRACE(version);
     write_file(in_file(1, "POLYGON"), compounds(version).str());
-    int status = -1;
-    const auto system = qd_polygon_read("D", "P", "None", false, status);
-    ASSERT_EQ(status, 0);
+    std::unique_ptr<polygon_system> system;
+    ASSERT_EQ(qd_polygon_read("D", "P", "None", false, system), geometry::read);
     ASSERT_EQ(system->polygons.count(), 1);
     const polygon& river = *system->polygons.begin();
     EXPECT_STREQ(river.name, "River");
@@ -164,7 +162,7 @@ TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
     EXPECT_EQ((std::vector<double>{river.center_x, river.center_y, river.center_z}), center);
     EXPECT_EQ(river.contours.front()->grid->angle1, 15);
     polygon_info info;
-    ASSERT_EQ(qd_polygon_info("D", "P", nullptr, false, info), 0);
+    ASSERT_EQ(qd_polygon_info("D", "P", nullptr, false, info), geometry::read);
     EXPECT_EQ((std::vector<std::int64_t>{info.polygon_count, info.contour_count, info.vertex_count}),
               (std::vector<std::int64_t>{1, 2, 7}));
   }
@@ -222,7 +220,7 @@ TEST_F(polygons, that_a_full_disk_swallows_leave_no_file) {
   qu_polygon_add_contour_named(*system, qu_polygon_new_named(*system, "A"), "a").vertices.resize(1000);
   const std::string console = console_of([&] {
     file_size_limit disk(8000);
-    EXPECT_EQ(qd_polygon_new("D", "P", *system), 2);
+    EXPECT_FALSE(qd_polygon_new("D", "P", *system));
   });
   EXPECT_TRUE(console.starts_with("WARNING: Error when writing in the Polygon File D/P.\n")) << console;
   expect_answer("CFILEXIST", bytes().text("P"), bytes().text("SEXIST").i32(0));

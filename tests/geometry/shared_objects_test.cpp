@@ -168,23 +168,23 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
   std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
   // Another server was quicker.
   auto system = qu_polygon_system_new();
-  EXPECT_EQ(qd_polygon_new("D", "P", *system), 2);
+  EXPECT_FALSE(qd_polygon_new("D", "P", *system));
   EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR", "FILE.1", "FILE.2"}));
 }
 
 TEST_F(shared_objects, that_have_just_gone_are_refused) {
   make_polygons("P");
   std::filesystem::remove_all(in_file(1, ""));
-  int status = -1;
-  std::unique_ptr<fault_system> system;
-  fault_info found;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, status), nullptr);
-  EXPECT_EQ(status, 2);
-  EXPECT_EQ(qd_wireframe_read("D", "P", "None", status), nullptr);
-  EXPECT_EQ(qd_fault_info("D", "P", FAULT_FILE, found), 1);
-  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, system), 2);
+  std::unique_ptr<polygon_system> polygons;
+  std::unique_ptr<wireframe> root;
+  std::unique_ptr<fault_system> faults;
+  fault_info info;
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, polygons), geometry::no_file);
+  EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::no_file);
+  EXPECT_EQ(qd_fault_info("D", "P", FAULT_FILE, info), geometry::no_file);
+  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::no_file);
   make_points("Q", 1);
-  EXPECT_EQ(qd_fault_read("D", "Q", FAULT_FILE, system), 2);
+  EXPECT_EQ(qd_fault_read("D", "Q", FAULT_FILE, faults), geometry::none);
   // What has no file behind its name is no companion, and stays.
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
     std::filesystem::create_directory(in_file(1, name));
@@ -213,13 +213,12 @@ TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   expect_refused("CFAULTS", bytes().i32(1), "Cannot get fault information: Too much files opened.");
   expect_refused("CWRITFAUL", bytes().i32(1, 0).f64(0).i32(0),
                  "Cannot get fault information: Too much files opened.");
-  int status = -1;
-  std::unique_ptr<fault_system> system;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, status), nullptr);
-  EXPECT_EQ(status, 2);
-  EXPECT_EQ(qd_wireframe_read("D", "P", "None", status), nullptr);
-  EXPECT_EQ(status, 2);
-  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, system), 2);
+  std::unique_ptr<polygon_system> polygons;
+  std::unique_ptr<wireframe> root;
+  std::unique_ptr<fault_system> faults;
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, polygons), geometry::unclear);
+  EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::unclear);
+  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::unclear);
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
     EXPECT_TRUE(std::filesystem::is_symlink(in_file(1, name)));
 }
@@ -255,11 +254,11 @@ TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
   // Faults are written beside what was damaged, and never over sound ones.
   write_file(in_file(1, "FAULT"), "short");
   auto system = qu_fault_system_new(1, 0);
-  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), 0);
+  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), fault_writing::done);
   EXPECT_NE(kept_aside(1).find("short"), std::string::npos);
   const std::string first = read_file(in_file(1, "FAULT"));
   qu_fault_new(*system, "late", 0);
-  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), 3);
+  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), fault_writing::already_faulted);
   EXPECT_EQ(read_file(in_file(1, "FAULT")), first);
 }
 

@@ -66,7 +66,7 @@ TEST(append, data_files_grow_only_when_a_block_is_full) {
   auto variables = add_all_forms(study, 1);
   for (std::int64_t samples : {511, 512, 513, 1024, 1025}) {
     std::int64_t before = samples == 1024 ? 513 : samples - 1;
-    ASSERT_EQ(qd_append_sample("Dir", "File", samples - before), 1);
+    ASSERT_TRUE(qd_append_sample("Dir", "File", samples - before));
     if (samples == 513 || samples == 1025)
       for (auto& variable : variables) variable.data += variable.block;
     for (const auto& variable : variables) ASSERT_EQ(read_file(variable.path + "/DATAVAR"), variable.data);
@@ -83,7 +83,7 @@ TEST(append, a_compressed_data_file_is_put_back_first) {
   gzFile file = gzopen((path + "/DATAVAR.gz").c_str(), "wb");
   ASSERT_EQ(gzwrite(file, data.data(), 512), 512);
   gzclose(file);
-  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 1));
   EXPECT_EQ(read_file(path + "/DATAVAR"), data + std::string(512, '\xFF'));
 }
 
@@ -91,10 +91,10 @@ TEST(append, each_append_to_a_lines_file_is_one_line) {
   sample_study study({.samples = 0, .organisation = ORG_LINES_GRAVITY, .line_table = {1}});
   std::string table = study.file_path() + "/LINE";
   for (const char* derived : {"/RPD", "/PTD"}) write_file(study.file_path() + derived, "computed");
-  ASSERT_EQ(qd_append_sample("Dir", "File", 3), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 3));
   // An append that was interrupted before the descriptor was written leaves an entry too many.
   write_file(table, read_file(table) + bytes().i64(99).str());
-  ASSERT_EQ(qd_append_sample("Dir", "File", 2), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 2));
   EXPECT_EQ(read_file(table), bytes().i64(1, 4, 6).str());
   EXPECT_EQ(read_file(study.file_path() + "/DESCR"),
             sample_study::descriptor_of(
@@ -102,7 +102,7 @@ TEST(append, each_append_to_a_lines_file_is_one_line) {
   EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/RPD"));
   EXPECT_FALSE(std::filesystem::exists(study.file_path() + "/PTD"));
   std::vector<std::int64_t> counts;
-  ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), 1);
+  ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), found::yes);
   EXPECT_EQ(counts, (std::vector<std::int64_t>{3, 2}));
 }
 
@@ -135,7 +135,7 @@ void check_macro_growth(int bits, std::int64_t old_samples, std::int64_t added) 
   if (bits * columns * old_samples % 8 != 0) data[whole] = head[whole];
   std::string path = study.add_macro("Grade[xxxxx]", bits, data, {5, 0, -7});
 
-  ASSERT_EQ(qd_append_sample("Dir", "File", added), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", added));
   std::string expected = to_bits(data + repeated(block_of(bits), new_blocks * columns));
   std::string moved = column_bits(bits, columns, old_samples, old_samples + added);
   expected.replace(0, moved.size(), moved);
@@ -156,10 +156,10 @@ TEST(append, a_selected_macro_column_stays_usable) {
   std::string data = "abcdABCD" + std::string(1016, '\xFF');
   study.add_macro("Grade[xxxxx]", 8, data, {1, 2});
   bound column("Grade[2]");
-  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 1));
   double values[5];
   std::int64_t count = 0;
-  ASSERT_NE(read_numbers(column.io(), SEL_MASKED, 1, 5, &count, values), 0);
+  ASSERT_TRUE(read_numbers(column.io(), SEL_MASKED, 1, 5, &count, values));
   EXPECT_EQ((std::vector<double>(values, values + 5)),
             (std::vector<double>{'A', 'B', 'C', 'D', missing_double}));
 }
@@ -198,7 +198,7 @@ TEST(append, a_file_that_cannot_grow_stays_as_it_is) {
     study.add("V", VAR_FLOAT, 8, noise(512, 1));
     each.act(study);
     std::string before = tree_of(study.file_path());
-    std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+    std::string console = console_of([] { EXPECT_FALSE(qd_append_sample("Dir", "File", 1)); });
     EXPECT_NE(console.find("CANNOT APPEND SAMPLES.\n"), std::string::npos) << each.name;
     EXPECT_TRUE(tree_of(study.file_path()) == before) << each.name;
   }
@@ -209,9 +209,9 @@ TEST(append, sizes_beyond_64_bits_are_refused) {
   study.add("V", VAR_FLOAT, 64, noise(4096, 1));
   std::string before = tree_of(study.file_path());
   std::string console = console_of([] {
-    EXPECT_EQ(qd_append_sample("Dir", "File", INT64_MAX - 600), 0);
-    EXPECT_EQ(qd_append_sample("Dir", "File", INT64_MAX / 4), 0);
-    EXPECT_EQ(qd_append_sample("Dir", "File", std::int64_t{1} << 55), 0);
+    EXPECT_FALSE(qd_append_sample("Dir", "File", INT64_MAX - 600));
+    EXPECT_FALSE(qd_append_sample("Dir", "File", INT64_MAX / 4));
+    EXPECT_FALSE(qd_append_sample("Dir", "File", std::int64_t{1} << 55));
   });
   EXPECT_NE(console.find("CANNOT APPEND SAMPLES. FILE WOULD BE TOO BIG.\n"), std::string::npos);
   // No file system has that much room.
@@ -238,16 +238,16 @@ TEST(append, a_failure_leaves_the_file_as_it_was) {
     bound selected("Large");
     {
       file_size_limit disk(limit);
-      const std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+      const std::string console = console_of([] { EXPECT_FALSE(qd_append_sample("Dir", "File", 1)); });
       EXPECT_NE(console.find("FILE SYSTEM FULL\n"), std::string::npos) << limit;
     }
     EXPECT_TRUE(tree_of(study.file_path()) == before) << limit;
     EXPECT_EQ(qd_entry(selected.handle().entry)->sample_count, 512);
   }
-  EXPECT_EQ(qd_append_sample("Dir", "File", 1, [](std::int64_t, std::int64_t) { return false; }), 0);
+  EXPECT_FALSE(qd_append_sample("Dir", "File", 1, [](std::int64_t, std::int64_t) { return false; }));
   EXPECT_TRUE(tree_of(study.file_path()) == before) << "no values for the new samples";
 
-  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 1));
   EXPECT_EQ(read_file(study.file_path() + "/VARI.3/DATAVAR"), noise(4096, 3) + block_of(64));
   EXPECT_EQ(read_file(study.file_path() + "/LINE"), bytes().i64(1, 513, 514).str());
 }
@@ -263,7 +263,7 @@ TEST(append, a_file_that_changes_meanwhile_keeps_its_records) {
         write_file(study.file_path() + "/DESCR", changed);
         return true;
       };
-      EXPECT_EQ(qd_append_sample("Dir", "File", 1, change), 0);
+      EXPECT_FALSE(qd_append_sample("Dir", "File", 1, change));
     });
     EXPECT_NE(console.find("THE FILE IS NO MORE, OR HAS CHANGED"), std::string::npos);
     EXPECT_EQ(read_file(study.file_path() + "/DESCR"), changed);
@@ -280,11 +280,11 @@ TEST(append, there_must_be_room_for_the_last_block_too) {
   constexpr std::int64_t needed = 4096 + (4096 + 512 + 4096) + (4096 + 1024 + 4096 + 1024 + 4096);
   {
     const disk_room room(needed - 1);
-    console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+    console_of([] { EXPECT_FALSE(qd_append_sample("Dir", "File", 1)); });
     EXPECT_TRUE(tree_of(study.file_path()) == before);
   }
   const disk_room room(needed);
-  EXPECT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  EXPECT_TRUE(qd_append_sample("Dir", "File", 1));
 }
 
 TEST(append, a_full_disk_is_met_before_an_archive_is_expanded) {
@@ -296,7 +296,7 @@ TEST(append, a_full_disk_is_met_before_an_archive_is_expanded) {
   gzclose(file);
   const std::string before = tree_of(study.file_path());
   const std::string console =
-      console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", std::int64_t{1} << 50), 0); });
+      console_of([] { EXPECT_FALSE(qd_append_sample("Dir", "File", std::int64_t{1} << 50)); });
   EXPECT_NE(console.find("FILE SYSTEM FULL\n"), std::string::npos);
   EXPECT_TRUE(tree_of(study.file_path()) == before);
 }
@@ -304,7 +304,7 @@ TEST(append, a_full_disk_is_met_before_an_archive_is_expanded) {
 TEST(append, what_a_killed_growth_has_left_is_written_over) {
   sample_study study({.samples = 512});
   const std::string path = study.add("V", VAR_FLOAT, 64, noise(4096, 3) + block_of(64).substr(0, 1003));
-  ASSERT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 1));
   EXPECT_EQ(read_file(path + "/DATAVAR"), noise(4096, 3) + block_of(64));
 }
 
@@ -316,7 +316,7 @@ TEST(append, a_damaged_capacity_is_named) {
   fields.allocated = 512;
   write_file(study.file_path() + "/DESCR", fields.bytes_of());
   const std::string before = tree_of(study.file_path());
-  const std::string console = console_of([] { EXPECT_EQ(qd_append_sample("Dir", "File", 1), 0); });
+  const std::string console = console_of([] { EXPECT_FALSE(qd_append_sample("Dir", "File", 1)); });
   EXPECT_EQ(console.find("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n"), 0U) << console;
   EXPECT_TRUE(tree_of(study.file_path()) == before);
 }

@@ -116,7 +116,7 @@ TEST_F(column_moves, layouts_without_a_journal_are_tidied_up) {
   in_killed_server([](column_move&) {});
   EXPECT_NE(working_file(paths[0], 'G'), "");
   EXPECT_TRUE(qd_settle_columns(study.file_path().c_str()));
-  ASSERT_EQ(qd_append_sample("Dir", "File", 3), 1);
+  ASSERT_TRUE(qd_append_sample("Dir", "File", 3));
   EXPECT_EQ(working_file(paths[0], 'G') + working_file(paths[0], 'K'), "");
   EXPECT_EQ(read_file(paths[0] + "/DATAVAR"), new_data());
   EXPECT_FALSE(fs::exists(study.file_path() + "/GROWTH"));
@@ -134,7 +134,7 @@ TEST_F(column_moves, a_journal_that_cannot_be_used_is_a_refusal) {
     write_file(journal, row);
     const std::string console = console_of([this] {
       EXPECT_FALSE(qd_settle_columns(study.file_path().c_str()));
-      EXPECT_EQ(qd_append_sample("Dir", "File", 3), 0);
+      EXPECT_FALSE(qd_append_sample("Dir", "File", 3));
     });
     EXPECT_NE(console.find("cannot be undone: see its file GROWTH"), std::string::npos);
     EXPECT_EQ(read_file(journal), row);
@@ -146,13 +146,13 @@ TEST_F(column_moves, a_journal_that_cannot_be_used_is_a_refusal) {
 // The values of the second column of a variable, as a request reads them; empty if it is refused.
 std::string second_column(const char* name) {
   selected_variable variable;
-  if (qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle) == 0) return "";
+  if (!qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle)) return "";
   io_record io;
   io.id = qd_set_io({}, 1, &variable.handle);
   const std::int64_t last = qd_entry(variable.handle.entry)->sample_count;
   std::vector<double> values(static_cast<std::size_t>(last));
   std::int64_t count = 0;
-  if (read_numbers(io.id, SEL_MASKED, 1, last, &count, values) == 0) return "";
+  if (!read_numbers(io.id, SEL_MASKED, 1, last, &count, values)) return "";
   std::string text;
   for (double value : values) text += value == missing_double ? '.' : static_cast<char>(value);
   return text;
@@ -168,10 +168,10 @@ TEST_F(column_moves, a_reader_undoes_what_a_killed_growth_has_begun) {
 
 bool write_second(const char* name, double value) {
   selected_variable variable;
-  if (qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle) == 0) return false;
+  if (!qd_variable_select("Dir", "File", name, UNIT_NONE, variable.handle)) return false;
   io_record io;
   io.id = qd_set_io({}, 1, &variable.handle);
-  return qd_write_float_free(io.id, SEL_MASKED, 2, 2, std::array{value}) != 0;
+  return qd_write_float_free(io.id, SEL_MASKED, 2, 2, std::array{value});
 }
 
 // One server lets the file grow, one reads, one writes: each right at every moment.
@@ -184,8 +184,7 @@ TEST_F(column_moves, others_read_and_write_while_columns_move) {
       qd_file_record file;
       path_text path;
       if (!round()) _exit(1);
-      if (qd_find_file("Dir", "File", path, file) == LOOKUP_FOUND && file.sample_count >= 4 + growths)
-        _exit(0);
+      if (qd_find_file("Dir", "File", path, file) == found::yes && file.sample_count >= 4 + growths) _exit(0);
     }
   };
   int value = 0;
@@ -200,7 +199,7 @@ TEST_F(column_moves, others_read_and_write_while_columns_move) {
                              for (int i = 0; i < 50 && read.empty(); ++i) read = second_column("A[2]");
                              return read.empty() || read[1] == static_cast<char>(100 + value);
                            })};
-  for (int i = 0; i < growths; ++i) EXPECT_EQ(qd_append_sample("Dir", "File", 1), 1);
+  for (int i = 0; i < growths; ++i) EXPECT_TRUE(qd_append_sample("Dir", "File", 1));
   for (const pid_t each : servers) {
     int status = -1;
     waitpid(each, &status, 0);

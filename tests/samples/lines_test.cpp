@@ -53,17 +53,17 @@ TEST(lines, lengths_need_a_lines_file_with_its_table) {
   std::vector<std::int64_t> counts;
   sample_study study({.samples = 5, .organisation = ORG_LINES_CORES, .line_table = {1, 4, 6}});
   const std::string table = study.file_path() + "/LINE";
-  ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), 1);
+  ASSERT_EQ(qd_samples_per_line("Dir", "File", counts), found::yes);
   EXPECT_EQ(counts, (std::vector<std::int64_t>{3, 2}));
   write_file(table, line_table({1, 4, 7}));
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), -1); }),
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no); }),
             "Line descriptor corrupted:\n" + table + "\n");
   EXPECT_TRUE(counts.empty());
   std::filesystem::remove(table);
-  EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), -1);
+  EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no);
   study.set_shape({.samples = 5});
-  EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), -1);
-  EXPECT_EQ(qd_samples_per_line("Dir", "Other", counts), -1);
+  EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no);
+  EXPECT_EQ(qd_samples_per_line("Dir", "Other", counts), found::no);
 }
 
 }  // namespace

@@ -63,11 +63,11 @@ TEST(link, a_deletion_ends_both_sides_from_either) {
       linked_study study;
       study.write_links("Holes", "Collars");
       std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
-      EXPECT_EQ(qd_delete_link("Dir", side, reset), 1);
+      EXPECT_TRUE(qd_delete_link("Dir", side, reset));
       study.expect_links("", "");
       EXPECT_EQ(study.kind_of(names), reset ? KIND_PLAIN : KIND_LINE_NAME) << side;
       name_text partner = "";
-      EXPECT_EQ(qd_get_link("Dir", side, partner), 1);
+      EXPECT_EQ(qd_get_link("Dir", side, partner), found::no);
     }
   }
 }
@@ -77,10 +77,11 @@ TEST(link, a_vanished_partner_is_forgotten) {
   study.write_links("Gone", "");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
   name_text partner = "unchanged";
-  std::string console = console_of([&] { EXPECT_EQ(qd_get_link("Dir", "Collars", partner), 2); });
+  std::string console =
+      console_of([&] { EXPECT_EQ(qd_get_link("Dir", "Collars", partner), found::unclear); });
   EXPECT_EQ(console, "WARNING: Linked File Gone does not exist\n");
   EXPECT_STREQ(partner, "unchanged");
-  console = console_of([] { EXPECT_EQ(qd_delete_link("Dir", "Collars", true), 1); });
+  console = console_of([] { EXPECT_TRUE(qd_delete_link("Dir", "Collars", true)); });
   EXPECT_EQ(console, "WARNING: The Linked File Gone does not exist\n");
   study.expect_links("", "");
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
@@ -91,11 +92,11 @@ TEST(link, needs_two_files_of_the_right_sort_and_ends_their_former_links) {
   // What another server may have done since the caller's test.
   for (auto [lines, points] :
        {std::pair{"Holes", "Holes"}, {"Collars", "Collars"}, {"Holes", "Gone"}, {"Gone", "Collars"}})
-    EXPECT_EQ(qd_create_link("Dir", lines, points), 0) << lines << points;
+    EXPECT_FALSE(qd_create_link("Dir", lines, points)) << lines << points;
   study.expect_links("", "");
   study.write_links("X", "Y");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
-  EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 1);
+  EXPECT_TRUE(qd_create_link("Dir", "Holes", "Collars"));
   study.expect_links("Holes", "Collars");
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
@@ -111,16 +112,16 @@ TEST(link, a_full_disk_leaves_both_sides_and_the_line_name) {
   for (rlim_t limit = 0; limit < study.lines("").size(); limit += 8, ++refused) {
     file_size_limit full(limit);
     EXPECT_FALSE(qd_link_can_be_deleted("Dir", "Collars")) << limit;
-    EXPECT_EQ(qd_delete_link("Dir", "Holes", true), 0) << limit;
-    EXPECT_EQ(qd_create_link("Dir", "Holes", "Collars"), 0) << limit;
-    EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Holes"), 0) << limit;
+    EXPECT_FALSE(qd_delete_link("Dir", "Holes", true)) << limit;
+    EXPECT_FALSE(qd_create_link("Dir", "Holes", "Collars")) << limit;
+    EXPECT_FALSE(qd_forget_partner("Dir", "Collars", "Holes")) << limit;
     study.expect_links("Holes", "Collars");
     EXPECT_EQ(read_file(names + "/DESCR"), before) << limit;
   }
   EXPECT_GT(refused, 10);
   {
     file_size_limit full(before.size() - 1);
-    EXPECT_EQ(qd_var_as_line_name("Dir", "Collars", "Other"), 2);
+    EXPECT_FALSE(qd_var_as_line_name("Dir", "Collars", "Other"));
   }
   EXPECT_EQ(read_file(names + "/DESCR"), before);
   EXPECT_EQ(study.kind_of(former), KIND_PLAIN);
@@ -135,9 +136,9 @@ TEST(link, the_partner_of_a_deleted_file_is_freed_only_from_that_file) {
   linked_study study;
   study.write_links("Holes", "Collars");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
-  EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Others"), 1);
+  EXPECT_TRUE(qd_forget_partner("Dir", "Collars", "Others"));
   study.expect_links("Holes", "Collars");
-  EXPECT_EQ(qd_forget_partner("Dir", "Collars", "Holes"), 1);
+  EXPECT_TRUE(qd_forget_partner("Dir", "Collars", "Holes"));
   study.expect_links("", "Collars");
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
@@ -145,8 +146,8 @@ TEST(link, the_partner_of_a_deleted_file_is_freed_only_from_that_file) {
 class line_names : public testing::Test {
  protected:
   line_names() { study.write_links("Holes", "Collars"); }
-  int make(const char* variable, std::string* console = nullptr) {
-    int result = -1;
+  bool make(const char* variable, std::string* console = nullptr) {
+    bool result = false;
     std::string said = console_of([&] { result = qd_var_as_line_name("Dir", "Collars", variable); });
     if (console != nullptr) *console = said;
     return result;
@@ -157,10 +158,10 @@ class line_names : public testing::Test {
 TEST_F(line_names, the_new_variable_takes_the_role_from_the_former) {
   std::string former = study.add_names("Old", "ab", KIND_LINE_NAME);
   std::string names = study.add_names("New", " cd d ");
-  EXPECT_EQ(make("New"), 0);
+  EXPECT_TRUE(make("New"));
   EXPECT_EQ(study.kind_of(former), KIND_PLAIN);
   EXPECT_EQ(study.kind_of(names), KIND_LINE_NAME);
-  EXPECT_EQ(make("New"), 0) << "again";
+  EXPECT_TRUE(make("New")) << "again";
   EXPECT_EQ(study.kind_of(names), KIND_LINE_NAME);
 }
 
@@ -178,7 +179,7 @@ TEST_F(line_names, every_sample_needs_a_name_of_its_own) {
   for (const wrong_names& each : cases) {
     std::string name = "N" + std::to_string(++number), console;
     std::string path = study.add_names(name, each.texts), before = read_file(path + "/DESCR");
-    EXPECT_EQ(make(name.c_str(), &console), 1);
+    EXPECT_FALSE(make(name.c_str(), &console));
     EXPECT_EQ(console, each.console);
     EXPECT_EQ(read_file(path + "/DESCR"), before);
   }

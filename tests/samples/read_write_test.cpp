@@ -72,7 +72,7 @@ TEST_P(range, reads_every_range_of_every_column) {
         auto check = [&](std::int64_t io, selection_mode mode, const std::vector<double>& expected) {
           std::vector<double> values(plain.size());
           std::int64_t count = -1;
-          ASSERT_EQ(read_numbers(io, mode, first, last, &count, values), 1);
+          ASSERT_TRUE(read_numbers(io, mode, first, last, &count, values));
           values.resize(static_cast<std::size_t>(count));
           ASSERT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), expected.end(), same))
               << "column " << slot << ", " << first << " to " << last << ", mode " << mode;
@@ -111,7 +111,7 @@ TEST_P(range, writes_every_range_of_every_column) {
                 model.replace(static_cast<std::size_t>((slot * samples + s - 1) * bits),
                               static_cast<std::size_t>(bits), stored_bits(values.back(), bits));
             }
-            ASSERT_EQ(qd_write_float_free(masked ? selected.io() : all.io(), mode, first, last, values), 1);
+            ASSERT_TRUE(qd_write_float_free(masked ? selected.io() : all.io(), mode, first, last, values));
             ASSERT_EQ(to_bits(read_file(path_)), model)
                 << "column " << slot << ", " << first << " to " << last << ", mode " << mode;
           }
@@ -168,7 +168,7 @@ TEST(read_write, passes_join_without_a_seam) {
         expected.replace(static_cast<std::size_t>(2 * (many + s - 1)), 2,
                          stored_bits(values[static_cast<std::size_t>(s - 1)], 2));
     bound target("M[2]", selected ? "S" : "None");
-    ASSERT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, many, values), 1);
+    ASSERT_TRUE(qd_write_float_free(target.io(), SEL_MASKED, 1, many, values));
     EXPECT_TRUE(to_bits(read_file(path)) == expected) << selected;
     EXPECT_LE(sample_tables.work.capacity, 8 * samples_chunk);
   }
@@ -182,20 +182,20 @@ TEST(read_write, texts_lose_their_nuls_where_they_are_written) {
   bound all("T"), selected("T", "S");
   std::string texts(20, '?');
   std::int64_t count = 0;
-  ASSERT_EQ(qd_read_char_free(all.io(), SEL_MASKED, 2, 3, &count, qd_text_bytes(texts)), 1);
+  ASSERT_TRUE(qd_read_char_free(all.io(), SEL_MASKED, 2, 3, &count, qd_text_bytes(texts)));
   EXPECT_EQ(texts.substr(0, 10), data.substr(5, 10));
   std::string written("one\0?22222three", 15);
-  ASSERT_EQ(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, qd_text_bytes(written)), 1);
+  ASSERT_TRUE(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, qd_text_bytes(written)));
   EXPECT_EQ(read_file(path), "one  " + data.substr(5, 5) + "three" + data.substr(15));
   std::filesystem::resize_file(path, 19);
-  EXPECT_EQ(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, qd_text_bytes(texts)), 0);
+  EXPECT_FALSE(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, qd_text_bytes(texts)));
 }
 
 std::vector<double> read_all(const char* name, std::int64_t first, std::int64_t last) {
   bound source(name);
   std::vector<double> values(static_cast<std::size_t>(last - first + 1));
   std::int64_t count = 0;
-  EXPECT_EQ(read_numbers(source.io(), SEL_MASKED, first, last, &count, values), 1);
+  EXPECT_TRUE(read_numbers(source.io(), SEL_MASKED, first, last, &count, values));
   return values;
 }
 
@@ -203,7 +203,7 @@ bool can_read(const char* name) {
   bound source(name);
   double value = 0;
   std::int64_t count = 0;
-  return read_numbers(source.io(), SEL_MASKED, 6, 6, &count, {&value, 1}) != 0;
+  return read_numbers(source.io(), SEL_MASKED, 6, 6, &count, {&value, 1});
 }
 
 TEST(implicit_values, numbers_of_lines) {
@@ -301,7 +301,7 @@ TEST(read_write, what_the_disk_does_not_take_is_never_answered) {
       bound target(name.c_str());
       set_stream(target, "/dev/full", buffered);
       EXPECT_TRUE(console_of([&] {
-                    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values), 0) << name;
+                    EXPECT_FALSE(qd_write_float_free(target.io(), SEL_MASKED, 1, 8, values)) << name;
                   }).ends_with("No space left on device\n"));
     }
     study.add("T", VAR_CHAR, 8, std::string(8, ' '));
@@ -309,8 +309,8 @@ TEST(read_write, what_the_disk_does_not_take_is_never_answered) {
     bound texts("T"), selection("S");
     set_stream(texts, "/dev/full", buffered);
     set_stream(selection, "/dev/full", buffered);
-    EXPECT_EQ(qd_write_char_free(texts.io(), SEL_MASKED, 4, 5, text), 0);
-    EXPECT_EQ(qd_write_selection_free(selection.io(), row), 0);
+    EXPECT_FALSE(qd_write_char_free(texts.io(), SEL_MASKED, 4, 5, text));
+    EXPECT_FALSE(qd_write_selection_free(selection.io(), row));
   }
 }
 
@@ -329,24 +329,24 @@ TEST(read_write, an_array_that_is_too_short_is_refused) {
       // Exactly as long as is allowed, so that a sanitizer sees what goes beyond.
       std::vector<double> values(8, -1), wanted(asked, 1), too_few(asked - 1, 1);
       std::string bytes(26, '?'), text(3 * asked, 'q'), short_text(3 * asked - 1, 'w');
-      EXPECT_EQ(read_numbers(numbers.io(), mode, 1, 9, &count, values), 0);
+      EXPECT_FALSE(read_numbers(numbers.io(), mode, 1, 9, &count, values));
       EXPECT_EQ(values, std::vector<double>(8, -1));
-      EXPECT_EQ(qd_read_char_free(texts.io(), mode, 1, 9, &count, qd_text_bytes(bytes)), 0);
+      EXPECT_FALSE(qd_read_char_free(texts.io(), mode, 1, 9, &count, qd_text_bytes(bytes)));
       EXPECT_EQ(bytes, std::string(26, '?'));
-      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, too_few), 0);
-      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(short_text)), 0);
+      EXPECT_FALSE(qd_write_float_free(numbers.io(), mode, 1, 9, too_few));
+      EXPECT_FALSE(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(short_text)));
       EXPECT_EQ(read_file(texts_file), texts_before);
-      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, wanted), 1);
-      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)), 1);
+      EXPECT_TRUE(qd_write_float_free(numbers.io(), mode, 1, 9, wanted));
+      EXPECT_TRUE(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)));
       // A compressed array that is too long is no more what the selection asks for.
       wanted.push_back(1);
       text += "qqq";
-      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, wanted), is_short ? 0 : 1);
-      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)), is_short ? 0 : 1);
+      EXPECT_EQ(qd_write_float_free(numbers.io(), mode, 1, 9, wanted), !is_short);
+      EXPECT_EQ(qd_write_char_free(texts.io(), mode, 1, 9, qd_text_bytes(text)), !is_short);
     }
     std::vector<unsigned char> row(1, 7);
-    EXPECT_EQ(qd_read_selection_free(bits.io(), &row_bytes, row), 0);
-    EXPECT_EQ(qd_write_selection_free(bits.io(), row), 0);
+    EXPECT_FALSE(qd_read_selection_free(bits.io(), &row_bytes, row));
+    EXPECT_FALSE(qd_write_selection_free(bits.io(), row));
     EXPECT_EQ(row[0], 7);
   }
 }
@@ -374,7 +374,7 @@ TEST(read_write, an_error_of_the_disk_is_no_missing_sample) {
   std::setvbuf(stream, nullptr, _IONBF, 0);
   double values[8] = {};
   std::int64_t count = 0;
-  EXPECT_EQ(read_numbers(target.io(), SEL_MASKED, 1, 8, &count, values), 0);
+  EXPECT_FALSE(read_numbers(target.io(), SEL_MASKED, 1, 8, &count, values));
 }
 
 TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
@@ -391,14 +391,14 @@ TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
     std::filesystem::rename(path, path + ".old");
     write_file(path, path == bits ? "b" : before);
   }
-  EXPECT_EQ(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values), 0);
-  EXPECT_EQ(qd_write_char_free(text_io.io(), SEL_MASKED, 1, 2, text), 0);
-  EXPECT_EQ(qd_write_selection_free(bit_io.io(), row), 0);
+  EXPECT_FALSE(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values));
+  EXPECT_FALSE(qd_write_char_free(text_io.io(), SEL_MASKED, 1, 2, text));
+  EXPECT_FALSE(qd_write_selection_free(bit_io.io(), row));
   EXPECT_EQ(read_file(number) + read_file(texts), before + before);
   EXPECT_EQ(read_file(number + ".old") + read_file(texts + ".old"), before + before);
   EXPECT_EQ(read_file(bits) + read_file(bits + ".old"), "ba");
   std::filesystem::remove_all(study.file_path());
-  EXPECT_EQ(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values), 0);
+  EXPECT_FALSE(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values));
 }
 
 TEST(read_write, a_range_that_the_file_does_not_have_is_refused) {
@@ -411,11 +411,11 @@ TEST(read_write, a_range_that_the_file_does_not_have_is_refused) {
   std::vector<unsigned char> bytes(9);
   std::int64_t count = 0;
   for (auto [first, last] : {std::pair{0, 1}, {1, 5}, {5, 5}, {3, 2}}) {
-    EXPECT_EQ(read_numbers(numbers.io(), SEL_MASKED, first, last, &count, values), 0);
-    EXPECT_EQ(qd_write_float_free(numbers.io(), SEL_MASKED, first, last, values), 0);
-    EXPECT_EQ(qd_read_char_free(texts.io(), SEL_MASKED, first, last, &count, bytes), 0);
-    EXPECT_EQ(qd_write_char_free(texts.io(), SEL_MASKED, first, last, bytes), 0);
-    EXPECT_EQ(read_numbers(computed.io(), SEL_MASKED, first, last, &count, values), 0);
+    EXPECT_FALSE(read_numbers(numbers.io(), SEL_MASKED, first, last, &count, values));
+    EXPECT_FALSE(qd_write_float_free(numbers.io(), SEL_MASKED, first, last, values));
+    EXPECT_FALSE(qd_read_char_free(texts.io(), SEL_MASKED, first, last, &count, bytes));
+    EXPECT_FALSE(qd_write_char_free(texts.io(), SEL_MASKED, first, last, bytes));
+    EXPECT_FALSE(read_numbers(computed.io(), SEL_MASKED, first, last, &count, values));
   }
 }
 
@@ -428,10 +428,10 @@ TEST(read_write, a_column_is_looked_for_where_the_file_has_it) {
   const double values[4] = {};
   double read[4] = {};
   std::int64_t count = 0;
-  EXPECT_EQ(read_numbers(second.io(), SEL_MASKED, 1, 4, &count, read), 0);
-  EXPECT_EQ(qd_write_float_free(second.io(), SEL_MASKED, 1, 4, values), 0);
+  EXPECT_FALSE(read_numbers(second.io(), SEL_MASKED, 1, 4, &count, read));
+  EXPECT_FALSE(qd_write_float_free(second.io(), SEL_MASKED, 1, 4, values));
   EXPECT_EQ(read_file(path), before);
-  EXPECT_EQ(read_numbers(first.io(), SEL_MASKED, 1, 4, &count, read), 1);
+  EXPECT_TRUE(read_numbers(first.io(), SEL_MASKED, 1, 4, &count, read));
 }
 
 TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
@@ -443,13 +443,13 @@ TEST(read_write, samples_beyond_any_file_are_not_looked_for) {
   std::int64_t count = 0;
   for (const char* name : {"V", "M[5]"}) {
     bound target(name);
-    EXPECT_EQ(read_numbers(target.io(), SEL_MASKED, most, most, &count, {&value, 1}), 0) << name;
-    EXPECT_EQ(qd_write_float_free(target.io(), SEL_MASKED, most, most, {&value, 1}), 0) << name;
+    EXPECT_FALSE(read_numbers(target.io(), SEL_MASKED, most, most, &count, {&value, 1})) << name;
+    EXPECT_FALSE(qd_write_float_free(target.io(), SEL_MASKED, most, most, {&value, 1})) << name;
   }
   // Where nothing is stored there is nothing to look for.
   study.add_implicit("SN", KIND_SAMPLE_NUMBER);
   bound numbers("SN");
-  EXPECT_EQ(read_numbers(numbers.io(), SEL_MASKED, most, most, &count, {&value, 1}), 1);
+  EXPECT_TRUE(read_numbers(numbers.io(), SEL_MASKED, most, most, &count, {&value, 1}));
   EXPECT_EQ(value, 4611686018427387904.0);
 }
 
@@ -463,8 +463,8 @@ TEST(shared_byte, keeps_what_each_of_its_writers_has_written) {
     for (int round = 0; round < 2000; ++round) {
       double value = round % 2, got = -1;
       std::int64_t count = 0;
-      if (qd_write_float_free(variable.io(), SEL_MASKED, sample, sample, {&value, 1}) == 0 ||
-          read_numbers(variable.io(), SEL_MASKED, sample, sample, &count, {&got, 1}) == 0 || got != value)
+      if (!qd_write_float_free(variable.io(), SEL_MASKED, sample, sample, {&value, 1}) ||
+          !read_numbers(variable.io(), SEL_MASKED, sample, sample, &count, {&got, 1}) || got != value)
         return false;
     }
     return true;

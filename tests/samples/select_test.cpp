@@ -14,7 +14,7 @@ namespace {
 
 qd_variable_handle select(const char* name, unit_choice choice = UNIT_NONE) {
   qd_variable_handle handle;
-  EXPECT_EQ(qd_variable_select("Dir", "File", name, choice, handle), 1) << name;
+  EXPECT_TRUE(qd_variable_select("Dir", "File", name, choice, handle)) << name;
   return handle;
 }
 
@@ -54,8 +54,8 @@ TEST(select, columns_of_a_macro_share_their_entry) {
   }
   EXPECT_EQ(qd_entry(handles[0].entry)->reference_count, 5);
   for (qd_variable_handle& handle : handles) deselect(handle);
-  EXPECT_EQ(qd_variable_select("Dir", "File", "G[5]", UNIT_NONE, handles[0]), 0);
-  EXPECT_EQ(qd_variable_select("Dir", "File", "H[5]", UNIT_NONE, handles[0]), 0);
+  EXPECT_FALSE(qd_variable_select("Dir", "File", "G[5]", UNIT_NONE, handles[0]));
+  EXPECT_FALSE(qd_variable_select("Dir", "File", "H[5]", UNIT_NONE, handles[0]));
   EXPECT_EQ(handles[0].entry, 0);
 }
 
@@ -81,7 +81,7 @@ TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   EXPECT_EQ(read_file(good), "abcd");
   EXPECT_FALSE(std::filesystem::exists(good + ".gz"));
   deselect(handle);
-  EXPECT_EQ(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle), 0);
+  EXPECT_FALSE(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle));
   EXPECT_EQ(handle.entry, 0);
   EXPECT_EQ(sample_tables.selected[0], nullptr);
 }
@@ -101,11 +101,11 @@ TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
   qd_variable_place place;
   qu_path_join(place.file_path, {study.file_path()});
   qu_path_join(place.path, {folder});
-  EXPECT_EQ(qd_variable_select_at(place, "Dir", "File", "W", UNIT_NONE, fresh), 0);
-  EXPECT_EQ(qd_variable_select_at(place, "Dir", "Other", "V", UNIT_NONE, fresh), 0);
+  EXPECT_FALSE(qd_variable_select_at(place, "Dir", "File", "W", UNIT_NONE, fresh));
+  EXPECT_FALSE(qd_variable_select_at(place, "Dir", "Other", "V", UNIT_NONE, fresh));
   std::filesystem::remove(folder + "/DATAVAR");
   std::filesystem::create_directory(folder + "/DATAVAR");
-  EXPECT_EQ(qd_variable_select("Dir", "File", "V", UNIT_NONE, fresh), 0);
+  EXPECT_FALSE(qd_variable_select("Dir", "File", "V", UNIT_NONE, fresh));
   EXPECT_EQ(qd_free_entries(), 512);
 }
 

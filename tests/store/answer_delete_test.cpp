@@ -63,7 +63,7 @@ TEST_F(deletion, variable) {
   select_samples("sel", {1, 0, 1});
   // A request may have left the selection open; it goes with its variable.
   qd_variable_handle left;
-  ASSERT_EQ(qd_variable_select("D", "P", "sel", UNIT_NONE, left), 1);
+  ASSERT_TRUE(qd_variable_select("D", "P", "sel", UNIT_NONE, left));
   expect_done("CVARSET", bytes().text("sel"));
   expect_done("CVARDEL");
   EXPECT_STREQ(current_context.variable, "None");
@@ -117,7 +117,7 @@ TEST_F(deletion, variable_without_handles_has_no_answer) {
 
 TEST_F(deletion, macro_column_that_does_not_exist) {
   make_points("P", 3);
-  ASSERT_EQ(qd_create_variable("D", "P", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 8, nullptr), 1);
+  ASSERT_TRUE(qd_create_variable("D", "P", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 8, nullptr));
   set_current_variable("Au[00012]");
   expect_refused("CVARDEL", {}, "Cannot get info on Variable Au[00012]");
   EXPECT_TRUE(std::filesystem::exists(in_file(1, "VARI.4")));

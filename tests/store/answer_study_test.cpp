@@ -142,7 +142,7 @@ void die_in(const std::function<void(const std::function<bool()>&)>& act) {
 TEST_F(study_requests, new_ends_a_creation_that_was_cut) {
   const std::string path = root / "New",
                     refused = refusal("Impossible to create study New. File system full?");
-  die_in([&](const auto& die) { qu_study_create(path.c_str(), "None", 1, die); });
+  die_in([&](const auto& die) { static_cast<void>(qu_study_create(path.c_str(), "None", 1, die)); });
   const auto untouched = [&](const tree_image& before) {
     return make_new("New", path) == refused && image_of(path) == before && root.registry() == registered;
   };
@@ -179,7 +179,7 @@ TEST_F(study_requests, new_ends_a_deletion_that_was_cut) {
   }
   write_file(root / "N_1234/UNREGISTERED", "my own");
   const std::string path = root / "Gold";
-  die_in([&](const auto& die) { qu_study_remove(path.c_str(), die); });
+  die_in([&](const auto& die) { static_cast<void>(qu_study_remove(path.c_str(), die)); });
   EXPECT_FALSE(fs::exists(path));
   EXPECT_EQ(left(), 3);
   EXPECT_EQ(root.registry(), registered);

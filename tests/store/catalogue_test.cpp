@@ -32,7 +32,7 @@ constexpr char no_access[] =
 
 names variables_of_cores() {
   string_list list;
-  EXPECT_EQ(qd_list_variables("Soil", "cores", 31, list), 1);
+  EXPECT_EQ(qd_list_variables("Soil", "cores", 31, list), found::yes);
   names result;
   for (std::int64_t i = 0; i < list.count(); ++i) result.emplace_back(list[i]);
   return result;
@@ -89,64 +89,69 @@ class catalogue : public testing::Test {
 TEST_F(catalogue, tests_variables_with_and_without_their_index) {
   struct {
     const char* name;
-    int without, with;
-  } rows[] = {{"zinc", 0, 0},
-              {"lead", 1, 1},
-              {"metal[xxxxx]", 0, 0},
-              {"metal{xxxxx}", 1, 1},
-              {"metal[12]", 0, 0},
-              {"metal[00012]", 0, 0},
-              {"metal[13]", 0, 1},
-              {"metal[7]", 0, 1},
-              {"metal[0]", 0, 1},
-              {"metal[]", 0, 1},
-              {"metal{copper}", 0, 0},
-              {"metal{tin}", 0, 1},
-              {"metal{}", 0, 1},
-              {"metal{gold}", 0, 1},
-              {"part{gold}", 0, 1},
-              {"zinc[1]", 1, 1},
-              {"metal[123456]", 0, 1},
-              {"metal", 1, 1},
-              {"", 1, 1}};
+    bool without, with;  // whether it is there
+  } rows[] = {{"zinc", true, true},
+              {"lead", false, false},
+              {"metal[xxxxx]", true, true},
+              {"metal{xxxxx}", false, false},
+              {"metal[12]", true, true},
+              {"metal[00012]", true, true},
+              {"metal[13]", true, false},
+              {"metal[7]", true, false},
+              {"metal[0]", true, false},
+              {"metal[]", true, false},
+              {"metal{copper}", true, true},
+              {"metal{tin}", true, false},
+              {"metal{}", true, false},
+              {"metal{gold}", true, false},
+              {"part{gold}", true, false},
+              {"zinc[1]", false, false},
+              {"metal[123456]", true, false},
+              {"metal", false, false},
+              {"", false, false}};
   for (const auto& row : rows) {
-    EXPECT_EQ(qd_variable_test(false, "Soil", "points", row.name), row.without) << row.name;
+    EXPECT_EQ(qd_variable_test(false, "Soil", "points", row.name), row.without ? found::yes : found::no)
+        << row.name;
     testing::internal::CaptureStdout();
-    EXPECT_EQ(qd_variable_test(true, "Soil", "points", row.name), row.with) << row.name;
+    EXPECT_EQ(qd_variable_test(true, "Soil", "points", row.name), row.with ? found::yes : found::no)
+        << row.name;
     testing::internal::GetCapturedStdout();
   }
-  EXPECT_EQ(qd_variable_test(false, "Soil", "lines", "zinc"), 1);
+  EXPECT_EQ(qd_variable_test(false, "Soil", "lines", "zinc"), found::no);
   // Names that no descriptor can hold, at the limits.
   for (std::size_t length : {41U, 42U, 43U, 44U, 46U, 49U, 100U}) {
     std::string stem(length, 's');
-    EXPECT_EQ(qd_variable_test(true, "Soil", "points", (stem + "[12]").c_str()), 1) << length;
-    EXPECT_EQ(qd_variable_test(true, "Soil", "points", (stem + "{12}").c_str()), 1) << length;
+    EXPECT_EQ(qd_variable_test(true, "Soil", "points", (stem + "[12]").c_str()), found::no) << length;
+    EXPECT_EQ(qd_variable_test(true, "Soil", "points", (stem + "{12}").c_str()), found::no) << length;
   }
   std::string longest = std::string(42, 's');
   write_file(variable({.name = longest + "[xxxxx]", .type = 2}) + "/MACRO", macro_bytes({1}));
-  EXPECT_EQ(qd_variable_test(true, "Soil", "points", (longest + "[1]").c_str()), 0);
+  EXPECT_EQ(qd_variable_test(true, "Soil", "points", (longest + "[1]").c_str()), found::yes);
   // A name is never cut to one that fits.
   variable({.name = std::string(49, 'n')});
-  EXPECT_EQ(qd_variable_test(true, "Soil", "points", std::string(49, 'n').c_str()), 0);
-  EXPECT_EQ(qd_variable_test(true, "Soil", "points", std::string(50, 'n').c_str()), 1);
+  EXPECT_EQ(qd_variable_test(true, "Soil", "points", std::string(49, 'n').c_str()), found::yes);
+  EXPECT_EQ(qd_variable_test(true, "Soil", "points", std::string(50, 'n').c_str()), found::no);
 }
 
 TEST_F(catalogue, tests_of_what_cannot_be_read_say_so) {
   write_file(tree.descriptor("DIRE.1/FILE.7/VARI.3"), "x");
   std::string corrupted = "Variable descriptor corrupted:\n" + tree.folder("DIRE.1/FILE.7/VARI.3") + "\n\n";
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_variable_test(true, "Soil", "points", "no such one"), 2); }),
-            corrupted + no_access);
+  EXPECT_EQ(
+      console_of([] { EXPECT_EQ(qd_variable_test(true, "Soil", "points", "no such one"), found::unclear); }),
+      corrupted + no_access);
   for (const char* path : {"DIRE.1/FILE.1", "DIRE.1/FILE.2", "DIRE.1/FILE.7", "DIRE.1/FILE.9"}) {
     write_file(tree.descriptor(path), "x");
   }
-  EXPECT_NE(console_of([] { EXPECT_EQ(qd_file_test(1, 3, "Soil", "no such one"), 2); }).find(no_access),
+  EXPECT_NE(console_of([] {
+              EXPECT_EQ(qd_file_test(1, 3, "Soil", "no such one"), found::unclear);
+            }).find(no_access),
             std::string::npos);
   path_text path;
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_file_path("Soil", "no such one", path), 0); }).find(no_access),
+  EXPECT_EQ(console_of([&] { EXPECT_FALSE(qd_file_path("Soil", "no such one", path)); }).find(no_access),
             std::string::npos);
   fs::create_symlink(tree / "loop", tree / "loop");
   qu_path_join(store.catalogue_path, {tree / "loop"});
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_directory_test("Soil"), 2); }),
+  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_directory_test("Soil"), found::unclear); }),
             "Unable to list directory \"" + (tree / "loop") + "\": Too many levels of symbolic links\n" +
                 no_access);
 }
@@ -174,23 +179,23 @@ TEST_F(catalogue, passes_over_what_is_deleted_meanwhile) {
   fs::remove(directory);
   // A folder without a descriptor is no object, and hinders nothing.
   tree.folder("DIRE.12/FILE.1");
-  EXPECT_EQ(qd_file_test(ORG_ANY, DIM_ANY, "Air", "no such one"), 1);
+  EXPECT_EQ(qd_file_test(ORG_ANY, DIM_ANY, "Air", "no such one"), found::no);
 }
 
 TEST_F(catalogue, refuses_directories_in_lower_case) {
   for (const char* entry : {"dire.4", "Dire.x", "DIRe."}) {
     std::string path = tree.add_directory(entry, "Lower");
     EXPECT_FATAL(
-        qd_directory_test("no such one"),
+        static_cast<void>(qd_directory_test("no such one")),
         std::string("A directory name containing lower case character\\(s\\) has been found !\n\\(\"") +
             entry + "\" in \"" + store.catalogue_path + "\"\\)");
     string_list list;
-    EXPECT_FATAL(qd_list_directories(list), "lower case");
+    EXPECT_FATAL(static_cast<void>(qd_list_directories(list)), "lower case");
     fs::remove_all(path);
   }
   // Below, only upper case counts.
   tree.folder("DIRE.1/file.4");
-  EXPECT_EQ(qd_file_test(ORG_ANY, DIM_ANY, "Soil", "no such one"), 1);
+  EXPECT_EQ(qd_file_test(ORG_ANY, DIM_ANY, "Soil", "no such one"), found::no);
 }
 
 TEST_F(catalogue, lists_variables_with_a_role_in_their_order) {
@@ -216,24 +221,24 @@ TEST_F(catalogue, lists_variables_with_a_role_in_their_order) {
 
 TEST_F(catalogue, knows_the_formats_of_coordinates) {
   qd_format_record x, y, z;
-  EXPECT_EQ(qd_coordinates_formats(0, "Soil", "points", &x, &y, &z), 0);
+  EXPECT_TRUE(qd_coordinates_formats(0, "Soil", "points", &x, &y, &z));
   EXPECT_STREQ(x.unit, "m");
   EXPECT_STREQ(y.unit, "km");
   EXPECT_EQ(z.factor, 30.48);
-  EXPECT_EQ(qd_coordinates_formats(0, "Soil", "points", nullptr, &y, nullptr), 0);
+  EXPECT_TRUE(qd_coordinates_formats(0, "Soil", "points", nullptr, &y, nullptr));
   // No coordinates: the default, or the distance format.
-  EXPECT_EQ(qd_coordinates_formats(0, "Soil", "flat", &x, &y, &z), 1);
+  EXPECT_FALSE(qd_coordinates_formats(0, "Soil", "flat", &x, &y, &z));
   EXPECT_EQ(x.factor, 1.0);
   EXPECT_EQ(x.length_flag, 0);
-  EXPECT_EQ(qd_coordinates_formats(1, "None", "flat", &x, &y, &z), 1);
+  EXPECT_FALSE(qd_coordinates_formats(1, "None", "flat", &x, &y, &z));
   EXPECT_EQ(x.factor, 100.0);
   EXPECT_STREQ(z.unit, "m");
-  EXPECT_EQ(qd_coordinates_formats(1, "Soil", "gone", &x, nullptr, nullptr), 1);
+  EXPECT_FALSE(qd_coordinates_formats(1, "Soil", "gone", &x, nullptr, nullptr));
   // The third one counts in three dimensions only.
   tree.add("DIRE.1/OLDFILE.3/VARI.1",
            variable_fields{.name = "X", .kind = 7, .unit = "cm", .factor = 1}.bytes_of());
   tree.add("DIRE.1/OLDFILE.3/VARI.2", variable_fields{.name = "Y", .kind = 8}.bytes_of());
-  EXPECT_EQ(qd_coordinates_formats(1, "Soil", "flat", &x, &y, &z), 0);
+  EXPECT_TRUE(qd_coordinates_formats(1, "Soil", "flat", &x, &y, &z));
   EXPECT_STREQ(x.unit, "cm");
   EXPECT_EQ(y.factor, 1.0);
   EXPECT_STREQ(z.unit, "m");
@@ -242,16 +247,16 @@ TEST_F(catalogue, knows_the_formats_of_coordinates) {
 TEST_F(catalogue, reports_wrong_parameters) {
   const std::string place = "       DIRECTORY NAME: >>>Soil<<<\n            FILE NAME: >>>points<<<\n";
   EXPECT_EQ(console_of([] {
-              EXPECT_EQ(qd_check_file(ORG_GRID, DIM_ANY, "Soil", "lines", "None", "T", nullptr), 0);
+              EXPECT_FALSE(qd_check_file(ORG_GRID, DIM_ANY, "Soil", "lines", "None", "T", nullptr));
             }),
             "WARNING: Check your parameters this File should be\n-------  a GRID File...\n         T\n"
             "    DIRECTORY NAME: >>>Soil<<<\n     BAD FILE NAME: >>>lines<<<\n");
-  EXPECT_EQ(console_of([] {
-              EXPECT_EQ(qd_check_variable(CLASS_FLOAT, "Soil", "points", "None", "metal[13]", "T", nullptr),
-                        0);
-            }),
-            "WARNING: Check your parameters a Variable Name is incorrect\n         T\n" + place +
-                "    BAD VARIABLE NAME: >>>metal[13]<<<\n");
+  EXPECT_EQ(
+      console_of([] {
+        EXPECT_FALSE(qd_check_variable(CLASS_FLOAT, "Soil", "points", "None", "metal[13]", "T", nullptr));
+      }),
+      "WARNING: Check your parameters a Variable Name is incorrect\n         T\n" + place +
+          "    BAD VARIABLE NAME: >>>metal[13]<<<\n");
   struct {
     const char* name;
     bool fits[6];  // by class
@@ -275,27 +280,27 @@ TEST_F(catalogue, reports_wrong_parameters) {
 
 TEST_F(catalogue, keeps_comments) {
   std::string text = "untouched";
-  EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), 1);
+  EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), found::no);
   EXPECT_EQ(text, "");
   std::string path = tree.folder("DIRE.1/FILE.7") + "/COMMENT";
   write_file(path, "first\r\n\nlast");
-  EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), 0);
+  EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), found::yes);
   EXPECT_EQ(text, "first\n\nlast\n");
   // What isn't a text isn't a comment.
   write_file(path, std::string("bin\0ary", 7));
-  console_of([&] { EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), 1); });
+  console_of([&] { EXPECT_EQ(qd_comment_read("Soil", "points", nullptr, text), found::no); });
   EXPECT_EQ(text, "");
-  EXPECT_EQ(qd_comment_write("Soil", "points", nullptr, 1, "short %s%%"), 0);
+  EXPECT_TRUE(qd_comment_write("Soil", "points", nullptr, 1, "short %s%%"));
   EXPECT_EQ(read_file(path), "short %s%%");
-  EXPECT_EQ(qd_comment_write("Soil", "points", "metal[99]", 0, "of all"), 0);
+  EXPECT_TRUE(qd_comment_write("Soil", "points", "metal[99]", 0, "of all"));
   EXPECT_EQ(read_file(tree.folder("DIRE.1/FILE.7/VARI.11") + "/COMMENT"), "of all");
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_comment_read("Soil", "points", "lead", text), 2); }),
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_comment_read("Soil", "points", "lead", text), found::no); }),
             "Warning: Soil/points/lead does not exist. Description not read.\n");
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_comment_write("Soil", "gone", nullptr, 0, "x"), 2); }),
+  EXPECT_EQ(console_of([&] { EXPECT_FALSE(qd_comment_write("Soil", "gone", nullptr, 0, "x")); }),
             "Warning: Soil/gone does not exist. Description not updated.\n");
   fs::remove(path);
   fs::create_directory(path);
-  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_comment_write("Soil", "points", nullptr, 0, "x"), 1); }),
+  EXPECT_EQ(console_of([&] { EXPECT_FALSE(qd_comment_write("Soil", "points", nullptr, 0, "x")); }),
             "Cannot open file or variable descrition file for writing:\n " + path +
                 "\nDescription will not be updated.\nCheck directory permissions and disk space.\n\n");
 }
@@ -308,7 +313,7 @@ TEST(comment, that_does_not_fit_the_disk_is_reported) {
   auto in_child = [] {
     console_on_stderr();
     file_size_limit disk(4096);
-    _exit(qd_comment_write("Soil", "points", nullptr, 0, std::string(5000, 'x').c_str()));
+    _exit(qd_comment_write("Soil", "points", nullptr, 0, std::string(5000, 'x').c_str()) ? 0 : 1);
   };
   EXPECT_EXIT(in_child(), testing::ExitedWithCode(1),
               "Error while updating file or variable description.\nComment has not been updated.\n"

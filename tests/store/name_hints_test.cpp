@@ -19,7 +19,7 @@ class name_hints_of_a_tree : public testing::Test {
   // The entry that a directory is found under; empty if it is not.
   std::string found(const char* name) {
     path_text path;
-    return qd_find_directory(name, path) == LOOKUP_FOUND ? fs::path(path).filename().string() : "";
+    return qd_find_directory(name, path) == found::yes ? fs::path(path).filename().string() : "";
   }
   fs::path of(const char* entry) { return fs::path(tree_.path()) / entry; }
 

@@ -58,8 +58,8 @@ class creation : public testing::Test {
   std::string make_grid(std::int64_t nodes) {
     qd_grid_record grid;
     grid.nx = nodes;
-    EXPECT_EQ(qd_create_directory("D"), 1);
-    EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 2, &grid), 1);
+    EXPECT_TRUE(qd_create_directory("D"));
+    EXPECT_TRUE(qd_create_file("D", "G", ORG_GRID, 2, &grid));
     return at("DIRE.1/FILE.1");
   }
 
@@ -73,23 +73,23 @@ std::string variable_bytes(const char* name, int type, int kind, int bits, int i
 }
 
 TEST_F(creation, directory_is_its_descriptor) {
-  EXPECT_EQ(qd_create_directory("Mine"), 1);
+  EXPECT_TRUE(qd_create_directory("Mine"));
   EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
   EXPECT_EQ(read_file(at("DIRE.1/DESCR")), std::string("\0\0\x04\x4C\0\0\0\x04Mine", 12));
-  EXPECT_EQ(qd_create_directory("  Zinc  "), 1);
+  EXPECT_TRUE(qd_create_directory("  Zinc  "));
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")), bytes().i32(1100).text("  Zinc  ").str());
 }
 
 TEST_F(creation, the_lowest_free_number_is_taken) {
-  for (const char* name : {"a", "b", "c"}) EXPECT_EQ(qd_create_directory(name), 1);
-  EXPECT_EQ(qd_delete_directory("b"), 1);
+  for (const char* name : {"a", "b", "c"}) EXPECT_TRUE(qd_create_directory(name));
+  EXPECT_TRUE(qd_delete_directory("b"));
   EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.3"}));
   write_file(at("DIRE.4"), "in the way");
   fs::remove(at("DIRE.4"));
   fs::create_symlink("nowhere", at("OLDDIRE.4"));
-  EXPECT_EQ(qd_create_directory("d"), 1);
-  EXPECT_EQ(qd_create_directory("e"), 1);
+  EXPECT_TRUE(qd_create_directory("d"));
+  EXPECT_TRUE(qd_create_directory("e"));
   EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "DIRE.3", "DIRE.4", "OLDDIRE.4"}));
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).back(), '\0');
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).substr(8, 1), "d");
@@ -126,7 +126,7 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
   const struct {
     std::string locked, changed;  // the folder of an object that appears, or becomes another one
     std::string content;
-    std::function<int()> create;
+    std::function<bool()> create;
   } rows[] = {
       {directory, directory, bytes().i32(1100).text("other").str(), create_file},
       {directory, directory + "/FILE.9", file_fields{.name = "F"}.bytes_of(), create_file},
@@ -143,7 +143,7 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
         fs::create_directory(row.changed);
         write_file(row.changed + "/DESCR", row.content);
       });
-      const std::string said = console_of([&] { EXPECT_EQ(row.create(), 0) << row.changed; });
+      const std::string said = console_of([&] { EXPECT_FALSE(row.create()) << row.changed; });
       EXPECT_NE(said.find("TO BE CREATED"), std::string::npos) << said;
     }
     EXPECT_EQ(names_in(row.locked), expected);
@@ -152,12 +152,12 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
     else
       write_file(row.changed + "/DESCR", before);
   }
-  EXPECT_EQ(create_file() + create_variable() + create_directory(), 3);
+  EXPECT_TRUE(create_file() && create_variable() && create_directory());
 }
 
 TEST_F(creation, points_file) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
-  EXPECT_EQ(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr), 1);
+  ASSERT_TRUE(qd_create_directory("D"));
+  EXPECT_TRUE(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr));
   EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
   EXPECT_EQ(names_in(at("DIRE.1/FILE.1")), (names{"DESCR", "VARI.1"}));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), file_fields{.name = "Wells"}.bytes_of());
@@ -169,8 +169,8 @@ TEST_F(creation, points_file) {
 }
 
 TEST_F(creation, lines_file) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
-  EXPECT_EQ(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr), 1);
+  ASSERT_TRUE(qd_create_directory("D"));
+  EXPECT_TRUE(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr));
   std::string path = at("DIRE.1/FILE.1");
   EXPECT_EQ(names_in(path), (names{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
   EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
@@ -181,7 +181,7 @@ TEST_F(creation, lines_file) {
 }
 
 TEST_F(creation, grid_file) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
+  ASSERT_TRUE(qd_create_directory("D"));
   qd_grid_record grid;
   grid.x0 = 100.0;
   grid.dz = 50.0;
@@ -189,7 +189,7 @@ TEST_F(creation, grid_file) {
   grid.ny = 11;
   grid.nz = 12;
   grid.angle2 = 30.0;
-  EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 3, &grid), 1);
+  EXPECT_TRUE(qd_create_file("D", "G", ORG_GRID, 3, &grid));
   std::string path = at("DIRE.1/FILE.1");
   const file_fields fields = {.name = "G",
                               .organisation = 5,
@@ -214,18 +214,18 @@ TEST_F(creation, grid_file) {
     EXPECT_EQ(read_file(variable + "/DESCR"), expected[i]) << i;
     EXPECT_EQ(read_file(variable + "/DATAVAR"), "");
   }
-  EXPECT_EQ(qd_create_file("D", "G2", ORG_GRID, 2, &grid), 1);
+  EXPECT_TRUE(qd_create_file("D", "G2", ORG_GRID, 2, &grid));
   EXPECT_EQ(names_in(at("DIRE.1/FILE.2")).size(), 6U);
 }
 
 TEST_F(creation, too_large_grids_are_refused) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
+  ASSERT_TRUE(qd_create_directory("D"));
   auto report = [&](std::int64_t nx, std::int64_t ny, std::int64_t nz) {
     qd_grid_record grid;
     grid.nx = nx;
     grid.ny = ny;
     grid.nz = nz;
-    return console_of([&] { EXPECT_EQ(qd_create_file("D", "G", ORG_GRID, 3, &grid), 0); });
+    return console_of([&] { EXPECT_FALSE(qd_create_file("D", "G", ORG_GRID, 3, &grid)); });
   };
   EXPECT_NE(
       report(2097152, 2097152, 2097152).find("Can't create file, number of samples would be too big.\n"),
@@ -252,7 +252,7 @@ TEST_F(creation, variables_are_filled_to_the_capacity) {
   int number = 5;
   for (const stored_form& form : forms) {
     std::string name = "v" + std::to_string(form.bits);
-    ASSERT_EQ(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, KIND_PLAIN, form.bits, nullptr), 1);
+    ASSERT_TRUE(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, KIND_PLAIN, form.bits, nullptr));
     std::string folder = path + "/VARI." + std::to_string(++number);
     EXPECT_EQ(names_in(folder), (names{"COMMENT", "DATAVAR", "DESCR"}));
     EXPECT_EQ(read_file(folder + "/DESCR"),
@@ -261,14 +261,14 @@ TEST_F(creation, variables_are_filled_to_the_capacity) {
     while (expected.size() < 1024U * static_cast<unsigned>(form.bits) / 8U) expected += form.block;
     EXPECT_TRUE(read_file(folder + "/DATAVAR") == expected) << form.bits;
   }
-  ASSERT_EQ(qd_create_variable("D", "G", "t", VAR_CHAR, KIND_PLAIN, 24, nullptr), 1);
+  ASSERT_TRUE(qd_create_variable("D", "G", "t", VAR_CHAR, KIND_PLAIN, 24, nullptr));
   EXPECT_EQ(read_file(path + "/VARI.13/DESCR"), variable_bytes("t", 1, 0, 24, 0, 2, 10, 2));
   EXPECT_EQ(read_file(path + "/VARI.13/DATAVAR"), std::string(3072, ' '));
 }
 
 TEST_F(creation, macro_variable_has_one_free_slot) {
   std::string path = make_grid(1);
-  ASSERT_EQ(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr), 1);
+  ASSERT_TRUE(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr));
   EXPECT_EQ(names_in(path + "/VARI.6"), (names{"COMMENT", "DATAVAR", "DESCR", "MACRO"}));
   EXPECT_EQ(read_file(path + "/VARI.6/MACRO"), bytes().i32(1100, 1, 0, 0).str());
   EXPECT_EQ(read_file(path + "/VARI.6/DESCR"), variable_bytes("Au[xxxxx]", 2, 0, 16, 0, 1, 7, 0));
@@ -279,7 +279,7 @@ TEST_F(creation, formats_are_checked) {
   std::string path = make_grid(1);
   auto made = [&, number = 5](const qd_format_record& format, int kind = KIND_PLAIN) mutable {
     std::string name = "f" + std::to_string(++number);
-    EXPECT_EQ(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, kind, 64, &format), 1);
+    EXPECT_TRUE(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, kind, 64, &format));
     std::string descriptor = read_file(path + "/VARI." + std::to_string(number) + "/DESCR");
     return descriptor.substr(28);
   };
@@ -295,34 +295,34 @@ TEST_F(creation, formats_are_checked) {
 
 TEST(name_check, every_rule_at_its_limits) {
   std::string longest(49, 'n');
-  EXPECT_EQ(qd_name_check(longest.c_str()), NAME_VALID);
-  EXPECT_EQ(qd_name_check((longest + "n").c_str()), NAME_TOO_LONG);
+  EXPECT_EQ(qd_name_check(longest.c_str()), name_code::valid);
+  EXPECT_EQ(qd_name_check((longest + "n").c_str()), name_code::too_long);
   // Blanks count for the room, since they are stored.
-  EXPECT_EQ(qd_name_check((" " + longest).c_str()), NAME_TOO_LONG);
-  EXPECT_EQ(qd_name_check(std::string(60, ' ').c_str()), NAME_BLANK);
-  EXPECT_EQ(qd_name_check(""), NAME_BLANK);
-  EXPECT_EQ(qd_name_check("  Zinc  "), NAME_VALID);
+  EXPECT_EQ(qd_name_check((" " + longest).c_str()), name_code::too_long);
+  EXPECT_EQ(qd_name_check(std::string(60, ' ').c_str()), name_code::blank);
+  EXPECT_EQ(qd_name_check(""), name_code::blank);
+  EXPECT_EQ(qd_name_check("  Zinc  "), name_code::valid);
   for (const char* name : {"None", "New Directory", "New File", "New Variable", " None "})
-    EXPECT_EQ(qd_name_check(name), NAME_RESERVED) << name;
-  EXPECT_EQ(qd_name_check("new file"), NAME_VALID);
+    EXPECT_EQ(qd_name_check(name), name_code::reserved) << name;
+  EXPECT_EQ(qd_name_check("new file"), name_code::valid);
   for (const char* name : {"a\tb", "a\x1F", "a\x7F", "a\xFF", "[\t"})
-    EXPECT_EQ(qd_name_check(name), NAME_NOT_PRINTABLE) << name;
-  EXPECT_EQ(qd_name_check("a\x80\xC3\xA9"), NAME_VALID);
+    EXPECT_EQ(qd_name_check(name), name_code::not_printable) << name;
+  EXPECT_EQ(qd_name_check("a\x80\xC3\xA9"), name_code::valid);
   for (const char* name : {"a[1]", "a{", "}", "Zi[nc[xxxxx]", "Zinc{xxxxx}", "Zinc[xxxx]", "a[xxxxx]b"})
-    EXPECT_EQ(qd_name_check(name), NAME_FORBIDDEN) << name;
-  EXPECT_EQ(qd_name_check("Zinc[xxxxx]"), NAME_VALID);
-  EXPECT_EQ(qd_name_check("[xxxxx]"), NAME_BLANK);
-  EXPECT_EQ(qd_name_check("  [xxxxx] "), NAME_BLANK);
-  EXPECT_EQ(qd_name_check("a  [xxxxx]"), NAME_VALID);
+    EXPECT_EQ(qd_name_check(name), name_code::forbidden) << name;
+  EXPECT_EQ(qd_name_check("Zinc[xxxxx]"), name_code::valid);
+  EXPECT_EQ(qd_name_check("[xxxxx]"), name_code::blank);
+  EXPECT_EQ(qd_name_check("  [xxxxx] "), name_code::blank);
+  EXPECT_EQ(qd_name_check("a  [xxxxx]"), name_code::valid);
 }
 
 TEST_F(creation, bad_names_are_reported) {
   make_grid(1);
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_create_directory("None"), 0); }),
+  EXPECT_EQ(console_of([] { EXPECT_FALSE(qd_create_directory("None")); }),
             "\n\nWARNING: THE NAME OF THE DIRECTORY TO BE CREATED\n\n         IS A RESERVED KEYWORD...\n\n"
             "         DIRECTORY NAME: >>>None<<<\n\n\n");
   auto variable = [](const char* name, int type) {
-    return console_of([&] { EXPECT_EQ(qd_create_variable("D", "G", name, type, 0, 8, nullptr), 0); });
+    return console_of([&] { EXPECT_FALSE(qd_create_variable("D", "G", name, type, 0, 8, nullptr)); });
   };
   EXPECT_EQ(variable("Zinc[xxxxx]", VAR_FLOAT),
             "\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n\n"
@@ -388,44 +388,44 @@ TEST_F(creation, a_damaged_capacity_is_a_failure) {
   std::string descriptor = read_file(path + "/DESCR");
   for (std::int64_t capacity : {513, -512}) {
     write_file(path + "/DESCR", descriptor.substr(0, descriptor.size() - 8) + bytes().i64(capacity).str());
-    console_of([] { EXPECT_EQ(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr), 0); });
+    console_of([] { EXPECT_FALSE(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr)); });
     EXPECT_EQ(names_in(path).size(), 6U);
   }
 }
 
 TEST_F(creation, deleting_a_file_removes_its_link) {
-  ASSERT_EQ(qd_create_directory("D"), 1);
-  ASSERT_EQ(qd_create_file("D", "P", ORG_POINTS, 3, nullptr), 1);
-  ASSERT_EQ(qd_create_file("D", "L", ORG_LINES_GRAVITY, 3, nullptr), 1);
+  ASSERT_TRUE(qd_create_directory("D"));
+  ASSERT_TRUE(qd_create_file("D", "P", ORG_POINTS, 3, nullptr));
+  ASSERT_TRUE(qd_create_file("D", "L", ORG_LINES_GRAVITY, 3, nullptr));
   std::string before = read_file(at("DIRE.1/FILE.1/DESCR"));
-  qd_create_link("D", "L", "P");
+  ASSERT_TRUE(qd_create_link("D", "L", "P"));
   ASSERT_NE(read_file(at("DIRE.1/FILE.1/DESCR")), before);
-  EXPECT_EQ(qd_delete_file("D", "L"), 1);
+  EXPECT_TRUE(qd_delete_file("D", "L"));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), before);
   EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
 }
 
 TEST_F(creation, deleted_variables_are_forgotten) {
   std::string path = make_grid(1);
-  ASSERT_EQ(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr), 1);
+  ASSERT_TRUE(qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 8, nullptr));
   qd_variable_handle handle, other;
-  ASSERT_EQ(qd_variable_select("D", "G", "x", UNIT_NONE, handle), 1);
-  ASSERT_EQ(qd_variable_select("D", "G", "x", UNIT_NONE, other), 1);
+  ASSERT_TRUE(qd_variable_select("D", "G", "x", UNIT_NONE, handle));
+  ASSERT_TRUE(qd_variable_select("D", "G", "x", UNIT_NONE, other));
   EXPECT_FATAL(qd_delete_variable(handle), "No 60 in function qd_delete_variable");
   EXPECT_FALSE(fs::exists(path + "/VARI.6"));
 
-  ASSERT_EQ(qd_create_variable("D", "G", "y", VAR_FLOAT, 0, 8, nullptr), 1);
+  ASSERT_TRUE(qd_create_variable("D", "G", "y", VAR_FLOAT, 0, 8, nullptr));
   qd_deselect_all();
-  ASSERT_EQ(qd_variable_select("D", "G", "y", UNIT_NONE, handle), 1);
+  ASSERT_TRUE(qd_variable_select("D", "G", "y", UNIT_NONE, handle));
   handle = qd_delete_variable(handle);
   EXPECT_EQ(handle.entry, 0);
   EXPECT_EQ(qd_entry(1), nullptr);
   EXPECT_EQ(names_in(path).size(), 6U);
 
   // A selection that is still open must not stand for the next object with the same number.
-  ASSERT_EQ(qd_create_variable("D", "G", "z", VAR_FLOAT, 0, 8, nullptr), 1);
-  ASSERT_EQ(qd_variable_select("D", "G", "z", UNIT_NONE, handle), 1);
-  EXPECT_EQ(qd_delete_file("D", "G"), 1);
+  ASSERT_TRUE(qd_create_variable("D", "G", "z", VAR_FLOAT, 0, 8, nullptr));
+  ASSERT_TRUE(qd_variable_select("D", "G", "z", UNIT_NONE, handle));
+  EXPECT_TRUE(qd_delete_file("D", "G"));
   EXPECT_EQ(qd_entry(handle.entry), nullptr);
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
 }
@@ -434,7 +434,7 @@ TEST_F(creation, creators_never_share_a_number) {
   constexpr int creators = 8, each = 12;
   const auto create = [](int creator) {
     for (int i = 0; i < each; i++)
-      if (qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str()) != 1) return false;
+      if (!qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str())) return false;
     return true;
   };
   EXPECT_EQ(in_processes(creators, create), 0);
@@ -468,7 +468,7 @@ TEST_F(creation, leftovers_of_dead_processes_go) {
   }
   EXPECT_EQ(read(ready[0], &byte, 1), 1);
   EXPECT_FALSE(fs::exists(at(*left.begin())));
-  EXPECT_EQ(qd_create_directory("Mine"), 1);
+  EXPECT_TRUE(qd_create_directory("Mine"));
   EXPECT_EQ(names_in(catalogue()).size(), 3U);
   EXPECT_EQ(write(done[1], &byte, 1), 1);
   int status = 0;

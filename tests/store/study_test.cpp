@@ -57,7 +57,7 @@ class study : public testing::Test {
 
 TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
   std::string path = root / "deep/down/Gold";
-  EXPECT_EQ(qu_study_create(path.c_str(), "None", 1), 0);
+  EXPECT_EQ(qu_study_create(path.c_str(), "None", 1), study_making::done);
   EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520, 1, 140000, 0).str());
   std::string found;
   std::map<std::string, bool> entries;
@@ -69,28 +69,29 @@ TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
             "PARAM/MREGR/ PARAM/MVARIO/ PARAM/NEIGH/ PARAM/PCAMOD/ PARAM/PROP/ QRD/ TMP/ TRANSFO/ "
             "U_COLOR/ U_LITHO/ ");
   EXPECT_EQ(std::distance(fs::directory_iterator(root / "deep/down"), {}), 1);
-  EXPECT_EQ(qu_study_create(path.c_str(), "None", 0), 1);
+  EXPECT_EQ(qu_study_create(path.c_str(), "None", 0), study_making::exists);
   write_file(root / "file", "kept");
-  EXPECT_NE(qu_study_create((root / "file").c_str(), "None", 1), 0);
-  EXPECT_EQ(qu_study_create((root / "file/Gold").c_str(), "None", 1), 2);
+  EXPECT_NE(qu_study_create((root / "file").c_str(), "None", 1), study_making::done);
+  EXPECT_EQ(qu_study_create((root / "file/Gold").c_str(), "None", 1), study_making::failed);
   // No file can be opened under such a name, so nothing stays.
-  EXPECT_EQ(qu_study_create((root / "a*b").c_str(), "None", 1), 2);
+  EXPECT_EQ(qu_study_create((root / "a*b").c_str(), "None", 1), study_making::failed);
   EXPECT_FALSE(fs::exists(root / "a*b"));
   EXPECT_EQ(read_file(root / "file"), "kept");
 }
 
 TEST_F(study, a_failed_creation_leaves_nothing) {
-  EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1, [] { return false; }), 2);
+  EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1, [] { return false; }),
+            study_making::failed);
   EXPECT_FALSE(fs::exists(root / "a"));
   // What stands in the parents stays.
   fs::create_directory(root / "a");
   {
     file_size_limit disk(0);
-    EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1), 2);
+    EXPECT_EQ(qu_study_create((root / "a/b/Gold").c_str(), "None", 1), study_making::failed);
   }
   EXPECT_TRUE(fs::is_empty(root / "a"));
   const std::string longest = root / std::string(root_size - 2 - root.path().size(), 'n');
-  EXPECT_EQ(qu_study_create(longest.c_str(), "None", 1), 0);
+  EXPECT_EQ(qu_study_create(longest.c_str(), "None", 1), study_making::done);
   EXPECT_TRUE(fs::is_directory(longest + "/PARAM/MCORREL"));
 }
 
@@ -151,10 +152,10 @@ TEST_F(study, a_descriptor_that_cannot_be_opened_is_not_replaced) {
 TEST_F(study, a_failed_opening_leaves_the_open_study) {
   make("Gold", study_descriptor(0));
   enter("Gold");
-  ASSERT_EQ(qu_study_open("Gold"), 0);
+  ASSERT_EQ(qu_study_open("Gold"), study_opening::opened);
   write_file(root / "study_names.def", std::string(10, '\0'));
-  EXPECT_EQ(qu_study_open("Tin"), STUDY_NO_REGISTRY);
-  EXPECT_EQ(qu_study_open("None"), STUDY_NO_REGISTRY);
+  EXPECT_EQ(qu_study_open("Tin"), study_opening::no_registry);
+  EXPECT_EQ(qu_study_open("None"), study_opening::no_registry);
   EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(store.study_path, root / "Gold");
   EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
@@ -169,18 +170,18 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
   make("Tin");
   for (const char* name : {"Old", "New", "Gold", "Tin"}) enter(name);
   std::string before = root.registry();
-  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(store.study_path, root / "Gold");
   EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
   EXPECT_EQ(store.cscale_path, root / "Gold/CSCALE");
   EXPECT_FALSE(units.kept);
-  EXPECT_EQ(qu_study_open("Tin"), 0);
+  EXPECT_EQ(qu_study_open("Tin"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Tin");
   EXPECT_TRUE(units.kept);
-  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Tin");
-  EXPECT_EQ(qu_study_open("Old"), 0);
+  EXPECT_EQ(qu_study_open("Old"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Gold");
   EXPECT_EQ(root.registry(), before);
   for (const auto& entry : fs::directory_iterator(root / "Gold"))
@@ -188,23 +189,24 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
 }
 
 TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
-  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Velmar-Init");
   EXPECT_EQ(read_file(root / "Velmar-Init/DESCR"), study_descriptor(1));
   EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n");
-  EXPECT_EQ(qu_study_open("None"), 0);
+  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
   write_file(root / "Velmar-Init/DESCR", study_descriptor(1, 130000));
-  EXPECT_EQ(qu_study_open("None"), 1);
+  EXPECT_EQ(qu_study_open("None"), study_opening::other_version);
   fs::remove_all(root / "Velmar-Init");
   write_file(root / "Velmar-Init", "");
-  EXPECT_FATAL(qu_study_open("None"), "Cannot set study \"Velmar-Init\" when \".*/Velmar-Init\" is a file");
+  EXPECT_FATAL(static_cast<void>(qu_study_open("None")),
+               "Cannot set study \"Velmar-Init\" when \".*/Velmar-Init\" is a file");
 }
 
 TEST_F(study, a_test_run_makes_the_study_that_it_names) {
   store.running_test = 1;
-  EXPECT_FATAL(qu_study_open("None"), "No more study and no study name on command line");
-  EXPECT_EQ(qu_study_open("../Gold"), 1);
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_FATAL(static_cast<void>(qu_study_open("None")), "No more study and no study name on command line");
+  EXPECT_EQ(qu_study_open("../Gold"), study_opening::other_version);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_EQ(root.registry(), "root_unix      =\nroot_windows   =\n" + pair("$init$/Gold", "Gold"));
 }
 
@@ -212,7 +214,7 @@ TEST_F(study, missing_folders_are_made_and_some_are_required) {
   std::string path = make("Gold");
   enter("Gold");
   for (const char* name : {"DEF", "PARAM/PROP", "TMP", "METAFILE"}) fs::remove(path + "/" + name);
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qu_study_open("Gold"), 0); }),
+  EXPECT_EQ(console_of([] { EXPECT_EQ(qu_study_open("Gold"), study_opening::opened); }),
             path + "/PARAM/PROP directory not found. Creating...\n\n" + path +
                 "/TMP directory not found. Creating...\n\n" + path +
                 "/METAFILE directory not found. Creating...\n\n");
@@ -221,9 +223,9 @@ TEST_F(study, missing_folders_are_made_and_some_are_required) {
 
   fs::remove(path + "/IMAGES");
   write_file(path + "/IMAGES", "");
-  EXPECT_FATAL(qu_study_open("Gold"), "/IMAGES directory: Creation failed.");
+  EXPECT_FATAL(static_cast<void>(qu_study_open("Gold")), "/IMAGES directory: Creation failed.");
   fs::remove_all(path + "/PARAM");
-  EXPECT_FATAL(qu_study_open("Gold"), "/PARAM directory not found.");
+  EXPECT_FATAL(static_cast<void>(qu_study_open("Gold")), "/PARAM directory not found.");
 }
 
 TEST_F(study, a_study_that_cannot_be_written_is_fatal) {
@@ -236,7 +238,7 @@ TEST_F(study, a_study_that_cannot_be_written_is_fatal) {
       {
         constexpr uid_t nobody = 65534;
         if (geteuid() == 0 && seteuid(nobody) != 0) _exit(2);
-        qu_study_open("Gold");
+        static_cast<void>(qu_study_open("Gold"));
       },
       " File System Full or Write Protected...");
 }
@@ -246,7 +248,7 @@ TEST_F(study, the_folder_of_old_anamorphoses_stays_beside_a_new_one) {
   enter("Gold");
   fs::create_directory(path + "/PARAM/MHISTO");
   write_file(path + "/PARAM/MHISTO/A.1", "old");
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qu_study_open("Gold"), 0); }),
+  EXPECT_EQ(console_of([] { EXPECT_EQ(qu_study_open("Gold"), study_opening::opened); }),
             "WARNING: Your study contains OLD anamorphosis directory (MHISTO) and NEW directory (ANAM)\n"
             "         You have to move your old anamorphosis manually...\n");
   EXPECT_EQ(read_file(path + "/PARAM/MHISTO/A.1"), "old");
@@ -279,12 +281,12 @@ class environment : public study {
 TEST_F(environment, exactly_five_missing_folders_bring_the_template) {
   strip();
   fs::remove(target + "/TMP");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_FALSE(is_copied());
   strip();
   fs::remove(target + "/METAFILE");
   write_file(target + "/DEF/environ.def", "own\n");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_TRUE(is_copied());
   EXPECT_EQ(read_file(target + "/DEF/environ.def"), "own\ngeneral\n");
   EXPECT_EQ(read_file(target + "/DEF/DISPLAY.1"), "display");
@@ -304,7 +306,7 @@ TEST_F(environment, several_that_open_a_bare_study_make_it_once) {
     std::vector<pid_t> servers;
     for (int i = 0; i < 4; ++i) {
       servers.push_back(fork());
-      if (servers.back() == 0) _exit(qu_study_open("Gold") == 0 && is_copied() ? 0 : 2);
+      if (servers.back() == 0) _exit(qu_study_open("Gold") == study_opening::opened && is_copied() ? 0 : 2);
     }
     for (pid_t server : servers) {
       int status = -1;
@@ -321,26 +323,26 @@ TEST_F(environment, several_that_open_a_bare_study_make_it_once) {
 TEST_F(environment, what_a_cut_opening_has_prepared_takes_its_place) {
   strip();
   write_file(target + "/DEF/environ.def", "own\n");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   const tree_image whole = image_of(target);
   const std::string beside = target + "/N_0A1B";
   fs::create_directory(beside);
   for (const char* name : {"CSCALE", "U_LITHO", "IMAGES", "TRANSFO"})
     fs::rename(target + "/" + name, beside + "/" + name);
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_EQ(image_of(target), whole);
   EXPECT_FALSE(fs::exists(beside));
 
   strip();
   fs::create_directories(beside + "/CSCALE");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_EQ(image_of(target), whole);
   EXPECT_FALSE(fs::exists(beside));
   // A folder that holds something else is nobody's preparation.
   fs::create_directory(beside);
   fs::rename(target + "/CSCALE", beside + "/CSCALE");
   write_file(beside + "/own", "");
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_TRUE(fs::exists(beside + "/CSCALE/CSCA.0"));
 }
 
@@ -349,11 +351,11 @@ TEST_F(environment, without_room_for_the_template_a_study_stays_bare) {
   write_file(source + "/IMAGES/one", std::string(5000, 'x'));
   console_of([&] {
     const file_size_limit disk(4000);
-    EXPECT_EQ(qu_study_open("Gold"), STUDY_INCOMPLETE);
+    EXPECT_EQ(qu_study_open("Gold"), study_opening::incomplete);
   });
   for (const char* name : {"U_COLOR", "CSCALE", "IMAGES"})
     EXPECT_FALSE(fs::exists(target + "/" + name)) << name;
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_TRUE(is_copied());
   EXPECT_EQ(read_file(target + "/IMAGES/one").size(), 5000U);
 }
@@ -361,11 +363,11 @@ TEST_F(environment, without_room_for_the_template_a_study_stays_bare) {
 TEST_F(environment, the_template_is_never_copied_onto_itself) {
   std::swap(source, target);
   strip();
-  EXPECT_EQ(qu_study_open("Template"), 0);
+  EXPECT_EQ(qu_study_open("Template"), study_opening::opened);
   fs::remove_all(source);
   strip();
   // Wanted is another study, so that the rule of the name doesn't hold.
-  EXPECT_EQ(qu_study_open("Gold"), 0);
+  EXPECT_EQ(qu_study_open("Gold"), study_opening::opened);
   EXPECT_STREQ(store.study_name, "Template");
   EXPECT_EQ(read_file(target + "/DEF/environ_gene.def"), "general\n");
   EXPECT_EQ(read_file(target + "/DEF/environ.def"), "words\n");
@@ -374,7 +376,7 @@ TEST_F(environment, the_template_is_never_copied_onto_itself) {
 
 TEST_F(environment, a_study_made_from_a_template_has_its_words) {
   std::string path = root / "New";
-  EXPECT_EQ(qu_study_create(path.c_str(), source.c_str(), 0), 0);
+  EXPECT_EQ(qu_study_create(path.c_str(), source.c_str(), 0), study_making::done);
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0));
   EXPECT_EQ(read_file(path + "/DEF/environ.def"), "words\n");
   EXPECT_EQ(read_file(path + "/CSCALE/CSCA.0"), "scale");
@@ -386,7 +388,7 @@ class lock : public study {
     study::SetUp();
     path = make("Gold");
     enter("Gold");
-    ASSERT_EQ(qu_study_open("Gold"), 0);
+    ASSERT_EQ(qu_study_open("Gold"), study_opening::opened);
     qd_tables_init();
   }
   std::string path;
@@ -394,7 +396,7 @@ class lock : public study {
 
 TEST_F(lock, of_another_process_changes_nothing) {
   write_file(path + "/LOCK", "theirs");
-  EXPECT_EQ(qd_init(), 0);
+  EXPECT_FALSE(qd_init());
   EXPECT_EQ(read_file(path + "/LOCK"), "theirs");
   EXPECT_EQ(lock_path, path + "/LOCK");
   qd_end(0);
@@ -409,7 +411,7 @@ TEST_F(lock, cannot_end_before_it_is_taken_nor_be_a_directory) {
 
 TEST_F(lock, of_a_study_that_has_just_gone_is_no_end) {
   fs::remove_all(path);
-  EXPECT_EQ(console_of([] { EXPECT_EQ(qd_init(), 0); }), "");
+  EXPECT_EQ(console_of([] { EXPECT_FALSE(qd_init()); }), "");
   qd_end(0);
 }
 
@@ -430,7 +432,7 @@ TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
 
 TEST_F(lock, a_counter_beyond_32_bits_marks_the_study) {
   write_file(path + "/DESCR", study_descriptor(0));
-  ASSERT_EQ(qu_study_open("Gold"), 0);
+  ASSERT_EQ(qu_study_open("Gold"), study_opening::opened);
   hooks.mark_64bit();
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(0, 140000, 1));
   write_file(path + "/DESCR", "");

@@ -89,8 +89,8 @@ class sample_study {
 class bound {
  public:
   explicit bound(const char* variable, const char* selection = no_name, unit_choice choice = UNIT_NONE) {
-    EXPECT_EQ(qd_selection_select("Dir", "File", selection, selection_.handle), 1);
-    EXPECT_EQ(qd_variable_select("Dir", "File", variable, choice, variable_.handle), 1);
+    EXPECT_TRUE(qd_selection_select("Dir", "File", selection, selection_.handle));
+    EXPECT_TRUE(qd_variable_select("Dir", "File", variable, choice, variable_.handle));
     io_.id = qd_set_io(selection_.handle, 1, &variable_.handle);
   }
   std::int64_t io() const { return io_.id; }
@@ -140,14 +140,14 @@ inline std::string stored_bits(double value, int bit_length) {
   return number(value == missing_double ? ~std::uint64_t{0} : static_cast<std::uint64_t>(value));
 }
 
-// The values of a range, from as many stored bytes as the array has room for values. 1, or 0 after a refusal.
-inline int read_numbers(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
-                        std::int64_t* count, std::span<double> values) {
+// The values of a range, from as many stored bytes as the array has room for values. False after a refusal.
+inline bool read_numbers(std::int64_t io, selection_mode mode, std::int64_t first, std::int64_t last,
+                         std::int64_t* count, std::span<double> values) {
   const qd_selected_entry& entry = *qd_entry(qd_io_of("read_numbers", io).variables.at(0));
   std::vector<unsigned char> stored(
       static_cast<std::size_t>(qd_stored_room(static_cast<std::int64_t>(values.size()), entry.bit_length)));
   sample_reader reader(stored);
-  if (!qd_read_float_free(io, mode, first, last, reader)) return 0;
+  if (!qd_read_float_free(io, mode, first, last, reader)) return false;
   *count = reader.count();
   std::size_t taken = 0;
   for (auto piece = reader.next(); !piece.empty(); piece = reader.next()) {
@@ -155,7 +155,7 @@ inline int read_numbers(std::int64_t io, selection_mode mode, std::int64_t first
     taken += piece.size();
   }
   EXPECT_EQ(static_cast<std::int64_t>(taken), *count);
-  return 1;
+  return true;
 }
 
 }  // namespace qrd::test
