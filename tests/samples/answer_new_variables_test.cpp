@@ -119,6 +119,8 @@ class new_indices : public new_variables {
 
 TEST_F(new_indices, are_kept_in_the_order_of_their_coming) {
   EXPECT_EQ(macro(), macro_bytes({0}));
+  EXPECT_EQ(descriptor(1), descriptor_of("Grade[xxxxx]", 2, 8, 2, 8, 3, "", 0.0));
+  EXPECT_EQ(data(1), std::string(512, '\xFF'));
   EXPECT_EQ(ask("CMACROADD", bytes().i32(2, 1, 5, 3, 0)), done());
   EXPECT_EQ(macro(), macro_bytes({5, 3}));
   EXPECT_EQ(data(1).size(), 1024U);

@@ -294,6 +294,12 @@ TEST_F(data_requests, a_full_table_refuses_and_lives_on) {
   sample_tables.selected[9] = nullptr;
   EXPECT_EQ(client_.ask("CREADVARF", read_arguments(-1, -1)), refusal("Cannot select selection variable S"));
   EXPECT_EQ(sample_tables.selected[9], nullptr);
+  // Nothing can be bound to the last one.
+  choose("V");
+  std::swap(sample_tables.selected[9], sample_tables.selected[511]);
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), refusal("Cannot get io for variable"));
+  sample_tables.selected[3] = nullptr;
+  EXPECT_EQ(client_.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {1, 2}));
   std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
 }
 
@@ -574,23 +580,6 @@ TEST_F(line_requests, other_files) {
   set_current_file("vanished");
   set_current_variable("V");
   EXPECT_EQ(read(1), refusal("Error while getting file information"));
-}
-
-TEST(data_request_tables, a_full_table_refuses) {
-  sample_study study({.samples = 2});
-  study.add("V", VAR_FLOAT, 8, "ab");
-  request_session client;
-  set_current_directory("Dir");
-  set_current_file("File");
-  set_current_variable("V");
-  qd_selected_entry other;
-  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
-  EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), refusal("Cannot select variable"));
-  sample_tables.selected[511] = nullptr;
-  EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), refusal("Cannot get io for variable"));
-  sample_tables.selected[3] = nullptr;
-  EXPECT_EQ(client.ask("CREADVARF", read_arguments(1, 2)), doubles("SDATAF", {'a', 'b'}));
-  std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
 }
 
 }  // namespace

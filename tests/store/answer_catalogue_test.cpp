@@ -78,11 +78,6 @@ TEST_F(catalogue_requests, serve_directories) {
   EXPECT_STREQ(current_context.study, "Study");
 }
 
-TEST_F(catalogue_requests, with_a_name_beyond_50_get_no_answer) {
-  EXPECT_EQ(ask("CDIRXIST", std::string(50, 'n')), "");
-  EXPECT_EQ(client_.status(), -1);
-}
-
 TEST_F(catalogue_requests, serve_files) {
   EXPECT_EQ(ask("CFILELST"), names("SFILES", {"cores", "flat", "grid", "lines", "points"}));
   EXPECT_EQ(ask("CFILEXIST", "flat"), exists(1));

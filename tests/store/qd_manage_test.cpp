@@ -155,7 +155,7 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
   EXPECT_TRUE(create_file() && create_variable() && create_directory());
 }
 
-TEST_F(creation, points_file) {
+TEST_F(creation, points_and_lines_files) {
   ASSERT_TRUE(qd_create_directory("D"));
   EXPECT_TRUE(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr));
   EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
@@ -166,18 +166,13 @@ TEST_F(creation, points_file) {
             variable_bytes("SN+ Sample Number (READONLY)", 0, 1, 64, 1, 1, 10, 0));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/DATAVAR")), "");
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/COMMENT")), "Created during Test");
-}
 
-TEST_F(creation, lines_file) {
-  ASSERT_TRUE(qd_create_directory("D"));
   EXPECT_TRUE(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr));
-  std::string path = at("DIRE.1/FILE.1");
-  EXPECT_EQ(names_in(path), (names{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
-  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
-  EXPECT_EQ(read_file(path + "/VARI.2/DESCR"),
-            variable_bytes("RN+ Relative Number (READONLY)", 0, 2, 64, 1, 1, 10, 0));
-  EXPECT_EQ(read_file(path + "/VARI.3/DESCR"),
-            variable_bytes("LN+ Line Number (READONLY)", 0, 3, 64, 1, 1, 10, 0));
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.2")), (names{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
+  for (const auto& [kind, name] :
+       {std::pair{2, "RN+ Relative Number (READONLY)"}, {3, "LN+ Line Number (READONLY)"}})
+    EXPECT_EQ(read_file(at("DIRE.1/FILE.2/VARI." + std::to_string(kind) + "/DESCR")),
+              variable_bytes(name, 0, kind, 64, 1, 1, 10, 0));
 }
 
 TEST_F(creation, grid_file) {
@@ -264,15 +259,6 @@ TEST_F(creation, variables_are_filled_to_the_capacity) {
   ASSERT_TRUE(qd_create_variable("D", "G", "t", VAR_CHAR, KIND_PLAIN, 24, nullptr));
   EXPECT_EQ(read_file(path + "/VARI.13/DESCR"), variable_bytes("t", 1, 0, 24, 0, 2, 10, 2));
   EXPECT_EQ(read_file(path + "/VARI.13/DATAVAR"), std::string(3072, ' '));
-}
-
-TEST_F(creation, macro_variable_has_one_free_slot) {
-  std::string path = make_grid(1);
-  ASSERT_TRUE(qd_create_variable("D", "G", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 16, nullptr));
-  EXPECT_EQ(names_in(path + "/VARI.6"), (names{"COMMENT", "DATAVAR", "DESCR", "MACRO"}));
-  EXPECT_EQ(read_file(path + "/VARI.6/MACRO"), bytes().i32(1100, 1, 0, 0).str());
-  EXPECT_EQ(read_file(path + "/VARI.6/DESCR"), variable_bytes("Au[xxxxx]", 2, 0, 16, 0, 1, 7, 0));
-  EXPECT_EQ(read_file(path + "/VARI.6/DATAVAR"), std::string(1024, '\xFF'));
 }
 
 TEST_F(creation, formats_are_checked) {
@@ -428,22 +414,6 @@ TEST_F(creation, deleted_variables_are_forgotten) {
   EXPECT_TRUE(qd_delete_file("D", "G"));
   EXPECT_EQ(qd_entry(handle.entry), nullptr);
   EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
-}
-
-TEST_F(creation, creators_never_share_a_number) {
-  constexpr int creators = 8, each = 12;
-  const auto create = [](int creator) {
-    for (int i = 0; i < each; i++)
-      if (!qd_create_directory((std::to_string(creator) + "." + std::to_string(i)).c_str())) return false;
-    return true;
-  };
-  EXPECT_EQ(in_processes(creators, create), 0);
-  names expected;
-  for (int number = 1; number <= creators * each; number++) expected.insert("DIRE." + std::to_string(number));
-  EXPECT_EQ(names_in(catalogue()), expected);
-  std::set<std::string> descriptors;
-  for (const std::string& name : expected) descriptors.insert(read_file(at(name + "/DESCR")));
-  EXPECT_EQ(descriptors.size(), expected.size());
 }
 
 TEST_F(creation, leftovers_of_dead_processes_go) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -292,31 +291,6 @@ TEST_F(environment, exactly_five_missing_folders_bring_the_template) {
   EXPECT_EQ(read_file(target + "/DEF/DISPLAY.1"), "display");
   for (const char* name : {"OTHER", "DISPLAYS", "DISPLAY.2"})
     EXPECT_FALSE(fs::exists(target + "/DEF/" + name)) << name;
-}
-
-// Several servers open a bare study at once: none ends, and none finds half of the template.
-TEST_F(environment, several_that_open_a_bare_study_make_it_once) {
-  for (int i = 0; i < 40; ++i) write_file(source + "/CSCALE/CSCA." + std::to_string(i), "scale");
-  fs::create_directory(target + "/PARAM/MHISTO");
-  write_file(target + "/PARAM/MHISTO/A.1", "old");
-  fs::remove(target + "/PARAM/ANAM");
-  write_file(target + "/DEF/environ.def", "own\n");
-  strip();
-  console_of([&] {
-    std::vector<pid_t> servers;
-    for (int i = 0; i < 4; ++i) {
-      servers.push_back(fork());
-      if (servers.back() == 0) _exit(qu_study_open("Gold") == study_opening::opened && is_copied() ? 0 : 2);
-    }
-    for (pid_t server : servers) {
-      int status = -1;
-      EXPECT_EQ(waitpid(server, &status, 0), server);
-      EXPECT_EQ(status, 0);
-    }
-  });
-  EXPECT_EQ(std::distance(fs::directory_iterator(target + "/CSCALE"), {}), 40);
-  EXPECT_EQ(read_file(target + "/DEF/environ.def"), "own\ngeneral\n");
-  EXPECT_EQ(read_file(target + "/PARAM/ANAM/A.1"), "old");
 }
 
 // As a server leaves it that dies when the first folder has its place, and before.

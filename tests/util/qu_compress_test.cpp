@@ -3,7 +3,6 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -362,39 +361,6 @@ TEST_F(compressed_files, an_archive_that_cannot_go_is_a_failure) {
   }
   close(handle);
   if (!fixed) GTEST_SKIP() << "no such flag here";
-}
-
-// Servers that meet one archive at the same moment; the first of each pair writes as soon as it has the file.
-TEST_F(compressed_files, several_servers_expand_one_archive) {
-  const std::string content = sample_text(300000), archive = gzipped(content, folder_ / "made");
-  fs::remove(folder_ / "made");
-  constexpr int rounds = 40, servers = 4;
-  for (int round = 0; round < rounds; round++) {
-    write_file(plain_ + ".gz", archive);
-    std::vector<pid_t> children;
-    for (int server = 0; server < servers; server++) {
-      const pid_t child = fork();
-      if (child == 0) {
-        console_on_stderr();
-        usleep(static_cast<useconds_t>(server * round * 100));
-        if (!qu_file_restore(plain_.c_str())) _exit(1);
-        const int file = open(plain_.c_str(), O_RDWR | O_CLOEXEC);
-        const char mark = static_cast<char>('A' + server);
-        if (file < 0 || pwrite(file, &mark, 1, server) != 1) _exit(2);
-        _exit(0);
-      }
-      children.push_back(child);
-    }
-    for (pid_t child : children) {
-      int status = -1;
-      waitpid(child, &status, 0);
-      EXPECT_EQ(status, 0);
-    }
-    ASSERT_TRUE(read_file(plain_) == "ABCD" + content.substr(4)) << round;
-    ASSERT_FALSE(archive_exists(".gz"));
-    fs::remove_all(folder_.path());
-    fs::create_directory(folder_.path());
-  }
 }
 
 TEST_F(compressed_files, measures_both_forms) {
