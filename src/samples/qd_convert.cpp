@@ -68,16 +68,16 @@ void decode_fields(const unsigned char* source, std::int64_t first, std::int64_t
   constexpr unsigned field_mask = (1U << bits) - 1;
   std::int64_t sample = first;
   const auto decode_one = [&] {
-    *destination++ = decode_field<bits>(*source >> field_shift<bits>(sample++) & field_mask);
+    *destination++ = decode_field<bits>(*source >> field_shift<bits>(sample) & field_mask);
   };
-  for (; sample <= last && (sample - 1) % per_byte != 0;) {
+  for (; sample <= last && (sample - 1) % per_byte != 0; ++sample) {
     decode_one();
-    if ((sample - 1) % per_byte == 0) ++source;
+    if (sample % per_byte == 0) ++source;
   }
   for (; sample + per_byte - 1 <= last; sample += per_byte, destination += per_byte, ++source)
     for (int i = 0; i < per_byte; ++i)
       destination[i] = decode_field<bits>(*source >> (8 - bits * (i + 1)) & field_mask);
-  while (sample <= last) decode_one();
+  for (; sample <= last; ++sample) decode_one();
 }
 
 template <int bits, typename Value>
