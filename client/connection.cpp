@@ -21,11 +21,33 @@ connection connection::connect(const std::string& host, std::uint16_t port, cons
       result.set_timeout(settings.timeout);
     }
   }
-  if (settings.handshake) {
-    result.hello(settings.version, settings.hello_path);
-    if (settings.wide_longs) result.architecture(true);
-  }
+  result.greet(settings);
   return result;
+}
+
+connection connection::connect_local(const std::string& path, const options& settings) {
+  return greeted(stream::connect_local(path), settings);
+}
+
+connection connection::through(const std::string& command, const options& settings) {
+  return through(shell_arguments(command), settings);
+}
+
+connection connection::through(const std::vector<std::string>& arguments, const options& settings) {
+  return greeted(stream::through(arguments), settings);
+}
+
+connection connection::greeted(stream wire, const options& settings) {
+  connection result(std::move(wire), settings.version);
+  result.set_timeout(settings.timeout);
+  result.greet(settings);
+  return result;
+}
+
+void connection::greet(const options& settings) {
+  if (!settings.handshake) return;
+  hello(settings.version, settings.hello_path);
+  if (settings.wide_longs) architecture(true);
 }
 
 connection::~connection() {

@@ -42,6 +42,13 @@ class connection {
   using options = connection_options;
 
   static connection connect(const std::string& host, std::uint16_t port, const options& settings = options());
+  // To a server on a socket in the file system, such as that of a service manager.
+  static connection connect_local(const std::string& path, const options& settings = options());
+  // Through a command, run by a shell, whose standard input and output are the connection: `ssh HOST
+  // QRDserver -inetd`, for instance. It is alone with its server: no session is asked for.
+  static connection through(const std::string& command, const options& settings = options());
+  // The same with arguments that no shell looks at.
+  static connection through(const std::vector<std::string>& arguments, const options& settings = options());
   // Talks on a stream that is connected already. Sends nothing.
   explicit connection(stream wire, std::int32_t version = newest_version);
   connection(connection&&) = default;
@@ -200,6 +207,8 @@ class connection {
   void call(const packet& request, std::string_view answer);
 
  private:
+  static connection greeted(stream wire, const options& settings);
+  void greet(const options& settings);
   bool sends_float_range() const;
   bool sends_text_range() const;
   bool is_old() const;

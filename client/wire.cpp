@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <utility>
 
 #include "client/error.h"
+#include "client/request_words.h"
 
 namespace qrd::client {
 
@@ -26,6 +28,8 @@ constexpr std::size_t buffer_size = 64 * 1024;
 // count does not take all the memory at once.
 constexpr std::size_t trusted_array_size = std::size_t{64} << 20;
 constexpr std::size_t trusted_text_size = std::size_t{1} << 20;
+
+constexpr char closed[] = "the server has closed the connection";
 
 std::uint32_t to_network(std::uint32_t value) {
   return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
@@ -67,7 +71,7 @@ std::string system_text(const char* what) {
 
 }  // namespace
 
-packet::packet(std::string_view name, long_size longs) : longs_(longs) {
+packet::packet(std::string_view name, long_size longs) : name_(name), longs_(longs) {
   add_string(name, max_request_name);
 }
 
@@ -155,8 +159,32 @@ stream stream::connect(const std::string& host, std::uint16_t port) {
   throw protocol_error("cannot connect to " + place + ": " + problem);
 }
 
+stream stream::connect_local(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path)
+    throw protocol_error("cannot connect to " + path + ": the path of a socket has at most " +
+                         std::to_string(sizeof address.sun_path - 1) + " characters");
+  path.copy(address.sun_path, path.size());
+  const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (descriptor >= 0 && ::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+    return stream(descriptor);
+  const std::string problem = std::strerror(errno);
+  if (descriptor >= 0) ::close(descriptor);
+  throw protocol_error("cannot connect to " + path + ": " + problem);
+}
+
+stream stream::through(const std::vector<std::string>& arguments) {
+  auto program = std::make_unique<started_program>(arguments);
+  stream result(program->take_socket());
+  result.program_ = std::move(program);
+  return result;
+}
+
 stream::stream(stream&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)),
+      program_(std::move(other.program_)),
+      asked_(std::move(other.asked_)),
       longs_(other.longs_),
       progress_(std::move(other.progress_)),
       outgoing_(std::move(other.outgoing_)),
@@ -168,6 +196,8 @@ stream& stream::operator=(stream&& other) noexcept {
   if (this == &other) return *this;
   close();
   descriptor_ = std::exchange(other.descriptor_, -1);
+  program_ = std::move(other.program_);
+  asked_ = std::move(other.asked_);
   longs_ = other.longs_;
   progress_ = std::move(other.progress_);
   outgoing_ = std::move(other.outgoing_);
@@ -190,8 +220,14 @@ void stream::close() {
 }
 
 void stream::fail(const std::string& text) {
+  std::string told = text;
+  if (!asked_.empty()) told += " while " + words_for_request(asked_) + " (" + asked_ + ")";
+  // The program that breaks a connection is about to end, and tells why on standard error.
+  constexpr std::chrono::milliseconds time_to_end{500};
+  if (program_)
+    if (const auto ending = program_->ending(time_to_end)) told += "; " + *ending;
   close();
-  throw protocol_error(text);
+  throw protocol_error(told);
 }
 
 void stream::set_timeout(std::chrono::milliseconds timeout) {
@@ -207,7 +243,7 @@ void stream::send_all(const char* data, std::size_t size) {
     const ssize_t sent = send(descriptor_, data, size, MSG_NOSIGNAL);
     if (sent < 0) {
       if (errno == EINTR) continue;
-      fail(system_text("sending to the server"));
+      fail(errno == EPIPE || errno == ECONNRESET ? closed : system_text("sending to the server"));
     }
     data += sent;
     size -= static_cast<std::size_t>(sent);
@@ -227,6 +263,7 @@ void stream::put(const char* data, std::size_t size) {
 }
 
 void stream::write(const packet& part) {
+  if (!part.name().empty()) asked_ = part.name();
   put(part.bytes().data(), part.bytes().size());
 }
 
@@ -275,7 +312,7 @@ std::size_t stream::receive_some(char* data, std::size_t size) {
   for (;;) {
     const ssize_t got = recv(descriptor_, data, size, 0);
     if (got > 0) return static_cast<std::size_t>(got);
-    if (got == 0) fail("the server has closed the connection");
+    if (got == 0 || errno == ECONNRESET) fail(closed);
     if (errno == EAGAIN || errno == EWOULDBLOCK) fail("the server does not answer");
     if (errno != EINTR) fail(system_text("receiving from the server"));
   }

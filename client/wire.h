@@ -1,4 +1,4 @@
-// The values of the protocol as bytes, and a TCP connection that carries them.
+// The values of the protocol as bytes, and a connection that carries them.
 //
 // Every number is big-endian. An int has 4 bytes, a bool is an int of 0 or 1, a double is IEEE 754 binary64,
 // a long has 8 bytes after both sides declared to be 64-bit programs and 4 bytes before, a string is an int
@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "client/started_program.h"
 #include "client/types.h"
 
 namespace qrd::client {
@@ -50,8 +51,11 @@ class packet {
   packet& add_strings(std::span<const std::string> values);
 
   const std::string& bytes() const { return bytes_; }
+  // Of the request; empty for a part of one.
+  const std::string& name() const { return name_; }
 
  private:
+  std::string name_;
   std::string bytes_;
   long_size longs_ = long_size::eight_bytes;
 };
@@ -60,12 +64,16 @@ class packet {
 using progress_function = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 // A connected socket with buffers in both directions. Owns the descriptor. Any failure closes it and is a
-// protocol_error; so is the use of a closed stream.
+// protocol_error, which tells what the server was asked; so is the use of a closed stream.
 class stream {
  public:
   explicit stream(int descriptor);
   // Connects to an IPv4 host, by name or address.
   static stream connect(const std::string& host, std::uint16_t port);
+  // To a socket in the file system.
+  static stream connect_local(const std::string& path);
+  // Starts a program whose standard input and output are the connection.
+  static stream through(const std::vector<std::string>& arguments);
   stream(stream&& other) noexcept;
   stream& operator=(stream&& other) noexcept;
   ~stream();
@@ -114,6 +122,9 @@ class stream {
   }
 
   int descriptor_ = -1;
+  std::unique_ptr<started_program> program_;
+  // What the server was asked last.
+  std::string asked_;
   long_size longs_ = long_size::four_bytes;
   progress_function progress_;
   std::string outgoing_;

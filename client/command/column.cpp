@@ -227,7 +227,8 @@ void read_pieces(client::connection& server, const std::vector<column>& columns,
       });
       if (columns[i].is_text()) {
         values[i].texts = server.read_texts(part, use);
-        for (std::string& text : values[i].texts.values) text.resize(client::without_blanks_behind(text).size());
+        for (std::string& text : values[i].texts.values)
+          text.resize(client::without_blanks_behind(text).size());
       } else {
         values[i].numbers = server.read_floats(part, use);
       }

@@ -28,8 +28,12 @@ int complain(const std::string& text, int status) {
 
 void add_common_options(const qrd::command::command_line& program, qrd::command::common_options& common) {
   program.add_option("--server", common.server, "Server to talk to (default: one is started for --root)")
-      .type_name("HOST[:PORT]")
+      .type_name("HOST[:PORT] | ssh://[USER@]HOST[:PORT][/PATH/OF/QRDserver] | unix:/PATH")
       .envname("QRD_SERVER");
+  program
+      .add_option("--via", common.via,
+                  "Command whose standard input and output are the server, instead of --server")
+      .type_name("COMMAND");
   program.add_option("--root", common.root, "Root directory of the database, as its server sees it")
       .type_name("DIR")
       .envname("QRD_ROOT");

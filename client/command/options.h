@@ -8,7 +8,8 @@
 namespace qrd::command {
 
 struct common_options {
-  std::string server;  // HOST or HOST:PORT; empty: one of its own
+  std::string server;  // see place.h; empty: one of its own
+  std::string via;     // a command that is the connection; goes before `server`
   std::string root;
   bool json = false;
   bool quiet = false;

@@ -4,32 +4,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <sstream>
 #include <utility>
 
+#include "client/command/place.h"
 #include "client/command/server_texts.h"
 #include "client/error.h"
 
 namespace qrd::command {
 
 namespace {
-
-constexpr std::uint16_t default_port = 5500;
-
-std::pair<std::string, std::uint16_t> parse_place(const std::string& place) {
-  const std::size_t split = place.rfind(':');
-  if (split == std::string::npos) return {place, default_port};
-  const std::string number = place.substr(split + 1);
-  std::uint16_t port = 0;
-  const auto [end, problem] = std::from_chars(number.data(), number.data() + number.size(), port);
-  if (problem != std::errc() || end != number.data() + number.size() || port == 0 || split == 0)
-    throw client::error("--server needs HOST:PORT, not \"" + place + "\"");
-  return {place.substr(0, split), port};
-}
 
 // A file without a name for what the server prints. Its name is there until the server has opened it.
 struct output_file {
@@ -70,13 +57,12 @@ std::string last_lines(int descriptor) {
 session::session(const common_options& common, root_use use) {
   client::connection_options options;
   options.timeout = std::chrono::seconds(common.timeout);
-  if (!common.server.empty()) {
+  if (!common.server.empty() || !common.via.empty()) {
     // The server would make and open a root of its own in the home of its account.
     if (common.root.empty())
       throw client::error("--server needs the database too: give --root DIR, or set QRD_ROOT");
-    const auto [host, port] = parse_place(common.server);
-    options.new_session = true;
-    connection_.emplace(client::connection::connect(host, port, options));
+    connection_.emplace(common.via.empty() ? connect_to(common.server, options)
+                                           : client::connection::through(common.via, options));
     connection_->open_root(common.root);
     return;
   }

@@ -49,6 +49,17 @@ TEST(connection, handshake_agrees_on_longs) {
   EXPECT_THROW(client.studies(), protocol_error);
 }
 
+TEST(connection, a_break_is_told_with_what_was_asked) {
+  scripted_server server({{bytes().text("CDIRLST").str(), bytes().text("SDIRS").i32(3).text("A").str()}});
+  connection client = client_of(server);
+  try {
+    client.directories();
+    ADD_FAILURE() << "it goes on";
+  } catch (const protocol_error& broken) {
+    EXPECT_STREQ(broken.what(), "the server has closed the connection while listing directories (CDIRLST)");
+  }
+}
+
 TEST(connection, refusals_carry_the_text_and_the_conversation_goes_on) {
   scripted_server server({
       {bytes().text("CSTUDYSET").text("X").str(), bytes().text("SERROR").text("Study Unknown: \"X\"").str()},
