@@ -90,17 +90,26 @@ void serve_one_port(const server_options& options) {
   std::vector<const char*> arguments;
   for (const std::string& word : words) arguments.push_back(word.c_str());
   arguments.push_back(nullptr);
+  // Whoever has got through to this port is served: not even the end of this process turns him away.
+  unwatch_socket(connection.listen_socket);
+  const int descriptors[] = {static_cast<int>(connection.listen_socket), ends.descriptor(), end_descriptor()};
+  const bool is_told = descriptors[1] >= 0 && descriptors[2] >= 0;
   for (;;) {
-    pollfd waiting[] = {{static_cast<int>(connection.listen_socket), POLLIN, 0},
-                        {ends.descriptor(), POLLIN, 0}};
-    const int ready = poll(waiting, 2, ends.descriptor() < 0 ? look_time : -1);
-    if (end_requested()) return;
+    pollfd waiting[] = {
+        {descriptors[0], POLLIN, 0}, {descriptors[1], POLLIN, 0}, {descriptors[2], POLLIN, 0}};
+    const bool is_end = end_requested();
+    const int ready = poll(waiting, 3, is_end ? 0 : is_told ? -1 : look_time);
     ends.take();
-    if (ready <= 0 || waiting[0].revents == 0) continue;
-    open_socket client;
-    if (_qrd_wait_connect(connection.listen_socket, client.address(), 1, 0) != 0) return;
-    give_session(arguments.data(), client.get());
+    if (ready > 0 && waiting[0].revents != 0) {
+      open_socket client;
+      *client.address() = accept_for_other(connection.listen_socket);
+      if (client.get() == no_socket) break;
+      give_session(arguments.data(), client.get());
+    } else if (is_end) {
+      break;
+    }
   }
+  _qrd_close_socket(&connection.listen_socket);
 }
 
 }  // namespace qrd

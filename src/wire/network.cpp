@@ -222,6 +222,13 @@ int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocki
   return 0;
 }
 
+socket_handle accept_for_other(socket_handle listening) {
+  sockaddr_in peer{};
+  const int accepted = accept_connection(static_cast<int>(listening), &peer);
+  if (accepted < 0 && !end_requested()) _qrd_error_socket("Call to accept() failed.\n");
+  return accepted;
+}
+
 void take_connection(carrier kind, socket_handle client, socket_handle answers) {
   const auto descriptor = static_cast<int>(client);
   connection.client_socket = client;

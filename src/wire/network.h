@@ -28,6 +28,10 @@ int _qrd_listen_port(std::uint16_t* port, int backlog, socket_handle* socket,
 // The transfer buffer is empty for a new connection.
 int _qrd_wait_connect(socket_handle listening, socket_handle* socket, int blocking, int seconds);
 
+// The next connection of a listening socket, which is for another process: a request to end doesn't shut it
+// down. no_socket if accepting is broken, or was given up for the end.
+socket_handle accept_for_other(socket_handle listening);
+
 // Makes open descriptors the client's connection; `answers` is the second of two pipes. The transfer buffer
 // is empty then.
 void take_connection(carrier kind, socket_handle client, socket_handle answers = no_socket);
