@@ -4,6 +4,7 @@
 #include <iterator>
 #include <new>
 
+#include "disk/qd_handles.h"
 #include "requests/handlers.h"
 #include "wire/answer.h"
 #include "wire/buffer.h"
@@ -27,6 +28,7 @@ constexpr char no_memory[] = "Memory allocation failed";
 request_status serve(std::size_t place) {
   const request_row& row = request_table[place];
   answer_by(row);
+  const handles_tested_once handles;
   if (tracing.level >= 1) _qrd_trace_enter(row.handler, 0);
   request_status status = not_served;
   try {
