@@ -23,7 +23,7 @@ struct passed_descriptor {
 
 std::string taken_variable(const char* name) {
   const char* value = std::getenv(name);
-  const std::string text = value != nullptr ? value : "";
+  std::string text = value != nullptr ? value : "";
   unsetenv(name);
   return text;
 }
