@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <numbers>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -81,14 +82,42 @@ std::string next_name() {
   return "file " + std::to_string(++number);
 }
 
+// Requests that each make a file of so many rings.
+class ring_files {
+ public:
+  ring_files(int contours, int vertices, make_ring ring)
+      : contours_(contours), vertices_(vertices), ring_(ring) {
+    next();
+  }
+  void next() {
+    name_ = next_name();
+    request_ = polygon_request(name_, contours_, vertices_, ring_);
+  }
+  const std::string& request() const { return request_; }
+  // A ring that crosses itself would be left out of the file, and cost less.
+  void check(measured_server& server) const {
+    server.exchange(request_, done_size);
+    server.connection().set_file(name_);
+    if (server.connection().polygons().contours.size() != static_cast<std::size_t>(contours_))
+      throw std::runtime_error("a ring has not come into its file");
+  }
+
+ private:
+  int contours_;
+  int vertices_;
+  make_ring ring_;
+  std::string name_;
+  std::string request_;
+};
+
 void measure_growth(report& table, const study_files& files, const char* what, int contours, make_ring ring) {
   measured_server server(files);
   std::optional<comparison> before;
   for (const int vertices : {100, 1000, 10000}) {
-    const auto next_request = [&] { return polygon_request(next_name(), contours, vertices, ring); };
-    std::string request = next_request();
+    ring_files rings(contours, vertices, ring);
     const comparison now = times_of(
-        5, [&] { server.exchange(request, done_size); }, [&] { request = next_request(); });
+        5, [&] { server.exchange(rings.request(), done_size); }, [&] { rings.next(); });
+    rings.check(server);
     table.add(
         growth_row(std::to_string(contours) + " " + what + ", vertices of each: " + std::to_string(vertices),
                    now, 10, before));
@@ -132,20 +161,23 @@ void measure_polygons(report& table, const study_files& files, const bench_setti
   const std::string path = (files.root() / "bare").string();
   // The server beside a bare program that takes and writes the same bytes.
   const auto creation = [&](int contours, int vertices, make_ring ring) {
-    std::string request = polygon_request(next_name(), contours, vertices, ring);
-    const bare_program bare([&](int socket) { take_file(socket, path, request.size(), request.size()); });
+    ring_files rings(contours, vertices, ring);
+    const std::size_t size = rings.request().size();
+    const bare_program bare([&](int socket) { take_file(socket, path, size, size); });
     measured_server server(files);
-    return compare(
-        settings.rounds, [&] { server.exchange(request, done_size); },
+    const comparison times = compare(
+        settings.rounds, [&] { server.exchange(rings.request(), done_size); },
         [&] {
           bare.ask();
-          send_all(bare.socket(), request.data(), request.size());
+          send_all(bare.socket(), rings.request().data(), size);
           drain(bare.socket(), 1);
         },
         [&] {
           drop_geometry(files);
-          request = polygon_request(next_name(), contours, vertices, ring);
+          rings.next();
         });
+    rings.check(server);
+    return times;
   };
   table.add(time_row("1000 circles of 1000 vertices", creation(1000, 1000, circle)));
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -56,7 +57,17 @@ inline std::size_t text_size(std::size_t characters) {
 }
 inline constexpr std::size_t done_size = 12;   // "SDONE"
 inline constexpr std::size_t dataf_size = 12;  // "SDATAF"
-// SDATAF, the count, the test value, the samples; with long counts.
+// The current variable whole, out and in; with long counts.
+inline std::string read_all_request() {
+  return client::packet("CREADVARF").add_long(-1).add_long(-1).add_int(0).bytes();
+}
+inline std::string write_all_request(std::span<const double> values) {
+  client::packet request("CWRITVARF");
+  request.add_long(-1).add_long(-1).add_int(0).add_double(client::missing_value);
+  request.add_long(static_cast<std::int64_t>(values.size())).add_doubles(values);
+  return request.bytes();
+}
+// SDATAF, the count, the test value, the samples.
 inline std::size_t read_answer_size(std::int64_t samples) {
   return dataf_size + 8 + 8 + static_cast<std::size_t>(samples) * sizeof(double);
 }

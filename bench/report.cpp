@@ -142,6 +142,11 @@ void report::add(const row& one) {
   rows_.push_back(std::move(written));
 }
 
+void report::leave_out(const std::string& what) {
+  std::printf("%s is not installed: left out\n", what.c_str());
+  left_out_.push_back(what);
+}
+
 void report::finish(const std::string& json_path) const {
   const machine_state end = look_at_machine();
   std::printf("\nAt the end: ");
@@ -156,6 +161,7 @@ void report::finish(const std::string& json_path) const {
                       {"begin", state_json(begin_)},
                       {"end", state_json(end)}}},
                     {"options", options_},
+                    {"left_out", left_out_},
                     {"rows", rows_}};
   client::output_file file(json_path, client::existing_file::replaced);
   std::fprintf(file.stream(), "%s\n", json_text(all).c_str());

@@ -57,6 +57,8 @@ class report {
   // The rows that follow belong to it.
   void begin_section(const std::string& name) { section_ = name; }
   void add(const row& one);
+  // Says that something isn't installed, and so not measured.
+  void leave_out(const std::string& what);
   // Prints how busy the machine is now. Writes the JSON, unless the path is empty; an `error` if it can't.
   void finish(const std::string& json_path) const;
 
@@ -66,6 +68,7 @@ class report {
   machine_state begin_;
   std::string begun_;
   std::string section_;
+  command::json left_out_ = command::json::array();
   command::json rows_ = command::json::array();
 };
 

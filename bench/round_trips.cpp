@@ -83,7 +83,7 @@ std::size_t list_size(std::size_t answer_name, const std::vector<std::string>& n
 void measure_pass(report& table, measured_server& server, const std::vector<std::string>& names,
                   std::size_t list_answer, int rounds) {
   const std::string list = client::packet("CVARLST").bytes();
-  const std::string read = client::packet("CREADVARF").add_long(-1).add_long(-1).add_int(0).bytes();
+  const std::string read = read_all_request();
   std::vector<std::string> selections;
   for (const std::string& name : names)
     selections.push_back(client::packet("CVARSET").add_string(name).bytes());

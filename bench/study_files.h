@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/scratch_folder.h"
+
 namespace qrd::bench {
 
 inline constexpr char study_name[] = "Bench";
@@ -24,11 +26,8 @@ class study_files {
  public:
   // Below `parent`; with `samples` samples, `variables` variables and `lines` lines.
   study_files(const std::filesystem::path& parent, std::int64_t samples, int variables, std::int64_t lines);
-  study_files(const study_files&) = delete;
-  study_files& operator=(const study_files&) = delete;
-  ~study_files();
 
-  const std::filesystem::path& root() const { return root_; }
+  const std::filesystem::path& root() const { return folder_.path(); }
   // The study's one directory, "DIRE.1".
   std::filesystem::path directory() const;
   std::string data_file(int bits) const;
@@ -36,7 +35,7 @@ class study_files {
   std::string descriptor(int number) const;
 
  private:
-  std::filesystem::path root_;
+  scratch_folder folder_;
 };
 
 // While it lives, a second directory with many files of one sample, "file 1" and so on.

@@ -22,17 +22,10 @@ std::string of_bits(const char* what, int bits) {
   return what + std::to_string(bits) + (bits == 1 ? " bit" : " bits");
 }
 
-std::string read_request() {
-  return client::packet("CREADVARF").add_long(-1).add_long(-1).add_int(0).bytes();
-}
-
 std::string write_request(std::int64_t samples) {
   std::vector<double> values(static_cast<std::size_t>(samples));
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>(i % 100);
-  client::packet request("CWRITVARF");
-  request.add_long(-1).add_long(-1).add_int(0).add_double(client::missing_value).add_long(samples);
-  request.add_doubles(values);
-  return request.bytes();
+  return write_all_request(values);
 }
 
 void select_variable(measured_server& server, int bits) {
@@ -48,7 +41,7 @@ std::int64_t stored_size(std::int64_t samples, int bits) {
 
 void measure_reads(report& table, const study_files& files, const bench_settings& settings) {
   const std::size_t answer = read_answer_size(settings.samples);
-  const std::string request = read_request();
+  const std::string request = read_all_request();
   const auto measure = [&](int bits, const std::string& name, std::size_t step, int flags,
                            std::optional<bound> limit) {
     const std::string path = files.data_file(bits);
@@ -94,7 +87,7 @@ void measure_memory(report& table, const study_files& files, const bench_setting
     measured_server server(files);
     select_variable(server, bits);
     const double idle = server.memory("VmRSS");
-    server.exchange(read_request(), read_answer_size(settings.samples));
+    server.exchange(read_all_request(), read_answer_size(settings.samples));
     const double allowed = static_cast<double>(stored_size(settings.samples, bits)) + mebibyte;
     const auto add = [&](const char* what, const char* key) {
       const double beyond = server.memory(key) - idle;

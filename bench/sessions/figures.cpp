@@ -105,7 +105,7 @@ double median_answer(std::vector<client::connection>& clients) {
 }  // namespace
 
 void measure_flood(const std::filesystem::path& folder, int clients) {
-  const scratch_folder scratch(folder);
+  const scratch_folder scratch(folder, "qrd_sessions");
   client::server_process parent = start_parent(scratch.path(), port_use::one);
   const auto with_study = [&] {
     client::connection client = new_session(parent);
@@ -136,7 +136,7 @@ void measure_flood(const std::filesystem::path& folder, int clients) {
 
 void measure_sessions(report& table, const std::filesystem::path& folder, port_use ports, int rounds,
                       int children, double idle_seconds) {
-  const scratch_folder scratch(folder);
+  const scratch_folder scratch(folder, "qrd_sessions");
   client::server_process parent = start_parent(scratch.path(), ports);
   table.begin_section(ports == port_use::one ? "one port" : "own ports");
   measure_starts(table, parent, ports, rounds);

@@ -222,7 +222,7 @@ bool becomes_true(const std::function<bool()>& condition) {
 }  // namespace
 
 int run_load(const fs::path& folder, const load_settings& settings) {
-  const scratch_folder scratch(folder);
+  const scratch_folder scratch(folder, "qrd_sessions");
   client::server_process parent = start_parent(scratch.path(), settings.ports);
   {
     client::connection connection = parent.connect();

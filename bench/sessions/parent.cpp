@@ -2,12 +2,9 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <stdexcept>
-#include <system_error>
 
 namespace qrd::bench {
 
@@ -28,17 +25,6 @@ std::vector<std::string> stat_fields(pid_t process) {
 }
 
 }  // namespace
-
-scratch_folder::scratch_folder(const fs::path& parent) {
-  std::string name = (parent / "qrd_sessions_XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("Cannot make a folder in " + parent.string());
-  path_ = name;
-}
-
-scratch_folder::~scratch_folder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
 
 client::server_process start_parent(const fs::path& folder, port_use ports) {
   client::server_options options;

@@ -7,23 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "bench/scratch_folder.h"
 #include "client/connection.h"
 #include "client/server_process.h"
 
 namespace qrd::bench {
-
-// A folder that is removed with all it holds at the end.
-class scratch_folder {
- public:
-  explicit scratch_folder(const std::filesystem::path& parent);
-  scratch_folder(const scratch_folder&) = delete;
-  scratch_folder& operator=(const scratch_folder&) = delete;
-  ~scratch_folder();
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // How clients get their sessions: each on a port of its own, or all on one.
 enum class port_use { many, one };
