@@ -11,6 +11,7 @@
 #include <set>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "catalogue/qd_placement.h"
 #include "catalogue/qd_study_lock.h"
@@ -86,6 +87,25 @@ bool has_no_directories(const std::string& study) {
   while (const char* name = catalogue.next())
     if (!of_an_empty_one.contains(name)) return false;
   return true;
+}
+
+// A folder whose maker died before it could mark it: nothing is in it but the mark in the making. Whoever has
+// made one at this moment, and not locked it yet, takes another name.
+void remove_unmarked(const std::string& path) {
+  if (!is_folder(path)) return;
+  const folder_lock lock(path.c_str(), lock_kind::exclusive, std::chrono::milliseconds(0));
+  if (!lock || !lock.is_real()) return;
+  directory_listing listing(path.c_str());
+  if (!listing) return;
+  std::vector<std::string> left;
+  while (const char* name = listing.next()) {
+    if (qu_is_working_name(name))
+      left.emplace_back(name);
+    else if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0)
+      return;
+  }
+  qu_remove_leftovers(path, left);
+  rmdir(path.c_str());
 }
 
 bool is_missing(const std::string& path) {
@@ -180,6 +200,7 @@ void qu_study_tidy_beside(const char* path, string_list& names, string_list& pat
     if (!qu_is_working_name(name)) continue;
     const std::string left = parent + name;
     const std::optional<folder_lock> lock = lock_of_left(left);
+    if (!lock && name[0] == being_made) remove_unmarked(left);
     if (!lock) continue;
     if (name[0] == being_deleted && !unregister_missing(parent + marked_for(left), names, paths)) continue;
     qu_tree_remove(left.c_str(), true, mark_name);

@@ -6,6 +6,8 @@
 //   xint  is_64bit            from 520 on; 0 before
 #include "disk/qu_study_descriptor.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -50,16 +52,26 @@ bool write_descriptor(const char* study, study_record& record, bool (replaced_fi
 }
 
 // The descriptor, made anew if the study has lost it. What is there by now, or can't be opened, is not
-// replaced.
+// replaced. Where there is no stream errno tells why: since a missing one can be made in any folder that is
+// there, ENOENT is that of the folder.
 file_stream open_descriptor(const char* study, study_record* record) {
   path_text path;
   descriptor_path(study, path);
-  file_stream file(qu_file_open_n(path, read_binary));
-  if (file || errno != ENOENT) return file;
-  record->unit_flag = 1;
-  record->is_64bit = 0;
-  if (!write_descriptor(study, *record, &replaced_file::commit_new) && errno != EEXIST) return file;
-  return file_stream(qu_file_open_n(path, read_binary));
+  constexpr int looks = 3;
+  for (int look = 0; look < looks; ++look) {
+    file_stream file(qu_file_open_n(path, read_binary));
+    if (file || errno != ENOENT) return file;
+    record->unit_flag = 1;
+    record->is_64bit = 0;
+    if (write_descriptor(study, *record, &replaced_file::commit_new) || errno == EEXIST) continue;
+    const int reason = errno;
+    // A link that leads nowhere is there, and never opens.
+    struct stat status;
+    errno = lstat(path, &status) == 0 ? ELOOP : reason;
+    return file;
+  }
+  errno = EEXIST;
+  return file_stream();
 }
 
 }  // namespace
@@ -79,7 +91,7 @@ bool qu_study_descriptor_write_n(const char* path, study_record* record) {
 study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path,
                                        study_record* record) {
   file_stream file = open_descriptor(path, record);
-  if (!file) return study_fitness::unreadable;
+  if (!file) return qu_is_gone(errno) ? study_fitness::gone : study_fitness::unreadable;
 
   record->study_version = version_before_411;
   record->is_64bit = 0;

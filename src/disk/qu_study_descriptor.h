@@ -23,7 +23,9 @@ struct study_record {
   std::int64_t is_64bit = 0;
 };
 
-enum class [[nodiscard]] study_fitness{usable, unreadable, other_version};
+enum class [[nodiscard]] study_fitness{usable,
+                                       gone,  // the folder is no more
+                                       unreadable, other_version};
 
 // A missing one is made anew.
 study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);

@@ -134,8 +134,7 @@ TEST_F(study, a_lost_descriptor_is_made_anew_and_a_damaged_one_stays) {
             }),
             "Study descriptor corrupted:\n" + path + "\n\n");
   EXPECT_EQ(read_file(path + "/DESCR"), cut);
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record),
-            study_fitness::unreadable);
+  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record), study_fitness::gone);
   EXPECT_FALSE(fs::exists(root / "Gone"));
   EXPECT_FATAL(qu_study_descriptor_write((root / "Gone").c_str(), &record), "FATAL ERROR in qu_file_open_f");
 }
