@@ -1,4 +1,5 @@
 // CREADVARC: samples of a text variable, each sent with its full width.
+#include <algorithm>
 #include <cstring>
 
 #include "requests/context.h"
@@ -13,15 +14,40 @@ namespace qrd {
 
 namespace {
 
-// Texts of `width` bytes, packed at the front of the block, get a terminator each.
-void spread(char* texts, std::int64_t count, std::int64_t width, const char** pointers) {
-  for (std::int64_t i = count - 1; i >= 0; --i) {
-    char* place = texts + i * (width + 1);
-    std::memmove(place, texts + i * width, static_cast<std::size_t>(width));
-    place[width] = '\0';
-    pointers[i] = place;
+// Texts that are packed without terminators, as the answer takes them: some of them at a time, with one.
+class packed_texts {
+ public:
+  packed_texts(const char* texts, std::int64_t count, std::int64_t width)
+      : next_(texts), left_(count), width_(static_cast<std::size_t>(width)) {}
+
+  // False without memory.
+  bool allocate() {
+    const auto width = static_cast<std::int64_t>(width_);
+    const std::int64_t at_once =
+        std::clamp<std::int64_t>(piece_bytes / (width + 1), 1, std::max<std::int64_t>(left_, 1));
+    return places_.allocate(at_once) && piece_.allocate(at_once * (width + 1));
   }
-}
+  std::span<const char* const> next() {
+    const std::int64_t count = std::min(places_.count(), left_);
+    char* place = piece_.data();
+    for (std::int64_t i = 0; i < count; ++i, next_ += width_) {
+      places_[i] = place;
+      place = std::copy_n(next_, width_, place);
+      *place++ = '\0';
+    }
+    left_ -= count;
+    return {places_.data(), static_cast<std::size_t>(count)};
+  }
+
+ private:
+  static constexpr std::int64_t piece_bytes = 65536;
+
+  const char* next_;
+  std::int64_t left_;
+  std::size_t width_;
+  checked_array<char> piece_;
+  checked_array<const char*> places_;
+};
 
 }  // namespace
 
@@ -35,11 +61,11 @@ request_status server_answer_read_char_var(const char* /*request*/) {
     return refuse("Variable %s is not a character variable", current_context.variable);
   if (!data.check_range()) return not_served;
 
+  // Clients know a refusal that counts the terminators too.
   checked_array<char> texts, blanks;
-  checked_array<const char*> pointers;
-  if (!allocate_or_refuse(texts, limited_product(data.count(), width + 1)) ||
-      !allocate_or_refuse(pointers, data.count()) || !allocate_or_refuse(blanks, width + 1))
-    return not_served;
+  if (!texts.allocate(limited_product(data.count(), width)))
+    return refuse_memory("", limited_product(data.count(), width + 1), 1);
+  if (!allocate_or_refuse(blanks, width + 1)) return not_served;
   // The columns of a macro are not told apart here: its first one is read.
   if (!data.open(UNIT_VARIABLE)) return not_served;
   std::int64_t count = 0;
@@ -48,11 +74,12 @@ request_status server_answer_read_char_var(const char* /*request*/) {
                          &count, qd_text_bytes(texts)))
     return data.refuse_transfer();
 
+  packed_texts packed(texts.data(), count, width);
+  if (!packed.allocate()) return refuse_memory("", count, width + 1);
   std::memset(blanks.data(), ' ', static_cast<std::size_t>(width));
   blanks[width] = '\0';
-  spread(texts.data(), count, width, pointers.data());
   return answer(wire_long{count}, wire_string{blanks.data(), static_cast<std::uint32_t>(width + 1)},
-                wire_strings{pointers.data(), count});
+                wire_string_pieces{count, [&packed] { return packed.next(); }});
 }
 
 }  // namespace qrd

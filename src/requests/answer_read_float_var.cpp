@@ -85,20 +85,23 @@ request_status server_answer_read_selection_var(const char* /*request*/) {
   if (!data.read_range()) return not_served;
   if (!data.find_variable() || !data.check_index() || !data.check_range()) return not_served;
 
-  // The transfer always covers the whole variable.
+  // The transfer always covers the whole variable. Its bytes are made while they are sent; clients know how
+  // the refusal counts them.
   const std::int64_t samples = data.file.sample_count;
-  checked_array<unsigned char> bytes, bits;
-  if (!allocate_or_refuse(bytes, samples, " for byte array") ||
-      !allocate_or_refuse(bits, (samples - 1) / 8 + 1, " for bit array"))
-    return not_served;
+  checked_array<unsigned char> bits;
+  if (!bits.allocate((samples - 1) / 8 + 1)) return refuse_memory(" for byte array", samples, 1);
   if (!data.open() || !data.set_index()) return not_served;
   std::int64_t row_bytes = 0;
   if (!qd_read_selection_free(data.io(), &row_bytes, bits)) return data.refuse_transfer();
-  for (std::int64_t i = 0; i < data.count(); ++i) {
-    std::int64_t bit = data.first - 1 + i;
-    bytes[i] = bits[bit / 8] >> (7 - bit % 8) & 1;
-  }
-  return answer(wire_long{data.count()}, wire_bytes{bytes.data(), data.count()});
+  unsigned char piece[4096];
+  std::int64_t next = data.first - 1;
+  const auto next_piece = [&]() -> std::span<const unsigned char> {
+    std::size_t size = 0;
+    for (; size < sizeof piece && next < data.last; ++next)
+      piece[size++] = bits[next / 8] >> (7 - next % 8) & 1;
+    return {piece, size};
+  };
+  return answer(wire_long{data.count()}, wire_byte_pieces{data.count(), next_piece});
 }
 
 }  // namespace qrd

@@ -108,6 +108,12 @@ bool write_value(wire_doubles value) {
 bool write_value(wire_double_pieces value) {
   return _qrd_write_double_pieces(connection.client_socket, value.count, value.next) != 0;
 }
+bool write_value(wire_string_pieces value) {
+  return _qrd_write_string_pieces(connection.client_socket, value.count, value.next) != 0;
+}
+bool write_value(wire_byte_pieces value) {
+  return _qrd_write_byte_pieces(connection.client_socket, value.count, value.next) != 0;
+}
 bool write_value(wire_strings value) {
   return _qrd_write_string_array(connection.client_socket, value.texts, value.count) != 0;
 }

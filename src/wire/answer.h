@@ -3,11 +3,10 @@
 
 #include <concepts>
 #include <cstdint>
-#include <functional>
-#include <span>
 
 #include "util/qu_constants.h"
 #include "util/qu_list.h"
+#include "wire/arrays.h"
 #include "wire/request_table.h"
 #include "wire/values.h"
 
@@ -64,11 +63,15 @@ struct wire_doubles {
   const double* values;
   std::int64_t count;
 };
-// Doubles that are made while they are sent (see _qrd_write_double_pieces).
-struct wire_double_pieces {
+// Values that are made while they are sent (see piece_source).
+template <typename Value>
+struct wire_pieces {
   std::int64_t count;
-  const std::function<std::span<const double>()>& next;
+  const piece_source<Value>& next;
 };
+using wire_double_pieces = wire_pieces<double>;
+using wire_string_pieces = wire_pieces<const char*>;
+using wire_byte_pieces = wire_pieces<unsigned char>;
 struct wire_strings {
   const char* const* texts;
   std::int64_t count;
@@ -89,6 +92,8 @@ bool write_value(wire_string value);
 bool write_value(wire_ints value);
 bool write_value(wire_doubles value);
 bool write_value(wire_double_pieces value);
+bool write_value(wire_string_pieces value);
+bool write_value(wire_byte_pieces value);
 bool write_value(wire_strings value);
 bool write_value(wire_bytes value);
 bool write_value(wire_names value);

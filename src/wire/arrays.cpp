@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <cstring>
 #include <optional>
 #include <type_traits>
 
@@ -97,6 +98,18 @@ int transfer_numbers(socket_handle socket, Value* values, std::int64_t count, El
   return bulk(socket, values + shown, count - shown, element);
 }
 
+// Writes the pieces until there are `count` values.
+template <typename Value, typename Write>
+int write_pieces(std::int64_t count, const piece_source<Value>& next, const Write& write) {
+  for (std::int64_t done = 0; done < count;) {
+    std::span<const Value> piece = next();
+    piece = piece.first(std::min(piece.size(), static_cast<std::size_t>(count - done)));
+    if (piece.empty() || !write(piece)) return 0;
+    done += static_cast<std::int64_t>(piece.size());
+  }
+  return 1;
+}
+
 }  // namespace
 
 array_in_parts::array_in_parts(std::int64_t count) {
@@ -134,16 +147,35 @@ int _qrd_write_double_array(socket_handle socket, const double* values, std::int
   return transfer_numbers(socket, values, count, _qrd_write_double, write_numbers<double>);
 }
 
-int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
-                             const std::function<std::span<const double>()>& next_piece) {
+int _qrd_write_double_pieces(socket_handle socket, std::int64_t count, const piece_source<double>& next) {
   array_in_parts whole(count);
-  for (std::int64_t done = 0; done < count;) {
-    const std::span<const double> piece = next_piece();
-    const std::int64_t length = std::min(static_cast<std::int64_t>(piece.size()), count - done);
-    if (length == 0 || _qrd_write_double_array(socket, piece.data(), length) == 0) return 0;
-    done += length;
-  }
-  return 1;
+  return write_pieces(count, next, [socket](std::span<const double> piece) {
+    return _qrd_write_double_array(socket, piece.data(), static_cast<std::int64_t>(piece.size())) != 0;
+  });
+}
+
+int _qrd_write_string_pieces(socket_handle socket, std::int64_t count,
+                             const piece_source<const char*>& next) {
+  array_in_parts whole(count);
+  return write_pieces(count, next, [socket](std::span<const char* const> piece) {
+    return _qrd_write_string_array(socket, piece.data(), static_cast<std::int64_t>(piece.size())) != 0;
+  });
+}
+
+// The parts of a block are no blocks of their own: only the whole one is preceded by a flush.
+int _qrd_write_byte_pieces(socket_handle socket, std::int64_t count,
+                           const piece_source<unsigned char>& next) {
+  if (count > 0 && (socket == no_socket || !_qrd_make_room(socket, count))) return 0;
+  return write_pieces(count, next, [socket](std::span<const unsigned char> piece) {
+    while (!piece.empty()) {
+      const std::span<char> room = _qrd_room();
+      const auto part = piece.first(std::min(room.size(), piece.size()));
+      std::memcpy(room.data(), part.data(), part.size());
+      if (!_qrd_mark_written(socket, static_cast<std::int64_t>(part.size()))) return false;
+      piece = piece.subspan(part.size());
+    }
+    return true;
+  });
 }
 
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count) {

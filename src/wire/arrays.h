@@ -27,8 +27,13 @@ int _qrd_write_double_array(socket_handle socket, const double* values, std::int
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count);
 int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count);
 
-// An array of `count` doubles, given piece by piece. 0 also if the pieces end before it is complete.
-int _qrd_write_double_pieces(socket_handle socket, std::int64_t count,
-                             const std::function<std::span<const double>()>& next_piece);
+// Gives the next values of an array each time it is called; they hold until the next call.
+template <typename Value>
+using piece_source = std::function<std::span<const Value>()>;
+
+// An array of `count` values, given piece by piece. 0 also if the pieces end before it is complete.
+int _qrd_write_double_pieces(socket_handle socket, std::int64_t count, const piece_source<double>& next);
+int _qrd_write_string_pieces(socket_handle socket, std::int64_t count, const piece_source<const char*>& next);
+int _qrd_write_byte_pieces(socket_handle socket, std::int64_t count, const piece_source<unsigned char>& next);
 
 }  // namespace qrd

@@ -66,11 +66,8 @@ int flush(socket_handle socket, bool more_follows) {
   return done;
 }
 
-// The two rules of every write: a value that doesn't fit is preceded by a flush, and a full buffer is
-// flushed at once.
-bool make_room(socket_handle socket, std::int64_t size) {
-  return write_count + size <= buffer_size || flush(socket, true) != 0;
-}
+// The two rules of every write: a value that doesn't fit is preceded by a flush (_qrd_make_room), and a full
+// buffer is flushed at once.
 bool flush_if_full(socket_handle socket) {
   return write_count != buffer_size || flush(socket, true) != 0;
 }
@@ -84,8 +81,12 @@ const char* _qrd_take(socket_handle socket, std::int32_t size) {
   return bytes;
 }
 
+bool _qrd_make_room(socket_handle socket, std::int64_t size) {
+  return write_count + size <= buffer_size || flush(socket, true) != 0;
+}
+
 bool _qrd_store(socket_handle socket, const void* value, std::int32_t size) {
-  if (!make_room(socket, size)) return false;
+  if (!_qrd_make_room(socket, size)) return false;
   std::memcpy(transfer_buffer + write_count, value, static_cast<std::size_t>(size));
   write_count += size;
   return flush_if_full(socket);
@@ -130,7 +131,7 @@ int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t coun
   if (count == 0) return 1;
   if (count < 0 || socket == no_socket) return 0;
   // The first rule holds for the whole block, the second one for each of its bytes.
-  if (!make_room(socket, count)) return 0;
+  if (!_qrd_make_room(socket, count)) return 0;
   const auto* bytes = static_cast<const char*>(source);
   while (count > 0) {
     std::int64_t part = std::min<std::int64_t>(buffer_size - write_count, count);

@@ -27,6 +27,8 @@ bool _qrd_store(socket_handle socket, const void* value, std::int32_t size);
 // The bytes that have been received and not read, and that so many of them have been read now.
 std::span<const char> _qrd_unread();
 void _qrd_mark_read(std::int64_t size);
+// Sends what the buffer holds if so many bytes more don't fit; a block is asked for as a whole.
+bool _qrd_make_room(socket_handle socket, std::int64_t size);
 // The free bytes, and that so many of them have been written now: a full buffer is sent at once.
 std::span<char> _qrd_room();
 bool _qrd_mark_written(socket_handle socket, std::int64_t size);

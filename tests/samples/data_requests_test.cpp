@@ -455,6 +455,31 @@ TEST_F(data_requests, selections_as_bytes) {
   EXPECT_FATAL(client_.ask("CREADVARS", bytes().i64(1, 6).str()), "No 30 in function qd_read_selection_free");
 }
 
+// Answers are made in pieces while they are sent: no seam, and nothing behind the last one.
+TEST_F(data_requests, answers_of_several_pieces) {
+  constexpr int many = 4200, width = 40, last_text = 1700;
+  study_.set_shape({.samples = many});
+  std::string texts, bits(many / 8, '\0');
+  bytes text_answer, bit_answer;
+  text_answer.text("SDATAC").i64(last_text - 1).text(std::string(width, ' '));
+  bit_answer.text("SDATAS").i64(many - 1);
+  for (int i = 0; i < many; ++i) {
+    const std::string text = std::string(width - 4, 'x') + std::to_string(1000 + i);
+    texts += text;
+    const bool is_selected = i % 11 < 4;
+    if (!is_selected) bits[static_cast<std::size_t>(i / 8)] |= static_cast<char>(0x80 >> i % 8);
+    if (i == 0) continue;
+    if (i < last_text) text_answer.text(text);
+    bit_answer.raw(std::string(1, is_selected ? '\1' : '\0'));
+  }
+  study_.add("W", VAR_CHAR, 8 * width, texts);
+  write_file(selection_path_, bits);
+  choose("W");
+  EXPECT_TRUE(client_.ask("CREADVARC", read_arguments(2, last_text)) == text_answer.str());
+  choose("S");
+  EXPECT_TRUE(client_.ask("CREADVARS", bytes().i64(2, many).str()) == bit_answer.str());
+}
+
 TEST_F(data_requests, texts_are_read_and_written) {
   auto answer = [](const std::vector<std::string>& texts) {
     bytes expected;
