@@ -7,8 +7,8 @@
 
 namespace qrd {
 
-// Opens the root for the process; null means QRD_INIT, else the per-user data folder. Failures are fatal.
-// Name and version are those of the program.
+// Opens the root for the process; null means QRD_INIT, else the per-user data folder. Failures are fatal. May
+// end the process. Name and version are those of the program.
 void qu_init(const char* root, const char* name, const char* version);
 
 // Creates and deletes a file WRT_TRY_<random> of a folder, which holds `text` for an instant. `path`

@@ -28,7 +28,7 @@ enum class [[nodiscard]] study_opening{
     incomplete      // what it lacks can't be brought now; told
 };
 // "None" takes the current name or the first that fits, which also stands in for a name that can't be opened.
-// Other failures are fatal.
+// Other failures are fatal. May end the process.
 study_opening qu_study_open(const char* name);
 // Which root and which study are open, to be put back after a failure.
 class open_store {

@@ -48,7 +48,7 @@ bool qd_file_system_has_room(const char* path, std::int64_t bytes);
 // Appends the block `repeats` times to a data file (undoing a compressed form first). False when a write
 // failed, when the file system has too little room or when another server has deleted the variable; the file
 // is as long as before then. `bit_length` is -1 for bytes as they stand in the file, texts too; of 16, 32 and
-// 64 bits the block holds items in host order.
+// 64 bits the block holds items in host order. May end the process.
 [[nodiscard]] bool st_file_concat(const char* path, const void* block, std::int64_t length,
                                   std::int64_t repeats, std::int64_t bit_length);
 

@@ -45,8 +45,8 @@ bool qd_folder_gone(const char* path);
 // The path of an object's descriptor.
 void qd_descriptor_path(const char* object_path, path_text& path);
 
-// A file in the folder of an object, or no stream if it is gone. One that can't be opened otherwise ends the
-// process.
+// A file in the folder of an object, or no stream if it is gone. One that can't be opened otherwise is
+// fatal. May end the process.
 file_stream qd_object_file_open(const char* path, file_mode mode);
 
 // Puts a binary file whole into the folder of an object: other processes read what stood there before, or

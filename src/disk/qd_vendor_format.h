@@ -42,10 +42,10 @@ struct vendor_data {
 // Gives the attribute the empty value of a type; false if there is no such type.
 bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type);
 
-// What reading came to: a damaged array or text spoils the bag, anything else damaged is fatal.
+// What reading came to: a damaged array or text spoils the bag, anything else is its caller's to judge.
 enum class [[nodiscard]] decoding{done, spoilt, corrupted};
 
-// The name and version of a bag; all of one. A type that doesn't exist is fatal.
+// The name and version of a bag; all of one. A type that doesn't exist is fatal. May end the process.
 bool qd_vendor_bag_head_read(XDR* xdr, vendor_data& bag);
 decoding qd_vendor_bag_read(XDR* xdr, vendor_data& bag);
 bool qd_vendor_bag_write(XDR* xdr, vendor_data& bag);

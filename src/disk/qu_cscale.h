@@ -47,7 +47,7 @@ struct color_scale {
 // Sets the defaults; with `white` the colours are 255 instead of 0.
 void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name);
 // Looks for a scale, and gives its path. Unclear: too many files are open. A damaged scale in the study is
-// fatal, here and below.
+// fatal, here and below. May end the process.
 found qu_cscale_test(const char* name, path_text& path);
 // Fills an empty list with all names, sorted. False if one can't be read now.
 [[nodiscard]] bool qu_cscale_get_list(string_list& list);

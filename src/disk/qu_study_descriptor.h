@@ -30,7 +30,7 @@ enum class [[nodiscard]] study_fitness{usable,
 // A missing one is made anew.
 study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
 // The version written is always PROGRAM_VERSION. What can't be written leaves the old descriptor: the first
-// form ends the process if the file can't even be opened, the second gives false.
+// form may end the process, if the file can't even be opened; the second gives false.
 void qu_study_descriptor_write(const char* path, study_record* record);
 [[nodiscard]] bool qu_study_descriptor_write_n(const char* path, study_record* record);
 

@@ -18,7 +18,7 @@ struct vendor_owner {
 };
 
 // No also without an owner; unreadable also when too many files are open. A damaged bag in the folder is
-// fatal, here and below.
+// fatal, here and below. May end the process.
 found qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version);
 // Unreadable also when the decoding fails, which is told.
 found qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name);

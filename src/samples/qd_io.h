@@ -25,7 +25,7 @@ bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_hand
 // An io id, or 0 unless all variables belong to one file and are all text or all not.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);
-// The record of an id; fatal in the name of `function` (number 10) if there is none.
+// The record of an id; fatal in the name of `function` (number 10) if there is none. May end the process.
 qd_io& qd_io_of(const char* function, std::int64_t io);
 // 0; harmless on 0. Releases the scratch buffers too.
 std::int64_t qd_free_io(std::int64_t io);

@@ -19,7 +19,8 @@ inline constexpr std::int64_t samples_chunk = 100000;
 
 // True on success. False without memory for a buffer, when a damaged descriptor puts the samples beyond any
 // file, and when the array is too short for what the selected entries have now, whatever its caller was told
-// of them before: nothing has been moved then. A write that doesn't reach the file is fatal.
+// of them before: nothing has been moved then. False too, after a report, when a
+// write doesn't reach the file.
 // Several variables stand one after the other. Numbers are read by samples/qd_sample_reader.h.
 // All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of
 // (N - 1) / 8 + 1 bytes per variable.

@@ -5,7 +5,8 @@ namespace qrd {
 
 // Empties the selection tables and installs the hooks of the library.
 void qd_tables_init();
-// Ends the work on the open study. With `strict` a variable that is still selected is fatal.
+// Ends the work on the open study. With `strict` a variable that is still selected is fatal. May end
+// the process.
 void qd_end(int strict);
 
 }  // namespace qrd
