@@ -11,34 +11,22 @@
 
 namespace qrd {
 
-namespace {
-
-// The variables with a role in a file, read in one walk: the first float or text variable of each kind.
-struct role_records {
-  qd_variable_record records[kind_count];
-  bool is_there[kind_count] = {};
-  // What it means that a kind is not there.
-  found otherwise = found::no;
-
-  void walk(const char* file_path) {
-    path_text path;
-    qd_variable_record record;
-    const walk_end end =
-        qd_walk<variable_level>(file_path, path, record, [this](const qd_variable_record& seen) {
-          const bool wanted = (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind >= 0 &&
-                              seen.kind < kind_count && !is_there[seen.kind];
-          if (wanted) {
-            records[seen.kind] = seen;
-            is_there[seen.kind] = true;
-          }
-          return false;
-        });
-    const bool is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
-    otherwise = is_told ? qd_lookup_result(end) : found::unreadable;
-  }
-};
-
-}  // namespace
+void role_records::walk(const char* file_path) {
+  path_text path;
+  qd_variable_record record;
+  const walk_end end =
+      qd_walk<variable_level>(file_path, path, record, [this](const qd_variable_record& seen) {
+        const bool wanted = (seen.type == VAR_FLOAT || seen.type == VAR_CHAR) && seen.kind >= 0 &&
+                            seen.kind < kind_count && !is_there[seen.kind];
+        if (wanted) {
+          records[seen.kind] = seen;
+          is_there[seen.kind] = true;
+        }
+        return false;
+      });
+  const bool is_told = end != walk_end::unreadable && end != walk_end::cannot_list;
+  otherwise = is_told ? qd_lookup_result(end) : found::unreadable;
+}
 
 void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& variable, qd_var_info& info) {
   info.sample_count = file.sample_count;
@@ -108,29 +96,46 @@ found qd_special_var_name(const char* directory, const char* file, int kind, nam
   return qd_lookup_result(end);
 }
 
-bool qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
+bool qd_info_file(const char* directory, const char* file, qd_file_info& info, path_text& path,
+                  qd_file_record& record) {
   info = qd_file_info();
   if (!qd_two_files_available()) return false;
   // The numbers 1 and 2 are left out: a file that is gone, or that can't be looked up, is the caller's to
   // refuse.
+  return qd_find_file(directory, file, path, record) == found::yes && qd_fill_file_info(path, record, info);
+}
+
+bool qd_info_file(const char* directory, const char* file, qd_file_info& info, qd_grid_record* grid) {
   path_text path;
   qd_file_record record;
-  if (qd_find_file(directory, file, path, record) != found::yes) return false;
-  if (!qd_fill_file_info(path, record, info)) return false;
+  if (!qd_info_file(directory, file, info, path, record)) return false;
   if (grid != nullptr) *grid = record.organisation == ORG_GRID ? record.grid : qd_grid_record();
   return true;
 }
 
-bool qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
+bool qd_coordinates_formats(const role_records& roles, std::int64_t dimension, qd_format_record* x,
                             qd_format_record* y, qd_format_record* z) {
   struct {
     qd_format_record* output;
     variable_kind kind;
   } const axes[] = {{x, KIND_X}, {y, KIND_Y}, {z, KIND_Z}};
+  bool all_there = true;
   for (const auto& axis : axes) {
-    if (axis.output != nullptr) qu_format_copy(flag == 1 ? units.distance : float_default, *axis.output);
+    if (axis.output == nullptr || (axis.kind == KIND_Z && dimension != 3)) continue;
+    if (roles.is_there[axis.kind]) {
+      qu_format_copy(roles.records[axis.kind].format, *axis.output);
+    } else {
+      all_there = false;
+    }
   }
+  return all_there;
+}
 
+bool qd_coordinates_formats(int flag, const char* directory, const char* file, qd_format_record* x,
+                            qd_format_record* y, qd_format_record* z) {
+  for (qd_format_record* output : {x, y, z}) {
+    if (output != nullptr) qu_format_copy(flag == 1 ? units.distance : float_default, *output);
+  }
   path_text path;
   qd_file_record file_record;
   if (std::strcmp(directory, no_name) == 0 || std::strcmp(file, no_name) == 0 ||
@@ -139,16 +144,7 @@ bool qd_coordinates_formats(int flag, const char* directory, const char* file, q
   }
   role_records roles;
   roles.walk(path);
-  bool all_there = true;
-  for (const auto& axis : axes) {
-    if (axis.output == nullptr || (axis.kind == KIND_Z && file_record.dimension != 3)) continue;
-    if (roles.is_there[axis.kind]) {
-      qu_format_copy(roles.records[axis.kind].format, *axis.output);
-    } else {
-      all_there = false;
-    }
-  }
-  return all_there;
+  return qd_coordinates_formats(roles, file_record.dimension, x, y, z);
 }
 
 }  // namespace qrd

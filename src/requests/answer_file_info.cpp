@@ -84,16 +84,14 @@ bool write_grid(const qd_grid_record& grid, const unit_divisors& unit) {
 class role_names {
  public:
   // The client tells by the organisation which names follow: it must be the one that is sent.
-  role_names(std::int64_t organisation, const char* link_name)
-      : has_cores_(client_is(cores_client) && organisation == ORG_LINES_CORES),
+  role_names(const role_records& roles, std::int64_t organisation, const char* link_name)
+      : roles_(roles),
+        has_cores_(client_is(cores_client) && organisation == ORG_LINES_CORES),
         knows_line_name_(client_is(line_name_client)),
         has_line_name_(organisation == ORG_POINTS && link_name[0] != '\0') {}
 
-  // Yes, or what qd_special_var_names tells of a name that the answer needs: none is no failure.
-  found find() {
-    const found otherwise = qd_special_var_names(current_context.directory, current_context.file, names_);
-    return otherwise == found::no || has_all() ? found::yes : otherwise;
-  }
+  // Yes, or what it means that a name is missing which the answer needs: none is no failure.
+  found find() const { return roles_.otherwise == found::no || has_all() ? found::yes : roles_.otherwise; }
 
   bool write() const {
     for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
@@ -106,21 +104,22 @@ class role_names {
   }
 
  private:
+  bool has(int kind) const { return roles_.is_there[kind] && roles_.records[kind].name[0] != '\0'; }
   bool has_all() const {
     for (int kind : {KIND_SAMPLE_NUMBER, KIND_LINE_NUMBER, KIND_RELATIVE_NUMBER, KIND_X, KIND_Y, KIND_Z}) {
-      if (names_[kind][0] == '\0') return false;
+      if (!has(kind)) return false;
     }
     for (int kind = KIND_X_BEGIN; has_cores_ && kind <= KIND_Z_END; ++kind) {
-      if (names_[kind][0] == '\0') return false;
+      if (!has(kind)) return false;
     }
-    return !knows_line_name_ || !has_line_name_ || names_[KIND_LINE_NAME][0] != '\0';
+    return !knows_line_name_ || !has_line_name_ || has(KIND_LINE_NAME);
   }
-  const char* name(int kind) const { return names_[kind][0] == '\0' ? no_name : names_[kind]; }
+  const char* name(int kind) const { return has(kind) ? roles_.records[kind].name : no_name; }
 
+  const role_records& roles_;
   bool has_cores_;
   bool knows_line_name_;
   bool has_line_name_;
-  name_text names_[kind_count];
 };
 
 }  // namespace
@@ -129,17 +128,17 @@ request_status server_answer_file_info(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   qd_file_info info;
-  qd_grid_record grid;
-  if (!qd_info_file(context.directory, context.file, info, &grid)) return refuse("Cannot get file info");
+  path_text path;
+  qd_file_record file;
+  if (!qd_info_file(context.directory, context.file, info, path, file)) return refuse("Cannot get file info");
+  const qd_grid_record grid = file.organisation == ORG_GRID ? file.grid : qd_grid_record();
   polygon_info polygons;
   const bool has_polygons =
       qd_polygon_info(context.directory, context.file, nullptr, false, polygons) == geometry::read;
-  path_text path;
-  if (!qd_file_path(context.directory, context.file, path)) return refuse("Cannot get physical file path");
-  qd_file_record file;
-  if (qd_file_descriptor_read(path, file) != object_state::sound) return refuse("Cannot get file descriptor");
+  role_records roles;
+  roles.walk(path);
   unit_divisors unit;
-  if (!find_client_units(unit)) return not_served;
+  if (!find_client_units(roles, file.dimension, unit)) return not_served;
   const std::int32_t organisation = wire_organisation_of(info.organisation);
   if (organisation < 0) {
     return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
@@ -148,7 +147,7 @@ request_status server_answer_file_info(const char* /*request*/) {
   const bool has_faults =
       qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == geometry::read;
   if (!has_faults) faults = fault_info();
-  role_names names(info.organisation, file.link_name);
+  const role_names names(roles, info.organisation, file.link_name);
   const found told = names.find();
   if (told == found::unreadable && qd_two_files_available()) return refuse("Cannot get file info");
   if (told != found::yes) {

@@ -59,7 +59,10 @@ request_status modify_lengths(double qd_grid_record::*x, double qd_grid_record::
   unit_divisors unit;
   grid_target target;
   if (!read_arguments(values[0], values[1], values[2])) return not_served;
-  if (!find_grid(target) || !find_client_units(unit)) return not_served;
+  if (!find_grid(target)) return not_served;
+  role_records roles;
+  if (current_context.unit_mode != 0) roles.walk(target.path);
+  if (!find_client_units(roles, target.record.dimension, unit)) return not_served;
 
   server_debug(1, "Modifying Grid File: \"%s\".", current_context.file);
   target.record.grid.*x = values[0] * unit.x;

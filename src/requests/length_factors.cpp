@@ -1,6 +1,5 @@
 #include "requests/length_factors.h"
 
-#include "catalogue/qd_info.h"
 #include "requests/context.h"
 #include "wire/answer.h"
 
@@ -12,10 +11,9 @@ unit_divisors client_units(const qd_format_record& x, const qd_format_record& y,
   return {qu_format_factor(x), qu_format_factor(y), qu_format_factor(z)};
 }
 
-bool find_client_units(unit_divisors& unit) {
-  qd_format_record x, y, z;
-  if (current_context.unit_mode != 0 &&
-      !qd_coordinates_formats(1, current_context.directory, current_context.file, &x, &y, &z))
+bool find_client_units(const role_records& roles, std::int64_t dimension, unit_divisors& unit) {
+  qd_format_record x = units.distance, y = units.distance, z = units.distance;
+  if (current_context.unit_mode != 0 && !qd_coordinates_formats(roles, dimension, &x, &y, &z))
     return refuse("Cannot get coords formats");
   unit = client_units(x, y, z);
   return true;
