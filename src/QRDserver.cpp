@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -117,7 +118,11 @@ int main(int argument_count, char** arguments) {
   if (is_inetd) inherited = take_inherited_connection();
   // A service's log shows each line when it is written.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  struct sigaction starters {};
+  sigaction(SIGINT, nullptr, &starters);
   install_signal_handlers();
+  // Who keeps Ctrl-C from the session has something to put in order through it first.
+  if (is_inetd && starters.sa_handler == SIG_IGN) std::signal(SIGINT, SIG_IGN);
   _qrd_trace_init();
   announce(arguments[0], !is_inetd);
 

@@ -153,6 +153,22 @@ TEST(inherited, anything_but_a_connection_is_refused) {
   }
 }
 
+// The client on the terminal gets the signal too, and asks its session to undo what it has begun.
+TEST(inherited, an_interrupt_that_the_starter_ignores_is_ignored) {
+  const std::string arch = bytes().text("CARCH").i32(1).str();
+  socket_pair pair;
+  server_process server({.arguments = {"-c", std::string("trap '' INT; exec ") + server_program + " -inetd"},
+                         .controlled = false,
+                         .program = "/bin/sh",
+                         .streams = {pair.far, -1, -1}});
+  raw_connection client = pair.take_near();
+  client.exchange(arch, 16);
+  server.send_signal(SIGINT);
+  std::this_thread::sleep_for(50ms);
+  EXPECT_EQ(client.exchange(arch, 16), bytes().text("SARCH").i32(1).str());
+  EXPECT_EQ(server.stop(), 1);
+}
+
 TEST(inherited, goes_with_no_other_way_to_get_clients) {
   for (const std::vector<std::string>& other :
        {std::vector<std::string>{"-multi"}, {"-fork"}, {"-port", "6001"}, {"-control", "6001"}}) {
