@@ -67,7 +67,7 @@ file_stream open_descriptor(const char* study, study_record* record) {
     const int reason = errno;
     // A link that leads nowhere is there, and never opens.
     struct stat status;
-    errno = lstat(path, &status) == 0 ? ELOOP : reason;
+    errno = lstat(path, &status) == 0 && S_ISLNK(status.st_mode) ? ELOOP : reason;
     return file;
   }
   errno = EEXIST;
