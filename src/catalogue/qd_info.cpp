@@ -39,11 +39,15 @@ void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& vari
   qu_format_copy(variable.format, info.format);
 }
 
-bool qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+void qd_describe_file(const qd_file_record& record, qd_file_info& info) {
   info.organisation = record.organisation;
   info.dimension = record.dimension;
   info.sample_count = record.sample_count;
   info.line_count = record.line_count;
+}
+
+bool qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info) {
+  qd_describe_file(record, info);
   return !is_lines(record.organisation) || qd_line_table_ends_hold(file_path, record);
 }
 

@@ -45,6 +45,8 @@ bool qd_coordinates_formats(int flag, const char* directory, const char* file, q
 bool qd_coordinates_formats(const role_records& roles, std::int64_t dimension, qd_format_record* x,
                             qd_format_record* y, qd_format_record* z);
 
+// What the record tells of the file, without a look at its line table.
+void qd_describe_file(const qd_file_record& record, qd_file_info& info);
 // False if the file has just gone or changed, and after a report if its line table is damaged.
 [[nodiscard]] bool qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info);
 // All of an answer but `system`, which the queries tell in their own ways.

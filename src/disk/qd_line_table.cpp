@@ -7,12 +7,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 #include "disk/qd_descriptor.h"
 #include "disk/qd_file_descriptor.h"
+#include "util/qu_big_endian.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
@@ -60,15 +63,71 @@ bool read_table(const char* path, const qd_file_record& record, std::vector<std:
   return false;
 }
 
-bool ends_hold(const char* path, const qd_file_record& record) {
-  file_stream stream(qu_file_open_n(path, read_binary));
-  if (!stream || !holds_table(stream.get(), record)) return false;
-  xdr_stream xdr(stream.get(), XDR_DECODE);
-  std::int64_t first = 0, last = 0;
-  return xdr && qu_xdr_long(xdr.get(), &first) != 0 && first == 1 &&
-         qu_file_seek(stream.get(), record.line_count * entry_bytes, 0) == 0 &&
-         qu_xdr_long(xdr.get(), &last) != 0 && last - 1 == record.sample_count;
-}
+// A table of which single entries are read.
+class open_table {
+ public:
+  open_table(const char* path, const qd_file_record& record)
+      : stream_(qu_file_open_n(path, read_binary)), lines_(record.line_count), samples_(record.sample_count) {
+    is_held_ = stream_ && holds_table(stream_.get(), record);
+  }
+
+  bool ends_hold() const {
+    std::int64_t first = 0, last = 0;
+    return is_held_ && read(0, first) && first == 1 && read(lines_, last) && last - 1 == samples_;
+  }
+
+  bool read_line(std::int64_t line, std::int64_t& first, std::int64_t& last) const {
+    std::int64_t bounds[2];
+    if (!read(line - 1, bounds) || bounds[0] < 1 || bounds[1] < bounds[0] || bounds[1] - 1 > samples_)
+      return false;
+    first = bounds[0];
+    last = bounds[1] - 1;
+    return true;
+  }
+
+  bool read_around(std::int64_t first, std::int64_t last, line_table_part& part) const {
+    // Entry `part.begin` is not beyond the first sample, entry `behind` is.
+    std::int64_t behind = lines_;
+    part.begin = 0;
+    while (behind - part.begin > 1) {
+      const std::int64_t middle = part.begin + (behind - part.begin) / 2;
+      std::int64_t entry = 0;
+      if (!read(middle, entry)) return false;
+      (entry <= first ? part.begin : behind) = middle;
+    }
+    constexpr std::int64_t most_at_once = 4096;
+    std::int64_t at_once = 2;
+    part.offsets.clear();
+    for (std::int64_t next = part.begin; part.offsets.empty() || part.offsets.back() <= last;) {
+      const std::int64_t count = std::min(at_once, lines_ + 1 - next);
+      if (count <= 0) return false;
+      const std::size_t size = part.offsets.size();
+      part.offsets.resize(size + static_cast<std::size_t>(count));
+      if (!read(next, std::span(part.offsets).subspan(size))) return false;
+      next += count;
+      at_once = most_at_once;
+    }
+    return std::is_sorted(part.offsets.begin(), part.offsets.end()) && part.offsets[0] <= first &&
+           first < part.offsets[1] && part.offsets.back() - 1 <= samples_;
+  }
+
+ private:
+  // Entries in a row.
+  bool read(std::int64_t from, std::span<std::int64_t> entries) const {
+    const auto bytes = static_cast<ssize_t>(entries.size_bytes());
+    if (pread(fileno(stream_.get()), entries.data(), entries.size_bytes(), from * entry_bytes) != bytes)
+      return false;
+    qu_big_endian_block<std::uint64_t>(entries.data(), static_cast<std::int64_t>(entries.size()));
+    return true;
+  }
+  bool read(std::int64_t place, std::int64_t& entry) const {
+    return read(place, std::span<std::int64_t>(&entry, 1));
+  }
+
+  file_stream stream_;
+  std::int64_t lines_, samples_;
+  bool is_held_ = false;
+};
 
 // True if the descriptor of a file is no longer the one that a record was read from.
 bool has_changed(const char* file_path, const qd_file_record& record) {
@@ -85,6 +144,15 @@ bool report_corrupted(const char* file_path, const qd_file_record& record, const
   return false;
 }
 
+// What `use` finds in the open table, once its ends hold.
+template <typename Use>
+bool with_table(const char* file_path, const qd_file_record& record, const Use& use) {
+  path_text path;
+  line_table_path(file_path, path);
+  const open_table table(path, record);
+  return (table.ends_hold() && use(table)) || report_corrupted(file_path, record, path);
+}
+
 }  // namespace
 
 bool qd_line_table_read(const char* file_path, const qd_file_record& record,
@@ -95,9 +163,19 @@ bool qd_line_table_read(const char* file_path, const qd_file_record& record,
 }
 
 bool qd_line_table_ends_hold(const char* file_path, const qd_file_record& record) {
-  path_text path;
-  line_table_path(file_path, path);
-  return ends_hold(path, record) || report_corrupted(file_path, record, path);
+  return with_table(file_path, record, [](const open_table&) { return true; });
+}
+
+bool qd_line_table_read_around(const char* file_path, const qd_file_record& record, std::int64_t first,
+                               std::int64_t last, line_table_part& part) {
+  return with_table(file_path, record,
+                    [&](const open_table& table) { return table.read_around(first, last, part); });
+}
+
+bool qd_line_table_read_line(const char* file_path, const qd_file_record& record, std::int64_t line,
+                             std::int64_t& first, std::int64_t& last) {
+  return with_table(file_path, record,
+                    [&](const open_table& table) { return table.read_line(line, first, last); });
 }
 
 bool qd_line_table_create(const char* file_path) {

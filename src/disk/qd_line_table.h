@@ -18,6 +18,21 @@ inline constexpr char line_file_name[] = "LINE";
                                       std::vector<std::int64_t>& offsets);
 // The same of its length, its first and its last entry alone, which takes no longer for a long table.
 bool qd_line_table_ends_hold(const char* file_path, const qd_file_record& record);
+
+// A part of the table: its entry i is the entry begin + i of the whole.
+struct line_table_part {
+  std::int64_t begin = 0;
+  std::vector<std::int64_t> offsets;
+};
+// The entries that bound the lines of the samples first to last, found without a look at the others. False as
+// above; of the rest of the table only the ends are checked. REQUIRES: samples of the record's file.
+[[nodiscard]] bool qd_line_table_read_around(const char* file_path, const qd_file_record& record,
+                                             std::int64_t first, std::int64_t last, line_table_part& part);
+// The samples of one line, which may have none: then last is first - 1. False as above. REQUIRES: a line of
+// the record's file, from 1.
+[[nodiscard]] bool qd_line_table_read_line(const char* file_path, const qd_file_record& record,
+                                           std::int64_t line, std::int64_t& first, std::int64_t& last);
+
 // Makes a table with the single entry 1. False if it can't be written.
 [[nodiscard]] bool qd_line_table_create(const char* file_path);
 // True if the table is there and as long as the record tells.

@@ -58,12 +58,10 @@ request_status read_line() {
   if (line < 1) return refuse("Wrong line index");
   data_request data(data_request::reading);
   if (!data.find_lines_file()) return not_served;
-  std::vector<std::int64_t> lengths;
-  if (!data.measure_lines(lengths)) return not_served;
-  const auto line_count = static_cast<std::int64_t>(lengths.size());
-  if (line > line_count)
-    return refuse("Wrong line index (%d) where file only contains %" PRId64 " lines", line, line_count);
-  data.set_line(lengths, line);
+  if (line > data.file.line_count)
+    return refuse("Wrong line index (%d) where file only contains %" PRId64 " lines", line,
+                  data.file.line_count);
+  if (!data.set_line(line)) return not_served;
 
   checked_array<unsigned char> stored;
   if (!data.open()) return not_served;

@@ -88,10 +88,8 @@ request_status server_answer_write_line_float_var(const char* /*request*/) {
 
   data_request data(data_request::writing);
   if (!data.find_lines_file()) return not_served;
-  std::vector<std::int64_t> lengths;
-  if (!data.measure_lines(lengths)) return not_served;
-  if (line > static_cast<std::int64_t>(lengths.size())) return refuse("Wrong line index");
-  data.set_line(lengths, line);
+  if (line > data.file.line_count) return refuse("Wrong line index");
+  if (!data.set_line(line)) return not_served;
   if (data.count() != count)
     return refuse("Wrong number of sample (%" PRId64 ") where line %" PRId64 " has %" PRId64 " samples",
                   count, line, data.count());

@@ -2,10 +2,11 @@
 
 #include <cinttypes>
 #include <limits>
-#include <numeric>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_lines.h"
+#include "catalogue/qd_walk.h"
+#include "disk/qd_handles.h"
+#include "disk/qd_line_table.h"
 #include "disk/qd_macro_table.h"
 #include "edit/qd_append.h"
 #include "requests/context.h"
@@ -27,6 +28,7 @@ std::int64_t limited_product(std::int64_t a, std::int64_t b) {
 
 namespace {
 
+constexpr char no_file_information[] = "Error while getting file information";
 constexpr char no_memory[] = "Memory allocation failed%s (%" PRId64 " bytes)";
 
 }  // namespace
@@ -86,24 +88,20 @@ bool data_request::check_range() {
 }
 
 bool data_request::find_lines_file() {
-  if (!is_set(current_context.variable)) return refuse("Variable is not set");
-  if (!is_set(current_context.file)) return refuse("File is not set");
-  if (!qd_info_file(current_context.directory, current_context.file, file, nullptr))
-    return refuse("Error while getting file information");
+  const server_context& context = current_context;
+  if (!is_set(context.variable)) return refuse("Variable is not set");
+  if (!is_set(context.file)) return refuse("File is not set");
+  if (!qd_two_files_available() ||
+      qd_find_file(context.directory, context.file, place_.file_path, lines_) != found::yes)
+    return refuse("%s", no_file_information);
+  qd_describe_file(lines_, file);
   if (!is_lines(file.organisation)) return refuse("Current file is not a lines file");
   return true;
 }
 
-bool data_request::measure_lines(std::vector<std::int64_t>& lengths) const {
-  const found measured = qd_samples_per_line(current_context.directory, current_context.file, lengths);
-  // Clients get no answer when too many files are open.
-  if (measured == found::unclear) return false;
-  return measured == found::yes || refuse("Error while getting file information");
-}
-
-void data_request::set_line(const std::vector<std::int64_t>& lengths, std::int64_t line) {
-  first = std::accumulate(lengths.begin(), lengths.begin() + (line - 1), std::int64_t{1});
-  last = first + lengths[static_cast<std::size_t>(line - 1)] - 1;
+bool data_request::set_line(std::int64_t line) {
+  return qd_line_table_read_line(place_.file_path, lines_, line, first, last) ||
+         refuse("%s", no_file_information);
 }
 
 bool data_request::find_selection(int entries) {

@@ -37,10 +37,8 @@ class data_request {
 
   // The lines file of the current variable.
   bool find_lines_file();
-  // The lengths of its lines. False without a refusal when too many files are open: clients know that.
-  bool measure_lines(std::vector<std::int64_t>& lengths) const;
-  // The line's range from the lengths of all lines. REQUIRES: line from 1 to the number of lines.
-  void set_line(const std::vector<std::int64_t>& lengths, std::int64_t line);
+  // The range of a line. False after a refusal. REQUIRES: line from 1 to file.line_count.
+  bool set_line(std::int64_t line);
 
   // How many samples of the range the current selection selects; negative if that can't be told.
   std::optional<std::int64_t> count_selected();
@@ -76,6 +74,7 @@ class data_request {
   direction way_;
   bool variable_found_ = false;
   qd_variable_place place_;
+  qd_file_record lines_;  // of a lines file
   bool keeps_selection_ = false;
   // Released in the reverse order: first the io record.
   selected_variable selection_;

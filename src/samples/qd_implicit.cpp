@@ -12,14 +12,15 @@ namespace qrd {
 
 namespace {
 
-// Line j holds the samples offsets[j - 1] to offsets[j] - 1.
-void line_values(const std::vector<std::int64_t>& offsets, int kind, std::int64_t first, std::int64_t last,
+// Line j holds the samples from entry j - 1 of the line table to the one before entry j.
+void line_values(const line_table_part& lines, int kind, std::int64_t first, std::int64_t last,
                  double* values) {
+  const std::vector<std::int64_t>& offsets = lines.offsets;
   const auto behind = std::upper_bound(offsets.begin() + 1, offsets.end() - 1, first);
   auto j = static_cast<std::size_t>(behind - offsets.begin());
   for (std::int64_t i = 0; i <= last - first; ++i) {
     while (j < offsets.size() - 1 && offsets[j] <= first + i) ++j;
-    values[i] = static_cast<double>(kind == KIND_LINE_NUMBER ? static_cast<std::int64_t>(j)
+    values[i] = static_cast<double>(kind == KIND_LINE_NUMBER ? lines.begin + static_cast<std::int64_t>(j)
                                                              : first + i - offsets[j - 1] + 1);
   }
 }
@@ -78,15 +79,15 @@ bool qd_is_computed_kind(int kind) {
   return kind >= KIND_SAMPLE_NUMBER && kind <= KIND_Z;
 }
 
-bool computed_values::open(const qd_selected_entry& entry) {
+bool computed_values::open(const qd_selected_entry& entry, std::int64_t first, std::int64_t last) {
   entry_ = &entry;
   if (!qd_is_computed_kind(entry.kind)) return false;
   if (entry.kind != KIND_RELATIVE_NUMBER && entry.kind != KIND_LINE_NUMBER) return true;
   qd_file_record record;
   // Samples, but no line that could hold them, are no table either.
   return qd_file_descriptor_read(entry.file_path, record) == object_state::sound &&
-         record.sample_count == entry.sample_count && qd_line_table_read(entry.file_path, record, offsets_) &&
-         offsets_.size() >= 2;
+         record.sample_count == entry.sample_count && record.line_count >= 1 &&
+         qd_line_table_read_around(entry.file_path, record, first, last, lines_);
 }
 
 void computed_values::get(std::int64_t first, std::int64_t last, double* values) const {
@@ -96,7 +97,7 @@ void computed_values::get(std::int64_t first, std::int64_t last, double* values)
       return;
     case KIND_RELATIVE_NUMBER:
     case KIND_LINE_NUMBER:
-      return line_values(offsets_, entry_->kind, first, last, values);
+      return line_values(lines_, entry_->kind, first, last, values);
     case KIND_IX:
     case KIND_IY:
     case KIND_IZ:

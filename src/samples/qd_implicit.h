@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
+#include "disk/qd_line_table.h"
 #include "samples/qd_variable_table.h"
 
 namespace qrd {
@@ -14,15 +14,15 @@ bool qd_is_computed_kind(int kind);
 // What the values of a computed variable follow from.
 class computed_values {
  public:
-  // Reads all that is on disk of it. False if another server has deleted or changed the file, if its line
-  // table is damaged, and for a kind without values.
-  bool open(const qd_selected_entry& entry);
-  // The values of the samples first to last, of any number that the file may have. REQUIRES: open.
+  // Reads what is on disk for the samples first to last. False if another server has deleted or changed the
+  // file, if its line table is damaged there, and for a kind without values.
+  bool open(const qd_selected_entry& entry, std::int64_t first, std::int64_t last);
+  // The values of some of these samples. REQUIRES: open.
   void get(std::int64_t first, std::int64_t last, double* values) const;
 
  private:
   const qd_selected_entry* entry_ = nullptr;
-  std::vector<std::int64_t> offsets_;  // of the lines
+  line_table_part lines_;
 };
 
 }  // namespace qrd

@@ -41,7 +41,7 @@ bool sample_reader::open(const range_transfer& range, selection_mode mode) {
   samples_ = range.count();
   const std::int64_t last = first_ + samples_ - 1;
   if (is_computed_) {
-    if (!computed_.open(entry)) return false;
+    if (!computed_.open(entry, first_, last)) return false;
   } else {
     qd_require_numeric(bit_length_);
     if (_qd_file_byte_count(first_, last, bit_length_) > static_cast<std::int64_t>(stored_.size()) ||

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "catalogue/qd_comment.h"
@@ -47,6 +48,50 @@ TEST(lines, a_table_is_read_and_checked) {
   }
   std::filesystem::remove(folder / "LINE");
   EXPECT_FALSE(qd_line_table_read(folder.path().c_str(), record, offsets));
+}
+
+// Every range of a table with empty lines, from the entries around it alone.
+TEST(lines, a_part_of_a_table_is_found_and_checked) {
+  temporary_directory folder;
+  const std::string file = folder.path();
+  const std::vector<std::int64_t> whole = {1, 1, 4, 4, 4, 6, 7, 12, 12};
+  qd_file_record record;
+  record.line_count = 8;
+  record.sample_count = 11;
+  write_file(folder / "LINE", line_table(whole));
+  write_file(folder / "DESCR", "");
+  line_table_part part;
+  for (std::int64_t first = 1; first <= 11; ++first)
+    for (std::int64_t last = first; last <= 11; ++last) {
+      ASSERT_TRUE(qd_line_table_read_around(file.c_str(), record, first, last, part));
+      const auto begin = static_cast<std::size_t>(part.begin);
+      ASSERT_LE(begin + part.offsets.size(), whole.size());
+      EXPECT_TRUE(std::equal(part.offsets.begin(), part.offsets.end(), whole.begin() + part.begin));
+      EXPECT_LE(part.offsets.front(), first);
+      EXPECT_GT(part.offsets[1], first);
+      EXPECT_GT(part.offsets.back(), last);
+    }
+  std::int64_t first = 0, last = 0;
+  for (std::int64_t line = 1; line <= 8; ++line) {
+    ASSERT_TRUE(qd_line_table_read_line(file.c_str(), record, line, first, last));
+    EXPECT_EQ(first, whole[static_cast<std::size_t>(line - 1)]);
+    EXPECT_EQ(last, whole[static_cast<std::size_t>(line)] - 1);
+  }
+
+  // Damage where it is read is seen: another order, a sample that the file doesn't have, other ends.
+  const auto is_refused = [&](const std::vector<std::int64_t>& entries, std::int64_t line) {
+    write_file(folder / "LINE", line_table(entries));
+    return !qd_line_table_read_line(file.c_str(), record, line, first, last);
+  };
+  EXPECT_TRUE(is_refused({1, 1, 4, 3, 4, 6, 7, 12, 12}, 3));
+  EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 13, 12, 12}, 6));
+  EXPECT_TRUE(is_refused({1, -5, 4, 4, 4, 6, 7, 12, 12}, 2));
+  EXPECT_TRUE(is_refused({2, 2, 4, 4, 4, 6, 7, 12, 12}, 5));
+  EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 7, 12, 11}, 5));
+  EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 7, 12}, 5));
+  write_file(folder / "LINE", line_table({1, 1, 4, 4, 9, 6, 7, 12, 12}));
+  EXPECT_FALSE(qd_line_table_read_around(file.c_str(), record, 5, 9, part));
+  EXPECT_TRUE(qd_line_table_read_around(file.c_str(), record, 10, 11, part));
 }
 
 TEST(lines, lengths_need_a_lines_file_with_its_table) {
