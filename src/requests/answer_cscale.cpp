@@ -1,5 +1,6 @@
 // CSCALST, CSCAXIST, CSCANEW, CSCAREAD, CSCADEL.
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -202,7 +203,12 @@ request_status server_answer_cscale_new(const char* /*request*/) {
   constexpr char write_failure[] = "An error occured during Color Scale %s Writing.";
   request_text name;
   scale_description sent;
-  if (!read_arguments(name) || !read_head(sent) || !read_arrays(sent)) return not_served;
+  if (!read_arguments(name) || !read_head(sent)) return not_served;
+  try {
+    if (!read_arrays(sent)) return not_served;
+  } catch (const std::bad_alloc&) {
+    return clean_and_refuse(write_failure, name.c_str());
+  }
   if (!resources_available(resources::scales)) return not_served;
   if (sent.scale_type != SCALE_AUTOMATIC && sent.class_count <= 0)
     return refuse("Number of Classes cannot be negative or null for non-automatic color scales");

@@ -23,6 +23,8 @@ constexpr request_status (*handlers[])(const char* request) = {
 #undef REQUEST
 };
 
+constexpr char no_memory[] = "Memory allocation failed";
+
 request_status serve(std::size_t place) {
   const request_row& row = request_table[place];
   answer_by(row);
@@ -31,10 +33,11 @@ request_status serve(std::size_t place) {
   request_status status = not_served;
   try {
     status = handlers[place](row.name);
+  } catch (const text_without_memory&) {
+    status = clean_and_refuse("%s", no_memory);
   } catch (const std::bad_alloc&) {
-    // Some small thing found no memory; what it was is lost, the process and its client are not. What is left
-    // of the packet must not be read as the next request.
-    status = clean_and_refuse("Memory allocation failed");
+    // Some small thing found no memory; what it was is lost, the process and its client are not.
+    status = refuse("%s", no_memory);
   }
   if (tracing.level >= 1) _qrd_trace_exit("%d", static_cast<int>(status));
   if (status != not_served) return status;

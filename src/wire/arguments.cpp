@@ -46,7 +46,7 @@ bool request_texts::read() {
                auto* self = static_cast<request_texts*>(context);
                if (i == self->room_ && !self->grow(std::min(2 * self->room_, self->count_))) {
                  _qrd_error("_qrd_read_string(): Cannot allocate memory");
-                 throw std::bad_alloc();
+                 throw text_without_memory();
                }
                return _qrd_read_string(connection.client_socket, self->texts_ + i, unlimited_text);
              },

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "util/qu_big_endian.h"
 #include "wire/buffer.h"
@@ -32,7 +31,7 @@ char* read_growing(socket_handle socket, std::uint32_t length) {
     if (grown == nullptr) {
       std::free(text);
       _qrd_error("_qrd_read_string(): Cannot allocate memory");
-      throw std::bad_alloc();
+      throw text_without_memory();
     }
     text = grown;
     std::uint64_t wanted = std::min<std::uint64_t>(room, length) - done;

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 
 #include "wire/connection.h"
 
@@ -23,7 +24,9 @@ inline constexpr std::uint32_t unlimited_text = 4294967295U;
 int _qrd_read_int(socket_handle socket, std::int32_t* value);
 int _qrd_read_long(socket_handle socket, std::int64_t* value);
 int _qrd_read_double(socket_handle socket, double* value);
-// A null destination is allocated with malloc, and bad_alloc thrown without memory; any other holds at least
+// What a text that has no memory ends in: behind it stands the rest of a packet that nobody has read.
+struct text_without_memory : std::bad_alloc {};
+// A null destination is allocated with malloc, which may end in text_without_memory; any other holds at least
 // `limit` bytes. A length of -1 leaves the destination as it is.
 int _qrd_read_string(socket_handle socket, char** text, std::uint32_t limit);
 
