@@ -1,5 +1,3 @@
-#include "wire/trace.h"
-
 // The server process: its start, its main loop and its end.
 #include <fcntl.h>
 #include <unistd.h>
@@ -8,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "requests/dispatch.h"
@@ -26,6 +25,7 @@
 #include "wire/send_or_receive.h"
 #include "wire/sessions.h"
 #include "wire/signals.h"
+#include "wire/trace.h"
 
 namespace {
 
@@ -109,9 +109,7 @@ int serve_as(const server_options& options) {
   return status;
 }
 
-}  // namespace
-
-int main(int argument_count, char** arguments) {
+int run(int argument_count, char** arguments) {
   open_standard_streams();
   const bool is_inetd = is_started_with_connection(argument_count, arguments);
   inherited_connection inherited;
@@ -140,4 +138,17 @@ int main(int argument_count, char** arguments) {
   const int status = serve_as(options);
   server_close();
   return end_requested() ? 1 : status;
+}
+
+}  // namespace
+
+// What finds no memory outside of a request, at the start or between two of them, ends the process as an
+// error.
+int main(int argument_count, char** arguments) {
+  try {
+    return run(argument_count, arguments);
+  } catch (const std::bad_alloc&) {
+    std::fputs("QRDserver ERROR: There is not enough memory\n", stderr);
+    return 1;
+  }
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -99,14 +100,18 @@ void serve_one_port(const server_options& options) {
         {descriptors[0], POLLIN, 0}, {descriptors[1], POLLIN, 0}, {descriptors[2], POLLIN, 0}};
     const bool is_end = end_requested();
     const int ready = poll(waiting, 3, is_end ? 0 : is_told ? -1 : look_time);
-    ends.take();
-    if (ready > 0 && waiting[0].revents != 0) {
-      open_socket client;
-      *client.address() = accept_for_other(connection.listen_socket);
-      if (client.get() == no_socket) break;
-      give_session(arguments.data(), client.get());
-    } else if (is_end) {
-      break;
+    try {
+      ends.take();
+      if (ready > 0 && waiting[0].revents != 0) {
+        open_socket client;
+        *client.address() = accept_for_other(connection.listen_socket);
+        if (client.get() == no_socket) break;
+        give_session(arguments.data(), client.get());
+      } else if (is_end) {
+        break;
+      }
+    } catch (const std::bad_alloc&) {
+      poll(nullptr, 0, short_rest);
     }
   }
   _qrd_close_socket(&connection.listen_socket);
