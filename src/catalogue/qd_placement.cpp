@@ -15,6 +15,7 @@
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_leftovers.h"
+#include "util/qu_memory.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
@@ -76,7 +77,7 @@ prepared_object::prepared_object(const char* parent) : parent_(parent) {
 }
 
 prepared_object::~prepared_object() {
-  if (lock_) qu_file_delete_tree(path_, true);
+  if (lock_) qu_tidy([this] { qu_file_delete_tree(path_, true); });
 }
 
 placement prepared_object::place(const numbering& level) {

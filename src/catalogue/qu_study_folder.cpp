@@ -26,6 +26,7 @@
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_leftovers.h"
+#include "util/qu_memory.h"
 #include "util/qu_rename.h"
 #include "util/qu_string.h"
 #include "util/qu_working_name.h"
@@ -150,7 +151,7 @@ study_in_the_making::~study_in_the_making() {
   if (!lock_) return;
   // Whole as it is, and marked, it stays where it can't be taken back from: the next creation takes it over.
   if (path_ != working_path_ && qu_take_name(path_, working_path_) != 0) return;
-  qu_tree_remove(working_path_.c_str(), true, mark_name);
+  qu_tidy([this] { qu_tree_remove(working_path_.c_str(), true, mark_name); });
 }
 
 bool study_in_the_making::place() {

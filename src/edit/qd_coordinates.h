@@ -10,6 +10,7 @@
 #include "edit/qd_file_content.h"
 #include "samples/qd_io.h"
 #include "samples/qd_variable_table.h"
+#include "util/qu_memory.h"
 
 namespace qrd {
 
@@ -21,7 +22,9 @@ class prepared_coordinates {
   prepared_coordinates() = default;
   prepared_coordinates(const prepared_coordinates&) = delete;
   prepared_coordinates& operator=(const prepared_coordinates&) = delete;
-  ~prepared_coordinates() { settle(); }
+  ~prepared_coordinates() {
+    qu_tidy([this] { settle(); });
+  }
 
   // Creates those of the tables, for the axes of a file, that are missing there. Null, or the name that can't
   // be created. REQUIRES: the file is locked until the end of this object.

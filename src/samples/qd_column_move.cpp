@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <new>
 #include <system_error>
 #include <utility>
 
@@ -314,11 +313,7 @@ column_move::~column_move() {
     if (!begun_) unlink(file.fresh_path.c_str());
   }
   bool settled = !begun_;
-  try {
-    settled = settled || settle(file_path_, journal_);
-  } catch (const std::bad_alloc&) {
-    // The journal stays.
-  }
+  qu_tidy([&] { settled = settled || settle(file_path_, journal_); });
   if (!settled)
     qu_message("Cannot undo the growth of \"%s\": the next one who opens it has to\n%s", file_path_.c_str(),
                qu_strerror(1));
@@ -378,11 +373,7 @@ void column_move::commit() noexcept {
     entry->stream = std::exchange(file.stream, nullptr);
     entry->sample_count = journal_.samples;
   }
-  try {
-    if (begun_) finish(file_path_, journal_);
-  } catch (const std::bad_alloc&) {
-    // The journal stays.
-  }
+  if (begun_) qu_tidy([this] { finish(file_path_, journal_); });
   begun_ = false;
   files_.clear();
 }

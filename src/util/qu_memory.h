@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <utility>
 
 namespace qrd {
@@ -76,5 +77,16 @@ class checked_array {
   T* data_ = nullptr;
   std::int64_t count_ = 0;
 };
+
+// Puts something in order at the end of its life, where no exception may pass: without memory it stays as it
+// is.
+template <typename Tidy>
+void qu_tidy(const Tidy& tidy) noexcept {
+  try {
+    tidy();
+  } catch (const std::bad_alloc&) {
+    // Whoever comes next finds it as a killed process would have left it.
+  }
+}
 
 }  // namespace qrd
