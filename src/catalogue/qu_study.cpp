@@ -1,7 +1,6 @@
 // Making a study and opening it.
 #include "catalogue/qu_study.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -211,21 +210,15 @@ bool test_write_protection() {
   qu_fatal(" File System Incorrect: Impossible to delete a file...");
 }
 
-// Looked for in the study as it was opened: one that is taken away and put back meanwhile lacks nothing.
+// A study that another server takes away and puts back can be missing at one look and be there at the next:
+// something is missing in it only if that is seen so often.
+constexpr int looks_for_missing = 10;
+
 bool require_folder(const char* path) {
-  const int study = open(store.study_path, O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (study < 0 && qu_is_gone(errno)) return false;
-  struct stat folder, opened, now;
-  const char* name = path + qu_folder_of(path).size();
-  const bool is_there = study < 0 ? qu_file_isdirectory(path) != 0
-                                  : fstatat(study, name, &folder, 0) == 0 && S_ISDIR(folder.st_mode);
-  // What is deleted has left its place before.
-  const bool is_on_its_way_out =
-      study >= 0 && fstat(study, &opened) == 0 &&
-      (stat(store.study_path, &now) == 0 ? !qu_same_file(opened, now) : qu_is_gone(errno));
-  if (study >= 0) close(study);
-  if (is_there) return true;
-  if (is_on_its_way_out) return false;
+  for (int look = 0; look < looks_for_missing; ++look) {
+    if (qu_file_isdirectory(path) != 0) return true;
+    if (is_study_gone()) return false;
+  }
   qu_fatal("%s directory not found.", path);
 }
 
@@ -233,9 +226,7 @@ enum class folder_state { there, made, gone, failed };
 
 // Empty, or the one that waits for this place. What another server has made at this moment is there.
 folder_state make_folder(const char* path, const std::string& waiting = "") {
-  // What is in the way at one look can have gone at the next.
-  constexpr int looks = 10;
-  for (int look = 0; look < looks; ++look) {
+  for (int look = 0; look < looks_for_missing; ++look) {
     if (qu_file_isdirectory(path) != 0) return folder_state::there;
     if ((waiting.empty() ? mkdir(path, 0777) : qu_take_name(waiting, path)) == 0) return folder_state::made;
     if (qu_is_gone(errno)) return folder_state::gone;
@@ -272,10 +263,9 @@ bool migrate_anamorphosis_folder() {
     return true;
   }
   if (qu_take_name(old_path, new_path) == 0 || errno == EEXIST) return true;
-  // Another server, or one that knows nothing of the lock, was quicker. If it has taken the study, the making
-  // of the next folder tells.
+  // Another server, or one that knows nothing of the lock, was quicker.
   if (!qu_is_gone(errno)) qu_fatal("IMPOSSIBLE TO RENAME MHISTO TO ANAM");
-  return true;
+  return !is_study_gone();
 }
 
 bool make_param_folders() {
@@ -335,16 +325,14 @@ study_opening make_study_folders(const char* wanted, const folder_lock& lock) {
 // Makes all that the chosen study has to have.
 study_opening prepare_study(const char* wanted) {
   study_record record;
-  switch (qu_study_descriptor_read(true, store.study_name, store.study_path, &record)) {
-    case study_fitness::usable:
-      break;
-    case study_fitness::gone:
-      return study_opening::gone;
-    case study_fitness::other_version:
-      return study_opening::other_version;
-    case study_fitness::unreadable:
-      qu_fatal("Study Descriptor not found...");
+  study_fitness fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
+  for (int look = 1; fitness == study_fitness::unreadable; ++look) {
+    if (is_study_gone()) return study_opening::gone;
+    if (look == looks_for_missing) qu_fatal("Study Descriptor not found...");
+    fitness = qu_study_descriptor_read(true, store.study_name, store.study_path, &record);
   }
+  if (fitness == study_fitness::gone) return study_opening::gone;
+  if (fitness == study_fitness::other_version) return study_opening::other_version;
   units.kept = record.unit_flag != 0;
   keep_marker(record.study_version);
   if (record.study_version != PROGRAM_VERSION) qu_study_descriptor_write(store.study_path, &record);
