@@ -73,7 +73,8 @@ class open_table {
 
   bool ends_hold() const {
     std::int64_t first = 0, last = 0;
-    return is_held_ && read(0, first) && first == 1 && read(lines_, last) && last - 1 == samples_;
+    return is_held_ && read(0, first) && first == 1 && read(lines_, last) && last >= 1 &&
+           last - 1 == samples_;
   }
 
   bool read_line(std::int64_t line, std::int64_t& first, std::int64_t& last) const {
@@ -107,8 +108,9 @@ class open_table {
       next += count;
       at_once = most_at_once;
     }
-    return std::is_sorted(part.offsets.begin(), part.offsets.end()) && part.offsets[0] <= first &&
-           first < part.offsets[1] && part.offsets.back() - 1 <= samples_;
+    return part.offsets.size() > 1 && std::is_sorted(part.offsets.begin(), part.offsets.end()) &&
+           part.offsets[0] >= 1 && part.offsets[0] <= first && first < part.offsets[1] &&
+           part.offsets.back() - 1 <= samples_;
   }
 
  private:

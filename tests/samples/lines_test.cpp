@@ -89,6 +89,9 @@ TEST(lines, a_part_of_a_table_is_found_and_checked) {
   EXPECT_TRUE(is_refused({2, 2, 4, 4, 4, 6, 7, 12, 12}, 5));
   EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 7, 12, 11}, 5));
   EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 7, 12}, 5));
+  EXPECT_TRUE(is_refused({1, 1, 4, 4, 4, 6, 7, 12, INT64_MIN}, 5));
+  write_file(folder / "LINE", line_table({1, INT64_MIN, 4, 4, 4, 6, 7, 12, 12}));
+  EXPECT_FALSE(qd_line_table_read_around(file.c_str(), record, 2, 3, part));
   write_file(folder / "LINE", line_table({1, 1, 4, 4, 9, 6, 7, 12, 12}));
   EXPECT_FALSE(qd_line_table_read_around(file.c_str(), record, 5, 9, part));
   EXPECT_TRUE(qd_line_table_read_around(file.c_str(), record, 10, 11, part));
