@@ -31,6 +31,11 @@ void print_help(const char* program) {
       " -multi[session]   : Create a new process for each session\n");
 }
 
+// The banner tells what clients know the server by, this the release that is installed.
+void print_version() {
+  std::printf("QRDserver %s, protocol %d\n", QRD_VERSION, protocol_version);
+}
+
 // Values count in their low 16 bits, and trailing characters don't matter: only a text without any
 // number is wrong.
 std::optional<std::uint16_t> read_number(const char* text) {
@@ -137,8 +142,11 @@ std::optional<int> read_options(int argument_count, const char* const* arguments
       connection.multi_session = 1;
     } else if (is("-debug")) {
       server_debug_mode(1);
-    } else if (is("-help")) {
+    } else if (is("-help") || is("--help") || is("-h")) {
       print_help(program);
+      exit_status = exit_done;
+    } else if (is("-version") || is("--version")) {
+      print_version();
       exit_status = exit_done;
     } else if (is("-control")) {
       exit_status = read_control_port(reader, options.control_port);

@@ -11,8 +11,9 @@ using socket_handle = std::int64_t;
 inline constexpr socket_handle no_socket = -1;
 
 inline constexpr std::int32_t protocol_version = 1300030;
-inline constexpr char server_version[] = QRD_VERSION;
-inline constexpr char server_release[] = QRD_RELEASE;
+// What clients and databases know the server by. Nothing of it follows the version of the installed program.
+inline constexpr char server_version[] = "15.03";
+inline constexpr char server_release[] = "2015.3";
 inline constexpr char server_program[] = "QRDserver";
 
 // What carries the conversation with the client.

@@ -21,6 +21,8 @@ const std::string help = usage +
                          " -port port_number : Starts server on the given port.\n"
                          " -multi[session]   : Create a new process for each session\n";
 
+const std::string version = "QRDserver " QRD_VERSION ", protocol 1300030\n";
+
 // No server can listen there, so that a start which gets that far fails without taking a port.
 const std::map<std::string, std::string> no_listening = {{"QRD_LISTEN_ADDRESS", "nowhere"}};
 const std::string start_failed =
@@ -44,7 +46,11 @@ TEST(options, each_has_its_effect) {
       {{"-port", "12x", "-help"}, 0, help, ""},
       {{"-help", "-port", "x"}, 0, help, ""},
       {{"-fork", "-help"}, 0, help, ""},
-      {{"-nothing", "-multisessionX", "-HELP", "-help"}, 0, help, ""},
+      {{"-nothing", "-multisessionX", "-HELP", "--port", "-v", "-help"}, 0, help, ""},
+      {{"--help"}, 0, help, ""},
+      {{"-port", "12", "-h", "-port", "x"}, 0, help, ""},
+      {{"-version"}, 0, version, ""},
+      {{"-multi", "--version", "-help"}, 0, version, ""},
       {{"-control", "x"}, 1, "", "QRDserver ERROR: Control Socket Port (x) should be a number.\n"},
       {{"-client_version", ""}, 1, "", "QRDserver ERROR: Client version () should be a number.\n"},
       {{"-control"}, 1, "", "QRDserver ERROR: Control Socket Port undefined.\n" + start_failed},
