@@ -160,6 +160,18 @@ TEST(protocol_document, tells_the_request_table) {
   if (std::getenv("QRD_WRITE_DOCUMENTS") != nullptr) write_file(path, document);
 }
 
+TEST(protocol_document, tells_what_each_request_does) {
+  const std::string document = read_file(protocol_document);
+  std::size_t at = document.find("| Request | Needs | Does |\n");
+  for (const request_row& row : request_table) {
+    at = document.find("\n| `", at);
+    ASSERT_NE(at, std::string::npos) << row.name;
+    const std::string name = std::string("\n| `") + row.name + "` | ";
+    EXPECT_EQ(document.substr(at, name.size()), name);
+    at += name.size();
+  }
+}
+
 // What the fuzzers ask makes a whole database, and asks for all of it in many ways.
 TEST_F(request_table_rows, hold_for_a_whole_database) {
   const std::string root = root_ / "more";
