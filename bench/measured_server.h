@@ -9,8 +9,8 @@
 
 #include "bench/bare.h"
 #include "bench/study_files.h"
-#include "client/connection.h"
-#include "client/server_process.h"
+#include "qrd/connection.h"
+#include "qrd/server_process.h"
 
 namespace qrd::bench {
 

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <utility>
 
-#include "client/output_file.h"
+#include "command/output_file.h"
 
 namespace qrd::bench {
 
@@ -163,7 +163,7 @@ void report::finish(const std::string& json_path) const {
                     {"options", options_},
                     {"left_out", left_out_},
                     {"rows", rows_}};
-  client::output_file file(json_path, client::existing_file::replaced);
+  command::output_file file(json_path, command::existing_file::replaced);
   std::fprintf(file.stream(), "%s\n", json_text(all).c_str());
   file.finish();
 }

@@ -7,7 +7,7 @@
 
 #include "bench/machine.h"
 #include "bench/timing.h"
-#include "client/command/json.h"
+#include "command/json.h"
 
 namespace qrd::bench {
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "client/wire.h"
+#include "qrd/wire.h"
 
 namespace qrd::bench {
 

@@ -1,5 +1,5 @@
 // Requests that walk and change the tree: studies, directories, files, variables, comments, units.
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 

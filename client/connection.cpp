@@ -1,6 +1,8 @@
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 #include <utility>
+
+#include "client/started_program.h"
 
 namespace qrd::client {
 
@@ -51,9 +53,24 @@ void connection::greet(const options& settings) {
 }
 
 connection::~connection() {
+  leave();
+}
+
+connection& connection::operator=(connection&& other) noexcept {
+  if (this == &other) return *this;
+  leave();
+  wire_ = std::move(other.wire_);
+  version_ = other.version_;
+  server_version_ = other.server_version_;
+  refusals_ = other.refusals_;
+  return *this;
+}
+
+void connection::leave() noexcept {
   if (!wire_.is_open()) return;
   try {
     wire_.set_progress(nullptr);
+    wire_.set_wait(nullptr);
     wire_.set_timeout(goodbye_time);
     bye();
   } catch (const error&) {
@@ -64,7 +81,10 @@ connection::~connection() {
 void connection::expect(std::string_view answer) {
   const std::string name = wire_.read_string(max_answer_name);
   if (name == answer) return;
-  if (name == "SERROR") throw refusal(wire_.read_string(max_error_text));
+  if (name == "SERROR") {
+    ++refusals_;
+    throw refusal(wire_.read_string(max_error_text));
+  }
   wire_.close();
   throw protocol_error("the server answered \"" + name + "\" instead of \"" + std::string(answer) + "\"");
 }
@@ -132,7 +152,10 @@ std::optional<std::uint16_t> connection::new_session() {
   wire_.flush();
   const std::string name = wire_.read_string(max_answer_name);
   if (name == "SNOSESS") return std::nullopt;
-  if (name == "SERROR") throw refusal(wire_.read_string(max_error_text));
+  if (name == "SERROR") {
+    ++refusals_;
+    throw refusal(wire_.read_string(max_error_text));
+  }
   const std::int32_t port = name == "SNEWPORT" ? wire_.read_int() : 0;
   if (port > 0 && port <= 0xffff) return static_cast<std::uint16_t>(port);
   wire_.close();

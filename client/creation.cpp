@@ -1,7 +1,7 @@
 // Requests that make files and variables, and change the geometry of files.
 #include <limits>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 

@@ -1,5 +1,5 @@
 // The long answers that describe the current file and the current variable.
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 

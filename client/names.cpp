@@ -1,13 +1,13 @@
-#include "client/names.h"
+#include "qrd/names.h"
 
 #include <algorithm>
 #include <cctype>
 #include <numeric>
 #include <utility>
 
-#include "client/blanks.h"
-#include "client/error.h"
-#include "client/wire.h"
+#include "qrd/blanks.h"
+#include "qrd/error.h"
+#include "qrd/wire.h"
 
 namespace qrd::client {
 

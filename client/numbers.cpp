@@ -1,4 +1,4 @@
-#include "client/numbers.h"
+#include "qrd/numbers.h"
 
 #include <charconv>
 #include <cmath>

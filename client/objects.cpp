@@ -1,7 +1,7 @@
 // Requests for polygons, wireframes and faults.
-#include "client/objects.h"
+#include "qrd/objects.h"
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 

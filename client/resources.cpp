@@ -1,7 +1,7 @@
 // Requests for palettes, colour scales and vendor data.
-#include "client/resources.h"
+#include "qrd/resources.h"
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 

@@ -1,6 +1,6 @@
 // Requests that read and write samples, choose what masks them, and list or add the columns of a macro
 // variable.
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::client {
 
@@ -58,15 +58,25 @@ void connection::add_macro_indices(std::span<const std::int32_t> numbers,
   call(full, "SDONE");
 }
 
-float_samples connection::read_floats(std::optional<sample_range> range, selection_use use) {
+std::int64_t connection::ask_for_floats(const std::optional<sample_range>& range, selection_use use) {
   packet full = request("CREADVARF");
   if (sends_float_range()) add_range(full, range);
   call(full.add_int(static_cast<std::int32_t>(use)), "SDATAF");
+  return wire_.read_long();
+}
+
+float_samples connection::read_floats(std::optional<sample_range> range, selection_use use) {
   float_samples result;
-  const std::int64_t count = wire_.read_long();
+  const std::int64_t count = ask_for_floats(range, use);
   result.missing = wire_.read_double();
   result.values = wire_.read_doubles(count);
   return result;
+}
+
+std::vector<double> connection::read_numbers(std::optional<sample_range> range, selection_use use) {
+  const std::int64_t count = ask_for_floats(range, use);
+  const double missing = wire_.read_double();
+  return wire_.read_doubles(count, missing);
 }
 
 float_samples connection::read_line(std::int32_t line) {
@@ -96,13 +106,26 @@ text_samples connection::read_texts(std::optional<sample_range> range, selection
   return result;
 }
 
-void connection::write_floats(std::span<const double> values, std::optional<sample_range> range,
-                              selection_use use, double missing) {
+packet connection::head_of_floats(std::size_t count, const std::optional<sample_range>& range,
+                                  selection_use use, double missing) const {
   packet head = request("CWRITVARF");
   if (sends_float_range()) add_range(head, range);
   head.add_int(static_cast<std::int32_t>(use)).add_double(missing);
-  head.add_long(static_cast<std::int64_t>(values.size()));
-  send_values(head, values);
+  head.add_long(static_cast<std::int64_t>(count));
+  return head;
+}
+
+void connection::write_floats(std::span<const double> values, std::optional<sample_range> range,
+                              selection_use use, double missing) {
+  send_values(head_of_floats(values.size(), range, use, missing), values);
+}
+
+void connection::write_numbers(std::span<const double> values, std::optional<sample_range> range,
+                               selection_use use) {
+  wire_.write(head_of_floats(values.size(), range, use, missing_value));
+  wire_.write_doubles(values, missing_value);
+  wire_.flush();
+  expect("SDONE");
 }
 
 void connection::write_line(std::int64_t line, std::span<const double> values, double missing) {

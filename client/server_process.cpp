@@ -1,4 +1,4 @@
-#include "client/server_process.h"
+#include "qrd/server_process.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::client {
 

@@ -1,11 +1,11 @@
-#include "client/units.h"
+#include "qrd/units.h"
 
 #include <algorithm>
 #include <cctype>
 #include <iterator>
 
-#include "client/error.h"
-#include "client/wire.h"
+#include "qrd/error.h"
+#include "qrd/wire.h"
 
 namespace qrd::client {
 

@@ -1,4 +1,4 @@
-#include "client/wire.h"
+#include "qrd/wire.h"
 
 #include <netdb.h>
 #include <netinet/in.h>
@@ -12,12 +12,14 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <utility>
 
-#include "client/error.h"
 #include "client/request_words.h"
+#include "client/started_program.h"
+#include "qrd/error.h"
 
 namespace qrd::client {
 
@@ -30,6 +32,7 @@ constexpr std::size_t trusted_array_size = std::size_t{64} << 20;
 constexpr std::size_t trusted_text_size = std::size_t{1} << 20;
 
 constexpr char closed[] = "the server has closed the connection";
+constexpr char silent[] = "the server does not answer";
 
 std::uint32_t to_network(std::uint32_t value) {
   return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
@@ -54,6 +57,8 @@ void append_number(std::string& bytes, T value) {
   std::memcpy(raw, &image, sizeof image);
   bytes.append(raw, sizeof raw);
 }
+
+constexpr auto same = [](auto value) { return value; };
 
 std::size_t padding(std::size_t length) {
   return (4 - length % 4) % 4;
@@ -187,6 +192,8 @@ stream::stream(stream&& other) noexcept
       asked_(std::move(other.asked_)),
       longs_(other.longs_),
       progress_(std::move(other.progress_)),
+      wait_(std::move(other.wait_)),
+      timeout_(other.timeout_),
       outgoing_(std::move(other.outgoing_)),
       incoming_(std::move(other.incoming_)),
       incoming_begin_(std::exchange(other.incoming_begin_, 0)),
@@ -200,6 +207,8 @@ stream& stream::operator=(stream&& other) noexcept {
   asked_ = std::move(other.asked_);
   longs_ = other.longs_;
   progress_ = std::move(other.progress_);
+  wait_ = std::move(other.wait_);
+  timeout_ = other.timeout_;
   outgoing_ = std::move(other.outgoing_);
   incoming_ = std::move(other.incoming_);
   incoming_begin_ = std::exchange(other.incoming_begin_, 0);
@@ -231,18 +240,50 @@ void stream::fail(const std::string& text) {
 }
 
 void stream::set_timeout(std::chrono::milliseconds timeout) {
+  timeout_ = timeout;
   timeval limit{};
   limit.tv_sec = static_cast<time_t>(timeout.count() / 1000);
   limit.tv_usec = static_cast<suseconds_t>(timeout.count() % 1000 * 1000);
   setsockopt(descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
 }
 
+void stream::tell_progress(std::uint64_t done, std::uint64_t total) {
+  if (!progress_) return;
+  try {
+    progress_(done, total);
+  } catch (...) {
+    close();
+    throw;
+  }
+}
+
+void stream::await(short events) {
+  if (!wait_) return;
+  constexpr std::chrono::milliseconds told_every{100};
+  const auto begin = std::chrono::steady_clock::now();
+  pollfd one{descriptor_, events, 0};
+  for (;;) {
+    const int ready = poll(&one, 1, static_cast<int>(told_every.count()));
+    if (ready > 0) return;
+    if (ready < 0 && errno != EINTR) fail(system_text("waiting for the server"));
+    if (events == POLLIN && timeout_.count() > 0 && std::chrono::steady_clock::now() - begin > timeout_)
+      fail(silent);
+    try {
+      wait_();
+    } catch (...) {
+      close();
+      throw;
+    }
+  }
+}
+
 void stream::send_all(const char* data, std::size_t size) {
   if (!is_open()) throw protocol_error("the connection is closed");
   while (size > 0) {
-    const ssize_t sent = send(descriptor_, data, size, MSG_NOSIGNAL);
+    await(POLLOUT);
+    const ssize_t sent = send(descriptor_, data, size, wait_ ? MSG_NOSIGNAL | MSG_DONTWAIT : MSG_NOSIGNAL);
     if (sent < 0) {
-      if (errno == EINTR) continue;
+      if (errno == EINTR || (wait_ && errno == EAGAIN)) continue;
       fail(errno == EPIPE || errno == ECONNRESET ? closed : system_text("sending to the server"));
     }
     data += sent;
@@ -276,15 +317,24 @@ void stream::write_bytes(std::span<const std::uint8_t> values) {
   }
 }
 
-void stream::write_doubles(std::span<const double> values) {
+template <typename Change>
+void stream::write_changed(std::span<const double> values, const Change& change) {
   double block[buffer_size / sizeof(double)];
   for (std::size_t done = 0; done < values.size();) {
     const std::size_t count = std::min(std::size(block), values.size() - done);
-    for (std::size_t i = 0; i < count; ++i) block[i] = swapped(values[done + i]);
+    for (std::size_t i = 0; i < count; ++i) block[i] = swapped(change(values[done + i]));
     put(reinterpret_cast<const char*>(block), count * sizeof(double));
     done += count;
     tell_progress(done * sizeof(double), values.size() * sizeof(double));
   }
+}
+
+void stream::write_doubles(std::span<const double> values) {
+  write_changed(values, same);
+}
+
+void stream::write_doubles(std::span<const double> values, double missing) {
+  write_changed(values, [missing](double value) { return std::isnan(value) ? missing : value; });
 }
 
 void stream::write_strings(std::span<const std::string> values) {
@@ -310,10 +360,11 @@ void stream::flush() {
 std::size_t stream::receive_some(char* data, std::size_t size) {
   if (!is_open()) throw protocol_error("the connection is closed");
   for (;;) {
+    await(POLLIN);
     const ssize_t got = recv(descriptor_, data, size, 0);
     if (got > 0) return static_cast<std::size_t>(got);
     if (got == 0 || errno == ECONNRESET) fail(closed);
-    if (errno == EAGAIN || errno == EWOULDBLOCK) fail("the server does not answer");
+    if (errno == EAGAIN || errno == EWOULDBLOCK) fail(silent);
     if (errno != EINTR) fail(system_text("receiving from the server"));
   }
 }
@@ -389,8 +440,8 @@ std::string stream::read_string(std::size_t most) {
   return text;
 }
 
-template <typename T>
-std::vector<T> stream::read_array(std::int64_t count) {
+template <typename T, typename Change>
+std::vector<T> stream::read_array(std::int64_t count, const Change& change) {
   constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / 16;
   if (count < 0 || count > most) fail("the server sent a count of " + std::to_string(count));
   const auto size = static_cast<std::size_t>(count);
@@ -406,7 +457,7 @@ std::vector<T> stream::read_array(std::int64_t count) {
     T* place = values.data() + done;
     get(reinterpret_cast<char*>(place), part * sizeof(T));
     if constexpr (sizeof(T) > 1)
-      for (std::size_t i = 0; i < part; ++i) place[i] = swapped(place[i]);
+      for (std::size_t i = 0; i < part; ++i) place[i] = change(swapped(place[i]));
     done += part;
     tell_progress(std::uint64_t{done} * sizeof(T), total);
   }
@@ -414,15 +465,20 @@ std::vector<T> stream::read_array(std::int64_t count) {
 }
 
 std::vector<std::uint8_t> stream::read_bytes(std::int64_t count) {
-  return read_array<std::uint8_t>(count);
+  return read_array<std::uint8_t>(count, same);
 }
 
 std::vector<std::int32_t> stream::read_ints(std::int64_t count) {
-  return read_array<std::int32_t>(count);
+  return read_array<std::int32_t>(count, same);
 }
 
 std::vector<double> stream::read_doubles(std::int64_t count) {
-  return read_array<double>(count);
+  return read_array<double>(count, same);
+}
+
+std::vector<double> stream::read_doubles(std::int64_t count, double missing) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  return read_array<double>(count, [missing](double value) { return value == missing ? nan : value; });
 }
 
 std::vector<std::string> stream::read_strings(std::int64_t count, std::size_t most) {

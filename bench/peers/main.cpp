@@ -15,7 +15,7 @@
 #include "bench/peers/redis.h"
 #include "bench/report.h"
 #include "bench/timing.h"
-#include "client/wire.h"
+#include "qrd/wire.h"
 
 namespace qrd::bench {
 

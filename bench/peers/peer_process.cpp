@@ -15,7 +15,7 @@
 #include <sstream>
 #include <thread>
 
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::bench {
 

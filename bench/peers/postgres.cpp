@@ -10,7 +10,7 @@
 #include <functional>
 #include <string_view>
 
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::bench {
 

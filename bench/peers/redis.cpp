@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "bench/bare.h"
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::bench {
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "bench/scratch_folder.h"
-#include "client/connection.h"
-#include "client/server_process.h"
+#include "qrd/connection.h"
+#include "qrd/server_process.h"
 
 namespace qrd::bench {
 

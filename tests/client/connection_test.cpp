@@ -1,4 +1,4 @@
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
-#include "client/csv.h"
+#include "command/csv.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
-#include "client/error.h"
-#include "client/numbers.h"
+#include "qrd/error.h"
+#include "qrd/numbers.h"
 
-namespace qrd::client {
+namespace qrd::command {
 namespace {
 
 std::vector<std::string> cells(const csv_table& table, const std::string& name) {
@@ -51,7 +51,7 @@ TEST(csv_table, tells_what_is_wrong) {
   const auto problem = [](const std::string& text) -> std::string {
     try {
       csv_table table(text);
-    } catch (const error& found) {
+    } catch (const client::error& found) {
       return found.what();
     }
     return "none";
@@ -61,8 +61,8 @@ TEST(csv_table, tells_what_is_wrong) {
   EXPECT_EQ(problem("a\n\"x\"y\n"), "line 2: text behind a quoted cell");
   EXPECT_NE(problem(""), "none");
   const csv_table table("a,b,b\n");
-  EXPECT_THROW(table.column("c"), error);
-  EXPECT_THROW(table.column("b"), error);
+  EXPECT_THROW(table.column("c"), client::error);
+  EXPECT_THROW(table.column("b"), client::error);
   EXPECT_EQ(table.rows(), 0U);
 }
 
@@ -78,34 +78,34 @@ TEST(csv_writer, tells_a_full_device) {
   csv_writer writer(full);
   writer.cell("a");
   writer.end_row();
-  EXPECT_THROW(writer.flush(), error);
+  EXPECT_THROW(writer.flush(), client::error);
   std::fclose(full);
 }
 
 TEST(numbers, are_read_whole_or_not_at_all) {
-  EXPECT_EQ(parse_number("1.5"), 1.5);
-  EXPECT_EQ(parse_number(" +1e3 "), 1000);
-  EXPECT_EQ(parse_number("-.5"), -0.5);
+  EXPECT_EQ(client::parse_number("1.5"), 1.5);
+  EXPECT_EQ(client::parse_number(" +1e3 "), 1000);
+  EXPECT_EQ(client::parse_number("-.5"), -0.5);
   for (const char* text : {"", " ", "1.5x", "1,5", "nan", "inf", "1e999", "+-1", "0x10", "Ah"})
-    EXPECT_EQ(parse_number(text), std::nullopt) << text;
+    EXPECT_EQ(client::parse_number(text), std::nullopt) << text;
 }
 
 TEST(numbers, are_written_so_that_they_read_back) {
   for (double value : {0.1, 1.0 / 3, 5e-324, 1.7976931348623157e308, -123456789.125, 0.0})
-    EXPECT_EQ(parse_number(number_text(value)), value);
-  EXPECT_EQ(number_text(27900713), "27900713");
+    EXPECT_EQ(client::parse_number(client::number_text(value)), value);
+  EXPECT_EQ(client::number_text(27900713), "27900713");
 }
 
 TEST(numbers, of_single_precision_are_short_and_stored_the_same) {
-  EXPECT_EQ(single_text(static_cast<double>(0.02F), 1), "0.02");
-  EXPECT_EQ(single_text(static_cast<double>(0.02F), 30.48), "0.02");
-  EXPECT_EQ(single_text(static_cast<double>(16777216.0F), 1), "16777216");
+  EXPECT_EQ(client::single_text(static_cast<double>(0.02F), 1), "0.02");
+  EXPECT_EQ(client::single_text(static_cast<double>(0.02F), 30.48), "0.02");
+  EXPECT_EQ(client::single_text(static_cast<double>(16777216.0F), 1), "16777216");
   // 790.9 cm in single precision, told in metres.
   const double metres = static_cast<double>(790.9F) / 100;
-  EXPECT_EQ(single_text(metres, 100), "7.909");
+  EXPECT_EQ(client::single_text(metres, 100), "7.909");
   for (float stored : {1.0F / 3, 3.4e38F, 1e-45F, 12345.678F, -0.1F}) {
     const double told = static_cast<double>(stored) / 30.48;
-    const double read_back = *parse_number(single_text(told, 30.48));
+    const double read_back = *client::parse_number(client::single_text(told, 30.48));
     EXPECT_EQ(static_cast<float>(read_back * 30.48), static_cast<float>(told * 30.48));
   }
 }
@@ -113,29 +113,29 @@ TEST(numbers, of_single_precision_are_short_and_stored_the_same) {
 TEST(numbers, of_lengths_are_round_where_they_were) {
   const double told = 820 * 30.48 / 30.48;
   EXPECT_NE(told, 820);
-  EXPECT_EQ(length_text(told, 30.48), "820");
+  EXPECT_EQ(client::length_text(told, 30.48), "820");
   for (double value : {7.909, 1.0 / 3, 2301130.51, 1e-300}) {
     const double read = value * 30.48 / 30.48;
-    EXPECT_EQ(*parse_number(length_text(read, 30.48)) * 30.48 / 30.48, read);
+    EXPECT_EQ(*client::parse_number(client::length_text(read, 30.48)) * 30.48 / 30.48, read);
   }
 }
 
 TEST(numbers, fit_their_bits) {
-  EXPECT_TRUE(fits_bits(1, 1));
-  EXPECT_FALSE(fits_bits(2, 1));
+  EXPECT_TRUE(client::fits_bits(1, 1));
+  EXPECT_FALSE(client::fits_bits(2, 1));
   for (std::int32_t bits : {2, 4, 8, 16}) {
     const double highest = static_cast<double>((1 << bits) - 1);
-    EXPECT_TRUE(fits_bits(highest - 1, bits));
-    EXPECT_FALSE(fits_bits(highest, bits));
-    EXPECT_FALSE(fits_bits(-1, bits));
-    EXPECT_FALSE(fits_bits(0.5, bits));
+    EXPECT_TRUE(client::fits_bits(highest - 1, bits));
+    EXPECT_FALSE(client::fits_bits(highest, bits));
+    EXPECT_FALSE(client::fits_bits(-1, bits));
+    EXPECT_FALSE(client::fits_bits(0.5, bits));
   }
-  EXPECT_TRUE(fits_bits(-0.5, 32));
+  EXPECT_TRUE(client::fits_bits(-0.5, 32));
   for (std::int32_t bits : {32, 64}) {
-    EXPECT_TRUE(fits_bits(-1e30, bits));
-    EXPECT_FALSE(fits_bits(1.1e30, bits));
+    EXPECT_TRUE(client::fits_bits(-1e30, bits));
+    EXPECT_FALSE(client::fits_bits(1.1e30, bits));
   }
 }
 
 }  // namespace
-}  // namespace qrd::client
+}  // namespace qrd::command

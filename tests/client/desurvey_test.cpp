@@ -1,27 +1,28 @@
-#include "client/desurvey.h"
+#include "command/desurvey.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
 
-namespace qrd::client {
+namespace qrd::command {
 namespace {
 
-void expect_place(const point3& place, const point3& expected, double tolerance, double depth) {
+void expect_place(const client::point3& place, const client::point3& expected, double tolerance,
+                  double depth) {
   EXPECT_NEAR(place.x, expected.x, tolerance) << depth;
   EXPECT_NEAR(place.y, expected.y, tolerance) << depth;
   EXPECT_NEAR(place.z, expected.z, tolerance) << depth;
 }
 
-const point3 collar{1000, 2000, 300};
+const client::point3 collar{1000, 2000, 300};
 const std::vector<station> bent = {{10, 350, 80}, {60, 10, 72}, {110, 25, 70.5}, {160, 200, 88}};
 
 // The tangent, turned evenly from one direction to the next about their common normal, and integrated
 // numerically along the hole.
 TEST(desurvey, minimum_curvature_is_the_integral_of_an_even_turn) {
   const hole_path path(collar, bent, desurvey_method::minimum_curvature);
-  const std::pair<double, point3> expected[] = {
+  const std::pair<double, client::point3> expected[] = {
       {0, collar},
       {5, {999.849231552, 2000.855050358, 295.075961235}},
       {35, {999.468812172, 2006.831005985, 265.690008784}},
@@ -73,4 +74,4 @@ TEST(desurvey, other_methods_are_there_too) {
 }
 
 }  // namespace
-}  // namespace qrd::client
+}  // namespace qrd::command

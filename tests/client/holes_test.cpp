@@ -1,10 +1,10 @@
-#include "client/holes.h"
+#include "command/holes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-namespace qrd::client {
+namespace qrd::command {
 namespace {
 
 using strings = std::vector<std::string>;
@@ -31,7 +31,7 @@ TEST(holes, rows_may_come_in_any_order) {
   ASSERT_EQ(matched.holes.size(), 2U);
   const drill_hole& a = matched.holes[0];
   EXPECT_EQ(a.name, "A");
-  EXPECT_EQ(a.collar, (point3{4, 5, 6}));
+  EXPECT_EQ(a.collar, (client::point3{4, 5, 6}));
   EXPECT_EQ(a.intervals, (std::vector<std::size_t>{2, 0, 3}));
   ASSERT_EQ(a.stations.size(), 2U);
   EXPECT_EQ(a.stations[0].azimuth, 5);
@@ -99,4 +99,4 @@ TEST(holes, signs_of_dips_that_send_most_holes_up_need_a_word) {
 }
 
 }  // namespace
-}  // namespace qrd::client
+}  // namespace qrd::command

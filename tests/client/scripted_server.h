@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::test {
 

@@ -1,8 +1,8 @@
-#include "client/units.h"
+#include "qrd/units.h"
 
 #include <gtest/gtest.h>
 
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::client {
 namespace {

@@ -1,10 +1,10 @@
-#include "client/wire.h"
+#include "qrd/wire.h"
 
 #include <gtest/gtest.h>
 
 #include <numeric>
 
-#include "client/error.h"
+#include "qrd/error.h"
 #include "scripted_server.h"
 #include "support/bytes.h"
 

@@ -1,6 +1,6 @@
 // What qrd keeps a user from, and what it tells one who has mistyped.
-#include "client/connection.h"
-#include "client/server_process.h"
+#include "qrd/connection.h"
+#include "qrd/server_process.h"
 #include "end_to_end/command.h"
 #include "support/programs.h"
 

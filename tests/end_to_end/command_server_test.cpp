@@ -59,7 +59,7 @@ TEST_F(commands, talk_through_ssh) {
   for (const char* wrong : {"ssh://", "ssh://-oProxyCommand=true", "ssh://db:0", "ssh://db:ssh", "-x:1"}) {
     const program_run result = run_with(wrong);
     EXPECT_EQ(result.status, 1) << wrong;
-    EXPECT_NE(result.errors.find(std::string("not \"") + wrong), std::string::npos) << result.errors;
+    EXPECT_NE(result.errors.find(std::string("not as \"") + wrong), std::string::npos) << result.errors;
   }
   EXPECT_FALSE(std::filesystem::exists(scratch_ / "arguments"));
 }

@@ -1,7 +1,7 @@
 // The program qrd as a whole: the tree, reading and writing, complaints.
 #include <thread>
 
-#include "client/server_process.h"
+#include "qrd/server_process.h"
 #include "end_to_end/command.h"
 #include "support/programs.h"
 #include "support/server_process.h"

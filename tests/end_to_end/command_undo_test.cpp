@@ -7,7 +7,7 @@
 #include <fstream>
 #include <thread>
 
-#include "client/server_process.h"
+#include "qrd/server_process.h"
 #include "end_to_end/command.h"
 #include "support/programs.h"
 

@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 #include "support/bytes.h"
 #include "support/database.h"
 #include "support/server_process.h"

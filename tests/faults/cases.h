@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 
 namespace qrd::test {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "client/error.h"
+#include "qrd/error.h"
 #include "support/database.h"
 #include "support/program_run.h"
 #include "support/programs.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 #include "support/study_root.h"
 
 namespace qrd::test {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "client/connection.h"
+#include "qrd/connection.h"
 #include "support/bytes.h"
 #include "support/programs.h"
 #include "support/server_process.h"

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <variant>
 
-#include "client/error.h"
+#include "qrd/error.h"
 
 namespace qrd::test {
 

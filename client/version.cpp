@@ -1,0 +1,9 @@
+#include "qrd/version.h"
+
+namespace qrd::client {
+
+const char* library_version() {
+  return QRD_LIBRARY_VERSION;
+}
+
+}  // namespace qrd::client
