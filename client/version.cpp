@@ -3,7 +3,7 @@
 namespace qrd::client {
 
 const char* library_version() {
-  return QRD_LIBRARY_VERSION;
+  return QRD_VERSION;
 }
 
 }  // namespace qrd::client
