@@ -1,7 +1,7 @@
 // What qrd keeps a user from, and what it tells one who has mistyped.
+#include "end_to_end/command.h"
 #include "qrd/connection.h"
 #include "qrd/server_process.h"
-#include "end_to_end/command.h"
 #include "support/programs.h"
 
 namespace qrd::test {

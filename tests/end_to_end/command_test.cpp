@@ -1,8 +1,8 @@
 // The program qrd as a whole: the tree, reading and writing, complaints.
 #include <thread>
 
-#include "qrd/server_process.h"
 #include "end_to_end/command.h"
+#include "qrd/server_process.h"
 #include "support/programs.h"
 #include "support/server_process.h"
 

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <thread>
 
-#include "qrd/server_process.h"
 #include "end_to_end/command.h"
+#include "qrd/server_process.h"
 #include "support/programs.h"
 
 namespace qrd::test {
