@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <sstream>
 
 #include "qrd/names.h"
 
@@ -26,6 +27,38 @@ std::string usage_text(const CLI::App& program, const CLI::ParseError& problem) 
     return "there is no subcommand \"" + *word + "\" of " + name + client::did_you_mean(*word, known) +
            " (see " + name + " --help)";
   return std::string(problem.what()) + " (see " + name + " --help)";
+}
+
+// The library tells a type with what is checked of it: "TEXT:{half,zero}", "INT:INT in [0 - 9]".
+void describe_type(const std::string& told, described_option& option) {
+  const std::size_t choice = told.find(":{");
+  option.type = told.substr(0, std::min(choice, told.find(":INT in [")));
+  if (choice == std::string::npos || told.back() != '}') return;
+  std::istringstream words(told.substr(choice + 2, told.size() - choice - 3));
+  for (std::string word; std::getline(words, word, ',');) option.words.push_back(word);
+}
+
+described_option describe(const CLI::Option& of) {
+  described_option result;
+  for (const std::string& name : of.get_snames()) result.names.push_back("-" + name);
+  for (const std::string& name : of.get_lnames()) result.names.push_back("--" + name);
+  if (result.names.empty()) result.names.push_back(of.get_name(true));
+  result.text = of.get_description();
+  result.variable = of.get_envname();
+  result.is_required = of.get_required();
+  result.most_values = of.get_allow_extra_args() ? of.get_items_expected_max() : of.get_items_expected_min();
+  if (of.get_type_size() == 0) result.most_values = 0;
+  if (result.most_values > 0) describe_type(of.get_type_name(), result);
+  return result;
+}
+
+described_command describe(const CLI::App& of) {
+  described_command result{of.get_name(), of.get_description(), {}, {}, {}};
+  for (const CLI::Option* each : of.get_options())
+    (each->nonpositional() ? result.options : result.arguments).push_back(describe(*each));
+  for (const CLI::App* each : of.get_subcommands([](const CLI::App*) { return true; }))
+    result.subcommands.push_back(describe(*each));
+  return result;
 }
 
 }  // namespace
@@ -142,13 +175,18 @@ option command_line::add_flag_callback(const std::string& names, const std::func
 }
 
 std::string run_command_line(const program_texts& texts, const std::function<void(const command_line&)>& add,
-                             int count, const char* const* words) {
+                             const std::vector<hidden_command>& hidden, int count, const char* const* words) {
   CLI::App program(texts.description, texts.name);
   program.fallthrough();
   program.require_subcommand(1);
   program.set_version_flag("--version", texts.version);
   program.footer(texts.footer);
   add(command_line(program));
+  for (const hidden_command& command : hidden)
+    if (count > 1 && words[1] == command.name) {
+      command.act(describe(program), {words + 2, words + count});
+      return {};
+    }
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError& problem) {

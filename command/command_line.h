@@ -72,6 +72,32 @@ class command_line {
   CLI::App& of_;
 };
 
+// What a program understands, for its manual and for completion.
+struct described_option {
+  std::vector<std::string>
+      names;         // with their dashes, the long ones last; an argument has its bare name alone
+  std::string type;  // of its value, empty for a flag
+  std::vector<std::string> words;  // all that the value may be, if these are few
+  std::string text;
+  std::string variable;  // of the environment, that stands for it
+  bool is_required = false;
+  int most_values = 1;  // 0 for a flag
+};
+struct described_command {
+  std::string name;
+  std::string text;
+  std::vector<described_option> arguments;
+  std::vector<described_option> options;
+  std::vector<described_command> subcommands;
+};
+
+// A subcommand that help doesn't show, for the program's own files: it gets the words behind its name as they
+// are.
+struct hidden_command {
+  std::string name;
+  std::function<void(const described_command& program, const std::vector<std::string>& words)> act;
+};
+
 // What help and version of a program tell; the footer stands below the help.
 struct program_texts {
   std::string name;
@@ -83,6 +109,6 @@ struct program_texts {
 // Lets `add` tell the options and subcommands of the program, parses the words and does what they ask for;
 // what a callback throws comes out. Returns what is wrong with the words; nothing when they were right.
 std::string run_command_line(const program_texts& texts, const std::function<void(const command_line&)>& add,
-                             int count, const char* const* words);
+                             const std::vector<hidden_command>& hidden, int count, const char* const* words);
 
 }  // namespace qrd::command

@@ -5,7 +5,9 @@
 #include <new>
 #include <string>
 
+#include "command/complete.h"
 #include "command/interruption.h"
+#include "command/manual.h"
 #include "command/options.h"
 #include "qrd/version.h"
 
@@ -55,6 +57,10 @@ int main(int argc, char** argv) {
       "Exit status: 0 done; 1 refused, or wrong data; 2 wrong usage; 3 no connection to a server, or it "
       "broke.",
   };
+  bool is_completed = true;
+  const std::vector<hidden_command> hidden = {
+      {"complete", [&](const auto& program, const auto& words) { is_completed = complete(program, words); }},
+      {"manual", [](const auto& program, const auto&) { print_manual(program); }}};
   common_options common;
   try {
     const std::string problem = run_command_line(
@@ -72,11 +78,11 @@ int main(int argc, char** argv) {
           add_resource_commands(program, common);
           add_units_command(program, common);
         },
-        argc, argv);
+        hidden, argc, argv);
     if (!problem.empty()) return complain(problem, wrong_usage);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
       return complain("cannot write the output", failed);
-    return 0;
+    return is_completed ? 0 : failed;
   } catch (const qrd::command::interrupted& problem) {
     complain(problem.what(), failed);
     // The shell shall know what ended the program.

@@ -1,0 +1,38 @@
+#!/bin/sh
+# An installation starts the program of the prefix that was named last, and leaves nothing when it is undone.
+# install_test.sh BUILD_FOLDER
+set -eu
+build=$1
+work=$(mktemp -d)
+manifest=$build/install_manifest.txt
+prefix=$build/install_prefix.txt
+# A test must not forget what somebody has installed from this build.
+for kept in "$manifest" "$prefix"; do
+  if [ -e "$kept" ]; then cp "$kept" "$work"; fi
+done
+finish() {
+  for kept in "$manifest" "$prefix"; do
+    rm -f "$kept"
+    if [ -e "$work/${kept##*/}" ]; then cp "$work/${kept##*/}" "$kept"; fi
+  done
+  rm -rf "$work"
+}
+trap finish EXIT
+
+cmake --install "$build" --prefix "$work/one" >"$work/log"
+cmake --install "$build" --prefix "$work/two" >"$work/log"
+for place in one two; do
+  for unit in QRDserver.service QRDserver@.service; do
+    grep -q "^ExecStart=$work/$place/bin/QRDserver -" "$work/$place/lib/systemd/system/$unit" || {
+      echo "$place: $unit does not start the program of its prefix" >&2
+      exit 1
+    }
+  done
+  "$work/$place/bin/QRDserver" -version >/dev/null
+done
+
+touch "$work/two/lib/somebody-elses"
+cmake --build "$build" --target uninstall >"$work/log"
+left=$(cd "$work" && find two | sort | tr '\n' ' ')
+[ "$left" = "two two/lib two/lib/somebody-elses " ] || { echo "left behind: $left" >&2; exit 1; }
+[ -x "$work/one/bin/qrd" ] || { echo "another installation was touched" >&2; exit 1; }
