@@ -17,10 +17,12 @@ connection::connection(stream wire, std::int32_t version) : wire_(std::move(wire
 connection connection::connect(const std::string& host, std::uint16_t port, const options& settings) {
   connection result(stream::connect(host, port), settings.version);
   result.set_timeout(settings.timeout);
+  result.set_wait(settings.wait);
   if (settings.new_session) {
     if (const auto session_port = result.new_session()) {
       result.wire_ = stream::connect(host, *session_port);
       result.set_timeout(settings.timeout);
+      result.set_wait(settings.wait);
     }
   }
   result.greet(settings);
@@ -42,6 +44,7 @@ connection connection::through(const std::vector<std::string>& arguments, const 
 connection connection::greeted(stream wire, const options& settings) {
   connection result(std::move(wire), settings.version);
   result.set_timeout(settings.timeout);
+  result.set_wait(settings.wait);
   result.greet(settings);
   return result;
 }

@@ -121,11 +121,11 @@ struct database::state {
     close();
     connection_options settings;
     settings.timeout = options.timeout;
+    settings.wait = options.wait;
     if (!options.server.empty() || !options.via.empty())
       open_theirs(settings);
     else
       open_own(settings);
-    wire->set_wait(options.wait);
   }
 
   void open_theirs(const connection_options& settings) {
@@ -161,6 +161,9 @@ struct database::state {
       const std::string words = last_words();
       close();
       throw protocol_error(problem.what() + (words.empty() ? words : ":\n" + words));
+    } catch (...) {
+      close();
+      throw;
     }
   }
 

@@ -76,7 +76,7 @@ float_samples connection::read_floats(std::optional<sample_range> range, selecti
 std::vector<double> connection::read_numbers(std::optional<sample_range> range, selection_use use) {
   const std::int64_t count = ask_for_floats(range, use);
   const double missing = wire_.read_double();
-  return wire_.read_doubles(count, missing);
+  return wire_.read_doubles(count, missing, range ? range->last - range->first + 1 : 0);
 }
 
 float_samples connection::read_line(std::int32_t line) {

@@ -17,6 +17,8 @@
 #include <map>
 #include <thread>
 
+#include "client/started_program.h"
+
 namespace qrd::client {
 
 namespace {
@@ -129,6 +131,7 @@ pid_t spawn(const server_options& options, std::uint16_t control_port) {
 }  // namespace
 
 server_process::server_process(const server_options& options) {
+  bury_left_programs();
   const auto [listening, control_port] = listen_on_loopback();
   const descriptor_owner listener(listening);
   id_ = spawn(options, control_port);
@@ -183,6 +186,11 @@ std::optional<int> server_process::end(milliseconds time) {
   if (wait(time_to_obey)) return status_;
   signal(SIGKILL);
   return wait(time_to_obey);
+}
+
+void server_process::leave() {
+  if (id_ > 0 && !status_) leave_program(id_);
+  id_ = -1;
 }
 
 void server_process::signal(int number) const {

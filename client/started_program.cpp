@@ -24,11 +24,6 @@ using std::chrono::steady_clock;
 std::mutex left_mutex;
 std::vector<pid_t> left_programs;
 
-void bury_left_programs() {
-  const std::scoped_lock lock(left_mutex);
-  std::erase_if(left_programs, [](pid_t id) { return waitpid(id, nullptr, WNOHANG) != 0; });
-}
-
 pid_t spawn(std::vector<std::string> arguments, int socket) {
   // Started by a shell that ignores the signal, and so does what it becomes.
   std::vector<std::string> words = {"sh", "-c", "trap '' INT; exec \"$@\"", "sh"};
@@ -60,6 +55,16 @@ pid_t spawn(std::vector<std::string> arguments, int socket) {
 
 }  // namespace
 
+void leave_program(pid_t id) {
+  const std::scoped_lock lock(left_mutex);
+  left_programs.push_back(id);
+}
+
+void bury_left_programs() {
+  const std::scoped_lock lock(left_mutex);
+  std::erase_if(left_programs, [](pid_t id) { return waitpid(id, nullptr, WNOHANG) != 0; });
+}
+
 std::vector<std::string> shell_arguments(const std::string& command) {
   return {"/bin/sh", "-c", command};
 }
@@ -84,8 +89,7 @@ started_program::started_program(const std::vector<std::string>& arguments)
 started_program::~started_program() {
   if (socket_ >= 0) close(socket_);
   if (id_ < 0 || ending(std::chrono::milliseconds(0))) return;
-  const std::scoped_lock lock(left_mutex);
-  left_programs.push_back(id_);
+  leave_program(id_);
 }
 
 int started_program::take_socket() {

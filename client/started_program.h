@@ -31,6 +31,11 @@ class started_program {
   int socket_ = -1;
 };
 
+// For a program that is about to end by itself: it is not waited for, and leaves no zombie behind once
+// another is started.
+void leave_program(pid_t id);
+void bury_left_programs();
+
 // The arguments that make a shell run a command.
 std::vector<std::string> shell_arguments(const std::string& command);
 

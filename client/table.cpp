@@ -316,18 +316,32 @@ column_values table::read(const column& one, const reading& wish) {
   return read_part(server, one.is_text(), range, wish.use);
 }
 
-void table::write(const column& one, std::span<const double> numbers, const writing& wish) {
+void table::check(const column& one, std::span<const double> numbers) {
   if (one.is_text()) throw bad_argument("the variable \"" + one.title + "\" holds texts");
-  const auto range = range_of(wish.range, samples());
-  if (!range && numbers.empty()) return;
-  if (!range) throw bad_argument("the file has no samples");
-  check_count(numbers.size(), *range, wish);
   const auto wrong = std::find_if(numbers.begin(), numbers.end(), [&](double value) {
     return !std::isnan(value) && !fits_bits(value, one.info.bits);
   });
   if (wrong != numbers.end())
     throw bad_argument("the variable \"" + one.title + "\" of " + std::to_string(one.info.bits) +
                        " bits cannot hold " + number_text(*wrong));
+}
+
+void table::check(const column& one, std::span<const std::string> texts) {
+  if (!one.is_text()) throw bad_argument("the variable \"" + one.title + "\" holds numbers");
+  const auto width = static_cast<std::size_t>(one.info.characters);
+  const auto wrong =
+      std::find_if(texts.begin(), texts.end(), [&](const std::string& text) { return text.size() > width; });
+  if (wrong != texts.end())
+    throw bad_argument("the variable \"" + one.title + "\" of " + std::to_string(width) +
+                       " characters cannot hold \"" + *wrong + "\"");
+}
+
+void table::write(const column& one, std::span<const double> numbers, const writing& wish) {
+  const auto range = range_of(wish.range, samples());
+  if (!range && numbers.empty()) return;
+  if (!range) throw bad_argument("the file has no samples");
+  check_count(numbers.size(), *range, wish);
+  check(one, numbers);
   std::vector<double> chosen;
   // A selection has no missing values: what isn't told isn't selected.
   if (one.is_selection()) {
@@ -343,17 +357,11 @@ void table::write(const column& one, std::span<const double> numbers, const writ
 }
 
 void table::write(const column& one, std::span<const std::string> texts, const writing& wish) {
-  if (!one.is_text()) throw bad_argument("the variable \"" + one.title + "\" holds numbers");
   const auto range = range_of(wish.range, samples());
   if (!range && texts.empty()) return;
   if (!range) throw bad_argument("the file has no samples");
   check_count(texts.size(), *range, wish);
-  const auto width = static_cast<std::size_t>(one.info.characters);
-  const auto wrong =
-      std::find_if(texts.begin(), texts.end(), [&](const std::string& text) { return text.size() > width; });
-  if (wrong != texts.end())
-    throw bad_argument("the variable \"" + one.title + "\" of " + std::to_string(width) +
-                       " characters cannot hold \"" + *wrong + "\"");
+  check(one, texts);
   connection& server = select(one, wish.selection, wish.unit);
   write_blocks(server, texts, wish, *range, [&](std::span<const std::string> part, const sample_range& here) {
     server.write_texts(part, here, wish.use);

@@ -264,16 +264,18 @@ void stream::await(short events) {
   pollfd one{descriptor_, events, 0};
   for (;;) {
     const int ready = poll(&one, 1, static_cast<int>(told_every.count()));
-    if (ready > 0) return;
     if (ready < 0 && errno != EINTR) fail(system_text("waiting for the server"));
-    if (events == POLLIN && timeout_.count() > 0 && std::chrono::steady_clock::now() - begin > timeout_)
-      fail(silent);
+    const auto now = std::chrono::steady_clock::now();
+    if (ready > 0 && now - told_wait_ < told_every) return;
+    if (ready <= 0 && events == POLLIN && timeout_.count() > 0 && now - begin > timeout_) fail(silent);
+    told_wait_ = now;
     try {
       wait_();
     } catch (...) {
       close();
       throw;
     }
+    if (ready > 0) return;
   }
 }
 
@@ -441,18 +443,19 @@ std::string stream::read_string(std::size_t most) {
 }
 
 template <typename T, typename Change>
-std::vector<T> stream::read_array(std::int64_t count, const Change& change) {
+std::vector<T> stream::read_array(std::int64_t count, const Change& change, std::int64_t expected) {
   constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / 16;
   if (count < 0 || count > most) fail("the server sent a count of " + std::to_string(count));
   const auto size = static_cast<std::size_t>(count);
   const std::uint64_t total = std::uint64_t{size} * sizeof(T);
   constexpr std::size_t block = buffer_size * 4 / sizeof(T);
 
+  const std::size_t trusted =
+      std::max(trusted_array_size / sizeof(T), static_cast<std::size_t>(std::max<std::int64_t>(expected, 0)));
   std::vector<T> values;
   std::size_t done = 0;
   while (done < size) {
-    if (done == values.size())
-      values.resize(std::min(size, std::max(done * 2, trusted_array_size / sizeof(T))));
+    if (done == values.size()) values.resize(std::min(size, std::max(done * 2, trusted)));
     const std::size_t part = std::min(block, values.size() - done);
     T* place = values.data() + done;
     get(reinterpret_cast<char*>(place), part * sizeof(T));
@@ -476,9 +479,10 @@ std::vector<double> stream::read_doubles(std::int64_t count) {
   return read_array<double>(count, same);
 }
 
-std::vector<double> stream::read_doubles(std::int64_t count, double missing) {
+std::vector<double> stream::read_doubles(std::int64_t count, double missing, std::int64_t expected) {
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  return read_array<double>(count, [missing](double value) { return value == missing ? nan : value; });
+  return read_array<double>(
+      count, [missing](double value) { return value == missing ? nan : value; }, expected);
 }
 
 std::vector<std::string> stream::read_strings(std::int64_t count, std::size_t most) {

@@ -36,6 +36,8 @@ struct connection_options {
   bool new_session = false;
   // Longest silence of the server within an answer; 0 waits for ever.
   std::chrono::milliseconds timeout{0};
+  // As for set_wait(), from the first answer on.
+  wait_function wait = {};
   // False leaves out CHELLO and CARCH.
   bool handshake = true;
 };

@@ -53,7 +53,7 @@ class QRD_EXPORT server_process {
   std::optional<int> end(std::chrono::milliseconds time = std::chrono::milliseconds(3000));
   void signal(int number) const;
   // Lets a server that was told goodbye end in its own time; it is not waited for.
-  void leave() { id_ = -1; }
+  void leave();
 
  private:
   pid_t id_ = -1;

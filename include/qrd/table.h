@@ -129,6 +129,10 @@ class QRD_EXPORT table {
   void write(const column& one, std::span<const double> numbers, const writing& wish = {});
   void write(const column& one, std::span<const std::string> texts, const writing& wish = {});
 
+  // What write() looks at before it writes anything: whether the column can hold them.
+  static void check(const column& one, std::span<const double> numbers);
+  static void check(const column& one, std::span<const std::string> texts);
+
   // Makes a variable, or a column of a macro variable, which is made too if it isn't there. Name and unit are
   // checked first; nothing is left of what fails.
   column make(const new_variable& wish);

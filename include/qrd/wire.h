@@ -64,7 +64,7 @@ class QRD_EXPORT packet {
 
 // Told while an array travels: bytes done and bytes in all.
 using progress_function = std::function<void(std::uint64_t done, std::uint64_t total)>;
-// Told ten times a second while the server is waited for.
+// Told ten times a second while a request lasts, whether the server is silent or values travel.
 using wait_function = std::function<void()>;
 
 // A connected socket with buffers in both directions. Owns the descriptor. Any failure closes it and is a
@@ -113,8 +113,8 @@ class QRD_EXPORT stream {
   std::vector<std::uint8_t> read_bytes(std::int64_t count);
   std::vector<std::int32_t> read_ints(std::int64_t count);
   std::vector<double> read_doubles(std::int64_t count);
-  // The same with NaN in the place of each `missing`.
-  std::vector<double> read_doubles(std::int64_t count, double missing);
+  // The same with NaN in the place of each `missing`. Memory for `expected` values is taken at once.
+  std::vector<double> read_doubles(std::int64_t count, double missing, std::int64_t expected = 0);
   std::vector<std::string> read_strings(std::int64_t count, std::size_t most = max_text);
   // Whether something can be read within the time.
   bool wait_readable(std::chrono::milliseconds time);
@@ -126,7 +126,7 @@ class QRD_EXPORT stream {
   std::size_t receive_some(char* data, std::size_t size);
   void get(char* data, std::size_t size);
   template <typename T, typename Change>
-  std::vector<T> read_array(std::int64_t count, const Change& change);
+  std::vector<T> read_array(std::int64_t count, const Change& change, std::int64_t expected = 0);
   template <typename Change>
   void write_changed(std::span<const double> values, const Change& change);
   void tell_progress(std::uint64_t done, std::uint64_t total);
@@ -140,6 +140,7 @@ class QRD_EXPORT stream {
   long_size longs_ = long_size::four_bytes;
   progress_function progress_;
   wait_function wait_;
+  std::chrono::steady_clock::time_point told_wait_{};
   std::chrono::milliseconds timeout_{0};
   std::string outgoing_;
   std::unique_ptr<char[]> incoming_;

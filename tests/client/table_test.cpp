@@ -78,6 +78,12 @@ TEST(database, a_wait_that_is_given_up_closes_the_connection_and_the_next_use_op
   EXPECT_THROW(cores.read(copper, wish), given_up);
   EXPECT_FALSE(with.all.is_open());
   EXPECT_EQ(cores.read(copper).numbers.size(), 3762U);
+  // The same by what is told while a request lasts, also when its values come without a pause.
+  with.all.set_wait([] { throw given_up(); });
+  EXPECT_THROW(cores.read(copper), given_up);
+  EXPECT_THROW(database{with.all.options()}, given_up);
+  with.all.set_wait(nullptr);
+  EXPECT_EQ(cores.read(copper).numbers.size(), 3762U);
 }
 
 TEST(table, reads_lines_by_name_and_columns_of_macros) {
