@@ -161,9 +161,17 @@ bool complete(const described_command& program, const std::vector<std::string>& 
   if (words.empty()) return true;
   std::signal(SIGALRM, give_up);
   setitimer(ITIMER_REAL, &patience, nullptr);
-  const std::string& prefix = words.back();
+  // A server that is started for this doesn't wait for a client that has given up.
+  setenv("QRD_CONNECT_TIMEOUT", "5", 0);
+  std::string prefix = words.back();
   try {
-    const situation so_far = read_words(program, {words.begin(), words.end() - 1});
+    situation so_far = read_words(program, {words.begin(), words.end() - 1});
+    // Of "--option=value" shells complete the value.
+    const std::size_t equal = prefix.starts_with("--") ? prefix.find('=') : std::string::npos;
+    if (equal != std::string::npos) {
+      so_far.open = option_named(so_far, prefix.substr(0, equal));
+      prefix.erase(0, equal + 1);
+    }
     const auto offered = candidates(so_far, prefix);
     if (!offered) return false;
     for (const std::string& one : *offered)

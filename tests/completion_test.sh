@@ -37,6 +37,7 @@ offers read --comp -- --compress
 offers --root DB --js -- --json
 offers write --below-detection h -- half
 offers --root DB ls Ho -- Holes
+offers --root DB stat Holes Drilling cores --selection = o -- ore
 offers ls --root = DB Holes D -- Drilling
 offers --root DB read Archive "Old" -- 'Old\ data'
 offers --root DB read Archive '"Old' -- 'Old data'
