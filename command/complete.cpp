@@ -120,14 +120,17 @@ std::vector<std::string> names(const situation& so_far, const std::string& type,
   if (type == "STUDY") return server->studies();
   server->set_study(value_of(so_far, "STUDY"));
   if (type == "DIRECTORY") return server->directories();
+  if (type == "PALETTE") return server->palettes();
+  if (type == "SCALE") return server->scales();
   server->set_directory(value_of(so_far, "DIRECTORY"));
-  if (type == "FILE") return server->files();
-  server->set_file(value_of(so_far, "FILE"));
+  if (type == "LINES" || type == "POINTS" || type == "FILE") return server->files();
+  const std::string file = value_of(so_far, "FILE");
+  server->set_file(file.empty() ? value_of(so_far, "POINTS") : file);
   return variables(*server, prefix);
 }
 
 bool is_in_database(const std::string& type) {
-  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "VARIABLE"})
+  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "LINES", "POINTS", "VARIABLE", "PALETTE", "SCALE"})
     if (type == one) return true;
   return false;
 }

@@ -134,7 +134,7 @@ void add_object_commands(const command_line& program, const common_options& comm
   };
   for (auto [command, options] : {add("polygons", "List the polygons of a file", polygons_json),
                                   add("wireframes", "List the wireframes of a file", wireframes_json)})
-    command.add_option("--selection", options->selection, "Selection variable of the file").type_name("NAME");
+    command.add_option("--selection", options->selection, "Selection variable of the file").type_name("VARIABLE");
   const auto [command, options] = add("faults", "List the faults of a file", faults_json);
   command.add_option("--priority", options->priority, "Highest priority to list (default: 127)");
 }

@@ -134,17 +134,17 @@ void show_vendor(const common_options& common, const vendor_options& options) {
 }  // namespace
 
 void add_resource_commands(const command_line& program, const common_options& common) {
-  const auto add = [&](const char* command_name, const char* description, const char* shown, auto names,
-                       auto describe) {
+  const auto add = [&](const char* command_name, const char* description, const char* kind, const char* shown,
+                       auto names, auto describe) {
     const command_line command = program.add_subcommand(command_name, description);
     auto options = std::make_shared<resource_options>();
     command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-    command.add_option("name", options->name, shown).type_name("NAME");
+    command.add_option("name", options->name, shown).type_name(kind);
     command.callback([options, &common, names, describe] { show(common, *options, names, describe); });
   };
-  add("palettes", "List the palettes of a study and of the root, or show one", "Palette to show",
+  add("palettes", "List the palettes of a study and of the root, or show one", "PALETTE", "Palette to show",
       &client::connection::palettes, palette_json);
-  add("scales", "List the colour scales of a study, or show one", "Scale to show",
+  add("scales", "List the colour scales of a study, or show one", "SCALE", "Scale to show",
       &client::connection::scales, scale_json);
 
   const command_line command =

@@ -44,6 +44,9 @@ offers --root DB read Archive '"Old' -- 'Old data'
 offers --root DB read Archive 'Old\ data' c -- cube
 offers --root DB read Holes Drilling cores Cu N -- Ni
 offers --root DB read Holes Drilling cores --selection o -- ore
+offers --root DB link Holes Drilling cores coll -- collars
+offers --root DB link Holes Drilling cores collars --names h -- hole
+offers --root DB palettes Holes Gr -- Grades
 offers --root DB read Holes Drilling nothing C --
 offers --root "$work/nothing" ls "" --
 offers --server 127.0.0.1:1 --root DB ls "" --
