@@ -2,26 +2,27 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <limits>
+#include <map>
 #include <optional>
 
+#include "formats/numbers.h"
 #include "qrd/blanks.h"
 #include "qrd/error.h"
 #include "qrd/numbers.h"
-#include "qrd/types.h"
 
 namespace qrd::command {
 
 namespace {
 
+using formats::text_table;
+
 constexpr std::string_view missing_words[] = {"NA", "N/A", "NaN", "null"};
 constexpr std::int32_t usual_bits = 64;
+constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 // How many cells a refusal names.
 constexpr std::size_t named_cells = 3;
-
-[[noreturn]] void fail(const csv_table& table, const std::string& title, std::size_t row,
-                       const std::string& text) {
-  throw client::error(table.where(row) + ": column \"" + title + "\": " + text);
-}
 
 std::string quoted(std::string_view cell) {
   return "\"" + std::string(cell) + "\"";
@@ -42,10 +43,10 @@ bool contains(const std::vector<std::string>& texts, std::string_view cell) {
 }
 
 // The limit in "<0.01".
-std::optional<double> detection_limit(std::string_view cell) {
+std::optional<std::string_view> detection_limit(text_table& table, std::string_view cell) {
   cell = client::without_blanks(cell);
-  if (!cell.starts_with('<')) return std::nullopt;
-  return client::parse_number(cell.substr(1));
+  if (!cell.starts_with('<') || !table.is_number(cell.substr(1))) return std::nullopt;
+  return cell.substr(1);
 }
 
 double below_limit(double limit, below_detection rule) {
@@ -57,55 +58,196 @@ double below_limit(double limit, below_detection rule) {
     case below_detection::value:
       return limit;
     default:
-      return client::missing_value;
+      return missing;
   }
 }
 
-// What the cells of a column look like.
-struct column_look {
-  std::size_t missing = 0;
-  std::size_t numbers = 0;
-  std::vector<std::size_t> below;  // rows
-  std::vector<std::size_t> words;
+// Cells of one column as numbers or texts.
+class cell_reader {
+ public:
+  cell_reader(text_table& table, const cell_rules& rules, std::size_t column, const column_type& type,
+              bool is_place)
+      : table_(table), rules_(rules), column_(column), type_(type), is_place_(is_place) {}
+
+  double number(std::string_view cell, std::size_t line) const {
+    std::optional<double> value;
+    if (rules_.missing.empty() || !contains(rules_.missing, cell))
+      value = formats::read_number(cell, table_.decimal_comma());
+    if (value) {
+      if (!client::fits_bits(*value, type_.bits))
+        fail(line, std::to_string(type_.bits) + " bits cannot hold " + std::string(cell));
+      return *value;
+    }
+    const auto limit =
+        rules_.below == below_detection::refused ? std::nullopt : detection_limit(table_, cell);
+    if (limit) {
+      const double read =
+          below_limit(formats::read_number(*limit, table_.decimal_comma()).value_or(missing), rules_.below);
+      if (!std::isnan(read)) return read;
+    } else if (!rules_.is_missing_number(cell)) {
+      fail(line, quoted(cell) + " is not a number");
+    }
+    if (is_place_) fail(line, "a place needs a value");
+    if (type_.bits == 1) fail(line, "a 1-bit variable has no missing value");
+    return missing;
+  }
+
+  std::string text(std::string_view cell, std::size_t line) const {
+    if (rules_.is_missing_text(cell)) return {};
+    std::string text = table_.text_of(client::without_blanks_behind(cell), line);
+    if (text.size() > static_cast<std::size_t>(type_.characters))
+      fail(line, quoted(text) + " has more than " + std::to_string(type_.characters) + " characters");
+    return text;
+  }
+
+ private:
+  [[noreturn]] void fail(std::size_t line, const std::string& text) const {
+    throw client::error(table_.where(line) + ": column " + quoted(table_.names()[column_]) + ": " + text);
+  }
+
+  text_table& table_;
+  const cell_rules& rules_;
+  std::size_t column_;
+  column_type type_;
+  bool is_place_;
 };
 
-column_look look_at(const cell_list& cells, const cell_rules& rules) {
-  column_look look;
-  for (std::size_t row = 0; row < cells.size(); ++row) {
-    if (rules.is_missing_number(cells[row]))
-      ++look.missing;
-    else if (client::parse_number(cells[row]))
-      ++look.numbers;
-    else
-      (detection_limit(cells[row]) ? look.below : look.words).push_back(row);
+// Cells that a refusal names, and how many there are.
+struct odd_cells {
+  std::size_t count = 0;
+  std::vector<std::pair<std::string, std::size_t>> first;
+
+  void add(std::string_view cell, std::size_t line) {
+    if (++count <= named_cells) first.emplace_back(cell, line);
   }
-  return look;
-}
+  std::string text() const {
+    std::string named;
+    for (const auto& [cell, line] : first)
+      named += (named.empty() ? "" : ", ") + quoted(cell) + " on line " + std::to_string(line);
+    return named + (count > named_cells ? ", ..." : "");
+  }
+};
 
-std::string first_cells(const csv_table& table, const cell_list& cells,
-                        const std::vector<std::size_t>& rows) {
-  std::string text;
-  for (std::size_t i = 0; i < std::min(rows.size(), named_cells); ++i)
-    text += (i == 0 ? "" : ", ") + quoted(cells[rows[i]]) + " on line " + std::to_string(table.line(rows[i]));
-  return text + (rows.size() > named_cells ? ", ..." : "");
-}
+// What the cells of a column look like.
+class column_look {
+ public:
+  // `bits` are wished for all numbers; 0 for none.
+  column_look(text_table& table, const cell_rules& rules, looked_column& column, std::int32_t bits)
+      : table_(table),
+        rules_(rules),
+        column_(column),
+        bits_(column.is_place    ? usual_bits
+              : column.bits != 0 ? column.bits
+                                 : bits),
+        reader_(table, rules, column.index, {bits_ == 0 ? usual_bits : bits_, 0, 0}, column.is_place) {}
 
-std::int32_t longest(const cell_list& cells, const cell_rules& rules) {
-  std::size_t length = 1;
-  for (const std::string_view cell : cells)
-    if (!rules.is_missing_text(cell)) length = std::max(length, client::without_blanks_behind(cell).size());
-  constexpr std::size_t widest = 1 << 20;
-  if (length > widest) throw client::error("a cell of " + std::to_string(length) + " characters");
-  return static_cast<std::int32_t>(length);
-}
+  void take(std::string_view cell, std::size_t line) {
+    if (column_.text) {
+      take_text(cell, line);
+      return;
+    }
+    const bool named_missing = !rules_.missing.empty() && contains(rules_.missing, cell);
+    if (!named_missing && table_.is_number(cell)) {
+      ++numbers_;
+      longest_ = std::max(longest_, client::without_blanks_behind(cell).size());
+      if (cell == "0")
+        ++zeros_;
+      else if (cell == "1")
+        ++ones_;
+      // What is short and has no exponent fits, whatever it is.
+      constexpr std::size_t short_number = 25;
+      const bool fits = (bits_ == 0 || bits_ == usual_bits) && cell.size() <= short_number &&
+                        cell.find_first_of("eE") == std::string_view::npos;
+      if (column_.is_place && (column_.numbers.size() < column_.held || !fits))
+        take_place(cell, line);
+      else if (!fits)
+        check(cell, line);
+      return;
+    }
+    if (column_.is_place) {
+      take_place(cell, line);
+      return;
+    }
+    take_text(cell, line);
+    if (rules_.is_missing_number(cell)) {
+      ++missing_;
+      if (bits_ == 1) check(cell, line);
+    } else {
+      (detection_limit(table_, cell) ? below_ : words_).add(cell, line);
+    }
+  }
 
-column_type text_column(const cell_list& cells, const cell_rules& rules) {
-  column_type type;
-  type.characters = longest(cells, rules);
-  type.missing = static_cast<std::size_t>(
-      std::count_if(cells.begin(), cells.end(), [&](auto cell) { return rules.is_missing_text(cell); }));
-  return type;
-}
+  column_type type() const {
+    const std::string name = quoted(table_.names()[column_.index]);
+    const std::size_t numeric = numbers_ + below_.count;
+    if (column_.text || (column_.bits == 0 && words_.count >= std::max<std::size_t>(1, numeric)))
+      return text_type();
+    if (words_.count > 0 && column_.bits == 0)
+      throw client::error("column " + name + " has " + std::to_string(numeric) + " numbers, and " +
+                          std::to_string(words_.count) + (words_.count == 1 ? " cell" : " cells") +
+                          " that are none: " + words_.text() +
+                          ". Give --missing WORD if they stand for missing values, --text " + name +
+                          " if all cells are texts");
+    if (words_.count > 0)
+      throw client::error(table_.where(words_.first[0].second) + ": column " + name + ": " +
+                          quoted(words_.first[0].first) + " is not a number");
+    if (below_.count > 0 && rules_.below == below_detection::refused)
+      throw client::error("column " + name + " has " + std::to_string(below_.count) +
+                          " values below detection: " + below_.text() +
+                          ". Tell what they stand for by --below-detection half, zero, missing or value");
+    if (!problem_.empty()) throw client::error(problem_);
+    const std::size_t absent = missing_ + (rules_.below == below_detection::missing ? below_.count : 0);
+    const bool is_selection =
+        zeros_ > 0 && ones_ > 0 && zeros_ + ones_ == numbers_ && below_.count == 0 && absent == 0;
+    return {bits_ != 0 ? bits_ : is_selection ? 1 : usual_bits, 0, absent};
+  }
+
+ private:
+  void take_text(std::string_view cell, std::size_t line) {
+    if (rules_.is_missing_text(cell))
+      ++missing_texts_;
+    else
+      longest_ = std::max(longest_, table_.text_size(client::without_blanks_behind(cell), line));
+  }
+
+  void take_place(std::string_view cell, std::size_t line) {
+    const double place = reader_.number(cell, line);
+    if (column_.numbers.size() < column_.held) column_.numbers.push_back(place);
+  }
+
+  // What is wrong with a cell counts only if the column doesn't become one of texts.
+  void check(std::string_view cell, std::size_t line) {
+    if (!problem_.empty()) return;
+    try {
+      reader_.number(cell, line);
+    } catch (const client::error& problem) {
+      problem_ = problem.what();
+    }
+  }
+
+  column_type text_type() const {
+    constexpr std::size_t widest = 1 << 20;
+    if (longest_ > widest)
+      throw client::error("column " + quoted(table_.names()[column_.index]) + " has a cell of " +
+                          std::to_string(longest_) + " characters");
+    return {0, std::max<std::int32_t>(1, static_cast<std::int32_t>(longest_)), missing_texts_};
+  }
+
+  text_table& table_;
+  const cell_rules& rules_;
+  looked_column& column_;
+  std::int32_t bits_;
+  cell_reader reader_;
+  std::size_t missing_ = 0;
+  std::size_t missing_texts_ = 0;
+  std::size_t numbers_ = 0;
+  std::size_t zeros_ = 0;
+  std::size_t ones_ = 0;
+  std::size_t longest_ = 0;
+  odd_cells below_;
+  odd_cells words_;
+  std::string problem_;
+};
 
 }  // namespace
 
@@ -121,80 +263,140 @@ bool cell_rules::is_missing_number(std::string_view cell) const {
                      [&](std::string_view one) { return equal_without_case(one, word); });
 }
 
-column_type type_of_column(const csv_table& table, const std::string& title, const cell_rules& rules,
-                           const column_wishes& wishes) {
-  const cell_list& cells = table.column(title);
-  if (wishes.text) return text_column(cells, rules);
-  const column_look look = look_at(cells, rules);
-  const std::size_t numeric = look.numbers + look.below.size();
-  if (wishes.bits == 0 && look.words.size() >= std::max<std::size_t>(1, numeric))
-    return text_column(cells, rules);
-  if (wishes.bits == 0 && !look.words.empty())
-    throw client::error("column \"" + title + "\" has " + std::to_string(numeric) + " numbers, and " +
-                        std::to_string(look.words.size()) + (look.words.size() == 1 ? " cell" : " cells") +
-                        " that are none: " + first_cells(table, cells, look.words) +
-                        ". Give --missing WORD if they stand for missing values, --text " + quoted(title) +
-                        " if all cells are texts");
-  if (!look.below.empty() && rules.below == below_detection::refused)
-    throw client::error("column \"" + title + "\" has " + std::to_string(look.below.size()) +
-                        " values below detection: " + first_cells(table, cells, look.below) +
-                        ". Tell what they stand for by --below-detection half, zero, missing or value");
-  column_type type;
-  type.bits = wishes.bits == 0 ? usual_bits : wishes.bits;
-  type.missing = look.missing + (rules.below == below_detection::missing ? look.below.size() : 0);
-  return type;
+void add_table_options(const command_line& command, table_options& options) {
+  command
+      .add_option("--missing", options.cells.missing,
+                  "Cells that stand for a missing value, beside blank ones, NA, N/A, NaN and null")
+      .type_name("WORD")
+      .one_at_a_time();
+  const auto add_choice = [&](const char* name, const auto& words, auto set, const char* text) {
+    std::vector<std::string> known;
+    for (const auto& [word, value] : words) known.push_back(word);
+    command
+        .add_word_option(
+            name, [words, set](const std::string& word) { set(words.at(word)); }, text)
+        .one_of(known);
+  };
+  add_choice(
+      "--below-detection",
+      std::map<std::string, below_detection>{{"half", below_detection::half},
+                                             {"zero", below_detection::zero},
+                                             {"missing", below_detection::missing},
+                                             {"value", below_detection::value}},
+      [&options](below_detection rule) { options.cells.below = rule; },
+      "What a cell such as <0.01 stands for: half of it, zero, a missing value, or the value");
+  formats::table_wishes& wishes = options.wishes;
+  command
+      .add_word_option(
+          "--separator",
+          [&wishes](const std::string& word) {
+            wishes.separator = word == "tab" || word == "\\t" ? '\t'
+                               : word == "blank"              ? formats::blanks_separate
+                                                              : word[0];
+          },
+          "What stands between cells: one character, tab or blank (default: what is found)")
+      .type_name("CHAR")
+      .check([](const std::string& word) {
+        return word.size() == 1 || word == "tab" || word == "\\t" || word == "blank"
+                   ? std::string()
+                   : "one character, tab or blank";
+      });
+  command
+      .add_word_option(
+          "--quote", [&wishes](const std::string& word) { wishes.quote = word == "none" ? '\0' : word[0]; },
+          "What quotes cells: one character or none (default: what is found)")
+      .type_name("CHAR")
+      .check([](const std::string& word) {
+        return word.size() == 1 || word == "none" ? std::string() : "one character or none";
+      });
+  command
+      .add_word_option(
+          "--comment", [&wishes](const std::string& word) { wishes.comment = word; },
+          "What lines of comment begin with (default: #, //, ! or % if the table begins so)")
+      .type_name("TEXT");
+  add_choice(
+      "--decimal", std::map<std::string, bool>{{"point", false}, {"comma", true}},
+      [&wishes](bool comma) { wishes.decimal_comma = comma; },
+      "Decimal mark of numbers (default: what is found)");
+  add_choice(
+      "--encoding",
+      std::map<std::string, formats::text_encoding>{{"utf-8", formats::text_encoding::utf_8},
+                                                    {"latin-1", formats::text_encoding::latin_1}},
+      [&wishes](formats::text_encoding encoding) { wishes.encoding = encoding; },
+      "Characters of texts (default: what is found)");
+  add_choice(
+      "--header", std::map<std::string, bool>{{"yes", true}, {"no", false}},
+      [&wishes](bool names) { wishes.names = names; },
+      "Whether the first row names the columns (default: unless it has nothing but numbers)");
 }
 
-std::vector<double> to_numbers(const csv_table& table, const std::string& title, const cell_rules& rules,
-                               std::int32_t bits) {
-  const cell_list& cells = table.column(title);
-  std::vector<double> numbers;
-  numbers.reserve(cells.size());
-  for (const std::string_view cell : cells) {
-    const std::size_t row = numbers.size();
-    auto number = client::parse_number(cell);
-    // A number can stand for a missing value too, such as -99.
-    if (!number || contains(rules.missing, cell)) {
-      const auto limit = rules.below == below_detection::refused ? std::nullopt : detection_limit(cell);
-      if (limit)
-        number = below_limit(*limit, rules.below);
-      else if (rules.is_missing_number(cell))
-        number = client::missing_value;
-      else
-        fail(table, title, row, quoted(cell) + " is not a number");
+std::size_t look_at(text_table& table, const cell_rules& rules, std::vector<looked_column>& columns,
+                    std::int32_t bits, const formats::table_progress& progress, const row_taker& take) {
+  std::vector<column_look> looks;
+  looks.reserve(columns.size());
+  for (looked_column& one : columns) looks.emplace_back(table, rules, one, bits);
+  std::size_t rows = 0;
+  table.each_row(
+      [&](std::span<const std::string_view> cells, std::size_t line) {
+        for (std::size_t i = 0; i < columns.size(); ++i) looks[i].take(cells[columns[i].index], line);
+        if (take) take(cells, line);
+        ++rows;
+        return true;
+      },
+      progress);
+  for (std::size_t i = 0; i < columns.size(); ++i) columns[i].type = looks[i].type();
+  return rows;
+}
+
+void read_blocks(text_table& table, const cell_rules& rules, const std::vector<read_column>& columns,
+                 std::size_t rows_per_block, const std::function<void(table_block&)>& take,
+                 const formats::table_progress& progress) {
+  std::vector<cell_reader> readers;
+  for (const read_column& one : columns)
+    readers.emplace_back(table, rules, one.index, one.type, one.is_place);
+  table_block block;
+  block.columns.resize(columns.size());
+  const auto hand_out = [&] {
+    take(block);
+    block.first += block.rows();
+    block.lines.clear();
+    for (client::column_values& values : block.columns) {
+      values.numbers.clear();
+      values.texts.clear();
     }
-    if (*number == client::missing_value) {
-      if (bits == 1) fail(table, title, row, "a 1-bit variable has no missing value");
-    } else if (!client::fits_bits(*number, bits)) {
-      fail(table, title, row, std::to_string(bits) + " bits cannot hold " + std::string(cell));
-    }
-    numbers.push_back(*number);
-  }
-  return numbers;
+  };
+  table.each_row(
+      [&](std::span<const std::string_view> cells, std::size_t line) {
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+          const std::string_view cell = cells[columns[i].index];
+          if (columns[i].type.is_text())
+            block.columns[i].texts.push_back(readers[i].text(cell, line));
+          else
+            block.columns[i].numbers.push_back(readers[i].number(cell, line));
+        }
+        block.lines.push_back(line);
+        if (block.rows() == rows_per_block) hand_out();
+        return true;
+      },
+      progress);
+  if (block.rows() > 0) hand_out();
 }
 
-std::vector<double> to_places(const csv_table& table, const std::string& title, const cell_rules& rules) {
-  std::vector<double> places = to_numbers(table, title, rules, usual_bits);
-  const auto missing = std::find(places.begin(), places.end(), client::missing_value);
-  if (missing != places.end())
-    fail(table, title, static_cast<std::size_t>(missing - places.begin()), "a place needs a value");
-  return places;
+table_block read_whole(text_table& table, const cell_rules& rules, const std::vector<read_column>& columns) {
+  table_block whole;
+  whole.columns.resize(columns.size());
+  read_blocks(table, rules, columns, std::numeric_limits<std::size_t>::max(),
+              [&](table_block& block) { whole = std::move(block); });
+  return whole;
 }
 
-std::vector<std::string> to_texts(const csv_table& table, const std::string& title, const cell_rules& rules,
-                                  std::int32_t width) {
-  const cell_list& cells = table.column(title);
-  std::vector<std::string> texts;
-  texts.reserve(cells.size());
-  for (const std::string_view cell : cells) {
-    const std::string_view text =
-        rules.is_missing_text(cell) ? std::string_view() : client::without_blanks_behind(cell);
-    if (text.size() > static_cast<std::size_t>(width))
-      fail(table, title, texts.size(),
-           quoted(cell) + " has more than " + std::to_string(width) + " characters");
-    texts.emplace_back(text);
-  }
-  return texts;
+std::string where_row(text_table& table, std::size_t row) {
+  std::string found;
+  table.each_row([&](std::span<const std::string_view>, std::size_t line) {
+    found = table.where(line);
+    return row-- > 0;
+  });
+  return found;
 }
 
 }  // namespace qrd::command

@@ -8,7 +8,6 @@
 #include "command/cells.h"
 #include "command/choose.h"
 #include "command/column.h"
-#include "command/csv.h"
 #include "command/options.h"
 #include "command/session.h"
 #include "command/undo.h"
@@ -88,12 +87,12 @@ void in_directory(const common_options& common, const new_options& options,
 }
 
 void new_points(const common_options& common, const new_options& options) {
-  const csv_table table = read_table(options.input);
+  formats::text_table table(options.input);
+  std::vector<read_column> axes;
+  for (const std::string& axis : options.axes) axes.push_back({table.index_of(axis), {64, 0, 0}, true});
   std::vector<double> coordinates;
-  for (const std::string& axis : options.axes) {
-    const std::vector<double> values = to_places(table, axis, {});
-    coordinates.insert(coordinates.end(), values.begin(), values.end());
-  }
+  for (const client::column_values& axis : read_whole(table, {}, axes).columns)
+    coordinates.insert(coordinates.end(), axis.numbers.begin(), axis.numbers.end());
   const auto dimension = static_cast<std::int32_t>(options.axes.size());
   in_directory(common, options,
                [&](client::connection& server) { server.new_points(options.file, dimension, coordinates); });

@@ -2,12 +2,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
+#include <memory>
 #include <unordered_map>
 
 #include "command/desurvey.h"
 #include "command/holes.h"
 #include "command/import.h"
-#include "command/interruption.h"
 #include "command/output.h"
 #include "qrd/blanks.h"
 #include "qrd/numbers.h"
@@ -18,9 +19,7 @@ namespace {
 
 struct lines_options : import_options {
   std::string line;
-  std::string x = "x";
-  std::string y = "y";
-  std::string z;
+  axis_options axes;
   std::vector<std::string> begin;
   std::vector<std::string> end;
   std::string from;
@@ -34,17 +33,25 @@ struct lines_options : import_options {
   bool check_only = false;
 };
 
-// The rows of each line, in the order in which the lines first appear.
-std::vector<std::vector<std::size_t>> rows_of_lines(const cell_list& names) {
-  std::vector<std::vector<std::size_t>> lines;
-  std::unordered_map<std::string_view, std::size_t> known;
-  for (std::size_t row = 0; row < names.size(); ++row) {
-    const auto [found, is_new] = known.emplace(names[row], lines.size());
-    if (is_new) lines.emplace_back();
-    lines[found->second].push_back(row);
+// The lines of a table, and the rows of each in the order in which they come.
+struct line_rows {
+  std::vector<std::vector<std::size_t>> lines;  // in the order in which they first appear
+
+  void add(std::string_view name, std::size_t row) {
+    if (last_ == nullptr || name != *last_) {
+      const auto [found, is_new] = known_.emplace(name, lines.size());
+      if (is_new) lines.emplace_back();
+      last_ = &found->first;
+      current_ = found->second;
+    }
+    lines[current_].push_back(row);
   }
-  return lines;
-}
+
+ private:
+  std::unordered_map<std::string, std::size_t> known_;
+  const std::string* last_ = nullptr;
+  std::size_t current_ = 0;
+};
 
 // A line as the server takes it: coordinates axis by axis, and for cores the start of the first.
 struct line {
@@ -55,71 +62,57 @@ struct line {
 struct line_file {
   std::int32_t dimension = 3;
   std::vector<line> lines;
-  sample_places places;
-  std::vector<std::string> used;   // columns that went into the geometry
+  std::int64_t samples = 0;
+  std::vector<std::size_t> sample_of_row;
   std::vector<std::string> notes;  // what the user should know of it
+
+  explicit line_file(std::size_t rows) : sample_of_row(rows) {}
+  void place_row(std::size_t row) { sample_of_row[row] = static_cast<std::size_t>(samples++); }
+  bool is_in_order() const {
+    for (std::size_t row = 0; row < sample_of_row.size(); ++row)
+      if (sample_of_row[row] != row) return false;
+    return static_cast<std::size_t>(samples) == sample_of_row.size();
+  }
 };
 
-std::vector<std::vector<double>> read_axes(const csv_table& table, const std::vector<std::string>& titles,
-                                           const cell_rules& rules) {
-  std::vector<std::vector<double>> axes;
-  for (const std::string& title : titles) axes.push_back(to_places(table, title, rules));
-  return axes;
-}
+using axis_values = std::vector<std::span<const double>>;
 
 // The places of some rows, axis by axis.
-std::vector<double> gathered(const std::vector<std::vector<double>>& axes,
-                             const std::vector<std::size_t>& rows) {
+std::vector<double> gathered(const axis_values& axes, const std::vector<std::size_t>& rows) {
   std::vector<double> coordinates;
-  for (const std::vector<double>& axis : axes)
+  for (const auto& axis : axes)
     for (const std::size_t row : rows) coordinates.push_back(axis[row]);
   return coordinates;
 }
 
-void place_rows(line_file& file, const std::vector<std::size_t>& rows) {
-  for (const std::size_t row : rows)
-    file.places.of_row[row] = static_cast<std::size_t>(file.places.samples++);
-}
-
 // One place for each sample.
-line_file gravity_lines(const csv_table& table, const lines_options& options,
-                        const std::vector<std::vector<std::size_t>>& lines) {
-  line_file file;
-  file.places.of_row.resize(table.rows());
-  file.used = {options.x, options.y};
-  if (!options.z.empty()) file.used.push_back(options.z);
-  file.dimension = static_cast<std::int32_t>(file.used.size());
-  const auto axes = read_axes(table, file.used, options.cells);
-  for (const auto& rows : lines) {
+line_file gravity_lines(const axis_values& axes, const line_rows& rows_of) {
+  line_file file(axes[0].size());
+  file.dimension = static_cast<std::int32_t>(axes.size());
+  for (const auto& rows : rows_of.lines) {
     file.lines.push_back({gathered(axes, rows), std::nullopt});
-    place_rows(file, rows);
+    for (const std::size_t row : rows) file.place_row(row);
   }
   return file;
 }
 
 // Begin and end of each core.
-line_file cores_by_places(const csv_table& table, const lines_options& options,
-                          const std::vector<std::vector<std::size_t>>& lines) {
-  if (options.begin.size() != options.end.size())
-    throw client::error("--begin and --end need the same number of columns");
-  line_file file;
-  file.places.of_row.resize(table.rows());
-  file.used = options.begin;
-  file.used.insert(file.used.end(), options.end.begin(), options.end.end());
-  file.dimension = static_cast<std::int32_t>(options.end.size());
-  const auto begins = read_axes(table, options.begin, options.cells);
-  const auto ends = read_axes(table, options.end, options.cells);
-  for (const auto& rows : lines) {
+line_file cores_by_places(formats::text_table& table, const axis_values& begins, const axis_values& ends,
+                          const line_rows& rows_of) {
+  line_file file(ends[0].size());
+  file.dimension = static_cast<std::int32_t>(ends.size());
+  for (const auto& rows : rows_of.lines) {
     for (std::size_t i = 1; i < rows.size(); ++i)
       for (std::size_t axis = 0; axis < ends.size(); ++axis) {
         const double step = begins[axis][rows[i]] - ends[axis][rows[i - 1]];
         // Coordinates that were printed and read again may differ in their last digits.
         if (std::abs(step) > 1e-6 * std::max(1.0, std::abs(ends[axis][rows[i]])))
-          throw client::error(table.where(rows[i]) + ": the core does not begin where the one before ends");
+          throw client::error(where_row(table, rows[i]) +
+                              ": the core does not begin where the one before ends");
       }
     client::point3 start{begins[0][rows[0]], begins[1][rows[0]], begins.size() > 2 ? begins[2][rows[0]] : 0};
     file.lines.push_back({gathered(ends, rows), start});
-    place_rows(file, rows);
+    for (const std::size_t row : rows) file.place_row(row);
   }
   return file;
 }
@@ -129,44 +122,50 @@ std::string hole_name(std::string_view cell) {
   return std::string(client::without_blanks(cell));
 }
 
-// Calls act(row, hole, the three numbers or two) for each row of a table that begins with the hole.
+// Calls act(hole, the three numbers or two, line) for each row of a table that begins with the hole.
 template <typename Act>
-void each_hole_row(const csv_table& table, const std::vector<std::string>& columns, const cell_rules& rules,
-                   const Act& act) {
-  const auto values = read_axes(table, {columns.begin() + 1, columns.end()}, rules);
-  const cell_list& names = table.column(columns[0]);
-  for (std::size_t row = 0; row < names.size(); ++row) act(row, hole_name(names[row]), values);
+void each_hole_row(const std::string& path, const lines_options& options,
+                   const std::vector<std::string>& columns, const Act& act) {
+  formats::text_table table(path, options.table.wishes);
+  const std::size_t hole = table.index_of(columns[0]);
+  std::vector<looked_column> numbers;
+  for (std::size_t i = 1; i < columns.size(); ++i) {
+    looked_column one;
+    one.index = table.index_of(columns[i]);
+    one.is_place = true;
+    one.held = std::numeric_limits<std::size_t>::max();
+    numbers.push_back(std::move(one));
+  }
+  std::vector<std::pair<std::string, std::size_t>> holes;
+  look_at(table, options.table.cells, numbers, 0, nullptr,
+          [&](std::span<const std::string_view> cells, std::size_t line) {
+            holes.emplace_back(table.text_of(hole_name(cells[hole]), line), line);
+          });
+  for (std::size_t row = 0; row < holes.size(); ++row)
+    act(row, std::move(holes[row].first), numbers, holes[row].second);
 }
 
-hole_tables read_hole_tables(const csv_table& table, const lines_options& options) {
+// Of collars and surveys, and of the depths that the table of intervals tells.
+hole_tables read_hole_tables(const lines_options& options) {
   hole_tables read;
-  {
-    const csv_table collars = read_table(options.collars);
-    each_hole_row(
-        collars, options.collar_columns, options.cells,
-        [&](std::size_t row, std::string hole, const auto& v) {
-          read.collars.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, collars.line(row)});
-        });
-  }
-  if (!options.surveys.empty()) {
-    const csv_table surveys = read_table(options.surveys);
-    each_hole_row(
-        surveys, options.survey_columns, options.cells,
-        [&](std::size_t row, std::string hole, const auto& v) {
-          read.surveys.push_back({std::move(hole), {v[0][row], v[1][row], v[2][row]}, surveys.line(row)});
-        });
-  }
-  each_hole_row(table, {options.line, options.from, options.to}, options.cells,
-                [&](std::size_t row, std::string hole, const auto& v) {
-                  read.intervals.push_back({std::move(hole), v[0][row], v[1][row], table.line(row)});
+  each_hole_row(options.collars, options, options.collar_columns,
+                [&](std::size_t row, std::string hole, const auto& v, std::size_t line) {
+                  read.collars.push_back(
+                      {std::move(hole), {v[0].numbers[row], v[1].numbers[row], v[2].numbers[row]}, line});
                 });
+  if (!options.surveys.empty())
+    each_hole_row(options.surveys, options, options.survey_columns,
+                  [&](std::size_t row, std::string hole, const auto& v, std::size_t line) {
+                    read.surveys.push_back(
+                        {std::move(hole), {v[0].numbers[row], v[1].numbers[row], v[2].numbers[row]}, line});
+                  });
   return read;
 }
 
 std::string mismatch_text(const hole_mismatch& one, const lines_options& options) {
   const std::string& file = one.table == hole_table::collars   ? options.collars
                             : one.table == hole_table::surveys ? options.surveys
-                                                               : options.table;
+                                                               : options.table.path;
   std::string text = file == "-" ? std::string() : file;
   if (one.line > 0) text += (text.empty() ? "line " : ", line ") + std::to_string(one.line);
   if (!one.hole.empty()) text += ": hole \"" + one.hole + "\"";
@@ -226,14 +225,13 @@ void check_holes(const common_options& common, const lines_options& options, con
 }
 
 // Depths along drill holes. A gap between two intervals becomes a core without values, since cores touch.
-line_file cores_by_depths(const csv_table& table, const lines_options& options, const hole_tables& tables) {
+line_file cores_by_depths(const lines_options& options, const hole_tables& tables) {
   const matched_holes matched = match_holes(tables, options.rules);
   print_mismatches(matched, options);
   if (!matched.is_sound())
     throw client::error("the tables do not fit, so that nothing was made: " + mismatch_count(matched));
 
-  line_file file;
-  file.places.of_row.resize(table.rows());
+  line_file file(tables.intervals.size());
   const auto method = desurvey_method_of(options.method).value();
   std::size_t gaps = 0;
   for (const drill_hole& hole : matched.holes) {
@@ -245,11 +243,11 @@ line_file cores_by_depths(const csv_table& table, const lines_options& options, 
       const interval_row& interval = tables.intervals[row];
       if (interval.from > reached) {
         ends.push_back(interval.from);
-        ++file.places.samples;
+        ++file.samples;
         ++gaps;
       }
       ends.push_back(interval.to);
-      file.places.of_row[row] = static_cast<std::size_t>(file.places.samples++);
+      file.place_row(row);
       reached = interval.to;
     }
     std::vector<client::point3> places;
@@ -270,35 +268,101 @@ line_file cores_by_depths(const csv_table& table, const lines_options& options, 
   return file;
 }
 
-line_file read_lines(const csv_table& table, const lines_options& options) {
-  if (!options.from.empty()) return cores_by_depths(table, options, read_hole_tables(table, options));
-  const auto lines = rows_of_lines(table.column(options.line));
-  return options.end.empty() ? gravity_lines(table, options, lines) : cores_by_places(table, options, lines);
+// The columns of a kind of place under the names that an export gives them; none if one is missing.
+std::vector<std::string> exported_columns(const formats::text_table& table, char kind, const char* text) {
+  std::vector<std::string> names;
+  for (const char axis : {'X', 'Y', 'Z'}) {
+    const std::string name = std::string(1, axis) + kind + "+ " + text;
+    if (table.find(name)) names.push_back(name);
+  }
+  return names.size() >= 2 ? names : std::vector<std::string>();
+}
+
+std::vector<std::size_t> indices_of(const formats::text_table& table, const std::vector<std::string>& names) {
+  std::vector<std::size_t> indices;
+  for (const std::string& name : names) indices.push_back(table.index_of(name));
+  return indices;
+}
+
+// Calls act(values) with the held places of some of the columns.
+axis_values values_of(const std::vector<looked_column>& places, std::size_t first, std::size_t count) {
+  axis_values values;
+  for (std::size_t i = first; i < first + count; ++i) values.emplace_back(places[i].numbers);
+  return values;
+}
+
+void make_lines(const common_options& common, const lines_options& options, formats::text_table& table,
+                scanned_table& scan, line_file file) {
+  scan.notes.insert(scan.notes.begin(), file.notes.begin(), file.notes.end());
+  std::vector<client::line_geometry> lines;
+  for (const line& one : file.lines) lines.push_back({one.coordinates, one.start});
+  if (file.is_in_order()) file.sample_of_row.clear();
+  import_file(common, options, table, scan,
+              {file.samples, client::lines_geometry{file.dimension, lines}, std::move(file.sample_of_row)});
+}
+
+// Depths along holes; the table is that of the intervals.
+void import_depths(const common_options& common, const lines_options& options) {
+  hole_tables tables = read_hole_tables(options);
+  if (options.check_only) {
+    each_hole_row(options.table.path, options, {options.line, options.from, options.to},
+                  [&](std::size_t row, std::string hole, const auto& v, std::size_t line) {
+                    tables.intervals.push_back({std::move(hole), v[0].numbers[row], v[1].numbers[row], line});
+                  });
+    if (tables.intervals.empty()) throw client::error("the table has no rows");
+    check_holes(common, options, tables);
+    return;
+  }
+  formats::text_table table(options.table.path, options.table.wishes);
+  const std::size_t hole = table.index_of(options.line);
+  const std::vector<std::size_t> depths = indices_of(table, {options.from, options.to});
+  scanned_table scan = scan_table(
+      common, options, table, depths, kept_places::all,
+      [&](std::span<const std::string_view> cells, std::size_t line) {
+        tables.intervals.push_back({table.text_of(hole_name(cells[hole]), line), 0, 0, line});
+      },
+      places_as::variables_too);
+  for (std::size_t row = 0; row < scan.rows; ++row) {
+    tables.intervals[row].from = scan.places[0].numbers[row];
+    tables.intervals[row].to = scan.places[1].numbers[row];
+  }
+  make_lines(common, options, table, scan, cores_by_depths(options, tables));
 }
 
 void import_lines(const common_options& common, const lines_options& options) {
-  const csv_table table = read_table(options.table);
-  if (table.rows() == 0) throw client::error("the table has no rows");
-  if (options.check_only) {
-    check_holes(common, options, read_hole_tables(table, options));
+  if (!options.from.empty()) {
+    if (options.line.empty()) throw client::error("--from needs --line, the column of the holes");
+    import_depths(common, options);
     return;
   }
-  const line_file file = read_lines(table, options);
-  import_file(common, options, table, plan_variables(table, options, file.used), file.places, file.notes,
-              [&](file_making& making) {
-                making.server.new_lines(options.file, file.dimension);
-                making.made = true;
-                making.server.set_file(options.file);
-                for (std::size_t i = 0; i < file.lines.size(); ++i) {
-                  check_interruption();
-                  const line& one = file.lines[i];
-                  if (one.start)
-                    making.server.append_cores(file.dimension, *one.start, one.coordinates);
-                  else
-                    making.server.append_line(file.dimension, one.coordinates);
-                  making.show(static_cast<double>(i + 1) / static_cast<double>(file.lines.size()));
-                }
-              });
+  formats::text_table table(options.table.path, options.table.wishes);
+  const bool exported = options.line.empty();
+  const auto line_column = place_column(table, options.line, {"LN+ Line Number (READONLY)"});
+  if (!line_column) throw client::error("--line has to name the column that tells the line of a row");
+  const bool own_cores = exported && options.begin.empty();
+  const auto begin = own_cores ? exported_columns(table, 'B', "Begin of Sample") : options.begin;
+  const auto end = own_cores ? exported_columns(table, 'E', "End of Sample") : options.end;
+  if (begin.size() != end.size()) throw client::error("--begin and --end need the same number of columns");
+
+  std::vector<std::string> ends_after_begins = begin;
+  ends_after_begins.insert(ends_after_begins.end(), end.begin(), end.end());
+  std::vector<std::size_t> places =
+      begin.empty() ? axis_columns(table, options.axes) : indices_of(table, ends_after_begins);
+  const std::size_t held = places.size();
+  // The number of the line and the centres of the cores are computed again.
+  if (exported) places.push_back(*line_column);
+  if (own_cores && !begin.empty())
+    for (const char* axis : {"X+ Gravity Center", "Y+ Gravity Center", "Z+ Gravity Center"})
+      if (const auto centre = table.find(axis)) places.push_back(*centre);
+  line_rows rows_of;
+  std::size_t row = 0;
+  scanned_table scan = scan_table(
+      common, options, table, places, kept_places::all,
+      [&](std::span<const std::string_view> cells, std::size_t) { rows_of.add(cells[*line_column], row++); });
+  make_lines(common, options, table, scan,
+             begin.empty() ? gravity_lines(values_of(scan.places, 0, held), rows_of)
+                           : cores_by_places(table, values_of(scan.places, 0, begin.size()),
+                                             values_of(scan.places, begin.size(), end.size()), rows_of));
 }
 
 }  // namespace
@@ -308,13 +372,10 @@ void add_lines_import(const command_line& parent, const common_options& common) 
       parent.add_subcommand("lines", "Samples along lines: traverses by places, drill holes by depths");
   auto options = std::make_shared<lines_options>();
   add_import_options(command, *options);
-  command.add_option("--line", options->line, "Column that tells the line of a row")
-      .required()
+  command
+      .add_option("--line", options->line, "Column that tells the line of a row (default: that of an export)")
       .type_name("NAME");
-  command.add_option("--x", options->x, "Column of the X coordinates (default: x)").type_name("NAME");
-  command.add_option("--y", options->y, "Column of the Y coordinates (default: y)").type_name("NAME");
-  command.add_option("--z", options->z, "Column of the Z coordinates (default: none, a 2D file)")
-      .type_name("NAME");
+  add_axis_options(command, options->axes, "a 2D file");
   const option begin =
       command.add_option("--begin", options->begin, "Cores by places: columns of their begins");
   const option end = command.add_option("--end", options->end, "Cores by places: columns of their ends");

@@ -15,6 +15,7 @@ class session {
  public:
   session(const common_options& common, root_use use);
 
+  client::database& database() { return database_; }
   client::connection* operator->() { return &database_.at_root(); }
   client::connection& operator*() { return database_.at_root(); }
   // What the server of its own printed last, if there is one: why it ended.

@@ -10,11 +10,6 @@
 namespace qrd::command {
 namespace {
 
-std::vector<std::string> cells(const csv_table& table, const std::string& name) {
-  const auto& column = table.column(name);
-  return {column.begin(), column.end()};
-}
-
 std::string written(const std::vector<std::vector<std::string>>& rows) {
   char* text = nullptr;
   std::size_t size = 0;
@@ -29,41 +24,6 @@ std::string written(const std::vector<std::vector<std::string>>& rows) {
   std::string result(text, size);
   std::free(text);
   return result;
-}
-
-TEST(csv_table, reads_quotes_and_line_ends) {
-  const csv_table table("\xEF\xBB\xBFname,\"a \"\"b\"\", c\"\r\n\"one\r\ntwo\",1\r\n\r\n,\"\"\nlast, 3 ");
-  EXPECT_EQ(table.names(), (std::vector<std::string>{"name", "a \"b\", c"}));
-  ASSERT_EQ(table.rows(), 3U);
-  EXPECT_EQ(cells(table, "name"), (std::vector<std::string>{"one\r\ntwo", "", "last"}));
-  EXPECT_EQ(cells(table, "a \"b\", c"), (std::vector<std::string>{"1", "", " 3 "}));
-}
-
-TEST(csv_table, keeps_empty_cells_at_every_place) {
-  const csv_table table("a,b,c\n,,\n1,,\n,,3");
-  EXPECT_EQ(cells(table, "a"), (std::vector<std::string>{"", "1", ""}));
-  EXPECT_EQ(cells(table, "c"), (std::vector<std::string>{"", "", "3"}));
-  const csv_table single("a\n1\n\n3\n");
-  EXPECT_EQ(cells(single, "a"), (std::vector<std::string>{"1", "", "3"}));
-}
-
-TEST(csv_table, tells_what_is_wrong) {
-  const auto problem = [](const std::string& text) -> std::string {
-    try {
-      csv_table table(text);
-    } catch (const client::error& found) {
-      return found.what();
-    }
-    return "none";
-  };
-  EXPECT_EQ(problem("a,b\n1,2\n\"x\ny\",2,3\n"), "line 3 has 3 cells where the first line names 2");
-  EXPECT_EQ(problem("a\n\"x"), "line 2: a quoted cell has no end");
-  EXPECT_EQ(problem("a\n\"x\"y\n"), "line 2: text behind a quoted cell");
-  EXPECT_NE(problem(""), "none");
-  const csv_table table("a,b,b\n");
-  EXPECT_THROW(table.column("c"), client::error);
-  EXPECT_THROW(table.column("b"), client::error);
-  EXPECT_EQ(table.rows(), 0U);
 }
 
 TEST(csv_writer, quotes_what_needs_it) {

@@ -69,8 +69,9 @@ TEST_F(commands, near_names_are_told) {
   EXPECT_TRUE(told({"read", "Holes", "Drilling", "cores", "cu"}, "Cu"));
   EXPECT_TRUE(told({"read", "Holes", "Drilling", "cores", "Cu", "--selection", "sample"}, "sampled"));
   EXPECT_FALSE(has(complaint({"ls", "Elsewhere"}), "did you mean"));
-  EXPECT_TRUE(has(complaint({"import", "points", "Holes", "Drilling", "P", "-"}, "X,y\n1,2\n"),
-                  "\"x\": did you mean \"X\""));
+  EXPECT_TRUE(
+      has(complaint({"import", "points", "Holes", "Drilling", "P", "-", "--x", "east"}, "easting,y\n1,2\n"),
+          "\"east\": did you mean \"easting\""));
 }
 
 TEST_F(commands, impossible_names_are_refused_by_their_rule) {

@@ -146,7 +146,7 @@ TEST_F(commands, every_json_parses) {
   EXPECT_EQ(json::parse(good({"ls", "--json", "-l", "S", "D"}))[0]["samples"], 1);
   EXPECT_EQ(json::parse(good({"ls", "--json", "-l", "S", "D", "P"})).size(), 5U);
   EXPECT_EQ(json::parse(good({"info", "--json", "S", "D", "P"}))["coordinates"].size(), 2U);
-  EXPECT_EQ(json::parse(good({"info", "--json", "S", "D", "P", "t"}))["characters"], 4);
+  EXPECT_EQ(json::parse(good({"info", "--json", "S", "D", "P", "t"}))["characters"], 5);
   EXPECT_EQ(json::parse(good({"read", "--columns", "S", "D", "P", "v", "t"}))[0]["values"],
             json::array({nullptr}));
   EXPECT_EQ(json::parse(good({"stat", "--json", "S", "D", "P", "v"}))[0]["missing"], 1);
