@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -68,6 +69,16 @@ void append_string(std::string& bytes, std::string_view value) {
   append_number(bytes, static_cast<std::int32_t>(value.size()));
   bytes.append(value);
   bytes.append(padding(value.size()), '\0');
+}
+
+// Asks the system for large pages: of small ones, the first touch of each costs more than the copying.
+void expect_filling(void* block, std::size_t size) {
+  constexpr std::size_t worth_it = std::size_t{4} << 20;
+  if (size < worth_it) return;
+  static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t begin = (address + page - 1) / page * page;
+  madvise(reinterpret_cast<void*>(begin), (address + size) / page * page - begin, MADV_HUGEPAGE);
 }
 
 std::string system_text(const char* what) {
@@ -455,7 +466,12 @@ std::vector<T> stream::read_array(std::int64_t count, const Change& change, std:
   std::vector<T> values;
   std::size_t done = 0;
   while (done < size) {
-    if (done == values.size()) values.resize(std::min(size, std::max(done * 2, trusted)));
+    if (done == values.size()) {
+      const std::size_t room = std::min(size, std::max(done * 2, trusted));
+      values.reserve(room);
+      expect_filling(values.data(), room * sizeof(T));
+      values.resize(room);
+    }
     const std::size_t part = std::min(block, values.size() - done);
     T* place = values.data() + done;
     get(reinterpret_cast<char*>(place), part * sizeof(T));

@@ -8,6 +8,7 @@
 
 #include "units/qu_units.h"
 #include "util/qu_constants.h"
+#include "util/qu_memory.h"
 
 namespace qrd {
 
@@ -18,6 +19,11 @@ struct unfilled : std::allocator<Number> {
   struct rebind {
     using other = unfilled<Other>;
   };
+  Number* allocate(std::size_t count) {
+    Number* block = std::allocator<Number>::allocate(count);
+    qu_expect_filling(block, count * sizeof(Number));
+    return block;
+  }
   template <typename... Values>
   void construct(Number* place, Values... values) {
     if constexpr (sizeof...(Values) == 0)

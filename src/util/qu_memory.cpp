@@ -1,5 +1,9 @@
 #include "util/qu_memory.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -96,6 +100,7 @@ void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
     return nullptr;
   }
   checked_memory.in_use += total;
+  qu_expect_filling(block, total);
   return block;
 }
 
@@ -152,6 +157,18 @@ void* release(const caller& from, void* block, std::uint64_t size, std::int64_t 
 }
 
 }  // namespace
+
+void qu_expect_filling(void* block, std::uint64_t size) {
+  constexpr std::uint64_t worth_it = std::uint64_t{4} << 20;
+  if (size < worth_it) return;
+  static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t begin = (address + page - 1) / page * page;
+  const std::uintptr_t end = (address + size) / page * page;
+  const int number = errno;
+  madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  errno = number;
+}
 
 void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count) {
   return allocate({"qu_mem_alloc_nn", file, line, false}, size, count);

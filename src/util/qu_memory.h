@@ -30,6 +30,10 @@ void* qu_mem_free_nn(const char* file, std::int64_t line, void* block, std::uint
 void* qu_mem_free_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                      std::int64_t count);
 
+// Asks the system for large pages where a block of that many bytes is about to be filled: of small ones, the
+// first touch of each costs more than the copying. What the system can't give changes nothing.
+void qu_expect_filling(void* block, std::uint64_t size);
+
 // Owns one block of the checked allocator, with its size. T is trivial.
 template <typename T>
 class checked_array {
