@@ -26,6 +26,7 @@
 
 namespace qrd::client {
 
+// How to talk to a server.
 struct connection_options {
   std::int32_t version = newest_version;
   // What CHELLO carries; only a version of 100 opens the root by it.
@@ -42,6 +43,7 @@ struct connection_options {
   bool handshake = true;
 };
 
+// A conversation with a server. After a protocol_error it is of no further use.
 class QRD_EXPORT connection {
  public:
   using options = connection_options;

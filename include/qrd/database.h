@@ -19,6 +19,7 @@ namespace qrd::client {
 // for a session of one's own.
 QRD_EXPORT connection connect_to(const std::string& address, const connection_options& options = {});
 
+// Which database, and how to reach it.
 struct database_options {
   // The address of a server, as above; empty: a server of one's own is started, which ends with the database.
   std::string server = {};
@@ -44,6 +45,7 @@ struct file_place {
   bool operator==(const file_place&) const = default;
 };
 
+// An open database.
 class QRD_EXPORT database {
  public:
   // A root that isn't there or isn't one is a `refusal`; no connection is a `protocol_error`, with the last

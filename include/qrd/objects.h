@@ -9,6 +9,7 @@
 
 namespace qrd::client {
 
+// A place in the plane.
 struct point2 {
   double x = 0;
   double y = 0;
@@ -25,6 +26,7 @@ struct contour {
   bool operator==(const contour&) const = default;
 };
 
+// The polygons of a file and the box around them.
 struct polygon_set {
   std::int32_t dimension = 2;
   point3 lowest;
@@ -32,17 +34,20 @@ struct polygon_set {
   std::vector<contour> contours;
 };
 
+// Three corners of a surface.
 struct triangle {
   std::int32_t vertices[3] = {0, 0, 0};  // from 0, within the piece
   bool operator==(const triangle&) const = default;
 };
 
+// A surface of triangles.
 struct wireframe_piece {
   std::vector<point3> vertices;
   std::vector<triangle> triangles;
   bool operator==(const wireframe_piece&) const = default;
 };
 
+// A body or a surface in one or more pieces, with its colour (0 to 255 each).
 struct wireframe {
   std::string name;
   std::int32_t red = 0;
@@ -60,6 +65,7 @@ struct fault_segment {
   bool operator==(const fault_segment&) const = default;
 };
 
+// Segments under one name.
 struct fault {
   std::string name;  // at most 7 characters
   bool is_polyline = false;
@@ -67,6 +73,7 @@ struct fault {
   bool operator==(const fault&) const = default;
 };
 
+// The faults of a file.
 struct fault_set {
   bool is_2d = true;
   bool has_attributes = false;

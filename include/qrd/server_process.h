@@ -18,6 +18,7 @@
 
 namespace qrd::client {
 
+// How a server is started.
 struct server_options {
   // With a "/": this file. Without: looked for beside the running program, then in PATH.
   std::string program = "QRDserver";
@@ -32,6 +33,7 @@ struct server_options {
   std::chrono::milliseconds patience{10000};
 };
 
+// A server that was started here. It is ended with this object.
 class QRD_EXPORT server_process {
  public:
   // Starts the server and waits until it can be connected to. A server that can't be started, ends at once or

@@ -26,10 +26,12 @@ struct variable_name {
   std::optional<macro_index> index = {};
   bool operator==(const variable_name&) const = default;
 };
+// What a user wrote, as a name; the text of a name; whether it is that of a macro variable as a whole.
 QRD_EXPORT variable_name parse_variable_name(const std::string& text);
 QRD_EXPORT std::string text_of(const variable_name& variable);
 QRD_EXPORT bool is_macro_name(const std::string& name);  // ends with "[xxxxx]"
 
+// A variable of numbers or texts, or one column of a macro variable.
 struct column {
   std::string title = {};  // as a user reads it
   variable_name variable = {};
@@ -47,6 +49,7 @@ struct column_values {
   std::vector<std::string> texts = {};  // without the blanks behind; empty where missing
 };
 
+// A line of a lines file.
 struct line {
   std::int64_t number = 1;
   std::string name = {};  // empty if the file doesn't say
@@ -65,6 +68,7 @@ struct reading {
   progress_function progress = {};            // values done and in all
 };
 
+// Where values go, and in what unit they are told.
 struct writing {
   std::optional<sample_range> range = {};
   std::string selection = {};  // what it masks keeps its value
@@ -169,6 +173,7 @@ struct lines_geometry {
 };
 using new_geometry = std::variant<points_geometry, grid_file_geometry, lines_geometry>;
 
+// How a file is made.
 struct file_making {
   std::string coordinate_unit = "m";
   progress_function progress = {};

@@ -14,11 +14,13 @@
 
 namespace qrd::client {
 
+// A unit of length that the database knows.
 struct length_unit {
   std::string_view symbol;
   std::string_view name;
   double centimetres;
 };
+// All of them.
 QRD_EXPORT std::span<const length_unit> length_units();
 
 // Centimetres per unit, for the symbol of a length unit.

@@ -22,6 +22,7 @@ namespace qrd::client {
 
 class started_program;
 
+// What a long takes on the wire.
 enum class long_size { four_bytes, eight_bytes };
 
 // Longest texts of the protocol, in characters.
