@@ -77,6 +77,9 @@ int main(int argc, char** argv) {
           add_object_commands(program, common);
           add_resource_commands(program, common);
           add_units_command(program, common);
+#ifdef QRD_WITH_VIEW
+          add_view_command(program, common);
+#endif
         },
         hidden, argc, argv);
     if (!problem.empty()) return complain(problem, wrong_usage);

@@ -29,5 +29,6 @@ void add_object_commands(const command_line& program,
 void add_resource_commands(const command_line& program,
                            const common_options& common);  // palettes, scales, vendor
 void add_units_command(const command_line& program, const common_options& common);  // units
+void add_view_command(const command_line& program, const common_options& common);  // view; where it was built
 
 }  // namespace qrd::command

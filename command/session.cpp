@@ -7,8 +7,6 @@
 
 namespace qrd::command {
 
-namespace {
-
 client::database_options database_of(const common_options& common, root_use use) {
   if (common.root.empty()) {
     if (!common.server.empty() || !common.via.empty())
@@ -24,6 +22,8 @@ client::database_options database_of(const common_options& common, root_use use)
   options.timeout = std::chrono::seconds(common.timeout);
   return options;
 }
+
+namespace {
 
 client::database opened(const common_options& common, root_use use) {
   try {

@@ -11,6 +11,9 @@ namespace qrd::command {
 
 enum class root_use { existing, made_if_missing };
 
+// Which database is meant; an `error` if none is.
+client::database_options database_of(const common_options& common, root_use use);
+
 class session {
  public:
   session(const common_options& common, root_use use);

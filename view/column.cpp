@@ -1,0 +1,109 @@
+// The values of a variable, piece by piece.
+#include <algorithm>
+#include <unordered_map>
+
+#include "view/answers.h"
+
+namespace qrd::view {
+
+namespace {
+
+// Reads a column on, a piece at a time: the database is free for others between two of them, and a file of
+// any length takes the memory of one.
+class column_reader {
+ public:
+  column_reader(source& from, const query& asked)
+      : from_(from), every_(asked.number_or("every", 1, 1, INT32_MAX)), unit_(asked.text_or("unit", {})) {
+    from.with([&](client::database& database) {
+      file_.emplace(database, asked.place());
+      column_ = file_->open(asked.text("variable"));
+    });
+  }
+
+  bool is_text() const { return column_.is_text(); }
+
+  // Gives `take` the values of the next piece that are wanted; false at the end.
+  template <typename Take>
+  bool next(const Take& take) {
+    constexpr std::int64_t piece = 1 << 18;
+    if (done_ >= file_->samples()) return false;
+    const client::sample_range range{done_ + 1, std::min(done_ + piece, file_->samples())};
+    const client::column_values values = from_.with([&](client::database&) {
+      return file_->read(column_, client::reading{range, {}, {}, unit_, {}});
+    });
+    const std::size_t size = column_.is_text() ? values.texts.size() : values.numbers.size();
+    if (size != static_cast<std::size_t>(range.last - range.first + 1))
+      throw client::error("the file has changed while it was read");
+    for (std::size_t i = 0; i < size; ++i)
+      if (is_wanted(done_ + static_cast<std::int64_t>(i))) take(values, i);
+    done_ = range.last;
+    return true;
+  }
+
+ private:
+  // The samples of a grid follow each other along Z, then Y, then X.
+  bool is_wanted(std::int64_t sample) const {
+    if (every_ == 1) return true;
+    if (!file_->is_grid()) return sample % every_ == 0;
+    const std::int64_t nz = file_->info().dimension == 3 ? std::max(1, file_->info().nz) : 1;
+    const std::int64_t ny = std::max(1, file_->info().ny);
+    return sample % nz % every_ == 0 && sample / nz % ny % every_ == 0 && sample / nz / ny % every_ == 0;
+  }
+
+  source& from_;
+  std::int64_t every_;
+  std::string unit_;
+  std::optional<client::table> file_;
+  client::column column_;
+  std::int64_t done_ = 0;
+};
+
+}  // namespace
+
+answer column_answer(source& from, const query& asked) {
+  const auto reader = std::make_shared<column_reader>(from, asked);
+  if (reader->is_text()) throw bad_query("the variable holds texts");
+  return {"application/octet-stream", {}, [reader] {
+            std::vector<double> wanted;
+            while (wanted.empty() && reader->next([&](const auto& values, std::size_t i) {
+              wanted.push_back(values.numbers[i]);
+            })) {
+            }
+            return bytes_of(std::span<const double>(wanted));
+          }};
+}
+
+answer classes_answer(source& from, const query& asked) {
+  static constexpr std::uint16_t missing = 65535;
+  static constexpr std::uint16_t other = 65534;
+  constexpr std::size_t most = 1000;
+  struct state {
+    state(source& of, const query& query) : reader(of, query) {}
+    column_reader reader;
+    std::unordered_map<std::string, std::uint16_t> codes;
+    json labels = json::array();
+    bool told = false;
+  };
+  const auto reading = std::make_shared<state>(from, asked);
+  if (!reading->reader.is_text()) throw bad_query("the variable holds numbers");
+  return {
+      "application/octet-stream", {}, [reading] {
+        std::vector<std::uint16_t> wanted;
+        const auto take = [&](const client::column_values& values, std::size_t i) {
+          const std::string& text = values.texts[i];
+          auto found = reading->codes.find(text);
+          if (found == reading->codes.end() && !text.empty() && reading->codes.size() < most) {
+            found = reading->codes.emplace(text, static_cast<std::uint16_t>(reading->codes.size())).first;
+            reading->labels.push_back(text);
+          }
+          wanted.push_back(text.empty() ? missing : found == reading->codes.end() ? other : found->second);
+        };
+        while (wanted.empty() && reading->reader.next(take)) {
+        }
+        if (!wanted.empty() || reading->told) return bytes_of(std::span<const std::uint16_t>(wanted));
+        reading->told = true;
+        return command::json_text(reading->labels, -1);
+      }};
+}
+
+}  // namespace qrd::view
