@@ -10,6 +10,8 @@ namespace {
 
 // What lies beyond is stored as missing, also where the format could carry it.
 constexpr double highest_stored = 1e30;
+// Of a number: 17 digits, their sign and point, and an exponent.
+constexpr std::size_t most_characters = 32;
 
 bool is_single(double value) {
   return std::abs(value) <= std::numeric_limits<float>::max();
@@ -32,48 +34,62 @@ std::optional<double> parse_number(std::string_view text) {
   return value;
 }
 
-std::string number_text(double value) {
-  char text[32];
-  const auto [end, problem] = std::to_chars(text, text + sizeof text, value);
-  return problem == std::errc() ? std::string(text, end) : std::string();
+char* write_number(char* to, double value) {
+  return std::to_chars(to, to + most_characters, value).ptr;
 }
 
-std::string length_text(double value, double factor) {
-  char text[32];
-  const auto [end, problem] = std::to_chars(text, text + sizeof text, value, std::chars_format::general,
-                                            std::numeric_limits<double>::digits10);
-  if (problem != std::errc()) return number_text(value);
+char* write_length(char* to, double value, double factor) {
+  char* const end = write_number(to, value);
+  // As few digits can only be those of the value itself, as long as it is told as itself.
+  constexpr std::ptrdiff_t few = std::numeric_limits<double>::digits10;
+  if (end - to <= few) return end;
+  char text[most_characters];
+  const auto rounded = std::to_chars(text, text + sizeof text, value, std::chars_format::general,
+                                     std::numeric_limits<double>::digits10);
   double candidate = 0;
-  std::from_chars(text, end, candidate);
+  std::from_chars(text, rounded.ptr, candidate);
   // The division by the factor leaves an error in the last digits of what was a round number.
-  return number_text(candidate * factor / factor == value ? candidate : value);
+  return candidate != value && candidate * factor / factor == value ? write_number(to, candidate) : end;
 }
 
-std::string single_text(double value, double factor) {
+char* write_single(char* to, double value, double factor) {
   // The value may have been stored as it is, or as a length; where both are possible both must come out the
   // same.
   const bool is_plain = is_single(value) && static_cast<double>(static_cast<float>(value)) == value;
-  char text[32];
+  const auto is_told_by = [&](double candidate) {
+    return same_single(candidate * factor, value * factor) && (!is_plain || same_single(candidate, value));
+  };
   if (factor == 1 && is_plain) {
-    const auto [end, problem] = std::to_chars(text, text + sizeof text, static_cast<float>(value));
+    char* const end = std::to_chars(to, to + most_characters, static_cast<float>(value)).ptr;
     double candidate = 0;
-    std::from_chars(text, end, candidate);
+    std::from_chars(to, end, candidate);
     // Read as a double first, a text that lies between two singles could become the other one.
-    if (problem == std::errc() && same_single(candidate, value)) return {text, end};
+    if (is_told_by(candidate)) return end;
   }
   // A text of fewer digits comes out of this many too.
   constexpr int fewest_digits = std::numeric_limits<float>::digits10;
   for (int digits = fewest_digits; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
-    const auto [end, problem] =
-        std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
-    if (problem != std::errc()) break;
+    const auto rounded = std::to_chars(to, to + most_characters, value, std::chars_format::general, digits);
     double candidate = 0;
-    std::from_chars(text, end, candidate);
-    if (!same_single(candidate * factor, value * factor)) continue;
-    if (is_plain && !same_single(candidate, value)) continue;
-    return number_text(candidate);
+    std::from_chars(to, rounded.ptr, candidate);
+    if (is_told_by(candidate)) return write_number(to, candidate);
   }
-  return number_text(value);
+  return write_number(to, value);
+}
+
+std::string number_text(double value) {
+  char text[most_characters];
+  return {text, write_number(text, value)};
+}
+
+std::string length_text(double value, double factor) {
+  char text[most_characters];
+  return {text, write_length(text, value, factor)};
+}
+
+std::string single_text(double value, double factor) {
+  char text[most_characters];
+  return {text, write_single(text, value, factor)};
 }
 
 bool fits_bits(double value, std::int32_t bits) {

@@ -196,6 +196,12 @@ column table::open(const std::string& name, const std::string& index) {
   return one;
 }
 
+connection& table::choose(const std::string& name) {
+  connection& server = owner_->at(place_);
+  choose_variable(server, name);
+  return server;
+}
+
 std::vector<column> table::open_all(const std::string& name) {
   if (!is_macro_name(name)) return {open(name)};
   connection& server = owner_->at(place_);
@@ -370,7 +376,10 @@ void table::write(const column& one, std::span<const std::string> texts, const w
 
 column table::make(const new_variable& wish) {
   check_new_name(wish.name.name, "variable");
-  check_unit(wish.unit);
+  if (wish.unit_is_text)
+    check_unit_text(wish.unit);
+  else
+    check_unit(wish.unit);
   const bool is_text = wish.characters > 0;
   if (is_text && wish.name.index)
     throw bad_argument("the columns of a macro variable hold numbers: " + text_of(wish.name));

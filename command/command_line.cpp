@@ -103,6 +103,11 @@ option option::one_at_a_time() const {
   return *this;
 }
 
+option option::separated_by(char separator) const {
+  of_.delimiter(separator);
+  return one_at_a_time();
+}
+
 option option::range(int least, int most) const {
   of_.check(CLI::Range(least, most));
   return *this;

@@ -30,6 +30,8 @@ class option {
   option envname(const char* name) const;
   // An option for a list takes one value each time it is given, not all words behind it.
   option one_at_a_time() const;
+  // The values of a list stand in one word.
+  option separated_by(char separator) const;
   option range(int least, int most) const;
   option one_of(const std::vector<std::string>& words) const;
   // `problem_of` tells what is wrong with a value; nothing for a good one.

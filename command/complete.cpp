@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <map>
 
-#include "command/session.h"
+#include "command/names.h"
 
 namespace qrd::command {
 
@@ -28,7 +28,8 @@ struct situation {
   std::vector<const described_command*> commands;  // the program, its subcommand, and so on
   std::size_t arguments = 0;                       // those that are given
   const described_option* open = nullptr;          // an option that takes the next word
-  std::map<std::string, std::string> values;       // by type, and of options by name
+  std::map<std::string, std::string> values;       // of options by name
+  std::vector<std::string> given;                  // the words for arguments
 };
 
 const described_option* option_named(const situation& so_far, const std::string& name) {
@@ -67,8 +68,7 @@ situation read_words(const described_command& program, const std::vector<std::st
         result.commands.push_back(&*command);
         continue;
       }
-      if (const described_option* argument = next_argument(result))
-        result.values.emplace(argument->type, word);
+      if (next_argument(result) != nullptr) result.given.push_back(word);
       ++result.arguments;
     }
     if (values_left == 0) result.open = nullptr;
@@ -109,30 +109,66 @@ std::vector<std::string> variables(client::connection& server, const std::string
   return names;
 }
 
-// Names in the database that are of the type.
-std::vector<std::string> names(const situation& so_far, const std::string& type, const std::string& prefix) {
-  common_options common;
-  common.root = setting_of(so_far, "--root");
-  common.server = setting_of(so_far, "--server");
-  // No shell may ask for a password, or run a command, to end a word.
-  if (common.server.starts_with("ssh:") || !setting_of(so_far, "--via").empty()) return {};
-  session server(common, root_use::existing);
-  if (type == "STUDY") return server->studies();
-  server->set_study(value_of(so_far, "STUDY"));
-  if (type == "DIRECTORY") return server->directories();
-  if (type == "PALETTE") return server->palettes();
-  if (type == "SCALE") return server->scales();
-  server->set_directory(value_of(so_far, "DIRECTORY"));
-  if (type == "LINES" || type == "POINTS" || type == "FILE") return server->files();
-  const std::string file = value_of(so_far, "FILE");
-  server->set_file(file.empty() ? value_of(so_far, "POINTS") : file);
-  return variables(*server, prefix);
+// The kinds of names in a type such as "STUDY DIRECTORY FILE [VARIABLE...]".
+std::vector<std::string> kinds_of(const std::string& type) {
+  std::vector<std::string> kinds(1);
+  for (const char character : type)
+    if (character == ' ')
+      kinds.emplace_back();
+    else if (std::isalpha(static_cast<unsigned char>(character)) != 0)
+      kinds.back() += character;
+  return kinds;
 }
 
-bool is_in_database(const std::string& type) {
-  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "LINES", "POINTS", "VARIABLE", "PALETTE", "SCALE"})
-    if (type == one) return true;
+bool is_in_database(const std::string& kind) {
+  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "VARIABLE", "POINTS", "PALETTE", "SCALE"})
+    if (kind == one) return true;
   return false;
+}
+
+client::database_options database_of(const situation& so_far) {
+  client::database_options options;
+  options.root = setting_of(so_far, "--root");
+  options.server = setting_of(so_far, "--server");
+  return options;
+}
+
+// Names that the database has for the next word of an argument or for the value of an option; nothing where a
+// table is named, for which the shell knows the files.
+std::optional<std::vector<std::string>> names(const situation& so_far, const std::string& type,
+                                              const std::string& prefix) {
+  std::vector<std::string> kinds = kinds_of(type);
+  std::vector<std::string> words = so_far.given;
+  // Patterns and the like stand in front.
+  while (!kinds.empty() && !is_in_database(kinds[0])) {
+    if (words.empty() || kinds.size() == 1) return std::vector<std::string>();
+    kinds.erase(kinds.begin());
+    words.erase(words.begin());
+  }
+  // No shell may ask for a password, or run a command, to end a word.
+  const bool asks =
+      setting_of(so_far, "--server").starts_with("ssh:") || !setting_of(so_far, "--via").empty();
+  if (asks) return std::vector<std::string>();
+  const std::string above = prefix.substr(0, prefix.rfind('/') + 1);
+  if (!above.empty()) words.push_back(above);
+  client::database all(database_of(so_far));
+  if (kinds.size() == 2 && (kinds[1] == "PALETTE" || kinds[1] == "SCALE") && !words.empty()) {
+    client::connection& server = all.at(words[0]);
+    return kinds[1] == "SCALE" ? server.scales() : server.palettes();
+  }
+  // Behind the file there are variables, as many as one likes, or a second file.
+  object_path path = take_path(all, words, all_levels - 1);
+  if (path.size() == kinds.size() - 1 && kinds.back() == "POINTS") path.pop_back();
+  if (kinds.size() == 1 && kinds[0] == "VARIABLE" && !words.empty() && so_far.commands.back()->name == "link")
+    path.back() = words[0];
+  const bool is_option = kinds.size() == 1 && kinds[0] == "VARIABLE";
+  if (!is_option && path.size() >= kinds.size()) return std::vector<std::string>();
+  if (!is_option && !is_in_database(kinds[path.size()])) return std::nullopt;
+  std::vector<std::string> found = path.size() < all_levels - 1
+                                       ? names_below(all, path)
+                                       : variables(all.at(place_of(path)), prefix.substr(above.size()));
+  for (std::string& name : found) name.insert(0, above);
+  return found;
 }
 
 // A folder, or a file such as FILE.csv.
@@ -155,7 +191,8 @@ std::optional<std::vector<std::string>> candidates(const situation& so_far, cons
   const described_option* wanted = so_far.open != nullptr ? so_far.open : next_argument(so_far);
   if (wanted == nullptr) return result;
   if (is_path(wanted->type)) return std::nullopt;
-  return is_in_database(wanted->type) ? names(so_far, wanted->type, prefix) : wanted->words;
+  const std::vector<std::string> kinds = kinds_of(wanted->type);
+  return std::ranges::any_of(kinds, is_in_database) ? names(so_far, wanted->type, prefix) : wanted->words;
 }
 
 }  // namespace

@@ -6,12 +6,13 @@
 #include <set>
 
 #include "command/cells.h"
-#include "command/choose.h"
-#include "command/column.h"
+#include "command/interruption.h"
+#include "command/names.h"
 #include "command/options.h"
+#include "command/place.h"
 #include "command/session.h"
-#include "command/undo.h"
 #include "qrd/names.h"
+#include "qrd/units.h"
 
 namespace qrd::command {
 
@@ -20,10 +21,9 @@ namespace {
 constexpr std::string_view generic_suffix = "[xxxxx]";
 
 struct new_options {
-  std::string study;
-  std::string directory;
-  std::string file;
-  std::string name;
+  std::vector<std::string> words;  // up to the name of what is made
+  std::size_t levels = 1;
+  std::string type;
   std::string path;
   std::int32_t dimension = 3;
   std::string input = "-";
@@ -58,31 +58,40 @@ std::string study_path(const common_options& common, const std::string& name) {
   return (root / folder).string();
 }
 
-void new_study(const common_options& common, const new_options& options) {
-  client::check_new_name(options.study, "study");
-  std::string path = options.path.empty() ? study_path(common, options.study) : options.path;
-  if (common.server.empty()) path = std::filesystem::absolute(path).lexically_normal().string();
-  with_session(
-      common, [&](session& server) { server->new_study(options.study, path); }, root_use::made_if_missing);
-}
-
-void new_directory(const common_options& common, const new_options& options) {
-  client::check_new_name(options.directory, "directory");
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    server->new_directory(options.directory);
+// Makes something; `act` gets its names and those above it.
+void make(const common_options& common, const new_options& options,
+          const std::function<void(client::database&, const object_path&)>& act) {
+  need_names(options.words, options.levels, options.type);
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    const object_path path = take_path(all, words, options.levels, last_name::made);
+    if (!words.empty()) throw wrong_usage("the names have to be " + options.type);
+    client::check_new_name(path.back(), level_name(options.levels - 1));
+    act(all, path);
   });
 }
 
-void in_directory(const common_options& common, const new_options& options,
-                  const std::function<void(client::connection&)>& act) {
-  client::check_new_name(options.file, "file");
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    server->set_unit_mode(client::unit_mode::own);
-    server->set_creation_units(options.coordinate_unit, options.coordinate_unit, options.coordinate_unit);
-    choose_directory(*server, options.directory);
-    act(*server);
+void new_study(const common_options& common, const new_options& options) {
+  if (options.words.size() != 1) throw wrong_usage("the names have to be " + options.type);
+  const std::string& name = options.words[0];
+  client::check_new_name(name, "study");
+  std::string path = options.path.empty() ? study_path(common, name) : options.path;
+  if (common.server.empty()) path = std::filesystem::absolute(path).lexically_normal().string();
+  with_database(
+      common, [&](client::database& all) { all.at_root().new_study(name, path); }, root_use::made_if_missing);
+}
+
+void new_directory(const common_options& common, const new_options& options) {
+  make(common, options,
+       [](client::database& all, const object_path& path) { all.at(path[0]).new_directory(path[1]); });
+}
+
+// A file without variables.
+void make_file(const common_options& common, const new_options& options,
+               const client::new_geometry& geometry) {
+  make(common, options, [&](client::database& all, const object_path& path) {
+    const interruption_guard guard;
+    client::make_file(all, place_of(path), geometry, nullptr, {options.coordinate_unit, {}});
   });
 }
 
@@ -94,8 +103,7 @@ void new_points(const common_options& common, const new_options& options) {
   for (const client::column_values& axis : read_whole(table, {}, axes).columns)
     coordinates.insert(coordinates.end(), axis.numbers.begin(), axis.numbers.end());
   const auto dimension = static_cast<std::int32_t>(options.axes.size());
-  in_directory(common, options,
-               [&](client::connection& server) { server.new_points(options.file, dimension, coordinates); });
+  make_file(common, options, client::points_geometry{dimension, coordinates});
 }
 
 // The three values of an option that takes one for each axis.
@@ -110,35 +118,20 @@ client::point3 axis_values(const std::vector<double>& values, std::size_t dimens
 
 void new_grid(const common_options& common, const new_options& options) {
   const std::size_t dimension = options.nodes.size();
-  client::grid_geometry grid;
+  client::grid_file_geometry geometry;
+  client::grid_geometry& grid = geometry.grid;
   grid.dimension = static_cast<std::int32_t>(dimension);
   grid.origin = axis_values(options.origin, dimension, 0, "--origin");
   grid.mesh = axis_values(options.mesh, dimension, 1, "--mesh");
   grid.nx = options.nodes[0];
   grid.ny = options.nodes[1];
   grid.nz = dimension == 3 ? options.nodes[2] : 1;
-  std::vector<double> angles = options.rotation;
-  angles.resize(3, 0);
-  in_directory(common, options, [&](client::connection& server) {
-    const auto make = [&](bool& made) {
-      server.new_grid(options.file, grid);
-      made = true;
-      if (options.rotation.empty()) return;
-      server.set_file(options.file);
-      server.set_grid_rotation(angles[0], angles[1], angles[2]);
-    };
-    make_or_undo(common, server, make, [&](client::connection& again) {
-      again.set_study(options.study);
-      again.set_directory(options.directory);
-      again.set_file(options.file);
-      again.delete_file();
-    });
-  });
+  std::copy(options.rotation.begin(), options.rotation.end(), geometry.angles);
+  make_file(common, options, geometry);
 }
 
 void new_lines(const common_options& common, const new_options& options) {
-  in_directory(common, options,
-               [&](client::connection& server) { server.new_lines(options.file, options.dimension); });
+  make_file(common, options, client::lines_geometry{options.dimension, {}});
 }
 
 client::number_format wanted_format(const new_options& options) {
@@ -164,24 +157,23 @@ std::optional<std::string> wanted_unit(const new_options& options) {
   return options.unit;
 }
 
-void in_file(const common_options& common, const new_options& options,
-             const std::function<void(client::connection&)>& act) {
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    choose_directory(*server, options.directory);
-    choose_file(*server, options.file);
-    act(*server);
+void new_variable(const common_options& common, const new_options& options) {
+  make(common, options, [&](client::database& all, const object_path& path) {
+    all.use_unit("m");
+    client::connection& server = all.at(place_of(path));
+    if (options.text_width > 0)
+      server.new_text_variable(path[3], options.text_width);
+    else
+      server.new_float_variable(path[3], options.bits, wanted_format(options), wanted_unit(options));
   });
 }
 
-void new_variable(const common_options& common, const new_options& options) {
-  client::check_new_name(options.name, "variable");
-  in_file(common, options, [&](client::connection& server) {
-    if (options.text_width > 0)
-      server.new_text_variable(options.name, options.text_width);
-    else
-      server.new_float_variable(options.name, options.bits, wanted_format(options), wanted_unit(options));
-  });
+std::int32_t parse_index(const std::string& word) {
+  std::int32_t index = 0;
+  const auto [end, problem] = std::from_chars(word.data(), word.data() + word.size(), index);
+  if (problem != std::errc() || end != word.data() + word.size())
+    throw wrong_usage("\"" + word + "\" is not the number of a column");
+  return index;
 }
 
 // What the server would end at, or leave without an answer.
@@ -202,51 +194,53 @@ void check_indices(const new_options& options) {
       throw client::error("\"" + name + "\" cannot be the name of an index");
 }
 
-void new_macro(const common_options& common, const new_options& options) {
-  check_indices(options);
-  std::string name = options.name;
-  if (!name.ends_with(generic_suffix)) name += generic_suffix;
-  client::check_new_name(name, "macro variable");
-  in_file(common, options, [&](client::connection& server) {
-    const auto make = [&](bool& made) {
-      if (options.indices.empty() || !server.variable_exists(name)) {
-        server.new_macro_variable(name, options.bits, wanted_format(options), wanted_unit(options));
+void new_macro(const common_options& common, const new_options& given) {
+  need_names(given.words, given.levels, given.type);
+  with_database(common, [&](client::database& all) {
+    new_options options = given;
+    object_path path = take_path(all, options.words, options.levels, last_name::made);
+    if (!client::is_macro_name(path[3])) path[3] += generic_suffix;
+    client::check_new_name(path[3], "macro variable");
+    for (const std::string& word : options.words) options.indices.push_back(parse_index(word));
+    check_indices(options);
+    all.use_unit("m");
+    const auto act = [&](bool& made) {
+      client::connection& server = all.at(place_of(path));
+      if (options.indices.empty() || !server.variable_exists(path[3])) {
+        server.new_macro_variable(path[3], options.bits, wanted_format(options), wanted_unit(options));
         made = true;
       }
       if (options.indices.empty()) return;
-      server.set_variable(name);
+      server.set_variable(path[3]);
       std::optional<std::vector<std::string>> names;
       if (!options.index_names.empty()) names = options.index_names;
       server.add_macro_indices(options.indices, names);
+      check_interruption();
     };
-    make_or_undo(common, server, make, [&](client::connection& again) {
-      again.set_study(options.study);
-      again.set_directory(options.directory);
-      again.set_file(options.file);
-      again.set_variable(name);
-      again.delete_variable();
-    });
+    const interruption_guard guard;
+    client::make_or_undo(all, act, [&] { client::table(all, place_of(path)).remove(path[3]); });
   });
 }
 
 struct link_options {
-  std::string study;
-  std::string directory;
-  std::string lines;
-  std::string points;
+  std::vector<std::string> words;
   std::string names;
 };
 
+constexpr const char* link_type = "STUDY DIRECTORY FILE POINTS";
+
 void link(const common_options& common, const link_options& options) {
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    choose_directory(*server, options.directory);
-    choose_file(*server, options.lines);
-    server->link_lines(options.points);
+  need_names(options.words, 4, link_type);
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    const client::file_place lines = take_file(all, words);
+    if (words.size() != 1) throw wrong_usage(std::string("the names have to be ") + link_type);
+    const client::file_place points = {lines.study, lines.directory, words[0]};
+    all.at(lines).link_lines(points.file);
     if (options.names.empty()) return;
-    choose_file(*server, options.points);
-    choose_variable(*server, options.names);
-    server->set_line_name();
+    client::table file(all, points);
+    file.open(options.names);
+    all.at(points).set_line_name();
   });
 }
 
@@ -278,19 +272,18 @@ void add_create_commands(const command_line& program, const common_options& comm
   const command_line create =
       program.add_subcommand("new", "Make a study, a directory, a file or a variable");
   create.require_subcommand();
-  const auto add = [&](const char* name, const char* text, int levels,
+  const auto add = [&](const char* name, const char* text, std::size_t levels,
                        void (*act)(const common_options&, const new_options&)) {
+    static constexpr const char* types[] = {"STUDY", "STUDY DIRECTORY", "STUDY DIRECTORY FILE",
+                                            "STUDY DIRECTORY FILE VARIABLE"};
     const command_line command = create.add_subcommand(name, text);
     auto options = std::make_shared<new_options>();
-    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-    if (levels > 1)
-      command.add_option("directory", options->directory, "Name of the directory")
-          .required()
-          .type_name("DIRECTORY");
-    if (levels > 2)
-      command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
-    if (levels > 3)
-      command.add_option("variable", options->name, "Name of the variable").required().type_name("VARIABLE");
+    options->levels = levels;
+    options->type = types[levels - 1];
+    const bool has_indices = std::string_view(name) == "macro";
+    add_names(command, options->words, options->type + (has_indices ? " [INDEX...]" : ""),
+              has_indices ? "What to make, and where; numbers of its columns, 1 to 99999"
+                          : "What to make, and where");
     command.callback([options, &common, act] { act(common, *options); });
     return std::pair(command, options);
   };
@@ -335,21 +328,17 @@ void add_create_commands(const command_line& program, const common_options& comm
   {
     const auto [command, options] =
         add("macro", "Make a macro variable, or add columns to one that is there", 4, new_macro);
-    command.add_option("indices", options->indices, "Numbers of its columns, 1 to 99999").type_name("INDEX");
     command.add_option("--names", options->index_names, "Names of the columns, one for each index")
         .type_name("NAME");
     add_number_options(command, *options);
   }
+  add_selection_command(create, common);
 
   const command_line command =
       program.add_subcommand("link", "Link a lines file with the points file of its line heads");
   auto options = std::make_shared<link_options>();
-  command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-  command.add_option("directory", options->directory, "Name of the directory")
-      .required()
-      .type_name("DIRECTORY");
-  command.add_option("lines", options->lines, "Name of the lines file").required().type_name("LINES");
-  command.add_option("points", options->points, "Name of the points file").required().type_name("POINTS");
+  add_names(command, options->words, link_type,
+            "The file of the lines, and in its directory that of the points");
   command.add_option("--names", options->names, "Text variable of the points that names the lines")
       .type_name("VARIABLE");
   command.callback([options, &common] { link(common, *options); });

@@ -7,9 +7,9 @@
 #include <map>
 #include <set>
 
-#include "command/column.h"
 #include "command/interruption.h"
 #include "command/output.h"
+#include "command/place.h"
 #include "command/progress.h"
 #include "command/session.h"
 #include "qrd/names.h"
@@ -21,6 +21,7 @@ namespace {
 
 using formats::text_table;
 
+constexpr const char* names_type = "STUDY DIRECTORY FILE TABLE";
 constexpr std::int32_t all_bits[] = {1, 2, 4, 8, 16, 32, 64};
 // Values that are held at a time: what bounds the memory of an import.
 constexpr std::size_t values_per_block = std::size_t{1} << 20;
@@ -191,7 +192,7 @@ class table_import {
         table_(table),
         scan_(scan),
         planned_(file),
-        bar_("importing", total(), common.quiet) {}
+        bar_("importing", total(), common.quiet, "B") {}
 
   void fill(client::table& file) {
     variable_filling variables(file, scan_.variables);
@@ -384,15 +385,19 @@ std::vector<planned_variable> plan_variables(const import_options& options, cons
 
 }  // namespace
 
+void take_table(import_options& options) {
+  if (options.words.empty()) throw wrong_usage(std::string("names are missing: give ") + names_type);
+  options.table.path = options.words.back();
+  options.words.pop_back();
+  need_names(options.words, 3, names_type);
+  // Alone it is a name as it stands.
+  const std::string& last = options.words.back();
+  options.file = options.words.size() > 2 ? last : last.substr(last.rfind('/') + 1);
+}
+
 void add_import_options(const command_line& command, import_options& options) {
-  command.add_option("study", options.study, "Name of the study").required().type_name("STUDY");
-  command.add_option("directory", options.directory, "Name of the directory")
-      .required()
-      .type_name("DIRECTORY");
-  command.add_option("file", options.file, "Name of the file to make").required().type_name("FILE");
-  command.add_option("table", options.table.path, "Table to read, - for standard input")
-      .required()
-      .type_name("FILE.csv");
+  add_names(command, options.words, names_type,
+            "The file to make, and the table to read: FILE.csv, - for standard input");
   const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* text,
                             const char* type) {
     command.add_option(name, list, text).type_name(type).one_at_a_time();
@@ -473,7 +478,7 @@ scanned_table scan_table(const common_options& common, const import_options& opt
     columns.push_back(std::move(one));
   }
   const std::int32_t usual = bits.contains(all_columns) ? parse_bits(bits.at(all_columns)) : 0;
-  progress_bar bar("reading", table.size(), common.quiet);
+  progress_bar bar("reading", table.size(), common.quiet, "B");
   scan.rows = look_at(
       table, options.table.cells, columns, usual, [&](std::uint64_t done, std::uint64_t) { bar.show(done); },
       take);
@@ -504,14 +509,14 @@ scanned_table scan_table(const common_options& common, const import_options& opt
 void import_file(const common_options& common, const import_options& options, text_table& table,
                  const scanned_table& scan, const planned_file& file) {
   if (!options.dry_run)
-    with_session(common, [&](session& opened) {
+    with_database(common, [&](client::database& all) {
+      std::vector<std::string> words = options.words;
+      const object_path path = take_path(all, words, 3, last_name::made);
+      if (!words.empty()) throw wrong_usage(std::string("the names have to be ") + names_type);
       const interruption_guard guard;
-      client::database& database = opened.database();
-      database.set_wait([] { check_interruption(); });
       table_import import(common, options, table, scan, file);
-      client::make_file(database, {options.study, options.directory, options.file}, file.geometry,
-                        [&](client::table& made) { import.fill(made); }, {scan.coordinate_unit, nullptr});
-      database.set_wait(nullptr);
+      client::make_file(all, place_of(path), file.geometry, [&](client::table& made) { import.fill(made); },
+                        {scan.coordinate_unit, nullptr});
     });
   tell(common, options, scan, file.samples);
 }

@@ -15,9 +15,8 @@
 namespace qrd::command {
 
 struct import_options {
-  std::string study;
-  std::string directory;
-  std::string file;
+  std::vector<std::string> words;  // study, directory, file
+  std::string file;                // its name
   table_options table;
   std::vector<std::string> columns;  // empty: all
   std::vector<std::string> skipped;
@@ -29,6 +28,8 @@ struct import_options {
   bool dry_run = false;
 };
 void add_import_options(const command_line& command, import_options& options);
+// Takes the table from the end of the words. To be called before anything else is done with the options.
+void take_table(import_options& options);
 
 // The columns of X, Y and Z that are given, or found under their usual names; Z only if it is given, or the
 // column is named as in an export.

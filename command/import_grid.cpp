@@ -71,7 +71,10 @@ void add_grid_import(const command_line& parent, const common_options& common) {
       .add_option("--rotation", wishes.rotation,
                   "Angles in degrees, 1 in 2D, 3 in 3D; needs --numbered or rows without places")
       .expected(1, 3);
-  command.callback([options, &common] { import_grid(common, *options); });
+  command.callback([options, &common] {
+    take_table(*options);
+    import_grid(common, *options);
+  });
 }
 
 }  // namespace qrd::command

@@ -424,7 +424,10 @@ void add_lines_import(const command_line& parent, const common_options& common) 
       .add_flag("--check", options->check_only,
                 "Only tell whether collars, surveys and intervals fit together; status 1 if they don't")
       .needs(from);
-  command.callback([options, &common] { import_lines(common, *options); });
+  command.callback([options, &common] {
+    take_table(*options);
+    import_lines(common, *options);
+  });
 }
 
 }  // namespace qrd::command

@@ -29,7 +29,10 @@ void add_points_import(const command_line& parent, const common_options& common)
   auto options = std::make_shared<points_options>();
   add_import_options(command, *options);
   add_axis_options(command, options->axes, "a 2D file");
-  command.callback([options, &common] { import_points(common, *options); });
+  command.callback([options, &common] {
+    take_table(*options);
+    import_points(common, *options);
+  });
 }
 
 }  // namespace qrd::command

@@ -1,235 +1,390 @@
-// qrd ls, qrd info: what is in the tree, and how it is made.
+// qrd ls, tree, info, find: what is in the database, and how it is made.
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <memory>
 
-#include "command/choose.h"
-#include "command/column.h"
+#include "command/describe.h"
+#include "command/names.h"
 #include "command/options.h"
 #include "command/output.h"
 #include "command/session.h"
-#include "qrd/numbers.h"
+#include "command/sizes.h"
+#include "command/terminal.h"
+#include "qrd/units.h"
 
 namespace qrd::command {
 
 namespace {
 
 struct list_options {
-  std::string study;
-  std::string directory;
-  std::string file;
-  std::string variable;
+  std::vector<std::string> words;
   bool details = false;
+  bool recursive = false;
+  bool sizes = false;
+  bool variables = false;
+  bool missing = false;
+  std::string type;
+  bool is_tree = false;
 };
 
-const char* organisation_name(client::organisation kind) {
-  switch (kind) {
-    case client::organisation::points:
-      return "points";
-    case client::organisation::gravity_lines:
-      return "gravity lines";
-    case client::organisation::core_lines:
-      return "core lines";
-    case client::organisation::grid:
-      return "grid";
-  }
-  return "unknown";
+object_path below(const object_path& path, const std::string& name) {
+  object_path one = path;
+  one.push_back(name);
+  return one;
 }
 
-const char* type_name(client::variable_type type) {
-  switch (type) {
-    case client::variable_type::text:
-      return "text";
-    case client::variable_type::macro:
-      return "macro";
-    case client::variable_type::x:
-      return "x coordinate";
-    case client::variable_type::y:
-      return "y coordinate";
-    case client::variable_type::z:
-      return "z coordinate";
-    case client::variable_type::number:
-      break;
-  }
-  return "number";
+// What a file or a variable is; null for a study and a directory.
+json described(client::database& all, const object_path& path, const list_options& options) {
+  json told;
+  if (options.details && path.size() == 3)
+    told = describe_file(place_of(path), client::table(all, place_of(path)).info());
+  if (options.details && path.size() == 4)
+    told = describe_variable(path[3], choose(all, path).variable_info());
+  if (!options.sizes) return told;
+  if (told.is_null()) told = json{{"name", path.back()}};
+  told["bytes"] = size_of(all, path).bytes;
+  return told;
 }
 
-json optional_text(const std::optional<std::string>& text) {
-  return text ? json(*text) : json();
-}
-
-// One value for each axis of the file.
-template <typename T>
-json axes(const T& x, const T& y, const T& z, std::int32_t dimension) {
-  return dimension == 3 ? json::array({x, y, z}) : json::array({x, y});
-}
-
-json axis_names(const std::optional<std::string> (&names)[3], std::int32_t dimension) {
-  return axes(optional_text(names[0]), optional_text(names[1]), optional_text(names[2]), dimension);
-}
-
-json file_json(client::connection& server, const std::string& name) {
-  const client::file_info info = server.file_info();
-  const auto dimension = info.dimension;
-  json result = {{"file", name},
-                 {"organisation", organisation_name(info.organisation)},
-                 {"dimension", dimension},
-                 {"samples", info.samples}};
-  const bool has_lines = info.organisation == client::organisation::gravity_lines ||
-                         info.organisation == client::organisation::core_lines;
-  if (has_lines) result["lines"] = info.lines;
-  if (info.organisation == client::organisation::grid) {
-    result["origin"] = axes(info.origin.x, info.origin.y, info.origin.z, dimension);
-    result["mesh"] = axes(info.mesh.x, info.mesh.y, info.mesh.z, dimension);
-    result["nodes"] = axes(info.nx, info.ny, info.nz, dimension);
-    result["rotated"] = info.rotated;
-    result["angles"] = dimension == 3 ? json::array({info.angles[0], info.angles[1], info.angles[2]})
-                                      : json::array({info.angles[0]});
-  }
-  result["coordinates"] = axis_names(info.coordinates, dimension);
-  if (info.organisation == client::organisation::core_lines) {
-    result["core begins"] = axis_names(info.core_begins, dimension);
-    result["core ends"] = axis_names(info.core_ends, dimension);
-  }
-  if (info.sample_number) result["sample number"] = *info.sample_number;
-  if (info.line_number) result["line number"] = *info.line_number;
-  if (info.relative_number) result["relative number"] = *info.relative_number;
-  if (info.linked_file) result["linked file"] = *info.linked_file;
-  if (info.line_name) result["line name"] = *info.line_name;
-  result["polygons"] = info.has_polygons;
-  result["faults"] = info.has_faults;
-  if (info.has_faults)
-    result["fault system"] = json{{"dimension", info.faults_2d ? 2 : 3},
-                                  {"faults", info.faults},
-                                  {"segments", info.fault_segments},
-                                  {"attributes", info.fault_attributes},
-                                  {"lowest priority", info.fault_priority_lowest},
-                                  {"highest priority", info.fault_priority_highest},
-                                  {"priority limit", info.fault_priority_limit}};
-  return result;
-}
-
-json variable_json(client::connection& server, const std::string& name) {
-  const client::variable_info info = server.variable_info();
-  json result = {{"variable", name}, {"type", type_name(info.type)}};
-  if (info.type == client::variable_type::text)
-    result["characters"] = info.characters;
-  else
-    result["bits"] = info.bits;
-  result["implicit"] = info.implicit;
-  if (info.type == client::variable_type::macro) result["indices"] = info.indices;
-  result["unit"] = info.unit;
-  const std::string symbol = client::value_unit(info);
-  result["unit symbol"] = symbol;
-  if (const std::string shown = info.unit_symbol.value_or("");
-      info.has_unit.value_or(false) && shown != symbol)
-    result["shown unit"] = shown;
-  result["length"] = info.has_unit.value_or(false);
-  return result;
-}
-
-// One line for each object of a list: its name, then what it is.
-std::string details_line(const json& one) {
+// What stands behind the name on its line.
+std::vector<std::string> details_of(const json& one) {
   const auto text_of = [&one](const char* key) { return shown_text(one[key]); };
+  std::vector<std::string> cells;
   if (one.contains("file")) {
-    std::string text =
-        text_of("organisation") + "\t" + text_of("dimension") + "D\t" + text_of("samples") + " samples";
-    if (one.contains("lines")) text += "\t" + text_of("lines") + " lines";
-    return text;
+    cells = {text_of("organisation"), text_of("dimension") + "D", text_of("samples") + " samples"};
+    if (one.contains("lines")) cells.push_back(text_of("lines") + " lines");
+  } else if (one.contains("variable")) {
+    cells = {text_of("type"),
+             one.contains("bits") ? text_of("bits") + " bits" : text_of("characters") + " characters"};
+    if (one.contains("indices")) cells.push_back(text_of("indices") + " indices");
+    if (const std::string symbol = text_of("unit symbol"); !symbol.empty()) cells.push_back(symbol);
   }
-  std::string text = text_of("type") + "\t";
-  text += one.contains("bits") ? text_of("bits") + " bits" : text_of("characters") + " characters";
-  if (one.contains("indices")) text += "\t" + text_of("indices") + " indices";
-  if (const std::string symbol = text_of("unit symbol"); !symbol.empty()) text += "\t" + symbol;
-  return text;
+  if (one.contains("bytes")) cells.push_back(text_of("bytes") + " bytes");
+  return cells;
+}
+
+// The same in columns that hold one thing each.
+void print_aligned(const std::vector<std::string>& names, const json::elements& all) {
+  const bool of_files = all[0].contains("file");
+  const bool of_variables = all[0].contains("variable");
+  std::vector<aligned_table::heading> headings = {{"NAME"}};
+  if (of_files)
+    headings.insert(headings.end(), {{"ORGANISATION"}, {"DIM"}, {"SAMPLES", true}, {"LINES", true}});
+  if (of_variables) headings.insert(headings.end(), {{"TYPE"}, {"SIZE", true}, {"UNIT"}});
+  const bool has_bytes = all[0].contains("bytes");
+  if (has_bytes) headings.push_back({"BYTES", true});
+  aligned_table table(headings);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto text_of = [&](const char* key) { return shown_text(all[i][key]); };
+    std::vector<std::string> cells = {names[i]};
+    if (of_files)
+      cells.insert(cells.end(), {text_of("organisation"), text_of("dimension") + "D", text_of("samples"),
+                                 text_of("lines")});
+    if (of_variables) {
+      const bool is_text = all[i].contains("characters");
+      std::string size = is_text ? text_of("characters") + " characters" : text_of("bits") + " bits";
+      if (all[i].contains("indices")) size = text_of("indices") + " x " + size;
+      cells.insert(cells.end(), {text_of("type"), size, text_of("unit symbol")});
+    }
+    if (has_bytes) cells.push_back(bytes_text(*all[i]["bytes"].as<double>()));
+    table.add(std::move(cells));
+  }
+  table.print();
+}
+
+void print_list(const std::vector<std::string>& names, const json::elements& details) {
+  const bool has_details = !details.empty() && !details[0].is_null();
+  if (has_details && is_watched()) {
+    print_aligned(names, details);
+    return;
+  }
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    std::printf("%s", names[i].c_str());
+    if (has_details)
+      for (const std::string& cell : details_of(details[i])) std::printf("\t%s", cell.c_str());
+    std::printf("\n");
+  }
+}
+
+json::elements details_of_all(client::database& all, const object_path& path,
+                              const std::vector<std::string>& names, const list_options& options) {
+  json::elements details;
+  if (options.details || options.sizes)
+    for (const std::string& name : names) details.push_back(described(all, below(path, name), options));
+  return details;
+}
+
+json list_json(const std::vector<std::string>& names, const json::elements& details) {
+  return details.empty() || details[0].is_null() ? json(names) : json(details);
+}
+
+// How many levels of names a recursive list goes down to.
+std::size_t deepest(const list_options& options) {
+  return options.variables ? all_levels : all_levels - 1;
+}
+
+void list_recursively(client::database& all, const object_path& path, const list_options& options,
+                      bool& is_first) {
+  const std::vector<std::string> names = names_below(all, path);
+  std::printf("%s%s:\n", is_first ? "" : "\n", path.empty() ? "/" : path_text(path).c_str());
+  is_first = false;
+  print_list(names, details_of_all(all, path, names, options));
+  if (path.size() + 1 < deepest(options))
+    for (const std::string& name : names) list_recursively(all, below(path, name), options, is_first);
+}
+
+// Names with what lies below them.
+json tree_json(client::database& all, const object_path& path, const list_options& options) {
+  static constexpr const char* contents[] = {"directories", "files", "variables"};
+  json::elements nodes;
+  for (const std::string& name : names_below(all, path)) {
+    const object_path one = below(path, name);
+    json node = {{level_name(path.size()), name}};
+    if (const json told = described(all, one, options); !told.is_null()) node.append(told);
+    if (one.size() < deepest(options)) node[contents[path.size()]] = tree_json(all, one, options);
+    nodes.push_back(std::move(node));
+  }
+  return nodes;
+}
+
+void print_tree(client::database& all, const object_path& path, const list_options& options,
+                const std::string& indent) {
+  const std::vector<std::string> names = names_below(all, path);
+  const json::elements details = details_of_all(all, path, names, options);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const bool is_last = i + 1 == names.size();
+    std::printf("%s%s%s", indent.c_str(), is_last ? "└── " : "├── ", names[i].c_str());
+    if (!details.empty())
+      for (const std::string& cell : details_of(details[i])) std::printf("  %s", cell.c_str());
+    std::printf("\n");
+    if (path.size() + 1 < deepest(options))
+      print_tree(all, below(path, names[i]), options, indent + (is_last ? "    " : "│   "));
+  }
 }
 
 void list(const common_options& common, const list_options& options) {
-  with_session(common, [&](session& server) {
-    const bool in_directory = !options.directory.empty();
-    const bool in_file = !options.file.empty();
-    if (!options.study.empty()) choose_study(*server, options.study);
-    server->set_unit_mode(client::unit_mode::own);
-    if (in_directory) choose_directory(*server, options.directory);
-    if (in_file) choose_file(*server, options.file);
-    const std::vector<std::string> names = in_file                  ? server->variables()
-                                           : in_directory           ? server->files()
-                                           : !options.study.empty() ? server->directories()
-                                                                    : server->studies();
-    json::elements described;
-    if (options.details && in_directory) {
-      for (const std::string& name : names) {
-        if (in_file) {
-          choose_variable(*server, name);
-          described.push_back(variable_json(*server, name));
-        } else {
-          choose_file(*server, name);
-          described.push_back(file_json(*server, name));
-        }
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    const std::vector<object_path> paths = expanded(all, take_path(all, words, all_levels));
+    all.use_unit("");
+    const pager shown(common.paged);
+    if (paths[0].size() == all_levels) {
+      std::vector<std::string> names;
+      json::elements details;
+      for (const object_path& path : paths) {
+        if (!options.details && !options.sizes) choose(all, path);
+        names.push_back(path.back());
+        if (options.details || options.sizes) details.push_back(described(all, path, options));
       }
-    }
-    if (common.json) {
-      print_description(described.empty() ? json(names) : json(described), true);
+      if (common.json)
+        print_description(list_json(names, details), true);
+      else
+        print_list(names, details);
       return;
     }
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      std::printf("%s", names[i].c_str());
-      if (!described.empty()) std::printf("\t%s", details_line(described[i]).c_str());
-      std::printf("\n");
+    json::elements told;
+    bool is_first = true;
+    for (const object_path& path : paths) {
+      if (common.json && (options.is_tree || options.recursive)) {
+        told.push_back(tree_json(all, path, options));
+      } else if (options.is_tree) {
+        std::printf("%s\n", path.empty() ? "/" : path_text(path).c_str());
+        print_tree(all, path, options, "");
+      } else if (options.recursive || (paths.size() > 1 && !common.json)) {
+        list_options one = options;
+        list_recursively(all, path, one, is_first);
+      } else {
+        const std::vector<std::string> names = names_below(all, path);
+        const json::elements details = details_of_all(all, path, names, options);
+        if (common.json)
+          told.push_back(list_json(names, details));
+        else
+          print_list(names, details);
+      }
+    }
+    // Several are told apart by their places.
+    if (common.json) {
+      json by_place = std::initializer_list<json::member>{};
+      for (std::size_t i = 0; i < told.size(); ++i) by_place[path_text(paths[i])] = told[i];
+      print_description(paths.size() == 1 ? told[0] : by_place, true);
     }
   });
 }
 
-void inform(const common_options& common, const list_options& options) {
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    server->set_unit_mode(client::unit_mode::own);
-    choose_directory(*server, options.directory);
-    choose_file(*server, options.file);
-    json result;
-    if (options.variable.empty()) {
-      result = file_json(*server, options.file);
-      result["units"] = coordinate_units(*server);
-      result["variables"] = server->variables();
-      result["comment"] = server->comment(client::comment_owner::file);
-    } else {
-      choose_variable(*server, options.variable);
-      result = variable_json(*server, options.variable);
-      if (server->variable_info().indices > 0) {
-        const client::macro_indices indices = server->macro_indices();
-        result["index numbers"] = indices.numbers;
-        if (indices.names) result["index names"] = *indices.names;
-      }
-      result["comment"] = server->comment(client::comment_owner::variable);
+json study_json(client::database& all, const object_path& path) {
+  json result = {{"study", path[0]}, {"directories", all.at(path[0]).directories()}};
+  const object_size size = size_of(all, path);
+  result.append({{"files", size.files},
+                 {"variables", size.variables},
+                 {"samples", size.samples},
+                 {"bytes", size.bytes}});
+  client::connection& server = all.at(path[0]);
+  result["palettes"] = server.palettes();
+  result["scales"] = server.scales();
+  return result;
+}
+
+json directory_json(client::database& all, const object_path& path) {
+  const object_size size = size_of(all, path);
+  return {
+      {"directory", path[1]},        {"study", path[0]},        {"files", all.at(path[0], path[1]).files()},
+      {"variables", size.variables}, {"samples", size.samples}, {"bytes", size.bytes}};
+}
+
+json missing_json(client::table& file, bool quiet) {
+  json missing = std::initializer_list<json::member>{};
+  for (const client::column& one : file.columns()) missing[one.title] = missing_of(file, one, quiet);
+  return missing;
+}
+
+json file_json(client::database& all, const object_path& path, const list_options& options, bool quiet) {
+  client::table file(all, place_of(path));
+  json result = describe_file(file.place(), file.info());
+  result["units"] = file.coordinate_units();
+  result["extents"] = extents_of(file, quiet);
+  result["variables"] = file.names();
+  if (options.missing) result["missing"] = missing_json(file, quiet);
+  result["bytes"] = size_of(all, path).bytes;
+  result["comment"] = all.at(file.place()).comment(client::comment_owner::file);
+  return result;
+}
+
+json variable_json(client::database& all, const object_path& path, bool quiet) {
+  client::table file(all, place_of(path));
+  const bool is_macro = client::is_macro_name(path[3]);
+  client::connection& server = all.at(file.place());
+  json result;
+  if (is_macro) {
+    const client::variable_info info = choose(all, path).variable_info();
+    result = describe_variable(path[3], info);
+    if (info.indices > 0) {
+      const client::macro_indices indices = server.macro_indices();
+      result["index numbers"] = indices.numbers;
+      if (indices.names) result["index names"] = *indices.names;
     }
-    print_description(result, common.json);
+    result["bytes"] = bytes_of(info, file.samples());
+  } else {
+    const client::column one = file.open(path[3]);
+    result = describe_variable(one.title, one.info);
+    result["bytes"] = bytes_of(one.info, file.samples());
+    result["missing"] = missing_of(file, one, quiet);
+  }
+  result["comment"] = server.comment(client::comment_owner::variable);
+  return result;
+}
+
+void inform(const common_options& common, const list_options& options) {
+  need_names(options.words, 1, "STUDY [DIRECTORY [FILE [VARIABLE]]]");
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    const object_path wanted = take_path(all, words, all_levels);
+    all.use_unit("");
+    json::elements told;
+    for (const object_path& path : expanded(all, wanted)) {
+      told.push_back(path.size() == 1   ? study_json(all, path)
+                     : path.size() == 2 ? directory_json(all, path)
+                     : path.size() == 3 ? file_json(all, path, options, common.quiet)
+                                        : variable_json(all, path, common.quiet));
+    }
+    const pager shown(common.paged);
+    const bool may_be_several =
+        std::any_of(wanted.begin(), wanted.end(), [](const auto& one) { return is_pattern(one); });
+    if (common.json) {
+      print_description(may_be_several ? json(told) : told[0], true);
+      return;
+    }
+    for (std::size_t i = 0; i < told.size(); ++i) {
+      if (i > 0) std::printf("\n");
+      print_description(told[i], false);
+    }
+  });
+}
+
+std::string folded(const std::string& text) {
+  std::string result;
+  for (const char character : text)
+    result += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+  return result;
+}
+
+// Looks at every name without its case; a text without * and ? is looked for anywhere in it.
+void find_below(client::database& all, const object_path& path, const std::string& pattern,
+                const list_options& options, std::vector<object_path>& found) {
+  const bool is_last = path.size() + 1 == all_levels || options.type == level_name(path.size());
+  for (const std::string& name : names_below(all, path)) {
+    const object_path one = below(path, name);
+    if ((options.type.empty() || options.type == level_name(path.size())) && matches(pattern, folded(name)))
+      found.push_back(one);
+    if (is_last) continue;
+    try {
+      find_below(all, one, pattern, options, found);
+    } catch (const client::refusal& problem) {
+      // What can't be looked into hides nothing else.
+      std::fprintf(stderr, "qrd: %s: %s\n", path_text(one).c_str(), problem.what());
+    }
+  }
+}
+
+void find(const common_options& common, const list_options& options) {
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words(options.words.begin() + 1, options.words.end());
+    std::string pattern = folded(options.words[0]);
+    if (!is_pattern(pattern)) pattern = "*" + pattern + "*";
+    std::vector<object_path> found;
+    for (const object_path& path : expanded(all, take_path(all, words, all_levels - 1)))
+      find_below(all, path, pattern, options, found);
+    const pager shown(common.paged);
+    json::elements told;
+    for (const object_path& path : found) {
+      if (common.json)
+        told.push_back(path);
+      else
+        std::printf("%s\n", path_text(path).c_str());
+    }
+    if (common.json) print_description(told, true);
   });
 }
 
 }  // namespace
 
 void add_list_commands(const command_line& program, const common_options& common) {
-  {
+  for (const bool is_tree : {false, true}) {
     const command_line command =
-        program.add_subcommand("ls", "List studies, directories, files or variables");
+        is_tree ? program.add_subcommand("tree", "Show studies, directories and files as a tree")
+                : program.add_subcommand("ls", "List studies, directories, files or variables");
     auto options = std::make_shared<list_options>();
-    const option study =
-        command.add_option("study", options->study, "Lists its directories").type_name("STUDY");
-    const option directory = command.add_option("directory", options->directory, "Lists its files");
-    directory.type_name("DIRECTORY").needs(study);
-    command.add_option("file", options->file, "Lists its variables").type_name("FILE").needs(directory);
+    options->is_tree = is_tree;
+    add_names(command, options->words, "[STUDY [DIRECTORY [FILE [VARIABLE]]]]",
+              "What to list, also as STUDY/DIRECTORY/FILE, with * and ? (default: the studies)");
     command.add_flag("-l,--long", options->details, "Tell what each file or variable is");
+    command.add_flag("-s,--size", options->sizes, "Tell how many bytes the values take: samples times bits");
+    if (!is_tree)
+      command.add_flag("-R,--recursive", options->recursive, "List what lies below too, down to the files");
+    command.add_flag("-a,--variables", options->variables, "Go down to the variables");
     command.callback([options, &common] { list(common, *options); });
   }
   {
-    const command_line command = program.add_subcommand("info", "Describe a file or a variable");
+    const command_line command =
+        program.add_subcommand("info", "Describe a study, a directory, a file or a variable");
     auto options = std::make_shared<list_options>();
-    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-    command.add_option("directory", options->directory, "Name of the directory")
-        .required()
-        .type_name("DIRECTORY");
-    command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
-    command.add_option("variable", options->variable, "Name of the variable").type_name("VARIABLE");
+    add_names(command, options->words, "STUDY [DIRECTORY [FILE [VARIABLE]]]",
+              "What to describe, also as STUDY/DIRECTORY/FILE/VARIABLE, with * and ?");
+    command.add_flag("--missing", options->missing, "Count the missing values of every variable of a file");
     command.callback([options, &common] { inform(common, *options); });
+  }
+  {
+    const command_line command = program.add_subcommand("find", "Look for names in all studies");
+    auto options = std::make_shared<list_options>();
+    add_names(
+        command, options->words, "PATTERN [STUDY [DIRECTORY [FILE]]]",
+        "Part of a name, or a pattern with * and ?, of any case; and where to look (default: everywhere)");
+    command.add_option("--type", options->type, "Only such objects")
+        .one_of({"study", "directory", "file", "variable"});
+    command.callback([options, &common] {
+      need_names(options->words, 1, "PATTERN");
+      find(common, *options);
+    });
   }
 }
 

@@ -8,13 +8,14 @@
 #include "command/complete.h"
 #include "command/interruption.h"
 #include "command/manual.h"
+#include "command/names.h"
 #include "command/options.h"
 #include "qrd/version.h"
 
 namespace {
 
 constexpr int failed = 1;
-constexpr int wrong_usage = 2;
+constexpr int bad_usage = 2;
 constexpr int no_connection = 3;
 
 // What went wrong; the lines behind the first one are indented.
@@ -44,6 +45,8 @@ void add_common_options(const qrd::command::command_line& program, qrd::command:
       .range(0, 1000000);
   program.add_flag("--json", common.json, "Print JSON");
   program.add_flag("--quiet", common.quiet, "Show no progress");
+  program.add_flag_callback(
+      "--no-pager", [&common] { common.paged = false; }, "Print on a terminal without a pager");
 }
 
 }  // namespace
@@ -82,7 +85,7 @@ int main(int argc, char** argv) {
 #endif
         },
         hidden, argc, argv);
-    if (!problem.empty()) return complain(problem, wrong_usage);
+    if (!problem.empty()) return complain(problem, bad_usage);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
       return complain("cannot write the output", failed);
     return is_completed ? 0 : failed;
@@ -94,6 +97,8 @@ int main(int argc, char** argv) {
     return failed;
   } catch (const qrd::client::protocol_error& problem) {
     return complain(problem.what(), no_connection);
+  } catch (const qrd::command::wrong_usage& problem) {
+    return complain(problem.what(), bad_usage);
   } catch (const std::bad_alloc&) {
     return complain("out of memory", failed);
   } catch (const std::exception& problem) {

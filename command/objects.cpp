@@ -3,20 +3,18 @@
 #include <map>
 #include <memory>
 
-#include "command/choose.h"
-#include "command/column.h"
 #include "command/options.h"
 #include "command/output.h"
+#include "command/place.h"
 #include "command/session.h"
+#include "command/terminal.h"
 
 namespace qrd::command {
 
 namespace {
 
 struct object_options {
-  std::string study;
-  std::string directory;
-  std::string file;
+  std::vector<std::string> words;
   std::string selection;
   std::string unit;
   std::int32_t priority = 127;
@@ -103,15 +101,14 @@ json faults_json(client::connection& server, const object_options& options) {
 
 void describe(const common_options& common, const object_options& options,
               json (*objects_json)(client::connection&, const object_options&)) {
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    use_units(*server, options.unit);
-    choose_directory(*server, options.directory);
-    choose_file(*server, options.file);
-    if (!options.selection.empty()) choose_selection(*server, options.selection);
-    const std::vector<std::string> units = coordinate_units(*server);
-    json told = {{"units", units}};
-    told.append(objects_json(*server, options));
+  need_names(options.words, 3, "STUDY DIRECTORY FILE");
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    client::table file(all, take_file(all, words));
+    all.use_unit(options.unit);
+    json told = {{"units", file.coordinate_units()}};
+    told.append(objects_json(all.at(file.place(), options.selection), options));
+    const pager shown(common.paged);
     print_description(told, common.json);
   });
 }
@@ -122,11 +119,7 @@ void add_object_commands(const command_line& program, const common_options& comm
   const auto add = [&](const char* name, const char* description, auto objects_json) {
     const command_line command = program.add_subcommand(name, description);
     auto options = std::make_shared<object_options>();
-    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-    command.add_option("directory", options->directory, "Name of the directory")
-        .required()
-        .type_name("DIRECTORY");
-    command.add_option("file", options->file, "Name of the file").required().type_name("FILE");
+    add_names(command, options->words, "STUDY DIRECTORY FILE", "The file, also as STUDY/DIRECTORY/FILE");
     add_unit_options(command, options->unit);
     command.add_flag("--points", options->vertices, "Tell every point");
     command.callback([options, &common, objects_json] { describe(common, *options, objects_json); });
@@ -134,7 +127,8 @@ void add_object_commands(const command_line& program, const common_options& comm
   };
   for (auto [command, options] : {add("polygons", "List the polygons of a file", polygons_json),
                                   add("wireframes", "List the wireframes of a file", wireframes_json)})
-    command.add_option("--selection", options->selection, "Selection variable of the file").type_name("VARIABLE");
+    command.add_option("--selection", options->selection, "Selection variable of the file")
+        .type_name("VARIABLE");
   const auto [command, options] = add("faults", "List the faults of a file", faults_json);
   command.add_option("--priority", options->priority, "Highest priority to list (default: 127)");
 }

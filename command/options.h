@@ -13,17 +13,19 @@ struct common_options {
   std::string root;
   bool json = false;
   bool quiet = false;
+  bool paged = true;  // on a terminal
   int timeout = 600;  // seconds of silence; 0: none
 };
 
 // Each adds its subcommands to the program. `common` has to outlive the parsing.
-void add_list_commands(const command_line& program, const common_options& common);    // ls, info
-void add_read_commands(const command_line& program, const common_options& common);    // read, export
-void add_stat_command(const command_line& program, const common_options& common);     // stat
-void add_write_command(const command_line& program, const common_options& common);    // write
-void add_create_commands(const command_line& program, const common_options& common);  // new, link
-void add_remove_command(const command_line& program, const common_options& common);   // rm
-void add_import_commands(const command_line& program, const common_options& common);  // import
+void add_list_commands(const command_line& program, const common_options& common);     // ls, tree, info, find
+void add_read_commands(const command_line& program, const common_options& common);     // read, export
+void add_stat_command(const command_line& program, const common_options& common);      // stat
+void add_write_command(const command_line& program, const common_options& common);     // write
+void add_create_commands(const command_line& program, const common_options& common);   // new, link
+void add_selection_command(const command_line& parent, const common_options& common);  // new selection
+void add_remove_command(const command_line& program, const common_options& common);    // rm
+void add_import_commands(const command_line& program, const common_options& common);   // import
 void add_object_commands(const command_line& program,
                          const common_options& common);  // polygons, wireframes, faults
 void add_resource_commands(const command_line& program,

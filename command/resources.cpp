@@ -1,18 +1,20 @@
 // qrd palettes, scales, vendor: what hangs on a study and its objects.
+#include <algorithm>
+#include <cstdio>
 #include <memory>
 
-#include "command/choose.h"
+#include "command/names.h"
 #include "command/options.h"
 #include "command/output.h"
 #include "command/session.h"
+#include "command/terminal.h"
 
 namespace qrd::command {
 
 namespace {
 
 struct resource_options {
-  std::string study;
-  std::string name;
+  std::vector<std::string> words;  // the study, and perhaps a name
 };
 
 json palette_json(client::connection& server, const std::string& name) {
@@ -60,22 +62,54 @@ json scale_json(client::connection& server, const std::string& name) {
   return told;
 }
 
-// Lists the names, or shows the named one.
+// The colours of what was described, as they look.
+void print_swatches(const json& told) {
+  constexpr int in_a_row = 32;
+  if (!has_colours()) return;
+  const auto* colours = told["colours"].as<json::elements>();
+  for (std::size_t i = 0; colours != nullptr && i < colours->size(); ++i) {
+    const auto part = [&](const char* name) {
+      return static_cast<std::int32_t>(*(*colours)[i][name].as<std::int64_t>());
+    };
+    std::printf("%s%s", swatch({part("red"), part("green"), part("blue")}).c_str(),
+                (i + 1) % in_a_row == 0 || i + 1 == colours->size() ? "\n" : "");
+  }
+}
+
+// Lists the names, or shows the named ones.
 void show(const common_options& common, const resource_options& options,
           std::vector<std::string> (client::connection::*names)(),
           json (*describe)(client::connection&, const std::string&)) {
-  with_session(common, [&](session& server) {
-    choose_study(*server, options.study);
-    if (!options.name.empty()) {
-      print_description(describe(*server, options.name), common.json);
+  need_names(options.words, 1, "STUDY");
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words = options.words;
+    client::connection& server = all.at(take_path(all, words, 1).at(0));
+    const std::vector<std::string> known = (server.*names)();
+    std::vector<std::string> wanted;
+    for (const std::string& word : words) {
+      const bool is_name = !is_pattern(word) || std::find(known.begin(), known.end(), word) != known.end();
+      if (is_name) wanted.push_back(word);
+      for (const std::string& name : known)
+        if (!is_name && matches(word, name)) wanted.push_back(name);
+    }
+    const pager shown(common.paged);
+    if (words.empty()) {
+      if (common.json)
+        print_description(known, true);
+      else
+        for (const std::string& name : known) std::printf("%s\n", name.c_str());
       return;
     }
-    const std::vector<std::string> all = ((*server).*names)();
+    json::elements told;
+    for (const std::string& name : wanted) told.push_back(describe(server, name));
     if (common.json) {
-      print_description(all, true);
+      print_description(words.size() == 1 && wanted.size() == 1 ? told[0] : json(told), true);
       return;
     }
-    for (const std::string& name : all) std::printf("%s\n", name.c_str());
+    for (const json& one : told) {
+      print_swatches(one);
+      print_description(one, false);
+    }
   });
 }
 
@@ -84,30 +118,21 @@ json number_json(double value) {
 }
 
 struct vendor_options {
-  std::string study;
-  std::string directory;
-  std::string file;
-  std::string variable;
-  std::string name;
+  std::vector<std::string> words;  // the name, then the owner
 };
 
+constexpr const char* vendor_type = "NAME STUDY [DIRECTORY [FILE [VARIABLE]]]";
+
 void show_vendor(const common_options& common, const vendor_options& options) {
-  with_session(common, [&](session& server) {
-    auto scope = client::vendor_scope::study;
-    choose_study(*server, options.study);
-    if (!options.directory.empty()) {
-      choose_directory(*server, options.directory);
-      scope = client::vendor_scope::directory;
-    }
-    if (!options.file.empty()) {
-      choose_file(*server, options.file);
-      scope = client::vendor_scope::file;
-    }
-    if (!options.variable.empty()) {
-      choose_variable(*server, options.variable);
-      scope = client::vendor_scope::variable;
-    }
-    const client::vendor_bag bag = server->vendor_data(options.name, scope);
+  if (options.words.empty()) throw wrong_usage(std::string("names are missing: give ") + vendor_type);
+  const std::string& name = options.words[0];
+  need_names({options.words.begin() + 1, options.words.end()}, 1, vendor_type);
+  with_database(common, [&](client::database& all) {
+    std::vector<std::string> words(options.words.begin() + 1, options.words.end());
+    const object_path owner = take_path(all, words, all_levels);
+    client::connection& server = choose(all, owner);
+    const auto scope = static_cast<client::vendor_scope>(owner.size() - 1);
+    const client::vendor_bag bag = server.vendor_data(name, scope);
     json attributes = json::array();
     for (const client::vendor_attribute& attribute : bag.attributes) {
       json value;
@@ -126,7 +151,7 @@ void show_vendor(const common_options& common, const vendor_options& options) {
           attribute.value);
       attributes.push_back({{"name", attribute.name}, {"value", value}});
     }
-    print_description({{"vendor data", options.name}, {"version", bag.version}, {"attributes", attributes}},
+    print_description({{"vendor data", name}, {"version", bag.version}, {"attributes", attributes}},
                       common.json);
   });
 }
@@ -134,29 +159,22 @@ void show_vendor(const common_options& common, const vendor_options& options) {
 }  // namespace
 
 void add_resource_commands(const command_line& program, const common_options& common) {
-  const auto add = [&](const char* command_name, const char* description, const char* kind, const char* shown,
+  const auto add = [&](const char* name, const char* text, const std::string& kind, const char* shown,
                        auto names, auto describe) {
-    const command_line command = program.add_subcommand(command_name, description);
+    const command_line command = program.add_subcommand(name, text);
     auto options = std::make_shared<resource_options>();
-    command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-    command.add_option("name", options->name, shown).type_name(kind);
+    add_names(command, options->words, "STUDY [" + kind + "...]", shown);
     command.callback([options, &common, names, describe] { show(common, *options, names, describe); });
   };
-  add("palettes", "List the palettes of a study and of the root, or show one", "PALETTE", "Palette to show",
-      &client::connection::palettes, palette_json);
-  add("scales", "List the colour scales of a study, or show one", "SCALE", "Scale to show",
-      &client::connection::scales, scale_json);
+  add("palettes", "List the palettes of a study and of the root, or show some", "PALETTE",
+      "The study, and palettes to show, with * and ?", &client::connection::palettes, palette_json);
+  add("scales", "List the colour scales of a study, or show some", "SCALE",
+      "The study, and scales to show, with * and ?", &client::connection::scales, scale_json);
 
   const command_line command =
       program.add_subcommand("vendor", "Show vendor data of a study, directory, file or variable");
   auto options = std::make_shared<vendor_options>();
-  command.add_option("name", options->name, "Name of the data").required().type_name("NAME");
-  command.add_option("study", options->study, "Name of the study").required().type_name("STUDY");
-  const option directory = command.add_option("directory", options->directory, "Owner, or where it lies");
-  directory.type_name("DIRECTORY");
-  const option file = command.add_option("file", options->file, "Owner, or where it lies").type_name("FILE");
-  file.needs(directory);
-  command.add_option("variable", options->variable, "Owner").type_name("VARIABLE").needs(file);
+  add_names(command, options->words, vendor_type, "Name of the data, and their owner");
   command.callback([options, &common] { show_vendor(common, *options); });
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "command/interruption.h"
 #include "command/server_texts.h"
 #include "qrd/error.h"
 
@@ -23,30 +24,16 @@ client::database_options database_of(const common_options& common, root_use use)
   return options;
 }
 
-namespace {
-
-client::database opened(const common_options& common, root_use use) {
+void with_database(const common_options& common, const std::function<void(client::database&)>& act,
+                   root_use use) {
+  std::optional<client::database> opened;
   try {
-    return client::database(database_of(common, use));
-  } catch (const client::refusal& problem) {
-    throw client::refusal(with_help(problem.what()));
+    opened.emplace(database_of(common, use));
+    opened->set_wait(check_interruption);
+    act(*opened);
   } catch (const client::protocol_error& problem) {
-    throw client::protocol_error(with_help(problem.what()));
-  }
-}
-
-}  // namespace
-
-session::session(const common_options& common, root_use use) : database_(opened(common, use)) {}
-
-void with_session(const common_options& common, const std::function<void(session&)>& act, root_use use) {
-  session opened(common, use);
-  try {
-    act(opened);
-  } catch (const client::protocol_error& problem) {
-    const std::string words = opened.last_words();
-    if (words.empty()) throw;
-    throw client::protocol_error(with_help(std::string(problem.what()) + ":\n" + words));
+    const std::string words = opened ? opened->last_words() : std::string();
+    throw client::protocol_error(with_help(problem.what() + (words.empty() ? words : ":\n" + words)));
   } catch (const client::refusal& problem) {
     throw client::refusal(with_help(problem.what()));
   }

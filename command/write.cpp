@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "command/cells.h"
-#include "command/column.h"
 #include "command/interruption.h"
 #include "command/key_join.h"
 #include "command/options.h"
+#include "command/place.h"
 #include "command/progress.h"
 #include "command/roles.h"
 #include "command/session.h"
@@ -14,6 +14,8 @@
 namespace qrd::command {
 
 namespace {
+
+constexpr const char* names_type = "STUDY DIRECTORY FILE VARIABLE...";
 
 struct write_options {
   place_options place;
@@ -73,17 +75,17 @@ void write_values(client::table& file, const client::column& target, const clien
 
 // Row for row into the samples of the range.
 void write_rows(const common_options& common, const write_options& options, formats::text_table& table,
-                client::table& file, client::sample_range range) {
+                client::table& file, const client::reading& where) {
   const write_plan plan = plan_writing(table, file, options);
-  const bool compressed = options.place.use() == client::selection_use::compressed;
+  const bool compressed = where.use == client::selection_use::compressed;
   const table_block all = read_whole(table, options.table.cells, plan.columns);
-  const auto samples = static_cast<std::uint64_t>(range.last - range.first + 1);
+  const auto samples = static_cast<std::uint64_t>(where.range->last - where.range->first + 1);
   if (!compressed && all.rows() != samples)
     throw client::error("the table has " + std::to_string(all.rows()) + " rows for " +
                         std::to_string(samples) + " samples");
   progress_bar bar("writing", all.rows() * plan.targets.size(), common.quiet);
   std::uint64_t done = 0;
-  client::writing wish{range, options.place.selection, options.place.use(), options.place.unit,
+  client::writing wish{where.range, where.selection, where.use, where.unit,
                        [&](std::uint64_t now, std::uint64_t) { bar.show(done + now); }};
   for (std::size_t i = 0; i < plan.targets.size(); ++i) {
     write_values(file, plan.targets[i], all.columns[i], wish);
@@ -164,17 +166,20 @@ void write_by_keys(const common_options& common, const write_options& options, f
   if (!common.quiet) std::printf("%zu of %zu samples written\n", joined.row_of_sample.size(), samples);
 }
 
-void write(const common_options& common, const write_options& options) {
-  if (!options.columns.empty() && options.columns.size() != options.variables.size())
-    throw client::error("--column has to name one column for each variable");
-  formats::text_table table(options.table.path, options.table.wishes);
-  with_session(common, [&](session& server) {
-    client::table file(server.database(), {options.place.study, options.place.directory, options.place.file});
+void write(const common_options& common, write_options options) {
+  need_names(options.place.words, 4, names_type);
+  with_database(common, [&](client::database& all) {
+    client::table file(all, take_file(all, options.place.words));
+    options.variables = options.place.words;
+    if (!options.columns.empty() && options.columns.size() != options.variables.size())
+      throw client::error("--column has to name one column for each variable");
+    formats::text_table table(options.table.path, options.table.wishes);
+    all.use_unit(options.place.unit);
     if (!options.keys.empty()) {
       write_by_keys(common, options, table, file);
       return;
     }
-    const auto range = wanted_range(server.database().at(file.place()), options.place, file.samples());
+    const auto range = reading_of(file, options.place);
     if (!range) throw client::error("the file has no samples to write");
     write_rows(common, options, table, file, *range);
   });
@@ -185,10 +190,9 @@ void write(const common_options& common, const write_options& options) {
 void add_write_command(const command_line& program, const common_options& common) {
   const command_line command = program.add_subcommand("write", "Write columns of a table into variables");
   auto options = std::make_shared<write_options>();
-  add_file_arguments(command, options->place);
-  command.add_option("variables", options->variables, "Names; a macro column also as stem[12] or stem{name}")
-      .required()
-      .type_name("VARIABLE");
+  add_names(command, options->place.words, names_type,
+            "The file, also as STUDY/DIRECTORY/FILE, and its variables; a macro column also as stem[12] or "
+            "stem{name}");
   command.add_option("-i,--input", options->table.path, "Table to read (default: standard input)")
       .type_name("FILE.csv");
   command
@@ -203,7 +207,7 @@ void add_write_command(const command_line& program, const common_options& common
       "Variables, and columns of the same names, that tell which samples a row is for: x,y or ID");
   key.type_name("NAME[,NAME...]");
   add_range_options(command, options->place);
-  command.add_option("--index", options->place.index, "Column of macro variables, by number or name");
+  add_index_option(command, options->place);
   add_unit_options(command, options->place.unit);
   command.callback([options, &common] { write(common, *options); });
 }

@@ -47,6 +47,9 @@ offers --root DB read Holes Drilling cores --selection o -- ore
 offers --root DB link Holes Drilling cores coll -- collars
 offers --root DB link Holes Drilling cores collars --names h -- hole
 offers --root DB palettes Holes Gr -- Grades
+offers --root DB read Holes/Dri -- Holes/Drilling
+offers --root DB read Holes/Drilling/cores N -- Ni
+offers --root DB find cores Ho -- Holes
 offers --root DB read Holes Drilling nothing C --
 offers --root "$work/nothing" ls "" --
 offers --server 127.0.0.1:1 --root DB ls "" --

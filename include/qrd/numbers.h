@@ -28,4 +28,10 @@ QRD_EXPORT std::string single_text(double value, double factor);
 // highest one means missing; from 32 bits on nothing beyond 1e30.
 QRD_EXPORT bool fits_bits(double value, std::int32_t bits);
 
+// The same three, written without an end where there is room for 32 characters; each returns where it ends.
+// REQUIRES: a finite value.
+QRD_EXPORT char* write_number(char* to, double value);
+QRD_EXPORT char* write_length(char* to, double value, double factor);
+QRD_EXPORT char* write_single(char* to, double value, double factor);
+
 }  // namespace qrd::client

@@ -83,6 +83,7 @@ struct new_variable {
   std::int32_t bits = 64;       // 1 for a selection
   std::int32_t characters = 0;  // above 0 it is a text of that width
   std::string unit = {};        // the symbol of a length unit, another text, or none
+  bool unit_is_text = false;    // such as "feet", which is else refused as nearly a symbol
   number_format format = {};
   std::string comment = {};
 };
@@ -108,6 +109,8 @@ class QRD_EXPORT table {
   // `index` stands for the columns of a macro variable that is named without one, "stem" or "stem[xxxxx]". A
   // macro variable without an index is an `error`.
   column open(const std::string& name, const std::string& index = {});
+  // Makes the variable of exactly that name the current one of the connection.
+  connection& choose(const std::string& name);
   // One column for each index of a macro variable, else the one.
   std::vector<column> open_all(const std::string& name);
   // All columns of the file, those of macro variables too; without them where they are not asked for.
