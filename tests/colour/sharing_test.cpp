@@ -1,54 +1,30 @@
 // Palettes and scales in a study that others change at the same time, on disks that fill up or fail.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <ctime>
-#include <filesystem>
-#include <functional>
 
 #include "disk/qu_cscale.h"
 #include "disk/qu_palette.h"
 #include "disk/store_state.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
 #include "support/open_study.h"
 #include "support/processes.h"
-#include "util/qu_lock.h"
 
 namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 // Readable for open(), but every read fails: EIO.
 constexpr char failing_file[] = "/proc/self/mem";
 
-class shared_colours : public open_study {
- protected:
+struct shared_colours : open_study {
   static bytes scale(const std::string& name, const std::string& palette) {
-    bytes out;
-    out.text(name).i32(0, 0).text(palette).i32(0);
+    bytes out = bytes(name).i32(0, 0).text(palette).i32(0);
     for (int i = 0; i < 15; ++i) out.i32(0);
     return out.text("").text("").i32(0, 0, 0, 0);
   }
   static bytes palette(const std::string& name, int value) {
-    return bytes().text(name).i32(2, value, value, value, value, value, value);
-  }
-  std::vector<std::string> names_in(const std::string& folder) const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(in_study(folder)))
-      names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
+    return bytes(name).i32(2, value, value, value, value, value, value);
   }
   std::string scale_file(int number) const { return in_study("CSCALE/CSCA." + std::to_string(number)); }
   std::string palette_file(int number) const { return in_study("U_COLOR/PAL." + std::to_string(number)); }
 };
-
-using strings = std::vector<std::string>;
 
 TEST_F(shared_colours, keep_the_old_file_where_the_disk_is_full) {
   expect_done("CSCANEW", scale("first", "p"));
@@ -63,12 +39,12 @@ TEST_F(shared_colours, keep_the_old_file_where_the_disk_is_full) {
     expect_refused("CPALWRIT", palette("kept", 2), "An error occured during Palette kept writing");
     expect_refused("CPALWRIT", palette("new", 2), "An error occured during Palette new writing");
   }
-  EXPECT_EQ(names_in("CSCALE"), strings{"CSCA.1"});
-  EXPECT_EQ(names_in("U_COLOR"), strings{"PAL.0"});
+  EXPECT_EQ(names_in(in_study("CSCALE")), strings{"CSCA.1"});
+  EXPECT_EQ(names_in(in_study("U_COLOR")), strings{"PAL.0"});
   EXPECT_EQ(read_file(scale_file(1)), old_scale);
   EXPECT_EQ(read_file(palette_file(0)), old_palette);
   expect_done("CSCANEW", scale("kept", "after"));
-  EXPECT_EQ(names_in("CSCALE"), strings{"CSCA.0"}) << "the lowest number that is free";
+  EXPECT_EQ(names_in(in_study("CSCALE")), strings{"CSCA.0"}) << "the lowest number that is free";
 }
 
 TEST_F(shared_colours, are_refused_where_no_file_can_be_made) {
@@ -83,26 +59,25 @@ TEST_F(shared_colours, that_the_disk_does_not_give_are_not_damaged) {
   fs::create_symlink(failing_file, scale_file(1));
   fs::create_symlink(failing_file, palette_file(1));
   const std::string unread = "Cannot read Color Scale named other.";
-  EXPECT_EQ(client_.ask("CSCAREAD", bytes().text("sound").str()).substr(0, 12), bytes().text("SSCALE").str());
-  expect_refused("CSCAREAD", bytes().text("other"), unread);
-  expect_refused("CSCAXIST", bytes().text("other"), unread);
+  EXPECT_EQ(ask("CSCAREAD", "sound").substr(0, 12), bytes("SSCALE"));
+  expect_refused("CSCAREAD", "other", unread);
+  expect_refused("CSCAXIST", "other", unread);
   expect_refused("CSCALST", {}, "Cannot read Color Scale named " + in_study("CSCALE") + ".");
   expect_refused("CSCANEW", scale("other", "p"), "An error occured during Color Scale other Writing.");
-  expect_refused("CSCADEL", bytes().text("other"), "An error happened during Color Scale deletion");
-  expect_refused("CPALDEL", bytes().text("sound"),
-                 "Cannot delete palette named sound as it is used by a Color Scale.");
+  expect_refused("CSCADEL", "other", "An error happened during Color Scale deletion");
+  expect_refused("CPALDEL", "sound", "Cannot delete palette named sound as it is used by a Color Scale.");
   // One that may hold the name can't be read: it must not be made a second time.
   expect_refused("CPALWRIT", palette("other", 1), "An error occured during Palette other writing");
-  expect_refused("CPALXIST", bytes().text("other"), "An error happened during Palette other read");
-  expect_refused("CPALREAD", bytes().text("other"), "An error happened during Palette other read");
+  expect_refused("CPALXIST", "other", "An error happened during Palette other read");
+  expect_refused("CPALREAD", "other", "An error happened during Palette other read");
   expect_done("CPALWRIT", palette("sound", 3));
-  EXPECT_EQ(names_in("CSCALE"), (strings{"CSCA.0", "CSCA.1"}));
-  EXPECT_EQ(names_in("U_COLOR"), (strings{"PAL.0", "PAL.1"}));
+  EXPECT_EQ(names_in(in_study("CSCALE")), (strings{"CSCA.0", "CSCA.1"}));
+  EXPECT_EQ(names_in(in_study("U_COLOR")), (strings{"PAL.0", "PAL.1"}));
   // A link that leads nowhere is none of them.
   fs::remove(scale_file(1));
   fs::create_symlink("nowhere", scale_file(1));
-  expect_refused("CSCAREAD", bytes().text("other"), unread);
-  expect_answer("CSCAXIST", bytes().text("other"), bytes().text("SEXIST").i32(0));
+  expect_refused("CSCAREAD", "other", unread);
+  expect_answer("CSCAXIST", "other", bytes("SEXIST").i32(0));
 }
 
 TEST_F(shared_colours, need_their_own_folder_alone) {
@@ -110,19 +85,19 @@ TEST_F(shared_colours, need_their_own_folder_alone) {
   fs::rename(in_study("CSCALE"), in_study("away"));
   expect_done("CPALWRIT", palette("p", 1));
   expect_refused("CSCALST", {}, gone);
-  expect_refused("CPALDEL", bytes().text("p"), gone);
+  expect_refused("CPALDEL", "p", gone);
   fs::rename(in_study("away"), in_study("CSCALE"));
   fs::rename(in_study("U_COLOR"), in_study("away"));
   expect_done("CSCANEW", scale("s", "p"));
   expect_refused("CPALLST", {}, gone);
-  expect_refused("CPALDEL", bytes().text("p"), gone);
+  expect_refused("CPALDEL", "p", gone);
 }
 
 TEST_F(shared_colours, without_the_root_palettes_are_refused) {
   study_root elsewhere;
   const std::string path = elsewhere.make_study("E", study_descriptor(1));
   root_.write_registry(pair("$init$/S", "S") + pair(path, "E"));
-  expect_done("CSTUDYSET", bytes().text("E"));
+  expect_done("CSTUDYSET", "E");
   fs::remove_all(root_.path());
   const std::string text = "QRD_INIT=" + root_.path() + ": Cannot access directory";
   expect_refused("CPALLST", {}, text);
@@ -131,7 +106,7 @@ TEST_F(shared_colours, without_the_root_palettes_are_refused) {
 
 TEST_F(shared_colours, named_none_do_not_exist) {
   expect_done("CSCANEW", scale("None", "p"));
-  expect_answer("CSCAXIST", bytes().text("None"), bytes().text("SEXIST").i32(0));
+  expect_answer("CSCAXIST", "None", bytes("SEXIST").i32(0));
 }
 
 TEST_F(shared_colours, are_looked_through_once_for_a_palette) {
@@ -144,7 +119,7 @@ TEST_F(shared_colours, are_looked_through_once_for_a_palette) {
     write_file(scale_file(i), each);
   }
   const std::clock_t start = std::clock();
-  expect_done("CPALDEL", bytes().text("p"));
+  expect_done("CPALDEL", "p");
   EXPECT_LT(std::clock() - start, 3 * CLOCKS_PER_SEC / 10);
 }
 
@@ -168,7 +143,7 @@ TEST_F(shared_colours, scale_of_one_name_stays_one_and_is_always_found) {
     return std::rename(scale_file(0).c_str(), scale_file(7).c_str()) == 0 || errno == ENOENT;
   };
   EXPECT_EQ(in_processes(5, many_times(act)), 0);
-  EXPECT_EQ(names_in("CSCALE").size(), 1U);
+  EXPECT_EQ(names_in(in_study("CSCALE")).size(), 1U);
 }
 
 // Three make the palettes of the same moment, one reads.

@@ -1,78 +1,47 @@
 // Truncated packets, impossible counts, and files that are damaged: each ends as it should, and nothing is
 // touched that should not be.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iterator>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "end_to_end/hostile.h"
 #include "support/layout.h"
-#include "support/programs.h"
 #include "wire/connection.h"
 
 namespace qrd::test {
 namespace {
 
-bytes chosen(const char* request, const char* name) {
-  return bytes().text(request).text(name);
-}
-
 // Holes / Drilling / cores / Cu.
-std::vector<std::string> choice_of_copper() {
-  return {chosen("CSTUDYSET", "Holes").str(), chosen("CDIRSET", "Drilling").str(),
-          chosen("CFILESET", "cores").str(), chosen("CVARSET", "Cu").str()};
+strings choice_of_copper() {
+  return {bytes("CSTUDYSET").text("Holes"), bytes("CDIRSET").text("Drilling"),
+          bytes("CFILESET").text("cores"), bytes("CVARSET").text("Cu")};
 }
-
-struct changing_request {
-  const char* what;
-  bytes packet;
-};
 
 // Requests that would change much, were they whole.
-std::vector<changing_request> changing_requests() {
-  bytes write;
-  write.text("CWRITVARF").i64(1, 3).i32(0).f64(0).i64(3).f64(1, 2, 3);
-  bytes points;
-  points.text("CPFILENEW").text("new").i64(2).i32(2).f64(1, 2, 3, 4);
-  bytes palette;
-  palette.text("CPALWRIT").text("Grades").i32(1, 1, 2, 3);
-  bytes polygon;
-  polygon.text("CPOLYNEW").text("new").i32(0);
-  for (int i = 0; i < 6; ++i) polygon.f64(i);
-  polygon.i64(1).text("c").text("p").f64(0, 0).i32(3);
-  for (double value : {0.0, 0.0, 1.0, 0.0, 1.0, 1.0}) polygon.f64(value);
-  bytes bag;
-  bag.text("CVDATWRIT").text("project").i32(1, 0, 1).text("a").i32(4, 2, 1, 2);
-  bytes comment;
-  comment.text("CCOMSET").i32(3, 0).text("text");
-  bytes faults;
-  faults.text("CWRITFAUL").i32(1, 0).f64(0).i32(1).text("F").i32(0, 1);
-  for (int i = 0; i < 12; ++i) faults.f64(i);
-  faults.i32(1);
-  return {{"write", write},     {"points", points}, {"palette", palette}, {"polygon", polygon},
-          {"comment", comment}, {"bag", bag},       {"faults", faults}};
+std::map<std::string, bytes> changing_requests() {
+  bytes polygon = bytes("CPOLYNEW").text("new").i32(0).f64(0, 1, 2, 3, 4, 5).i64(1).text("c").text("p");
+  bytes faults = bytes("CWRITFAUL").i32(1, 0).f64(0).i32(1).text("F").i32(0, 1);
+  return {{"write", bytes("CWRITVARF").i64(1, 3).i32(0).f64(0).i64(3).f64(1, 2, 3)},
+          {"points", bytes("CPFILENEW").text("new").i64(2).i32(2).f64(1, 2, 3, 4)},
+          {"palette", bytes("CPALWRIT").text("Grades").i32(1, 1, 2, 3)},
+          {"polygon", polygon.f64(0, 0).i32(3).f64(0, 0, 1, 0, 1, 1)},
+          {"comment", bytes("CCOMSET").i32(3, 0).text("text")},
+          {"bag", bytes("CVDATWRIT").text("project").i32(1, 0, 1).text("a").i32(4, 2, 1, 2)},
+          {"faults", faults.f64(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11).i32(1)}};
 }
 
 TEST(bad_input, a_truncated_request_changes_nothing) {
-  const std::vector<changing_request> requests = changing_requests();
-  std::vector<std::pair<const changing_request*, std::size_t>> cuts;
-  for (const changing_request& request : requests) {
-    const std::size_t size = request.packet.str().size();
+  std::vector<std::pair<std::string, std::string>> cuts;
+  for (const auto& [what, packet] : changing_requests()) {
+    const std::size_t size = packet.str().size();
     for (std::size_t length : {std::size_t{3}, std::size_t{10}, size / 2, size - 9, size - 1})
-      cuts.emplace_back(&request, length);
+      cuts.emplace_back(what + " cut to " + std::to_string(length), packet.str().substr(0, length));
   }
   in_parallel(static_cast<int>(cuts.size()), shipped_root, [&](int i, workspace& space) {
-    const auto& [request, length] = cuts[static_cast<std::size_t>(i)];
-    SCOPED_TRACE(std::string(request->what) + " cut to " + std::to_string(length));
-    std::vector<std::string> conversation = choice_of_copper();
-    conversation.push_back(request->packet.str().substr(0, length));
+    const auto& [what, beginning] = cuts[static_cast<std::size_t>(i)];
+    SCOPED_TRACE(what);
+    strings conversation = choice_of_copper();
+    conversation.push_back(beginning);
     const ending result = end_of(space.root(), conversation);
     expect_orderly(result);
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(space.restore(), std::vector<std::string>{});
+    EXPECT_EQ(space.restore(), strings{});
   });
 }
 
@@ -102,7 +71,7 @@ class one_impossible : public value_source {
 
 // Each number that says how much follows, and each range, in turn.
 TEST(bad_input, impossible_numbers_change_nothing_else) {
-  std::vector<std::string> requests;
+  strings requests;
   for (const request_row& row : request_table) {
     // Its root must be the one that is looked after.
     if (std::string_view(row.arguments).find("text path") != std::string_view::npos) continue;
@@ -122,7 +91,7 @@ TEST(bad_input, impossible_numbers_change_nothing_else) {
   const auto groups = static_cast<int>((requests.size() + each - 1) / each);
   in_parallel(groups, shipped_root, [&](int group, workspace& space) {
     SCOPED_TRACE("group " + std::to_string(group));
-    std::vector<std::string> conversation = choice_of_copper();
+    strings conversation = choice_of_copper();
     const std::size_t first = static_cast<std::size_t>(group) * each;
     for (std::size_t i = first; i < std::min(requests.size(), first + each); ++i)
       conversation.push_back(requests[i]);
@@ -135,12 +104,10 @@ TEST(bad_input, impossible_numbers_change_nothing_else) {
 }
 
 // A file of the database is replaced by something else; then everything is listed, described and read.
-class damage : public testing::Test {
- protected:
+struct damage : testing::Test {
   // What a damaged file is made of, out of a sound one.
-  static std::vector<std::string> variants(const std::string& sound) {
-    std::vector<std::string> made = {"", sound.substr(0, sound.size() / 2), std::string(64, '\xff'),
-                                     std::string(64, '\0')};
+  static strings variants(const std::string& sound) {
+    strings made = {"", sound.substr(0, sound.size() / 2), std::string(64, '\xff'), std::string(64, '\0')};
     if (sound.size() > 8) made.push_back(sound.substr(0, 4) + "\x7f\xff\xff\xff" + sound.substr(8));
     std::string larger = sound;
     for (std::size_t i = 7; i < larger.size(); i += 12) larger[i] = '\x7f';
@@ -151,12 +118,12 @@ class damage : public testing::Test {
     return made;
   }
 
-  static std::vector<std::string> walk() {
-    std::vector<std::string> requests = {bytes().text("CSTUDYLST").str()};
+  static strings walk() {
+    strings requests = {bytes("CSTUDYLST").str()};
     const auto ask = [&](const char* name, const bytes& arguments = {}) {
-      requests.push_back(bytes().text(name).raw(arguments.str()).str());
+      requests.push_back(bytes(name).raw(arguments).str());
     };
-    const auto choose = [&](const char* level, const char* name) { ask(level, bytes().text(name)); };
+    const auto choose = [&](const char* level, const char* name) { ask(level, bytes(name)); };
     choose("CSTUDYSET", "Holes");
     ask("CDIRLST");
     ask("CPALLST");
@@ -164,7 +131,7 @@ class damage : public testing::Test {
     ask("CSCALST");
     choose("CSCAREAD", "Zones");
     choose("CDIRSET", "Drilling");
-    ask("CVDATREAD", bytes().text("project").i32(0));
+    ask("CVDATREAD", bytes("project").i32(0));
     ask("CFILELST");
     for (const char* file : {"collars", "domains", "cores"}) {
       choose("CFILESET", file);
@@ -195,25 +162,21 @@ class damage : public testing::Test {
 };
 
 TEST_F(damage, of_any_file_is_met_in_an_orderly_way) {
-  const std::string cores = "Holes/QRD/DIRE.1/FILE.2/";
-  const std::vector<std::string> paths = {"study_names.def",
-                                          "DATA",
-                                          "PAL.0",
-                                          "Holes/DESCR",
-                                          "Holes/QRD/DESCR",
-                                          "Holes/VENDOR.0",
-                                          "Holes/CSCALE/CSCA.3",
-                                          "Holes/U_COLOR/PAL.0",
-                                          "Holes/QRD/DIRE.1/DESCR",
-                                          cores + "DESCR",
-                                          cores + "LINE",
-                                          cores + "VARI.16/DESCR",
-                                          cores + "VARI.16/DATAVAR",
-                                          cores + "VARI.24/MACRO",
-                                          cores + "VARI.24/DATAVAR",
-                                          "Holes/QRD/DIRE.1/FILE.3/POLYGON",
-                                          "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/DESCR",
-                                          "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/VARI.8/DESCR"};
+  strings paths = {"study_names.def",
+                   "DATA",
+                   "PAL.0",
+                   "Holes/DESCR",
+                   "Holes/QRD/DESCR",
+                   "Holes/VENDOR.0",
+                   "Holes/CSCALE/CSCA.3",
+                   "Holes/U_COLOR/PAL.0",
+                   "Holes/QRD/DIRE.1/DESCR",
+                   "Holes/QRD/DIRE.1/FILE.3/POLYGON",
+                   "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/DESCR",
+                   "OLD/ARCHIVE/QRD/DIRE.2/FILE.4/VARI.8/DESCR"};
+  for (const char* name :
+       {"DESCR", "LINE", "VARI.16/DESCR", "VARI.16/DATAVAR", "VARI.24/MACRO", "VARI.24/DATAVAR"})
+    paths.push_back("Holes/QRD/DIRE.1/FILE.2/" + std::string(name));
 
   // The database gets a macro variable first.
   const database sound;

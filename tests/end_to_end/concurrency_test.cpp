@@ -1,25 +1,11 @@
 // Twenty servers at work in one study: they make and delete one another's directories, files and variables
 // while others read and write them. Nobody ends, nobody is left without an answer, and what remains is whole.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <map>
-#include <memory>
-#include <random>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include "qrd/connection.h"
-#include "support/bytes.h"
+#include "disk/qd_file_descriptor.h"
+#include "disk/qd_variable_descriptor.h"
 #include "support/database.h"
-#include "support/server_process.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int server_count = 20;
 constexpr int rounds = 25;
@@ -27,49 +13,47 @@ constexpr std::int64_t block = 512;
 
 // How the refusals of a call begin that the deletions of others, or what this client has made already,
 // explain.
-const std::map<std::string, std::vector<std::string>>& explained() {
+const std::map<std::string, strings>& explained() {
   const std::string file_gone = "Cannot get file info", variable_gone = "Cannot get variable info",
-                    no_variable = "Error while getting file or Variable information",
-                    no_selection = "Cannot select variable", no_sample = "First read Sample Number",
-                    no_directory = "Not a valid Velmar directory: ", no_file = "Not a valid Velmar file: ",
-                    no_deletion = "An error happened during ",
+                    no_formats = "Cannot get coords formats", no_directory = "Not a valid Velmar directory: ",
+                    no_file = "Not a valid Velmar file: ", no_deletion = "An error happened during ",
                     file_there = "File Shared: ", no_creation = "Cannot create file ",
-                    no_new_variable = "Cannot create variable ", variable_there = "Variable ",
-                    no_column = "Cannot set macro indices for variable", not_read = "Problem while reading ",
-                    not_written = "Problem while writing ", no_coordinate = "Error selecting variable ",
-                    no_path = "Cannot get physical file path", no_descriptor = "Cannot get file descriptor",
-                    no_formats = "Cannot get coords formats", no_coordinates = "Cannot retrieve coordinate ",
-                    not_appended = "Cannot append ", not_added = "Cannot add ";
-  const std::vector<std::string> line = {file_gone,
-                                         no_descriptor,
-                                         not_appended,
-                                         not_read,
-                                         not_written,
-                                         no_coordinate,
-                                         no_coordinates,
-                                         no_selection,
-                                         "Error creating variable ",
-                                         "Link between lines file "};
-  static const std::map<std::string, std::vector<std::string>> refusals = {
+                    not_read = "Problem while reading ", not_written = "Problem while writing ",
+                    no_coordinate = "Error selecting variable ", not_added = "Cannot add ";
+  const strings new_variable = {"Variable ", "Cannot create variable "};
+  const strings read = {"Error while getting file or Variable information", "Cannot select variable",
+                        "First read Sample Number", not_read};
+  const strings line = {file_gone,
+                        "Cannot get file descriptor",
+                        "Cannot append ",
+                        not_read,
+                        not_written,
+                        no_coordinate,
+                        read[1],
+                        "Cannot retrieve coordinate ",
+                        "Error creating variable ",
+                        "Link between lines file "};
+  static const std::map<std::string, strings> refusals = {
       {"new_directory", {"Directory Shared: ", "Cannot create directory "}},
       {"set_directory", {no_directory}},
       {"files", {no_directory}},
       {"set_file", {no_file}},
       {"variables", {no_file}},
       {"set_variable", {"Not a valid Velmar variable: "}},
-      {"file_info", {file_gone, no_path, no_descriptor, no_formats}},
+      {"file_info", {file_gone, "Cannot get physical file path", line[1], no_formats}},
       {"variable_info", {variable_gone}},
       {"new_points", {file_there, no_creation, not_added}},
       {"new_lines", {file_there, no_creation}},
       {"new_grid", {file_there, "Cannot create grid file "}},
-      {"new_text_variable", {variable_there, no_new_variable}},
-      {"new_float_variable", {variable_there, no_new_variable}},
-      {"new_macro_variable", {variable_there, no_new_variable}},
+      {"new_text_variable", new_variable},
+      {"new_float_variable", new_variable},
+      {"new_macro_variable", new_variable},
       {"add_macro_indices", {variable_gone, not_written}},
       {"set_index", {variable_gone}},
-      {"read_floats", {no_variable, no_selection, no_sample, not_read}},
-      {"read_texts", {no_variable, no_selection, no_sample, not_read}},
-      {"write_floats", {no_variable, no_selection, no_column, not_written, "No indice is defined"}},
+      {"read_floats", read},
+      {"read_texts", read},
+      {"write_floats",
+       {read[0], read[1], "Cannot set macro indices for variable", not_written, "No indice is defined"}},
       {"append_points", {file_gone, not_added, no_coordinate, not_written}},
       {"append_line", line},
       {"append_cores", line},
@@ -100,23 +84,9 @@ class worker {
     client_.set_study("Shared");
     for (int round = 0; round < rounds; ++round) {
       attempt("new_directory", [&] { client_.new_directory(directory()); });
-      switch (pick(5)) {
-        case 0:
-          make_points();
-          break;
-        case 1:
-          make_lines();
-          break;
-        case 2:
-          make_grid();
-          break;
-        case 3:
-          look_around();
-          break;
-        default:
-          delete_something();
-          break;
-      }
+      const auto acts = {&worker::make_points, &worker::make_lines, &worker::make_grid, &worker::look_around,
+                         &worker::delete_something};
+      (this->*acts.begin()[pick(5)])();
     }
   }
 
@@ -137,7 +107,7 @@ class worker {
       return true;
     } catch (const client::refusal& refused) {
       const std::string text = refused.what();
-      const std::vector<std::string>& known = explained().at(call);
+      const strings& known = explained().at(call);
       EXPECT_TRUE(std::any_of(known.begin(), known.end(),
                               [&](const std::string& start) { return text.starts_with(start); }))
           << call << ": " << text;
@@ -201,13 +171,13 @@ class worker {
 
   void look_around() {
     for (const std::string& name : client_.directories()) {
-      std::vector<std::string> files;
+      strings files;
       if (!attempt("set_directory", [&] { client_.set_directory(name); })) continue;
       if (!attempt("files", [&] { files = client_.files(); }) || files.empty()) continue;
       const std::string& file = files[static_cast<std::size_t>(pick(static_cast<int>(files.size())))];
       if (!attempt("set_file", [&] { client_.set_file(file); })) continue;
       attempt("file_info", [&] { client_.file_info(); });
-      std::vector<std::string> variables;
+      strings variables;
       attempt("variables", [&] { variables = client_.variables(); });
       for (const std::string& variable : variables) {
         if (!attempt("set_variable", [&] { client_.set_variable(variable); })) continue;
@@ -226,7 +196,7 @@ class worker {
       attempt("delete_directory", [&] { client_.delete_directory(); });
       return;
     }
-    std::vector<std::string> names;
+    strings names;
     if (!attempt("files", [&] { names = client_.files(); }) || names.empty()) return;
     const std::string& file = names[static_cast<std::size_t>(pick(static_cast<int>(names.size())))];
     if (!attempt("set_file", [&] { client_.set_file(file); })) return;
@@ -246,57 +216,32 @@ class worker {
   client::connection& client_ = server_.connection;
 };
 
-// Fields of descriptors, by their places in the file.
-std::int64_t number_at(const std::string& data, std::size_t at, int size) {
-  if (at + static_cast<std::size_t>(size) > data.size()) return -1;
-  std::uint64_t value = 0;
-  for (int i = 0; i < size; ++i)
-    value = value << 8 | static_cast<unsigned char>(data[at + static_cast<std::size_t>(i)]);
-  return static_cast<std::int64_t>(value);
-}
-std::size_t text_end(const std::string& data, std::size_t at) {
-  return at + 4 + static_cast<std::size_t>((number_at(data, at, 4) + 3) / 4 * 4);
-}
-
-void expect_whole_variable(const fs::path& folder, std::int64_t capacity) {
-  SCOPED_TRACE(folder);
-  const std::string descriptor = read_file((folder / "DESCR").string());
-  EXPECT_EQ(number_at(descriptor, 0, 4), 1100);
-  const std::size_t type = text_end(descriptor, 4);
-  const std::int64_t bits = number_at(descriptor, type + 8, 4);
-  const bool is_implicit = number_at(descriptor, type + 12, 4) != 0;
-  std::int64_t columns = 1;
-  if (number_at(descriptor, type, 4) == 2) columns = number_at(read_file((folder / "MACRO").string()), 4, 4);
-  EXPECT_TRUE(fs::exists(folder / "COMMENT"));
-  ASSERT_TRUE(fs::exists(folder / "DATAVAR"));
-  EXPECT_GE(columns, 1);
-  const auto size = static_cast<std::int64_t>(fs::file_size(folder / "DATAVAR"));
-  EXPECT_GE(size, is_implicit ? 0 : capacity / 8 * bits * columns);
-}
-
 void expect_whole_file(const fs::path& folder) {
   SCOPED_TRACE(folder);
-  const std::string descriptor = read_file((folder / "DESCR").string());
-  EXPECT_EQ(number_at(descriptor, 0, 4), 1100);
-  const std::size_t organisation = text_end(descriptor, 4);
-  const std::int64_t lines = number_at(descriptor, organisation + 8, 4);
-  const std::size_t counts = text_end(descriptor, organisation + 12 + 6 * 8 + 3 * 4 + 3 * 8);
-  const std::int64_t samples = number_at(descriptor, counts, 8);
-  const std::int64_t capacity = number_at(descriptor, counts + 8, 8);
-  EXPECT_EQ(descriptor.size(), counts + 16);
-  EXPECT_GE(capacity, samples);
-  EXPECT_EQ(capacity % block, 0);
-  const std::int64_t kind = number_at(descriptor, organisation, 4);
-  if (kind == 2 || kind == 3) {
-    EXPECT_EQ(number_at(read_file((folder / "LINE").string()), static_cast<std::size_t>(8 * lines), 8),
-              samples + 1);
+  qd_file_record file;
+  ASSERT_EQ(qd_file_descriptor_read(folder.c_str(), file), object_state::sound);
+  EXPECT_GE(file.allocated_samples, file.sample_count);
+  EXPECT_EQ(file.allocated_samples % block, 0);
+  if (is_lines(file.organisation)) {
+    const std::string table = read_file(folder / "LINE"), end = bytes().i64(file.sample_count + 1);
+    EXPECT_EQ(table.substr(static_cast<std::size_t>(8 * file.line_count), 8), end);
   }
   for (const auto& entry : fs::directory_iterator(folder)) {
+    SCOPED_TRACE(entry.path());
     const std::string name = entry.path().filename();
-    if (name.starts_with("VARI."))
-      expect_whole_variable(entry.path(), capacity);
-    else
-      EXPECT_TRUE(name == "DESCR" || name == "LINE" || name == "COMMENT") << name;
+    EXPECT_TRUE(name.starts_with("VARI.") || name == "DESCR" || name == "LINE" || name == "COMMENT");
+    if (!entry.is_directory()) continue;
+    qd_variable_record variable;
+    ASSERT_EQ(qd_variable_descriptor_read(entry.path().c_str(), variable), object_state::sound);
+    std::int64_t columns = 1;
+    if (variable.type == VAR_MACRO)
+      columns = static_cast<unsigned char>(read_file(entry.path() / "MACRO").at(7));
+    EXPECT_GE(columns, 1);
+    EXPECT_TRUE(fs::exists(entry.path() / "COMMENT"));
+    ASSERT_TRUE(fs::exists(entry.path() / "DATAVAR"));
+    const std::int64_t wanted = file.allocated_samples / 8 * variable.bit_length * columns;
+    EXPECT_GE(static_cast<std::int64_t>(fs::file_size(entry.path() / "DATAVAR")),
+              variable.implicit != 0 ? 0 : wanted);
   }
 }
 
@@ -338,7 +283,7 @@ TEST(concurrency, twenty_servers_share_a_study) {
   for (const auto& directory : fs::directory_iterator(copy / "shared/QRD")) {
     if (directory.path().filename() == "DESCR") continue;
     EXPECT_TRUE(directory.path().filename().string().starts_with("DIRE.")) << directory.path();
-    EXPECT_EQ(number_at(read_file((directory.path() / "DESCR").string()), 0, 4), 1100) << directory.path();
+    EXPECT_TRUE(read_file(directory.path() / "DESCR").starts_with(bytes().i32(1100).str()));
     for (const auto& file : fs::directory_iterator(directory)) {
       const std::string name = file.path().filename();
       if (name == "DESCR") continue;

@@ -1,21 +1,14 @@
 // Every request of the table, on a server with nothing selected: it is known, it reads just its
 // arguments, and it says what is missing.
-#include <gtest/gtest.h>
-
-#include <map>
-
-#include "support/bytes.h"
 #include "support/connections.h"
 #include "support/layout.h"
-#include "support/programs.h"
 #include "support/request_session.h"
-#include "support/server_process.h"
 
 namespace qrd::test {
 namespace {
 
 // What is missing, by request.
-const std::map<std::string, std::vector<std::string>> refused = {
+const std::map<std::string, strings> refused = {
     {"QRD_INIT=/no/such: Cannot access directory", {"CQRDDATA"}},
     {"QRD_INIT is not defined", {"CSTUDYLST"}},
     {"QRD_INIT is not set",
@@ -46,12 +39,12 @@ std::map<std::string, std::string> expected_answers() {
   for (const auto& [text, names] : refused)
     for (const std::string& name : names) answers[name] = refusal(text);
   for (const char* name : {"CUNITMODE", "CDISTUSET", "CUNITCR"}) answers[name] = done();
-  answers["CHELLO"] = bytes().text("SWELCOME").i32(1300030).str();
-  answers["CNEWSESS"] = bytes().text("SNOSESS").str();
-  answers["CARCH"] = bytes().text("SARCH").i32(1).str();
-  answers["CSUPREQ"] = bytes().text("SSUPREQ").i32(83).str();
-  for (const request_row& row : request_table) answers["CSUPREQ"] += bytes().text(row.name).str();
-  answers["CBYE BYE"] = bytes().text("SBYE BYE").str();
+  answers["CHELLO"] = bytes("SWELCOME").i32(1300030).str();
+  answers["CNEWSESS"] = bytes("SNOSESS").str();
+  answers["CARCH"] = bytes("SARCH").i32(1).str();
+  answers["CSUPREQ"] = bytes("SSUPREQ").i32(83).str();
+  for (const request_row& row : request_table) answers["CSUPREQ"] += bytes(row.name).str();
+  answers["CBYE BYE"] = bytes("SBYE BYE").str();
   return answers;
 }
 
@@ -73,9 +66,9 @@ class sensible : public value_source {
 // These look at what is selected first: they read no more than their name, or nothing.
 std::string request_of(const request_row& row) {
   const std::string name = row.name;
-  if (name == "CWRITFAUL") return bytes().text(name).str();
+  if (name == "CWRITFAUL") return bytes(name).str();
   for (const char* early : {"CVARFNEW", "CVARMNEW", "CVARCNEW", "CWIRENEW"})
-    if (name == early) return bytes().text(name).text("x").str();
+    if (name == early) return bytes(name).text("x").str();
   sensible values;
   return packed_request(row, values, 1300030);
 }
@@ -109,26 +102,20 @@ TEST(every_request, is_served_in_step) {
 TEST(every_request, is_served_on_a_connection_that_is_there) {
   for (const bool is_passed_by_number : {false, true}) {
     socket_pair pair;
-    server_settings settings = {.arguments = {"-inetd", "-debug"}, .controlled = false};
+    const std::string by_number = "export LISTEN_PID=$$ LISTEN_FDS=1 LISTEN_FDNAMES=connection; exec " +
+                                  std::string(server_program) + " -inetd -debug 3<&0 </dev/null";
+    server_settings settings = is_passed_by_number ? started_by_shell(by_number, pair.far)
+                                                   : started_on(pair.far, -1, {"-inetd", "-debug"});
     settings.streams = {pair.far, pair.far, pair.far};
-    if (is_passed_by_number) {
-      settings.program = "/bin/sh";
-      settings.arguments = {"-c",
-                            "export LISTEN_PID=$$ LISTEN_FDS=1 LISTEN_FDNAMES=connection; "
-                            "exec " +
-                                std::string(server_program) + " -inetd -debug 3<&0 </dev/null"};
-    }
     server_process server(settings);
     raw_connection client = pair.take_near();
     expect_service(server, client);
   }
   pipe_pair pipes;
-  server_process server({.arguments = {"-inetd", "-debug"},
-                         .controlled = false,
-                         .streams = {pipes.requests[0], pipes.answers[1], -1}});
+  server_process server(started_on(pipes.requests[0], pipes.answers[1], {"-inetd", "-debug"}));
   raw_connection client = pipes.take_near();
   expect_service(server, client);
-  EXPECT_NE(server.errors().find("QRDserver DEBUG"), std::string::npos);
+  EXPECT_HAS(server.errors(), "QRDserver DEBUG");
 }
 
 }  // namespace

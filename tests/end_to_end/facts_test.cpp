@@ -2,18 +2,10 @@
 //
 // The facts of the shipped database are in tests/data/facts.json. Other databases are checked by hand with
 // QRD_FACTS_ROOT and QRD_FACTS_FILE.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "support/database.h"
-#include "support/programs.h"
 
 namespace qrd::test {
 namespace {

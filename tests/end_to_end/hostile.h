@@ -1,21 +1,7 @@
 // Servers that get input they should not get, and how they end.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-
-#include <algorithm>
-#include <atomic>
-#include <functional>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <thread>
-#include <vector>
-
-#include "support/bytes.h"
 #include "support/database.h"
-#include "support/server_process.h"
 
 namespace qrd::test {
 
@@ -23,7 +9,7 @@ namespace qrd::test {
 inline constexpr int sanitizer_status = 99;
 
 // The default root of a server that is misled lies in `home`.
-inline server_settings watched(const std::filesystem::path& home) {
+inline server_settings watched(const fs::path& home) {
   server_settings settings;
   settings.environment["ASAN_OPTIONS"] = "exitcode=" + std::to_string(sanitizer_status);
   settings.environment["UBSAN_OPTIONS"] = "exitcode=" + std::to_string(sanitizer_status);
@@ -32,9 +18,9 @@ inline server_settings watched(const std::filesystem::path& home) {
 }
 
 // CHELLO, CARCH, CQRDDATA.
-inline std::vector<std::string> greeting(const std::filesystem::path& root) {
-  return {bytes().text("CHELLO").text("").i32(1300030).str(), bytes().text("CARCH").i32(1).str(),
-          bytes().text("CQRDDATA").text(root.string()).str()};
+inline strings greeting(const fs::path& root) {
+  return {bytes("CHELLO").text("").i32(1300030).str(), bytes("CARCH").i32(1).str(),
+          bytes("CQRDDATA").text(root.string()).str()};
 }
 
 struct ending {
@@ -56,7 +42,7 @@ inline std::string arrived(raw_connection& connection, std::chrono::milliseconds
 
 // Opens the root and sends the requests one by one, each when its answer is there or, after a moment, without
 // one. Then sends nothing more, and waits for the end.
-inline ending end_of(const std::filesystem::path& root, const std::vector<std::string>& requests) {
+inline ending end_of(const fs::path& root, const strings& requests) {
   const temporary_directory home;
   server_process process(watched(home.path()));
   raw_connection connection = process.connect();
@@ -91,19 +77,19 @@ class workspace {
  public:
   explicit workspace(const std::string& source) : copy_(source), sound_(image_of(copy_.root())) {}
 
-  std::filesystem::path root() const { return copy_.root(); }
+  fs::path root() const { return copy_.root(); }
   std::string operator/(const std::string& name) const { return copy_ / name; }
 
   // Puts everything back. Paths that differed, but for the flags that every session leaves.
-  std::vector<std::string> restore() {
+  strings restore() {
     const tree_image found = image_of(root());
-    std::vector<std::string> touched = changes(sound_, found);
+    strings touched = changes(sound_, found);
     for (const std::string& path : touched)
-      if (!sound_.contains(path)) std::filesystem::remove_all(root() / path);
+      if (!sound_.contains(path)) fs::remove_all(root() / path);
     for (const auto& [path, content] : sound_) {
       if (const auto now = found.find(path); now != found.end() && now->second == content) continue;
       if (content == "/")
-        std::filesystem::create_directory(root() / path);
+        fs::create_directory(root() / path);
       else
         write_file(*this / path, content);
     }

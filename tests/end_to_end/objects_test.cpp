@@ -1,15 +1,9 @@
 // Geometry, colour resources and vendor data: through the client library to the real server and back, and as
 // the program qrd tells them.
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "support/database.h"
 #include "support/program_run.h"
-#include "support/programs.h"
 
 namespace qrd::test {
 namespace {
@@ -17,16 +11,15 @@ namespace {
 using json = nlohmann::json;
 using client::missing_value;
 
-class objects : public testing::Test, protected served_study {
- protected:
+struct objects : testing::Test, protected served_study {
   // What the program prints, in words or as JSON.
-  std::string told(std::vector<std::string> arguments) {
+  std::string told(strings arguments) {
     arguments.insert(arguments.begin(), {"--root", root.path()});
     const program_run run = run_program(client_program, arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
     return run.output;
   }
-  json told_json(std::vector<std::string> arguments) {
+  json told_json(strings arguments) {
     arguments.push_back("--json");
     return json::parse(told(arguments));
   }
@@ -133,7 +126,7 @@ TEST_F(objects, palettes) {
   write_file(root / "PAL.0", "Rainbow\n  1   2   3\n");
   const std::vector<client::rgb> greys = {{0, 0, 0}, {128, 127, 126}, {255, 255, 255}};
   to().write_palette("Greys", greys);
-  EXPECT_EQ(to().palettes(), (std::vector<std::string>{"Greys", "Rainbow"}));
+  EXPECT_EQ(to().palettes(), (strings{"Greys", "Rainbow"}));
   EXPECT_TRUE(to().palette_exists("Rainbow"));
   EXPECT_EQ(to().palette("Greys"), greys);
   EXPECT_EQ(told_json({"palettes", "Study"}), json::parse(R"(["Greys", "Rainbow"])"));
@@ -167,7 +160,7 @@ TEST_F(objects, scales) {
   to().write_scale("a", automatic);
   to().write_scale("m", manual);
   to().write_scale("f", facies);
-  EXPECT_EQ(to().scales(), (std::vector<std::string>{"a", "f", "m"}));
+  EXPECT_EQ(to().scales(), (strings{"a", "f", "m"}));
   EXPECT_EQ(to().scale("a"), automatic);
   EXPECT_EQ(to().scale("m"), manual);
   EXPECT_EQ(to().scale("f"), facies);
@@ -197,7 +190,7 @@ TEST_F(objects, vendor_data) {
                     {"text", std::string(20000, 't')},
                     {"numbers", std::vector<std::int32_t>{1, 2, 2147483647}},
                     {"reals", std::vector<double>{0.5, missing_value}},
-                    {"texts", std::vector<std::string>{"", "ab"}},
+                    {"texts", strings{"", "ab"}},
                     {"none", std::vector<double>{}}};
   for (const auto scope :
        {vendor_scope::study, vendor_scope::directory, vendor_scope::file, vendor_scope::variable}) {
@@ -207,13 +200,12 @@ TEST_F(objects, vendor_data) {
     EXPECT_EQ(to().vendor_data_version("bag", scope), bag.version);
     EXPECT_EQ(to().vendor_data("bag", scope), bag);
   }
-  std::vector<std::string> owner = {"vendor", "bag", "Study"};
+  strings owner = {"vendor", "bag", "Study"};
   for (int version = 1; version <= 4; ++version) {
     EXPECT_EQ(told_json(owner)["version"], version);
-    if (version < 4)
-      owner.push_back(std::vector<std::string>{"D", "P", "v"}[static_cast<std::size_t>(version - 1)]);
+    if (version < 4) owner.push_back(strings{"D", "P", "v"}[static_cast<std::size_t>(version - 1)]);
   }
-  bag.attributes = {{"number", -7}, {"texts", std::vector<std::string>{"x", "y"}}, {"nothing", {}}};
+  bag.attributes = {{"number", -7}, {"texts", strings{"x", "y"}}, {"nothing", {}}};
   to().write_vendor_data("bag", vendor_scope::file, bag);
   EXPECT_EQ(
       told_json({"vendor", "bag", "Study", "D", "P"}),

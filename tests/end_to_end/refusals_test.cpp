@@ -1,26 +1,21 @@
 // Requests that come before what they need is chosen.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "support/database.h"
 
 namespace qrd::test {
 namespace {
 
-class refusals : public testing::Test {
- protected:
+struct refusals : testing::Test {
   refusals() : wire_(server_.connect()) {
-    exchange(bytes().text("CHELLO").text("").i32(1300030), bytes().text("SWELCOME").i32(1300030));
-    exchange(bytes().text("CARCH").i32(1), bytes().text("SARCH").i32(1));
+    exchange(bytes("CHELLO").text("").i32(1300030), bytes("SWELCOME").i32(1300030));
+    exchange(bytes("CARCH").i32(1), bytes("SARCH").i32(1));
   }
   void exchange(const bytes& request, const bytes& answer) {
-    EXPECT_EQ(wire_.exchange(request.str(), answer.str().size()), answer.str()) << request.str();
+    EXPECT_EQ(wire_.exchange(request, answer.str().size()), answer) << request.str();
   }
   void refused(const bytes& request, const std::string& text) {
-    exchange(request, bytes().text("SERROR").text(text));
+    exchange(request, bytes("SERROR").text(text));
   }
-  static bytes request(const char* name) { return bytes().text(name); }
+  static bytes request(const char* name) { return bytes(name); }
 
   server_process server_;
   raw_connection wire_;
@@ -45,13 +40,13 @@ TEST_F(refusals, of_a_root_leave_the_server_ready) {
   refused(request("CQRDDATA").text(nowhere), "QRD_INIT=" + nowhere + ": Cannot access directory");
   refused(request("CQRDDATA").text(copy / "Holes"),
           "QRD_INIT=" + (copy / "Holes") + ": Not a valid Velmar path (does not contain a list of studies).");
-  exchange(request("CQRDDATA").text(copy.root().string()), bytes().text("SOK"));
+  exchange(request("CQRDDATA").text(copy.root().string()), bytes("SOK"));
   refused(request("CSTUDYSET").text("Gold"), "Study Unknown: \"Gold\"");
-  exchange(request("CSTUDYSET").text("Holes"), bytes().text("SDONE"));
+  exchange(request("CSTUDYSET").text("Holes"), bytes("SDONE"));
   // A study that was refused leaves the one that was chosen.
   refused(request("CSTUDYSET").text("holes"), "Study Unknown: \"holes\"");
-  exchange(request("CDIRXIST").text("Drilling"), bytes().text("SEXIST").i32(1));
-  write_file(copy / "OLD/ARCHIVE/DESCR", bytes().i32(520, 1, 130000, 0).str());
+  exchange(request("CDIRXIST").text("Drilling"), bytes("SEXIST").i32(1));
+  write_file(copy / "OLD/ARCHIVE/DESCR", bytes().i32(520, 1, 130000, 0));
   refused(request("CSTUDYSET").text("Archive"), "Invalid Study version: \"Archive\"");
   write_file(copy / "DATA", "15.1.2\n");
   refused(

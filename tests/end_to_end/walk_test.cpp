@@ -1,9 +1,4 @@
 // A client walks the shipped database.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "support/database.h"
 
 namespace qrd::test {
@@ -11,7 +6,7 @@ namespace {
 
 using client::organisation;
 using client::variable_filter;
-using names = std::vector<std::string>;
+using names = strings;
 
 TEST(walk, from_the_studies_to_the_variables) {
   const database copy;

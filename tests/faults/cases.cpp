@@ -1,27 +1,12 @@
 #include "faults/cases.h"
 
-#include <zlib.h>
+#include <sstream>
 
-#include <algorithm>
-#include <map>
-#include <stdexcept>
-
-#include "support/bytes.h"
 #include "support/descriptors.h"
 #include "support/root_view.h"
 #include "support/study_root.h"
 
 namespace qrd::test {
-
-namespace fs = std::filesystem;
-
-void scene::choose(const std::string& study, const std::string& directory, const std::string& file,
-                   const std::string& variable) const {
-  to.set_study(study);
-  if (!directory.empty()) to.set_directory(directory);
-  if (!file.empty()) to.set_file(file);
-  if (!variable.empty()) to.set_variable(variable);
-}
 
 namespace {
 
@@ -29,6 +14,7 @@ using client::vendor_scope;
 using step = std::function<void(const scene&)>;
 
 const std::vector<double> three_points = {1, 2, 3, 10, 20, 30};
+const std::vector<double> two_points = {5, 6, 7, 8};
 const std::vector<std::uint8_t> first_and_last = {1, 0, 1};
 
 step all(std::vector<step> steps) {
@@ -39,11 +25,19 @@ step all(std::vector<step> steps) {
 
 void nothing(const scene& /*at*/) {}
 
-step choice(const std::string& study, const std::string& directory = {}, const std::string& file = {},
-            const std::string& variable = {}) {
+step ask(const std::function<void(client::connection&)>& act) {
+  return [act](const scene& at) { act(at.to); };
+}
+
+// A place from the study on: "S/D/P".
+step choice(const std::string& place) {
   return [=](const scene& at) {
     at.open();
-    at.choose(study, directory, file, variable);
+    std::istringstream names(place);
+    std::string name;
+    for (const auto set : {&client::connection::set_study, &client::connection::set_directory,
+                           &client::connection::set_file, &client::connection::set_variable})
+      if (std::getline(names, name, '/')) (at.to.*set)(name);
   };
 }
 
@@ -63,7 +57,7 @@ void points(const scene& at) {
   at.to.write_floats(std::vector<double>{1.5, 2.5, 3.5});
   at.to.new_text_variable("t", 5);
   at.to.set_variable("t");
-  at.to.write_texts(std::vector<std::string>{"one", "two", "three"});
+  at.to.write_texts(strings{"one", "two", "three"});
   at.to.new_float_variable("s", 1);
   at.to.set_variable("s");
   at.to.write_selection(first_and_last);
@@ -71,22 +65,21 @@ void points(const scene& at) {
 }
 
 // In "P": a macro variable with two columns.
-void macro(const scene& at) {
+void add_macro(const scene& at, const std::vector<std::int32_t>& indices,
+               const std::optional<strings>& names = {}) {
   at.to.new_macro_variable("m[xxxxx]", 32, {}, "");
   at.to.set_variable("m[xxxxx]");
-  at.to.add_macro_indices(std::vector<std::int32_t>{2, 5});
-  for (const std::int32_t index : {2, 5}) {
+  at.to.add_macro_indices(indices, names);
+  for (const std::int32_t index : indices) {
     at.to.set_index(index);
     at.to.write_floats(std::vector<double>{index + 0.25, index + 0.5, index + 0.75});
   }
 }
-
+void macro(const scene& at) {
+  add_macro(at, {2, 5});
+}
 void named_macro(const scene& at) {
-  at.to.new_macro_variable("m[xxxxx]", 32, {}, "");
-  at.to.set_variable("m[xxxxx]");
-  at.to.add_macro_indices(std::vector<std::int32_t>{2}, std::vector<std::string>{"gold"});
-  at.to.set_index(2);
-  at.to.write_floats(std::vector<double>{2.25, 2.5, 2.75});
+  add_macro(at, {2}, strings{"gold"});
 }
 
 void grid(const scene& at) {
@@ -115,7 +108,7 @@ void lines(const scene& at) {
   at.to.set_file("H");
   at.to.new_text_variable("name", 4);
   at.to.set_variable("name");
-  at.to.write_texts(std::vector<std::string>{"a", "b"});
+  at.to.write_texts(strings{"a", "b"});
   at.to.set_file("L");
 }
 
@@ -141,12 +134,8 @@ std::vector<client::wireframe> wireframes() {
 }
 
 client::fault_set faults() {
-  client::fault_segment segment;
-  segment.points[0] = {1, 2, 0};
-  segment.points[1] = {3, 4, 0};
-  client::fault_set set;
-  set.faults = {{"North", false, {segment}}};
-  return set;
+  const client::fault_segment segment = {.points = {{1, 2, 0}, {3, 4, 0}}};
+  return {.faults = {{"North", false, {segment}}}};
 }
 
 client::vendor_bag bag(std::int32_t version) {
@@ -174,17 +163,10 @@ const std::vector<client::rgb> greys = {{0, 0, 0}, {128, 127, 126}, {255, 255, 2
 const std::vector<client::rgb> reds = {{255, 0, 0}, {128, 0, 0}};
 
 step palette(const std::vector<client::rgb>& colours) {
-  return [&colours](const scene& at) {
-    at.to.set_study("S");
-    at.to.write_palette("Colours", colours);
-  };
+  return [&](const scene& at) { at.to.set_study("S"), at.to.write_palette("Colours", colours); };
 }
-
 step scaled(client::scale_kind kind, std::int32_t red) {
-  return [=](const scene& at) {
-    at.to.set_study("S");
-    at.to.write_scale("Scale", scale(kind, red));
-  };
+  return [=](const scene& at) { at.to.set_study("S"), at.to.write_scale("Scale", scale(kind, red)); };
 }
 
 step bagged(vendor_scope scope, std::int32_t version) {
@@ -201,11 +183,7 @@ void compress(const scene& at, int file) {
   for (const auto& entry : fs::directory_iterator(in_file(at, file, ""))) {
     const std::string path = (entry.path() / "DATAVAR").string();
     if (!fs::exists(path) || fs::file_size(path) == 0) continue;
-    const std::string plain = read_file(path);
-    gzFile stream = gzopen((path + ".gz").c_str(), "wb");
-    gzwrite(stream, plain.data(), static_cast<unsigned>(plain.size()));
-    gzclose(stream);
-    fs::remove(path);
+    gzip_file(path, read_file(path));
   }
 }
 
@@ -216,39 +194,23 @@ void compressed_points(const scene& at) {
 
 void old_grid(const scene& at) {
   grid(at);
-  file_fields file;
-  file.name = "G";
-  file.organisation = 5;
-  file.dimension = 2;
-  file.lengths = {0, 0, 0, 1, 1, 0};
-  file.nodes = {2, 3, 1};
-  file.samples = 6;
-  file.allocated = 512;
+  const file_fields file = {"G", 5, 2, 0, {0, 0, 0, 1, 1, 0}, {2, 3, 1}, {0, 0, 0}, "", 6, 512};
   write_file(in_file(at, 1, "DESCR"), file.bytes_of(500));
-  write_file((at.root / "S/QRD/DIRE.1/DESCR").string(), bytes().i32(400).text("D").str());
+  write_file((at.root / "S/QRD/DIRE.1/DESCR").string(), bytes().i32(400).text("D"));
 }
 
 // As a program of 32 bits left them.
 void old_lines(const scene& at) {
   lines(at);
-  file_fields file;
-  file.name = "L";
-  file.organisation = 2;
-  file.dimension = 2;
-  file.lines = 2;
-  file.samples = 5;
-  file.allocated = 512;
+  const file_fields file = {
+      .name = "L", .organisation = 2, .dimension = 2, .lines = 2, .samples = 5, .allocated = 512};
   write_file(in_file(at, 1, "DESCR"), file.bytes_of(500));
-  write_file(in_file(at, 1, "LINE"), bytes().i32(1, 4, 6).str());
+  write_file(in_file(at, 1, "LINE"), bytes().i32(1, 4, 6));
 }
 
 void old_anamorphoses(const scene& at) {
   fs::rename(at.root / "S/PARAM/ANAM", at.root / "S/PARAM/MHISTO");
   write_file((at.root / "S/PARAM/MHISTO/one").string(), "kept");
-}
-
-step ask(const std::function<void(client::connection&)>& act) {
-  return [act](const scene& at) { act(at.to); };
 }
 
 // Nothing of the template's is in "S" yet.
@@ -281,7 +243,7 @@ void has_the_template(const scene& at) {
 step can_have_study(const std::string& name) {
   return [=](const scene& at) {
     at.open();
-    const std::vector<std::string> names = at.to.studies();
+    const strings names = at.to.studies();
     if (std::find(names.begin(), names.end(), name) == names.end()) at.to.new_study(name, at.root / name);
     at.to.set_study(name);
   };
@@ -290,181 +252,122 @@ step can_have_study(const std::string& name) {
 std::vector<fault_case> study_cases() {
   const auto make = [](const scene& at) { at.to.new_study("New", at.root / "New"); };
   const auto make_deep = [](const scene& at) { at.to.new_study("New", at.root / "a/b/New"); };
+  const auto remove = [](const scene& at) { at.to.delete_study(); };
+  const auto set = [](const scene& at) { at.to.set_study("S"); };
   const auto open = [](const scene& at) { at.open(); };
   return {
-      {.name = "CSTUDYNEW",
-       .made = nothing,
-       .chosen = open,
-       .request = make,
-       .afterwards = can_have_study("New")},
-      {.name = "CSTUDYNEW_with_parents", .made = nothing, .chosen = open, .request = make_deep},
-      {.name = "CSTUDYDEL",
-       .made = points,
-       .chosen = choice("S"),
-       .request = ask([](auto& to) { to.delete_study(); }),
-       .afterwards = can_have_study("S")},
-      {.name = "CSTUDYDEL_of_the_first",
-       .made = points,
-       .chosen = choice("T"),
-       .request = ask([](auto& to) { to.delete_study(); }),
-       .afterwards = can_have_study("T")},
-      {.name = "CSTUDYSET_of_a_bare_study",
-       .made = bare_study,
-       .chosen = open,
-       .request = [](const scene& at) { at.to.set_study("S"); },
-       .afterwards = has_the_template},
-      {"CQRDDATA", nothing, nothing, [](const scene& at) { at.open(); }},
-      {"CSTUDYSET", nothing, [](const scene& at) { at.open(); },
-       [](const scene& at) { at.to.set_study("S"); }},
-      {"CSTUDYSET_with_old_anamorphoses", old_anamorphoses, [](const scene& at) { at.open(); },
-       [](const scene& at) { at.to.set_study("S"); }},
+      {"CSTUDYNEW", nothing, open, make, {}, {}, {}, can_have_study("New")},
+      {"CSTUDYNEW_with_parents", nothing, open, make_deep},
+      {"CSTUDYDEL", points, choice("S"), remove, {}, {}, {}, can_have_study("S")},
+      {"CSTUDYDEL_of_the_first", points, choice("T"), remove, {}, {}, {}, can_have_study("T")},
+      {"CSTUDYSET_of_a_bare_study", bare_study, open, set, {}, {}, {}, has_the_template},
+      {"CQRDDATA", nothing, nothing, open},
+      {"CSTUDYSET", nothing, open, set},
+      {"CSTUDYSET_with_old_anamorphoses", old_anamorphoses, open, set},
   };
 }
 
 std::vector<fault_case> directory_cases() {
   return {
       {"CDIRNEW", points, choice("S"), ask([](auto& to) { to.new_directory("New"); })},
-      {"CDIRDEL", points, choice("S", "D"), ask([](auto& to) { to.delete_directory(); })},
+      {"CDIRDEL", points, choice("S/D"), ask([](auto& to) { to.delete_directory(); })},
       {"CDIRLST_of_old_descriptors", old_grid, choice("S"), ask([](auto& to) { to.directories(); })},
   };
 }
 
 std::vector<fault_case> file_cases() {
+  const auto remove = ask([](auto& to) { to.delete_file(); });
   // With the three that are there, more than one block of 512 samples.
   static const std::vector<double> many(2 * 600, 7.5);
   static const std::vector<double> few = {4, 40};
+  static const client::grid_geometry two_nodes = {2, {}, {1, 1, 0}, 2};
+  static const client::point3 origin, moved = {7, 8, 0}, coarse = {2, 3, 0};
   return {
-      {"CPFILENEW", points, choice("S", "D"), ask([](auto& to) { to.new_points("New", 2, few); })},
-      {"CPFILEAPP", all({points, macro}), choice("S", "D", "P"),
-       ask([](auto& to) { to.append_points(2, few); })},
-      {"CPFILEAPP_beyond_the_room", all({points, macro}), choice("S", "D", "P"),
+      {"CPFILENEW", points, choice("S/D"), ask([](auto& to) { to.new_points("New", 2, few); })},
+      {"CPFILEAPP", all({points, macro}), choice("S/D/P"), ask([](auto& to) { to.append_points(2, few); })},
+      {"CPFILEAPP_beyond_the_room", all({points, macro}), choice("S/D/P"),
        ask([](auto& to) { to.append_points(2, many); })},
-      {"CPFILEAPP_to_compressed_samples", compressed_points, choice("S", "D", "P"),
+      {"CPFILEAPP_to_compressed_samples", compressed_points, choice("S/D/P"),
        ask([](auto& to) { to.append_points(2, few); })},
-      {"CGFILENEW", points, choice("S", "D"), ask([](auto& to) {
-         client::grid_geometry shape;
-         shape.nx = 2;
-         to.new_grid("New", shape);
-       })},
-      {"CLFILENEW", points, choice("S", "D"), ask([](auto& to) { to.new_lines("New", 2); })},
-      {"CLFILEAPP", lines, choice("S", "D", "L"), ask([](auto& to) { to.append_line(2, few); })},
-      {"CLFILEAPP_beyond_the_room", lines, choice("S", "D", "L"),
-       ask([](auto& to) { to.append_line(2, many); })},
+      {"CGFILENEW", points, choice("S/D"), ask([](auto& to) { to.new_grid("New", two_nodes); })},
+      {"CLFILENEW", points, choice("S/D"), ask([](auto& to) { to.new_lines("New", 2); })},
+      {"CLFILEAPP", lines, choice("S/D/L"), ask([](auto& to) { to.append_line(2, few); })},
+      {"CLFILEAPP_beyond_the_room", lines, choice("S/D/L"), ask([](auto& to) { to.append_line(2, many); })},
       {"CLFILEAPC_first_cores",
-       [](const scene& at) {
-         directory(at);
-         at.to.new_lines("L", 2);
-       },
-       choice("S", "D", "L"),
-       ask([](auto& to) {
-         to.append_cores(2, {0, 0, 0}, few);
-       }),
+       all({directory, ask([](auto& to) { to.new_lines("L", 2); })}),
+       choice("S/D/L"),
+       ask([](auto& to) { to.append_cores(2, origin, few); }),
        {},
        {},
        {"S/D/L/XB+ Begin of Sample", "S/D/L/YB+ Begin of Sample", "S/D/L/XE+ End of Sample",
         "S/D/L/YE+ End of Sample"}},
-      {"CLFILELNK", lines, choice("S", "D", "L"), ask([](auto& to) { to.link_lines("H"); })},
-      {"CLFILELNK_to_other_points",
-       [](const scene& at) {
-         linked(at);
-         at.to.new_points("I", 2, std::vector<double>{5, 6, 7, 8});
-       },
-       choice("S", "D", "L"), ask([](auto& to) { to.link_lines("I"); })},
-      {"CFILEDEL", points, choice("S", "D", "P"), ask([](auto& to) { to.delete_file(); })},
-      {"CFILEDEL_of_lines",
-       named_lines,
-       choice("S", "D", "L"),
-       ask([](auto& to) { to.delete_file(); }),
-       {},
-       "S/D/H info"},
-      {"CFILEDEL_of_their_points",
-       named_lines,
-       choice("S", "D", "H"),
-       ask([](auto& to) { to.delete_file(); }),
-       {},
-       "S/D/L info"},
-      {"GRIDMODO", grid, choice("S", "D", "G"), ask([](auto& to) {
-         to.set_grid_origin({7, 8, 0});
-       })},
-      {"GRIDMODM", grid, choice("S", "D", "G"), ask([](auto& to) {
-         to.set_grid_mesh({2, 3, 0});
-       })},
-      {"GRIDMODR", grid, choice("S", "D", "G"), ask([](auto& to) { to.set_grid_rotation(30, 0, 0); })},
-      {"CFILEINFO_of_an_old_grid", old_grid, choice("S", "D"), ask([](auto& to) {
-         to.set_file("G");
-         to.file_info();
-       })},
-      {"CLFILECNT_of_old_lines", old_lines, choice("S", "D"), ask([](auto& to) {
-         to.set_file("L");
-         to.line_lengths();
-       })},
+      {"CLFILELNK", lines, choice("S/D/L"), ask([](auto& to) { to.link_lines("H"); })},
+      {"CLFILELNK_to_other_points", all({linked, ask([](auto& to) { to.new_points("I", 2, two_points); })}),
+       choice("S/D/L"), ask([](auto& to) { to.link_lines("I"); })},
+      {"CFILEDEL", points, choice("S/D/P"), remove},
+      {"CFILEDEL_of_lines", named_lines, choice("S/D/L"), remove, {}, "S/D/H info"},
+      {"CFILEDEL_of_their_points", named_lines, choice("S/D/H"), remove, {}, "S/D/L info"},
+      {"GRIDMODO", grid, choice("S/D/G"), ask([](auto& to) { to.set_grid_origin(moved); })},
+      {"GRIDMODM", grid, choice("S/D/G"), ask([](auto& to) { to.set_grid_mesh(coarse); })},
+      {"GRIDMODR", grid, choice("S/D/G"), ask([](auto& to) { to.set_grid_rotation(30, 0, 0); })},
+      {"CFILEINFO_of_an_old_grid", old_grid, choice("S/D"),
+       ask([](auto& to) { to.set_file("G"), to.file_info(); })},
+      {"CLFILECNT_of_old_lines", old_lines, choice("S/D"),
+       ask([](auto& to) { to.set_file("L"), to.line_lengths(); })},
   };
 }
 
 std::vector<fault_case> variable_cases() {
   static const std::vector<double> three = {7, 8, 9};
   static const std::vector<std::int32_t> more_indices = {7, 9};
+  static const strings metals = {"lead", "zinc"}, letters = {"x", "y", "z"};
+  static const std::vector<std::uint8_t> middle = {0, 1, 0};
   return {
-      {"CVARFNEW", points, choice("S", "D", "P"),
+      {"CVARFNEW", points, choice("S/D/P"),
        ask([](auto& to) { to.new_float_variable("New", 32, {}, "g/t"); })},
-      {"CVARMNEW", points, choice("S", "D", "P"),
+      {"CVARMNEW", points, choice("S/D/P"),
        ask([](auto& to) { to.new_macro_variable("new[xxxxx]", 32, {}, ""); })},
-      {"CMACROADD", all({points, macro}), choice("S", "D", "P", "m[xxxxx]"),
+      {"CMACROADD", all({points, macro}), choice("S/D/P/m[xxxxx]"),
        ask([](auto& to) { to.add_macro_indices(more_indices); })},
-      {"CMACROADD_with_names", all({points, named_macro}), choice("S", "D", "P", "m[xxxxx]"),
-       ask([](auto& to) {
-         to.add_macro_indices(more_indices, std::vector<std::string>{"lead", "zinc"});
-       })},
-      {"CVARCNEW", points, choice("S", "D", "P"), ask([](auto& to) { to.new_text_variable("New", 4); })},
-      {"CVARDEL", points, choice("S", "D", "P", "v"), ask([](auto& to) { to.delete_variable(); })},
-      {"CVARDEL_of_line_names", named_lines, choice("S", "D", "H", "name"),
+      {"CMACROADD_with_names", all({points, named_macro}), choice("S/D/P/m[xxxxx]"),
+       ask([](auto& to) { to.add_macro_indices(more_indices, metals); })},
+      {"CVARCNEW", points, choice("S/D/P"), ask([](auto& to) { to.new_text_variable("New", 4); })},
+      {"CVARDEL", points, choice("S/D/P/v"), ask([](auto& to) { to.delete_variable(); })},
+      {"CVARDEL_of_line_names", named_lines, choice("S/D/H/name"),
        ask([](auto& to) { to.delete_variable(); })},
-      {"CVARLNAME", linked, choice("S", "D", "H", "name"), ask([](auto& to) { to.set_line_name(); })},
-      {"CVARUNIT", points, choice("S", "D", "P", "X+ Gravity Center"),
+      {"CVARLNAME", linked, choice("S/D/H/name"), ask([](auto& to) { to.set_line_name(); })},
+      {"CVARUNIT", points, choice("S/D/P/X+ Gravity Center"),
        ask([](auto& to) { to.set_variable_unit("m", "km"); })},
-      {"CCOMSET_of_a_file", points, choice("S", "D", "P"),
+      {"CCOMSET_of_a_file", points, choice("S/D/P"),
        ask([](auto& to) { to.set_comment(client::comment_owner::file, "another\ncomment"); })},
-      {"CCOMSET_of_a_variable", points, choice("S", "D", "P", "v"),
+      {"CCOMSET_of_a_variable", points, choice("S/D/P/v"),
        ask([](auto& to) { to.set_comment(client::comment_owner::variable, "another"); })},
-      {"CVARCOMM", points, choice("S", "D", "P", "v"),
-       ask([](auto& to) { to.set_variable_comment("another"); })},
-      {"CREADVARF_of_compressed_samples", compressed_points, choice("S", "D", "P", "v"),
+      {"CVARCOMM", points, choice("S/D/P/v"), ask([](auto& to) { to.set_variable_comment("another"); })},
+      {"CREADVARF_of_compressed_samples", compressed_points, choice("S/D/P/v"),
        ask([](auto& to) { to.read_floats(); })},
-      {"CWRITVARF", points, choice("S", "D", "P", "v"), ask([](auto& to) { to.write_floats(three); }),
+      {"CWRITVARF", points, choice("S/D/P/v"), ask([](auto& to) { to.write_floats(three); }),
        "S/D/P/v values"},
-      {"CWRITVARF_over_compressed_samples", compressed_points, choice("S", "D", "P", "v"),
+      {"CWRITVARF_over_compressed_samples", compressed_points, choice("S/D/P/v"),
        ask([](auto& to) { to.write_floats(three); }), "S/D/P/v values"},
-      {"CWRITLINF", lines, choice("S", "D", "L", "v"), ask([](auto& to) { to.write_line(1, three); }),
+      {"CWRITLINF", lines, choice("S/D/L/v"), ask([](auto& to) { to.write_line(1, three); }),
        "S/D/L/v values"},
-      {"CWRITVARS", points, choice("S", "D", "P", "s"), ask([](auto& to) {
-         to.write_selection(std::vector<std::uint8_t>{0, 1, 0});
-       }),
+      {"CWRITVARS", points, choice("S/D/P/s"), ask([](auto& to) { to.write_selection(middle); }),
        "S/D/P/s values"},
-      {"CWRITVARC", points, choice("S", "D", "P", "t"), ask([](auto& to) {
-         to.write_texts(std::vector<std::string>{"x", "y", "z"});
-       }),
+      {"CWRITVARC", points, choice("S/D/P/t"), ask([](auto& to) { to.write_texts(letters); }),
        "S/D/P/t values"},
   };
 }
 
 std::vector<fault_case> object_cases() {
   std::vector<fault_case> cases = {
-      {"CPOLYNEW", points, choice("S", "D"), ask([](auto& to) { to.new_polygons("New", contours()); })},
-      {"CWIRENEW", points, choice("S", "D"), ask([](auto& to) { to.new_wireframes("New", wireframes()); })},
-      {"CWRITFAUL", points, choice("S", "D", "P"), ask([](auto& to) { to.write_faults(faults()); })},
-      {"CPOLYGONS",
-       [](const scene& at) {
-         directory(at);
-         at.to.new_polygons("A", contours());
-       },
-       choice("S", "D", "A"), ask([](auto& to) { to.polygons(); })},
-      {"CWIREREAD",
-       [](const scene& at) {
-         directory(at);
-         at.to.new_wireframes("W", wireframes());
-       },
-       choice("S", "D", "W"), ask([](auto& to) { to.wireframes(); })},
-      {"CFAULTS", all({points, ask([](auto& to) { to.write_faults(faults()); })}), choice("S", "D", "P"),
+      {"CPOLYNEW", points, choice("S/D"), ask([](auto& to) { to.new_polygons("New", contours()); })},
+      {"CWIRENEW", points, choice("S/D"), ask([](auto& to) { to.new_wireframes("New", wireframes()); })},
+      {"CWRITFAUL", points, choice("S/D/P"), ask([](auto& to) { to.write_faults(faults()); })},
+      {"CPOLYGONS", all({directory, ask([](auto& to) { to.new_polygons("A", contours()); })}),
+       choice("S/D/A"), ask([](auto& to) { to.polygons(); })},
+      {"CWIREREAD", all({directory, ask([](auto& to) { to.new_wireframes("W", wireframes()); })}),
+       choice("S/D/W"), ask([](auto& to) { to.wireframes(); })},
+      {"CFAULTS", all({points, ask([](auto& to) { to.write_faults(faults()); })}), choice("S/D/P"),
        ask([](auto& to) { to.faults(); })},
       {"CPALWRIT", palette(reds), choice("S"), ask([](auto& to) { to.write_palette("New", greys); })},
       {"CPALWRIT_over_another", palette(reds), choice("S"), palette(greys)},
@@ -482,9 +385,9 @@ std::vector<fault_case> object_cases() {
     vendor_scope scope;
     step chosen;
   } owners[] = {{"a_study", vendor_scope::study, choice("S")},
-                {"a_directory", vendor_scope::directory, choice("S", "D")},
-                {"a_file", vendor_scope::file, choice("S", "D", "P")},
-                {"a_variable", vendor_scope::variable, choice("S", "D", "P", "v")}};
+                {"a_directory", vendor_scope::directory, choice("S/D")},
+                {"a_file", vendor_scope::file, choice("S/D/P")},
+                {"a_variable", vendor_scope::variable, choice("S/D/P/v")}};
   for (const auto& [owner, scope, chosen] : owners) {
     cases.push_back({std::string("CVDATWRIT_of_") + owner, points, chosen, bagged(scope, 2)});
     const step first = all({points, [](const scene& at) { at.to.set_variable("v"); }, bagged(scope, 1)});

@@ -1,24 +1,17 @@
 // The requests that change a tree or bring it up to date, each in its smallest case.
 #pragma once
 
-#include <filesystem>
-#include <functional>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "qrd/connection.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
 // A root, and a client that has said hello but opened nothing.
 struct scene {
   client::connection& to;
-  std::filesystem::path root;
+  fs::path root;
 
   void open() const { to.open_root(root.string()); }
-  void choose(const std::string& study, const std::string& directory = {}, const std::string& file = {},
-              const std::string& variable = {}) const;
 };
 
 struct fault_case {
@@ -37,7 +30,7 @@ struct fault_case {
   std::string partner = {};
   // The places of variables that a cut request may leave beside all that was there: prepared, and taken over
   // by the next one.
-  std::vector<std::string> prepared = {};
+  strings prepared = {};
   // What must be possible behind each point, whatever came of the request.
   std::function<void(const scene&)> afterwards = {};
 };

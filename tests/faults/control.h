@@ -25,8 +25,6 @@ enum class call_kind : std::uint8_t {
   look,  // for names and their attributes
   allocate,
 };
-inline constexpr const char* kind_names[] = {"write", "open",   "rename", "sync", "close", "unlink",
-                                             "mkdir", "resize", "lock",   "read", "look",  "allocate"};
 
 enum class fault_action : std::uint8_t {
   nothing,
@@ -44,7 +42,6 @@ struct fault_control {
   std::atomic<bool> armed;
   std::atomic<std::uint32_t> counted;
   std::atomic<bool> struck;
-  std::uint32_t kinds;   // a bit for each kind that is counted
   std::uint32_t target;  // which of the counted calls fails, from 0
   fault_action action;
   std::int32_t error;

@@ -7,32 +7,17 @@
 //
 // The short sweep strikes at every call that changes the tree, in one way or two, and at some of the others.
 // With QRD_FAULTS=all each call is struck in every way.
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <map>
-#include <optional>
 #include <sstream>
 
 #include "faults/cases.h"
 #include "faults/control.h"
 #include "support/database.h"
 #include "support/root_view.h"
-#include "support/server_process.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 struct fault {
   fault_action action = fault_action::nothing;
@@ -40,20 +25,13 @@ struct fault {
 };
 
 const char* name_of(const fault& one) {
-  switch (one.action) {
-    case fault_action::kill:
-      return "killed";
-    case fault_action::cut:
-      return "killed halfway";
-    case fault_action::full:
-      return "full disk";
-    case fault_action::famine:
-      return "no memory any more";
-    case fault_action::torn:
-      return "short, then full disk";
-    default:
-      return strerrorname_np(one.error);
-  }
+  static const std::map<fault_action, const char*> names = {{fault_action::kill, "killed"},
+                                                            {fault_action::cut, "killed halfway"},
+                                                            {fault_action::full, "full disk"},
+                                                            {fault_action::famine, "no memory any more"},
+                                                            {fault_action::torn, "short, then full disk"}};
+  const auto found = names.find(one.action);
+  return found == names.end() ? strerrorname_np(one.error) : found->second;
 }
 
 bool is_whole_sweep() {
@@ -63,11 +41,7 @@ bool is_whole_sweep() {
 
 // The short sweep strikes at so many calls of a kind, spread over all of them.
 std::uint32_t most_struck(bool changes) {
-#ifdef FAULTS_WITHOUT_ALLOCATIONS
-  return changes ? 2 : 1;  // a sanitizer's servers start slowly
-#else
   return changes ? 8 : 3;
-#endif
 }
 
 // In how many ways a call is struck. The first ones are those of the short sweep.
@@ -79,32 +53,21 @@ struct faults_of_a_call {
 faults_of_a_call faults_of(const fault_control::call& call) {
   using enum fault_action;
   const fault died = {kill, 0}, full_disk = {full, ENOSPC}, broken = {once, EIO};
-  switch (call.kind) {
-    case call_kind::write:
-      return {{full_disk, {cut, 0}}, {broken, {once, EDQUOT}, {torn, ENOSPC}, died}};
-    case call_kind::open:
-      if (call.changes) return {{full_disk, died}, {broken, {once, EMFILE}}};
-      return {{{once, EMFILE}}, {broken}};
-    case call_kind::rename:
-      return {{broken, died}, {{once, ENOSPC}}};
-    case call_kind::sync:
-      return {{broken}, {{once, ENOSPC}}};
-    case call_kind::unlink:
-      return {{broken, died}, {{once, EBUSY}}};
-    case call_kind::mkdir:
-      return {{full_disk, died}, {{once, EDQUOT}}};
-    case call_kind::resize:
-      return {{full_disk, died}, {broken}};
-    case call_kind::lock:
-      return {{{once, ENOLCK}}, {}};
-    case call_kind::allocate:
-      return {{{once, ENOMEM}}, {{famine, ENOMEM}}};
-    case call_kind::close:
-    case call_kind::read:
-    case call_kind::look:
-      return {{broken}, {}};
-  }
-  return {};
+  if (call.kind == call_kind::open && !call.changes) return {{{once, EMFILE}}, {broken}};
+  static const std::map<call_kind, faults_of_a_call> faults = {
+      {call_kind::write, {{full_disk, {cut, 0}}, {broken, {once, EDQUOT}, {torn, ENOSPC}, died}}},
+      {call_kind::open, {{full_disk, died}, {broken, {once, EMFILE}}}},
+      {call_kind::rename, {{broken, died}, {{once, ENOSPC}}}},
+      {call_kind::sync, {{broken}, {{once, ENOSPC}}}},
+      {call_kind::unlink, {{broken, died}, {{once, EBUSY}}}},
+      {call_kind::mkdir, {{full_disk, died}, {{once, EDQUOT}}}},
+      {call_kind::resize, {{full_disk, died}, {broken}}},
+      {call_kind::lock, {{{once, ENOLCK}}, {}}},
+      {call_kind::allocate, {{{once, ENOMEM}}, {{famine, ENOMEM}}}},
+      {call_kind::close, {{broken}, {}}},
+      {call_kind::read, {{broken}, {}}},
+      {call_kind::look, {{broken}, {}}}};
+  return faults.at(call.kind);
 }
 
 // The memory that is shared with the preloaded library.
@@ -119,8 +82,6 @@ class mapped_control {
     if (mapped == MAP_FAILED) throw std::runtime_error("cannot map " + path());
     control_ = static_cast<fault_control*>(mapped);
   }
-  mapped_control(const mapped_control&) = delete;
-  mapped_control& operator=(const mapped_control&) = delete;
   ~mapped_control() { munmap(control_, sizeof(fault_control)); }
 
   std::string path() const { return directory_ / "control"; }
@@ -132,15 +93,7 @@ class mapped_control {
 };
 
 server_settings preloaded(const std::string& control) {
-  server_settings settings;
-  settings.environment = {{"LD_PRELOAD", FAULTS_LIBRARY}, {control_variable, control}};
-#ifdef FAULTS_WITHOUT_ALLOCATIONS
-  // The library takes nothing over from the sanitizer's run-time, so it may stand before it.
-  const char* options = std::getenv("ASAN_OPTIONS");
-  settings.environment["ASAN_OPTIONS"] =
-      std::string(options != nullptr ? options : "") + ":verify_asan_link_order=0";
-#endif
-  return settings;
+  return {.environment = {{"LD_PRELOAD", FAULTS_LIBRARY}, {control_variable, control}}};
 }
 
 enum class ending { done, refused, ended, killed, silent };
@@ -152,6 +105,19 @@ struct observation {
   int status = 0;
 };
 
+// A server with a client that has the root open, and the wire between them.
+struct watched_server {
+  explicit watched_server(const fs::path& root) {
+    connection.set_timeout(60s);
+    connection.hello(client::newest_version);
+    connection.architecture(true);
+    connection.open_root(root);
+  }
+  server_process process;
+  raw_connection wire = process.connect();
+  client::connection connection{client::stream(dup(wire.descriptor()))};
+};
+
 // The root that a case begins with, and what a client may see there before and after.
 class sweep {
  public:
@@ -160,7 +126,7 @@ class sweep {
     base_.make_study("S", study_descriptor(1));
     base_.write_registry(pair("$init$/T", "T") + pair("$init$/S", "S"));
     {
-      served server(base_.path());
+      watched_server server(base_.path());
       tried_.made({server.connection, base_.path()});
       server.connection.abandon();
     }
@@ -202,8 +168,8 @@ class sweep {
   static constexpr std::uint32_t most_calls = fault_control::most_calls;
 
   static root_view view(const fs::path& root) {
-    served server(root);
-    root_view seen = view_of(server.connection);
+    watched_server server(root);
+    root_view seen = view_of(server.wire);
     server.connection.abandon();
     return seen;
   }
@@ -218,7 +184,6 @@ class sweep {
 
     control_->counted = 0;
     control_->struck = false;
-    control_->kinds = ~0U;
     control_->target = target;
     control_->action = one.action;
     control_->error = one.error;
@@ -273,9 +238,9 @@ class sweep {
     if (seen.how == ending::ended && !names_cause(seen.text)) found("unnamed end", "");
     const std::string lost = lost_files(image_of(copy.root()));
     if (!lost.empty()) found("lost", lost);
-    served server(copy.root());
+    watched_server server(copy.root());
     try {
-      const root_view now = without_what_may_differ(view_of(server.connection), seen.how);
+      const root_view now = without_what_may_differ(view_of(server.wire), seen.how);
       const root_view old = without_what_may_differ(before_, seen.how),
                       fresh = without_what_may_differ(after_, seen.how);
       // Undoing takes memory too: without any, what a refusal leaves must be readable and repeatable.
@@ -291,7 +256,13 @@ class sweep {
       }
       const bool is_done_already = now == fresh || removed(old, fresh, now) == whole::all;
       if (!is_done_already || old == fresh) repeat({server.connection, copy.root()}, server, found);
-      if (tried_.afterwards) behind({server.connection, copy.root()}, server, found);
+      if (tried_.afterwards) {
+        try {
+          tried_.afterwards({server.connection, copy.root()});
+        } catch (const std::exception& problem) {
+          found("not usable afterwards", std::string(problem.what()) + server.process.output());
+        }
+      }
       server.connection.abandon();
     } catch (const std::exception& problem) {
       found("unreadable", problem.what() + server.process.output() + server.process.errors());
@@ -299,7 +270,7 @@ class sweep {
   }
 
   template <typename Found>
-  void repeat(const scene& at, served& server, const Found& found) {
+  void repeat(const scene& at, watched_server& server, const Found& found) {
     try {
       tried_.chosen(at);
       tried_.request(at);
@@ -307,17 +278,8 @@ class sweep {
       found("not repeatable", std::string(problem.what()) + server.process.output());
       return;
     }
-    const root_view now = view_of(server.connection);
+    const root_view now = view_of(server.wire);
     if (now != after_) found("otherwise repeated", differences(after_, now));
-  }
-
-  template <typename Found>
-  void behind(const scene& at, served& server, const Found& found) {
-    try {
-      tried_.afterwards(at);
-    } catch (const std::exception& problem) {
-      found("not usable afterwards", std::string(problem.what()) + server.process.output());
-    }
   }
 
   // A number alone says nothing to whoever reads it, unless it is one of the allocator.
@@ -401,9 +363,10 @@ class sweep {
       const auto found = seen.find(place);
       return found == seen.end() ? std::optional<std::string>() : found->second;
     };
-    for (const auto& [place, text] : old)
-      if (value(now, place) != text && value(now, place) != value(fresh, place)) return true;
-    return false;
+    return std::any_of(old.begin(), old.end(), [&](const auto& each) {
+      const auto left = value(now, each.first);
+      return left != each.second && left != value(fresh, each.first);
+    });
   }
 
   const fault_case& tried_;

@@ -210,13 +210,9 @@ bool strikes(call_kind kind, bool changes, const char* name, const char* below) 
   return true;
 }
 
-bool is_counted(call_kind kind) {
-  return (control->kinds >> static_cast<unsigned>(kind) & 1U) != 0;
-}
-
 long serve(const counted_call& row, const machine_call& made) {
   char below[111];
-  if (!control->armed || !is_counted(row.kind) || !is_below_root(row, made, below)) return perform(made);
+  if (!control->armed || !is_below_root(row, made, below)) return perform(made);
   const bool is_struck = strikes(row.kind, changes_tree(row, made), row.name, below);
   const fault_action action = control->action;
   if (is_struck) {
@@ -297,20 +293,17 @@ __attribute__((constructor)) void begin() {
   if (!catch_calls()) std::abort();
 }
 
-#ifndef FAULTS_WITHOUT_ALLOCATIONS
 bool has_no_memory() {
-  if (control == nullptr || !control->armed || !is_counted(call_kind::allocate)) return false;
+  if (control == nullptr || !control->armed) return false;
   const bool goes_on = control->struck && control->action == fault_action::famine;
   if (!strikes(call_kind::allocate, false, "allocate", "") && !goes_on) return false;
   if (control->action == fault_action::kill) die();
   errno = ENOMEM;
   return true;
 }
-#endif
 
 }  // namespace
 
-#ifndef FAULTS_WITHOUT_ALLOCATIONS
 // The C library's own entries, under the names that it keeps for those who take the usual ones over.
 extern "C" {
 void* __libc_malloc(std::size_t size);
@@ -327,4 +320,3 @@ void* realloc(void* block, std::size_t size) {
   return has_no_memory() ? nullptr : __libc_realloc(block, size);
 }
 }
-#endif

@@ -1,10 +1,6 @@
 // Rings, names and measures of polygons in memory.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
-
 #include "disk/qu_polygon_shape.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {
@@ -72,18 +68,19 @@ TEST(polygon_names, are_made_unique_within_31_characters) {
     qu_contour_rename(*system, made, wanted.c_str());
     return made.name;
   };
-  EXPECT_EQ(name_of("Pit"), "Pit");
-  EXPECT_EQ(name_of("Pit"), "Pit 3");
-  EXPECT_EQ(name_of("A"), "A");
-  EXPECT_EQ(name_of("A"), "A6");
-  EXPECT_EQ(name_of("None"), "C 8");
-  EXPECT_EQ(name_of(""), "C 10");
   const std::string longest(31, 'x');
-  EXPECT_EQ(name_of(longest), longest);
-  EXPECT_EQ(name_of(longest), std::string(28, 'x') + " 13");
-  // An automatic name that is taken already: the number goes no further than the end of the text.
-  EXPECT_EQ(name_of("C 16"), "C 16");
-  EXPECT_EQ(name_of("None"), "C 16 17");
+  // At last an automatic name that is taken already: the number goes no further than the end of the text.
+  for (const auto& [wanted, given] : {std::pair<std::string, std::string>{"Pit", "Pit"},
+                                      {"Pit", "Pit 3"},
+                                      {"A", "A"},
+                                      {"A", "A6"},
+                                      {"None", "C 8"},
+                                      {"", "C 10"},
+                                      {longest, longest},
+                                      {longest, longest.substr(0, 28) + " 13"},
+                                      {"C 16", "C 16"},
+                                      {"None", "C 16 17"}})
+    EXPECT_EQ(name_of(wanted), given);
 }
 
 TEST(polygon_names, that_are_equal_find_the_oldest) {
@@ -106,9 +103,7 @@ TEST(polygon_check, deletes_a_great_many_contours) {
   auto system = qu_polygon_system_new();
   polygon& owner = qu_polygon_new_named(*system, "P");
   for (int i = 0; i < 200000; ++i) qu_polygon_add_contour_named(*system, owner, "same");
-  testing::internal::CaptureStdout();
-  EXPECT_FALSE(qu_polygon_check(*system, owner));
-  testing::internal::GetCapturedStdout();
+  console_of([&] { EXPECT_FALSE(qu_polygon_check(*system, owner)); });
   EXPECT_EQ(system->contours.count(), 0);
 }
 

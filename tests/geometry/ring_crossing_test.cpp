@@ -1,13 +1,6 @@
 // The verdicts on rings, against a comparison of each edge with each.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <map>
-#include <numbers>
-#include <random>
-
 #include "disk/qu_polygon_shape.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {

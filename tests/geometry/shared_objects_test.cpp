@@ -1,22 +1,10 @@
 // Polygons, wireframes and faults in a tree where others are at work: what a reader finds may have changed
 // since it was looked for, and what a writer makes is seen whole or not at all.
-#include <fcntl.h>
-
-#include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <filesystem>
-#include <thread>
-
-#include "edit/qd_companion.h"
 #include "edit/qd_fault.h"
 #include "edit/qd_polygon.h"
 #include "edit/qd_wireframe.h"
 #include "samples/qd_io.h"
-#include "samples/qd_variable_table.h"
-#include "support/console.h"
 #include "support/descriptors.h"
-#include "support/file_size_limit.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
@@ -24,47 +12,32 @@ namespace {
 
 constexpr double no_data = 1.2345e308;
 
-class shared_objects : public open_study {
- protected:
+struct shared_objects : open_study {
   // A polygon "one" and a polygon "two", each a triangle with an edge of a metre at x = 0 and x = 10.
   static bytes two_polygons(const std::string& file) {
-    bytes sent;
-    sent.text(file).i32(1).f64(0, 0, 0, 0, 0, 0).i64(2);
+    bytes sent = bytes(file).i32(1).f64(0, 0, 0, 0, 0, 0).i64(2);
     sent.text("one").text("").f64(0, 0).i32(3).f64(0, 0, 1, 0, 1, 1);
     return sent.text("two").text("").f64(0, 0).i32(3).f64(10, 0, 11, 0, 11, 1);
   }
-  static bytes two_polygons_back(double unit = 100) {
-    const double m = 100 / unit;
-    bytes back;
-    back.text("SPOLYGONS").i32(1).f64(0, 0, 0, 11 * m, m, m).i64(2);
-    back.text("one").text("one").f64(0, m).i32(3).f64(0, 0, m, 0, m, m);
-    return back.text("two").text("two").f64(0, m).i32(3).f64(10 * m, 0, 11 * m, 0, 11 * m, m);
+  static bytes two_polygons_back() {
+    bytes back = bytes("SPOLYGONS").i32(1).f64(0, 0, 0, 11, 1, 1).i64(2);
+    back.text("one").text("one").f64(0, 1).i32(3).f64(0, 0, 1, 0, 1, 1);
+    return back.text("two").text("two").f64(0, 1).i32(3).f64(10, 0, 11, 0, 11, 1);
   }
   // An object "one" and an object "two" of one triangle each.
   static bytes triangles() {
-    bytes objects;
-    objects.i32(2);
+    bytes objects = bytes().i32(2);
     for (const char* name : {"one", "two"})
       objects.text(name).i32(1, 2, 3, 1, 3, 1).f64(0, 0, 0, 1, 0, 0, 0, 1, 0).i32(0, 1, 2);
     return objects;
   }
   void make_polygons(const std::string& file) {
     expect_done("CPOLYNEW", two_polygons(file));
-    expect_done("CFILESET", bytes().text(file));
+    expect_done("CFILESET", bytes(file));
   }
   void make_wireframes(const std::string& file) {
-    expect_done("CWIRENEW", bytes().text(file).raw(triangles().str()));
-    expect_done("CFILESET", bytes().text(file));
-  }
-  static void choose_selection(const char* name) {
-    std::snprintf(current_context.selection, sizeof current_context.selection, "%s", name);
-  }
-  std::vector<std::string> names_in(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-      names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
+    expect_done("CWIRENEW", bytes(file).raw(triangles()));
+    expect_done("CFILESET", bytes(file));
   }
   // The content of the one file of the n-th file's folder that was moved aside.
   std::string kept_aside(int number) {
@@ -81,7 +54,7 @@ TEST_F(shared_objects, a_name_variable_is_replaced_by_a_wider_one_under_a_select
   // Both have the bytes that the other's width asks for.
   const std::string narrow = in_file(1, "VARI.4"), wide = in_file(1, "other");
   constexpr int width = 4000;
-  std::filesystem::copy(narrow, wide);
+  fs::copy(narrow, wide);
   write_file(
       wide + "/DESCR",
       variable_fields{.name = "N+ NAME", .type = VAR_CHAR, .bit_length = 8 * width, .digits = 2}.bytes_of());
@@ -93,7 +66,7 @@ TEST_F(shared_objects, a_name_variable_is_replaced_by_a_wider_one_under_a_select
   });
   constexpr int rounds = 300;
   for (int i = 0; i < rounds; ++i)
-    EXPECT_EQ(client_.ask("CPOLYGONS").substr(4, 9), bytes().text("SPOLYGONS").str().substr(4, 9));
+    EXPECT_EQ(ask("CPOLYGONS").substr(4, 9), bytes("SPOLYGONS").str().substr(4, 9));
   stop = true;
   other.join();
 }
@@ -101,10 +74,9 @@ TEST_F(shared_objects, a_name_variable_is_replaced_by_a_wider_one_under_a_select
 TEST_F(shared_objects, what_a_selection_cannot_tell_keeps_all) {
   make_polygons("P");
   make_wireframes("W");
-  const bytes wireframes_back = bytes().text("SWIREF").raw(triangles().str());
+  const bytes wireframes_back = bytes("SWIREF").raw(triangles());
   const struct {
-    const char* file;
-    const char* request;
+    const char *file, *request;
     bytes all;
     const char* too_many;
   } rows[] = {
@@ -112,27 +84,35 @@ TEST_F(shared_objects, what_a_selection_cannot_tell_keeps_all) {
       {"W", "CWIREREAD", wireframes_back, "Cannot get wireframe information: Too much files opened."}};
   int number = 0;
   for (const auto& row : rows) {
-    expect_done("CFILESET", bytes().text(row.file));
+    expect_done("CFILESET", bytes(row.file));
     select_samples("second", {0, 1});
-    EXPECT_NE(client_.ask(row.request), row.all.str());
+    EXPECT_NE(ask(row.request), row.all.str());
     // A family of selections without an index selects nothing.
     const std::string family = in_file(++number, "VARI.20");
-    std::filesystem::create_directory(family);
+    fs::create_directory(family);
     write_file(family + "/DESCR",
                variable_fields{.name = "S[xxxxx]", .type = VAR_MACRO, .bit_length = 1}.bytes_of());
     write_file(family + "/MACRO", macro_bytes({1}));
     write_file(family + "/DATAVAR", std::string(64, '\xC0'));
-    choose_selection("S[xxxxx]");
-    expect_answer(row.request, bytes(), row.all);
+    set_current_selection("S[xxxxx]");
+    expect_answer(row.request, {}, row.all);
     // Every place of the table of selected variables is taken, or all but one.
-    choose_selection("second");
+    set_current_selection("second");
     qd_selected_entry other;
     for (int free : {0, 1}) {
       std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
       if (free == 1) sample_tables.selected[7] = nullptr;
-      expect_refused(row.request, bytes(), row.too_many);
+      expect_refused(row.request, {}, row.too_many);
       std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), nullptr);
     }
+    // The names themselves are damaged; are numbers; are gone.
+    const std::string names = in_file(number, number == 1 ? "VARI.4" : "VARI.5");
+    write_file(names + "/DATAVAR", "on");
+    expect_answer(row.request, {}, row.all);
+    write_file(names + "/DESCR", variable_fields{.name = "N+ NAME", .bit_length = 8}.bytes_of());
+    expect_answer(row.request, {}, row.all);
+    fs::remove_all(names);
+    expect_answer(row.request, {}, row.all);
   }
 }
 
@@ -141,8 +121,7 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
   constexpr int corners = 1000;
   big.text("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(1).text("round").text("").f64(0, 0).i32(corners);
   for (int i = 0; i < corners; ++i) big.f64(std::cos(i * 0.006), std::sin(i * 0.006));
-  bytes mesh;
-  mesh.text("W").i32(1).text("many").i32(0, 0, 0, 1, corners, 1);
+  bytes mesh = bytes("W").i32(1).text("many").i32(0, 0, 0, 1, corners, 1);
   for (int i = 0; i < 3 * corners; ++i) mesh.f64(i);
   mesh.i32(0, 1, 2);
   const std::string directory = in_study("QRD/DIRE.1");
@@ -152,14 +131,14 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
     expect_refused("CPOLYNEW", big, "Cannot create file S: P/P");
     expect_refused("CWIRENEW", mesh, "Cannot create file S: D/W");
   }
-  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR"}));
+  EXPECT_EQ(names_in(directory), (strings{"DESCR"}));
   {
     // Nor do the samples.
     file_size_limit disk(1000);
     expect_refused("CPOLYNEW", two_polygons("P"), "Cannot create file S: P/P");
-    expect_refused("CWIRENEW", bytes().text("W").raw(triangles().str()), "Cannot create file S: D/W");
+    expect_refused("CWIRENEW", bytes("W").raw(triangles()), "Cannot create file S: D/W");
   }
-  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR"}));
+  EXPECT_EQ(names_in(directory), (strings{"DESCR"}));
   // A full table of selected variables is no reason: nothing of the file is selected.
   qd_selected_entry other;
   std::fill(std::begin(sample_tables.selected), std::end(sample_tables.selected), &other);
@@ -169,12 +148,12 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
   // Another server was quicker.
   auto system = qu_polygon_system_new();
   EXPECT_FALSE(qd_polygon_new("D", "P", *system));
-  EXPECT_EQ(names_in(directory), (std::vector<std::string>{"DESCR", "FILE.1", "FILE.2"}));
+  EXPECT_EQ(names_in(directory), (strings{"DESCR", "FILE.1", "FILE.2"}));
 }
 
 TEST_F(shared_objects, that_have_just_gone_are_refused) {
   make_polygons("P");
-  std::filesystem::remove_all(in_file(1, ""));
+  fs::remove_all(in_file(1, ""));
   std::unique_ptr<polygon_system> polygons;
   std::unique_ptr<wireframe> root;
   std::unique_ptr<fault_system> faults;
@@ -186,30 +165,29 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   make_points("Q", 1);
   EXPECT_EQ(qd_fault_read("D", "Q", FAULT_FILE, faults), geometry::none);
   // What has no file behind its name is no companion, and stays.
-  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
-    std::filesystem::create_directory(in_file(1, name));
-  expect_refused("CPOLYGONS", bytes(), "Cannot read polygons.");
-  expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
+  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) fs::create_directory(in_file(1, name));
+  expect_refused("CPOLYGONS", {}, "Cannot read polygons.");
+  expect_refused("CWIREREAD", {}, "Cannot read wireframes.");
   expect_refused("CFAULTS", bytes().i32(1), "Q is not a faulted file.");
-  EXPECT_TRUE(std::filesystem::exists(in_file(1, "FAULT")));
+  EXPECT_TRUE(fs::exists(in_file(1, "FAULT")));
   // Nor is that of another file, which has the number now.
-  std::filesystem::remove(in_file(1, "POLYGON"));
+  fs::remove(in_file(1, "POLYGON"));
   write_file(in_file(1, "POLYGON"), "another's");
   EXPECT_EQ(companion_reader(in_file(1, "POLYGON").c_str(), "P").opened(), companion_reader::state::absent);
   EXPECT_EQ(companion_reader(in_file(1, "POLYGON").c_str(), "Q").opened(), companion_reader::state::open);
   // A directory that has gone comes back with the new file.
-  std::filesystem::remove_all(in_study("QRD/DIRE.1"));
+  fs::remove_all(in_study("QRD/DIRE.1"));
   make_polygons("P");
-  expect_answer("CDIRLST", bytes(), bytes().text("SDIRS").i32(1).text("D"));
+  expect_answer("CDIRLST", {}, bytes("SDIRS").i32(1).text("D"));
 }
 
 TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   make_points("P", 1, 3);
   // Its first byte can't be read.
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
-    std::filesystem::create_symlink("/proc/self/mem", in_file(1, name));
-  expect_refused("CPOLYGONS", bytes(), "Cannot get polygon information.");
-  expect_refused("CWIREREAD", bytes(), "Cannot get wireframe information: Too much files opened.");
+    fs::create_symlink("/proc/self/mem", in_file(1, name));
+  expect_refused("CPOLYGONS", {}, "Cannot get polygon information.");
+  expect_refused("CWIREREAD", {}, "Cannot get wireframe information: Too much files opened.");
   expect_refused("CFAULTS", bytes().i32(1), "Cannot get fault information: Too much files opened.");
   expect_refused("CWRITFAUL", bytes().i32(1, 0).f64(0).i32(0),
                  "Cannot get fault information: Too much files opened.");
@@ -219,8 +197,7 @@ TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   EXPECT_EQ(qd_polygon_read("D", "P", "None", false, polygons), geometry::unclear);
   EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::unclear);
   EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::unclear);
-  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"})
-    EXPECT_TRUE(std::filesystem::is_symlink(in_file(1, name)));
+  for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) EXPECT_TRUE(fs::is_symlink(in_file(1, name)));
 }
 
 TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
@@ -242,7 +219,7 @@ TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
   for (const auto& row : rows) {
     write_file(in_file(1, row.file), row.content);
     const std::string console = console_of([&] { expect_refused(row.request, row.arguments, row.refused); });
-    EXPECT_FALSE(std::filesystem::exists(in_file(1, row.file)));
+    EXPECT_FALSE(fs::exists(in_file(1, row.file)));
     EXPECT_EQ(kept_aside(1).size(), kept.size() + row.content.size());
     EXPECT_NE(kept_aside(1).find(row.content), std::string::npos) << row.file;
     EXPECT_NE(
@@ -262,45 +239,17 @@ TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
   EXPECT_EQ(read_file(in_file(1, "FAULT")), first);
 }
 
-TEST_F(shared_objects, of_a_damaged_name_variable_are_all_kept) {
-  make_polygons("P");
-  make_wireframes("W");
-  const bytes wireframes_back = bytes().text("SWIREF").raw(triangles().str());
-  int number = 0;
-  for (const char* file : {"P", "W"}) {
-    ++number;
-    expect_done("CFILESET", bytes().text(file));
-    select_samples("second", {0, 1});
-    const std::string names = in_file(number, number == 1 ? "VARI.4" : "VARI.5");
-    const char* request = number == 1 ? "CPOLYGONS" : "CWIREREAD";
-    const bytes all = number == 1 ? two_polygons_back() : wireframes_back;
-    EXPECT_NE(client_.ask(request), all.str());
-    write_file(names + "/DATAVAR", "on");
-    expect_answer(request, bytes(), all);
-    // A number is no name.
-    write_file(names + "/DESCR", variable_fields{.name = "N+ NAME", .bit_length = 8}.bytes_of());
-    expect_answer(request, bytes(), all);
-    std::filesystem::remove(names + "/DATAVAR");
-    std::filesystem::remove_all(names);
-    expect_answer(request, bytes(), all);
-  }
-}
-
 TEST_F(shared_objects, with_equal_names_can_be_read_back) {
-  bytes sent;
-  sent.text("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(3);
+  bytes sent = bytes("P").i32(1).f64(0, 0, 0, 0, 0, 0).i64(3);
   for (double x : {0.0, 10.0, 20.0})
     sent.text("fifteen letters").text("A").f64(0, 0).i32(3).f64(x, 0, x + 1, 0, x + 1, 1);
   expect_done("CPOLYNEW", sent);
-  expect_done("CFILESET", bytes().text("P"));
-  bytes back;
-  back.text("SPOLYGONS").i32(1).f64(0, 0, 0, 21, 1, 0).i64(3);
-  double x = 0;
-  for (const char* name : {"fifteen letters", "fifteen lette 3", "fifteen lette 5"}) {
+  expect_done("CFILESET", "P");
+  bytes back = bytes("SPOLYGONS").i32(1).f64(0, 0, 0, 21, 1, 0).i64(3);
+  for (const auto& [name, x] :
+       {std::pair{"fifteen letters", 0}, {"fifteen lette 3", 10}, {"fifteen lette 5", 20}})
     back.text(name).text("A").f64(0, 1).i32(3).f64(x, 0, x + 1, 0, x + 1, 1);
-    x += 10;
-  }
-  expect_answer("CPOLYGONS", bytes(), back);
+  expect_answer("CPOLYGONS", {}, back);
 }
 
 // What can't be sent isn't begun: nobody takes the beginning for an answer to the next request.
@@ -311,13 +260,13 @@ TEST_F(shared_objects, with_a_name_that_is_too_long_get_no_answer) {
   for (int i = 0; i < corners; ++i) sent.f64(std::cos(i * 0.03), std::sin(i * 0.03));
   sent.text("two").text("").f64(0, 0).i32(3).f64(10, 0, 11, 0, 11, 1);
   expect_done("CPOLYNEW", sent);
-  expect_done("CFILESET", bytes().text("P"));
-  EXPECT_GT(client_.ask("CPOLYGONS").size(), 3000U);
+  expect_done("CFILESET", "P");
+  EXPECT_GT(ask("CPOLYGONS").size(), 3000U);
   std::string file = read_file(in_file(1, "POLYGON"));
-  const std::string last = bytes().text("two").str();
-  file.replace(file.rfind(last), last.size(), bytes().text("sixteen letters!").str());
+  const std::string last = bytes("two");
+  file.replace(file.rfind(last), last.size(), bytes("sixteen letters!").str());
   write_file(in_file(1, "POLYGON"), file);
-  EXPECT_EQ(client_.ask("CPOLYGONS"), "");
+  expect_answer("CPOLYGONS", {}, {});
   EXPECT_EQ(client_.status(), -1);
 }
 
@@ -325,31 +274,28 @@ TEST_F(shared_objects, with_a_name_that_is_too_long_get_no_answer) {
 TEST_F(shared_objects, have_no_factors_in_a_study_without_units) {
   root_.make_study("N", study_descriptor(0));
   root_.write_registry(pair("$init$/N", "N"));
-  expect_answer("CQRDDATA", bytes().text(root_.path()), bytes().text("SOK"));
-  expect_done("CSTUDYSET", bytes().text("N"));
-  expect_done("CDIRNEW", bytes().text("D"));
-  expect_done("CDIRSET", bytes().text("D"));
+  expect_answer("CQRDDATA", bytes(root_.path()), bytes("SOK"));
+  expect_done("CSTUDYSET", "N");
+  expect_done("CDIRNEW", "D");
+  expect_done("CDIRSET", "D");
   make_polygons("P");
   const std::string file = root_ / "N/QRD/DIRE.1/FILE.1";
   write_file(file + "/VARI.2/DESCR",
              variable_fields{"XL+ X Location (READONLY)", VAR_FLOAT, KIND_X, 64, 0, "km", 100000}.bytes_of());
+  const std::string first = bytes("SPOLYGONS").i32(1).f64(0, 0, 0, 11, 1, 0).i64(2);
   for (int mode : {0, 1}) {
     expect_done("CUNITMODE", bytes().i32(mode));
-    const std::string answer = client_.ask("CPOLYGONS");
-    bytes first;
-    first.text("SPOLYGONS").i32(1).f64(0, 0, 0, 11, 1, 0).i64(2);
-    EXPECT_EQ(answer.substr(0, first.str().size()), first.str()) << mode;
+    EXPECT_EQ(ask("CPOLYGONS").substr(0, first.size()), first) << mode;
   }
   make_wireframes("W");
   write_file(
       root_ / "N/QRD/DIRE.1/FILE.2/VARI.2/DESCR",
       variable_fields{"X+ Gravity Center (READONLY)", VAR_FLOAT, KIND_X, 64, 0, "km", 100000}.bytes_of());
-  expect_answer("CWIREREAD", bytes(), bytes().text("SWIREF").raw(triangles().str()));
-  bytes sent;
-  sent.i32(1, 0).f64(no_data).i32(1).text("F").i32(0, 1).f64(1, 2, 0, 3, 4, 0, 0, 0, 0).f64(0, 0, 0).i32(1);
+  expect_answer("CWIREREAD", {}, bytes("SWIREF").raw(triangles()));
+  bytes sent = bytes().i32(1, 0).f64(no_data).i32(1).text("F").i32(0, 1).f64(1, 2, 0, 3, 4, 0, 0, 0, 0);
+  sent.f64(0, 0, 0).i32(1);
   expect_done("CWRITFAUL", sent);
-  bytes back;
-  back.text("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("F").i32(0, 1);
+  bytes back = bytes("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("F").i32(0, 1);
   expect_answer("CFAULTS", bytes().i32(1), back.f64(1, 2, 0, 3, 4, 0, 0, 0, 0).f64(0, 0, 0).i32(1));
 }
 

@@ -1,85 +1,66 @@
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-
 #include "edit/qd_vendor_data.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
+#include "support/formats.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
 namespace {
 
-class vendor_data_requests : public open_study {};
-
-// Seven attributes, one of each type, in the shape that wire and file share.
-bytes all_types() {
-  bytes body;
-  body.text("nothing").i32(0).text("number").i32(1, -7).text("real").i32(2).f64(2.5);
-  body.text("text").i32(3, 6).text("hello").text("ints").i32(4, 2, 1, 2147483647);
-  body.text("reals").i32(5, 1).f64(0.5).text("texts").i32(6, 2, 1).text("").i32(3).text("ab");
-  return body;
-}
+struct vendor_data_requests : open_study {};
 
 TEST_F(vendor_data_requests, keep_every_type_of_value) {
-  expect_done("CVDATWRIT", bytes().text("bag").i32(3, 0, 7).raw(all_types().str()));
+  expect_done("CVDATWRIT", bytes("bag").i32(3, 0, 7).raw(attributes_of_all_types()));
   EXPECT_EQ(read_file(in_study("VENDOR.0")),
-            bytes().i32(520).text("bag").i32(3, 7).raw(all_types().str()).str());
-  expect_answer("CVDATREAD", bytes().text("bag").i32(0),
-                bytes().text("SVDAT").i32(3, 7).raw(all_types().str()));
-  expect_answer("CVDATVERS", bytes().text("bag").i32(-1), bytes().text("SVDATVERS").i32(3));
+            bytes().i32(520).text("bag").i32(3, 7).raw(attributes_of_all_types()));
+  expect_answer("CVDATREAD", bytes("bag").i32(0), bytes("SVDAT").i32(3, 7).raw(attributes_of_all_types()));
+  expect_answer("CVDATVERS", bytes("bag").i32(-1), bytes("SVDATVERS").i32(3));
 }
 
 TEST_F(vendor_data_requests, belong_to_their_owner) {
   make_points("P", 1);
-  expect_done("CVARFNEW", bytes().text("v").i32(64, 0, 8, 2, 0));
-  expect_done("CVARSET", bytes().text("v"));
+  expect_done("CVARFNEW", bytes("v").i32(64, 0, 8, 2, 0));
+  expect_done("CVARSET", "v");
   for (int scope = 0; scope <= 4; ++scope) {
-    expect_answer("CVDATEXIS", bytes().text("x").i32(scope),
-                  bytes().text("SVDATEXIS").i32(scope > 3 ? 1 : 0));
-    expect_done("CVDATWRIT", bytes().text("x").i32(scope, scope, 0));
-    expect_answer("CVDATVERS", bytes().text("x").i32(scope), bytes().text("SVDATVERS").i32(scope));
+    expect_answer("CVDATEXIS", bytes("x").i32(scope), bytes("SVDATEXIS").i32(scope > 3 ? 1 : 0));
+    expect_done("CVDATWRIT", bytes("x").i32(scope, scope, 0));
+    expect_answer("CVDATVERS", bytes("x").i32(scope), bytes("SVDATVERS").i32(scope));
   }
   for (const char* owner : {"VENDOR.0", "QRD/DIRE.1/VENDOR.0", "QRD/DIRE.1/FILE.1/VENDOR.0"})
-    EXPECT_TRUE(std::filesystem::exists(in_study(owner))) << owner;
+    EXPECT_TRUE(fs::exists(in_study(owner))) << owner;
   std::snprintf(current_context.variable, sizeof current_context.variable, "None");
-  expect_refused("CVDATEXIS", bytes().text("x").i32(3), "Variable is not set");
+  expect_refused("CVDATEXIS", bytes("x").i32(3), "Variable is not set");
   std::snprintf(current_context.directory, sizeof current_context.directory, "None");
-  expect_refused("CVDATREAD", bytes().text("x").i32(3), "Directory is not set");
+  expect_refused("CVDATREAD", bytes("x").i32(3), "Directory is not set");
   std::snprintf(current_context.study, sizeof current_context.study, "None");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 0), "Study is not set");
+  expect_refused("CVDATWRIT", bytes("x").i32(1, 0, 0), "Study is not set");
 }
 
 TEST_F(vendor_data_requests, take_the_first_free_number_and_replace) {
-  for (const char* name : {"a", "b", "c"}) expect_done("CVDATWRIT", bytes().text(name).i32(1, 0, 0));
-  std::filesystem::remove(in_study("VENDOR.0"));
+  for (const char* name : {"a", "b", "c"}) expect_done("CVDATWRIT", bytes(name).i32(1, 0, 0));
+  fs::remove(in_study("VENDOR.0"));
   // The old bag goes first; the new one takes the lowest number.
-  expect_done("CVDATWRIT", bytes().text("c").i32(2, 0, 0));
-  EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("c").i32(2, 0).str());
-  EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.2")));
-  expect_refused("CVDATREAD", bytes().text("gone").i32(0), "An error occured while reading vendor data");
+  expect_done("CVDATWRIT", bytes("c").i32(2, 0, 0));
+  EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("c").i32(2, 0));
+  EXPECT_FALSE(fs::exists(in_study("VENDOR.2")));
+  expect_refused("CVDATREAD", bytes("gone").i32(0), "An error occured while reading vendor data");
 }
 
 TEST_F(vendor_data_requests, keep_the_old_bag_where_the_disk_is_full) {
-  expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 0));
+  expect_done("CVDATWRIT", bytes("bag").i32(1, 0, 0));
   const std::string before = read_file(in_study("VENDOR.0"));
   {
     file_size_limit full(16);
-    expect_refused("CVDATWRIT", bytes().text("bag").i32(2, 0, 0),
-                   "An error occured while writing vendor data");
+    expect_refused("CVDATWRIT", bytes("bag").i32(2, 0, 0), "An error occured while writing vendor data");
   }
   EXPECT_EQ(read_file(in_study("VENDOR.0")), before);
   // What the disk doesn't give is no damage.
-  std::filesystem::create_symlink("/proc/self/mem", in_study("VENDOR.1"));
-  expect_answer("CVDATVERS", bytes().text("bag").i32(0), bytes().text("SVDATVERS").i32(1));
-  expect_refused("CVDATEXIS", bytes().text("other").i32(0), "An error occured while reading vendor data");
+  fs::create_symlink("/proc/self/mem", in_study("VENDOR.1"));
+  expect_answer("CVDATVERS", bytes("bag").i32(0), bytes("SVDATVERS").i32(1));
+  expect_refused("CVDATEXIS", bytes("other").i32(0), "An error occured while reading vendor data");
 }
 
 TEST_F(vendor_data_requests, of_several_servers_leave_one_bag_of_a_name) {
-  expect_done("CVDATWRIT", bytes().text("first").i32(1, 0, 0));
-  expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 0));
+  expect_done("CVDATWRIT", bytes("first").i32(1, 0, 0));
+  expect_done("CVDATWRIT", bytes("bag").i32(1, 0, 0));
   constexpr int writers = 3, rounds = 30;
   std::vector<pid_t> others;
   for (int i = 0; i < writers; ++i) {
@@ -96,27 +77,26 @@ TEST_F(vendor_data_requests, of_several_servers_leave_one_bag_of_a_name) {
   for (pid_t other : others) {
     int status = 0;
     while (waitpid(other, &status, WNOHANG) == 0)
-      EXPECT_EQ(client_.ask("CVDATVERS", bytes().text("bag").i32(0).str()).substr(0, 16),
-                bytes().text("SVDATVERS").str());
+      EXPECT_EQ(ask("CVDATVERS", bytes("bag").i32(0)).substr(0, 16), bytes("SVDATVERS"));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
-  std::vector<std::string> bags;
-  for (const auto& entry : std::filesystem::directory_iterator(in_study("")))
+  strings bags;
+  for (const auto& entry : fs::directory_iterator(in_study("")))
     if (entry.path().filename().string().starts_with("VENDOR.")) bags.push_back(entry.path().filename());
   std::sort(bags.begin(), bags.end());
-  EXPECT_EQ(bags, (std::vector<std::string>{"VENDOR.0", "VENDOR.1"}));
-  EXPECT_EQ(read_file(in_study("VENDOR.1")), bytes().i32(520).text("bag").i32(rounds, 0).str());
+  EXPECT_EQ(bags, (strings{"VENDOR.0", "VENDOR.1"}));
+  EXPECT_EQ(read_file(in_study("VENDOR.1")), bytes().i32(520).text("bag").i32(rounds, 0));
 }
 
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 2).text("a").i32(0).text("b").i32(7),
+  expect_refused("CVDATWRIT", bytes("x").i32(1, 0, 2).text("a").i32(0).text("b").i32(7),
                  "Wrong Vendor Data Type (7)");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 1).text("a").i32(4, -1),
+  expect_refused("CVDATWRIT", bytes("x").i32(1, 0, 1).text("a").i32(4, -1),
                  "Memory Allocation error for atttribute");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, 1).text("a").i32(3, -5),
+  expect_refused("CVDATWRIT", bytes("x").i32(1, 0, 1).text("a").i32(3, -5),
                  "Memory Allocation error for atttribute");
-  expect_refused("CVDATWRIT", bytes().text("x").i32(1, 0, -1), "Memory Allocation error for atttribute");
-  EXPECT_FALSE(std::filesystem::exists(in_study("VENDOR.0")));
+  expect_refused("CVDATWRIT", bytes("x").i32(1, 0, -1), "Memory Allocation error for atttribute");
+  EXPECT_FALSE(fs::exists(in_study("VENDOR.0")));
 }
 
 TEST_F(vendor_data_requests, keep_long_arrays) {
@@ -129,36 +109,33 @@ TEST_F(vendor_data_requests, keep_long_arrays) {
     reals.f64(i + 0.5);
   }
   for (const bytes& body : {integers, reals}) {
-    expect_done("CVDATWRIT", bytes().text("bag").i32(1, 0, 1).raw(body.str()));
-    EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("bag").i32(1, 1).raw(body.str()).str());
-    expect_answer("CVDATREAD", bytes().text("bag").i32(0), bytes().text("SVDAT").i32(1, 1).raw(body.str()));
+    expect_done("CVDATWRIT", bytes("bag").i32(1, 0, 1).raw(body));
+    EXPECT_EQ(read_file(in_study("VENDOR.0")), bytes().i32(520).text("bag").i32(1, 1).raw(body));
+    expect_answer("CVDATREAD", bytes("bag").i32(0), bytes("SVDAT").i32(1, 1).raw(body));
   }
 }
 
 TEST_F(vendor_data_requests, tell_damage) {
   const auto store = [this](const bytes& attributes, int count) {
-    write_file(in_study("VENDOR.0"), bytes().i32(520).text("x").i32(1, count).raw(attributes.str()).str());
+    write_file(in_study("VENDOR.0"), bytes().i32(520).text("x").i32(1, count).raw(attributes));
   };
   const char* unread = "An error occured while reading vendor data";
   // A text longer than its room, an array that the file doesn't hold, a cut name.
-  store(bytes().text("t").i32(3, 3).text("abc"), 1);
-  expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
-  store(bytes().text("t").i32(5, 2000000000).f64(1), 1);
-  expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
-  store(bytes().text("t").i32(4, -1), 1);
-  expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
+  store(bytes("t").i32(3, 3).text("abc"), 1);
+  expect_refused("CVDATREAD", bytes("x").i32(0), unread);
+  store(bytes("t").i32(5, 2000000000).f64(1), 1);
+  expect_refused("CVDATREAD", bytes("x").i32(0), unread);
+  store(bytes("t").i32(4, -1), 1);
+  expect_refused("CVDATREAD", bytes("x").i32(0), unread);
   store(bytes(), 2147483647);
-  expect_refused("CVDATREAD", bytes().text("x").i32(0), unread);
+  expect_refused("CVDATREAD", bytes("x").i32(0), unread);
 
-  store(bytes().text("t").i32(9), 1);
-  EXPECT_FATAL(client_.ask("CVDATREAD", bytes().text("x").i32(0).str()),
-               "qd_vendor_data_read: Wrong Vendor Data Type \\(9\\)");
-  store(bytes().text("t").i32(2, 1), 1);
-  EXPECT_FATAL(client_.ask("CVDATREAD", bytes().text("x").i32(0).str()),
-               "WARNING: A DATA VENDOR IS CORRUPTED:");
+  store(bytes("t").i32(9), 1);
+  EXPECT_FATAL(ask("CVDATREAD", bytes("x").i32(0)), "qd_vendor_data_read: Wrong Vendor Data Type \\(9\\)");
+  store(bytes("t").i32(2, 1), 1);
+  EXPECT_FATAL(ask("CVDATREAD", bytes("x").i32(0)), "WARNING: A DATA VENDOR IS CORRUPTED:");
   write_file(in_study("VENDOR.1"), "short");
-  EXPECT_FATAL(client_.ask("CVDATEXIS", bytes().text("another").i32(0).str()),
-               "VELMAR FILE SYSTEM ACCESS FAILED FOR PATH:");
+  EXPECT_FATAL(ask("CVDATEXIS", bytes("another").i32(0)), "VELMAR FILE SYSTEM ACCESS FAILED FOR PATH:");
 }
 
 }  // namespace

@@ -1,7 +1,3 @@
-#include <cmath>
-#include <filesystem>
-
-#include "disk/qu_wireframe.h"
 #include "edit/qd_wireframe.h"
 #include "support/open_study.h"
 
@@ -10,14 +6,11 @@ namespace {
 
 constexpr double no_data = 1.2345e308;
 
-class wireframes : public open_study {};
+struct wireframes : open_study {};
 
 // A tetrahedron with its right corner at the origin and edges of the given length.
 bytes tetrahedron(double edge) {
-  bytes piece;
-  for (double value : {0.0, 0.0, 0.0, edge, 0.0, 0.0, 0.0, edge, 0.0, 0.0, 0.0, edge}) piece.f64(value);
-  for (int index : {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}) piece.i32(index);
-  return piece;
+  return bytes().f64(0, 0, 0, edge, 0, 0, 0, edge, 0, 0, 0, edge).i32(0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3);
 }
 
 // A piece in the shape of the file.
@@ -29,48 +22,42 @@ bytes stored_tetrahedron(double edge, bool with_type, int type, int closed) {
 }
 
 TEST_F(wireframes, go_to_disk_in_centimetres_and_come_back) {
-  bytes sent;
-  sent.text("W").i32(2).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2).str());
+  bytes sent = bytes("W").i32(2).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2));
   sent.text("empty").i32(4, 5, 6, 0);
   expect_done("CWIRENEW", sent);
 
-  bytes file;
-  file.i32(3, 2, 4, 4).f64(0, 200, 0, 200, 0, 200);
-  file.text("Ore body").i32(1, 2, 3, 1).raw(stored_tetrahedron(200, true, 1, 0).str());
+  bytes file = bytes().i32(3, 2, 4, 4).f64(0, 200, 0, 200, 0, 200);
+  file.text("Ore body").i32(1, 2, 3, 1).raw(stored_tetrahedron(200, true, 1, 0));
   file.text("empty").i32(4, 5, 6, 0);
-  EXPECT_EQ(read_file(in_file(1, "WIREFRAME")), file.str());
+  EXPECT_EQ(read_file(in_file(1, "WIREFRAME")), file);
 
   // Gravity centres in centimetres; none without vertices. No volume of a piece that nothing says is closed.
-  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50, no_data).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50, no_data));
   EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), "Ore bodyempty   ");
-  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data, 0).str());
+  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data, 0));
 
-  expect_done("CFILESET", bytes().text("W"));
-  bytes answer;
-  answer.text("SWIREF").i32(1).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2).str());
-  expect_answer("CWIREREAD", bytes(), answer);
+  expect_done("CFILESET", "W");
+  bytes answer = bytes("SWIREF").i32(1).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2));
+  expect_answer("CWIREREAD", {}, answer);
 }
 
 TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
   make_points("P", 2, 3);
-  bytes version_2;
-  version_2.i32(2, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
-  version_2.text(" old ").i32(7, 8, 9, 1).raw(stored_tetrahedron(100, false, 0, 1).str());
-  write_file(in_file(1, "WIREFRAME"), version_2.str());
-  bytes answer;
-  answer.text("SWIREF").i32(1).text("old").i32(7, 8, 9, 1, 4, 4).raw(tetrahedron(1).str());
-  expect_answer("CWIREREAD", bytes(), answer);
+  bytes version_2 = bytes().i32(2, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
+  version_2.text(" old ").i32(7, 8, 9, 1).raw(stored_tetrahedron(100, false, 0, 1));
+  write_file(in_file(1, "WIREFRAME"), version_2);
+  bytes answer = bytes("SWIREF").i32(1).text("old").i32(7, 8, 9, 1, 4, 4).raw(tetrahedron(1));
+  expect_answer("CWIREREAD", {}, answer);
 
-  bytes version_3;
-  version_3.i32(3, 1, 8, 8).f64(0, 0, 0, 0, 0, 0);
-  version_3.text("old").i32(7, 8, 9, 2).raw(stored_tetrahedron(300, true, 0, 1).str());
-  version_3.raw(stored_tetrahedron(100, true, 2, 1).str());
-  write_file(in_file(1, "WIREFRAME"), version_3.str());
-  expect_answer("CWIREREAD", bytes(), answer);
+  bytes version_3 = bytes().i32(3, 1, 8, 8).f64(0, 0, 0, 0, 0, 0);
+  version_3.text("old").i32(7, 8, 9, 2).raw(stored_tetrahedron(300, true, 0, 1));
+  version_3.raw(stored_tetrahedron(100, true, 2, 1));
+  write_file(in_file(1, "WIREFRAME"), version_3);
+  expect_answer("CWIREREAD", {}, answer);
 
   // The first version has its box in another order.
   bytes version_1 = bytes().i32(1, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
-  write_file(in_file(1, "WIREFRAME"), version_1.str());
+  write_file(in_file(1, "WIREFRAME"), version_1);
   wireframe_info info;
   ASSERT_EQ(qd_wireframe_info("D", "P", "None", info), geometry::read);
   EXPECT_EQ((std::vector<double>{info.x_min, info.y_max, info.x_max, info.z_min, info.y_min, info.z_max}),
@@ -78,48 +65,42 @@ TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
 }
 
 TEST_F(wireframes, obey_a_selection_of_their_samples) {
-  bytes sent;
-  sent.text("W").i32(2);
-  for (const char* name : {"one", "two"}) sent.text(name).i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1).str());
+  bytes sent = bytes("W").i32(2);
+  for (const char* name : {"one", "two"}) sent.text(name).i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1));
   expect_done("CWIRENEW", sent);
-  expect_done("CFILESET", bytes().text("W"));
+  expect_done("CFILESET", "W");
   select_samples("second", {0, 1});
-  bytes answer;
-  answer.text("SWIREF").i32(1).text("two").i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1).str());
-  expect_answer("CWIREREAD", bytes(), answer);
+  bytes answer = bytes("SWIREF").i32(1).text("two").i32(0, 0, 0, 1, 4, 4).raw(tetrahedron(1));
+  expect_answer("CWIREREAD", {}, answer);
   select_samples("none", {0, 0});
-  expect_answer("CWIREREAD", bytes(), bytes().text("SWIREF").i32(0));
+  expect_answer("CWIREREAD", {}, bytes("SWIREF").i32(0));
   // A selection that is gone counts for nothing.
   std::snprintf(current_context.selection, sizeof current_context.selection, "gone");
-  EXPECT_EQ(client_.ask("CWIREREAD").substr(0, 16), bytes().text("SWIREF").i32(2).str());
+  EXPECT_EQ(ask("CWIREREAD").substr(0, 16), bytes("SWIREF").i32(2));
 }
 
 TEST_F(wireframes, with_bad_indices_are_refused_and_a_bad_file_is_removed) {
-  bytes bad;
-  bad.text("W").i32(1).text("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(0, 0, 1);
+  bytes bad = bytes("W").i32(1).text("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(0, 0, 1);
   expect_refused("CWIRENEW", bad, "Error while reading triangles from network");
-  bytes negative;
-  negative.text("W").i32(1).text("x").i32(0, 0, 0, 1, -1, 0);
+  bytes negative = bytes("W").i32(1).text("x").i32(0, 0, 0, 1, -1, 0);
   expect_refused("CWIRENEW", negative, "Not enough memory to store wireframes vertices in memory.");
-  expect_refused("CWIRENEW", bytes().text("W").i32(-1), "Error while reading from network");
-  expect_refused("CWIRENEW", bytes().text("W").i32(1).text("x").i32(0, 0, 0, -1),
+  expect_refused("CWIRENEW", bytes("W").i32(-1), "Error while reading from network");
+  expect_refused("CWIRENEW", bytes("W").i32(1).text("x").i32(0, 0, 0, -1),
                  "Error while reading from network");
-  EXPECT_EQ(client_.ask("CWIRENEW", bytes().text("W").i32(0).str()), "");
+  expect_answer("CWIRENEW", bytes("W").i32(0), {});
   EXPECT_EQ(client_.status(), -1);
-  EXPECT_FALSE(std::filesystem::exists(in_file(1, "DESCR")));
+  EXPECT_FALSE(fs::exists(in_file(1, "DESCR")));
 
   make_points("P", 1, 3);
-  expect_refused("CWIRENEW", bytes().text("P"), "File S: D/P already exists");
-  expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
+  expect_refused("CWIRENEW", "P", "File S: D/P already exists");
+  expect_refused("CWIREREAD", {}, "Cannot read wireframes.");
   const std::string header = bytes().i32(3, 1, 3, 1).f64(0, 0, 0, 0, 0, 0).str();
-  bytes triangle;
-  triangle.text("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(1, 0, 0, 7, 0);
-  bytes promise;
-  promise.text("x").i32(0, 0, 0, 1, 1, 2000000000);
+  bytes triangle = bytes("x").i32(0, 0, 0, 1, 1, 1).f64(0, 0, 0).i32(1, 0, 0, 7, 0);
+  bytes promise = bytes("x").i32(0, 0, 0, 1, 1, 2000000000);
   for (const std::string& body : {triangle.str(), promise.str(), std::string("xx")}) {
     write_file(in_file(1, "WIREFRAME"), header + body);
-    expect_refused("CWIREREAD", bytes(), "Cannot read wireframes.");
-    EXPECT_FALSE(std::filesystem::exists(in_file(1, "WIREFRAME")));
+    expect_refused("CWIREREAD", {}, "Cannot read wireframes.");
+    EXPECT_FALSE(fs::exists(in_file(1, "WIREFRAME")));
   }
 }
 

@@ -1,12 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
-#include <vector>
-
-#include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
-#include "samples/qd_read_write.h"
 #include "samples/qd_selection_rows.h"
 #include "support/sample_study.h"
 

@@ -1,21 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-
-#include "catalogue/qd_comment.h"
 #include "catalogue/qd_lines.h"
-#include "catalogue/qd_path.h"
-#include "disk/qd_descriptor.h"
-#include "disk/qd_directory_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_grid.h"
-#include "disk/qd_line_table.h"
-#include "disk/qd_variable_descriptor.h"
 #include "edit/qd_append.h"
-#include "edit/qd_line_name.h"
-#include "edit/qd_link.h"
-#include "support/console.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {
@@ -46,7 +30,7 @@ TEST(lines, a_table_is_read_and_checked) {
     record.line_count = lines;
     EXPECT_FALSE(read(line_table({1, 4, 6, 10}))) << lines;
   }
-  std::filesystem::remove(folder / "LINE");
+  fs::remove(folder / "LINE");
   EXPECT_FALSE(qd_line_table_read(folder.path().c_str(), record, offsets));
 }
 
@@ -107,7 +91,7 @@ TEST(lines, lengths_need_a_lines_file_with_its_table) {
   EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no); }),
             "Line descriptor corrupted:\n" + table + "\n");
   EXPECT_TRUE(counts.empty());
-  std::filesystem::remove(table);
+  fs::remove(table);
   EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no);
   study.set_shape({.samples = 5});
   EXPECT_EQ(qd_samples_per_line("Dir", "File", counts), found::no);

@@ -1,35 +1,29 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
-#include "catalogue/qd_lines.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
 #include "edit/qd_append.h"
 #include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {
 namespace {
 
 // A lines file "Holes" of 2 lines with 3 and 2 samples and a points file "Collars" of 2 samples.
-class linked_study : public sample_study {
- public:
+struct linked_study : sample_study {
   linked_study() : sample_study({}) {
-    std::filesystem::create_directory(lines_path());
-    write_file(lines_path() + "/LINE", bytes().i64(1, 4, 6).str());
-    write(file_path(), points(""));
-    write(lines_path(), lines(""));
+    fs::create_directory(lines_path());
+    write_file(lines_path() + "/LINE", bytes().i64(1, 4, 6));
+    write_links("", "");
   }
   std::string lines_path() const { return *this / "QRD/DIRE.1/FILE.2"; }
-  static std::string points(const std::string& link) { return descriptor("Collars", 1, 0, link, 2); }
-  static std::string lines(const std::string& link) { return descriptor("Holes", 2, 2, link, 5); }
+  static std::string points(const std::string& link) {
+    return file_fields{.name = "Collars", .link = link, .samples = 2, .allocated = 512}.bytes_of();
+  }
+  static std::string lines(const std::string& link) {
+    return file_fields{"Holes", 2, 3, 2, std::vector<double>(6), {0, 0, 0}, {0, 0, 0}, link, 5, 512}
+        .bytes_of();
+  }
   void write_links(const std::string& in_points, const std::string& in_lines) const {
-    write(file_path(), points(in_points));
-    write(lines_path(), lines(in_lines));
+    write_file(file_path() + "/DESCR", points(in_points));
+    write_file(lines_path() + "/DESCR", lines(in_lines));
   }
   void expect_links(const std::string& in_points, const std::string& in_lines) const {
     EXPECT_EQ(read_file(file_path() + "/DESCR"), points(in_points));
@@ -42,18 +36,6 @@ class linked_study : public sample_study {
     std::string descriptor = read_file(path + "/DESCR");
     auto name_end = 8 + (static_cast<std::size_t>(descriptor[7]) + 3) / 4 * 4;
     return descriptor[name_end + 7];
-  }
-
- private:
-  static std::string descriptor(const std::string& name, int organisation, int lines, const std::string& link,
-                                std::int64_t samples) {
-    file_fields fields = {.name = name, .organisation = organisation, .lines = lines, .link = link};
-    fields.samples = samples;
-    fields.allocated = 512;
-    return fields.bytes_of();
-  }
-  static void write(const std::string& path, const std::string& content) {
-    write_file(path + "/DESCR", content);
   }
 };
 
@@ -77,12 +59,11 @@ TEST(link, a_vanished_partner_is_forgotten) {
   study.write_links("Gone", "");
   std::string names = study.add_names("Name", "ab", KIND_LINE_NAME);
   name_text partner = "unchanged";
-  std::string console =
-      console_of([&] { EXPECT_EQ(qd_get_link("Dir", "Collars", partner), found::unclear); });
-  EXPECT_EQ(console, "WARNING: Linked File Gone does not exist\n");
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(qd_get_link("Dir", "Collars", partner), found::unclear); }),
+            "WARNING: Linked File Gone does not exist\n");
   EXPECT_STREQ(partner, "unchanged");
-  console = console_of([] { EXPECT_TRUE(qd_delete_link("Dir", "Collars", true)); });
-  EXPECT_EQ(console, "WARNING: The Linked File Gone does not exist\n");
+  EXPECT_EQ(console_of([] { EXPECT_TRUE(qd_delete_link("Dir", "Collars", true)); }),
+            "WARNING: The Linked File Gone does not exist\n");
   study.expect_links("", "");
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
@@ -128,8 +109,7 @@ TEST(link, a_full_disk_leaves_both_sides_and_the_line_name) {
   EXPECT_TRUE(qd_link_can_be_deleted("Dir", "Collars"));
   study.expect_links("Holes", "Collars");
   for (const std::string& folder : {study.file_path(), study.lines_path(), names})
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-      EXPECT_FALSE(entry.path().filename().string().starts_with("N_")) << entry.path();
+    for (const std::string& name : names_in(folder)) EXPECT_FALSE(name.starts_with("N_")) << name;
 }
 
 TEST(link, the_partner_of_a_deleted_file_is_freed_only_from_that_file) {
@@ -143,15 +123,9 @@ TEST(link, the_partner_of_a_deleted_file_is_freed_only_from_that_file) {
   EXPECT_EQ(study.kind_of(names), KIND_PLAIN);
 }
 
-class line_names : public testing::Test {
- protected:
+struct line_names : testing::Test {
   line_names() { study.write_links("Holes", "Collars"); }
-  bool make(const char* variable, std::string* console = nullptr) {
-    bool result = false;
-    std::string said = console_of([&] { result = qd_var_as_line_name("Dir", "Collars", variable); });
-    if (console != nullptr) *console = said;
-    return result;
-  }
+  static bool make(const char* variable) { return qd_var_as_line_name("Dir", "Collars", variable); }
   linked_study study;
 };
 
@@ -166,21 +140,14 @@ TEST_F(line_names, the_new_variable_takes_the_role_from_the_former) {
 }
 
 TEST_F(line_names, every_sample_needs_a_name_of_its_own) {
-  struct wrong_names {
-    const char* texts;
-    const char* console;
-  };
-  const wrong_names cases[] = {
+  const std::map<std::string, std::string> wrong_names = {
       {"a   ", "Sample #2 in the Line Name Variable is not define.\n\n"},
       {"    ", "Sample #1 in the Line Name Variable is not define.\n\n"},
-      {" aa ", "Sample #1 and Sample #2 in the Line Name Variable are the same (a).\n\n"},
-  };
-  int number = 0;
-  for (const wrong_names& each : cases) {
-    std::string name = "N" + std::to_string(++number), console;
-    std::string path = study.add_names(name, each.texts), before = read_file(path + "/DESCR");
-    EXPECT_FALSE(make(name.c_str(), &console));
-    EXPECT_EQ(console, each.console);
+      {" aa ", "Sample #1 and Sample #2 in the Line Name Variable are the same (a).\n\n"}};
+  for (const auto& [texts, console] : wrong_names) {
+    const std::string name = "N" + texts, path = study.add_names(name, texts),
+                      before = read_file(path + "/DESCR");
+    EXPECT_EQ(console_of([&] { EXPECT_FALSE(make(name.c_str())); }), console);
     EXPECT_EQ(read_file(path + "/DESCR"), before);
   }
 }

@@ -1,13 +1,5 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-
 #include "disk/qd_macro_table.h"
 #include "edit/qd_macro_create.h"
-#include "samples/qd_macro_indices.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {
@@ -15,25 +7,20 @@ namespace {
 
 constexpr char macro[] = "Grade[xxxxx]";
 
-macro_growth add(const std::vector<std::int64_t>& indices) {
+macro_growth add(const std::vector<std::int64_t>& indices, const std::vector<const char*>& texts = {}) {
   return qd_create_macro_variable_indices("Dir", "File", macro, static_cast<std::int64_t>(indices.size()),
-                                          indices.data(), nullptr);
-}
-macro_growth add(const std::vector<std::int64_t>& indices, const std::vector<const char*>& texts) {
-  return qd_create_macro_variable_indices("Dir", "File", macro, static_cast<std::int64_t>(indices.size()),
-                                          indices.data(), texts.data());
+                                          indices.data(), texts.empty() ? nullptr : texts.data());
 }
 
 // A file of 600 samples in 1024 with one macro variable of 16 bits.
-class macro_columns : public testing::Test {
- protected:
+struct macro_columns : testing::Test {
   static constexpr std::size_t column_bytes = 2048;
   macro_columns() : study({.samples = 600}) {}
-  void make(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+  void make(const std::vector<int>& indices, const strings& texts = {}) {
     data = noise(column_bytes * indices.size(), 9);
     path = study.add_macro(macro, 16, data, indices, texts);
   }
-  void expect(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
+  void expect(const std::vector<int>& indices, const strings& texts = {}) {
     std::string new_columns(column_bytes * indices.size() - data.size(), '\xFF');
     EXPECT_EQ(read_file(path + "/MACRO"), macro_bytes(indices, texts));
     EXPECT_TRUE(read_file(path + "/DATAVAR") == data + new_columns);
@@ -42,51 +29,44 @@ class macro_columns : public testing::Test {
   std::string data, path;
 };
 
-TEST_F(macro_columns, free_slots_are_taken_before_new_ones) {
-  make({0});
-  EXPECT_EQ(add({5, 3}), macro_growth::done);
-  expect({5, 3});
-  EXPECT_EQ(add({3, 5}), macro_growth::done) << "nothing to do";
-  expect({5, 3});
-  EXPECT_EQ(add({3, 8, 5, 99999}), macro_growth::done);
-  expect({5, 3, 8, 99999});
-}
-
-TEST_F(macro_columns, a_retired_index_takes_its_slot_back) {
-  make({4, -7, 0, 9, 0});
-  EXPECT_EQ(add({7, 1}), macro_growth::done);
-  expect({4, 7, 1, 9, 0});
-  EXPECT_EQ(add({2, 6, 10}), macro_growth::done);
-  expect({4, 7, 1, 9, 2, 6, 10});
-}
-
-TEST_F(macro_columns, a_valid_index_stands_before_its_retired_twin) {
-  for (const std::vector<int>& twins : {std::vector<int>{-5, 5}, {5, -5}}) {
-    make(twins);
-    EXPECT_EQ(add({5}), macro_growth::done) << "nothing to do";
-    expect(twins);
-    EXPECT_EQ(add({5, 6}), macro_growth::done);
-    expect({twins[0], twins[1], 6});
-    std::filesystem::remove_all(path);
+TEST_F(macro_columns, have_places_and_texts) {
+  struct growth {
+    std::vector<std::int64_t> indices;
+    std::vector<const char*> texts;
+    std::vector<int> expected;
+    strings expected_texts;
+  };
+  const struct {
+    const char* what;
+    std::vector<int> before;
+    std::vector<growth> growths;
+  } rows[] = {
+      {"Free slots are taken before new ones.",
+       {0},
+       {{{5, 3}, {}, {5, 3}, {}}, {{3, 5}, {}, {5, 3}, {}}, {{3, 8, 5, 99999}, {}, {5, 3, 8, 99999}, {}}}},
+      {"A retired index takes its slot back.",
+       {4, -7, 0, 9, 0},
+       {{{7, 1}, {}, {4, 7, 1, 9, 0}, {}}, {{2, 6, 10}, {}, {4, 7, 1, 9, 2, 6, 10}, {}}}},
+      {"A valid index stands before its retired twin.",
+       {-5, 5},
+       {{{5}, {}, {-5, 5}, {}}, {{5, 6}, {}, {-5, 5, 6}, {}}}},
+      {"The twin behind it.", {5, -5}, {{{5}, {}, {5, -5}, {}}, {{5, 6}, {}, {5, -5, 6}, {}}}},
+      {"Old indices get their number as text; a present one keeps its own, a retaken one gets its number.",
+       {4, -7},
+       {{{5}, {"gold"}, {4, -7, 5}, {"4", "7", "gold"}},
+        {{4, 9}, {}, {4, -7, 5, 9}, {"4", "7", "gold", "9"}},
+        {{5, 7}, {}, {4, 7, 5, 9}, {"4", "7", "gold", "9"}},
+        {{5, 9, 11}, {"gold", "9", "lead"}, {4, 7, 5, 9, 11}, {"4", "7", "gold", "9", "lead"}}}},
+      {"Texts for present indices.", {4, 6}, {{{6, 4}, {"six", "four"}, {4, 6}, {"four", "six"}}}}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    make(row.before);
+    for (const growth& each : row.growths) {
+      EXPECT_EQ(add(each.indices, each.texts), macro_growth::done);
+      expect(each.expected, each.expected_texts);
+    }
+    fs::remove_all(path);
   }
-}
-
-TEST_F(macro_columns, old_indices_get_their_number_as_text) {
-  make({4, -7});
-  EXPECT_EQ(add({5}, {"gold"}), macro_growth::done);
-  expect({4, -7, 5}, {"4", "7", "gold"});
-  EXPECT_EQ(add({4, 9}), macro_growth::done) << "without texts";
-  expect({4, -7, 5, 9}, {"4", "7", "gold", "9"});
-  EXPECT_EQ(add({5, 7}), macro_growth::done) << "a present one keeps its text, a retaken one gets its number";
-  expect({4, 7, 5, 9}, {"4", "7", "gold", "9"});
-  EXPECT_EQ(add({5, 9, 11}, {"gold", "9", "lead"}), macro_growth::done);
-  expect({4, 7, 5, 9, 11}, {"4", "7", "gold", "9", "lead"});
-}
-
-TEST_F(macro_columns, texts_for_present_indices_of_a_macro_without_texts) {
-  make({4, 6});
-  EXPECT_EQ(add({6, 4}, {"six", "four"}), macro_growth::done);
-  expect({4, 6}, {"four", "six"});
 }
 
 TEST_F(macro_columns, a_refused_text_changes_nothing) {
@@ -97,8 +77,8 @@ TEST_F(macro_columns, a_refused_text_changes_nothing) {
     EXPECT_EQ(add({8}, {"a]b"}), macro_growth::refused);
     EXPECT_EQ(add({8, 9}, {"x", "x"}), macro_growth::refused);
   });
-  EXPECT_NE(console.find("Indice named six in macro Grade[xxxxx] already exists\n"), std::string::npos);
-  EXPECT_NE(console.find("Indice named x in macro Grade[xxxxx] already exists\n"), std::string::npos);
+  EXPECT_HAS(console, "Indice named six in macro Grade[xxxxx] already exists\n");
+  EXPECT_HAS(console, "Indice named x in macro Grade[xxxxx] already exists\n");
   expect({4, 6}, {"four", "six"});
 }
 
@@ -125,12 +105,12 @@ TEST_F(macro_columns, a_failed_write_leaves_the_variable_as_it_was) {
     file_size_limit disk(column_bytes + 100);
     EXPECT_EQ(add({5}), macro_growth::refused);
   });
-  EXPECT_NE(console.find("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n"), std::string::npos);
+  EXPECT_HAS(console, "WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
   expect({4});
   // No place for the descriptor.
-  std::filesystem::rename(path + "/MACRO", path + "/KEPT");
-  std::filesystem::create_symlink("KEPT", path + "/MACRO");
-  std::filesystem::permissions(path + "/KEPT", std::filesystem::perms::owner_read);
+  fs::rename(path + "/MACRO", path + "/KEPT");
+  fs::create_symlink("KEPT", path + "/MACRO");
+  fs::permissions(path + "/KEPT", fs::perms::owner_read);
   if (geteuid() != 0) console_of([] { EXPECT_EQ(add({5}), macro_growth::refused); });
   EXPECT_TRUE(read_file(path + "/DATAVAR") == data);
   EXPECT_EQ(read_file(path + "/KEPT"), macro_bytes({4}));
@@ -150,21 +130,17 @@ TEST_F(macro_columns, a_descriptor_that_cannot_be_read_is_a_refusal) {
     console_of([] { EXPECT_EQ(add({5}), macro_growth::gone); });
     EXPECT_TRUE(read_file(path + "/DATAVAR") == data);
   }
-  std::filesystem::remove(path + "/MACRO");
+  fs::remove(path + "/MACRO");
   console_of([] { EXPECT_EQ(add({5}), macro_growth::gone); });
-  EXPECT_FALSE(std::filesystem::exists(path + "/MACRO"));
+  EXPECT_FALSE(fs::exists(path + "/MACRO"));
 }
 
 TEST_F(macro_columns, a_damaged_capacity_is_named) {
   make({4});
-  file_fields fields = {.name = "File", .organisation = ORG_POINTS, .dimension = 3};
-  fields.samples = 600;
-  fields.allocated = std::int64_t{1} << 60;
+  const file_fields fields = {.name = "File", .samples = 600, .allocated = std::int64_t{1} << 60};
   write_file(study.file_path() + "/DESCR", fields.bytes_of());
   const std::string console = console_of([] { EXPECT_EQ(add({5}), macro_growth::refused); });
-  EXPECT_NE(console.find("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n"),
-            std::string::npos)
-      << console;
+  EXPECT_HAS(console, "WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n");
   expect({4});
 }
 

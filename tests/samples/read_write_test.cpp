@@ -1,14 +1,6 @@
 // The range operations against a model that knows the data file as a text of bits.
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <cmath>
-#include <cstdio>
-#include <random>
-
 #include "samples/qd_read_write_char.h"
-#include "support/console.h"
 #include "support/processes.h"
 #include "support/sample_study.h"
 
@@ -37,8 +29,7 @@ bool same(double a, double b) {
 }
 
 // A macro of three columns with patternless bits behind each other, and a selection of the same kind.
-class range : public testing::TestWithParam<int> {
- protected:
+struct range : testing::TestWithParam<int> {
   range() : study_({.samples = samples}) {
     const auto bits = static_cast<std::size_t>(GetParam());
     data_ = noise(5 * bits + 1, static_cast<std::uint32_t>(GetParam()));
@@ -187,7 +178,7 @@ TEST(read_write, texts_lose_their_nuls_where_they_are_written) {
   std::string written("one\0?22222three", 15);
   ASSERT_TRUE(qd_write_char_free(selected.io(), SEL_MASKED, 1, 3, qd_text_bytes(written)));
   EXPECT_EQ(read_file(path), "one  " + data.substr(5, 5) + "three" + data.substr(15));
-  std::filesystem::resize_file(path, 19);
+  fs::resize_file(path, 19);
   EXPECT_FALSE(qd_read_char_free(all.io(), SEL_MASKED, 4, 4, &count, qd_text_bytes(texts)));
 }
 
@@ -216,9 +207,9 @@ TEST(implicit_values, numbers_of_lines) {
   EXPECT_EQ(read_all("LN", 1, 6), (std::vector<double>{1, 1, 1, 2, 3, 3}));
   EXPECT_EQ(read_all("RN", 3, 4), (std::vector<double>{3, 1}));
   EXPECT_EQ(read_all("LN", 6, 6), (std::vector<double>{3}));
-  write_file(study.file_path() + "/LINE", bytes().i64(1, 4, 5).str());
+  write_file(study.file_path() + "/LINE", bytes().i64(1, 4, 5));
   EXPECT_FALSE(can_read("LN"));
-  std::filesystem::remove(study.file_path() + "/LINE");
+  fs::remove(study.file_path() + "/LINE");
   EXPECT_FALSE(can_read("RN"));
   EXPECT_TRUE(can_read("SN"));
 }
@@ -281,8 +272,8 @@ TEST(implicit_values, flat_grid_with_nothing_on_the_third_axis) {
 void set_stream(const bound& target, const char* path, bool buffered) {
   qd_selected_entry& entry = *qd_entry(target.handle().entry);
   const std::string place = entry.variable_path + std::string("/DATAVAR");
-  std::filesystem::remove(place);
-  std::filesystem::create_symlink(path, place);
+  fs::remove(place);
+  fs::create_symlink(path, place);
   std::fclose(entry.stream);
   entry.stream = std::fopen(path, "r+");
   if (!buffered) std::setvbuf(entry.stream, nullptr, _IONBF, 0);
@@ -388,7 +379,7 @@ TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
   const std::string bits = study.add("S", VAR_FLOAT, 1, "a") + "/DATAVAR";
   bound number_io("V"), text_io("T"), bit_io("S");
   for (const std::string& path : {number, texts, bits}) {
-    std::filesystem::rename(path, path + ".old");
+    fs::rename(path, path + ".old");
     write_file(path, path == bits ? "b" : before);
   }
   EXPECT_FALSE(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values));
@@ -397,7 +388,7 @@ TEST(read_write, nothing_goes_into_a_file_that_has_been_replaced) {
   EXPECT_EQ(read_file(number) + read_file(texts), before + before);
   EXPECT_EQ(read_file(number + ".old") + read_file(texts + ".old"), before + before);
   EXPECT_EQ(read_file(bits) + read_file(bits + ".old"), "ba");
-  std::filesystem::remove_all(study.file_path());
+  fs::remove_all(study.file_path());
   EXPECT_FALSE(qd_write_float_free(number_io.io(), SEL_MASKED, 1, 8, values));
 }
 

@@ -1,12 +1,5 @@
 #include "disk/qd_handles.h"
-#include "samples/qd_io.h"
-#include "samples/qd_open_variable.h"
-#include "samples/qd_variable_table.h"
 
-#include <gtest/gtest.h>
-#include <zlib.h>
-
-#include "support/console.h"
 #include "support/sample_study.h"
 
 namespace qrd::test {
@@ -71,15 +64,12 @@ TEST(select, a_compressed_data_file_is_put_back_or_leaves_no_entry) {
   sample_study study({.samples = 4});
   const std::string good = study.add("good", VAR_FLOAT, 8, "") + "/DATAVAR";
   const std::string bad = study.add("bad", VAR_FLOAT, 8, "") + "/DATAVAR";
-  std::filesystem::remove(good);
-  std::filesystem::remove(bad);
-  gzFile archive = gzopen((good + ".gz").c_str(), "wb");
-  gzwrite(archive, "abcd", 4);
-  gzclose(archive);
+  fs::remove(bad);
+  gzip_file(good, "abcd");
   write_file(bad + ".gz", "\x1F\x8B nothing of this is an archive");
   qd_variable_handle handle = select("good");
   EXPECT_EQ(read_file(good), "abcd");
-  EXPECT_FALSE(std::filesystem::exists(good + ".gz"));
+  EXPECT_FALSE(fs::exists(good + ".gz"));
   deselect(handle);
   EXPECT_FALSE(qd_variable_select("Dir", "File", "bad", UNIT_NONE, handle));
   EXPECT_EQ(handle.entry, 0);
@@ -90,7 +80,7 @@ TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
   sample_study study({.samples = 4});
   const std::string folder = study.add("V", VAR_FLOAT, 8, "abcd");
   qd_variable_handle old = select("V");
-  std::filesystem::rename(folder + "/DATAVAR", folder + "/elsewhere");
+  fs::rename(folder + "/DATAVAR", folder + "/elsewhere");
   write_file(folder + "/DATAVAR", "efgh");
   qd_variable_handle fresh = select("V");
   EXPECT_NE(fresh.entry, old.entry);
@@ -103,8 +93,8 @@ TEST(select, a_file_is_known_by_itself_and_not_by_its_path) {
   qu_path_join(place.path, {folder});
   EXPECT_FALSE(qd_variable_select_at(place, "Dir", "File", "W", UNIT_NONE, fresh));
   EXPECT_FALSE(qd_variable_select_at(place, "Dir", "Other", "V", UNIT_NONE, fresh));
-  std::filesystem::remove(folder + "/DATAVAR");
-  std::filesystem::create_directory(folder + "/DATAVAR");
+  fs::remove(folder + "/DATAVAR");
+  fs::create_directory(folder + "/DATAVAR");
   EXPECT_FALSE(qd_variable_select("Dir", "File", "V", UNIT_NONE, fresh));
   EXPECT_EQ(qd_free_entries(), 512);
 }
@@ -119,7 +109,7 @@ TEST(select, what_was_selected_in_two_files_is_not_bound) {
   EXPECT_EQ(qd_set_io({}, 2, texts), 0);
   handles[1] = qd_variable_deselect(handles[1]);
   // Another server has put a file of that name in its place.
-  std::filesystem::rename(study.file_path(), study / "QRD/DIRE.1/FILE.9");
+  fs::rename(study.file_path(), study / "QRD/DIRE.1/FILE.9");
   handles[1] = select("W");
   EXPECT_EQ(qd_set_io({}, 2, handles), 0);
   EXPECT_EQ(qd_set_io(select("S"), 1, handles), 0);

@@ -1,20 +1,13 @@
 #include "wire/arrays.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numeric>
-#include <span>
-
 #include "server/wire.h"
-#include "support/bytes.h"
-#include "wire/buffer.h"
+#include "support/test.h"
 #include "wire/values.h"
 
 namespace qrd::test {
 namespace {
 
-using texts = std::vector<std::string>;
+using texts = strings;
 
 // Arrays must not be told from a loop over their elements: the same sends, from every position.
 TEST(arrays, are_sent_like_their_elements) {
@@ -47,8 +40,8 @@ TEST(arrays, are_sent_like_their_elements) {
 }
 
 // The fills of the buffer are told at trace level 5.
-std::vector<std::string> fills(const std::string& trace) {
-  std::vector<std::string> lines;
+strings fills(const std::string& trace) {
+  strings lines;
   for (std::size_t at = trace.find("Flushing Read"); at != std::string::npos;
        at = trace.find("Flushing Read", at + 1))
     lines.push_back(trace.substr(at, trace.find('\n', at) - at));
@@ -61,29 +54,23 @@ TEST(arrays, are_read_like_their_elements) {
   for (std::int64_t i = 0; i < count; ++i)
     values[static_cast<std::size_t>(i)] = 1.0 / static_cast<double>(i + 1);
   for (std::size_t offset : {0U, 1U, 4U, 6U}) {
-    bytes data;
-    data.repeat(offset, 'x');
-    for (double value : values) data.f64(value);
+    bytes data = bytes().repeat(offset, 'x');
+    data.f64(values);
     char skipped[8];
 
-    std::vector<double> one_by_one(count), whole(count);
-    std::vector<std::string> expected_fills;
-    {
+    strings fills_of[2];
+    for (const bool whole : {false, true}) {
       wire line(SOCK_STREAM);
-      line.arrive(data.str());
+      line.arrive(data);
       captured_trace trace(5);
       _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
-      for (double& value : one_by_one) ASSERT_TRUE(_qrd_read_double(line.near(), &value));
-      expected_fills = fills(trace.text());
+      std::vector<double> read(count);
+      EXPECT_TRUE(!whole || _qrd_read_double_array(line.near(), read.data(), count));
+      for (std::size_t i = 0; !whole && i < count; ++i) ASSERT_TRUE(_qrd_read_double(line.near(), &read[i]));
+      EXPECT_EQ(read, values);
+      fills_of[whole] = fills(trace.text());
     }
-    wire line(SOCK_STREAM);
-    line.arrive(data.str());
-    captured_trace trace(5);
-    _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
-    ASSERT_TRUE(_qrd_read_double_array(line.near(), whole.data(), count));
-    EXPECT_EQ(one_by_one, values);
-    EXPECT_EQ(whole, values);
-    EXPECT_EQ(fills(trace.text()), expected_fills);
+    EXPECT_EQ(fills_of[0], fills_of[1]);
   }
 }
 

@@ -1,21 +1,16 @@
 #include "wire/buffer.h"
 
-#include <gtest/gtest.h>
 #include <sys/time.h>
 
-#include <csignal>
-#include <numeric>
-#include <thread>
-
 #include "server/wire.h"
-#include "support/bytes.h"
+#include "support/test.h"
 #include "wire/arrays.h"
 #include "wire/values.h"
 
 namespace qrd::test {
 namespace {
 
-using texts = std::vector<std::string>;
+using texts = strings;
 
 texts write_all(wire& line, const std::vector<std::int32_t>& values) {
   for (std::int32_t value : values) EXPECT_NE(_qrd_write_int(line.near(), &value), 0);
@@ -31,8 +26,8 @@ TEST(write, a_full_buffer_is_sent_at_once) {
   texts sent = write_all(line, {255});
   ASSERT_EQ(sent.size(), 1U);
   EXPECT_EQ(sent[0].size(), 1024U);
-  EXPECT_EQ(sent[0].substr(0, 8), bytes().i32(0, 1).str());
-  EXPECT_EQ(sent[0].substr(1020), bytes().i32(255).str());
+  EXPECT_EQ(sent[0].substr(0, 8), bytes().i32(0, 1));
+  EXPECT_EQ(sent[0].substr(1020), bytes().i32(255));
   EXPECT_EQ(line.all_sends(), texts{});
 }
 
@@ -53,7 +48,7 @@ TEST(write, a_double_straddles_two_sends_and_a_long_does_not) {
   sent = line.all_sends();
   ASSERT_EQ(sent.size(), 2U);
   EXPECT_EQ(sent[0].size(), 1020U);
-  EXPECT_EQ(sent[1], bytes().i64(5).str());
+  EXPECT_EQ(sent[1], bytes().i64(5));
 }
 
 TEST(write, a_large_block_goes_out_in_full_buffers) {
@@ -95,7 +90,7 @@ TEST(write, a_closed_peer_is_a_failure_and_the_bytes_are_dropped) {
 
 TEST(read, an_end_in_the_middle_of_a_value_fails) {
   wire line(SOCK_STREAM);
-  line.arrive(bytes().i32(1).raw("\1\2").str());
+  line.arrive(bytes().i32(1).raw("\1\2"));
   line.hang_up();
   std::int32_t number = 0;
   EXPECT_TRUE(_qrd_read_int(line.near(), &number));
@@ -108,14 +103,11 @@ TEST(read, an_end_in_the_middle_of_a_value_fails) {
 // Clients of one process share the buffer of both directions: an answer overwrites what came too early.
 TEST(buffer, an_answer_overwrites_unread_bytes) {
   wire line;
-  line.arrive(bytes().i32(1, 2, 3).str());
-  std::int32_t number = 0;
-  ASSERT_TRUE(_qrd_read_int(line.near(), &number));
+  line.arrive(bytes().i32(1, 2, 3));
+  EXPECT_EQ(line.next_int(), 1);
   write_all(line, {10, 20});
-  ASSERT_TRUE(_qrd_read_int(line.near(), &number));
-  EXPECT_EQ(number, 20);
-  ASSERT_TRUE(_qrd_read_int(line.near(), &number));
-  EXPECT_EQ(number, 3);
+  EXPECT_EQ(line.next_int(), 20);
+  EXPECT_EQ(line.next_int(), 3);
 }
 
 // A signal that cuts a send short must not cut the data short.
@@ -151,7 +143,7 @@ TEST(write, signals_lose_no_bytes) {
   reader.join();
 
   bytes expected;
-  for (double value : values) expected.f64(value);
+  expected.f64(values);
   EXPECT_TRUE(received == expected.str()) << received.size();
 }
 

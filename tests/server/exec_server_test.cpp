@@ -1,24 +1,13 @@
 #include "wire/exec_server.h"
 
-#include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
-
 #include "server/wire.h"
-#include "support/bytes.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 // Starting children makes the system dispose of them; the tests wait for theirs.
-class exec_server_calls : public testing::Test {
- protected:
+struct exec_server_calls : testing::Test {
   ~exec_server_calls() override { std::signal(SIGCHLD, SIG_DFL); }
 
   std::string script(const std::string& text) const {
@@ -62,15 +51,14 @@ TEST_F(exec_server_calls, a_path_takes_the_first_place) {
   child_watch child;
   EXPECT_GT(_qrd_exec_server(program.c_str(), arguments, &child), 0);
   EXPECT_TRUE(ends(child));
-  EXPECT_NE(trace.text().find("command line: \"" + program + "\" argument\n"), std::string::npos);
+  EXPECT_HAS(trace.text(), "command line: \"" + program + "\" argument\n");
 }
 
 TEST_F(exec_server_calls, reports_a_program_that_is_not_there) {
   captured_errors errors;
   const char* arguments[] = {"/nowhere/program", nullptr};
   EXPECT_EQ(_qrd_exec_server(nullptr, arguments), -1);
-  EXPECT_EQ(captured_errors::texts(),
-            std::vector<std::string>{"_qrd_exec_server: No such file or directory"});
+  EXPECT_EQ(captured_errors::texts(), strings{"_qrd_exec_server: No such file or directory"});
 }
 
 TEST_F(exec_server_calls, leaves_no_zombie_of_any_child) {

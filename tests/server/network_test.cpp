@@ -1,15 +1,11 @@
 #include "wire/network.h"
 
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
 
-#include <cerrno>
 #include <deque>
 
 #include "server/wire.h"
-#include "support/bytes.h"
 #include "support/server_process.h"
-#include "wire/buffer.h"
 #include "wire/values.h"
 
 namespace {
@@ -52,7 +48,7 @@ TEST(wait_connect, a_connections_error_is_not_the_listeners) {
 
 TEST(wait_connect, a_new_connection_finds_an_empty_buffer) {
   wire before;
-  before.arrive(bytes().i32(1, 2).str());
+  before.arrive(bytes().i32(1, 2));
   std::int32_t word = 0;
   ASSERT_TRUE(_qrd_read_int(before.near(), &word));
   ASSERT_TRUE(_qrd_write_int(before.near(), &word));
@@ -62,11 +58,11 @@ TEST(wait_connect, a_new_connection_finds_an_empty_buffer) {
   ASSERT_EQ(_qrd_listen_port(&port, 1, listening.address(), listen_for::own_children), 0);
   raw_connection client = raw_connection::to_port(port);
   ASSERT_EQ(_qrd_wait_connect(listening.get(), accepted.address(), 1, 0), 0);
-  client.send(bytes().i32(3).str());
+  client.send(bytes().i32(3));
   ASSERT_TRUE(_qrd_read_int(accepted.get(), &word));
   EXPECT_EQ(word, 3);
   ASSERT_TRUE(_qrd_write_int(accepted.get(), &word) && _qrd_flush_write(accepted.get()));
-  EXPECT_EQ(client.receive(4), bytes().i32(3).str());
+  EXPECT_EQ(client.receive(4), bytes().i32(3));
 }
 
 }  // namespace

@@ -1,41 +1,19 @@
 // Servers that give each connection a process, on the one port that everybody knows; and the limits of
 // sessions.
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <set>
-
-#include "support/bytes.h"
 #include "support/children.h"
 #include "support/connections.h"
 #include "support/database.h"
-#include "support/programs.h"
-#include "support/server_process.h"
+#include "support/packets.h"
 
 namespace qrd::test {
 namespace {
 
-using namespace std::chrono_literals;
-using clock = std::chrono::steady_clock;
-namespace fs = std::filesystem;
-
-const std::string goodbye = bytes().text("CBYE BYE").str();
-const std::string arch = bytes().text("CARCH").i32(1).str();
-const std::string arch_answer = bytes().text("SARCH").i32(1).str();
-const std::string new_session = bytes().text("CNEWSESS").str();
-
 server_settings one_port(std::map<std::string, std::string> environment = {}) {
   environment["QRD_LISTEN_ADDRESS"] = "127.0.0.1";
   return {.arguments = {"-multi", "-oneport"}, .environment = std::move(environment)};
-}
-
-void expect_service(raw_connection& client) {
-  EXPECT_EQ(client.exchange(arch, arch_answer.size()), arch_answer);
 }
 
 bool has_children(const server_process& parent, std::size_t count) {
@@ -65,17 +43,17 @@ TEST(one_port, gives_each_connection_a_process) {
   for (std::size_t i = 0; i < count; ++i) clients.push_back(parent.connect());
   for (raw_connection& client : clients) {
     expect_service(client);
-    EXPECT_EQ(client.exchange(new_session, 12), bytes().text("SNOSESS").str());
+    expect_answer(client, new_session, bytes("SNOSESS"));
   }
   const std::vector<pid_t> children = children_of(parent.pid());
   ASSERT_EQ(children.size(), count);
   EXPECT_EQ(listening_sockets(parent.pid()).size(), 1U);
   for (const pid_t child : children) {
     EXPECT_TRUE(listening_sockets(child).empty());
-    EXPECT_EQ(open_files_of(child), std::vector<std::string>{"socket"}) << "its client's alone";
+    EXPECT_EQ(open_files_of(child), strings{"socket"}) << "its client's alone";
     EXPECT_EQ(getsid(child), child);
   }
-  EXPECT_EQ(open_files_of(parent.pid()), (std::vector<std::string>{"socket", "anon_inode", "anon_inode"}));
+  EXPECT_EQ(open_files_of(parent.pid()), (strings{"socket", "anon_inode", "anon_inode"}));
 
   // They end in all ways; the parent has spoken with nobody and goes on.
   for (std::size_t i = 0; i + 1 < count; ++i) {
@@ -138,14 +116,14 @@ TEST(one_port, tells_who_was_there) {
   const pid_t session = children_of(parent.pid()).at(0);
   kill(session, SIGKILL);
   ASSERT_TRUE(has_children(parent, 0));
-  EXPECT_NE(parent.errors().find(" was ended by signal 9.\n"), std::string::npos) << parent.errors();
+  EXPECT_HAS(parent.errors(), " was ended by signal 9.\n");
   EXPECT_EQ(parent.output(), std::string(server_program) + " 15.03 (2015.3)\n");
 
   server_settings settings = one_port();
   settings.arguments.emplace_back("-quiet");
   server_process quiet(settings);
   raw_connection last = quiet.connect();
-  EXPECT_EQ(last.exchange(goodbye, 12), bytes().text("SBYE BYE").str());
+  expect_goodbye(last);
   ASSERT_TRUE(has_children(quiet, 0));
   EXPECT_EQ(quiet.errors(), "");
 }
@@ -200,22 +178,16 @@ raw_connection connect_from(const char* address_text, std::uint16_t port) {
 std::optional<raw_connection> session_of(const server_process& parent, const char* address) {
   raw_connection client = connect_from(address, parent.port());
   client.send(new_session);
-  const std::string answer = [&] {
-    try {
-      return client.receive(12);
-    } catch (const std::exception&) {
-      return std::string();
-    }
-  }();
-  if (answer == bytes().text("SNOSESS").str()) return client;
-  if (answer.empty()) return std::nullopt;
-  const std::string port = client.receive(4);
-  return connect_from(address, static_cast<std::uint16_t>(static_cast<unsigned char>(port[2]) << 8 |
-                                                          static_cast<unsigned char>(port[3])));
+  try {
+    if (client.receive(12) == bytes("SNOSESS").str()) return client;
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+  return connect_from(address, port_of(client.receive(4)));
 }
 
 TEST(limits, of_the_number_of_sessions_close_a_connection_at_once) {
-  for (const std::vector<std::string>& way : {std::vector<std::string>{"-multi", "-oneport"}, {"-multi"}}) {
+  for (const strings& way : {strings{"-multi", "-oneport"}, {"-multi"}}) {
     server_settings settings = {.arguments = way, .environment = {{"QRD_MAX_SESSIONS", "2"}}};
     server_process parent(settings);
     std::optional<raw_connection> first = session_of(parent, "127.0.0.1");
@@ -223,7 +195,7 @@ TEST(limits, of_the_number_of_sessions_close_a_connection_at_once) {
     ASSERT_TRUE(first && second);
     expect_service(*first);
     EXPECT_FALSE(session_of(parent, "127.0.0.3"));
-    EXPECT_NE(parent.output().find(": QRD_MAX_SESSIONS is 2.\n"), std::string::npos) << parent.output();
+    EXPECT_HAS(parent.output(), ": QRD_MAX_SESSIONS is 2.\n");
     first->close();
     ASSERT_TRUE(has_children(parent, 1));
     std::optional<raw_connection> third = session_of(parent, "127.0.0.1");
@@ -235,8 +207,8 @@ TEST(limits, of_the_number_of_sessions_close_a_connection_at_once) {
     const std::optional<raw_connection> one = session_of(other, "127.0.0.1");
     EXPECT_FALSE(session_of(other, "127.0.0.1"));
     EXPECT_TRUE(session_of(other, "127.0.0.2"));
-    EXPECT_NE(other.output().find("No session for 127.0.0.1:"), std::string::npos) << other.output();
-    EXPECT_NE(other.output().find(": QRD_MAX_SESSIONS_PER_ADDRESS is 1.\n"), std::string::npos);
+    EXPECT_HAS(other.output(), "No session for 127.0.0.1:");
+    EXPECT_HAS(other.output(), ": QRD_MAX_SESSIONS_PER_ADDRESS is 1.\n");
   }
 }
 
@@ -244,13 +216,9 @@ TEST(limits, of_silence_end_a_session_in_good_order) {
   const database copy;
   // Says what it has to say; returns when it is waited for.
   const auto open_study = [&](raw_connection& client) {
-    client.exchange(bytes().text("CHELLO").text("").i32(1300030).str(), 16);
-    client.exchange(bytes().text("CQRDDATA").text(copy.root().string()).str(), 8);
-    client.exchange(bytes().text("CSTUDYSET").text("Holes").str(), 12);
-  };
-  const std::pair<const char*, std::function<void(raw_connection&)>> silences[] = {
-      {"between requests", [](raw_connection&) {}},
-      {"in a request", [](raw_connection& client) { client.send("abc"); }},
+    client.exchange(bytes("CHELLO").text("").i32(1300030).str(), 16);
+    client.exchange(bytes("CQRDDATA").text(copy.root().string()).str(), 8);
+    client.exchange(bytes("CSTUDYSET").text("Holes").str(), 12);
   };
   const auto lock_count = [&] {
     std::size_t count = 0;
@@ -260,8 +228,8 @@ TEST(limits, of_silence_end_a_session_in_good_order) {
   server_settings settings = one_port({{"QRD_IDLE_TIMEOUT", "1"}});
   settings.arguments.emplace_back("-quiet");
   server_process parent(settings);
-  for (const auto& [name, fall_silent] : silences) {
-    SCOPED_TRACE(name);
+  for (const char* begun : {"", "abc"}) {
+    SCOPED_TRACE(*begun == '\0' ? "between requests" : "in a request");
     raw_connection client = parent.connect();
     open_study(client);
     EXPECT_EQ(lock_count(), 1U);
@@ -272,12 +240,12 @@ TEST(limits, of_silence_end_a_session_in_good_order) {
     }
     EXPECT_EQ(client.receive(arch_answer.size()), arch_answer);
     const std::size_t told = parent.errors().size();
-    fall_silent(client);
+    client.send(begun);
     ASSERT_TRUE(has_children(parent, 0));
     EXPECT_EQ(lock_count(), 0U);
     const std::string line = parent.errors().substr(told);
     EXPECT_TRUE(line.starts_with("Session ") && line.find(" of 127.0.0.1:") != std::string::npos) << line;
-    EXPECT_NE(line.find(": silent for 1 s; "), std::string::npos) << line;
+    EXPECT_HAS(line, ": silent for 1 s; ") << line;
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
   }
 
@@ -287,21 +255,19 @@ TEST(limits, of_silence_end_a_session_in_good_order) {
   setsockopt(pair.far, SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
   pipe_pair pipes;
   fcntl(pipes.answers[1], F_SETPIPE_SZ, 4096);
-  server_settings inherited = {.arguments = {"-inetd"},
-                               .environment = {{"QRD_IDLE_TIMEOUT", "1"}},
-                               .controlled = false,
-                               .streams = {pair.far, -1, -1}};
+  server_settings inherited = started_on(pair.far);
+  inherited.environment = {{"QRD_IDLE_TIMEOUT", "1"}};
   server_process on_pair(inherited);
   inherited.streams = {pipes.requests[0], pipes.answers[1], -1};
   server_process on_pipes(inherited);
   raw_connection clients[] = {pair.take_near(), pipes.take_near()};
   for (int i = 0; i < 4; ++i, std::this_thread::sleep_for(50ms))
-    for (raw_connection& client : clients) client.send(bytes().text("CSUPREQ").str());
+    for (raw_connection& client : clients) client.send(bytes("CSUPREQ").str());
   EXPECT_EQ(on_pair.wait(5s), 1);
   EXPECT_EQ(on_pipes.wait(5s), 1);
-  EXPECT_NE(on_pair.errors().find(": silent for 1 s; "), std::string::npos) << on_pair.errors();
-  EXPECT_NE(on_pipes.errors().find(" of a client behind pipes ends "), std::string::npos);
-  EXPECT_NE(on_pipes.errors().find(": silent for 1 s; "), std::string::npos) << on_pipes.errors();
+  EXPECT_HAS(on_pair.errors(), ": silent for 1 s; ") << on_pair.errors();
+  EXPECT_HAS(on_pipes.errors(), " of a client behind pipes ends ");
+  EXPECT_HAS(on_pipes.errors(), ": silent for 1 s; ") << on_pipes.errors();
 
   server_process multi(
       {.arguments = {"-multi"}, .environment = {{"QRD_IDLE_TIMEOUT", "1"}, {"QRD_CONNECT_TIMEOUT", "1"}}});
@@ -309,12 +275,12 @@ TEST(limits, of_silence_end_a_session_in_good_order) {
   ASSERT_TRUE(session);
   expect_service(*session);
   ASSERT_TRUE(has_children(multi, 0));
-  EXPECT_NE(multi.output().find(": silent for 1 s; "), std::string::npos) << multi.output();
+  EXPECT_HAS(multi.output(), ": silent for 1 s; ") << multi.output();
   // One that never comes.
   raw_connection asking = multi.connect();
   asking.exchange(new_session, 16);
   ASSERT_TRUE(has_children(multi, 0));
-  EXPECT_NE(multi.output().find("ends: its client has not come within 1 s.\n"), std::string::npos);
+  EXPECT_HAS(multi.output(), "ends: its client has not come within 1 s.\n");
   // The parent itself waits as it always did.
   EXPECT_TRUE(multi.is_running());
 }

@@ -1,11 +1,7 @@
 // The command line, the banner and the trace of the start, of the real program.
-#include <gtest/gtest.h>
-
 #include <ctime>
 
 #include "server/trace_text.h"
-#include "support/bytes.h"
-#include "support/programs.h"
 #include "support/server_process.h"
 
 namespace qrd::test {
@@ -31,7 +27,7 @@ const std::string start_failed =
     "QRDserver ERROR: Cannot initialize server.\n";
 
 struct option_case {
-  std::vector<std::string> arguments;
+  strings arguments;
   int status;
   std::string output;  // behind the banner
   std::string errors;
@@ -76,7 +72,7 @@ std::string between(const std::string& text, const std::string& before, const st
 
 TEST(options, ports_are_sixteen_bits) {
   struct {
-    std::vector<std::string> arguments;
+    strings arguments;
     std::string address_and_port;
   } const cases[] = {{{}, "5500"},
                      {{"-port", "0"}, "5500"},
@@ -98,9 +94,8 @@ TEST(options, ports_are_sixteen_bits) {
 
 TEST(start_trace, tells_the_arguments) {
   temporary_directory directory;
-  server_run run = run_server(
-      {.arguments = {"-port", "12", "-debug", "other", "-help", "-multi"},
-       .environment = {{"QRD_SERVER_TRACE", "1"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}}});
+  server_run run = run_server({.arguments = {"-port", "12", "-debug", "other", "-help", "-multi"},
+                               .environment = traced("1", directory / "trace")});
   char date[30];
   std::time_t now = std::time(nullptr);
   std::strftime(date, sizeof date, "%b %d %Y", std::localtime(&now));
@@ -110,16 +105,14 @@ TEST(start_trace, tells_the_arguments) {
                 "Function server_debug_mode(1)\n  Debug: Setting debug mode to on.\nFunction returned\n"
                 "  other\n  -help\n");
   EXPECT_TRUE(run.output.starts_with(banner + std::string(79, '-') + "\nQRDserver DEBUG(")) << run.output;
-  EXPECT_NE(run.output.find("): Setting debug mode to on.\nUsage:"), std::string::npos) << run.output;
+  EXPECT_HAS(run.output, "): Setting debug mode to on.\nUsage:");
 }
 
 TEST(start_trace, needs_a_number_above_zero) {
   temporary_directory directory;
   for (const char* level : {"0", "-1", "yes", ""}) {
-    run_server(
-        {.arguments = {"-help"},
-         .environment = {{"QRD_SERVER_TRACE", level}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}}});
-    EXPECT_FALSE(std::filesystem::exists(directory / "trace")) << level;
+    run_server({.arguments = {"-help"}, .environment = traced(level, directory / "trace")});
+    EXPECT_FALSE(fs::exists(directory / "trace")) << level;
   }
 }
 
@@ -130,12 +123,11 @@ TEST(start_trace, default_file_is_one_per_process_and_no_link) {
   server_process server({.arguments = {"-help"}, .environment = environment, .controlled = false});
   EXPECT_EQ(server.wait(), 0);
   std::string name = directory / ("QRDserver_trace_" + std::to_string(server.pid()) + ".txt");
-  EXPECT_NE(read_file(name).find("Tracing QRDserver. Level 5. Date "), std::string::npos);
+  EXPECT_HAS(read_file(name), "Tracing QRDserver. Level 5. Date ");
 
   // A name that can't be opened leaves tracing off, and nothing is said.
-  server_run run = run_server(
-      {.arguments = {"-help"},
-       .environment = {{"QRD_SERVER_TRACE", "5"}, {"QRD_SERVER_TRACE_FILE", directory / "missing/trace"}}});
+  server_run run =
+      run_server({.arguments = {"-help"}, .environment = traced("5", directory / "missing/trace")});
   EXPECT_EQ(run.output, banner + help);
   EXPECT_EQ(run.errors, "");
 }

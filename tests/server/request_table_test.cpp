@@ -1,24 +1,12 @@
 // Every handler reads and answers what its row of the request table says.
 #include "wire/request_table.h"
 
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-
-#include <cctype>
-#include <cstdlib>
-#include <filesystem>
-#include <set>
-
 #include "fuzz/database.h"
 #include "fuzz/targets.h"
 #include "server/wire.h"
-#include "support/console.h"
 #include "support/layout.h"
 #include "support/open_study.h"
 #include "support/programs.h"
-#include "wire/buffer.h"
-#include "wire/client_versions.h"
-#include "wire/connection.h"
 #include "wire/values.h"
 
 namespace qrd::test {
@@ -27,13 +15,13 @@ namespace {
 // A row of texts off the front of a packet: its name, and what follows.
 std::pair<std::string, std::string> parts_of(const std::string& packet) {
   const auto size = static_cast<std::size_t>(static_cast<unsigned char>(packet.at(3)));
-  return {packet.substr(4, size), packet.substr(bytes().text(packet.substr(4, size)).str().size())};
+  return {packet.substr(4, size), packet.substr(bytes(packet.substr(4, size)).str().size())};
 }
 
 // The values that a trace shows as read; of a text its first line.
-std::vector<std::string> read_values(const std::string& trace) {
+strings read_values(const std::string& trace) {
   constexpr std::string_view word = "Read ";
-  std::vector<std::string> found;
+  strings found;
   for (std::size_t at = 0; at < trace.size();) {
     const std::size_t end = std::min(trace.find('\n', at), trace.size());
     const std::size_t text = trace.find_first_not_of(' ', at);
@@ -44,7 +32,7 @@ std::vector<std::string> read_values(const std::string& trace) {
   return found;
 }
 
-std::vector<std::string> first_lines(std::vector<std::string> values) {
+strings first_lines(strings values) {
   for (std::string& value : values) value.resize(std::min(value.find('\n'), value.size()));
   return values;
 }
@@ -62,8 +50,7 @@ std::string readable(std::string_view packet) {
   return text;
 }
 
-class request_table_rows : public open_study {
- protected:
+struct request_table_rows : open_study {
   struct exchange {
     std::string reply, trace;
   };
@@ -89,7 +76,7 @@ class request_table_rows : public open_study {
     else
       EXPECT_EQ(read_values(trace), first_lines(*sent)) << readable(reply);
     // Nothing was left over, neither of the arguments nor of the answer.
-    EXPECT_EQ(client_.ask("CARCH", bytes().i32(1).str()), bytes().text("SARCH").i32(1).str());
+    expect_answer("CARCH", bytes().i32(1), bytes("SARCH").i32(1));
     if (answer.empty() || answer == "SERROR") return false;
     const bool is_other = row.other_answer != nullptr && answer == row.other_answer;
     EXPECT_EQ(answer, is_other ? row.other_answer : row.answer);
@@ -100,7 +87,7 @@ class request_table_rows : public open_study {
   // A points file with a text, and with a selection that is the current variable.
   void choose_variable() {
     make_points("P", 3);
-    expect_done("CVARCNEW", bytes().text("T").i32(5));
+    expect_done("CVARCNEW", bytes("T").i32(5));
     select_samples("V", {1, 0, 1});
   }
 
@@ -175,10 +162,10 @@ TEST(protocol_document, tells_what_each_request_does) {
 // What the fuzzers ask makes a whole database, and asks for all of it in many ways.
 TEST_F(request_table_rows, hold_for_a_whole_database) {
   const std::string root = root_ / "more";
-  std::filesystem::create_directory(root);
+  fs::create_directory(root);
   write_file(root + "/study_names.def", "root_unix      =\nroot_windows   =\n");
   std::set<std::string> served;
-  const auto talk = [&](const std::vector<std::string>& conversation) {
+  const auto talk = [&](const strings& conversation) {
     for (const std::string& packet : conversation) {
       SCOPED_TRACE(readable(packet));
       const auto [name, arguments] = parts_of(packet);
@@ -186,13 +173,11 @@ TEST_F(request_table_rows, hold_for_a_whole_database) {
     }
   };
   for (const auto& group : fuzz::building_requests(root)) talk(group);
-  const auto named = [](const char* request, const char* name) {
-    return bytes().text(request).text(name).str();
-  };
-  talk({bytes().text("CSUPREQ").str(), bytes().text("CNEWSESS").str(), bytes().text("CBYE BYE").str(),
-        named("CDISTUSET", "ft"), bytes().text("CUNITCR").text("m").text("km").text("ft").str(),
-        named("CFILEXIST", "points"), named("CVARXIST", "f64"),
-        bytes().text("CPALWRIT").text("other").i32(1, 1, 2, 3).str(), named("CPALDEL", "other")});
+  const auto named = [](const char* request, const char* name) { return bytes(request).text(name).str(); };
+  talk({bytes("CSUPREQ").str(), bytes("CNEWSESS").str(), bytes("CBYE BYE").str(), named("CDISTUSET", "ft"),
+        bytes("CUNITCR").text("m").text("km").text("ft").str(), named("CFILEXIST", "points"),
+        named("CVARXIST", "f64"), bytes("CPALWRIT").text("other").i32(1, 1, 2, 3).str(),
+        named("CPALDEL", "other")});
   // From the objects up to the studies: most conversations delete what they are about.
   const std::vector<fuzz::format> formats = fuzz::formats(root);
   for (auto each = formats.rbegin(); each != formats.rend(); ++each) talk(each->requests);

@@ -1,31 +1,20 @@
 // SIGTERM and SIGINT end the server from every state: status 1 within two seconds, no lock left.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <csignal>
-#include <functional>
 #include <list>
-#include <thread>
 
 #include "server/wire.h"
-#include "support/bytes.h"
-#include "support/server_process.h"
+#include "support/packets.h"
 #include "util/qu_critical.h"
-#include "wire/buffer.h"
 #include "wire/signals.h"
 #include "wire/values.h"
 
 namespace qrd::test {
 namespace {
 
-using namespace std::chrono_literals;
-using clock = std::chrono::steady_clock;
-
 struct state {
   const char* name;
-  // Brings the server there; the connection is kept open.
-  std::function<void(server_process&, raw_connection&)> reach;
-  std::vector<std::string> arguments = {};
+  // Brings the server there over a connection that is kept open.
+  std::function<void(raw_connection&)> reach;
+  strings arguments = {};
 };
 
 void expect_end(server_process& server, int signal) {
@@ -37,29 +26,13 @@ void expect_end(server_process& server, int signal) {
 
 TEST(signals, end_from_every_state) {
   const state states[] = {
-      {"waiting for a client", [](server_process&, raw_connection&) {}},
-      {"waiting for a request", [](server_process& s, raw_connection& c) { c = s.connect(); }},
-      {"in a packet",
-       [](server_process& s, raw_connection& c) {
-         c = s.connect();
-         c.send(bytes().text("CARCH").raw("\1\2").str());
-       }},
-      {"after an unknown request",
-       [](server_process& s, raw_connection& c) {
-         c = s.connect();
-         c.send(bytes().text("CNOTHING").str());
-       }},
-      {"closing",
-       [](server_process& s, raw_connection& c) {
-         c = s.connect();
-         c.exchange(bytes().text("CBYE BYE").str(), 12);
-       }},
+      {"waiting for a client", nullptr},
+      {"waiting for a request", [](raw_connection&) {}},
+      {"in a packet", [](raw_connection& c) { c.send(bytes("CARCH").raw("\1\2")); }},
+      {"after an unknown request", [](raw_connection& c) { c.send(bytes("CNOTHING")); }},
+      {"closing", expect_goodbye},
       {"waiting for the next client",
-       [](server_process& s, raw_connection& c) {
-         c = s.connect();
-         c.exchange(bytes().text("CBYE BYE").str(), 12);
-         c.receive_rest();
-       },
+       [](raw_connection& c) { expect_goodbye(c), c.receive_rest(); },
        {"-multi"}},
   };
   struct reached {
@@ -71,7 +44,8 @@ TEST(signals, end_from_every_state) {
   for (int signal : {SIGTERM, SIGINT}) {
     std::list<reached> all;
     for (const state& at : states) all.emplace_back(at);
-    for (reached& one : all) one.at.reach(one.server, one.client);
+    for (reached& one : all)
+      if (one.at.reach) one.at.reach(one.client = one.server.connect());
     std::this_thread::sleep_for(50ms);
     auto start = clock::now();
     for (reached& one : all) one.server.send_signal(signal);
@@ -99,9 +73,7 @@ TEST(signals, end_at_any_moment_of_the_start) {
 TEST(signals, end_where_the_process_cannot_leave_in_good_order) {
   temporary_directory directory;
   ASSERT_EQ(mkfifo((directory / "trace").c_str(), 0600), 0);
-  server_process server(
-      {.environment = {{"QRD_SERVER_TRACE", "1"}, {"QRD_SERVER_TRACE_FILE", directory / "trace"}},
-       .controlled = false});
+  server_process server({.environment = traced("1", directory / "trace"), .controlled = false});
   std::this_thread::sleep_for(200ms);
   ASSERT_TRUE(server.is_running()) << "it waits for a reader of the pipe";
   expect_end(server, SIGTERM);
@@ -159,8 +131,8 @@ TEST(signals, let_a_critical_step_finish) {
   EXPECT_EXIT(be_busy(10s, 0s), testing::ExitedWithCode(1), "^$") << "a step that hangs is cut";
 }
 
-bool has_lock(const std::filesystem::path& root) {
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+bool has_lock(const fs::path& root) {
+  for (const auto& entry : fs::recursive_directory_iterator(root))
     if (entry.path().filename() == "LOCK") return true;
   return false;
 }
@@ -170,7 +142,7 @@ TEST(signals, remove_the_lock) {
     temporary_directory home;
     server_process server({.environment = {{"XDG_DATA_HOME", home.path().string()}}});
     raw_connection client = server.connect();
-    ASSERT_EQ(client.exchange(bytes().text("CQRDDATA").text("").str(), 8), bytes().text("SOK").str());
+    ASSERT_EQ(client.exchange(bytes("CQRDDATA").text(""), 8), bytes("SOK"));
     ASSERT_TRUE(has_lock(home.path()));
     expect_end(server, signal);
     EXPECT_FALSE(has_lock(home.path()));

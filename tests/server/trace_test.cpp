@@ -1,19 +1,11 @@
 #include "wire/trace.h"
-#include "wire/debug.h"
-#include "wire/messages.h"
 
-#include <gtest/gtest.h>
 #include <netdb.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <functional>
-
 #include "server/wire.h"
-#include "support/bytes.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
+#include "wire/debug.h"
+#include "wire/messages.h"
 #include "wire/socket_errors.h"
 
 namespace qrd::test {
@@ -62,7 +54,7 @@ TEST(trace, an_exit_too_many_is_told) {
   _qrd_trace_init();
   const bool is_traced = tracing.level != 0 || read_file(path).find("Tracing") != std::string::npos;
   if (tracing.file != nullptr) std::fclose(tracing.file);
-  std::filesystem::remove_all(directory.path());
+  fs::remove_all(directory.path());
   std::_Exit(is_traced ? 7 : 0);
 }
 
@@ -74,7 +66,7 @@ TEST(trace, the_default_file_is_an_own_one) {
               testing::ExitedWithCode(7), "");
   EXPECT_EXIT(trace_over([](const std::string& path) {
                 write_file(path + "x", "");
-                std::filesystem::create_symlink(path + "x", path);
+                fs::create_symlink(path + "x", path);
               }),
               testing::ExitedWithCode(0), "");
   if (geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
@@ -96,10 +88,10 @@ TEST(errors, go_to_the_sink_and_the_trace) {
   errno = EPIPE;
   _qrd_error_socket("send");
   EXPECT_EQ(captured_errors::texts(),
-            (std::vector<std::string>{"bad 100%d", "open: No such file or directory",
-                                      "connect 5\nWinsock error: No connection could be made because the "
-                                      "target machine actively refused it",
-                                      "send\nWinsock error: No error"}));
+            (strings{"bad 100%d", "open: No such file or directory",
+                     "connect 5\nWinsock error: No connection could be made because the "
+                     "target machine actively refused it",
+                     "send\nWinsock error: No error"}));
   EXPECT_TRUE(trace.text().starts_with(
       "Error: bad 100%d\nError: open: No such file or directory\nError: connect 5\n"))
       << trace.text();

@@ -1,21 +1,14 @@
 #include "wire/values.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <thread>
-
 #include "server/wire.h"
-#include "support/bytes.h"
-#include "util/qu_constants.h"
+#include "support/test.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
-#include "wire/buffer.h"
 
 namespace qrd::test {
 namespace {
 
-using texts = std::vector<std::string>;
+using texts = strings;
 
 int write_text(wire& line, const char* text, std::uint32_t limit) {
   return _qrd_write_string(line.near(), &text, limit);
@@ -32,41 +25,26 @@ TEST(write, each_type_has_its_bytes) {
               _qrd_write_double(line.near(), &value) && _qrd_write_double(line.near(), &missing_double) &&
               write_text(line, "CHELLO", 10) && write_text(line, "", 1) && write_text(line, "abcd", 5) &&
               _qrd_write_bytes(line.near(), "xyz", 3));
-  EXPECT_EQ(line.all_sends(), texts{bytes()
-                                        .raw("\xFF\xFF\xFF\xFE")
-                                        .i32(0, 1)
-                                        .raw("\1\2\3\4\5\6\7\10")
-                                        .raw(std::string_view("\xBF\xF8\0\0\0\0\0\0", 8))
-                                        .raw("\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC")
-                                        .raw(std::string_view("\0\0\0\6CHELLO\0\0", 12))
-                                        .i32(0, 4)
-                                        .raw("abcdxyz")
-                                        .str()});
+  bytes expected = bytes().raw("\xFF\xFF\xFF\xFE").i32(0, 1).raw("\1\2\3\4\5\6\7\10");
+  expected.raw({"\xBF\xF8\0\0\0\0\0\0", 8}).raw("\x7F\xE5\xF9\x8E\x6B\xDA\x7F\xBC");
+  expected.raw({"\0\0\0\6CHELLO\0\0", 12}).i32(0, 4).raw("abcdxyz");
+  EXPECT_EQ(line.all_sends(), texts{expected});
 }
 
 TEST(read, each_type_from_its_bytes) {
   wire line;
   connection.client_is_64bits = 1;
-  line.arrive(bytes()
-                  .i32(-2147483647 - 1, -5)
-                  .i64(std::numeric_limits<std::int64_t>::min())
-                  .f64(6.25)
-                  .text("")
-                  .text("abcde")
-                  .raw("xyz")
-                  .str());
-  std::int32_t number = 0, second = 0;
+  line.arrive(bytes().i32(-2147483647 - 1, -5).i64(INT64_MIN).f64(6.25).text("").text("abcde").raw("xyz"));
   std::int64_t large = 0;
   double value = 0;
   request_text empty, text;
   char raw[3];
-  ASSERT_TRUE(_qrd_read_int(line.near(), &number) && _qrd_read_int(line.near(), &second) &&
-              _qrd_read_long(line.near(), &large) && _qrd_read_double(line.near(), &value) &&
+  EXPECT_EQ(line.next_int(), INT32_MIN);
+  EXPECT_EQ(line.next_int(), -5);
+  ASSERT_TRUE(_qrd_read_long(line.near(), &large) && _qrd_read_double(line.near(), &value) &&
               _qrd_read_string(line.near(), empty.address(), 1) &&
               _qrd_read_string(line.near(), text.address(), 6) && _qrd_read_bytes(line.near(), raw, 3));
-  EXPECT_EQ(number, std::numeric_limits<std::int32_t>::min());
-  EXPECT_EQ(second, -5);
-  EXPECT_EQ(large, std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(large, INT64_MIN);
   EXPECT_EQ(value, 6.25);
   ASSERT_NE(*empty.address(), nullptr);
   EXPECT_STREQ(empty.c_str(), "");
@@ -85,7 +63,7 @@ TEST(write, long_takes_four_bytes_towards_a_small_client) {
   EXPECT_EQ(line.all_sends(), texts{std::string("\x80\0\0\0\x7F\xFF\xFF\xFF", 8)});
   EXPECT_EQ(captured_errors::texts(), texts(2, "_qrd_write_long(): Server & Client are not both 64 bits"));
 
-  line.arrive(bytes().i32(-7).i64(-7).str());
+  line.arrive(bytes().i32(-7).i64(-7));
   std::int64_t value = 0;
   ASSERT_TRUE(_qrd_read_long(line.near(), &value));
   EXPECT_EQ(value, -7);
@@ -99,24 +77,22 @@ TEST(write, long_takes_four_bytes_towards_a_small_client) {
 
 TEST(strings, limits_count_the_terminator) {
   wire line;
-  line.arrive(bytes().text("123456789").text("1234567890").str());
+  line.arrive(bytes("123456789").text("1234567890"));
   char name[11] = "";
   char* destination = name;
   EXPECT_TRUE(_qrd_read_string(line.near(), &destination, 10));
   EXPECT_STREQ(name, "123456789");
   EXPECT_FALSE(_qrd_read_string(line.near(), &destination, 10));
-  std::int32_t next = 0;
-  ASSERT_TRUE(_qrd_read_int(line.near(), &next));
-  EXPECT_EQ(next, 0x31323334) << "the characters of the refused text are still there";
+  EXPECT_EQ(line.next_int(), 0x31323334) << "the characters of the refused text are still there";
 
   EXPECT_TRUE(write_text(line, "1234567890", 11));
   EXPECT_FALSE(write_text(line, "12345678901", 11));
-  EXPECT_EQ(line.all_sends(), texts{bytes().text("1234567890").i32(11).str()});
+  EXPECT_EQ(line.all_sends(), texts{bytes("1234567890").i32(11).str()});
 }
 
 TEST(strings, minus_one_is_no_text_and_other_negatives_are_refused) {
   wire line;
-  line.arrive(bytes().i32(-1, -1, -2, -2147483647 - 1).str());
+  line.arrive(bytes().i32(-1, -1, -2, -2147483647 - 1));
   char* absent = nullptr;
   EXPECT_TRUE(_qrd_read_string(line.near(), &absent, text_limit));
   EXPECT_EQ(absent, nullptr);
@@ -135,16 +111,14 @@ TEST(strings, unlimited_ones_grow_as_they_arrive) {
     std::string expected(size, 'a');
     for (std::size_t i = 0; i < size; i += 97) expected[i] = static_cast<char>('b' + i % 20);
     std::thread client([&] {
-      std::string data = bytes().text(expected).i32(4711).str();
+      std::string data = bytes(expected).i32(4711).str();
       for (std::size_t done = 0; done < data.size();)
         done += static_cast<std::size_t>(::send(line.far(), data.data() + done, data.size() - done, 0));
     });
     request_text text;
     EXPECT_TRUE(_qrd_read_string(line.near(), text.address(), unlimited_text));
     EXPECT_TRUE(expected == text.c_str()) << size;
-    std::int32_t next = 0;
-    EXPECT_TRUE(_qrd_read_int(line.near(), &next));
-    EXPECT_EQ(next, 4711);
+    EXPECT_EQ(line.next_int(), 4711);
     client.join();
   }
 }
@@ -152,7 +126,7 @@ TEST(strings, unlimited_ones_grow_as_they_arrive) {
 TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
   wire line(SOCK_STREAM);
   connection.client_socket = line.near();
-  line.arrive(bytes().i32(-2).raw("only this").str());
+  line.arrive(bytes().i32(-2).raw("only this"));
   line.hang_up();
   char* text = nullptr;
   EXPECT_FALSE(_qrd_read_string(line.near(), &text, unlimited_text));
@@ -160,7 +134,7 @@ TEST(strings, a_huge_announcement_takes_no_memory_before_it_arrives) {
 
   wire other(SOCK_STREAM);
   connection.client_socket = other.near();
-  other.arrive(bytes().text("one").i32(-1).str());
+  other.arrive(bytes("one").i32(-1));
   other.hang_up();
   request_texts many;
   EXPECT_FALSE(many.allocate(std::numeric_limits<std::int64_t>::max() / 2)) << "no memory has so many places";
@@ -177,7 +151,7 @@ TEST(strings, an_array_of_many_texts_is_read_whole) {
   wire line(SOCK_STREAM);
   connection.client_socket = line.near();
   std::thread client([&] {
-    for (std::int64_t i = 0; i < count; ++i) line.arrive(bytes().text("text " + std::to_string(i)).str());
+    for (std::int64_t i = 0; i < count; ++i) line.arrive(bytes("text " + std::to_string(i)));
   });
   request_texts many;
   EXPECT_TRUE(many.allocate(count));

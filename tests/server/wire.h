@@ -1,26 +1,16 @@
 // A socket pair whose one end the wire operations use, and what the far end sees.
 #pragma once
 
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "server/trace_text.h"
+#include "support/test.h"
 #include "wire/buffer.h"
-#include "wire/connection.h"
 #include "wire/console.h"
-#include "wire/messages.h"
 #include "wire/trace.h"
+#include "wire/values.h"
 
 namespace qrd::test {
 
-class wire {
+class wire : unmovable {
  public:
   // With SOCK_SEQPACKET every send stays a packet of its own.
   explicit wire(int type = SOCK_SEQPACKET) {
@@ -29,8 +19,6 @@ class wire {
     _qrd_empty_read();
     _qrd_empty_write();
   }
-  wire(const wire&) = delete;
-  wire& operator=(const wire&) = delete;
   ~wire() {
     ::close(ends_[0]);
     hang_up();
@@ -46,9 +34,14 @@ class wire {
     if (::send(ends_[1], data.data(), data.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(data.size()))
       throw std::runtime_error("send");
   }
+  std::int32_t next_int() {
+    std::int32_t value = 0;
+    EXPECT_TRUE(_qrd_read_int(near(), &value));
+    return value;
+  }
   // What each send since the last call has carried.
-  std::vector<std::string> sends() {
-    std::vector<std::string> result;
+  strings sends() {
+    strings result;
     char packet[4096];
     for (;;) {
       ssize_t size = recv(ends_[1], packet, sizeof packet, MSG_DONTWAIT);
@@ -57,7 +50,7 @@ class wire {
     }
   }
   // The same, with what the write side still holds.
-  std::vector<std::string> all_sends() {
+  strings all_sends() {
     _qrd_flush_write(near());
     return sends();
   }
@@ -67,11 +60,9 @@ class wire {
 };
 
 // Traces into memory for a scope.
-class captured_trace {
+class captured_trace : unmovable {
  public:
   explicit captured_trace(int level) { tracing = {.level = level, .file = open_memstream(&text_, &size_)}; }
-  captured_trace(const captured_trace&) = delete;
-  captured_trace& operator=(const captured_trace&) = delete;
   ~captured_trace() {
     std::fclose(tracing.file);
     tracing = {};
@@ -86,17 +77,15 @@ class captured_trace {
 };
 
 // Collects what the network layer reports as errors.
-class captured_errors {
+class captured_errors : unmovable {
  public:
   captured_errors() {
     texts().clear();
     console.error_sink = [](const char* text) { texts().emplace_back(text); };
   }
-  captured_errors(const captured_errors&) = delete;
-  captured_errors& operator=(const captured_errors&) = delete;
   ~captured_errors() { console.error_sink = _qrd_print_error; }
-  static std::vector<std::string>& texts() {
-    static std::vector<std::string> collected;
+  static strings& texts() {
+    static strings collected;
     return collected;
   }
 };

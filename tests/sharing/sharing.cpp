@@ -1,15 +1,9 @@
 #include "sharing/sharing.h"
 
 #include <barrier>
-#include <chrono>
-#include <cstdlib>
-#include <memory>
-#include <thread>
 
-#include "qrd/error.h"
 #include "support/database.h"
 #include "support/program_run.h"
-#include "support/programs.h"
 
 namespace qrd::test {
 
@@ -22,20 +16,19 @@ std::chrono::duration<double> longest_case() {
 }
 
 // What to put before a program so that it runs in a process namespace of its own; empty if that can't be had.
-const std::vector<std::string>& in_own_namespace() {
-  static const std::vector<std::string> found = [] {
+const strings& in_own_namespace() {
+  static const strings found = [] {
     const std::string program = "/usr/bin/unshare";
-    if (!std::filesystem::exists(program)) return std::vector<std::string>{};
-    for (std::vector<std::string> arguments :
-         {std::vector<std::string>{"--pid", "--fork", "--kill-child"},
-          {"--user", "--map-root-user", "--pid", "--fork", "--kill-child"}}) {
-      std::vector<std::string> tried = arguments;
+    if (!fs::exists(program)) return strings{};
+    for (strings arguments : {strings{"--pid", "--fork", "--kill-child"},
+                              {"--user", "--map-root-user", "--pid", "--fork", "--kill-child"}}) {
+      strings tried = arguments;
       tried.emplace_back("/bin/true");
       if (run_program(program, tried).status != 0) continue;
       arguments.insert(arguments.begin(), program);
       return arguments;
     }
-    return std::vector<std::string>{};
+    return strings{};
   }();
   return found;
 }

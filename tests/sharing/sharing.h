@@ -4,15 +4,6 @@
 // A case lasts about a second; QRD_SHARING_SECONDS in the environment makes each last longer.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <filesystem>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "qrd/connection.h"
 #include "support/study_root.h"
 
@@ -33,8 +24,7 @@ using turn = std::function<void(visitor&)>;
 enum class process_numbers { different, equal };
 
 // A root with the studies "S", which has the directory "D", and "T".
-class sharing : public testing::Test {
- protected:
+struct sharing : testing::Test {
   struct play {
     std::vector<turn> turns;               // one for each server
     std::function<void()> before = [] {};  // each round, while nobody acts

@@ -1,18 +1,10 @@
 // What servers that share a tree may do at the same time, and what must never come of it.
 #include "sharing/sharing.h"
 
-#include <zlib.h>
-
-#include <algorithm>
-#include <numeric>
-
-#include "support/bytes.h"
 #include "support/database.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int many = 20000;
 
@@ -22,20 +14,37 @@ std::vector<double> counted(int count) {
   return values;
 }
 
-turn chosen_first(const std::function<void(client::connection&)>& choose, const turn& then) {
+using act = std::function<void(client::connection&)>;
+
+turn chosen_first(const act& choose, const turn& then) {
   return [=](visitor& self) {
     if (self.round == 0) choose(self.to);
     then(self);
   };
 }
 
+void open_study(client::connection& to) {
+  to.set_study("S");
+}
+void open_directory(client::connection& to) {
+  to.set_study("S");
+  to.set_directory("D");
+}
+act opened(const char* file, const char* variable = nullptr) {
+  return [=](client::connection& to) {
+    open_directory(to);
+    to.set_file(file);
+    if (variable != nullptr) to.set_variable(variable);
+  };
+}
+
+const std::vector<double> one_point = {1, 2}, three_points = {1, 2, 3, 10, 20, 30};
+
 // A points file "P" with the values 1, 2, 3... in "v", which lie compressed at the beginning of each round.
-class sharing_compressed : public sharing {
- protected:
+struct sharing_compressed : sharing {
   void SetUp() override {
     alone([](client::connection& to) {
-      to.set_study("S");
-      to.set_directory("D");
+      open_directory(to);
       to.new_points("P", 2, std::vector<double>(2 * many, 0.5));
       to.set_file("P");
       to.new_float_variable("v", 64, {}, "");
@@ -46,24 +55,15 @@ class sharing_compressed : public sharing {
       if (fs::exists(entry.path() / "DATAVAR") &&
           read_file((entry.path() / "DESCR").string()).starts_with(bytes().i32(1100).text("v").str()))
         plain_ = (entry.path() / "DATAVAR").string();
-    const std::string content = read_file(plain_);
-    const std::string path = root_ / "made.gz";
-    gzFile stream = gzopen(path.c_str(), "wb");
-    gzwrite(stream, content.data(), static_cast<unsigned>(content.size()));
-    gzclose(stream);
-    archive_ = read_file(path);
+    gzip_file(root_ / "made", read_file(plain_));
+    archive_ = read_file(root_ / "made.gz");
   }
   void compress() {
     write_file(plain_ + ".gz", archive_);
     fs::remove(plain_);
   }
-  static void choose(client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.set_file("P");
-    to.set_variable("v");
-  }
 
+  const act choose = opened("P", "v");
   std::string plain_, archive_;
 };
 
@@ -101,14 +101,8 @@ TEST_F(sharing_compressed, keeps_what_is_written_at_that_moment) {
 // Each append is longer than the room that is left, so that all columns move.
 TEST_F(sharing, an_append_leaves_each_column_its_values) {
   constexpr int columns = 30;
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.set_file("P");
-  };
   alone([&](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
+    open_directory(to);
     to.new_points("P", 2, std::vector<double>(2 * 300, 0.5));
     to.set_file("P");
     to.new_macro_variable("m[xxxxx]", 64, {}, "");
@@ -122,12 +116,8 @@ TEST_F(sharing, an_append_leaves_each_column_its_values) {
     }
   });
   const turn writer = chosen_first(
-      choose, [](visitor& self) { self.to.append_points(2, std::vector<double>(2 * 512, 0.5)); });
-  const turn reader = [&](visitor& self) {
-    if (self.round == 0) {
-      choose(self.to);
-      self.to.set_variable("m[xxxxx]");
-    }
+      opened("P"), [](visitor& self) { self.to.append_points(2, std::vector<double>(2 * 512, 0.5)); });
+  const turn reader = chosen_first(opened("P", "m[xxxxx]"), [](visitor& self) {
     for (int i = 0; i < 8; ++i) {
       const int index = 1 + self.pick(columns);
       self.to.set_index(index);
@@ -136,7 +126,7 @@ TEST_F(sharing, an_append_leaves_each_column_its_values) {
       attempt([&] { read = self.to.read_floats(client::sample_range{1, 300}).values; });
       EXPECT_EQ(read, std::vector<double>(300, index));
     }
-  };
+  });
   together({.turns = {writer, reader, reader}, .most_rounds = 300});
 }
 
@@ -147,7 +137,7 @@ TEST_F(sharing, a_bare_study_opened_by_two_has_the_whole_template) {
     write_file(root_ / ("Template/U_COLOR/PAL." + std::to_string(i)),
                "C" + std::to_string(i) + "\n  1   2   3\n");
   const tree_image expected = image_of(root_ / "Template/U_COLOR");
-  const turn open = [](visitor& self) { self.to.set_study("S"); };
+  const turn open = [](visitor& self) { open_study(self.to); };
   together({.turns = {open, open},
             .before =
                 [this] {
@@ -163,7 +153,7 @@ TEST_F(sharing, a_bare_study_opened_by_two_has_the_whole_template) {
 }
 
 TEST_F(sharing, old_anamorphoses_move_once) {
-  const turn open = [](visitor& self) { self.to.set_study("S"); };
+  const turn open = [](visitor& self) { open_study(self.to); };
   together({.turns = {open, open},
             .before =
                 [this] {
@@ -179,8 +169,7 @@ TEST_F(sharing, old_anamorphoses_move_once) {
 }
 
 // Each makes studies and forgets those of two rounds before.
-class sharing_studies : public sharing, public testing::WithParamInterface<process_numbers> {
- protected:
+struct sharing_studies : sharing, testing::WithParamInterface<process_numbers> {
   turn maker(const std::string& name) {
     return [this, name](visitor& self) {
       const std::string made = name + std::to_string(self.round);
@@ -197,7 +186,7 @@ TEST_P(sharing_studies, made_at_once_are_all_registered) {
                   const std::string registry = root_.registry();
                   for (const char* name : {"a", "b", "c"}) {
                     const std::string line = "=" + (name + std::to_string(rounds)) + "\n";
-                    EXPECT_NE(registry.find(line), std::string::npos) << line;
+                    EXPECT_HAS(registry, line) << line;
                   }
                   ++rounds;
                 },
@@ -207,12 +196,10 @@ TEST_P(sharing_studies, made_at_once_are_all_registered) {
 
 TEST_P(sharing_studies, directories_and_files_made_at_once_are_all_there) {
   const auto maker_of_files = [](const std::string& name) {
-    return chosen_first([](client::connection& to) { to.set_study("S"); },
-                        [name](visitor& self) {
-                          self.to.new_directory(name + std::to_string(self.round));
-                          self.to.set_directory("D");
-                          self.to.new_points(name + std::to_string(self.round), 2, std::vector<double>{1, 2});
-                        });
+    return chosen_first(open_directory, [name](visitor& self) {
+      self.to.new_directory(name + std::to_string(self.round));
+      self.to.new_points(name + std::to_string(self.round), 2, one_point);
+    });
   };
   int rounds = 0;
   together({.turns = {maker_of_files("a"), maker_of_files("b"), maker_of_files("c")},
@@ -221,9 +208,8 @@ TEST_P(sharing_studies, directories_and_files_made_at_once_are_all_there) {
             .numbers = GetParam()});
   if (IsSkipped()) return;
   alone([&](client::connection& to) {
-    to.set_study("S");
-    { EXPECT_EQ(to.directories().size(), 1U + 3U * static_cast<unsigned>(rounds)); }
-    to.set_directory("D");
+    open_directory(to);
+    EXPECT_EQ(to.directories().size(), 1U + 3U * static_cast<unsigned>(rounds));
     EXPECT_EQ(to.files().size(), 3U * static_cast<unsigned>(rounds));
   });
 }
@@ -253,10 +239,9 @@ TEST_F(sharing, no_other_study_is_open_than_the_one_that_was_set) {
   };
   const turn opener = [](visitor& self) {
     for (int i = 0; i < 10; ++i) {
-      std::vector<std::string> names;
-      if (attempt([&] { self.to.set_study("U"); }) && attempt([&] { names = self.to.directories(); })) {
-        for (const std::string& name : names) EXPECT_EQ(name, "of U");
-      }
+      strings names;
+      if (attempt([&] { self.to.set_study("U"); })) attempt([&] { names = self.to.directories(); });
+      for (const std::string& name : names) EXPECT_EQ(name, "of U");
       attempt([&] { self.to.set_study("T"); });
     }
   };
@@ -278,25 +263,23 @@ client::colour_scale scale(std::int32_t red) {
   return one;
 }
 
-int count_named(const fs::path& folder, const std::string& begin) {
-  return static_cast<int>(std::count_if(fs::directory_iterator(folder), {}, [&](const auto& entry) {
-    return entry.path().filename().string().starts_with(begin);
-  }));
+auto count_named(const std::string& folder, const std::string& begin) {
+  const strings names = names_in(folder);
+  return std::count_if(names.begin(), names.end(), [&](const auto& name) { return name.starts_with(begin); });
 }
 
 // One of two writes again and again what the other writes too; a third one reads.
 TEST_F(sharing, what_two_replace_is_there_once_and_whole) {
-  const auto open = [](client::connection& to) { to.set_study("S"); };
   const auto write = [](client::connection& to, std::int32_t number) {
     to.write_scale("one", scale(number));
     to.write_vendor_data("bag", client::vendor_scope::study, bag(number));
     to.write_palette("colours", std::vector<client::rgb>(200, client::rgb{number, number, number}));
   };
   alone([&](client::connection& to) {
-    open(to);
+    open_study(to);
     write(to, 1);
   });
-  const turn reader = chosen_first(open, [](visitor& self) {
+  const turn reader = chosen_first(open_study, [](visitor& self) {
     const std::int32_t version = self.to.vendor_data("bag", client::vendor_scope::study).version;
     EXPECT_TRUE(version == 1 || version == 2) << version;
     const std::vector<client::rgb> colours = self.to.palette("colours");
@@ -304,8 +287,8 @@ TEST_F(sharing, what_two_replace_is_there_once_and_whole) {
     const std::int32_t red = self.to.scale("one").colour_1[0];
     EXPECT_TRUE(red == 1 || red == 2) << red;
   });
-  together({.turns = {chosen_first(open, [&](visitor& self) { write(self.to, 1); }),
-                      chosen_first(open, [&](visitor& self) { write(self.to, 2); }), reader, reader},
+  together({.turns = {chosen_first(open_study, [&](visitor& self) { write(self.to, 1); }),
+                      chosen_first(open_study, [&](visitor& self) { write(self.to, 2); }), reader, reader},
             .after = [this] {
               EXPECT_EQ(count_named(root_ / "S/CSCALE", "CSCA."), 1);
               EXPECT_EQ(count_named(root_ / "S/U_COLOR", "PAL"), 1);
@@ -314,21 +297,15 @@ TEST_F(sharing, what_two_replace_is_there_once_and_whole) {
 
 TEST_F(sharing, comments_of_two_are_one_or_the_other) {
   alone([](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.new_points("P", 2, std::vector<double>{1, 2});
+    open_directory(to);
+    to.new_points("P", 2, one_point);
   });
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.set_file("P");
-  };
   const std::string first(300, 'a'), second(2000, 'b');
   const auto writer = [&](const std::string& text) {
-    return chosen_first(choose,
+    return chosen_first(opened("P"),
                         [&text](visitor& self) { self.to.set_comment(client::comment_owner::file, text); });
   };
-  const turn reader = chosen_first(choose, [&](visitor& self) {
+  const turn reader = chosen_first(opened("P"), [&](visitor& self) {
     const std::string read = self.to.comment(client::comment_owner::file);
     EXPECT_TRUE(self.round == 0 || read.starts_with(first) || read.starts_with(second)) << read;
   });
@@ -336,27 +313,18 @@ TEST_F(sharing, comments_of_two_are_one_or_the_other) {
 }
 
 TEST_F(sharing, lines_grow_while_their_lengths_are_read) {
-  const auto choose = [](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
-    to.set_file("L");
-  };
   alone([](client::connection& to) {
-    to.set_study("S");
-    to.set_directory("D");
+    open_directory(to);
     to.new_lines("L", 2);
     to.set_file("L");
-    to.append_line(2, std::vector<double>{1, 2, 3, 10, 20, 30});
+    to.append_line(2, three_points);
   });
-  const turn writer = chosen_first(choose, [](visitor& self) {
-    self.to.append_line(2, std::vector<double>{1, 2, 3, 10, 20, 30});
-  });
-  const turn reader = chosen_first(choose, [](visitor& self) {
+  const turn writer = chosen_first(opened("L"), [](visitor& self) { self.to.append_line(2, three_points); });
+  const turn reader = chosen_first(opened("L"), [](visitor& self) {
     for (int i = 0; i < 5; ++i) {
       std::vector<std::int32_t> lengths;
-      if (attempt([&] { lengths = self.to.line_lengths(); })) {
-        EXPECT_EQ(lengths, std::vector<std::int32_t>(lengths.size(), 3));
-      }
+      attempt([&] { lengths = self.to.line_lengths(); });
+      EXPECT_EQ(lengths, std::vector<std::int32_t>(lengths.size(), 3));
     }
   });
   together({.turns = {writer, reader, reader}, .most_rounds = 400});

@@ -1,42 +1,32 @@
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <string>
-
 #include "disk/qd_handles.h"
 #include "edit/qd_manage_variable.h"
 #include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
-#include "samples/qd_variable_table.h"
-#include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"
 
 namespace qrd::test {
 namespace {
 
-class deletion : public open_study {};
+struct deletion : open_study {};
 
 TEST_F(deletion, new_directory_refuses_in_order) {
-  expect_refused("CDIRNEW", bytes().text("D"), "Directory S: D already exists");
+  expect_refused("CDIRNEW", "D", "Directory S: D already exists");
   console_of([&] {
-    expect_refused("CDIRNEW", bytes().text("None"), "Cannot create directory S: None");
-    expect_refused("CDIRNEW", bytes().text("a[b"), "Cannot create directory S: a[b");
+    expect_refused("CDIRNEW", "None", "Cannot create directory S: None");
+    expect_refused("CDIRNEW", "a[b", "Cannot create directory S: a[b");
   });
-  expect_done("CDIRNEW", bytes().text("E"));
+  expect_done("CDIRNEW", "E");
   EXPECT_STREQ(current_context.directory, "D");
   set_current_study(no_name);
-  expect_refused("CDIRNEW", bytes().text("F"), "Study is not set");
+  expect_refused("CDIRNEW", "F", "Study is not set");
 }
 
 TEST_F(deletion, directory) {
   make_points("P", 3);
   expect_done("CDIRDEL");
-  EXPECT_STREQ(current_context.directory, "None");
-  EXPECT_STREQ(current_context.file, "None");
-  EXPECT_FALSE(std::filesystem::exists(in_study("QRD/DIRE.1")));
+  EXPECT_EQ(chosen(), "S None None None None -1");
+  EXPECT_FALSE(fs::exists(in_study("QRD/DIRE.1")));
   expect_refused("CDIRDEL", {}, "Current Directory is not set");
   // Another server was quicker.
   set_current_directory("D");
@@ -47,9 +37,8 @@ TEST_F(deletion, directory) {
 TEST_F(deletion, file) {
   make_points("P", 3);
   expect_done("CFILEDEL");
-  EXPECT_STREQ(current_context.directory, "D");
-  EXPECT_STREQ(current_context.file, "None");
-  EXPECT_FALSE(std::filesystem::exists(in_file(1, "")));
+  EXPECT_EQ(chosen(), "S D None None None -1");
+  EXPECT_FALSE(fs::exists(in_file(1, "")));
   expect_refused("CFILEDEL", {}, "Current File is not set");
   set_current_file("P");
   console_of([&] { expect_refused("CFILEDEL", {}, "An error happened during File deletion"); });
@@ -58,18 +47,17 @@ TEST_F(deletion, file) {
 TEST_F(deletion, variable) {
   make_points("P", 3);
   expect_refused("CVARDEL", {}, "Current Variable is not set");
-  expect_done("CVARSET", bytes().text("SN+ Sample Number (READONLY)"));
+  expect_done("CVARSET", "SN+ Sample Number (READONLY)");
   expect_refused("CVARDEL", {}, "Cannot delete implicit Variable SN+ Sample Number (READONLY)");
   select_samples("sel", {1, 0, 1});
   // A request may have left the selection open; it goes with its variable.
   qd_variable_handle left;
   ASSERT_TRUE(qd_variable_select("D", "P", "sel", UNIT_NONE, left));
-  expect_done("CVARSET", bytes().text("sel"));
+  expect_done("CVARSET", "sel");
   expect_done("CVARDEL");
-  EXPECT_STREQ(current_context.variable, "None");
-  EXPECT_STREQ(current_context.selection, "None");
+  EXPECT_EQ(chosen(), "S D P None None -1");
   EXPECT_EQ(qd_entry(left.entry), nullptr);
-  EXPECT_FALSE(std::filesystem::exists(in_file(1, "VARI.4")));
+  EXPECT_FALSE(fs::exists(in_file(1, "VARI.4")));
   set_current_variable("sel");
   expect_refused("CVARDEL", {}, "Cannot get info on Variable sel");
 }
@@ -78,7 +66,7 @@ TEST_F(deletion, variable) {
 TEST_F(deletion, what_is_in_use_stays) {
   make_points("P", 3);
   select_samples("sel", {1, 0, 1});
-  expect_done("CVARSET", bytes().text("sel"));
+  expect_done("CVARSET", "sel");
   const std::string folders[] = {in_file(1, "VARI.4"), in_study("QRD/DIRE.1/FILE.1"), in_study("QRD/DIRE.1")};
   std::string said;
   {
@@ -90,17 +78,17 @@ TEST_F(deletion, what_is_in_use_stays) {
     });
   }
   for (const std::string& folder : folders)
-    EXPECT_NE(said.find("Unable to delete directory \"" + folder + "\": "), std::string::npos) << said;
-  expect_done("CDIRSET", bytes().text("D"));
-  expect_done("CFILESET", bytes().text("P"));
-  expect_done("CVARSET", bytes().text("sel"));
+    EXPECT_HAS(said, "Unable to delete directory \"" + folder + "\": ");
+  expect_done("CDIRSET", "D");
+  expect_done("CFILESET", "P");
+  expect_done("CVARSET", "sel");
   expect_done("CVARDEL");
 }
 
 TEST_F(deletion, variable_without_handles_has_no_answer) {
   make_points("P", 3);
   select_samples("sel", {1, 0, 1});
-  expect_done("CVARSET", bytes().text("sel"));
+  expect_done("CVARSET", "sel");
   struct rlimit before;
   getrlimit(RLIMIT_NOFILE, &before);
   const int next = dup(0);
@@ -108,11 +96,11 @@ TEST_F(deletion, variable_without_handles_has_no_answer) {
   const struct rlimit none = {static_cast<rlim_t>(next), before.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   std::string answered = "none";
-  answered = client_.ask("CVARDEL");
+  answered = ask("CVARDEL");
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(answered, "");
   EXPECT_EQ(client_.status(), -1);
-  EXPECT_TRUE(std::filesystem::exists(in_file(1, "VARI.4/DESCR")));
+  EXPECT_TRUE(fs::exists(in_file(1, "VARI.4/DESCR")));
 }
 
 TEST_F(deletion, macro_column_that_does_not_exist) {
@@ -120,7 +108,7 @@ TEST_F(deletion, macro_column_that_does_not_exist) {
   ASSERT_TRUE(qd_create_variable("D", "P", "Au[xxxxx]", VAR_MACRO, KIND_PLAIN, 8, nullptr));
   set_current_variable("Au[00012]");
   expect_refused("CVARDEL", {}, "Cannot get info on Variable Au[00012]");
-  EXPECT_TRUE(std::filesystem::exists(in_file(1, "VARI.4")));
+  EXPECT_TRUE(fs::exists(in_file(1, "VARI.4")));
 }
 
 }  // namespace

@@ -1,27 +1,12 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <cmath>
-#include <filesystem>
-#include <thread>
-
-#include "catalogue/qd_comment.h"
-#include "catalogue/qd_path.h"
-#include "disk/qd_comment_file.h"
-#include "disk/qd_descriptor.h"
 #include "disk/qd_directory_descriptor.h"
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_grid.h"
 #include "disk/qd_variable_descriptor.h"
 #include "support/catalogue_tree.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
 #include "support/processes.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Reads the descriptor of DIRE.1/FILE.1 with this content.
 struct file_read {
@@ -36,41 +21,31 @@ struct file_read {
 };
 
 file_fields a_grid() {
-  return {.name = "Ore body",
-          .organisation = 5,
-          .lengths = {100, -200, 300, 10, 20, 30},
-          .nodes = {4, 3, 2},
-          .angles = {30, 10, -5},
-          .samples = 24,
-          .allocated = 512};
+  return {"Ore body", 5, 3, 0, {100, -200, 300, 10, 20, 30}, {4, 3, 2}, {30, 10, -5}, "", 24, 512};
 }
 
 TEST(directory_descriptor, has_these_bytes) {
   catalogue_tree tree;
   std::string path = tree.folder("DIRE.1");
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Mine"), object_state::sound);
-  EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x04Mine", 12));
   // A longer content is replaced by a shorter one.
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "A much longer name of it"), object_state::sound);
-  ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), "Pit"), object_state::sound);
+  for (const char* name : {"A much longer name of it", "Pit"})
+    ASSERT_EQ(qd_directory_descriptor_write(path.c_str(), name), object_state::sound);
   EXPECT_EQ(read_file(path + "/DESCR"), std::string("\x00\x00\x04\x4C\x00\x00\x00\x03Pit\x00", 12));
 }
 
 TEST(directory_descriptor, of_an_old_version_is_rewritten_and_of_a_later_one_not) {
   catalogue_tree tree;
   name_text name;
-  for (int version : {2, 400, 1099}) {
-    std::string path = tree.add("DIRE.1", bytes().i32(version).text("Mine").raw("rest").str());
+  for (int version : {2, 400, 1099, 1101}) {
+    const std::string path = tree.add("DIRE.1", bytes().i32(version).text("Mine").raw("rest"));
     ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound) << version;
     EXPECT_STREQ(name, "Mine");
-    EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(1100).text("Mine").str()) << version;
+    const bytes now =
+        version < 1100 ? bytes().i32(1100).text("Mine") : bytes().i32(1101).text("Mine").raw("rest");
+    EXPECT_EQ(read_file(path + "/DESCR"), now) << version;
   }
-  std::string later = bytes().i32(1101).text("Mine").str();
-  std::string path = tree.add("DIRE.1", later);
-  ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound);
-  EXPECT_EQ(read_file(path + "/DESCR"), later);
   // 50 characters are legal on disk, and cut in memory.
-  path = tree.add("DIRE.1", bytes().i32(1100).text(std::string(50, 'n')).str());
+  const std::string path = tree.add("DIRE.1", bytes().i32(1100).text(std::string(50, 'n')));
   ASSERT_EQ(qd_directory_descriptor_read(path.c_str(), name), object_state::sound);
   EXPECT_EQ(name, std::string(49, 'n'));
 }
@@ -124,16 +99,14 @@ TEST(file_descriptor, of_this_version_keeps_its_bytes) {
   catalogue_tree tree;
   file_fields fields = a_grid();
   fields.link = "Header";
-  fields.samples = std::int64_t{24};
   file_read read(tree, fields.bytes_of());
   ASSERT_EQ(read.result, object_state::sound);
-  const qd_file_record& record = read.record;
   EXPECT_EQ(read.on_disk, fields.bytes_of());
 
   // And the writer makes the same ones, also beyond 32 bits.
-  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), record), object_state::sound);
+  ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), read.record), object_state::sound);
   EXPECT_EQ(read_file(read.path + "/DESCR"), fields.bytes_of());
-  qd_file_record large = record;
+  qd_file_record large = read.record;
   fields.samples = large.sample_count = 5'000'000'000;
   fields.allocated = large.allocated_samples = 5'000'000'512;
   ASSERT_EQ(qd_file_descriptor_write(read.path.c_str(), large), object_state::sound);
@@ -142,20 +115,16 @@ TEST(file_descriptor, of_this_version_keeps_its_bytes) {
 
 TEST(file_descriptor, of_an_old_version_becomes_a_new_one) {
   catalogue_tree tree;
-  for (int version : {2, 190, 199, 200, 500, 519, 520, 600, 899, 900, 950, 1099}) {
+  for (int version : {2, 190, 199, 200, 500, 519, 520, 600, 899, 900, 950, 1099, 1200}) {
+    SCOPED_TRACE(version);
     file_fields fields = a_grid();
-    std::string old = fields.bytes_of(version);
+    const file_read read(tree, fields.bytes_of(version));
     if (version < 200) fields.angles[2] = 0;
-    file_read read(tree, old);
-    ASSERT_EQ(read.result, object_state::sound) << version << read.console;
-    EXPECT_EQ(read.record.grid.angle3, fields.angles[2]) << version;
-    EXPECT_EQ(read.record.allocated_samples, 512) << version;
-    EXPECT_EQ(read.on_disk, fields.bytes_of()) << version;
+    ASSERT_EQ(read.result, object_state::sound) << read.console;
+    EXPECT_EQ(read.record.grid.angle3, fields.angles[2]);
+    EXPECT_EQ(read.record.allocated_samples, 512);
+    EXPECT_EQ(read.on_disk, fields.bytes_of(std::max(version, 1100)));
   }
-  std::string later = a_grid().bytes_of(1200);
-  file_read read(tree, later);
-  EXPECT_EQ(read.result, object_state::sound);
-  EXPECT_EQ(read.on_disk, later);
 }
 
 TEST(file_descriptor, of_two_dimensions_has_no_third_one_in_memory) {
@@ -176,13 +145,10 @@ TEST(file_descriptor, of_two_dimensions_has_no_third_one_in_memory) {
 TEST(file_descriptor, below_520_loses_the_derived_files) {
   catalogue_tree tree;
   for (int version : {519, 520}) {
-    std::string path = tree.folder("DIRE.1/FILE.1");
-    write_file(path + "/RPD", "x");
-    write_file(path + "/PTD", "x");
-    file_read read(tree, file_fields().bytes_of(version));
-    ASSERT_EQ(read.result, object_state::sound);
-    EXPECT_EQ(fs::exists(path + "/RPD"), version == 520);
-    EXPECT_EQ(fs::exists(path + "/PTD"), version == 520);
+    const std::string path = tree.folder("DIRE.1/FILE.1");
+    for (const char* derived : {"/RPD", "/PTD"}) write_file(path + derived, "x");
+    ASSERT_EQ(file_read(tree, file_fields().bytes_of(version)).result, object_state::sound);
+    for (const char* derived : {"/RPD", "/PTD"}) EXPECT_EQ(fs::exists(path + derived), version == 520);
   }
 }
 
@@ -192,28 +158,28 @@ file_fields some_lines() {
 
 TEST(line_table, below_520_gets_wider_entries) {
   catalogue_tree tree;
-  for (int organisation : {2, 3}) {
-    std::string path = tree.folder("DIRE.1/FILE.1");
-    write_file(path + "/LINE", bytes().i32(1, 4, 6, 10).str());
+  const std::string table = tree.folder("DIRE.1/FILE.1") + "/LINE";
+  const struct {
+    int version, organisation, lines, samples;
+    bytes before;
+    std::vector<std::int64_t> entries;
+  } rows[] = {{500, 2, 3, 9, bytes().i32(1, 4, 6, 10), {1, 4, 6, 10}},
+              {500, 3, 3, 9, bytes().i32(1, 4, 6, 10), {1, 4, 6, 10}},
+              {500, 2, 2, 9, bytes().i32(1, 4, 10), {1, 4, 10}},
+              {500, 2, 0, 0, bytes().i32(1), {1}},
+              // What an interrupted upgrade has widened is left alone.
+              {519, 2, 3, 9, bytes().i64(1, 4, 6, 10), {1, 4, 6, 10}}};
+  for (const auto& row : rows) {
+    write_file(table, row.before);
     file_fields fields = some_lines();
-    fields.organisation = organisation;
-    file_read read(tree, fields.bytes_of(500));
+    fields.organisation = row.organisation;
+    fields.lines = row.lines;
+    fields.samples = row.samples;
+    const file_read read(tree, fields.bytes_of(row.version));
     ASSERT_EQ(read.result, object_state::sound) << read.console;
-    EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
+    EXPECT_EQ(read_file(table), line_table(row.entries));
     EXPECT_EQ(read.on_disk, fields.bytes_of());
   }
-  // An odd number of entries, and the table of a file without lines.
-  std::string path = tree.folder("DIRE.1/FILE.1");
-  file_fields fields = some_lines();
-  fields.lines = 2;
-  write_file(path + "/LINE", bytes().i32(1, 4, 10).str());
-  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, object_state::sound);
-  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 10).str());
-  fields.lines = 0;
-  fields.samples = 0;
-  write_file(path + "/LINE", bytes().i32(1).str());
-  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).result, object_state::sound);
-  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1).str());
 }
 
 TEST(line_table, is_widened_beside_or_not_at_all) {
@@ -231,7 +197,7 @@ TEST(line_table, is_widened_beside_or_not_at_all) {
   EXPECT_EQ(read_file(path + "/DESCR"), old);
   EXPECT_EQ(read_file(path + "/LINE"), narrow);
   EXPECT_EQ(file_read(tree, old).result, object_state::sound);
-  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10).str());
+  EXPECT_EQ(read_file(path + "/LINE"), bytes().i64(1, 4, 6, 10));
   EXPECT_EQ(read_file(path + "/before"), narrow) << "a reader in it still reads the old table";
 }
 
@@ -262,72 +228,36 @@ TEST(old_descriptors, are_read_again_under_the_lock_of_their_upgrade) {
   EXPECT_EQ(read_file(variable + "/DESCR"), changed);
 }
 
-TEST(line_table, that_an_interrupted_upgrade_has_widened_is_left_alone) {
-  catalogue_tree tree;
-  std::string path = tree.folder("DIRE.1/FILE.1");
-  std::string wide = bytes().i64(1, 4, 6, 10).str();
-  write_file(path + "/LINE", wide);
-  file_read read(tree, some_lines().bytes_of(519));
-  EXPECT_EQ(read.result, object_state::sound) << read.console;
-  EXPECT_EQ(read_file(path + "/LINE"), wide);
-  EXPECT_EQ(read.on_disk, some_lines().bytes_of());
-}
-
 TEST(line_table, damaged_below_520_is_reported_and_nothing_is_changed) {
   catalogue_tree tree;
-  std::string path = tree.folder("DIRE.1/FILE.1");
-  std::string old = some_lines().bytes_of(500);
-  for (const std::string& table :
-       {std::string(), bytes().i32(1, 4, 6).str(), bytes().i32(1, 6, 4, 10).str(),
-        bytes().i32(2, 4, 6, 10).str(), bytes().i32(1, 4, 6, 11).str(), bytes().i32(1, -4, 6, 10).str()}) {
-    write_file(path + "/LINE", table);
-    file_read read(tree, old);
+  const std::string table = tree.folder("DIRE.1/FILE.1") + "/LINE";
+  const std::string corrupted = "Line descriptor corrupted:\n" + table + "\n";
+  const std::string old = some_lines().bytes_of(500);
+  for (const bytes& content :
+       {bytes(), bytes().i32(1, 4, 6), bytes().i32(1, 6, 4, 10), bytes().i32(2, 4, 6, 10),
+        bytes().i32(1, 4, 6, 11), bytes().i32(1, -4, 6, 10)}) {
+    write_file(table, content);
+    const file_read read(tree, old);
     EXPECT_EQ(read.result, object_state::damaged);
-    EXPECT_EQ(read.console, "Line descriptor corrupted:\n" + path + "/LINE\n");
+    EXPECT_EQ(read.console, corrupted);
     EXPECT_EQ(read.on_disk, old);
-    EXPECT_EQ(read_file(path + "/LINE"), table);
+    EXPECT_EQ(read_file(table), content);
   }
-  fs::remove(path + "/LINE");
-  EXPECT_EQ(file_read(tree, old).console, "Line descriptor corrupted:\n" + path + "/LINE\n");
-  EXPECT_FALSE(fs::exists(path + "/LINE"));
+  fs::remove(table);
+  EXPECT_EQ(file_read(tree, old).console, corrupted);
+  EXPECT_FALSE(fs::exists(table));
   // A line count for which there is no memory: the length of the table tells first.
-  write_file(path + "/LINE", bytes().i32(1).str());
+  write_file(table, bytes().i32(1));
   file_fields fields = some_lines();
   fields.lines = 2147483646;
-  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).console, "Line descriptor corrupted:\n" + path + "/LINE\n");
-}
-
-TEST(line_table, survives_a_full_disk) {
-  catalogue_tree tree;
-  std::string path = tree.folder("DIRE.1/FILE.1");
-  file_fields fields = some_lines();
-  fields.lines = 9;
-  bytes table;
-  for (int i = 1; i <= 10; ++i) table.i32(i);
-  std::string old = fields.bytes_of(500);
-  write_file(path + "/LINE", table.str());
-  write_file(path + "/DESCR", old);
-
-  qd_file_record record;
-  object_state result = object_state::sound;
-  testing::internal::CaptureStdout();
-  {
-    file_size_limit disk(60);
-    result = qd_file_descriptor_read(path.c_str(), record);
-  }
-  testing::internal::GetCapturedStdout();
-  EXPECT_EQ(result, object_state::unreadable);
-  EXPECT_EQ(read_file(path + "/DESCR"), old);
-  // What was there still begins the file, so that the next reading finds it.
-  EXPECT_EQ(read_file(path + "/LINE").substr(0, 40), table.str());
-  EXPECT_EQ(qd_file_descriptor_read(path.c_str(), record), object_state::sound);
+  EXPECT_EQ(file_read(tree, fields.bytes_of(500)).console, corrupted);
 }
 
 TEST(file_descriptor, damage_is_reported) {
   catalogue_tree tree;
   std::string sound = a_grid().bytes_of();
-  std::vector<std::string> damaged = {a_grid().bytes_of(1), a_grid().bytes_of(-2147483647 - 1),
-                                      a_grid().bytes_of(900).substr(0, a_grid().bytes_of(900).size() - 4)};
+  strings damaged = {a_grid().bytes_of(1), a_grid().bytes_of(-2147483647 - 1),
+                     a_grid().bytes_of(900).substr(0, a_grid().bytes_of(900).size() - 4)};
   for (std::size_t length = 0; length < sound.size(); ++length) damaged.push_back(sound.substr(0, length));
   auto with = [&](auto change) {
     file_fields fields = a_grid();
@@ -336,19 +266,13 @@ TEST(file_descriptor, damage_is_reported) {
   };
   with([](file_fields& f) { f.name = std::string(51, 'n'); });
   with([](file_fields& f) { f.link = std::string(51, 'n'); });
-  with([](file_fields& f) { f.samples = -1; });
-  with([](file_fields& f) { f.samples = INT64_MAX; });
-  with([](file_fields& f) { f.samples = INT64_MIN; });
-  with([](file_fields& f) { f.allocated = -512; });
-  with([](file_fields& f) { f.allocated = INT64_MAX; });
-  with([](file_fields& f) { f.dimension = 0; });
-  with([](file_fields& f) { f.dimension = 4; });
-  with([](file_fields& f) { f.dimension = -2147483647; });
-  for (int axis = 0; axis < 3; ++axis) {
-    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = 0; });
-    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = -3; });
-    with([&](file_fields& f) { f.nodes[static_cast<std::size_t>(axis)] = 2147483647; });  // missing
-  }
+  for (const std::int64_t samples : {std::int64_t{-1}, INT64_MAX, INT64_MIN})
+    with([&](file_fields& f) { f.samples = samples; });
+  for (const std::int64_t capacity : {std::int64_t{-512}, INT64_MAX})
+    with([&](file_fields& f) { f.allocated = capacity; });
+  for (const int dimension : {0, 4, -2147483647}) with([&](file_fields& f) { f.dimension = dimension; });
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    for (const int nodes : {0, -3, 2147483647}) with([&](file_fields& f) { f.nodes[axis] = nodes; });
   with([](file_fields& f) { f.nodes = {2147483646, 2147483646, 3}; });
   with([](file_fields& f) { f.organisation = 2, f.lines = -1; });
   with([](file_fields& f) { f.organisation = 3, f.lines = 2147483647; });
@@ -404,25 +328,20 @@ TEST(file_descriptor, is_never_met_half_written) {
 
 TEST(rotation, by_right_angles_is_exact) {
   // An angle of next to nothing still says that the grid is rotated; beside it the functions speak.
-  struct {
-    double angle, m0, m1;
-  } const rows[] = {
-      {90, 0, 1},
-      {90 + 9e-6, 0, 1},
-      {90 - 9e-6, 0, 1},
-      {180, -1, 0},
-      {-180, -1, 0},
-      {-90, 0, -1},
-      {9e-6, 1, 0},
-      {1.1e-5, std::cos(1.1e-5 * 3.141592653589793 / 180.0), std::sin(1.1e-5 * 3.141592653589793 / 180.0)}};
-  for (const auto& row : rows) {
+  const double small = 1.1e-5 * 3.141592653589793 / 180.0;
+  for (const auto& [angle, m0, m1] : {std::array{90., 0., 1.},
+                                      {90 + 9e-6, 0, 1},
+                                      {90 - 9e-6, 0, 1},
+                                      {180, -1, 0},
+                                      {-180, -1, 0},
+                                      {-90, 0, -1},
+                                      {9e-6, 1, 0},
+                                      {1.1e-5, std::cos(small), std::sin(small)}}) {
     qd_grid_record grid;
-    grid.angle1 = row.angle;
+    grid.angle1 = angle;
     qd_grid_compute(grid);
-    EXPECT_EQ(grid.rotated, 1) << row.angle;
-    EXPECT_EQ(grid.m[0], row.m0) << row.angle;
-    EXPECT_EQ(grid.m[1], row.m1) << row.angle;
-    EXPECT_EQ(grid.m[3], -row.m1) << row.angle;
+    EXPECT_EQ(grid.rotated, 1) << angle;
+    EXPECT_EQ((std::array{grid.m[0], grid.m[1], grid.m[3]}), (std::array{m0, m1, -m1})) << angle;
   }
 }
 

@@ -1,29 +1,17 @@
 // Objects that another server deletes, or whose numbers it gives to others, while an operation works on them.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-
 #include "catalogue/qd_comment.h"
 #include "catalogue/qd_walk.h"
 #include "disk/qd_data_file.h"
-#include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "edit/qd_append.h"
 #include "edit/qd_macro_create.h"
 #include "edit/qd_manage_variable.h"
-#include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
-#include "samples/qd_variable_table.h"
-#include "support/console.h"
 #include "support/open_study.h"
 #include "support/processes.h"
-#include "util/qu_string.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using gone = open_study;
 

@@ -1,11 +1,7 @@
 #include "disk/qd_handles.h"
 
-#include <gtest/gtest.h>
-
-#include "support/bytes.h"
-#include "support/console.h"
 #include "support/fresh_state.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {

@@ -1,21 +1,13 @@
 // Look-ups that begin where a name was seen last, while other servers change the tree.
 #include "catalogue/qd_name_hints.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <memory>
-
 #include "catalogue/qd_walk.h"
 #include "support/catalogue_tree.h"
 
 namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class name_hints_of_a_tree : public testing::Test {
- protected:
+struct name_hints_of_a_tree : testing::Test {
   // The entry that a directory is found under; empty if it is not.
   std::string found(const char* name) {
     path_text path;

@@ -1,54 +1,18 @@
 #include "edit/qd_manage.h"
+
 #include "catalogue/qd_name.h"
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <functional>
-#include <set>
-#include <string>
-#include <vector>
-
-#include "catalogue/qd_lines.h"
 #include "catalogue/qd_placement.h"
-#include "catalogue/qu_root.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_handles.h"
-#include "disk/qd_line_table.h"
-#include "disk/qu_study_names.h"
-#include "disk/store_state.h"
 #include "edit/qd_append.h"
-#include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
 #include "edit/qd_manage_variable.h"
-#include "samples/qd_io.h"
-#include "samples/qd_open_variable.h"
-#include "samples/qd_variable_table.h"
 #include "support/catalogue_tree.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
 #include "support/processes.h"
 #include "util/qu_rename.h"
-#include "util/qu_string.h"
 
 namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-std::set<std::string> names_in(const std::string& path) {
-  std::set<std::string> names;
-  for (const auto& entry : fs::directory_iterator(path)) names.insert(entry.path().filename().string());
-  return names;
-}
-
-using names = std::set<std::string>;
-
-class creation : public testing::Test {
- protected:
+struct creation : testing::Test {
   creation() { store.running_test = 1; }
 
   const std::string& catalogue() const { return catalogue_; }
@@ -74,23 +38,23 @@ std::string variable_bytes(const char* name, int type, int kind, int bits, int i
 
 TEST_F(creation, directory_is_its_descriptor) {
   EXPECT_TRUE(qd_create_directory("Mine"));
-  EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
-  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+  EXPECT_EQ(names_in(catalogue()), strings{"DIRE.1"});
+  EXPECT_EQ(names_in(at("DIRE.1")), strings{"DESCR"});
   EXPECT_EQ(read_file(at("DIRE.1/DESCR")), std::string("\0\0\x04\x4C\0\0\0\x04Mine", 12));
   EXPECT_TRUE(qd_create_directory("  Zinc  "));
-  EXPECT_EQ(read_file(at("DIRE.2/DESCR")), bytes().i32(1100).text("  Zinc  ").str());
+  EXPECT_EQ(read_file(at("DIRE.2/DESCR")), bytes().i32(1100).text("  Zinc  "));
 }
 
 TEST_F(creation, the_lowest_free_number_is_taken) {
   for (const char* name : {"a", "b", "c"}) EXPECT_TRUE(qd_create_directory(name));
   EXPECT_TRUE(qd_delete_directory("b"));
-  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.3"}));
+  EXPECT_EQ(names_in(catalogue()), (strings{"DIRE.1", "DIRE.3"}));
   write_file(at("DIRE.4"), "in the way");
   fs::remove(at("DIRE.4"));
   fs::create_symlink("nowhere", at("OLDDIRE.4"));
   EXPECT_TRUE(qd_create_directory("d"));
   EXPECT_TRUE(qd_create_directory("e"));
-  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "DIRE.3", "DIRE.4", "OLDDIRE.4"}));
+  EXPECT_EQ(names_in(catalogue()), (strings{"DIRE.1", "DIRE.2", "DIRE.3", "DIRE.4", "OLDDIRE.4"}));
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).back(), '\0');
   EXPECT_EQ(read_file(at("DIRE.2/DESCR")).substr(8, 1), "d");
 }
@@ -112,7 +76,7 @@ TEST_F(creation, what_cannot_go_gets_the_next_number_if_its_own_is_taken) {
     ASSERT_EQ(folder.now(), removed_folder::state::taken);
     fs::create_directory(at("FILE.1"));
   }
-  EXPECT_EQ(names_in(catalogue()), (names{"FILE.1", "FILE.2", "FILE.3"}));
+  EXPECT_EQ(names_in(catalogue()), (strings{"FILE.1", "FILE.2", "FILE.3"}));
   EXPECT_TRUE(fs::exists(at("FILE.3/kept")));
 }
 
@@ -134,9 +98,10 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
       {grid, grid + "/VARI.9", variable_fields{.name = "v"}.bytes_of(), create_variable},
       {catalogue(), at("DIRE.9"), bytes().i32(1100).text("Mine").str(), create_directory}};
   for (const auto& row : rows) {
-    names expected = names_in(row.locked);
+    strings expected = names_in(row.locked);
     const bool appears = !fs::exists(row.changed);
-    if (appears) expected.insert(fs::path(row.changed).filename());
+    if (appears) expected.push_back(fs::path(row.changed).filename());
+    std::sort(expected.begin(), expected.end());
     const std::string before = appears ? "" : read_file(row.changed + "/DESCR");
     {
       other_server other(row.locked, [&] {
@@ -144,7 +109,7 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
         write_file(row.changed + "/DESCR", row.content);
       });
       const std::string said = console_of([&] { EXPECT_FALSE(row.create()) << row.changed; });
-      EXPECT_NE(said.find("TO BE CREATED"), std::string::npos) << said;
+      EXPECT_HAS(said, "TO BE CREATED");
     }
     EXPECT_EQ(names_in(row.locked), expected);
     if (appears)
@@ -158,17 +123,17 @@ TEST_F(creation, what_changes_meanwhile_is_seen_under_the_lock) {
 TEST_F(creation, points_and_lines_files) {
   ASSERT_TRUE(qd_create_directory("D"));
   EXPECT_TRUE(qd_create_file("D", "Wells", ORG_POINTS, 3, nullptr));
-  EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
-  EXPECT_EQ(names_in(at("DIRE.1/FILE.1")), (names{"DESCR", "VARI.1"}));
+  EXPECT_EQ(names_in(at("DIRE.1")), (strings{"DESCR", "FILE.1"}));
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1")), (strings{"DESCR", "VARI.1"}));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), file_fields{.name = "Wells"}.bytes_of());
-  EXPECT_EQ(names_in(at("DIRE.1/FILE.1/VARI.1")), (names{"COMMENT", "DATAVAR", "DESCR"}));
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.1/VARI.1")), (strings{"COMMENT", "DATAVAR", "DESCR"}));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/DESCR")),
             variable_bytes("SN+ Sample Number (READONLY)", 0, 1, 64, 1, 1, 10, 0));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/DATAVAR")), "");
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/VARI.1/COMMENT")), "Created during Test");
 
   EXPECT_TRUE(qd_create_file("D", "Holes", ORG_LINES_CORES, 3, nullptr));
-  EXPECT_EQ(names_in(at("DIRE.1/FILE.2")), (names{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
+  EXPECT_EQ(names_in(at("DIRE.1/FILE.2")), (strings{"DESCR", "LINE", "VARI.1", "VARI.2", "VARI.3"}));
   for (const auto& [kind, name] :
        {std::pair{2, "RN+ Relative Number (READONLY)"}, {3, "LN+ Line Number (READONLY)"}})
     EXPECT_EQ(read_file(at("DIRE.1/FILE.2/VARI." + std::to_string(kind) + "/DESCR")),
@@ -195,7 +160,7 @@ TEST_F(creation, grid_file) {
                               .allocated = 1536};
   EXPECT_EQ(read_file(path + "/DESCR"), fields.bytes_of());
   EXPECT_EQ(names_in(path),
-            (names{"DESCR", "VARI.1", "VARI.2", "VARI.3", "VARI.4", "VARI.5", "VARI.6", "VARI.7"}));
+            (strings{"DESCR", "VARI.1", "VARI.2", "VARI.3", "VARI.4", "VARI.5", "VARI.6", "VARI.7"}));
   auto length = [](const char* name, int kind) {
     return variable_bytes(name, 0, kind, 64, 1, 2, 10, 2, "m", 100.0);
   };
@@ -228,7 +193,7 @@ TEST_F(creation, too_large_grids_are_refused) {
   EXPECT_NE(report(2147483647, 1, 1).find("Can't create file"), std::string::npos);
   // 2^63 - 1 fits, but not rounded up to blocks: 7 * 73 * 127 * 337 * 92737 * 649657 split in three.
   EXPECT_NE(report(649657 * 337, 92737 * 127, 7 * 7 * 73).find("CAN'T CREATE FILE.\n"), std::string::npos);
-  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+  EXPECT_EQ(names_in(at("DIRE.1")), strings{"DESCR"});
 }
 
 struct stored_form {
@@ -249,7 +214,7 @@ TEST_F(creation, variables_are_filled_to_the_capacity) {
     std::string name = "v" + std::to_string(form.bits);
     ASSERT_TRUE(qd_create_variable("D", "G", name.c_str(), VAR_FLOAT, KIND_PLAIN, form.bits, nullptr));
     std::string folder = path + "/VARI." + std::to_string(++number);
-    EXPECT_EQ(names_in(folder), (names{"COMMENT", "DATAVAR", "DESCR"}));
+    EXPECT_EQ(names_in(folder), (strings{"COMMENT", "DATAVAR", "DESCR"}));
     EXPECT_EQ(read_file(folder + "/DESCR"),
               variable_bytes(name.c_str(), 0, 0, form.bits, 0, form.format, form.width, form.digits));
     std::string expected;
@@ -341,7 +306,7 @@ void expect_full_disk(rlim_t limit, const std::string& report, const std::functi
 // Every length of the limit cuts another write of the creation short.
 TEST_F(creation, a_full_disk_leaves_nothing) {
   std::string path = make_grid(512 * 20);
-  const names before = names_in(path);
+  const strings before = names_in(path);
   auto create_variable = [] { return qd_create_variable("D", "G", "x", VAR_FLOAT, 0, 64, nullptr); };
   for (rlim_t limit : {0U, 10U, 100U, 5000U, 81919U}) {
     expect_full_disk(
@@ -356,10 +321,10 @@ TEST_F(creation, a_full_disk_leaves_nothing) {
   for (rlim_t limit : {0U, 7U, 50U}) {
     expect_full_disk(limit, "WARNING: ERROR DURING FILE CREATION, FILE SYSTEM FULL\n",
                      [] { return qd_create_file("D", "L", ORG_LINES_CORES, 3, nullptr); });
-    EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"})) << limit;
+    EXPECT_EQ(names_in(at("DIRE.1")), (strings{"DESCR", "FILE.1"})) << limit;
   }
   expect_full_disk(10, "FILE SYSTEM FULL", [] { return qd_create_directory("Mine"); });
-  EXPECT_EQ(names_in(catalogue()), names{"DIRE.1"});
+  EXPECT_EQ(names_in(catalogue()), strings{"DIRE.1"});
   EXPECT_EXIT(
       {
         file_size_limit disk(81920);
@@ -388,7 +353,7 @@ TEST_F(creation, deleting_a_file_removes_its_link) {
   ASSERT_NE(read_file(at("DIRE.1/FILE.1/DESCR")), before);
   EXPECT_TRUE(qd_delete_file("D", "L"));
   EXPECT_EQ(read_file(at("DIRE.1/FILE.1/DESCR")), before);
-  EXPECT_EQ(names_in(at("DIRE.1")), (names{"DESCR", "FILE.1"}));
+  EXPECT_EQ(names_in(at("DIRE.1")), (strings{"DESCR", "FILE.1"}));
 }
 
 TEST_F(creation, deleted_variables_are_forgotten) {
@@ -413,7 +378,7 @@ TEST_F(creation, deleted_variables_are_forgotten) {
   ASSERT_TRUE(qd_variable_select("D", "G", "z", UNIT_NONE, handle));
   EXPECT_TRUE(qd_delete_file("D", "G"));
   EXPECT_EQ(qd_entry(handle.entry), nullptr);
-  EXPECT_EQ(names_in(at("DIRE.1")), names{"DESCR"});
+  EXPECT_EQ(names_in(at("DIRE.1")), strings{"DESCR"});
 }
 
 TEST_F(creation, leftovers_of_dead_processes_go) {
@@ -423,7 +388,7 @@ TEST_F(creation, leftovers_of_dead_processes_go) {
     _exit(0);
   };
   EXPECT_EQ(in_processes(1, die), 0);
-  const names left = names_in(catalogue());
+  const strings left = names_in(catalogue());
   ASSERT_EQ(left.size(), 1U);
   // What a living one makes is locked; what only looks alike is somebody's.
   fs::create_directory(at("N_OTHER"));
@@ -444,7 +409,7 @@ TEST_F(creation, leftovers_of_dead_processes_go) {
   int status = 0;
   waitpid(living, &status, 0);
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2", "N_OTHER"}));
+  EXPECT_EQ(names_in(catalogue()), (strings{"DIRE.1", "DIRE.2", "N_OTHER"}));
   for (int end : {ready[0], ready[1], done[0], done[1]}) close(end);
 }
 
@@ -456,7 +421,7 @@ TEST_F(creation, file_systems_without_exclusive_rename) {
   EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.2")), 0);
   EXPECT_TRUE(fs::exists(at("DIRE.2/VARI.1")));
   EXPECT_EQ(qu_take_name_by_creation(at("NEW"), at("DIRE.3")), -1);
-  EXPECT_EQ(names_in(catalogue()), (names{"DIRE.1", "DIRE.2"}));
+  EXPECT_EQ(names_in(catalogue()), (strings{"DIRE.1", "DIRE.2"}));
 }
 
 }  // namespace

@@ -1,12 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "disk/qu_study_names.h"
-#include "disk/store_state.h"
-#include "support/console.h"
 #include "support/fresh_state.h"
 #include "support/study_root.h"
 #include "util/qu_string.h"
@@ -14,16 +6,15 @@
 namespace qrd::test {
 namespace {
 
-std::vector<std::string> texts(const string_list& list) {
-  std::vector<std::string> result;
+strings texts(const string_list& list) {
+  strings result;
   for (std::int64_t i = 0; i < list.count(); ++i) result.emplace_back(list[i]);
   return result;
 }
 
-using words = std::vector<std::string>;
+using words = strings;
 
-class registry : public testing::Test {
- protected:
+struct registry : testing::Test {
   void SetUp() override {
     fresh_state();
     qu_string_copy(root.path().c_str(), store.root_path);
@@ -35,9 +26,7 @@ class registry : public testing::Test {
     static_cast<void>(read());
     static_cast<void>(qu_study_names_write(names, paths));
   }
-  void make_catalogue(const std::string& study) {
-    std::filesystem::create_directories(root / study + "/QRD");
-  }
+  void make_catalogue(const std::string& study) { fs::create_directories(root / study + "/QRD"); }
 
   study_root root;
   string_list valid_names, valid_paths, names, paths;
@@ -62,7 +51,7 @@ TEST_F(registry, prefixes_stand_for_the_two_roots) {
 
 TEST_F(registry, a_study_is_a_folder_with_a_catalogue) {
   make_catalogue("Gold");
-  std::filesystem::create_directory(root / "Bare");
+  fs::create_directory(root / "Bare");
   root.write_registry(pair("$init$/Bare", "Bare") + pair("$init$/Gone", "Gone") +
                       pair("$init$/Gold", "Gold"));
   EXPECT_EQ(read(), 1);
@@ -144,10 +133,10 @@ TEST_F(registry, only_a_missing_one_is_empty) {
     EXPECT_TRUE(is_unreadable());
     EXPECT_EQ(root.registry(), damaged);
   }
-  std::filesystem::remove(registry_file);
-  std::filesystem::create_symlink(root / "not/mounted", registry_file);
+  fs::remove(registry_file);
+  fs::create_symlink(root / "not/mounted", registry_file);
   EXPECT_TRUE(is_unreadable());
-  EXPECT_TRUE(std::filesystem::is_symlink(registry_file));
+  EXPECT_TRUE(fs::is_symlink(registry_file));
 }
 
 TEST_F(registry, a_rewrite_keeps_lines_of_another_platform) {
@@ -174,11 +163,11 @@ TEST_F(registry, what_cannot_be_read_or_written_is_not_replaced) {
   std::string damaged = "physical_name  =/a\x01\n";
   write_file(root / "study_names.def", damaged);
   std::string said = console_of([&] { rewrite(); });
-  EXPECT_NE(said.find("Cannot create the study_names file...\n"), std::string::npos);
+  EXPECT_HAS(said, "Cannot create the study_names file...\n");
   EXPECT_EQ(root.registry(), damaged);
 
-  std::filesystem::remove(root / "study_names.def");
-  std::filesystem::create_directory(root / "study_names.def");
+  fs::remove(root / "study_names.def");
+  fs::create_directory(root / "study_names.def");
   said = console_of([&] { rewrite(); });
   EXPECT_EQ(said, "Cannot create the study_names file...\n");
 }

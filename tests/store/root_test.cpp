@@ -1,14 +1,6 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <string>
-
 #include "catalogue/qu_root.h"
 #include "disk/qu_version.h"
 #include "disk/store_state.h"
-#include "support/console.h"
 #include "support/study_root.h"
 #include "util/qu_environment.h"
 #include "util/qu_memory.h"
@@ -21,8 +13,7 @@ void init(const char* path) {
   qu_init(path, "QRDserver", "15.03");
 }
 
-class root : public testing::Test {
- protected:
+struct root : testing::Test {
   void SetUp() override {
     for (const char* name : {"QRD_INIT", "QRD_PLUGIN_PATH", "QRD_RUNNING_TEST", "XDG_DATA_HOME"})
       unsetenv(name);
@@ -38,7 +29,7 @@ TEST_F(root, a_given_path_is_the_root) {
   EXPECT_STREQ(store.root_windows, "");
   EXPECT_EQ(read_file(folder / "read_write.def"), "Do not delete this file during Velmar Run...");
   // The trial file is gone again.
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
   EXPECT_STREQ(store.program_name, "QRDserver");
   EXPECT_STREQ(store.program_version_text, "15.03");
   EXPECT_STREQ(store.study_name, "None");
@@ -55,7 +46,7 @@ TEST_F(root, without_a_path_the_environment_names_it) {
 TEST_F(root, the_default_root_lies_with_the_data_of_the_user) {
   init(nullptr);
   EXPECT_EQ(store.root_path, folder / "home/.local/share/Orvane/Velmar");
-  EXPECT_TRUE(std::filesystem::is_directory(store.root_path));
+  EXPECT_TRUE(fs::is_directory(store.root_path));
   setenv("XDG_DATA_HOME", "relative", 1);
   init(nullptr);
   EXPECT_EQ(store.root_path, folder / "home/.local/share/Orvane/Velmar");
@@ -73,15 +64,15 @@ TEST_F(root, the_default_root_lies_with_the_data_of_the_user) {
 TEST_F(root, a_root_that_cannot_be_made_or_written_is_fatal) {
   write_file(folder / "file", "");
   EXPECT_FATAL(init((folder / "file/db").c_str()), "Creation failed for the root directory: .*/file/db");
-  std::filesystem::create_directory(folder / "read_write.def");
+  fs::create_directory(folder / "read_write.def");
   EXPECT_FATAL(init(folder.path().c_str()), "write locked...\nCan't create file:\n.*/read_write.def");
   // Longer names than the file system knows.
   const std::string deep = folder / std::string(140, 'd');
-  std::filesystem::create_directory(deep);
-  std::filesystem::current_path(deep);
+  fs::create_directory(deep);
+  fs::current_path(deep);
   EXPECT_FATAL(
       {
-        std::filesystem::remove(deep);
+        fs::remove(deep);
         init(".");
       },
       "write locked...\nCan't create file:\n.*/WRT_TRY_");
@@ -110,8 +101,7 @@ TEST_F(root, settings_come_from_the_environment) {
   EXPECT_GT(checked_memory.capacity, 0U);
 }
 
-class version_file : public root {
- protected:
+struct version_file : root {
   void SetUp() override {
     root::SetUp();
     init(folder.path().c_str());
@@ -160,7 +150,7 @@ TEST_F(version_file, any_other_version_is_refused_with_its_numbers) {
 }
 
 TEST_F(version_file, a_directory_in_its_place_is_fatal) {
-  std::filesystem::create_directory(folder / "DATA");
+  fs::create_directory(folder / "DATA");
   EXPECT_FATAL(check(), "version number file .*/DATA is a directory");
 }
 

@@ -1,36 +1,16 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
-#include "disk/store_state.h"
-#include "requests/context.h"
 #include "requests/open_root.h"
 #include "samples/qd_study_session.h"
-#include "support/console.h"
 #include "support/database.h"
-#include "support/file_size_limit.h"
 #include "support/fresh_state.h"
-#include "support/study_root.h"
-#include "units/qu_units.h"
 #include "util/qu_critical.h"
-#include "util/qu_file.h"
-#include "util/qu_hooks.h"
-#include "util/qu_message.h"
 #include "util/qu_string.h"
-#include "util/qu_xdr.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 class study : public testing::Test {
  protected:
@@ -47,6 +27,17 @@ class study : public testing::Test {
     root.write_registry(registered_);
   }
 
+  study_fitness read(const std::string& name, bool by_server = false) {
+    return qu_study_descriptor_read(by_server, name.c_str(), (root / name).c_str(), &record);
+  }
+  void expect_open(const std::string& name, bool with_units) {
+    EXPECT_EQ(store.study_name, name);
+    EXPECT_EQ(store.study_path, root / name);
+    EXPECT_EQ(store.catalogue_path, root / (name + "/QRD"));
+    EXPECT_EQ(store.cscale_path, root / (name + "/CSCALE"));
+    EXPECT_EQ(units.kept, with_units);
+  }
+
   study_root root;
   study_record record;
 
@@ -57,17 +48,14 @@ class study : public testing::Test {
 TEST_F(study, a_new_study_has_its_descriptor_and_folders_and_nothing_else) {
   std::string path = root / "deep/down/Gold";
   EXPECT_EQ(qu_study_create(path.c_str(), "None", 1), study_making::done);
-  EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520, 1, 140000, 0).str());
+  EXPECT_EQ(read_file(path + "/DESCR"), bytes().i32(520, 1, 140000, 0));
   std::string found;
-  std::map<std::string, bool> entries;
-  for (const auto& entry : fs::recursive_directory_iterator(path))
-    entries[entry.path().lexically_relative(path)] = entry.is_directory();
-  for (const auto& [name, is_folder] : entries) found += name + (is_folder ? "/ " : " ");
+  for (const auto& [name, content] : image_of(path)) found += name + (content == "/" ? "/ " : " ");
   EXPECT_EQ(found,
             "CSCALE/ DEF/ DESCR IMAGES/ METAFILE/ PARAM/ PARAM/ANAM/ PARAM/DVARIO/ PARAM/MCORREL/ "
             "PARAM/MREGR/ PARAM/MVARIO/ PARAM/NEIGH/ PARAM/PCAMOD/ PARAM/PROP/ QRD/ TMP/ TRANSFO/ "
             "U_COLOR/ U_LITHO/ ");
-  EXPECT_EQ(std::distance(fs::directory_iterator(root / "deep/down"), {}), 1);
+  EXPECT_EQ(names_in(root / "deep/down"), strings{"Gold"});
   EXPECT_EQ(qu_study_create(path.c_str(), "None", 0), study_making::exists);
   write_file(root / "file", "kept");
   EXPECT_NE(qu_study_create((root / "file").c_str(), "None", 1), study_making::done);
@@ -95,55 +83,44 @@ TEST_F(study, a_failed_creation_leaves_nothing) {
 }
 
 TEST_F(study, descriptors_of_all_versions_are_read) {
-  std::string path = make("Gold", bytes().i32(410, 7).str());
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::other_version);
-  EXPECT_EQ(record.unit_flag, 7);
-  EXPECT_EQ(record.study_version, 40000);
-  write_file(path + "/DESCR", bytes().i32(411, 0, 140000).str());
-  store.is_64bit = 1;
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
-  EXPECT_EQ(record.unit_flag, 0);
-  EXPECT_EQ(store.is_64bit, 0);
-  write_file(path + "/DESCR", study_descriptor(1, 140000, 1));
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
-  EXPECT_EQ(store.is_64bit, 1);
-}
-
-TEST_F(study, only_the_own_version_is_opened_by_the_server) {
-  std::string path = make("Gold", study_descriptor(1, 139999));
-  for (int version : {139999, 150000}) {
-    write_file(path + "/DESCR", study_descriptor(1, version));
-    EXPECT_EQ(console_of([&] {
-                EXPECT_EQ(qu_study_descriptor_read(true, "Gold", path.c_str(), &record),
-                          study_fitness::other_version);
-              }),
-              "");
+  make("Gold");
+  const struct {
+    std::string descriptor;
+    bool by_server;
+    study_fitness fitness;
+    int unit_flag, version, is_64bit;
+  } rows[] = {{bytes().i32(410, 7), false, study_fitness::other_version, 7, 40000, 0},
+              {study_descriptor(1, 140000, 1), false, study_fitness::usable, 1, 140000, 1},
+              {bytes().i32(411, 0, 140000), false, study_fitness::usable, 0, 140000, 0},
+              // The server opens its own version alone.
+              {study_descriptor(1, 139999), true, study_fitness::other_version, 1, 139999, 0},
+              {study_descriptor(1, 150000), true, study_fitness::other_version, 1, 150000, 0}};
+  for (const auto& row : rows) {
+    write_file(root / "Gold/DESCR", row.descriptor);
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(read("Gold", row.by_server), row.fitness); }), "");
+    EXPECT_EQ(record.unit_flag, row.unit_flag);
+    EXPECT_EQ(record.study_version, row.version);
+    EXPECT_EQ(store.is_64bit, row.is_64bit);
   }
 }
 
 TEST_F(study, a_lost_descriptor_is_made_anew_and_a_damaged_one_stays) {
   std::string path = make("Gold");
   fs::remove(path + "/DESCR");
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::usable);
+  EXPECT_EQ(read("Gold"), study_fitness::usable);
   EXPECT_EQ(read_file(path + "/DESCR"), study_descriptor(1));
   std::string cut = study_descriptor(0).substr(0, 10);
   write_file(path + "/DESCR", cut);
-  EXPECT_EQ(console_of([&] {
-              EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record),
-                        study_fitness::unreadable);
-            }),
+  EXPECT_EQ(console_of([&] { EXPECT_EQ(read("Gold"), study_fitness::unreadable); }),
             "Study descriptor corrupted:\n" + path + "\n\n");
   EXPECT_EQ(read_file(path + "/DESCR"), cut);
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gone", (root / "Gone").c_str(), &record), study_fitness::gone);
+  EXPECT_EQ(read("Gone"), study_fitness::gone);
   EXPECT_FALSE(fs::exists(root / "Gone"));
   EXPECT_FATAL(qu_study_descriptor_write((root / "Gone").c_str(), &record), "FATAL ERROR in qu_file_open_f");
-}
-
-TEST_F(study, a_descriptor_that_cannot_be_opened_is_not_replaced) {
-  const std::string path = make("Gold");
+  // Nor is one replaced that can't be opened.
   fs::remove(path + "/DESCR");
   fs::create_symlink(path + "/elsewhere/DESCR", path + "/DESCR");
-  EXPECT_EQ(qu_study_descriptor_read(false, "Gold", path.c_str(), &record), study_fitness::unreadable);
+  EXPECT_EQ(read("Gold"), study_fitness::unreadable);
   EXPECT_TRUE(fs::is_symlink(path + "/DESCR"));
 }
 
@@ -154,10 +131,7 @@ TEST_F(study, a_failed_opening_leaves_the_open_study) {
   write_file(root / "study_names.def", std::string(10, '\0'));
   EXPECT_EQ(qu_study_open("Tin"), study_opening::no_registry);
   EXPECT_EQ(qu_study_open("None"), study_opening::no_registry);
-  EXPECT_STREQ(store.study_name, "Gold");
-  EXPECT_EQ(store.study_path, root / "Gold");
-  EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
-  EXPECT_FALSE(units.kept);
+  expect_open("Gold", false);
   EXPECT_FALSE(fs::exists(root / "Velmar-Init"));
 }
 
@@ -168,22 +142,13 @@ TEST_F(study, the_first_study_that_fits_is_opened) {
   make("Tin");
   for (const char* name : {"Old", "New", "Gold", "Tin"}) enter(name);
   std::string before = root.registry();
-  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
-  EXPECT_STREQ(store.study_name, "Gold");
-  EXPECT_EQ(store.study_path, root / "Gold");
-  EXPECT_EQ(store.catalogue_path, root / "Gold/QRD");
-  EXPECT_EQ(store.cscale_path, root / "Gold/CSCALE");
-  EXPECT_FALSE(units.kept);
-  EXPECT_EQ(qu_study_open("Tin"), study_opening::opened);
-  EXPECT_STREQ(store.study_name, "Tin");
-  EXPECT_TRUE(units.kept);
-  EXPECT_EQ(qu_study_open("None"), study_opening::opened);
-  EXPECT_STREQ(store.study_name, "Tin");
-  EXPECT_EQ(qu_study_open("Old"), study_opening::opened);
-  EXPECT_STREQ(store.study_name, "Gold");
+  for (const auto& [wanted, opened] :
+       {std::pair{"None", "Gold"}, {"Tin", "Tin"}, {"None", "Tin"}, {"Old", "Gold"}}) {
+    EXPECT_EQ(qu_study_open(wanted), study_opening::opened);
+    expect_open(opened, opened == std::string("Tin"));
+  }
   EXPECT_EQ(root.registry(), before);
-  for (const auto& entry : fs::directory_iterator(root / "Gold"))
-    EXPECT_NE(entry.path().filename().string().substr(0, 4), "WRT_");
+  for (const std::string& name : names_in(root / "Gold")) EXPECT_FALSE(name.starts_with("WRT_"));
 }
 
 TEST_F(study, without_a_valid_study_the_default_one_comes_into_being) {
@@ -232,13 +197,12 @@ TEST_F(study, a_study_that_cannot_be_written_is_fatal) {
   for (const fs::path& folder : {fs::path(root.path()).parent_path(), fs::path(root.path())})
     fs::permissions(folder, fs::perms(0755));
   fs::permissions(path, fs::perms(0555));
-  EXPECT_FATAL(
-      {
-        constexpr uid_t nobody = 65534;
-        if (geteuid() == 0 && seteuid(nobody) != 0) _exit(2);
-        static_cast<void>(qu_study_open("Gold"));
-      },
-      " File System Full or Write Protected...");
+  const auto open_as_nobody = [] {
+    constexpr uid_t nobody = 65534;
+    if (geteuid() == 0 && seteuid(nobody) != 0) _exit(2);
+    static_cast<void>(qu_study_open("Gold"));
+  };
+  EXPECT_FATAL(open_as_nobody(), " File System Full or Write Protected...");
 }
 
 TEST_F(study, the_folder_of_old_anamorphoses_stays_beside_a_new_one) {
@@ -252,19 +216,19 @@ TEST_F(study, the_folder_of_old_anamorphoses_stays_beside_a_new_one) {
   EXPECT_EQ(read_file(path + "/PARAM/MHISTO/A.1"), "old");
 }
 
-class environment : public study {
- protected:
+struct environment : study {
   void SetUp() override {
     study::SetUp();
     source = make("Template");
     target = make("Gold");
     enter("Gold");
     enter("Template");
-    write_file(source + "/CSCALE/CSCA.0", "scale");
-    write_file(source + "/DEF/environ_gene.def", "general\n");
-    write_file(source + "/DEF/environ.def", "words\n");
-    write_file(source + "/DEF/DISPLAY.1", "display");
-    write_file(source + "/DEF/OTHER", "other");
+    for (const auto& [name, content] : {std::pair{"/CSCALE/CSCA.0", "scale"},
+                                        {"/DEF/environ_gene.def", "general\n"},
+                                        {"/DEF/environ.def", "words\n"},
+                                        {"/DEF/DISPLAY.1", "display"},
+                                        {"/DEF/OTHER", "other"}})
+      write_file(source + name, content);
     fs::create_directory(source + "/DEF/DISPLAYS");
     fs::create_symlink("/etc/hostname", source + "/DEF/DISPLAY.2");
   }
@@ -355,8 +319,7 @@ TEST_F(environment, a_study_made_from_a_template_has_its_words) {
   EXPECT_EQ(read_file(path + "/CSCALE/CSCA.0"), "scale");
 }
 
-class lock : public study {
- protected:
+struct lock : study {
   void SetUp() override {
     study::SetUp();
     path = make("Gold");
@@ -382,22 +345,19 @@ TEST_F(lock, cannot_end_before_it_is_taken_nor_be_a_directory) {
   EXPECT_FATAL(qd_init(), "Impossible to write the LOCK file: .*/LOCK");
 }
 
-TEST_F(lock, of_a_study_that_has_just_gone_is_no_end) {
+TEST_F(lock, is_removed_by_a_fatal_end_and_none_of_a_study_that_has_just_gone) {
+  qd_init();
+  EXPECT_FATAL(qu_fatal("end"), "Fatal Software Error\nend");
+  EXPECT_FALSE(fs::exists(path + "/LOCK"));
   fs::remove_all(path);
   EXPECT_EQ(console_of([] { EXPECT_FALSE(qd_init()); }), "");
   qd_end(0);
 }
 
-TEST_F(lock, is_removed_by_a_fatal_end) {
-  qd_init();
-  EXPECT_FATAL(qu_fatal("end"), "Fatal Software Error\nend");
-  EXPECT_FALSE(fs::exists(path + "/LOCK"));
-}
-
 TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
-  write_file(path + "/QRD/DESCR", bytes().i32(900, 1).str());
+  write_file(path + "/QRD/DESCR", bytes().i32(900, 1));
   qd_init();
-  EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100).str());
+  EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100));
   fs::remove(path + "/QRD/DESCR");
   fs::create_directory(path + "/QRD/DESCR");
   EXPECT_EQ(console_of([] { qd_init(); }), "Data descriptor corrupted:\n" + path + "/QRD/DESCR\n\n");
@@ -411,13 +371,11 @@ TEST_F(lock, a_counter_beyond_32_bits_marks_the_study) {
   write_file(path + "/DESCR", "");
   store.is_64bit = 0;
   std::string said = console_of([] { qu_study_mark_64bit(); });
-  EXPECT_NE(said.find("Failed to read study descriptor " + path + "/DESCR for 64-bit flag update\n"),
-            std::string::npos);
+  EXPECT_HAS(said, "Failed to read study descriptor " + path + "/DESCR for 64-bit flag update\n");
   EXPECT_EQ(read_file(path + "/DESCR"), "");
 }
 
-class open_root : public study {
- protected:
+struct open_root : study {
   void SetUp() override {
     study::SetUp();
     fresh_state();
@@ -478,14 +436,10 @@ TEST_F(open_root, one_that_cannot_be_read_is_refused_and_stays) {
 TEST_F(open_root, nothing_chosen_before_is_current_in_it) {
   make("Gold");
   enter("Gold");
-  set_current_study("Old");
-  set_current_directory("D");
-  set_current_file("F");
-  set_current_variable("V");
-  set_current_selection("S");
-  current_context.indice = 3;
+  server_context& now = current_context;
+  for (char* field : {now.study, now.directory, now.file, now.variable, now.selection}) field[0] = 'X';
+  now.indice = 3;
   ASSERT_EQ(open(root.path()), "");
-  const server_context& now = current_context;
   for (const char* field : {now.study, now.directory, now.file, now.variable, now.selection})
     EXPECT_STREQ(field, "None");
   EXPECT_EQ(now.indice, -1);

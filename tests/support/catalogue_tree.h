@@ -1,9 +1,6 @@
 // A catalogue laid out byte by byte, and the store pointed at it.
 #pragma once
 
-#include <filesystem>
-#include <string>
-
 #include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_study.h"
 #include "disk/qd_handles.h"
@@ -16,7 +13,7 @@
 #include "samples/qd_variable_table.h"
 #include "support/descriptors.h"
 #include "support/fresh_state.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 #include "units/qu_units.h"
 #include "util/qu_critical.h"
 #include "util/qu_file.h"
@@ -34,17 +31,15 @@ class catalogue_tree {
     write_file(folder_ / "read_write.def", "");
     qu_path_join(store.handle_test_path, {folder_ / "read_write.def"});
     hooks.handle_test_path = store.handle_test_path;
-    std::filesystem::create_directory(folder_ / "QRD");
+    fs::create_directory(folder_ / "QRD");
   }
-  catalogue_tree(const catalogue_tree&) = delete;
-  catalogue_tree& operator=(const catalogue_tree&) = delete;
   ~catalogue_tree() { fresh_state(); }
 
   std::string path() const { return folder_ / "QRD"; }
   // The path of a folder of the catalogue, made if it isn't there: "DIRE.1/FILE.2".
   std::string folder(const std::string& path) const {
     std::string whole = folder_ / ("QRD/" + path);
-    std::filesystem::create_directories(whole);
+    fs::create_directories(whole);
     return whole;
   }
   std::string descriptor(const std::string& path) const { return folder_ / ("QRD/" + path + "/DESCR"); }
@@ -53,6 +48,12 @@ class catalogue_tree {
     std::string whole = folder(path);
     write_file(whole + "/DESCR", content);
     return whole;
+  }
+  std::string add(const std::string& path, const file_fields& fields) const {
+    return add(path, fields.bytes_of());
+  }
+  std::string add(const std::string& path, const variable_fields& fields) const {
+    return add(path, fields.bytes_of());
   }
   std::string add_directory(const std::string& path, const std::string& name) const {
     return add(path, bytes().i32(1100).text(name).str());

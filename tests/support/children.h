@@ -1,17 +1,9 @@
 // A look at other processes.
 #pragma once
 
-#include <sys/types.h>
-
-#include <chrono>
-#include <filesystem>
-#include <functional>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
-#include "support/bytes.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
@@ -24,21 +16,18 @@ inline std::vector<pid_t> children_of(pid_t process) {
 }
 
 // What the open descriptors of a process stand for, from 3 on.
-inline std::vector<std::string> open_files_of(pid_t process) {
-  std::vector<std::string> result;
-  for (const std::filesystem::directory_entry& entry :
-       std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd"))
+inline strings open_files_of(pid_t process) {
+  strings result;
+  for (const fs::directory_entry& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd"))
     if (std::stoi(entry.path().filename()) > 2) {
-      std::string target = std::filesystem::read_symlink(entry.path());
+      std::string target = fs::read_symlink(entry.path());
       result.push_back(target.substr(0, target.find(':')));
     }
   return result;
 }
 
-inline bool becomes_true(const std::function<bool()>& condition,
-                         std::chrono::milliseconds time = std::chrono::seconds(10)) {
-  for (auto end = std::chrono::steady_clock::now() + time; std::chrono::steady_clock::now() < end;
-       std::this_thread::sleep_for(std::chrono::milliseconds(5)))
+inline bool becomes_true(const std::function<bool()>& condition, std::chrono::milliseconds time = 10s) {
+  for (auto end = clock::now() + time; clock::now() < end; std::this_thread::sleep_for(5ms))
     if (condition()) return true;
   return condition();
 }

@@ -8,6 +8,8 @@
 #include <functional>
 #include <string>
 
+#include "support/unmovable.h"
+
 namespace qrd::test {
 
 // Called inside a death test, which looks at standard error: sends the console there.
@@ -23,7 +25,19 @@ inline std::string console_of(const std::function<void()>& act) {
   return testing::internal::GetCapturedStdout();
 }
 
+// Keeps it to itself while the object lives.
+struct silent_console : unmovable {
+  silent_console() { testing::internal::CaptureStdout(); }
+  ~silent_console() { testing::internal::GetCapturedStdout(); }
+};
+
+inline bool has_part(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
 }  // namespace qrd::test
+
+#define EXPECT_HAS(text, part) EXPECT_PRED2(qrd::test::has_part, text, part)
 
 // The process ends with status 1 and a text on the console that matches the expression.
 #define EXPECT_FATAL(statement, text)   \

@@ -1,61 +1,27 @@
 // The real server on a copy of a database root, and clients of it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <map>
-#include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "qrd/connection.h"
-#include "support/bytes.h"
-#include "support/programs.h"
 #include "support/server_process.h"
 #include "support/study_root.h"
-#include "support/temporary_directory.h"
 
 namespace qrd::test {
-
-// Every file below a folder by its relative path, with its content; a folder has the content "/".
-using tree_image = std::map<std::string, std::string>;
-
-inline tree_image image_of(const std::filesystem::path& folder) {
-  tree_image image;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
-    image[entry.path().lexically_relative(folder).string()] =
-        entry.is_directory() ? "/" : read_file(entry.path().string());
-  return image;
-}
-
-// Paths whose content differs, was added or is gone.
-inline std::vector<std::string> changes(const tree_image& before, const tree_image& after) {
-  std::vector<std::string> paths;
-  for (const auto& [path, content] : before)
-    if (const auto found = after.find(path); found == after.end() || found->second != content)
-      paths.push_back(path);
-  for (const auto& [path, content] : after)
-    if (!before.contains(path)) paths.push_back(path);
-  return paths;
-}
 
 class database {
  public:
   explicit database(const std::string& source = shipped_root) {
-    std::filesystem::copy(source, root(), std::filesystem::copy_options::recursive);
+    fs::copy(source, root(), fs::copy_options::recursive);
     // A source that can't be written gives a copy that can't.
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(root()))
-      std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_write,
-                                   std::filesystem::perm_options::add);
-    std::filesystem::permissions(root(), std::filesystem::perms::owner_write,
-                                 std::filesystem::perm_options::add);
+    for (const auto& entry : fs::recursive_directory_iterator(root()))
+      fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::add);
+    fs::permissions(root(), fs::perms::owner_write, fs::perm_options::add);
   }
 
-  std::filesystem::path root() const { return directory_.path() / "root"; }
+  fs::path root() const { return directory_.path() / "root"; }
   std::string operator/(const std::string& name) const { return (root() / name).string(); }
-  std::filesystem::path scratch() const { return directory_.path(); }
+  fs::path scratch() const { return directory_.path(); }
 
  private:
   temporary_directory directory_;
@@ -64,7 +30,7 @@ class database {
 // A server with a client that has the root open.
 class served {
  public:
-  explicit served(const std::filesystem::path& root, server_settings settings = {})
+  explicit served(const fs::path& root, server_settings settings = {})
       : process(std::move(settings)), connection(connect()) {
     connection.open_root(root.string());
   }

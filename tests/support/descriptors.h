@@ -1,10 +1,6 @@
 // The descriptors of files and variables, built without the code under test.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "support/bytes.h"
 
 namespace qrd::test {
@@ -27,8 +23,7 @@ struct file_fields {
     b.i32(version).text(name);
     if (version < 520) b.i32(77);
     b.i32(organisation, dimension, lines);
-    for (double value : lengths) b.f64(value);
-    for (int value : nodes) b.i32(value);
+    b.f64(lengths).i32(nodes);
     for (std::size_t i = 0; i < (version < 200 ? 2U : 3U); ++i) b.f64(angles[i]);
     b.text(link);
     if (version < 520) {
@@ -61,20 +56,14 @@ struct variable_fields {
 };
 
 // The table of a macro variable: its indices, and their texts if it has any.
-inline std::string macro_bytes(const std::vector<int>& indices, const std::vector<std::string>& texts = {}) {
-  bytes b;
-  b.i32(1100, static_cast<int>(indices.size()));
-  for (int index : indices) b.i32(index);
-  b.i32(static_cast<int>(texts.size()));
-  for (const std::string& text : texts) b.text(text);
-  return b.str();
+inline std::string macro_bytes(const std::vector<int>& indices, const strings& texts = {}) {
+  bytes b = bytes().i32(1100, static_cast<int>(indices.size())).i32(indices);
+  return b.i32(static_cast<int>(texts.size())).text(texts);
 }
 
 // The table of a lines file.
 inline std::string line_table(const std::vector<std::int64_t>& entries) {
-  bytes b;
-  for (std::int64_t entry : entries) b.i64(entry);
-  return b.str();
+  return bytes().i64(entries);
 }
 
 }  // namespace qrd::test

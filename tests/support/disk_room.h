@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
+#include "support/unmovable.h"
+
 namespace qrd::test {
 
-class disk_room {
+class disk_room : unmovable {
  public:
   explicit disk_room(std::int64_t bytes);
-  disk_room(const disk_room&) = delete;
-  disk_room& operator=(const disk_room&) = delete;
   ~disk_room();
 };
 

@@ -5,17 +5,17 @@
 
 #include <csignal>
 
+#include "support/unmovable.h"
+
 namespace qrd::test {
 
-class file_size_limit {
+class file_size_limit : unmovable {
  public:
   explicit file_size_limit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
     getrlimit(RLIMIT_FSIZE, &before_);
     struct rlimit limit = {bytes, before_.rlim_max};
     setrlimit(RLIMIT_FSIZE, &limit);
   }
-  file_size_limit(const file_size_limit&) = delete;
-  file_size_limit& operator=(const file_size_limit&) = delete;
   ~file_size_limit() {
     setrlimit(RLIMIT_FSIZE, &before_);
     std::signal(SIGXFSZ, handler_);

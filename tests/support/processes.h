@@ -1,21 +1,9 @@
 // Several processes that do the same at once, as servers on one tree do.
 #pragma once
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
+#include "support/test.h"
 #include "util/qu_lock.h"
 
 namespace qrd::test {
@@ -27,18 +15,26 @@ inline pid_t fork_for_test() {
   return child;
 }
 
-// Another server that holds the lock of a folder for a moment, in which an operation of this process comes to
-// wait for it, and then does something before it gives it up.
-class other_server {
- public:
-  other_server(const std::string& folder, const std::function<void()>& act) {
+inline void expect_success(pid_t process) {
+  int status = -1;
+  waitpid(process, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+
+// Another server that holds the locks of folders from the beginning, and then does something.
+class lock_owner : unmovable {
+ protected:
+  lock_owner(const strings& folders, const std::function<void()>& act) {
     int ready[2];
     if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
     process_ = fork_for_test();
     if (process_ == 0) {
-      const folder_lock lock(folder.c_str());
-      if (!lock || write(ready[1], "", 1) != 1) _exit(1);
-      poll(nullptr, 0, 200);
+      std::vector<std::unique_ptr<folder_lock>> locks;
+      for (const std::string& folder : folders) {
+        locks.push_back(std::make_unique<folder_lock>(folder.c_str()));
+        if (!*locks.back()) _exit(1);
+      }
+      if (write(ready[1], "", 1) != 1) _exit(1);
       act();
       _exit(0);
     }
@@ -47,47 +43,27 @@ class other_server {
     EXPECT_EQ(read(ready[0], &byte, 1), 1);
     close(ready[0]);
   }
-  other_server(const other_server&) = delete;
-  other_server& operator=(const other_server&) = delete;
-  ~other_server() {
-    int status = -1;
-    waitpid(process_, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
 
- private:
   pid_t process_;
 };
 
-// Another process that holds the locks of folders while the object lives.
-class lock_holder {
- public:
-  explicit lock_holder(const std::vector<std::string>& folders) {
-    int ready[2];
-    if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
-    process_ = fork_for_test();
-    if (process_ == 0) {
-      std::vector<std::unique_ptr<folder_lock>> locks;
-      for (const std::string& folder : folders)
-        locks.push_back(std::make_unique<folder_lock>(folder.c_str()));
-      const bool held = std::all_of(locks.begin(), locks.end(), [](const auto& lock) { return bool(*lock); });
-      if (held && write(ready[1], "", 1) == 1) pause();
-      _exit(1);
-    }
-    char byte = 1;
-    close(ready[1]);
-    EXPECT_EQ(read(ready[0], &byte, 1), 1);
-    close(ready[0]);
-  }
-  lock_holder(const lock_holder&) = delete;
-  lock_holder& operator=(const lock_holder&) = delete;
+// For a moment, in which an operation of this process comes to wait for it.
+struct other_server : lock_owner {
+  other_server(const std::string& folder, const std::function<void()>& act)
+      : lock_owner({folder}, [&] {
+          poll(nullptr, 0, 200);
+          act();
+        }) {}
+  ~other_server() { expect_success(process_); }
+};
+
+// While the object lives.
+struct lock_holder : lock_owner {
+  explicit lock_holder(const strings& folders) : lock_owner(folders, [] { pause(); }) {}
   ~lock_holder() {
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
   }
-
- private:
-  pid_t process_;
 };
 
 // Runs an act in so many processes; each gives true if it succeeded. How many failed.

@@ -1,16 +1,7 @@
 // One run of a program, with its input and what came out.
 #pragma once
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include "support/bytes.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
@@ -20,8 +11,7 @@ struct program_run {
   std::string errors;
 };
 
-inline program_run run_program(const std::string& program, std::vector<std::string> arguments,
-                               const std::string& input = {}) {
+inline program_run run_program(const std::string& program, strings arguments, const std::string& input = {}) {
   const temporary_directory scratch;
   write_file(scratch / "in", input);
   arguments.insert(arguments.begin(), program);

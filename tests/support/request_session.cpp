@@ -1,13 +1,8 @@
 #include "support/request_session.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <stdexcept>
-
 #include "requests/context.h"
 #include "requests/dispatch.h"
-#include "support/bytes.h"
+#include "support/test.h"
 #include "wire/buffer.h"
 #include "wire/connection.h"
 
@@ -47,11 +42,11 @@ std::string request_session::ask(const char* request, std::string_view arguments
 }
 
 std::string done() {
-  return bytes().text("SDONE").str();
+  return bytes("SDONE");
 }
 
 std::string refusal(std::string_view text) {
-  return bytes().text("SERROR").text(text).str();
+  return bytes("SERROR").text(text);
 }
 
 }  // namespace qrd::test

@@ -4,14 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include "support/unmovable.h"
+
 namespace qrd::test {
 
-class request_session {
+class request_session : unmovable {
  public:
   // Nothing selected, the newest protocol, 8-byte longs.
   request_session();
-  request_session(const request_session&) = delete;
-  request_session& operator=(const request_session&) = delete;
   ~request_session();
 
   // Serves one request with these argument bytes; all that it answers.

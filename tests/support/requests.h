@@ -1,23 +1,19 @@
 // Requests served in the test's own process, and what is expected of them.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "support/bytes.h"
+#include "requests/context.h"
 #include "support/request_session.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
 // What holds of the server when it begins: nothing is selected.
-class requests : public testing::Test {
- protected:
+struct requests : testing::Test {
   std::string ask(const char* request, const bytes& arguments = {}) {
-    return client_.ask(request, arguments.str());
+    return client_.ask(request, arguments);
   }
   void expect_answer(const char* request, const bytes& arguments, const bytes& answer) {
-    EXPECT_EQ(ask(request, arguments), answer.str()) << request;
+    EXPECT_EQ(ask(request, arguments), answer) << request;
   }
   void expect_done(const char* request, const bytes& arguments = {}) {
     EXPECT_EQ(ask(request, arguments), done()) << request;
@@ -26,6 +22,12 @@ class requests : public testing::Test {
   void expect_refused(const char* request, const bytes& arguments, const std::string& text) {
     EXPECT_EQ(ask(request, arguments), refusal(text)) << request;
     EXPECT_EQ(client_.status(), -1) << request;
+  }
+  // What the client has selected, from the study to the index.
+  static std::string chosen() {
+    const server_context& now = current_context;
+    return std::string(now.study) + " " + now.directory + " " + now.file + " " + now.variable + " " +
+           now.selection + " " + std::to_string(now.indice);
   }
 
   request_session client_;

@@ -1,243 +1,141 @@
 #include "support/root_view.h"
 
-#include <algorithm>
-#include <optional>
+#include <bit>
 #include <sstream>
-#include <string_view>
-#include <type_traits>
-#include <variant>
 
-#include "qrd/error.h"
+#include "support/layout.h"
+#include "wire/connection.h"
 
 namespace qrd::test {
 
 namespace {
 
-class text {
- public:
-  text() { out_.precision(17); }
-  template <typename... Values>
-  text& add(const Values&... values) {
-    (put(values), ...);
-    return *this;
-  }
-  std::string str() const { return out_.str(); }
-
- private:
-  template <typename Value>
-  void put(const Value& value) {
-    if constexpr (std::is_convertible_v<Value, std::string> || std::is_arithmetic_v<Value>)
-      out_ << value << ' ';
-    else
-      for (const auto& one : value) put(one);
-  }
-  void put(std::monostate /*nothing*/) {}
-  void put(const client::point3& point) { add(point.x, point.y, point.z); }
-  void put(const std::optional<std::string>& name) { put(name.value_or("(none)")); }
-
-  std::ostringstream out_;
+struct answer {
+  bool refused = false;
+  std::string told;
+  std::vector<std::int64_t> numbers;
+  strings texts;
 };
-
-std::string told(const client::polygon_set& set) {
-  text out;
-  out.add(set.dimension).add(set.lowest).add(set.highest);
-  for (const client::contour& one : set.contours) {
-    out.add(one.name, one.polygon, one.z_min, one.z_max, ":");
-    for (const client::point2& vertex : one.vertices) out.add(vertex.x, vertex.y);
-  }
-  return out.str();
-}
-
-std::string told(const std::vector<client::wireframe>& objects) {
-  text out;
-  for (const client::wireframe& object : objects) {
-    out.add(object.name, object.red, object.green, object.blue, ":");
-    for (const client::wireframe_piece& piece : object.pieces) {
-      out.add(piece.vertices);
-      for (const client::triangle& one : piece.triangles) out.add(one.vertices);
-    }
-  }
-  return out.str();
-}
-
-std::string told(const client::fault_set& set) {
-  text out;
-  out.add(set.is_2d, set.has_attributes);
-  for (const client::fault& fault : set.faults) {
-    out.add(fault.name, fault.is_polyline, ":");
-    for (const client::fault_segment& segment : fault.segments)
-      out.add(segment.points).add(segment.attributes).add(segment.priority);
-  }
-  return out.str();
-}
-
-std::string told(const client::colour_scale& scale) {
-  text out;
-  out.add(static_cast<int>(scale.kind), scale.read_only, scale.palette, scale.classes);
-  out.add(scale.colour_1).add(scale.colour_2).add(scale.colour_3).add(scale.modes);
-  out.add(scale.bounds).add(scale.palette_indices).add(scale.integer_bounds);
-  for (const client::facies_interval& one : scale.intervals)
-    out.add(one.minimum, one.maximum, one.palette_index);
-  for (const client::facies_class& one : scale.facies) out.add(one.colour).add(one.label);
-  return out.str();
-}
-
-std::string told(const std::vector<client::rgb>& colours) {
-  text out;
-  for (const client::rgb& colour : colours) out.add(colour);
-  return out.str();
-}
-
-std::string told(const client::vendor_bag& bag) {
-  text out;
-  out.add(bag.version);
-  for (const client::vendor_attribute& attribute : bag.attributes) {
-    out.add(attribute.name, attribute.value.index());
-    std::visit([&out](const auto& value) { out.add(value); }, attribute.value);
-  }
-  return out.str();
-}
-
-std::string told(const client::file_info& info) {
-  text out;
-  out.add(static_cast<int>(info.organisation), info.dimension, info.samples, info.lines, info.has_polygons);
-  out.add(info.linked_file).add(info.line_name).add(info.origin).add(info.mesh);
-  out.add(info.nx, info.ny, info.nz, info.rotated).add(info.angles).add(info.faults, info.fault_segments);
-  return out.str();
-}
-
-// The line of a comment that tells when an object was made differs from one making to the next.
-std::string undated(const std::string& comment) {
-  constexpr std::string_view label = "Creation Date:";
-  const std::size_t begin = comment.find(label);
-  if (begin == std::string::npos) return comment;
-  std::string rest = comment;
-  const std::size_t end = std::min(comment.find('\n', begin), comment.size());
-  return rest.erase(begin + label.size(), end - begin - label.size());
-}
 
 class viewer {
  public:
-  explicit viewer(client::connection& connection) : connection_(connection) {}
+  explicit viewer(raw_connection& wire) : wire_(wire) {}
 
   root_view view() {
-    for (const std::string& name : listed("studies", [&] { return connection_.studies(); })) {
-      place_ = name;
-      if (!reached([&] { connection_.set_study(name); })) continue;
-      view_study();
-    }
+    each("", "studies", "CSTUDYLST", "CSTUDYSET", [&] {
+      put_bag(0);
+      for (const std::string& name : put("palettes", "CPALLST").texts)
+        put("palette " + name, "CPALREAD", bytes(name));
+      for (const std::string& name : put("scales", "CSCALST").texts)
+        put("scale " + name, "CSCAREAD", bytes(name));
+      each("/", "directories", "CDIRLST", "CDIRSET", [&] {
+        put_bag(1);
+        each("/", "files", "CFILELST", "CFILESET", [&] { view_file(); });
+      });
+    });
     return std::move(view_);
   }
 
  private:
-  template <typename Tell>
-  void put(const std::string& what, const Tell& tell) {
-    std::string& told_text = view_[place_ + " " + what];
-    try {
-      told_text = tell();
-    } catch (const client::refusal& refused) {
-      told_text = std::string("refused: ") + refused.what();
+  std::uint64_t number(std::size_t size) {
+    std::uint64_t value = 0;
+    for (char byte : wire_.receive(size)) value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+  }
+  std::string text() {
+    const std::size_t size = number(4);
+    return wire_.receive((size + 3) / 4 * 4).substr(0, size);
+  }
+  answer ask(const char* request, const bytes& arguments) {
+    const request_row& row = row_of(request);
+    wire_.send(bytes(request).raw(arguments));
+    answer got;
+    got.refused = text() == "SERROR";
+    if (got.refused) {
+      got.told = "refused: " + text();
+      return got;
     }
-  }
-  template <typename Ask>
-  std::vector<std::string> listed(const std::string& what, const Ask& ask) {
-    std::vector<std::string> names;
-    put(what, [&] {
-      names = ask();
-      return text().add(names).str();
+    std::ostringstream told;
+    told.precision(17);
+    walk_layout(row.values, protocol_version, [&](const layout_value& value) -> std::int64_t {
+      if (value.type == value_type::text) {
+        got.texts.push_back(text());
+        told << got.texts.back() << ' ';
+        return 0;
+      }
+      const bool is_word = value.type == value_type::whole;
+      const std::uint64_t image = number(value.type == value_type::byte ? 1 : is_word ? 4 : 8);
+      const auto whole = is_word ? static_cast<std::int32_t>(image) : static_cast<std::int64_t>(image);
+      got.numbers.push_back(whole);
+      value.type == value_type::real ? told << std::bit_cast<double>(image) << ' ' : told << whole << ' ';
+      return whole;
     });
-    return names;
+    got.told = told.str();
+    return got;
   }
+  answer put(const std::string& what, const char* request, const bytes& arguments = {}) {
+    answer got = ask(request, arguments);
+    view_[place_ + " " + what] = got.told;
+    return got;
+  }
+  // The line that tells when an object was made differs from one making to the next.
+  void put_comment(int owner) {
+    std::string comment = put("comment", "CCOMGET", bytes().i32(owner)).told;
+    constexpr std::string_view label = "Creation Date:";
+    const std::size_t begin = comment.find(label), end = std::min(comment.find('\n', begin), comment.size());
+    if (begin != std::string::npos)
+      view_[place_ + " comment"] = comment.erase(begin + label.size(), end - begin - label.size());
+  }
+  void put_bag(int scope) {
+    const bytes which = bytes(viewed_bag).i32(scope);
+    const answer exists = put("bag", "CVDATEXIS", which);
+    if (!exists.refused && exists.numbers[0] != 0) put("bag", "CVDATREAD", which);
+  }
+  // Acts at the place of each name of a list, where it can be had.
   template <typename Act>
-  bool reached(const Act& act) {
-    bool done = false;
-    put("can be had", [&] {
-      act();
-      done = true;
-      return "yes";
-    });
-    return done;
-  }
-  void put_bag(client::vendor_scope scope) {
-    put("bag", [&] {
-      return connection_.vendor_data_exists(viewed_bag, scope)
-                 ? told(connection_.vendor_data(viewed_bag, scope))
-                 : "none";
-    });
-  }
-
-  void view_study() {
-    put_bag(client::vendor_scope::study);
-    for (const std::string& name : listed("palettes", [&] { return connection_.palettes(); }))
-      put("palette " + name, [&] { return told(connection_.palette(name)); });
-    for (const std::string& name : listed("scales", [&] { return connection_.scales(); }))
-      put("scale " + name, [&] { return told(connection_.scale(name)); });
-    const std::string study = place_;
-    for (const std::string& name : listed("directories", [&] { return connection_.directories(); })) {
-      place_ = study;
-      place_ += "/" + name;
-      if (reached([&] { connection_.set_directory(name); })) view_directory();
+  void each(const char* separator, const char* what, const char* list, const char* choose, const Act& act) {
+    const std::string above = place_;
+    for (const std::string& name : put(what, list).texts) {
+      place_ = above;
+      place_ += separator + name;
+      if (!put("can be had", choose, bytes(name)).refused) act();
     }
-  }
-
-  void view_directory() {
-    put_bag(client::vendor_scope::directory);
-    const std::string directory = place_;
-    for (const std::string& name : listed("files", [&] { return connection_.files(); })) {
-      place_ = directory;
-      place_ += "/" + name;
-      if (reached([&] { connection_.set_file(name); })) view_file();
-    }
+    place_ = above;
   }
 
   void view_file() {
-    put_bag(client::vendor_scope::file);
-    client::file_info info;
-    put("info", [&] { return told(info = connection_.file_info()); });
-    put("comment", [&] { return undated(connection_.comment(client::comment_owner::file)); });
-    if (info.has_polygons) put("polygons", [&] { return told(connection_.polygons()); });
-    if (info.has_faults) put("faults", [&] { return told(connection_.faults()); });
-    put("wireframes", [&] { return told(connection_.wireframes()); });
-    if (info.organisation == client::organisation::gravity_lines ||
-        info.organisation == client::organisation::core_lines)
-      put("lines", [&] { return text().add(connection_.line_lengths()).str(); });
-    const std::string file = place_;
-    for (const std::string& name : listed("variables", [&] { return connection_.variables(); })) {
-      place_ = file;
-      place_ += "/" + name;
-      if (reached([&] { connection_.set_variable(name); })) view_variable();
-    }
+    put_bag(2);
+    const answer info = put("info", "CFILEINFO");
+    const auto is = [&](std::size_t field, std::int64_t value) {
+      return !info.refused && info.numbers[field] == value;
+    };
+    put_comment(2);
+    if (is(2, 1)) put("polygons", "CPOLYGONS");
+    if (is(1, 1)) put("faults", "CFAULTS", bytes().i32(127));
+    put("wireframes", "CWIREREAD");
+    if (is(0, 1) || is(0, 2)) put("lines", "CLFILECNT");
+    each("/", "variables", "CVARLST", "CVARSET", [&] { view_variable(); });
   }
 
   void view_variable() {
-    put_bag(client::vendor_scope::variable);
-    client::variable_info info;
-    put("info", [&] {
-      info = connection_.variable_info();
-      return text()
-          .add(static_cast<int>(info.type), info.bits, info.characters, info.indices, info.unit)
-          .str();
-    });
-    put("comment", [&] { return undated(connection_.comment(client::comment_owner::variable)); });
-    if (info.type == client::variable_type::macro) {
-      client::macro_indices indices;
-      put("indices", [&] {
-        indices = connection_.macro_indices();
-        return text().add(indices.numbers).add(indices.names.value_or(std::vector<std::string>{})).str();
-      });
-      for (const std::int32_t index : indices.numbers)
-        put("values of " + std::to_string(index), [&] {
-          connection_.set_index(index);
-          return text().add(connection_.read_floats().values).str();
-        });
-    } else if (info.type == client::variable_type::text) {
-      put("values", [&] { return text().add(connection_.read_texts().values).str(); });
-    } else {
-      put("values", [&] { return text().add(connection_.read_floats().values).str(); });
+    const bytes all = bytes().i64(-1, -1).i32(0);
+    put_bag(3);
+    const answer info = put("info", "CVARINFO");
+    put_comment(3);
+    const std::int64_t type = info.refused ? 0 : info.numbers[0];
+    if (type != 5) {
+      put("values", type == 1 ? "CREADVARC" : "CREADVARF", all);
+      return;
+    }
+    const answer indices = put("indices", "CMACROALP");
+    for (std::size_t i = 1; !indices.refused && i + 1 < indices.numbers.size(); ++i) {
+      const auto index = static_cast<std::int32_t>(indices.numbers[i]);
+      const std::string what = "values of " + std::to_string(index);
+      if (!put(what, "CINDSET", bytes().i32(index)).refused) put(what, "CREADVARF", all);
     }
   }
 
-  client::connection& connection_;
+  raw_connection& wire_;
   std::string place_;
   root_view view_;
 };
@@ -249,8 +147,8 @@ std::string cut(const std::string& value) {
 
 }  // namespace
 
-root_view view_of(client::connection& connection) {
-  return viewer(connection).view();
+root_view view_of(raw_connection& wire) {
+  return viewer(wire).view();
 }
 
 std::string differences(const root_view& expected, const root_view& actual) {

@@ -3,9 +3,8 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
-#include "qrd/connection.h"
+#include "support/server_process.h"
 
 namespace qrd::test {
 
@@ -15,7 +14,7 @@ using root_view = std::map<std::string, std::string>;
 // Of a connection with the root open; leaves another study current. Bags of vendor data are looked for under
 // this one name. Throws when the connection breaks.
 inline constexpr const char* viewed_bag = "bag";
-root_view view_of(client::connection& connection);
+root_view view_of(raw_connection& wire);
 
 // What differs, for a message: one line for each place.
 std::string differences(const root_view& expected, const root_view& actual);

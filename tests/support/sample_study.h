@@ -2,19 +2,7 @@
 // pointed at it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <span>
-#include <string>
-#include <vector>
-
-#include "disk/qd_handles.h"
-#include "samples/qd_io.h"
-#include "samples/qd_open_variable.h"
 #include "samples/qd_sample_reader.h"
-#include "samples/qd_variable_table.h"
 #include "support/catalogue_tree.h"
 
 namespace qrd::test {
@@ -61,7 +49,7 @@ class sample_study {
   std::string add(const std::string& name, int type, int bit_length, std::string_view data, int kind = 0,
                   int implicit = 0, double factor = 0.0) {
     std::string path = file_path() + "/VARI." + std::to_string(++variables_);
-    std::filesystem::create_directory(path);
+    fs::create_directory(path);
     write_file(path + "/DESCR", variable_fields{name, type, kind, bit_length, implicit,
                                                 factor == 0.0 ? "" : "m", factor, 2, 10, 2}
                                     .bytes_of());
@@ -72,7 +60,7 @@ class sample_study {
     return add(name, VAR_FLOAT, 64, "", kind, 1);
   }
   std::string add_macro(const std::string& name, int bit_length, std::string_view data,
-                        const std::vector<int>& indices, const std::vector<std::string>& alpha = {}) {
+                        const std::vector<int>& indices, const strings& alpha = {}) {
     std::string path = add(name, VAR_MACRO, bit_length, data);
     write_file(path + "/MACRO", macro_bytes(indices, alpha));
     return path;

@@ -1,29 +1,14 @@
 #include "support/server_process.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
-#include <stdexcept>
 #include <system_error>
-#include <utility>
-
-#include "support/bytes.h"
 
 namespace qrd::test {
 
 namespace {
-
-using namespace std::chrono_literals;
-using clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds longest_wait = 20s;
 
@@ -46,15 +31,15 @@ bool is_readable(int descriptor, std::chrono::milliseconds time) {
   return ready > 0;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
+std::vector<char*> pointers(strings& texts) {
   std::vector<char*> result;
   for (std::string& text : texts) result.push_back(text.data());
   result.push_back(nullptr);
   return result;
 }
 
-std::vector<std::string> environment_for(const std::map<std::string, std::string>& changes) {
-  std::vector<std::string> result;
+strings environment_for(const std::map<std::string, std::string>& changes) {
+  strings result;
   for (char** entry = environ; *entry != nullptr; ++entry) {
     std::string text = *entry;
     std::string name = text.substr(0, text.find('='));
@@ -165,14 +150,14 @@ std::optional<raw_connection> listening_port::accept(std::chrono::milliseconds t
 
 server_process::server_process(server_settings settings) {
   std::optional<listening_port> control;
-  std::vector<std::string> arguments = {settings.program};
+  strings arguments = {settings.program};
   for (std::string& argument : settings.arguments) arguments.push_back(std::move(argument));
   if (settings.controlled) {
     control.emplace();
     arguments.emplace_back("-control");
     arguments.push_back(std::to_string(control->port()));
   }
-  std::vector<std::string> environment = environment_for(settings.environment);
+  strings environment = environment_for(settings.environment);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);

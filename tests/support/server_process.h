@@ -1,19 +1,8 @@
 // The real server, started for one test on a port of its own, and raw connections to it.
 #pragma once
 
-#include <sys/types.h>
-
-#include <array>
-#include <chrono>
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "support/programs.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
@@ -49,13 +38,12 @@ class raw_connection {
 };
 
 // A listening socket on a free port of the loopback address.
-class listening_port {
+class listening_port : unmovable {
  public:
   listening_port();
-  listening_port(const listening_port&) = delete;
-  listening_port& operator=(const listening_port&) = delete;
   ~listening_port();
   std::uint16_t port() const { return port_; }
+  int descriptor() const { return descriptor_; }
   // Empty if nobody calls within the time.
   std::optional<raw_connection> accept(std::chrono::milliseconds time);
 
@@ -66,7 +54,7 @@ class listening_port {
 
 struct server_settings {
   // Behind the program's name; -control and its port are added unless `controlled` is false.
-  std::vector<std::string> arguments = {};
+  strings arguments = {};
   // On top of the test's own environment, without its QRD_ variables.
   std::map<std::string, std::string> environment = {};
   bool controlled = true;
@@ -77,12 +65,15 @@ struct server_settings {
   std::array<int, 3> streams = {-1, -1, -1};
 };
 
+// The environment of a server that traces into a file.
+inline std::map<std::string, std::string> traced(const std::string& level, const std::string& file) {
+  return {{"QRD_SERVER_TRACE", level}, {"QRD_SERVER_TRACE_FILE", file}};
+}
+
 class server_process {
  public:
   // A controlled server has reported its port when this returns; throws if it did not.
   explicit server_process(server_settings settings = {});
-  server_process(const server_process&) = delete;
-  server_process& operator=(const server_process&) = delete;
   // Kills what still runs.
   ~server_process();
 

@@ -1,12 +1,7 @@
 // A database root with studies, built without the code under test.
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
-
-#include "support/bytes.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 
@@ -20,7 +15,7 @@ class study_root {
   std::string path() const { return directory_.path() / "root"; }
   std::string operator/(const std::string& name) const { return path() + "/" + name; }
 
-  study_root() { std::filesystem::create_directory(path()); }
+  study_root() { fs::create_directory(path()); }
 
   // The lines behind the two of the root paths.
   void write_registry(const std::string& pairs, const std::string& windows = "") const {
@@ -34,7 +29,7 @@ class study_root {
     for (const char* folder : {"DEF", "QRD", "TMP", "PARAM/DVARIO", "PARAM/MVARIO", "PARAM/NEIGH",
                                "PARAM/ANAM", "PARAM/MCORREL", "PARAM/PCAMOD", "PARAM/PROP", "PARAM/MREGR",
                                "CSCALE", "U_LITHO", "TRANSFO", "METAFILE", "U_COLOR", "IMAGES"})
-      std::filesystem::create_directories(study + "/" + folder);
+      fs::create_directories(study + "/" + folder);
     write_file(study + "/DESCR", descriptor);
     return study;
   }

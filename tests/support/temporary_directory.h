@@ -6,17 +6,17 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/unmovable.h"
+
 namespace qrd::test {
 
-class temporary_directory {
+class temporary_directory : unmovable {
  public:
   temporary_directory() {
     std::string name = (std::filesystem::temp_directory_path() / "qrd_test_XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp " + name);
     path_ = name;
   }
-  temporary_directory(const temporary_directory&) = delete;
-  temporary_directory& operator=(const temporary_directory&) = delete;
   ~temporary_directory() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);

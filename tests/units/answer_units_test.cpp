@@ -1,22 +1,15 @@
-#include <string>
-
-#include "requests/context.h"
 #include "support/catalogue_tree.h"
-#include "support/file_size_limit.h"
 #include "support/requests.h"
 
 namespace qrd::test {
 namespace {
 
-class unit_requests : public requests {
- protected:
+struct unit_requests : requests {
   void TearDown() override { units = {}; }
-  std::string distance(const std::string& symbol) {
-    return client_.ask("CDISTUSET", bytes().text(symbol).str());
-  }
-  std::string mode(std::int32_t value) { return client_.ask("CUNITMODE", bytes().i32(value).str()); }
+  std::string distance(const std::string& symbol) { return ask("CDISTUSET", bytes(symbol)); }
+  std::string mode(std::int32_t value) { return ask("CUNITMODE", bytes().i32(value)); }
   std::string creation(const std::string& x, const std::string& y, const std::string& z) {
-    return client_.ask("CUNITCR", bytes().text(x).text(y).text(z).str());
+    return ask("CUNITCR", bytes(x).text(y).text(z));
   }
   static std::string axes() {
     std::string result;
@@ -68,11 +61,10 @@ TEST_F(unit_requests, creation_units_are_tested_only_in_their_mode) {
   EXPECT_EQ(axes(), "m=100.000000 m=100.000000 m=100.000000 ");
 }
 
-class variable_unit : public unit_requests {
- protected:
+struct variable_unit : unit_requests {
   void SetUp() override {
     tree.add_directory("DIRE.1", "directory");
-    tree.add("DIRE.1/FILE.1", file_fields{.name = "file"}.bytes_of());
+    tree.add("DIRE.1/FILE.1", file_fields{.name = "file"});
     write("elev");
     set_current_directory("directory");
     set_current_file("file");
@@ -83,10 +75,9 @@ class variable_unit : public unit_requests {
     return variable_fields{.name = name, .bit_length = 32, .unit = unit, .factor = factor}.bytes_of();
   }
   std::string set(std::int32_t count, const std::string& symbol, const std::string& display = "") {
-    bytes arguments;
-    arguments.i32(count).text(symbol);
+    bytes arguments = bytes().i32(count).text(symbol);
     if (count == 2) arguments.text(display);
-    return client_.ask("CVARUNIT", arguments.str());
+    return ask("CVARUNIT", arguments);
   }
   void expect_stored(const std::string& name, const std::string& unit, double factor) {
     EXPECT_EQ(read_file(tree.descriptor("DIRE.1/FILE.1/VARI.1")), stored(name, unit, factor));

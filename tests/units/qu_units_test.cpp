@@ -1,15 +1,13 @@
 #include "units/qu_units.h"
 
-#include <gtest/gtest.h>
+#include <sstream>
 
-#include <string>
-#include <vector>
+#include "support/test.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
 
-class unit_formats : public testing::Test {
- protected:
+struct unit_formats : testing::Test {
   void TearDown() override { units = {}; }
 };
 
@@ -18,6 +16,12 @@ qd_format_record set(const char* format, const char* width, const char* digits, 
   qd_format_record record;
   qu_format_set(format, width, digits, unit, length_flag, factor, record);
   return record;
+}
+std::string told(const qd_format_record& of) {
+  std::ostringstream text;
+  text << of.format << " " << of.width << " " << of.digits << " " << of.length_flag << " " << of.unit << " "
+       << of.factor;
+  return text.str();
 }
 
 TEST_F(unit_formats, symbols_and_factors_find_their_units) {
@@ -45,22 +49,12 @@ TEST_F(unit_formats, a_study_without_units_has_no_factors) {
   EXPECT_EQ(qu_unit_factor("km", &factor), 1);
   EXPECT_EQ(factor, 1.0);
   qu_formats_reset();
-  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z}) {
-    EXPECT_EQ(record.length_flag, 0);
-    EXPECT_EQ(record.factor, 1.0);
-    EXPECT_STREQ(record.unit, "m");
-  }
+  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z})
+    EXPECT_EQ(told(record), "2 10 2 0 m 1");
 }
 
 TEST_F(unit_formats, formats_come_from_the_words_of_a_parameter_file) {
-  qd_format_record record = set("Shifted", "19", "9", "ft", 1, 30.48);
-  EXPECT_EQ(record.format, FORMAT_SHIFTED);
-  EXPECT_EQ(record.width, 19);
-  EXPECT_EQ(record.digits, 9);
-  EXPECT_EQ(record.length_flag, 1);
-  EXPECT_STREQ(record.unit, "ft");
-  EXPECT_EQ(record.factor, 30.48);
-
+  EXPECT_EQ(told(set("Shifted", "19", "9", "ft", 1, 30.48)), "4 19 9 1 ft 30.48");
   EXPECT_EQ(set("Decimal", "4", "9", "", 0, 1).digits, 1);
   EXPECT_EQ(set("Decimal", "3", "2", "", 0, 1).digits, 0);
   EXPECT_EQ(set("Exponent", "10", "5", "", 0, 1).digits, 0);
@@ -82,15 +76,9 @@ TEST_F(unit_formats, a_reset_gives_metres_to_all_four_formats) {
   qu_format_copy(feet, units.distance);
   for (int axis = 0; axis < 3; ++axis) qu_format_copy(feet, units.axis(axis));
   qu_formats_reset();
-  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z}) {
-    EXPECT_EQ(record.format, FORMAT_DECIMAL);
-    EXPECT_EQ(record.width, 10);
-    EXPECT_EQ(record.digits, 2);
-    EXPECT_EQ(record.length_flag, 1);
-    EXPECT_STREQ(record.unit, "m");
-    EXPECT_EQ(record.factor, 100.0);
-  }
+  for (const qd_format_record& record : {units.distance, units.axis_x, units.axis_y, units.axis_z})
+    EXPECT_EQ(told(record), "2 10 2 1 m 100");
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

@@ -1,30 +1,13 @@
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <zlib.h>
 
-#include <chrono>
-#include <filesystem>
-#include <map>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "support/bytes.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
-#include "support/temporary_directory.h"
+#include "support/formats.h"
+#include "support/test.h"
 #include "util/qu_compress.h"
 #include "util/qu_working_name.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 // An encoder of its own: strings in a map, codes gathered as bits, chunks of 8 codes of one width.
 class lzw_encoder {
@@ -103,6 +86,10 @@ class lzw_encoder {
   std::string output_;
 };
 
+std::string packed(const std::string& text, int width = 16) {
+  return lzw_encoder(width, true).encode(text, 0);
+}
+
 // Text with repetitions at all distances, and enough variety to fill a table.
 std::string sample_text(std::size_t size) {
   std::string text;
@@ -115,25 +102,20 @@ std::string sample_text(std::size_t size) {
 }
 
 std::string gzipped(const std::string& content, const std::string& path) {
-  gzFile stream = gzopen(path.c_str(), "wb");
-  gzwrite(stream, content.data(), static_cast<unsigned>(content.size()));
-  gzclose(stream);
-  return read_file(path);
+  gzip_file(path, content);
+  const std::string archive = read_file(path + ".gz");
+  fs::remove(path + ".gz");
+  return archive;
 }
 
-class compressed_files : public testing::Test {
- protected:
+struct compressed_files : testing::Test {
   std::string expand(const char* suffix, const std::string& archive, int expected = 1) {
     write_file(plain_ + suffix, archive);
     fs::remove_all(fs::is_symlink(plain_) ? "" : plain_);
     EXPECT_EQ(qu_file_uncompress(plain_.c_str()), expected);
     return fs::exists(plain_) ? read_file(plain_) : "(none)";
   }
-  std::set<std::string> names() const {
-    std::set<std::string> all;
-    for (const auto& entry : fs::directory_iterator(folder_.path())) all.insert(entry.path().filename());
-    return all;
-  }
+  strings names() const { return names_in(folder_.path()); }
   // What has been set aside.
   std::string kept() const {
     for (const std::string& name : names())
@@ -175,10 +157,10 @@ TEST_F(compressed_files, damaged_gzip_keeps_the_archive) {
 TEST_F(compressed_files, a_full_disk_leaves_the_archive_alone) {
   const std::string content = sample_text(100000);
   const std::pair<std::string, std::string> archives[] = {{".gz", gzipped(content, folder_ / "made")},
-                                                          {".Z", lzw_encoder(16, true).encode(content, 0)}};
+                                                          {".Z", packed(content)}};
   for (const auto& [suffix, archive] : archives) {
     write_file(plain_ + suffix, archive);
-    const std::set<std::string> before = names();
+    const strings before = names();
     EXPECT_EXIT(
         {
           file_size_limit disk(50000);
@@ -202,26 +184,13 @@ TEST_F(compressed_files, lzw_at_every_width) {
     }
   }
   for (const std::string text : {"", "x", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", "abcabcabcabcabcab"})
-    EXPECT_EQ(expand(".Z", lzw_encoder(16, true).encode(text, 0)), text);
+    EXPECT_EQ(expand(".Z", packed(text)), text);
 }
 
 TEST_F(compressed_files, lzw_clears_in_block_mode) {
   std::string text = sample_text(12000);
   for (int between : {1, 8, 300, 1500})
     EXPECT_TRUE(expand(".Z", lzw_encoder(12, true).encode(text, between)) == text) << between;
-}
-
-// Codes of 9 bits, packed by hand.
-std::string nine_bit_codes(const std::vector<int>& codes, char flags) {
-  std::string packed = {'\x1F', '\x9D', flags};
-  unsigned bits = 0;
-  int count = 0;
-  for (int code : codes) {
-    bits |= static_cast<unsigned>(code) << count;
-    for (count += 9; count >= 8; count -= 8, bits >>= 8) packed += static_cast<char>(bits & 0xFF);
-  }
-  if (count > 0) packed += static_cast<char>(bits);
-  return packed;
 }
 
 TEST_F(compressed_files, lzw_by_hand) {
@@ -248,23 +217,20 @@ TEST_F(compressed_files, damaged_lzw_ends) {
     expand(".Z", noise);
   }
   EXPECT_EQ(expand(".Z", "\x1F\x9D"), "");
-  EXPECT_PRED2([](const std::string& all, const std::string& start) { return all.starts_with(start); },
-               console_of([&] {
-                 EXPECT_EQ(expand(".Z",
-                                  "\x1F\x9D\x91"
-                                  "abc"),
-                           "");
-               }),
-               "Unsupported compression method...\ncompressed with 17 bits, can only handle 16 bits\n");
+  EXPECT_HAS(console_of([&] { EXPECT_EQ(expand(".Z", "\x1F\x9D\x91" + std::string("abc")), ""); }),
+             "Unsupported compression method...\ncompressed with 17 bits, can only handle 16 bits\n");
 }
 
 TEST_F(compressed_files, the_magic_decides_and_gzip_names_come_first) {
-  EXPECT_EQ(expand(".gz", lzw_encoder(16, true).encode("named otherwise", 0)), "named otherwise");
+  EXPECT_EQ(expand(".gz", packed("named otherwise")), "named otherwise");
   fs::remove(plain_);
-  std::string other = lzw_encoder(16, true).encode("other", 0);
+  std::string other = packed("other");
   write_file(plain_ + ".Z", other);
   EXPECT_EQ(expand(".gz", gzipped("first", folder_ / "made")), "first");
   EXPECT_EQ(read_file(plain_ + ".Z"), other);
+  // A directory is no archive.
+  fs::create_directory(plain_ + ".gz");
+  EXPECT_EQ(expand(".Z", packed("from Z")), "from Z");
 }
 
 TEST_F(compressed_files, without_an_archive_nothing_is_touched) {
@@ -295,14 +261,11 @@ TEST_F(compressed_files, without_a_place_for_the_plain_file_the_archive_stays) {
 // An archive beside a plain file: somebody was killed, or hasn't come further.
 TEST_F(compressed_files, a_plain_file_is_never_overwritten) {
   const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
-  fs::remove(folder_ / "made");
   const auto both = [&](const std::string& plain) {
     write_file(plain_, plain);
     write_file(plain_ + ".gz", archive);
     fs::last_write_time(plain_ + ".gz", fs::file_time_type::clock::now() - std::chrono::hours(1));
-    bool restored = false;
-    const std::string console = console_of([&] { restored = qu_file_restore(plain_.c_str()); });
-    EXPECT_TRUE(restored);
+    const std::string console = console_of([&] { EXPECT_TRUE(qu_file_restore(plain_.c_str())); });
     EXPECT_FALSE(archive_exists(".gz"));
     return console;
   };
@@ -324,7 +287,6 @@ TEST_F(compressed_files, a_plain_file_is_never_overwritten) {
 
 TEST_F(compressed_files, a_killed_expansion_is_finished) {
   const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
-  fs::remove(folder_ / "made");
   // Between the plain file's place and the archive's end: nothing is worth keeping.
   EXPECT_EQ(expand(".gz", archive), content);
   write_file(plain_ + ".gz", archive);
@@ -333,14 +295,14 @@ TEST_F(compressed_files, a_killed_expansion_is_finished) {
   const timespec times[2] = {status.st_atim, status.st_mtim};
   utimensat(AT_FDCWD, (plain_ + ".gz").c_str(), times, 0);
   EXPECT_TRUE(qu_file_restore(plain_.c_str()));
-  EXPECT_EQ(names(), std::set<std::string>{"DATAVAR"});
+  EXPECT_EQ(names(), strings{"DATAVAR"});
   // Before it: what has been expanded is tidied up.
   fs::remove(plain_);
   write_file(plain_ + ".gz", archive);
   write_file(folder_ / qu_working_file_name(being_made), content.substr(0, 700));
   EXPECT_TRUE(qu_file_restore(plain_.c_str()));
   EXPECT_TRUE(read_file(plain_) == content);
-  EXPECT_EQ(names(), std::set<std::string>{"DATAVAR"});
+  EXPECT_EQ(names(), strings{"DATAVAR"});
 }
 
 TEST_F(compressed_files, an_archive_that_cannot_go_is_a_failure) {
@@ -365,28 +327,22 @@ TEST_F(compressed_files, an_archive_that_cannot_go_is_a_failure) {
 
 TEST_F(compressed_files, measures_both_forms) {
   const std::string content = sample_text(70000);
-  std::int64_t length = -1, to_expand = -1;
-  EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
-  EXPECT_EQ(length, 0);
-  for (const auto& [suffix, archive] :
-       {std::pair<std::string, std::string>{".gz", gzipped(content, folder_ / "made")},
-        {".Z", lzw_encoder(14, true).encode(content, 0)}}) {
-    write_file(plain_ + suffix, archive);
+  const auto expect_measured = [&](std::int64_t wanted, std::int64_t wanted_to_expand) {
+    std::int64_t length = -1, to_expand = -1;
     EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
-    EXPECT_EQ(length, 70000);
-    EXPECT_EQ(to_expand, 70000);
+    EXPECT_EQ(length, wanted);
+    EXPECT_EQ(to_expand, wanted_to_expand);
+  };
+  expect_measured(0, 0);
+  for (const auto& [suffix, archive] : std::map<std::string, std::string>{
+           {".gz", gzipped(content, folder_ / "made")}, {".Z", packed(content, 14)}}) {
+    write_file(plain_ + suffix, archive);
+    expect_measured(70000, 70000);
     EXPECT_TRUE(read_file(plain_ + suffix) == archive);
     fs::remove(plain_ + suffix);
   }
   write_file(plain_, "plain");
-  EXPECT_TRUE(qu_file_measure(plain_.c_str(), length, to_expand));
-  EXPECT_EQ(length, 5);
-  EXPECT_EQ(to_expand, 0);
-}
-
-TEST_F(compressed_files, a_directory_is_no_archive) {
-  fs::create_directory(plain_ + ".gz");
-  EXPECT_EQ(expand(".Z", lzw_encoder(16, true).encode("from Z", 0)), "from Z");
+  expect_measured(5, 0);
 }
 
 }  // namespace

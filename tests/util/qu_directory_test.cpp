@@ -1,20 +1,6 @@
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "support/bytes.h"
-#include "support/console.h"
 #include "support/processes.h"
-#include "support/temporary_directory.h"
 #include "util/qu_copy.h"
 #include "util/qu_directory.h"
 
@@ -40,10 +26,7 @@ extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
 namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class plain_directories : public testing::Test {
- protected:
+struct plain_directories : testing::Test {
   temporary_directory folder_;
   std::string tree_ = folder_ / "TREE";
 };
@@ -90,10 +73,10 @@ TEST_F(plain_directories, listing_is_read_at_once) {
   write_file(folder_ / "A", "");
   directory_listing listing(folder_.path().c_str());
   write_file(folder_ / "B", "");
-  std::vector<std::string> names;
+  strings names;
   while (const char* name = listing.next()) names.emplace_back(name);
   std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (std::vector<std::string>{".", "..", "A"}));
+  EXPECT_EQ(names, (strings{".", "..", "A"}));
   EXPECT_EQ(listing.next(), nullptr);
   EXPECT_FALSE(directory_listing((folder_ / "none").c_str()));
   EXPECT_FALSE(directory_listing((folder_ / "A").c_str()));
@@ -152,7 +135,7 @@ TEST_F(plain_directories, copy_passes_over_what_no_path_may_be_called) {
   for (const char* name : {"a*b", "good", "zz"}) write_file(tree_ + "/" + name, name);
   const std::string copy = folder_ / "COPY";
   const std::string said = console_of([&] { EXPECT_EQ(qu_dir_copy(tree_.c_str(), copy.c_str()), 0); });
-  EXPECT_NE(said.find("Unable to access file " + tree_ + "/a*b.\n"), std::string::npos);
+  EXPECT_HAS(said, "Unable to access file " + tree_ + "/a*b.\n");
   EXPECT_EQ(read_file(copy + "/good") + read_file(copy + "/zz"), "goodzz");
   EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 2);
 }

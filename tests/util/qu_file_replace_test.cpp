@@ -1,25 +1,12 @@
 #include "util/qu_file_replace.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <string>
-
-#include "support/bytes.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 #include "util/qu_set_aside.h"
 
-namespace qrd {
+namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class replacement : public testing::Test {
- protected:
+struct replacement : testing::Test {
   bool replace(const std::string& name, const char* text, bool commit = true) {
     replaced_file file((folder / name).c_str(), write_text);
     if (!file) return false;
@@ -31,27 +18,27 @@ class replacement : public testing::Test {
     return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
   }
   std::ptrdiff_t file_count() { return std::distance(fs::directory_iterator(folder.path()), {}); }
-  test::temporary_directory folder;
+  temporary_directory folder;
 };
 
 TEST_F(replacement, keeps_the_old_file_until_it_is_committed) {
-  test::write_file(folder / "a", "old");
+  write_file(folder / "a", "old");
   EXPECT_FALSE(replace("a", "new", false));
-  EXPECT_EQ(test::read_file(folder / "a"), "old");
+  EXPECT_EQ(read_file(folder / "a"), "old");
   EXPECT_TRUE(replace("a", "new"));
-  EXPECT_EQ(test::read_file(folder / "a"), "new");
+  EXPECT_EQ(read_file(folder / "a"), "new");
   EXPECT_TRUE(replace("b", "first"));
-  EXPECT_EQ(test::read_file(folder / "b"), "first");
+  EXPECT_EQ(read_file(folder / "b"), "first");
   EXPECT_EQ(file_count(), 2);
 }
 
 TEST_F(replacement, keeps_rights_and_links) {
-  test::write_file(folder / "a", "old");
+  write_file(folder / "a", "old");
   fs::permissions(folder / "a", fs::perms(0640));
   fs::create_symlink("a", folder / "link");
   EXPECT_TRUE(replace("link", "new"));
   EXPECT_TRUE(fs::is_symlink(folder / "link"));
-  EXPECT_EQ(test::read_file(folder / "a"), "new");
+  EXPECT_EQ(read_file(folder / "a"), "new");
   EXPECT_EQ(fs::status(folder / "a").permissions(), fs::perms(0640));
 }
 
@@ -73,16 +60,16 @@ TEST_F(replacement, fails_behind_a_link_that_leads_nowhere) {
 TEST_F(replacement, of_nothing_leaves_what_another_has_made) {
   replaced_file file((folder / "a").c_str(), write_binary);
   std::fputs("mine", file.get());
-  test::write_file(folder / "a", "theirs");
+  write_file(folder / "a", "theirs");
   EXPECT_FALSE(file.commit_new());
   EXPECT_EQ(errno, EEXIST);
-  EXPECT_EQ(test::read_file(folder / "a"), "theirs");
+  EXPECT_EQ(read_file(folder / "a"), "theirs");
 }
 
 // A file that is a mount of its own can't be renamed over, a folder of others takes no new file.
 TEST_F(replacement, is_written_in_place_where_the_folder_forbids_it) {
   const std::string path = folder / "a";
-  test::write_file(path, "the old content");
+  write_file(path, "the old content");
   auto in_child = [&] {
     constexpr uid_t nobody = 65534;
     fs::permissions(path, fs::perms(0666));
@@ -92,29 +79,29 @@ TEST_F(replacement, is_written_in_place_where_the_folder_forbids_it) {
     if (!replace("a", "new") || inode(path) != before) _exit(3);
     if (replace("b", "new")) _exit(4);
     // A full disk is no reason to write in place.
-    test::file_size_limit disk(2);
+    file_size_limit disk(2);
     _exit(replace("a", "longer") ? 5 : 0);
   };
   if (geteuid() != 0) GTEST_SKIP() << "needs to become somebody else";
   EXPECT_EXIT(in_child(), testing::ExitedWithCode(0), "");
-  EXPECT_EQ(test::read_file(path), "new");
+  EXPECT_EQ(read_file(path), "new");
   EXPECT_EQ(file_count(), 1);
 }
 
 TEST_F(replacement, keeps_what_is_damaged_for_its_owner) {
   const std::string path = folder / "POLYGON";
-  test::write_file(path, "damaged");
+  write_file(path, "damaged");
   file_stream read(std::fopen(path.c_str(), "re"));
   fs::rename(path, folder / "other");
-  test::write_file(path, "good");
+  write_file(path, "good");
   EXPECT_TRUE(qu_file_set_aside(path, read.get()));
-  EXPECT_EQ(test::read_file(path), "good");
+  EXPECT_EQ(read_file(path), "good");
   read = file_stream(std::fopen(path.c_str(), "re"));
-  const std::string said = test::console_of([&] { EXPECT_TRUE(qu_file_set_aside(path, read.get())); });
+  const std::string said = console_of([&] { EXPECT_TRUE(qu_file_set_aside(path, read.get())); });
   EXPECT_FALSE(fs::exists(path));
   const std::size_t start = said.rfind("\"", said.size() - 3) + 1;
-  EXPECT_EQ(test::read_file(said.substr(start, said.rfind('"') - start)), "good");
+  EXPECT_EQ(read_file(said.substr(start, said.rfind('"') - start)), "good");
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

@@ -1,30 +1,15 @@
 #include "util/qu_file.h"
-#include "util/qu_hooks.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include "support/bytes.h"
-#include "support/console.h"
-#include "support/file_size_limit.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 #include "util/qu_copy.h"
+#include "util/qu_hooks.h"
 #include "util/qu_line_reader.h"
 #include "util/qu_memory.h"
-#include "util/qu_string.h"
 
 namespace qrd::test {
 namespace {
 
-class plain_files : public testing::Test {
- protected:
+struct plain_files : testing::Test {
   temporary_directory folder_;
   std::string path_ = folder_ / "A";
 };
@@ -38,13 +23,12 @@ TEST_F(plain_files, refuses_names_that_other_platforms_cannot_hold) {
     for (char c : std::string("?*|\"<>")) EXPECT_FALSE(opens(folder_ / (std::string("a") + c))) << c;
     EXPECT_FALSE(opens(folder_ / "X:Y"));
   });
-  EXPECT_NE(report.find("File name \"" + (folder_ / "X:Y") + "\" contains invalid characters\n"),
-            std::string::npos);
-  std::filesystem::current_path(folder_.path());
+  EXPECT_HAS(report, "File name \"" + (folder_ / "X:Y") + "\" contains invalid characters\n");
+  fs::current_path(folder_.path());
   EXPECT_TRUE(opens("A:B"));
   EXPECT_TRUE(opens("ab:c"));
   EXPECT_FALSE(opens("abc:"));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 2);
 }
 
 TEST_F(plain_files, opens_close_on_exec_and_only_ordinary_files) {
@@ -87,8 +71,8 @@ TEST_F(plain_files, judges_text_by_its_first_1024_bytes) {
   EXPECT_EQ(std::fgetc(stream.get()), EOF);
 }
 
-std::vector<std::string> lines(const std::string& path, bool keep_line_end) {
-  std::vector<std::string> all;
+strings lines(const std::string& path, bool keep_line_end) {
+  strings all;
   file_stream stream(qu_file_open_f(path.c_str(), read_binary));
   char* buffer = nullptr;
   std::int64_t size = 0;
@@ -105,14 +89,14 @@ TEST_F(plain_files, reads_lines_of_any_length) {
   for (std::size_t length : {998U, 999U, 1000U, 1998U, 1999U, 2000U}) {
     std::string line(length, 'y');
     write_file(path_, line);
-    EXPECT_EQ(lines(path_, false), std::vector<std::string>{line});
-    EXPECT_EQ(lines(path_, true), std::vector<std::string>{line + "\n"});
+    EXPECT_EQ(lines(path_, false), strings{line});
+    EXPECT_EQ(lines(path_, true), strings{line + "\n"});
     write_file(path_, line + "\n" + longest + "\r\n");
-    EXPECT_EQ(lines(path_, false), (std::vector<std::string>{line, longest}));
-    EXPECT_EQ(lines(path_, true), (std::vector<std::string>{line + "\n", longest + "\n"}));
+    EXPECT_EQ(lines(path_, false), (strings{line, longest}));
+    EXPECT_EQ(lines(path_, true), (strings{line + "\n", longest + "\n"}));
   }
   write_file(path_, std::string("\r\n\n a\rb \nend\0\nc\nd", 17));
-  EXPECT_EQ(lines(path_, false), (std::vector<std::string>{"", "", " a\rb ", "endc", "d"}));
+  EXPECT_EQ(lines(path_, false), (strings{"", "", " a\rb ", "endc", "d"}));
   write_file(path_, "");
   EXPECT_TRUE(lines(path_, true).empty());
   EXPECT_EQ(checked_memory.in_use, start);
@@ -161,7 +145,7 @@ TEST_F(plain_files, a_failed_append_leaves_the_target_as_it_was) {
     EXPECT_EQ(qu_file_concat(path_.c_str(), (folder_ / "B").c_str()), 0);
   }
   EXPECT_EQ(read_file(folder_ / "B"), "own");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 2);
 }
 
 TEST_F(plain_files, a_full_disk_removes_the_copy) {

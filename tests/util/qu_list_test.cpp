@@ -1,12 +1,6 @@
 #include "util/qu_list.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <numeric>
-#include <string>
-#include <vector>
-
+#include "support/test.h"
 #include "util/qu_memory.h"
 
 namespace qrd::test {
@@ -27,8 +21,8 @@ TEST(list, sorts_in_byte_order_from_a_rank) {
   string_list list;
   for (const char* text : {"z", "\xC3\xA9", "b", "B", "a"}) list.add(text, 50);
   list.sort(1);
-  std::vector<std::string> sorted(list.get(), list.get() + 5);
-  EXPECT_EQ(sorted, (std::vector<std::string>{"z", "B", "a", "b", "\xC3\xA9"}));
+  strings sorted(list.get(), list.get() + 5);
+  EXPECT_EQ(sorted, (strings{"z", "B", "a", "b", "\xC3\xA9"}));
   list.sort(9);
 }
 

@@ -1,25 +1,14 @@
 #include "util/qu_lock.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <functional>
+#include "support/test.h"
 
-#include "support/temporary_directory.h"
-
-namespace qrd {
+namespace qrd::test {
 namespace {
 
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
-
 // A process that holds a lock until it is let go.
-class holder {
+class holder : unmovable {
  public:
   holder(const std::string& folder, lock_kind kind, lock_reach reach = lock_reach::by_file_system) {
     int ready[2], done[2];
@@ -38,8 +27,6 @@ class holder {
     for (int end : {ready[0], ready[1], done[0]}) close(end);
     release_ = done[1];
   }
-  holder(const holder&) = delete;
-  holder& operator=(const holder&) = delete;
   ~holder() { end(); }
   void end() {
     if (release_ < 0) return;
@@ -55,12 +42,11 @@ class holder {
   int release_;
 };
 
-class folder_locking : public testing::Test {
- protected:
+struct folder_locking : testing::Test {
   bool take(lock_kind kind = lock_kind::exclusive) {
     return static_cast<bool>(folder_lock(folder.path().c_str(), kind, 30ms));
   }
-  test::temporary_directory folder;
+  temporary_directory folder;
 };
 
 TEST_F(folder_locking, keeps_other_processes_out_until_it_is_given_up) {
@@ -121,4 +107,4 @@ TEST_F(folder_locking, on_a_network_file_system_is_of_a_file_too) {
 }
 
 }  // namespace
-}  // namespace qrd
+}  // namespace qrd::test

@@ -1,11 +1,6 @@
 #include "util/qu_memory.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <limits>
-
-#include "support/console.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {
@@ -55,12 +50,11 @@ TEST(memory, an_overflow_keeps_the_block) {
   void* block = qu_mem_alloc_nn("f", 1, 16, 2);
   std::string report =
       console_of([&] { EXPECT_EQ(qu_mem_realloc_nn("f", 1, block, 16, 2, too_many), nullptr); });
-  EXPECT_NE(report.find("greater than the Velmar Maximum Capacity\n\n"
-                        "This message only occurs in DEBUG mode and the program will still continue !\n"
-                        "Velmar Maximum Capacity      :    1.0 MegaBytes\n"
-                        "Unable to Allocate           :140737488355328.0 MegaBytes\n"),
-            std::string::npos)
-      << report;
+  EXPECT_HAS(report,
+             "greater than the Velmar Maximum Capacity\n\n"
+             "This message only occurs in DEBUG mode and the program will still continue !\n"
+             "Velmar Maximum Capacity      :    1.0 MegaBytes\n"
+             "Unable to Allocate           :140737488355328.0 MegaBytes\n");
   EXPECT_EQ(checked_memory.in_use, start + 32);
   std::memset(block, 1, 32);
   qu_mem_free_nn("f", 1, block, 16, 2);

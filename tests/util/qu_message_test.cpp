@@ -1,10 +1,6 @@
 #include "util/qu_message.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "support/console.h"
+#include "support/test.h"
 #include "util/qu_hooks.h"
 
 namespace qrd::test {

@@ -1,17 +1,9 @@
 #include "util/qu_named_file.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
-#include "support/bytes.h"
-#include "support/console.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr named_file_kind kind = {"X.", "damaged", "full"};
 
@@ -19,7 +11,7 @@ constexpr named_file_kind kind = {"X.", "damaged", "full"};
 TEST(named_file, finds_what_moves_meanwhile) {
   temporary_directory folder;
   for (const char* name : {"a", "b"})
-    write_file(folder / (std::string("X.") + name), bytes().i32(520).text(name).str());
+    write_file(folder / (std::string("X.") + name), bytes().i32(520).text(name));
   std::multiset<std::string> seen;
   bool moved = false;
   const auto visit = [&](named_file& file) {

@@ -1,11 +1,6 @@
 #include "util/qu_string.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <string>
-
-#include "support/console.h"
+#include "support/test.h"
 
 namespace qrd::test {
 namespace {
@@ -52,27 +47,25 @@ TEST(string_to_int, reads_blanks_sign_digits_blanks_within_its_bounds) {
     int status;
     std::int64_t result;
     bool blank_is_missing = false;
-  } const rows[] = {
-      {"  +42  ", none, none, 0, 42},
-      {"-7", -10, 10, 0, -7},
-      {"-", none, none, 0, 0},
-      {"99999", 1, 99999, 0, 99999},
-      {"9223372036854775807", none, none, 0, largest},
-      {"0", 1, 99999, 1, 1},
-      {"100000", 1, 99999, 1, 99999},
-      {"100000", none, 99999, 1, 99999},
-      // After bad syntax the value held before (-77) is what is compared.
-      {"4x", -100, 100, 1, 100},
-      {"4x", 1, 100, 1, 1},
-      {"+-4", none, none, 1, 0},
-      {"4 4", 5, none, 1, 5},
-      {"\t4", -100, none, 1, -100},
-      {"x", 1e300, none, 1, largest},
-      {"   ", 1, 2, 0, missing_int64, true},
-      {"", 1, 2, 1, 1},
-      {"", none, 2, 1, 2},
-      {"", none, none, 1, 0},
-  };
+  } const rows[] = {{"  +42  ", none, none, 0, 42},
+                    {"-7", -10, 10, 0, -7},
+                    {"-", none, none, 0, 0},
+                    {"99999", 1, 99999, 0, 99999},
+                    {"9223372036854775807", none, none, 0, largest},
+                    {"0", 1, 99999, 1, 1},
+                    {"100000", 1, 99999, 1, 99999},
+                    {"100000", none, 99999, 1, 99999},
+                    // After bad syntax the value held before (-77) is what is compared.
+                    {"4x", -100, 100, 1, 100},
+                    {"4x", 1, 100, 1, 1},
+                    {"+-4", none, none, 1, 0},
+                    {"4 4", 5, none, 1, 5},
+                    {"\t4", -100, none, 1, -100},
+                    {"x", 1e300, none, 1, largest},
+                    {"   ", 1, 2, 0, missing_int64, true},
+                    {"", 1, 2, 1, 1},
+                    {"", none, 2, 1, 2},
+                    {"", none, none, 1, 0}};
   for (const auto& row : rows) {
     std::int64_t result = -77;
     EXPECT_EQ(qu_string_to_int(row.text, row.minimum, row.maximum, row.blank_is_missing, &result), row.status)

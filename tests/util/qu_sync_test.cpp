@@ -1,17 +1,8 @@
 #include "util/qu_sync.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
-#include <string>
-
-#include "support/bytes.h"
-#include "support/temporary_directory.h"
+#include "support/test.h"
 
 namespace {
 int folders_waited_for, files_waited_for;
@@ -33,7 +24,7 @@ namespace {
 TEST(sync, waits_for_what_the_environment_asks_for) {
   const temporary_directory directory;
   const std::string tree = directory / "tree", gone = directory / "gone";
-  std::filesystem::create_directories(tree + "/inner");
+  fs::create_directories(tree + "/inner");
   for (const char* name : {"/a", "/inner/b"}) write_file(tree + name, "small");
   const int small = open((tree + "/a").c_str(), O_RDWR | O_CLOEXEC);
   const int large = open((tree + "/large").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);

@@ -1,22 +1,13 @@
 #include "util/qu_xdr.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-
-#include "support/bytes.h"
-#include "support/console.h"
-#include "support/temporary_directory.h"
-#include "util/qu_constants.h"
+#include "support/test.h"
 #include "util/qu_file.h"
 #include "util/qu_hooks.h"
 
 namespace qrd::test {
 namespace {
 
-class xdr_values : public testing::Test {
- protected:
+struct xdr_values : testing::Test {
   // The bytes that an operation writes.
   std::string written(const std::function<void(XDR*)>& write) {
     file_stream file(qu_file_open_f(path_.c_str(), write_binary));
@@ -42,7 +33,7 @@ TEST_F(xdr_values, integers) {
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_int(xdr, &value));
             }),
-            bytes().i32(1, -2147483647 - 1, 0x7FFFFFFF, 0).str());
+            bytes().i32(1, -2147483647 - 1, 0x7FFFFFFF, 0));
   std::int64_t big = 2147483648;
   EXPECT_FATAL(written([&](XDR* xdr) { qu_xdr_int(xdr, &big); }), "Too big value for a 32bits integer");
   std::int64_t value = 5;
@@ -62,7 +53,7 @@ TEST_F(xdr_values, longs_tell_of_values_beyond_32_bits) {
   EXPECT_EQ(written([&](XDR* xdr) {
               for (std::int64_t& value : values) EXPECT_TRUE(qu_xdr_long(xdr, &value));
             }),
-            bytes().i64(0x100000000, -1, 0x7FFFFFFFFFFFFFFF, 0x7FFFFFFF).str());
+            bytes().i64(0x100000000, -1, 0x7FFFFFFFFFFFFFFF, 0x7FFFFFFF));
   hooks.mark_64bit = nullptr;
   EXPECT_EQ(marks, 1);
   std::int64_t value = 0;
@@ -74,12 +65,12 @@ TEST_F(xdr_values, texts_are_cut_to_the_room_and_refused_beyond_the_limit) {
   char room[4] = "###";
   std::int64_t next = 0;
   auto both = [&](XDR* xdr) { return qu_xdr_text(xdr, room, 50) && qu_xdr_int(xdr, &next); };
-  EXPECT_TRUE(read(bytes().text("abcdefg").i32(77).str(), both));
+  EXPECT_TRUE(read(bytes("abcdefg").i32(77).str(), both));
   EXPECT_STREQ(room, "abc");
   EXPECT_EQ(next, 77);
-  EXPECT_TRUE(read(bytes().text(std::string(50, 'x')).i32(78).str(), both));
+  EXPECT_TRUE(read(bytes(std::string(50, 'x')).i32(78).str(), both));
   EXPECT_EQ(next, 78);
-  EXPECT_FALSE(read(bytes().text(std::string(51, 'x')).i32(79).str(), both));
+  EXPECT_FALSE(read(bytes(std::string(51, 'x')).i32(79).str(), both));
   EXPECT_FALSE(read(bytes().i32(-1).str(), both));
   EXPECT_FALSE(read(bytes().i32(8).raw("abcdefg").str(), both));
   EXPECT_FALSE(read(bytes().i32(2).raw("a").str(), both));
