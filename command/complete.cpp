@@ -11,6 +11,7 @@
 #include <map>
 
 #include "command/names.h"
+#include "qrd/table.h"
 
 namespace qrd::command {
 
@@ -109,6 +110,14 @@ std::vector<std::string> variables(client::connection& server, const std::string
   return names;
 }
 
+// Lines without a name go by their number.
+std::vector<std::string> line_names(client::table of) {
+  std::vector<std::string> names;
+  for (const client::line& each : of.lines())
+    names.push_back(each.name.empty() ? std::to_string(each.number) : each.name);
+  return names;
+}
+
 // The kinds of names in a type such as "STUDY DIRECTORY FILE [VARIABLE...]".
 std::vector<std::string> kinds_of(const std::string& type) {
   std::vector<std::string> kinds(1);
@@ -121,7 +130,7 @@ std::vector<std::string> kinds_of(const std::string& type) {
 }
 
 bool is_in_database(const std::string& kind) {
-  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "VARIABLE", "POINTS", "PALETTE", "SCALE"})
+  for (const char* one : {"STUDY", "DIRECTORY", "FILE", "VARIABLE", "LINE", "POINTS", "PALETTE", "SCALE"})
     if (kind == one) return true;
   return false;
 }
@@ -149,9 +158,11 @@ std::optional<std::vector<std::string>> names(const situation& so_far, const std
   const bool asks =
       setting_of(so_far, "--server").starts_with("ssh:") || !setting_of(so_far, "--via").empty();
   if (asks) return std::vector<std::string>();
+  client::database all(database_of(so_far));
+  if (kinds[0] == "LINE")
+    return line_names(client::table(all, place_of(take_path(all, words, all_levels - 1))));
   const std::string above = prefix.substr(0, prefix.rfind('/') + 1);
   if (!above.empty()) words.push_back(above);
-  client::database all(database_of(so_far));
   if (kinds.size() == 2 && (kinds[1] == "PALETTE" || kinds[1] == "SCALE") && !words.empty()) {
     client::connection& server = all.at(words[0]);
     return kinds[1] == "SCALE" ? server.scales() : server.palettes();

@@ -44,6 +44,7 @@ offers --root DB read Archive '"Old' -- 'Old data'
 offers --root DB read Archive 'Old\ data' c -- cube
 offers --root DB read Holes Drilling cores Cu N -- Ni
 offers --root DB read Holes Drilling cores --selection o -- ore
+offers --root DB read Holes Drilling cores --line B1-321N -- B1-321NE B1-321NW
 offers --root DB link Holes Drilling cores coll -- collars
 offers --root DB link Holes Drilling cores collars --names h -- hole
 offers --root DB palettes Holes Gr -- Grades
