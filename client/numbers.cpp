@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace qrd::client {
@@ -12,6 +13,31 @@ namespace {
 constexpr double highest_stored = 1e30;
 // Of a number: 17 digits, their sign and point, and an exponent.
 constexpr std::size_t most_characters = 32;
+
+// Writes a number that is a decimal of few places, as most of those are that people measure: the general way
+// takes them apart digit by digit. Nothing for another one, and for one that is shorter with an exponent.
+char* write_short(char* to, double value) {
+  constexpr double powers[] = {1, 10, 100, 1000, 10000};
+  constexpr double greatest = 1e9;
+  constexpr double least = 1e-3;
+  const double size = std::abs(value);
+  if (!(size < greatest)) return nullptr;
+  for (std::size_t places = 0; places < std::size(powers); ++places) {
+    const auto digits = static_cast<std::int64_t>(size * powers[places] + 0.5);
+    // A quotient of two whole numbers is rounded to what the decimal stands for.
+    if (static_cast<double>(digits) / powers[places] != size) continue;
+    if (places == 0 ? digits >= 100000 && digits % 10 == 0 : size < least) return nullptr;
+    if (std::signbit(value)) *to++ = '-';
+    const auto power = static_cast<std::int64_t>(powers[places]);
+    to = std::to_chars(to, to + most_characters / 2, digits / power).ptr;
+    if (places == 0) return to;
+    *to++ = '.';
+    std::int64_t rest = digits % power;
+    for (std::size_t i = places; i-- > 0; rest /= 10) to[i] = static_cast<char>('0' + rest % 10);
+    return to + places;
+  }
+  return nullptr;
+}
 
 bool is_single(double value) {
   return std::abs(value) <= std::numeric_limits<float>::max();
@@ -35,6 +61,7 @@ std::optional<double> parse_number(std::string_view text) {
 }
 
 char* write_number(char* to, double value) {
+  if (char* const end = write_short(to, value)) return end;
   return std::to_chars(to, to + most_characters, value).ptr;
 }
 

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
+#include <random>
+
 namespace qrd::client {
 namespace {
 
@@ -17,6 +21,21 @@ TEST(numbers, are_written_so_that_they_read_back) {
   for (double value : {0.1, 1.0 / 3, 5e-324, 1.7976931348623157e308, -123456789.125, 0.0})
     EXPECT_EQ(parse_number(number_text(value)), value);
   EXPECT_EQ(number_text(27900713), "27900713");
+}
+
+// What is written quickly is what the library of the language writes.
+TEST(numbers, of_few_places_are_the_shortest) {
+  std::mt19937_64 chance(3);
+  for (int i = 0; i < 200000; ++i) {
+    const auto whole = static_cast<double>(chance() >> (chance() % 64));
+    const double value = (i % 2 == 0 ? whole : -whole) / std::pow(10, static_cast<double>(chance() % 7));
+    char text[32];
+    const std::string shortest(text, std::to_chars(text, text + sizeof text, value).ptr);
+    ASSERT_EQ(number_text(value), shortest);
+  }
+  for (const char* text :
+       {"0", "-0", "0.001", "0.0012", "1e-04", "1e+05", "123450", "10000", "-0.5", "999999999.9999"})
+    EXPECT_EQ(number_text(*parse_number(text)), text);
 }
 
 TEST(numbers, of_single_precision_are_short_and_stored_the_same) {
