@@ -84,7 +84,7 @@ std::string value_of(const situation& so_far, const std::string& key) {
 
 // As the option is given, or else as the environment has it.
 std::string setting_of(const situation& so_far, const char* name) {
-  const std::string given = value_of(so_far, name);
+  std::string given = value_of(so_far, name);
   const described_option* option = option_named(so_far, name);
   if (!given.empty() || option == nullptr || option->variable.empty()) return given;
   const char* value = std::getenv(option->variable.c_str());
