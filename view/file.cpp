@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "qrd/units.h"
+#include "qrd/words.h"
 #include "view/answers.h"
-#include "view/words.h"
 
 namespace qrd::view {
 
@@ -81,7 +81,7 @@ answer file_answer(source& from, const query& asked) {
     const client::file_info& info = file.info();
     const std::vector<std::string> units = file.coordinate_units();
     const std::string unit = asked.text_or("unit", units.empty() ? "" : units.front());
-    json told = {{"organisation", word_of(info.organisation)},
+    json told = {{"organisation", client::word_of(info.organisation)},
                  {"dimension", info.dimension},
                  {"samples", info.samples},
                  {"lines", info.lines},

@@ -5,6 +5,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
 #include "view/answers.h"
 #include "view/guard.h"
 #include "view/page.h"
@@ -143,6 +146,11 @@ class http_server::server final : public httplib::Server {
  private:
   std::uint16_t bound(std::uint16_t port) {
     const char* address = "127.0.0.1";
+    // Not shared with another server at this port, which the library would allow.
+    set_socket_options([](socket_t socket) {
+      const int yes = 1;
+      setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     const int got = port == 0 ? bind_to_any_port(address) : bind_to_port(address, port) ? port : -1;
     if (got <= 0) throw client::error("port " + std::to_string(port) + " of " + address + " can't be had");
     return static_cast<std::uint16_t>(got);
@@ -248,9 +256,12 @@ const std::string& http_server::secret() const {
 
 void http_server::run() {
   server_->listen_after_bind();
+  ended_ = true;
 }
 
 void http_server::stop() {
+  // One that is about to run would not hear it.
+  while (!server_->is_running() && !ended_) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   server_->stop();
 }
 

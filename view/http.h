@@ -1,6 +1,7 @@
 // The web server of the page, on 127.0.0.1 only.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,13 +21,14 @@ class http_server {
   std::string url() const;
   const std::string& secret() const;
 
-  // Serves until stop(), which another thread calls.
+  // Serves until stop(), which another thread calls once this has been called or is about to be.
   void run();
   void stop();
 
  private:
   class server;
   std::unique_ptr<server> server_;
+  std::atomic<bool> ended_ = false;
 };
 
 }  // namespace qrd::view

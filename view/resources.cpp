@@ -1,14 +1,16 @@
 // Palettes and colour scales of a study.
+#include "qrd/words.h"
 #include "view/answers.h"
-#include "view/words.h"
 
 namespace qrd::view {
 
 namespace {
 
 json scale_json(const std::string& name, const client::colour_scale& scale) {
-  json told = {
-      {"name", name}, {"kind", word_of(scale.kind)}, {"palette", scale.palette}, {"classes", scale.classes}};
+  json told = {{"name", name},
+               {"kind", client::word_of(scale.kind)},
+               {"palette", scale.palette},
+               {"classes", scale.classes}};
   told["bounds"] = scale.bounds;
   told["indices"] = scale.palette_indices;
   json intervals = json::array(), facies = json::array();

@@ -1,6 +1,6 @@
 // What there is, level by level.
+#include "qrd/words.h"
 #include "view/answers.h"
-#include "view/words.h"
 
 namespace qrd::view {
 
@@ -17,7 +17,7 @@ answer tree_answer(source& from, const query& asked) {
       json one = {{"name", name}};
       try {
         const client::file_info info = database.at({study, directory, name}).file_info();
-        one["organisation"] = word_of(info.organisation);
+        one["organisation"] = client::word_of(info.organisation);
         one["dimension"] = info.dimension;
         one["samples"] = info.samples;
         one["lines"] = info.lines;

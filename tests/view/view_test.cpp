@@ -104,6 +104,7 @@ TEST(view, only_the_browser_with_the_secret_is_let_in) {
                                               "Content-Length: 5\r\n\r\nhello")
                 .substr(9, 3),
             "405");
+  EXPECT_THROW(http_server(page.from, page.server.port()), client::error);
   // A request without an end is not read for ever.
   std::string endless = "GET / HTTP/1.1\r\n" + page.host + page.cookie;
   for (int i = 0; i < 20000; ++i) endless += "X-More: 0123456789\r\n";

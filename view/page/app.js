@@ -83,3 +83,5 @@ await showTree().catch(problem => {
   document.getElementById('studies').replaceChildren(make('p', {class: 'problem', role: 'alert'}, problem.message));
 });
 show();
+// What draws a scene is there before one is asked for.
+setTimeout(() => import('./scene.js').catch(() => {}), 500);
