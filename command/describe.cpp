@@ -7,24 +7,11 @@
 #include "command/progress.h"
 #include "qrd/numbers.h"
 #include "qrd/units.h"
+#include "qrd/words.h"
 
 namespace qrd::command {
 
 namespace {
-
-const char* organisation_name(client::organisation kind) {
-  switch (kind) {
-    case client::organisation::points:
-      return "points";
-    case client::organisation::gravity_lines:
-      return "gravity lines";
-    case client::organisation::core_lines:
-      return "core lines";
-    case client::organisation::grid:
-      return "grid";
-  }
-  return "unknown";
-}
 
 const char* type_name(client::variable_type type) {
   switch (type) {
@@ -83,7 +70,7 @@ std::vector<client::sample_range> extreme_samples(const client::table& file) {
 json describe_file(const client::file_place& place, const client::file_info& info) {
   const auto dimension = info.dimension;
   json result = {{"file", place.file},
-                 {"organisation", organisation_name(info.organisation)},
+                 {"organisation", client::word_of(info.organisation)},
                  {"dimension", dimension},
                  {"samples", info.samples}};
   const bool has_lines = info.organisation == client::organisation::gravity_lines ||

@@ -8,6 +8,7 @@
 #include "command/output.h"
 #include "command/session.h"
 #include "command/terminal.h"
+#include "qrd/words.h"
 
 namespace qrd::command {
 
@@ -24,24 +25,10 @@ json palette_json(client::connection& server, const std::string& name) {
   return {{"palette", name}, {"colours", colours}};
 }
 
-const char* kind_name(client::scale_kind kind) {
-  switch (kind) {
-    case client::scale_kind::automatic:
-      return "automatic";
-    case client::scale_kind::classes:
-      return "classes";
-    case client::scale_kind::manual:
-      return "manual";
-    case client::scale_kind::facies:
-      return "facies";
-  }
-  return "unknown";
-}
-
 json scale_json(client::connection& server, const std::string& name) {
   const client::colour_scale scale = server.scale(name);
   json told = {{"scale", name},
-               {"kind", kind_name(scale.kind)},
+               {"kind", client::word_of(scale.kind)},
                {"read only", scale.read_only},
                {"palette", scale.palette},
                {"classes", scale.classes}};
