@@ -83,6 +83,9 @@ int main(int argc, char** argv) {
 #ifdef QRD_WITH_VIEW
           add_view_command(program, common);
 #endif
+#ifdef QRD_WITH_PLOT
+          add_plot_command(program, common);
+#endif
         },
         hidden, argc, argv);
     if (!problem.empty()) return complain(problem, bad_usage);

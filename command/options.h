@@ -32,5 +32,6 @@ void add_resource_commands(const command_line& program,
                            const common_options& common);  // palettes, scales, vendor
 void add_units_command(const command_line& program, const common_options& common);  // units
 void add_view_command(const command_line& program, const common_options& common);  // view; where it was built
+void add_plot_command(const command_line& program, const common_options& common);  // plot; likewise
 
 }  // namespace qrd::command

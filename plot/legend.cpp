@@ -1,0 +1,115 @@
+#include "plot/legend.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "plot/page.h"
+
+namespace qrd::plot {
+
+namespace {
+
+constexpr double text_size = 9;
+constexpr double title_size = 10;
+constexpr double row = 15;
+constexpr double swatch_width = 18;
+constexpr double least_width = 110, most_width = 190;
+
+struct entry {
+  rgb colour;
+  std::string words;
+};
+
+// Highest first, but what has names of its own in its own order and each once.
+std::vector<entry> entries_of(const colour_map& map) {
+  std::vector<entry> entries;
+  bool has_names = false;
+  for (const colour_class& one : map.classes) {
+    const std::string words = !one.label.empty()    ? one.label
+                              : one.low == one.high ? short_text(one.low)
+                                                    : short_text(one.low) + " – " + short_text(one.high);
+    has_names = has_names || !one.label.empty();
+    const auto same = [&](const entry& other) { return other.words == words && other.colour == one.colour; };
+    if (one.label.empty() || std::none_of(entries.begin(), entries.end(), same))
+      entries.push_back({one.colour, words});
+  }
+  if (!has_names) std::reverse(entries.begin(), entries.end());
+  return entries;
+}
+
+double draw_bar(picture& on, const box& area, const colour_map& map) {
+  const extent range{map.classes.front().low, map.classes.back().high};
+  const double height = std::min(area.height - 10, 260.0), top = area.top + 4;
+  const double step = height / static_cast<double>(map.classes.size());
+  for (std::size_t i = 0; i < map.classes.size(); ++i)
+    on.add_box({area.left, top + height - step * static_cast<double>(i + 1), swatch_width, step},
+               {map.classes[i].colour, std::nullopt, 0, true});
+  on.add_box({area.left, top, swatch_width, height}, {std::nullopt, dark, 0.5});
+  const axis ticks = make_axis(range, std::max(2, static_cast<int>(height / 32)));
+  for (const double tick : ticks.ticks) {
+    const double y = top + height * (1 - (tick - range.low) / range.size());
+    on.add_line({area.left + swatch_width, y}, {area.left + swatch_width + 4, y}, {std::nullopt, dark, 0.5});
+    on.add_label({{area.left + swatch_width + 7, y + 3}, ticks.text(tick), text_size});
+  }
+  return top + height + 8;
+}
+
+double draw_list(picture& on, const box& area, const colour_map& map) {
+  const std::vector<entry> entries = entries_of(map);
+  // More classes than rows: thinner ones, and words for some of them.
+  const double height =
+      std::min(row, area.height / static_cast<double>(std::max<std::size_t>(1, entries.size())));
+  const auto each = static_cast<std::size_t>(std::ceil((text_size + 2) / height));
+  double top = area.top + 4;
+  for (std::size_t i = 0; i < entries.size(); ++i, top += height) {
+    const bool has_room = height >= row;
+    on.add_box({area.left, top, swatch_width, has_room ? height - 3 : height},
+               {entries[i].colour, has_room ? std::optional(dark) : std::nullopt, 0.5, !has_room});
+    if (i % each == 0)
+      on.add_label({{area.left + swatch_width + 7, top + std::min(height, 11.0) / 2 + 3.5},
+                    fitted(entries[i].words, text_size, area.width - swatch_width - 7),
+                    text_size});
+  }
+  return top + 4;
+}
+
+}  // namespace
+
+double width_of(const legend& of) {
+  double width = std::max(least_width, width_of(of.title, title_size));
+  if (!of.colours.is_even)
+    for (const entry& one : entries_of(of.colours))
+      width = std::max(width, swatch_width + 7 + width_of(one.words, text_size));
+  for (const std::string& note : of.notes) width = std::max(width, width_of(note, text_size));
+  return std::min(width, most_width);
+}
+
+void draw_legend(picture& on, const box& side, const legend& of, double kept) {
+  double top = side.top;
+  if (!of.title.empty()) {
+    on.add_label({{side.left, top + title_size},
+                  fitted(of.title, title_size * 1.08, side.width),
+                  title_size,
+                  anchor::start,
+                  false,
+                  true});
+    top += title_size + 6;
+  }
+  const double notes = static_cast<double>(of.notes.size()) * (text_size + 4);
+  const box area{side.left, top, side.width,
+                 std::max(40.0, side.height - (top - side.top) - notes - kept - 16)};
+  if (!of.colours.classes.empty())
+    top = of.colours.is_even ? draw_bar(on, area, of.colours) : draw_list(on, area, of.colours);
+  for (const std::string& note : of.notes) {
+    top += text_size + 4;
+    on.add_label({{side.left, top},
+                  fitted(note, text_size, side.width),
+                  text_size,
+                  anchor::start,
+                  false,
+                  false,
+                  {90, 90, 90}});
+  }
+}
+
+}  // namespace qrd::plot
