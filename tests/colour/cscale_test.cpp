@@ -4,8 +4,6 @@
 namespace qrd::test {
 namespace {
 
-constexpr double no_data = 1.2345e308;
-
 struct scales : open_study {
   std::string stored(int number) const {
     return read_file(in_study("CSCALE/CSCA." + std::to_string(number)));
@@ -23,7 +21,7 @@ bytes& same(bytes& out, int count, int value) {
 // What ends every file of the newest version: legend, labels, flags, values, unit.
 bytes& tail(bytes& file, int integer_bounds) {
   file.i32(1, 1).text("Other").i32(1).text("N/A").i32(integer_bounds, 1);
-  file.f64(no_data, no_data, no_data).i32(1);
+  file.f64(missing_double, missing_double, missing_double).i32(1);
   return file.i32(2, 10, 2, 0).text("").f64(1);
 }
 

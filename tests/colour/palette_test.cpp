@@ -1,3 +1,4 @@
+#include "support/formats.h"
 #include "support/open_study.h"
 
 namespace qrd::test {
@@ -5,10 +6,9 @@ namespace {
 
 struct palettes : open_study {
   static bytes three(int count, int red, int green, int blue) {
-    bytes body = bytes().i32(count);
-    for (int value : {red, green, blue})
-      for (int i = 0; i < count; ++i) body.i32(value);
-    return body;
+    const auto size = static_cast<std::size_t>(count);
+    bytes body = bytes().i32(count).i32(std::vector(size, red));
+    return body.i32(std::vector(size, green)).i32(std::vector(size, blue));
   }
   void write(const std::string& name, const bytes& body) { expect_done("CPALWRIT", bytes(name).raw(body)); }
 };
@@ -81,10 +81,7 @@ TEST_F(palettes, of_a_study_that_is_gone_are_refused) {
 
 TEST_F(palettes, in_use_by_a_scale_stay) {
   write("used", three(1, 5, 5, 5));
-  bytes scale = bytes("scale").i32(0, 0).text("used").i32(0);
-  for (int i = 0; i < 15; ++i) scale.i32(0);
-  scale.text("").text("").i32(0, 0, 0, 0);
-  expect_done("CSCANEW", scale);
+  expect_done("CSCANEW", automatic_scale("scale", "used"));
   expect_refused("CPALDEL", "used", "Cannot delete palette named used as it is used by a Color Scale.");
   expect_done("CSCADEL", "scale");
   expect_done("CPALDEL", "used");

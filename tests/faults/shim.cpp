@@ -116,7 +116,7 @@ std::size_t descriptor_path(long descriptor, char* path, std::size_t size) {
 bool is_below_root(const counted_call& row, const machine_call& made, char (&below)[111]) {
   char path[1024];
   std::size_t length = 0;
-  const char* name = row.path >= 0 ? reinterpret_cast<const char*>(made.arguments[row.path]) : "";
+  const char* name = row.path >= 0 ? reinterpret_cast<const char*>(made.arguments[row.path]) : nullptr;
   if (name == nullptr) name = "";
   if (name[0] != '/' && row.descriptor >= 0) {
     const long descriptor = static_cast<int>(made.arguments[row.descriptor]);
@@ -139,18 +139,11 @@ bool is_below_root(const counted_call& row, const machine_call& made, char (&bel
 }
 
 bool changes_tree(const counted_call& row, const machine_call& made) {
-  switch (row.kind) {
-    case call_kind::write:
-    case call_kind::rename:
-    case call_kind::unlink:
-    case call_kind::mkdir:
-    case call_kind::resize:
-      return true;
-    case call_kind::open:
-      return (made.arguments[row.path + 1] & (O_CREAT | O_TRUNC)) != 0;
-    default:
-      return false;
-  }
+  if (row.kind == call_kind::open) return (made.arguments[row.path + 1] & (O_CREAT | O_TRUNC)) != 0;
+  using enum call_kind;
+  for (const call_kind changing : {write, rename, unlink, mkdir, resize})
+    if (row.kind == changing) return true;
+  return false;
 }
 
 // Whether the disk must have more room for this call.

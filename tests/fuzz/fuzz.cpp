@@ -130,7 +130,7 @@ void change_file(const step& wanted) {
   if (!std::binary_search(files.begin(), files.end(), wanted.file)) return;
   switch (wanted.kind) {
     case step_kind::request:
-      break;
+      return;
     case step_kind::whole:
       return database->put(wanted.file, database->with_root(wanted.data));
     case step_kind::patch: {
@@ -235,16 +235,15 @@ void run_units(std::string_view input) {
     fail("A format is out of its bounds.");
   run([&] {
     using test::bytes;
-    for (const std::string& root_request : opening_requests(database->root())) serve(root_request);
-    for (const std::string& choice : choosing_requests()) serve(choice);
-    serve(bytes().text("CFILESET").text("points").str());
-    serve(bytes().text("CVARSET").text("f64").str());
-    serve(bytes().text("CVARUNIT").i32(2).text(texts[0]).text(texts[1]).str());
-    serve(bytes().text("CDISTUSET").text(texts[2]).str());
-    serve(bytes().text("CUNITCR").text(texts[0]).text(texts[1]).text(texts[2]).str());
-    serve(bytes().text("CVARFNEW").text("new").i32(64, 0, 8, 2, 1).text(texts[3]).str());
-    serve(bytes().text("CVARINFO").str());
-    serve(bytes().text("CREADVARF").i64(-1, -1).i32(0).str());
+    for (const auto& group : {opening_requests(database->root()), choosing_requests()})
+      for (const std::string& request : group) serve(request);
+    for (const bytes& request :
+         {bytes("CFILESET").text("points"), bytes("CVARSET").text("f64"),
+          bytes("CVARUNIT").i32(2).text(texts[0]).text(texts[1]), bytes("CDISTUSET").text(texts[2]),
+          bytes("CUNITCR").text(texts[0]).text(texts[1]).text(texts[2]),
+          bytes("CVARFNEW").text("new").i32(64, 0, 8, 2, 1).text(texts[3]), bytes("CVARINFO"),
+          bytes("CREADVARF").i64(-1, -1).i32(0)})
+      serve(request);
   });
 }
 

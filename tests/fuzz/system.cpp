@@ -77,30 +77,33 @@ bool climbs(std::string_view path) {
          path.find("/../") != std::string_view::npos;
 }
 
-// Sets errno where there is no such place in the world of the server.
-bool exists(std::string_view path) {
+bool is_whole(int directory, std::string_view path) {
+  return directory == AT_FDCWD || path.starts_with('/');
+}
+
+// Sets errno where there is no such place in the world of the server. What is open lies inside.
+bool exists(std::string_view path, int directory = AT_FDCWD) {
   const bool inside =
-      path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+      !is_whole(directory, path) ||
+      (path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/'));
   if ((inside && !climbs(path)) || is_own_descriptor(path)) return true;
   errno = ENOENT;
   return false;
 }
-// A path below an open folder, which lies inside.
-bool exists_at(int directory, std::string_view path) {
-  if (directory == AT_FDCWD || path.starts_with('/')) return exists(path);
-  if (!climbs(path)) return true;
-  errno = ENOENT;
-  return false;
+bool is_found(const char* path, int directory = AT_FDCWD) {
+  look(path);
+  return exists(path, directory);
 }
 
-void change(const char* path) {
-  changed.insert(path);
-}
-void change_at(int directory, const char* path) {
-  if (directory == AT_FDCWD || *path == '/') return change(path);
+void change(const char* path, int directory = AT_FDCWD) {
   std::error_code gone;
   const auto link = "/proc/self/fd/" + std::to_string(directory);
-  change((std::filesystem::read_symlink(link, gone) / path).c_str());
+  changed.insert(is_whole(directory, path) ? path : std::filesystem::read_symlink(link, gone) / path);
+}
+bool may_change(const char* path, int directory = AT_FDCWD) {
+  if (!exists(path, directory)) return false;
+  change(path, directory);
+  return true;
 }
 
 }  // namespace
@@ -205,10 +208,9 @@ int server_openat(int directory, const char* path, int flags, ...) {
   va_start(arguments, flags);
   const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  look(path);
-  if (!exists_at(directory, path)) return -1;
+  if (!is_found(path, directory)) return -1;
   const bool is_unnamed = (flags & O_TMPFILE) == O_TMPFILE;
-  if ((flags & (O_ACCMODE | O_CREAT | O_TRUNC)) != 0 && !is_unnamed) change_at(directory, path);
+  if ((flags & (O_ACCMODE | O_CREAT | O_TRUNC)) != 0 && !is_unnamed) change(path, directory);
   return openat(directory, path, flags, mode);
 }
 int server_open(const char* path, int flags, ...) {
@@ -219,23 +221,19 @@ int server_open(const char* path, int flags, ...) {
   return server_openat(AT_FDCWD, path, flags, mode);
 }
 FILE* server_fopen(const char* path, const char* mode) {
-  look(path);
-  if (!exists(path)) return nullptr;
+  if (!is_found(path)) return nullptr;
   if (std::strpbrk(mode, "wa+") != nullptr) change(path);
   return std::fopen(path, mode);
 }
 gzFile server_gzopen(const char* path, const char* mode) {
-  look(path);
-  return exists(path) ? gzopen(path, mode) : nullptr;
+  return is_found(path) ? gzopen(path, mode) : nullptr;
 }
 DIR* server_opendir(const char* path) {
-  look(path);
-  return exists(path) ? opendir(path) : nullptr;
+  return is_found(path) ? opendir(path) : nullptr;
 }
 
 int server_fstatat(int directory, const char* path, struct stat* status, int flags) {
-  look(path);
-  return exists_at(directory, path) ? fstatat(directory, path, status, flags) : -1;
+  return is_found(path, directory) ? fstatat(directory, path, status, flags) : -1;
 }
 int server_stat(const char* path, struct stat* status) {
   return server_fstatat(AT_FDCWD, path, status, 0);
@@ -247,25 +245,20 @@ int server_statvfs(const char* path, struct statvfs* status) {
   return exists(path) ? statvfs(path, status) : -1;
 }
 int server_faccessat(int directory, const char* path, int mode, int flags) {
-  look(path);
-  return exists_at(directory, path) ? faccessat(directory, path, mode, flags) : -1;
+  return is_found(path, directory) ? faccessat(directory, path, mode, flags) : -1;
 }
 int server_access(const char* path, int mode) {
   return server_faccessat(AT_FDCWD, path, mode, 0);
 }
 
 int server_mkdirat(int directory, const char* path, mode_t mode) {
-  if (!exists_at(directory, path)) return -1;
-  change_at(directory, path);
-  return mkdirat(directory, path, mode);
+  return may_change(path, directory) ? mkdirat(directory, path, mode) : -1;
 }
 int server_mkdir(const char* path, mode_t mode) {
   return server_mkdirat(AT_FDCWD, path, mode);
 }
 int server_unlinkat(int directory, const char* path, int flags) {
-  if (!exists_at(directory, path)) return -1;
-  change_at(directory, path);
-  return unlinkat(directory, path, flags);
+  return may_change(path, directory) ? unlinkat(directory, path, flags) : -1;
 }
 int server_unlink(const char* path) {
   return server_unlinkat(AT_FDCWD, path, 0);
@@ -279,18 +272,14 @@ int server_remove(const char* path) {
 }
 // std::filesystem::remove_all
 std::uintmax_t server_remove_all(const std::filesystem::path& path, std::error_code& error) {
-  if (exists(path.native())) {
-    change(path.c_str());
-    return std::filesystem::remove_all(path, error);
-  }
+  if (may_change(path.c_str())) return std::filesystem::remove_all(path, error);
   error = std::make_error_code(std::errc::no_such_file_or_directory);
   return 0;
 }
 
 int server_renameat2(int from_directory, const char* from, int to_directory, const char* to, unsigned flags) {
-  if (!exists_at(from_directory, from) || !exists_at(to_directory, to)) return -1;
-  change_at(from_directory, from);
-  change_at(to_directory, to);
+  if (!exists(to, to_directory) || !may_change(from, from_directory)) return -1;
+  change(to, to_directory);
   return renameat2(from_directory, from, to_directory, to, flags);
 }
 int server_renameat(int from_directory, const char* from, int to_directory, const char* to) {
@@ -301,10 +290,8 @@ int server_rename(const char* from, const char* to) {
 }
 int server_linkat(int from_directory, const char* from, int to_directory, const char* to, int flags) {
   const bool is_descriptor = (flags & AT_EMPTY_PATH) != 0 && *from == '\0';
-  if (!is_descriptor && !exists_at(from_directory, from)) return -1;
-  if (!exists_at(to_directory, to)) return -1;
-  change_at(to_directory, to);
-  return linkat(from_directory, from, to_directory, to, flags);
+  if (!is_descriptor && !exists(from, from_directory)) return -1;
+  return may_change(to, to_directory) ? linkat(from_directory, from, to_directory, to, flags) : -1;
 }
 int server_link(const char* from, const char* to) {
   return server_linkat(AT_FDCWD, from, AT_FDCWD, to, 0);
@@ -317,15 +304,13 @@ int server_symlink(const char* /*target*/, const char* /*path*/) {
   return errno = EPERM, -1;
 }
 int server_truncate(const char* path, off_t size) {
-  if (!exists(path)) return -1;
-  change(path);
-  return truncate(path, size);
+  return may_change(path) ? truncate(path, size) : -1;
 }
 int server_chmod(const char* path, mode_t mode) {
   return exists(path) ? chmod(path, mode) : -1;
 }
 int server_utimensat(int directory, const char* path, const timespec* times, int flags) {
-  return exists_at(directory, path) ? utimensat(directory, path, times, flags) : -1;
+  return exists(path, directory) ? utimensat(directory, path, times, flags) : -1;
 }
 
 // No process is started or stopped.

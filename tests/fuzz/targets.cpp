@@ -1,7 +1,5 @@
 #include "fuzz/targets.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
@@ -39,8 +37,14 @@ enum file_number {
   polygons_file,
   wires_file
 };
-// Variables of the points file behind the sample number and the coordinates.
-enum variable_number { f2 = 5, f4, f8, f16, f32, f64, sel, len, text, m1, m8 };
+// Variables of the points file behind the sample number.
+enum variable_number { x = 2, f2 = 5, f4, f8, f16, f32, f64, sel, len, text, m1, m8 };
+
+std::vector<std::string> of_points(const std::vector<int>& variables, const std::string& name) {
+  std::vector<std::string> all;
+  for (const int number : variables) all.push_back(in_variable(points_file, number, name));
+  return all;
+}
 
 requests opened_with(const std::string& root, const requests& more) {
   requests all = opening_requests(root);
@@ -70,9 +74,8 @@ requests reads_of_macro(const char* variable) {
 requests points_requests() {
   requests all = {named("CFILESET", "points"), bytes("CFILEINFO"), bytes("CVARLST"), bytes("CVARTLST").i32(1),
                   bytes("CCOMGET").i32(2)};
-  for (const char* variable : {"f2", "f4", "f8", "f16", "f32", "f64", "len"}) {
+  for (const char* variable : {"f2", "f4", "f8", "f16", "f32", "f64", "len"})
     append(all, {named("CVARSET", variable), bytes("CVARINFO"), read_numbers});
-  }
   append(all, {named("CSELSET", "sel"), read_numbers, read_selected, write_numbers});
   append(all, reads_of("sel", read_bits));
   append(all, reads_of("text", read_texts));
@@ -161,20 +164,6 @@ requests study_requests(const std::string& root) {
   return all;
 }
 
-std::string compressed(const std::string& content) {
-  std::string out(compressBound(content.size()) + 64, '\0');
-  z_stream stream = {};
-  deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, MAX_WBITS + 16, 8, Z_DEFAULT_STRATEGY);
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
-  stream.avail_in = static_cast<uInt>(content.size());
-  stream.next_out = reinterpret_cast<Bytef*>(out.data());
-  stream.avail_out = static_cast<uInt>(out.size());
-  deflate(&stream, Z_FINISH);
-  out.resize(stream.total_out);
-  deflateEnd(&stream);
-  return out;
-}
-
 // A code for each byte: the widths grow only where the fuzzer finds out how.
 std::string packed(const std::string& content, int largest_width) {
   std::vector<int> codes;
@@ -218,23 +207,12 @@ std::vector<format> formats(const std::string& root) {
       {"lines_descriptor",
        {in_file(lines_file, "DESCR"), in_file(cores_file, "DESCR"), in_file(heads_file, "DESCR")},
        opened_with(root, lines_requests())},
-      {"variable_descriptor",
-       {in_variable(points_file, f64, "DESCR"), in_variable(points_file, sel, "DESCR"),
-        in_variable(points_file, text, "DESCR"), in_variable(points_file, m8, "DESCR"),
-        in_variable(points_file, len, "DESCR"), in_variable(points_file, 2, "DESCR")},
-       changing_points},
+      {"variable_descriptor", of_points({f64, sel, text, m8, len, x}, "DESCR"), changing_points},
       {"line_table",
        {in_file(lines_file, "LINE"), in_file(cores_file, "LINE")},
        opened_with(root, lines_requests())},
-      {"macro",
-       {in_variable(points_file, m8, "MACRO"), in_variable(points_file, m1, "MACRO")},
-       opened_with(root, macro)},
-      {"data",
-       {in_variable(points_file, f2, "DATAVAR"), in_variable(points_file, f4, "DATAVAR"),
-        in_variable(points_file, f8, "DATAVAR"), in_variable(points_file, f16, "DATAVAR"),
-        in_variable(points_file, f32, "DATAVAR"), f64_data, in_variable(points_file, sel, "DATAVAR"),
-        in_variable(points_file, text, "DATAVAR"), in_variable(points_file, m8, "DATAVAR"),
-        in_variable(points_file, m1, "DATAVAR")},
+      {"macro", of_points({m8, m1}, "MACRO"), opened_with(root, macro)},
+      {"data", of_points({f2, f4, f8, f16, f32, f64, sel, text, m8, m1}, "DATAVAR"),
        opened_with(root, data_requests())},
       {"comment",
        {in_file(points_file, "COMMENT"), in_variable(points_file, f64, "COMMENT")},
@@ -299,14 +277,10 @@ std::vector<std::string> old_contents(const std::string& format_name) {
     for (int version : {100, 200, 520, 900})
       made.push_back(file_fields{.name = "points", .samples = 5, .allocated = 512}.bytes_of(version));
   if (format_name == "grid_descriptor")
-    for (int version : {100, 200, 520, 900})
-      made.push_back(file_fields{.name = "grid",
-                                 .organisation = 5,
-                                 .lengths = {0, 5, 0, 1, 2, 1},
-                                 .nodes = {3, 2, 2},
-                                 .samples = 12,
-                                 .allocated = 512}
-                         .bytes_of(version));
+    for (int version : {100, 200, 520, 900}) {
+      const file_fields grid = {"grid", 5, 3, 0, {0, 5, 0, 1, 2, 1}, {3, 2, 2}, {0, 0, 0}, "", 12, 512};
+      made.push_back(grid.bytes_of(version));
+    }
   if (format_name == "polygon")
     for (int version : {1, 2, 3, 4, 5, 6})
       made.push_back(version < 4 ? test::compound_polygons(version) : test::nested_polygon(version));
@@ -316,7 +290,7 @@ std::vector<std::string> old_contents(const std::string& format_name) {
   if (format_name == "archive") {
     std::string content;
     for (int i = 0; i < 512; ++i) content += bytes().f64(i % 7);
-    made = {compressed(content), packed(content, 16), packed("abababab", 9)};
+    made = {test::gzipped(content), packed(content, 16), packed("abababab", 9)};
   }
   if (format_name == "root_texts") made = {"14.0.0\n#made\n", "#by hand\n"};
   if (format_name == "palette") made = {"pal\n  1   2   3\n255 255 255\n"};

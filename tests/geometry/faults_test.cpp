@@ -3,15 +3,13 @@
 namespace qrd::test {
 namespace {
 
-constexpr double no_data = 1.2345e308;
-
 struct faults : open_study {};
 
 bytes& segment(bytes& out, const std::vector<double>& nine, const std::vector<double>& attributes,
                int priority) {
   return out.f64(nine).f64(attributes).i32(priority);
 }
-const std::vector<double> none = {no_data, no_data, no_data};
+const std::vector<double> none = {missing_double, missing_double, missing_double};
 
 TEST_F(faults, travel_through_a_2d_file) {
   make_points("P", 1);
@@ -25,17 +23,17 @@ TEST_F(faults, travel_through_a_2d_file) {
 
   // Version 2; the fault without a segment counts but isn't stored; centimetres.
   bytes file = bytes().i32(2, 1, 1, 3, 3, 1, 127, 127);
-  file.text("F1").f64(100, 200, 400, 500, no_data, 11, 12).i32(1127);
-  file.text("F1").f64(400, 500, 600, 700, no_data, no_data, no_data).i32(1001);
-  file.text("F1").f64(0, 0, 100, 100, no_data, no_data, no_data).i32(5);
+  file.text("F1").f64(100, 200, 400, 500, missing_double, 11, 12).i32(1127);
+  file.text("F1").f64(400, 500, 600, 700, missing_double, missing_double, missing_double).i32(1001);
+  file.text("F1").f64(0, 0, 100, 100, missing_double, missing_double, missing_double).i32(5);
   EXPECT_EQ(read_file(in_file(1, "FAULT")), file);
 
   // A run of one name is one fault.
-  bytes answer = bytes("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("F1").i32(1, 2);
+  bytes answer = bytes("SFAULTS").i32(1, 1).f64(missing_double).i32(1).text("F1").i32(1, 2);
   segment(answer, {4, 5, 0, 6, 7, 0, 0, 0, 0}, none, 1);
   segment(answer, {0, 0, 0, 1, 1, 0, 0, 0, 0}, none, 5);
   expect_answer("CFAULTS", bytes().i32(5), answer);
-  expect_answer("CFAULTS", bytes().i32(0), bytes("SFAULTS").i32(1, 1).f64(no_data).i32(0));
+  expect_answer("CFAULTS", bytes().i32(0), bytes("SFAULTS").i32(1, 1).f64(missing_double).i32(0));
   expect_refused("CWRITFAUL", {}, "P is an already faulted file.");
 }
 
@@ -50,7 +48,7 @@ TEST_F(faults, keep_triangles_and_units_in_3d) {
     expect_done("CUNITMODE", bytes().i32(mode));
     std::vector<double> nine = {100, 200, 300, 400, 500, 600, 700, 800, 900};
     for (double& coordinate : nine) coordinate /= mode == 0 ? 1e5 : 100;
-    bytes answer = bytes("SFAULTS").i32(0, 0).f64(no_data).i32(1).text("West").i32(0, 1);
+    bytes answer = bytes("SFAULTS").i32(0, 0).f64(missing_double).i32(1).text("West").i32(0, 1);
     expect_answer("CFAULTS", bytes().i32(127), segment(answer, nine, none, 2));
   }
 }
@@ -59,11 +57,11 @@ TEST_F(faults, read_version_1) {
   make_points("P", 1);
   write_file(in_file(1, "FAULT"),
              bytes().i32(1, 1, 0, 1, 9, 3, 3, 127).text("ABCDEFGH").f64(100, 200, 300, 400).i32(1003));
-  bytes plain = bytes("SFAULTS").i32(1, 0).f64(no_data).i32(1).text("ABCDEFG").i32(1, 1);
+  bytes plain = bytes("SFAULTS").i32(1, 0).f64(missing_double).i32(1).text("ABCDEFG").i32(1, 1);
   expect_answer("CFAULTS", bytes().i32(3), segment(plain, {1, 2, 0, 3, 4, 0, 0, 0, 0}, none, 3));
   write_file(in_file(1, "FAULT"),
              bytes().i32(1, 1, 1, 1, 1, 3, 3, 127).text("A").f64(100, 200, 300, 400, 1, 2, 3).i32(3));
-  bytes with_attributes = bytes("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("A").i32(0, 1);
+  bytes with_attributes = bytes("SFAULTS").i32(1, 1).f64(missing_double).i32(1).text("A").i32(0, 1);
   expect_answer("CFAULTS", bytes().i32(3),
                 segment(with_attributes, {1, 2, 0, 3, 4, 0, 0, 0, 0}, {1, 2, 3}, 3));
 }

@@ -5,7 +5,6 @@
 namespace qrd::test {
 namespace {
 
-constexpr double no_data = 1.2345e308;
 constexpr std::int32_t no_int = 2147483647;
 
 struct polygons : open_study {};
@@ -20,15 +19,16 @@ TEST_F(polygons, go_to_disk_as_version_6_and_come_back) {
 
   bytes file = bytes().i32(6, 2).i64(2, 3, 10).f64(0, 2100, 0, 400, 0, 0);
   // The first polygon of a request takes the last colour; a name that came late counts where it joined.
-  file.text("Lake").i32(157, 78, 64, no_int).f64(no_data, no_data, no_data).i32(1, 2);
+  file.text("Lake").i32(157, 78, 64, no_int).f64(missing_double, missing_double, missing_double).i32(1, 2);
   ring(file.text("c1").i32(0).f64(0, 100), {0, 0, 4, 0, 4, 4, 0, 4}, 100).i32(0);
   ring(file.text("c1 3").i32(0).f64(0, 100), {10, 0, 12, 0, 12, 2}, 100).i32(0);
-  file.text("Pit").i32(255, 255, 0, no_int).f64(no_data, no_data, no_data).i32(1, 1);
+  file.text("Pit").i32(255, 255, 0, no_int).f64(missing_double, missing_double, missing_double).i32(1, 1);
   ring(file.text("Pit").i32(0).f64(0, 100), {20, 0, 21, 0, 21, 1}, 100).i32(0);
   EXPECT_EQ(read_file(in_file(1, "POLYGON")), file);
 
   // The samples: no label points, the names, the areas in square metres.
-  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(no_data, no_data));
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16),
+            bytes().f64(missing_double, missing_double));
   EXPECT_EQ(read_file(in_file(1, "VARI.4/DATAVAR")).substr(0, 8), "LakePit ");
   EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), bytes().f64(18, 0.5));
 

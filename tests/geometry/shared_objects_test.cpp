@@ -10,8 +10,6 @@
 namespace qrd::test {
 namespace {
 
-constexpr double no_data = 1.2345e308;
-
 struct shared_objects : open_study {
   // A polygon "one" and a polygon "two", each a triangle with an edge of a metre at x = 0 and x = 10.
   static bytes two_polygons(const std::string& file) {
@@ -292,10 +290,11 @@ TEST_F(shared_objects, have_no_factors_in_a_study_without_units) {
       root_ / "N/QRD/DIRE.1/FILE.2/VARI.2/DESCR",
       variable_fields{"X+ Gravity Center (READONLY)", VAR_FLOAT, KIND_X, 64, 0, "km", 100000}.bytes_of());
   expect_answer("CWIREREAD", {}, bytes("SWIREF").raw(triangles()));
-  bytes sent = bytes().i32(1, 0).f64(no_data).i32(1).text("F").i32(0, 1).f64(1, 2, 0, 3, 4, 0, 0, 0, 0);
+  bytes sent =
+      bytes().i32(1, 0).f64(missing_double).i32(1).text("F").i32(0, 1).f64(1, 2, 0, 3, 4, 0, 0, 0, 0);
   sent.f64(0, 0, 0).i32(1);
   expect_done("CWRITFAUL", sent);
-  bytes back = bytes("SFAULTS").i32(1, 1).f64(no_data).i32(1).text("F").i32(0, 1);
+  bytes back = bytes("SFAULTS").i32(1, 1).f64(missing_double).i32(1).text("F").i32(0, 1);
   expect_answer("CFAULTS", bytes().i32(1), back.f64(1, 2, 0, 3, 4, 0, 0, 0, 0).f64(0, 0, 0).i32(1));
 }
 

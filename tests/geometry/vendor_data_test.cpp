@@ -58,36 +58,6 @@ TEST_F(vendor_data_requests, keep_the_old_bag_where_the_disk_is_full) {
   expect_refused("CVDATEXIS", bytes("other").i32(0), "An error occured while reading vendor data");
 }
 
-TEST_F(vendor_data_requests, of_several_servers_leave_one_bag_of_a_name) {
-  expect_done("CVDATWRIT", bytes("first").i32(1, 0, 0));
-  expect_done("CVDATWRIT", bytes("bag").i32(1, 0, 0));
-  constexpr int writers = 3, rounds = 30;
-  std::vector<pid_t> others;
-  for (int i = 0; i < writers; ++i) {
-    others.push_back(fork());
-    if (others.back() != 0) continue;
-    vendor_data bag;
-    std::snprintf(bag.name, sizeof bag.name, "bag");
-    int failed = 0;
-    for (bag.version = 1; bag.version <= rounds; ++bag.version)
-      failed += !qd_vendor_data_write({}, bag) ? 1 : 0;
-    _exit(failed == 0 ? 0 : 1);
-  }
-  // Whoever reads meanwhile always finds one, and whole.
-  for (pid_t other : others) {
-    int status = 0;
-    while (waitpid(other, &status, WNOHANG) == 0)
-      EXPECT_EQ(ask("CVDATVERS", bytes("bag").i32(0)).substr(0, 16), bytes("SVDATVERS"));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
-  strings bags;
-  for (const auto& entry : fs::directory_iterator(in_study("")))
-    if (entry.path().filename().string().starts_with("VENDOR.")) bags.push_back(entry.path().filename());
-  std::sort(bags.begin(), bags.end());
-  EXPECT_EQ(bags, (strings{"VENDOR.0", "VENDOR.1"}));
-  EXPECT_EQ(read_file(in_study("VENDOR.1")), bytes().i32(520).text("bag").i32(rounds, 0));
-}
-
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
   expect_refused("CVDATWRIT", bytes("x").i32(1, 0, 2).text("a").i32(0).text("b").i32(7),
                  "Wrong Vendor Data Type (7)");

@@ -4,8 +4,6 @@
 namespace qrd::test {
 namespace {
 
-constexpr double no_data = 1.2345e308;
-
 struct wireframes : open_study {};
 
 // A tetrahedron with its right corner at the origin and edges of the given length.
@@ -32,9 +30,9 @@ TEST_F(wireframes, go_to_disk_in_centimetres_and_come_back) {
   EXPECT_EQ(read_file(in_file(1, "WIREFRAME")), file);
 
   // Gravity centres in centimetres; none without vertices. No volume of a piece that nothing says is closed.
-  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50, no_data));
+  EXPECT_EQ(read_file(in_file(1, "VARI.2/DATAVAR")).substr(0, 16), bytes().f64(50, missing_double));
   EXPECT_EQ(read_file(in_file(1, "VARI.5/DATAVAR")).substr(0, 16), "Ore bodyempty   ");
-  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(no_data, 0));
+  EXPECT_EQ(read_file(in_file(1, "VARI.6/DATAVAR")).substr(0, 16), bytes().f64(missing_double, 0));
 
   expect_done("CFILESET", "W");
   bytes answer = bytes("SWIREF").i32(1).text("Ore body").i32(1, 2, 3, 1, 4, 4).raw(tetrahedron(2));
@@ -111,7 +109,7 @@ TEST(wireframe_measures, volume_needs_closed_pieces) {
   wireframe_piece& piece = object.pieces.front();
   piece.vertices = {0, 0, 0, 6, 0, 0, 0, 6, 0, 0, 0, 6};
   piece.triangles = {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3};
-  EXPECT_EQ(qu_polyhedron_volume(object), no_data);
+  EXPECT_EQ(qu_polyhedron_volume(object), missing_double);
   piece.closed = 1;
   EXPECT_DOUBLE_EQ(qu_polyhedron_volume(object), 36);
   // Whichever way its triangles turn.

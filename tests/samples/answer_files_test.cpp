@@ -99,40 +99,6 @@ TEST_F(file_requests, refused_points_leave_nothing_behind) {
   expect_done("CPFILENEW", points("P", 3, many));
 }
 
-// A file that others see without its samples would be read as one without.
-TEST_F(file_requests, new_files_appear_with_all_they_hold) {
-  std::atomic<bool> ended = false;
-  std::atomic<int> half = 0, whole = 0;
-  std::thread reader([&] {
-    while (!ended) {
-      for (const char* name : {"FILE.2", "FILE.3"}) {
-        // The folder itself, wherever it is moved meanwhile.
-        const int folder = open(path(name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-        if (folder < 0) continue;
-        const fs::path file = "/proc/self/fd/" + std::to_string(folder);
-        const bool has_lines = fs::exists(file / "LINE");
-        const fs::path y_data = file / (has_lines ? "VARI.5/DATAVAR" : "VARI.3/DATAVAR");
-        std::error_code absent;
-        const bool complete = fs::file_size(y_data, absent) == (has_lines ? 0 : 1536 * 8) && !absent;
-        ++(complete ? whole : half);
-        close(folder);
-      }
-    }
-  });
-  const std::vector<double> many(2 * 1030, 1.0);
-  for (int round = 0; round < 30; ++round) {
-    expect_done("CPFILENEW", points("P", 2, many));
-    expect_done("CLFILENEW", bytes("L").i32(2));
-    // Out of the way in one step; what the reader may look into stays.
-    for (const char* name : {"FILE.2", "FILE.3"})
-      fs::rename(path(name), study / (name + std::to_string(round)));
-  }
-  ended = true;
-  reader.join();
-  EXPECT_EQ(half, 0);
-  EXPECT_GT(whole, 0);
-}
-
 TEST_F(file_requests, points_are_added_only_where_they_fit) {
   bytes one = bytes().i64(1).i32(2).f64(1, 2);
   set_current_file("Gone");

@@ -2,6 +2,7 @@
 #include "sharing/sharing.h"
 
 #include "support/database.h"
+#include "support/formats.h"
 
 namespace qrd::test {
 namespace {
@@ -55,8 +56,7 @@ struct sharing_compressed : sharing {
       if (fs::exists(entry.path() / "DATAVAR") &&
           read_file((entry.path() / "DESCR").string()).starts_with(bytes().i32(1100).text("v").str()))
         plain_ = (entry.path() / "DATAVAR").string();
-    gzip_file(root_ / "made", read_file(plain_));
-    archive_ = read_file(root_ / "made.gz");
+    archive_ = gzipped(read_file(plain_));
   }
   void compress() {
     write_file(plain_ + ".gz", archive_);
@@ -248,6 +248,8 @@ TEST_F(sharing, no_other_study_is_open_than_the_one_that_was_set) {
   together({.turns = {maker, opener}, .most_rounds = 60});
 }
 
+const std::vector<client::rgb> greys = {{0, 0, 0}, {128, 127, 126}};
+
 client::vendor_bag bag(std::int32_t version) {
   return {version, {{"number", version}, {"reals", std::vector<double>(200, version)}}};
 }
@@ -287,12 +289,27 @@ TEST_F(sharing, what_two_replace_is_there_once_and_whole) {
     const std::int32_t red = self.to.scale("one").colour_1[0];
     EXPECT_TRUE(red == 1 || red == 2) << red;
   });
-  together({.turns = {chosen_first(open_study, [&](visitor& self) { write(self.to, 1); }),
-                      chosen_first(open_study, [&](visitor& self) { write(self.to, 2); }), reader, reader},
-            .after = [this] {
-              EXPECT_EQ(count_named(root_ / "S/CSCALE", "CSCA."), 1);
-              EXPECT_EQ(count_named(root_ / "S/U_COLOR", "PAL"), 1);
-            }});
+  const auto writer = [&](std::int32_t number) {
+    return chosen_first(open_study, [&write, number](visitor& self) {
+      // Names that are new to both.
+      const std::string name = "of round " + std::to_string(self.round);
+      self.to.write_scale(name, scale(0));
+      self.to.write_vendor_data(name, client::vendor_scope::study, bag(0));
+      self.to.write_palette(name, greys);
+      write(self.to, number);
+    });
+  };
+  const std::map<std::string, std::string> kinds = {
+      {"S/CSCALE", "CSCA."}, {"S", "VENDOR."}, {"S/U_COLOR", "PAL"}};
+  int rounds = 0;
+  together({.turns = {writer(1), writer(2), reader, reader},
+            .after =
+                [&] {
+                  ++rounds;
+                  for (const auto& [folder, begin] : kinds)
+                    EXPECT_EQ(count_named(root_ / folder, begin), 1 + rounds) << begin;
+                },
+            .most_rounds = 300});
 }
 
 TEST_F(sharing, comments_of_two_are_one_or_the_other) {

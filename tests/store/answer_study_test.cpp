@@ -165,26 +165,6 @@ TEST_F(study_requests, new_ends_a_deletion_that_was_cut) {
   expect_done("CSTUDYSET", "Zinc");
 }
 
-// Several servers make studies at once; each of them is in the registry afterwards.
-TEST_F(study_requests, new_ones_of_several_servers_are_all_registered) {
-  constexpr int servers = 4, each = 8;
-  const auto name_of = [](int server, int i) { return std::to_string(server) + "." + std::to_string(i); };
-  const auto make_all = [&](int server) {
-    request_session own;
-    qu_string_copy(root.path().c_str(), current_context.qrd_init);
-    int made = 0;
-    for (int i = 0; i < each; ++i) {
-      const std::string name = name_of(server, i);
-      made += own.ask("CSTUDYNEW", bytes(name).text(root / name)) == done();
-    }
-    return made == each;
-  };
-  EXPECT_EQ(in_processes(servers, make_all), 0);
-  for (int server = 0; server < servers; ++server)
-    for (int i = 0; i < each; ++i)
-      EXPECT_HAS(root.registry(), pair("$init$/" + name_of(server, i), name_of(server, i)));
-}
-
 // Another server moves the study away and back again while it is opened, in whatever moment.
 TEST_F(study_requests, set_gives_the_study_of_the_name_or_none) {
   const pid_t other = fork_for_test();

@@ -1,6 +1,8 @@
 // Contents of files as older programs wrote them, and what several tests send.
 #pragma once
 
+#include <zlib.h>
+
 #include "support/bytes.h"
 
 namespace qrd::test {
@@ -55,6 +57,26 @@ inline bytes old_scale(int version, const char* name, const char* palette) {
   if (version >= 501000) file.i32(0, 1).f64(1, 2, 3);
   if (version >= 501002) file.i32(0);
   return version >= 501000 ? file.i32(2, 10, 2, 1).text("m").f64(100) : file;
+}
+
+inline std::string gzipped(const std::string& content) {
+  std::string out(compressBound(content.size()) + 64, '\0');
+  z_stream stream = {};
+  deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, MAX_WBITS + 16, 8, Z_DEFAULT_STRATEGY);
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
+  stream.avail_in = static_cast<uInt>(content.size());
+  stream.next_out = reinterpret_cast<Bytef*>(out.data());
+  stream.avail_out = static_cast<uInt>(out.size());
+  deflate(&stream, Z_FINISH);
+  out.resize(stream.total_out);
+  deflateEnd(&stream);
+  return out;
+}
+
+// An automatic scale as a client sends it.
+inline bytes automatic_scale(const std::string& name, const std::string& palette) {
+  bytes out = bytes(name).i32(0, 0).text(palette).i32(0).i32(std::vector<int>(15));
+  return out.text("").text("").i32(0, 0, 0, 0);
 }
 
 // Seven attributes of vendor data, one of each type, in the shape that wire and file share.

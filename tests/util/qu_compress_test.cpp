@@ -13,7 +13,6 @@ namespace {
 class lzw_encoder {
  public:
   lzw_encoder(int largest_width, bool block_mode) : largest_width_(largest_width), block_mode_(block_mode) {
-    output_ = {'\x1F', '\x9D', static_cast<char>(largest_width | (block_mode ? 0x80 : 0))};
     reset();
   }
 
@@ -32,7 +31,7 @@ class lzw_encoder {
       if (codes_between_clears != 0 && ++sent % codes_between_clears == 0) clear();
     }
     if (!current.empty()) send(table_.at(current));
-    flush_chunk(false);
+    append_bits();
     return output_;
   }
 
@@ -45,45 +44,35 @@ class lzw_encoder {
   }
   void clear() {
     send(256);
-    flush_chunk(true);
+    flush_chunk();
     reset();
-    decoder_next_ = 256;
   }
   // The width follows the decoder's table, which lags one entry behind.
   void send(int code) {
-    if (decoder_next_ > limit()) {
-      flush_chunk(true);
+    if (width_ < largest_width_ && next_ > 1 << width_) {
+      flush_chunk();
       width_++;
     }
-    for (int bit = 0; bit < width_; bit++) bits_.push_back((code >> bit & 1) != 0);
-    if (static_cast<int>(bits_.size()) == 8 * width_) flush_chunk(true);
-    if (first_) {
-      first_ = false;
-      decoder_next_ = block_mode_ ? 257 : 256;
-    } else if (decoder_next_ < (1 << largest_width_)) {
-      decoder_next_++;
-    }
+    for (int bit = 0; bit < width_; bit++) bits_ += (code >> bit & 1) != 0 ? '1' : '0';
+    if (static_cast<int>(bits_.size()) == 8 * width_) flush_chunk();
   }
-  int limit() const { return width_ == largest_width_ ? 1 << width_ : (1 << width_) - 1; }
-  void flush_chunk(bool whole) {
-    if (bits_.empty()) return;
-    std::size_t size = whole ? static_cast<std::size_t>(width_) : (bits_.size() + 7) / 8;
-    std::string chunk(size, '\0');
-    for (std::size_t i = 0; i < bits_.size(); i++)
-      if (bits_[i]) chunk[i / 8] = static_cast<char>(chunk[i / 8] | 1 << (i % 8));
-    output_ += chunk;
+  void flush_chunk() {
+    if (!bits_.empty()) bits_.resize(static_cast<std::size_t>(8 * width_), '0');
+    append_bits();
+  }
+  void append_bits() {
+    for (std::size_t i = 0; i < bits_.size(); i++) {
+      if (i % 8 == 0) output_ += '\0';
+      if (bits_[i] == '1') output_.back() = static_cast<char>(output_.back() | 1 << (i % 8));
+    }
     bits_.clear();
   }
 
   int largest_width_;
   bool block_mode_;
   std::map<std::string, int> table_;
-  int next_ = 257;
-  int decoder_next_ = 256;
-  bool first_ = true;
-  int width_ = 9;
-  std::vector<bool> bits_;
-  std::string output_;
+  int next_, width_;
+  std::string bits_, output_{'\x1F', '\x9D', static_cast<char>(largest_width_ | (block_mode_ ? 0x80 : 0))};
 };
 
 std::string packed(const std::string& text, int width = 16) {
@@ -99,13 +88,6 @@ std::string sample_text(std::size_t size) {
     text += std::to_string(state >> 18) + (state >> 30 == 0 ? std::string(40, 'a') : ",");
   }
   return text.substr(0, size);
-}
-
-std::string gzipped(const std::string& content, const std::string& path) {
-  gzip_file(path, content);
-  const std::string archive = read_file(path + ".gz");
-  fs::remove(path + ".gz");
-  return archive;
 }
 
 struct compressed_files : testing::Test {
@@ -130,7 +112,7 @@ struct compressed_files : testing::Test {
 
 TEST_F(compressed_files, gzip_gives_content_and_times_back) {
   std::string content = sample_text(100000);
-  write_file(plain_ + ".gz", gzipped(content, folder_ / "made"));
+  write_file(plain_ + ".gz", gzipped(content));
   timespec times[2] = {{1000000001, 0}, {1000000002, 0}};
   utimensat(AT_FDCWD, (plain_ + ".gz").c_str(), times, 0);
   EXPECT_EQ(qu_file_uncompress(plain_.c_str()), 1);
@@ -143,7 +125,7 @@ TEST_F(compressed_files, gzip_gives_content_and_times_back) {
 }
 
 TEST_F(compressed_files, damaged_gzip_keeps_the_archive) {
-  std::string archive = gzipped(sample_text(100000), folder_ / "made");
+  std::string archive = gzipped(sample_text(100000));
   for (std::size_t kept : {std::size_t{2}, std::size_t{30}, archive.size() - 4}) {
     std::string report = console_of([&] { EXPECT_EQ(expand(".gz", archive.substr(0, kept), 0), "(none)"); });
     EXPECT_TRUE(report.starts_with("Error while decompressing file\n" + plain_ + ".gz\n")) << report;
@@ -156,8 +138,7 @@ TEST_F(compressed_files, damaged_gzip_keeps_the_archive) {
 
 TEST_F(compressed_files, a_full_disk_leaves_the_archive_alone) {
   const std::string content = sample_text(100000);
-  const std::pair<std::string, std::string> archives[] = {{".gz", gzipped(content, folder_ / "made")},
-                                                          {".Z", packed(content)}};
+  const std::pair<std::string, std::string> archives[] = {{".gz", gzipped(content)}, {".Z", packed(content)}};
   for (const auto& [suffix, archive] : archives) {
     write_file(plain_ + suffix, archive);
     const strings before = names();
@@ -226,7 +207,7 @@ TEST_F(compressed_files, the_magic_decides_and_gzip_names_come_first) {
   fs::remove(plain_);
   std::string other = packed("other");
   write_file(plain_ + ".Z", other);
-  EXPECT_EQ(expand(".gz", gzipped("first", folder_ / "made")), "first");
+  EXPECT_EQ(expand(".gz", gzipped("first")), "first");
   EXPECT_EQ(read_file(plain_ + ".Z"), other);
   // A directory is no archive.
   fs::create_directory(plain_ + ".gz");
@@ -245,7 +226,7 @@ TEST_F(compressed_files, without_an_archive_nothing_is_touched) {
 }
 
 TEST_F(compressed_files, without_a_place_for_the_plain_file_the_archive_stays) {
-  std::string archive = gzipped("x", folder_ / "made");
+  std::string archive = gzipped("x");
   fs::create_symlink(folder_ / "none/DATAVAR", plain_);
   EXPECT_EQ(expand(".gz", archive, 0), "(none)");
   EXPECT_TRUE(archive_exists(".gz"));
@@ -260,7 +241,7 @@ TEST_F(compressed_files, without_a_place_for_the_plain_file_the_archive_stays) {
 
 // An archive beside a plain file: somebody was killed, or hasn't come further.
 TEST_F(compressed_files, a_plain_file_is_never_overwritten) {
-  const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
+  const std::string content = sample_text(50000), archive = gzipped(content);
   const auto both = [&](const std::string& plain) {
     write_file(plain_, plain);
     write_file(plain_ + ".gz", archive);
@@ -286,7 +267,7 @@ TEST_F(compressed_files, a_plain_file_is_never_overwritten) {
 }
 
 TEST_F(compressed_files, a_killed_expansion_is_finished) {
-  const std::string content = sample_text(50000), archive = gzipped(content, folder_ / "made");
+  const std::string content = sample_text(50000), archive = gzipped(content);
   // Between the plain file's place and the archive's end: nothing is worth keeping.
   EXPECT_EQ(expand(".gz", archive), content);
   write_file(plain_ + ".gz", archive);
@@ -307,7 +288,7 @@ TEST_F(compressed_files, a_killed_expansion_is_finished) {
 
 TEST_F(compressed_files, an_archive_that_cannot_go_is_a_failure) {
   if (geteuid() != 0) GTEST_SKIP() << "needs a file that can't be removed";
-  write_file(plain_ + ".gz", gzipped("content", folder_ / "made"));
+  write_file(plain_ + ".gz", gzipped("content"));
   const int handle = open((plain_ + ".gz").c_str(), O_RDONLY | O_CLOEXEC);
   int flags = 0;
   bool fixed = ioctl(handle, FS_IOC_GETFLAGS, &flags) == 0;
@@ -334,8 +315,8 @@ TEST_F(compressed_files, measures_both_forms) {
     EXPECT_EQ(to_expand, wanted_to_expand);
   };
   expect_measured(0, 0);
-  for (const auto& [suffix, archive] : std::map<std::string, std::string>{
-           {".gz", gzipped(content, folder_ / "made")}, {".Z", packed(content, 14)}}) {
+  for (const auto& [suffix, archive] :
+       std::map<std::string, std::string>{{".gz", gzipped(content)}, {".Z", packed(content, 14)}}) {
     write_file(plain_ + suffix, archive);
     expect_measured(70000, 70000);
     EXPECT_TRUE(read_file(plain_ + suffix) == archive);
