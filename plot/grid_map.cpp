@@ -144,9 +144,7 @@ picture draw_grid_map(source& from) {
       path{{view.cell(0, of.nodes(0), 0, of.nodes(1))}, true, {std::nullopt, grey, 0.75}});
   made.drawn.shapes.emplace_back(clip{});
   objects.draw_faults(made.drawn, on);
-  draw_frame(made.drawn, on);
-  draw_map_signs(made, on, unit);
-  draw_legend(made.drawn, made.side, shown.at_side, map_signs_height);
+  finish_map(made, on, unit, shown.at_side);
   return std::move(made.drawn);
 }
 

@@ -119,9 +119,7 @@ picture draw_map(source& from) {
     draw_marks(made.drawn, on.area, std::move(marks));
   }
   objects.draw_faults(made.drawn, on);
-  draw_frame(made.drawn, on);
-  draw_map_signs(made, on, unit);
-  draw_legend(made.drawn, made.side, shown.at_side, map_signs_height);
+  finish_map(made, on, unit, shown.at_side);
   return std::move(made.drawn);
 }
 

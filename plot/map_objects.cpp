@@ -126,9 +126,11 @@ map_objects objects_of(source& from) {
   return found;
 }
 
-void draw_map_signs(page& on, const field& of, const std::string& unit) {
+void finish_map(page& on, const field& of, const std::string& unit, const legend& at_side) {
+  draw_frame(on.drawn, of);
   draw_scale_bar(on.drawn, on.side, of, unit);
   draw_north_arrow(on.drawn, on.side);
+  draw_legend(on.drawn, on.side, at_side, map_signs_height);
 }
 
 }  // namespace qrd::plot

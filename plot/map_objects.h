@@ -21,8 +21,9 @@ struct map_objects {
 
 map_objects objects_of(source& from);
 
-// The scale bar and the arrow of a map, and as much of the column as they take.
+// The frame, and what stands beside a map: the legend, the arrow, the scale bar.
+void finish_map(page& on, const field& of, const std::string& unit, const legend& at_side);
+// As much of the column as arrow and bar take.
 constexpr double map_signs_height = 110;
-void draw_map_signs(page& on, const field& of, const std::string& unit);
 
 }  // namespace qrd::plot

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "plot/kinds.h"
+#include "qrd/words.h"
 
 namespace qrd::plot {
 
@@ -35,12 +36,6 @@ void draw_bar(picture& on, const box& area, const std::vector<rgb>& colours) {
   on.add_box(area, {std::nullopt, dark, 0.5});
 }
 
-const char* name_of(client::scale_kind kind) {
-  constexpr const char* names[] = {"automatic", "classes", "manual", "facies"};
-  const auto number = static_cast<std::size_t>(kind);
-  return number < std::size(names) ? names[number] : "unknown kind";
-}
-
 // What stands below the bar: the bounds of a manual scale, the labels of facies; as far as they fit.
 void draw_words(picture& on, const box& bar, const client::colour_scale& scale) {
   const bool is_manual = scale.kind == client::scale_kind::manual;
@@ -70,7 +65,8 @@ void draw_scale(picture& on, const box& area, const std::string& name, const cli
     const double any[] = {0, 1};
     for (const colour_class& one : scale_map(scale, palette, any).classes) colours.push_back(one.colour);
   }
-  std::string told = std::string(name_of(scale.kind)) + ", " + std::to_string(colours.size()) + " classes";
+  std::string told =
+      std::string(client::word_of(scale.kind)) + ", " + std::to_string(colours.size()) + " classes";
   if (!scale.palette.empty() && scale.palette != "None") told += ", palette " + scale.palette;
   if (scale.read_only) told += ", read-only";
   on.add_label({{area.left, area.top + text_size},
