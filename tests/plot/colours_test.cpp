@@ -5,7 +5,9 @@
 
 #include <cmath>
 
-#include "plot/picture.h"
+#include "plot/grid.h"
+#include "plot/svg.h"
+#include "qrd/error.h"
 
 namespace qrd::plot {
 namespace {
@@ -112,7 +114,29 @@ TEST(axes, have_round_ticks) {
   EXPECT_LE(make_axis({1e15, std::nextafter(1e15, 2e15)}, 5).ticks.size(), 6U);
 }
 
+TEST(grids, know_the_places_of_their_nodes) {
+  client::file_info info;
+  info.nx = 2, info.ny = 3, info.nz = 4, info.samples = 24;
+  info.origin = {100, 200, 300};
+  info.mesh = {10, 20, 5};
+  info.angles[0] = 90;  // x leads to the north, y to the west
+  const grid turned(info);
+  EXPECT_EQ(turned.sample(1, 2, 3), 23U);
+  EXPECT_EQ(turned.sample(0, 2, 0), 8U);
+  EXPECT_EQ(turned.at(1, 2, 3), (client::point3{60, 210, 315}));
+  EXPECT_EQ(turned.nodes_at({60, 210, 315}), (client::point3{1, 2, 3}));
+  // About the new y: x dips by 30 degrees.
+  info.angles[0] = 0, info.angles[1] = 30;
+  EXPECT_NEAR(grid(info).at(1, 0, 0).z, 295, 1e-9);
+  EXPECT_NEAR(grid(info).at(0, 0, 1).x, 102.5, 1e-9);
+  info.samples = 25;
+  EXPECT_THROW(grid{info}, client::error);
+}
+
 TEST(texts, are_utf8_without_control_characters) {
+  picture drawn;
+  drawn.add_label({{1, 2}, "<&\x01>"});
+  EXPECT_NE(svg_text(drawn).find(">&lt;&amp; &gt;</text>"), std::string::npos);
   EXPECT_EQ(shown_text("gr\xc3\xbc\xc3\x9f\n"), "gr\xc3\xbc\xc3\x9f ");
   EXPECT_EQ(shown_text("gr\xfc\xdf\x1b"), "gr\xc3\xbc\xc3\x9f ");
   for (const char* wrong : {"\xed\xa0\x80", "\xc0\xaf", "\xf4\x90\x80\x80", "\xef\xbf\xbf", "\xe2\x82"})
