@@ -3,23 +3,29 @@
 import re
 from pathlib import Path
 
-from pybind11.setup_helpers import ParallelCompile, Pybind11Extension
-from setuptools import setup
+from setuptools import Extension, setup
 
-here = Path(__file__).parent
-settings = (here / "../CMakeLists.txt").read_text()
+try:
+    import pybind11
+
+    headers = [pybind11.get_include()]
+except ImportError:
+    # Those of the distribution, which the compiler finds by itself.
+    headers = []
+
+settings = (Path(__file__).parent / "../CMakeLists.txt").read_text()
 version = re.search(r"project\(QRDserver VERSION ([0-9.]+)", settings).group(1)
 
-ParallelCompile("NPY_NUM_BUILD_JOBS").install()
 setup(
     version=version,
     ext_modules=[
-        Pybind11Extension(
+        Extension(
             "qrd._native",
             sorted(str(one) for folder in ("native", "../client") for one in Path(folder).glob("*.cpp")),
-            include_dirs=["..", "../include"],
+            language="c++",
+            include_dirs=["..", "../include", *headers],
             define_macros=[("QRD_VERSION", f'"{version}"')],
-            cxx_std=20,
+            extra_compile_args=["-std=c++20", "-O2", "-fvisibility=hidden"],
         )
     ],
 )

@@ -15,6 +15,14 @@ namespace {
 
 constexpr std::chrono::milliseconds look_time{100};
 
+bool is_at_the_end() {
+#if PY_VERSION_HEX >= 0x030d0000
+  return Py_IsFinalizing() != 0;
+#else
+  return _Py_IsFinalizing() != 0;
+#endif
+}
+
 }  // namespace
 
 void check_signals() {
@@ -24,7 +32,7 @@ void check_signals() {
 }
 
 released_gil::~released_gil() noexcept(false) {
-  while (_Py_IsFinalizing() != 0 && gettid() != getpid()) pause();
+  while (is_at_the_end() && gettid() != getpid()) pause();
   PyEval_RestoreThread(thread_);
 }
 

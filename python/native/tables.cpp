@@ -106,6 +106,9 @@ void add_tables(py::module_& module, session_class& one) {
       .def_property_readonly("is_length",
                              [](const column& self) { return self.info.has_unit.value_or(false); })
       .def_property_readonly("unit", [](const column& self) { return to_python(self.unit()); });
+  // Raises if the column can't hold the values.
+  module.def("check",
+             [](const column& checked, const py::object& values) { given_values(values).check(checked); });
   module.def("is_macro_name", [](const text& name) { return client::is_macro_name(name.bytes); });
 
   one.def("names", [](session& self, const file_place& place) {

@@ -816,8 +816,7 @@ class MacroVariable:
         parts = [array[..., k] if array.ndim > 0 else array for k in range(len(chosen))]
         # All are looked at before the first is written.
         for one, part in zip(chosen, parts):
-            if part.ndim > 0:
-                one._values_of(part)
+            _native.check(one._column, one._values_of(part if part.ndim == 1 else part.reshape(-1)))
         for one, part in zip(chosen, parts):
             one[samples] = part
 

@@ -68,6 +68,7 @@ def test_points_lines_cores_and_grids(directory):
     points.append(xyz + 10, {"a": np.array([3, NAN], np.float32)})
     assert np.allclose(points.coordinates(), np.concatenate([xyz, xyz + 10])) and same(points["a"][:], [1, 2, 3, NAN])
     assert (points.kind, points.shape, points["z"].unit) == ("points", (4,), "ft")
+    assert points.create_variable("single", np.ones(4, np.float32)).bits == 32 and points["a"].bits == 64
 
     lines = directory.create_lines("lines", [xyz[:, :2], xyz[:1, :2]], variables={"a": [1, 2, 3]}, **CM)
     lines.append([[7, 8], [9, 10]])
@@ -122,6 +123,11 @@ def test_indices_are_those_of_numpy(db, directory):
     made = directory.create_points("p", [[1, 2], [3, 4]], {"sim[7]": [7, 70], "sim[2]": [2, 20], "by{low}": [1, 2]})
     sim = made["sim[xxxxx]"]
     assert same(sim[:], [[2, 7], [20, 70]]) and same(sim[1], [20, 70]) and same(sim[:, -1], [7, 70]) and sim[1, 0] == 20
+    made.create_variable("few[1]", [1, 2], bits=8), made.create_variable("few[2]", [3, 4], bits=8)
+    for wrong in ([[9, 300], [9, 9]], np.array([[9, "x"], [9, "x"]], object)):
+        with pytest.raises((ValueError, TypeError)):
+            made["few[xxxxx]"][:] = wrong
+    assert same(made["few[xxxxx]"][:], [[1, 3], [2, 4]])
     sim[:, 0] = [5, NAN]
     sim[1] = [8, 9]
     assert same(made.read(["sim[xxxxx]"])["sim[2]"], [5, 8]) and made["by[xxxxx]"].indices == ["low"]
@@ -173,7 +179,7 @@ def test_polygons_wireframes_and_faults(directory):
         file.write_faults([qrd.Fault("F1", points, attributes, [3, 2]), qrd.Fault("F2", points[:1])])
         first, second = file.faults()
         assert (first.name, second.name, list(first.priorities)) == ("F1", "F2", [3, 2])
-        assert same(first.points, points) and same(first.attributes, attributes)
+        assert file.faults().has_attributes and same(first.points, points) and same(first.attributes, attributes)
         assert len(file.faults(1)) == 1
 
 

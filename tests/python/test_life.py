@@ -150,10 +150,10 @@ def test_a_forked_process_has_a_connection_of_its_own(db):
     assert len(cu[:]) == 3762 and len(servers()) == 1
 
 
-@pytest.mark.parametrize("how", ["exit", "interrupt", "thread"])
+@pytest.mark.parametrize("how", ["exit", "interrupt", "thread", "fork"])
 def test_a_server_ends_with_the_interpreter(root, how):
     program = textwrap.dedent("""
-        import sys, threading, qrd
+        import os, sys, threading, time, qrd
         db = qrd.open(sys.argv[1])
         cores = db["Holes/Drilling/cores"]
         def read():
@@ -165,6 +165,10 @@ def test_a_server_ends_with_the_interpreter(root, how):
         sys.stdin.readline()
         if sys.argv[2] == "interrupt":
             read()
+        if sys.argv[2] == "fork" and os.fork() == 0:
+            os.closerange(0, 3)
+            time.sleep(20)
+            os._exit(0)
     """)
     with subprocess.Popen([sys.executable, "-c", program, str(root), how], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, text=True) as process:
