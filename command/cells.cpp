@@ -71,6 +71,7 @@ class cell_reader {
 
   double number(std::string_view cell, std::size_t line) const {
     std::optional<double> value;
+    if (table_.is_decimal_mark_open()) table_.is_number(cell);
     if (rules_.missing.empty() || !contains(rules_.missing, cell))
       value = formats::read_number(cell, table_.decimal_comma());
     if (value) {

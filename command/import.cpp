@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 
+#include "command/import_objects.h"
 #include "command/interruption.h"
 #include "command/output.h"
 #include "command/place.h"
@@ -522,11 +523,13 @@ void import_file(const common_options& common, const import_options& options, te
 }
 
 void add_import_commands(const command_line& program, const common_options& common) {
-  const command_line parent = program.add_subcommand("import", "Make a file with its variables from a table");
+  const command_line parent =
+      program.add_subcommand("import", "Make a file from a table or from another program's file");
   parent.require_subcommand();
   add_points_import(parent, common);
   add_grid_import(parent, common);
   add_lines_import(parent, common);
+  add_object_imports(parent, common);
 }
 
 }  // namespace qrd::command

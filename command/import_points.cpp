@@ -1,7 +1,9 @@
 // qrd import points
 #include <memory>
 
+#include "command/geojson.h"
 #include "command/import.h"
+#include "formats/input.h"
 
 namespace qrd::command {
 
@@ -11,8 +13,15 @@ struct points_options : import_options {
   axis_options axes;
 };
 
+// Points of GeoJSON become a table first.
+formats::text_table opened(const table_options& table) {
+  if (!is_geojson_name(table.path)) return formats::text_table(table.path, table.wishes);
+  formats::input from(table.path);
+  return {formats::input::of_text(points_as_csv(parse_json(formats::read_all(from)))), table.wishes};
+}
+
 void import_points(const common_options& common, const points_options& options) {
-  formats::text_table table(options.table.path, options.table.wishes);
+  formats::text_table table = opened(options.table);
   const scanned_table scan =
       scan_table(common, options, table, axis_columns(table, options.axes), kept_places::first_block);
   std::vector<double> coordinates;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,6 +41,11 @@ class json {
   json(std::initializer_list<member> of_object) : value_(members(of_object)) {}
   // NOLINTEND(google-explicit-constructor)
   static json array(std::initializer_list<json> values = {}) { return elements(values); }
+  static json of(members all) {
+    json object;
+    object.value_ = std::move(all);
+    return object;
+  }
 
   // Nothing where the value is of another type.
   template <typename T>
@@ -47,6 +53,8 @@ class json {
     return std::get_if<T>(&value_);
   }
   bool is_null() const { return as<std::nullptr_t>() != nullptr; }
+  // Of a number of either kind.
+  std::optional<double> number() const;
 
   // Of an array.
   void push_back(json value);
@@ -63,5 +71,8 @@ class json {
 // A text that is not UTF-8 has its odd bytes replaced: JSON knows no other characters. Without an indent all
 // stands on one line.
 std::string json_text(const json& value, int indent = 2);
+
+// The value that a text stands for. An `error` for what is no JSON, or lies too deep.
+json parse_json(std::string_view text);
 
 }  // namespace qrd::command

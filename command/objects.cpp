@@ -3,11 +3,15 @@
 #include <map>
 #include <memory>
 
+#include "command/geojson.h"
+#include "command/interruption.h"
 #include "command/options.h"
 #include "command/output.h"
+#include "command/output_file.h"
 #include "command/place.h"
 #include "command/session.h"
 #include "command/terminal.h"
+#include "formats/mesh.h"
 
 namespace qrd::command {
 
@@ -19,6 +23,8 @@ struct object_options {
   std::string unit;
   std::int32_t priority = 127;
   bool vertices = false;
+  std::string output;  // a file in the form of other programs; empty: a description is printed
+  bool force = false;
 };
 
 json point_json(const client::point3& point) {
@@ -99,13 +105,41 @@ json faults_json(client::connection& server, const object_options& options) {
   return {{"dimension", all.is_2d ? 2 : 3}, {"attributes", all.has_attributes}, {"faults", faults}};
 }
 
+std::string polygons_file(client::connection& server, const object_options& /*options*/) {
+  return polygons_as_geojson(server.polygons());
+}
+
+std::string wireframes_file(client::connection& server, const object_options& options) {
+  const auto format = formats::mesh_format_of(options.output);
+  if (!format) throw client::error("the name of the file has to end with .obj, .ply or .stl");
+  return formats::write_mesh(*format, server.wireframes());
+}
+
+std::string faults_file(client::connection& server, const object_options& options) {
+  object_options all = options;
+  all.vertices = true;
+  return json_text(faults_json(server, all)) + "\n";
+}
+
+void store(const object_options& options, const std::string& text) {
+  const interruption_guard guard;
+  output_file file(options.output, options.force ? existing_file::replaced : existing_file::kept);
+  std::fwrite(text.data(), 1, text.size(), file.stream());
+  file.finish();
+}
+
 void describe(const common_options& common, const object_options& options,
-              json (*objects_json)(client::connection&, const object_options&)) {
+              json (*objects_json)(client::connection&, const object_options&),
+              std::string (*objects_file)(client::connection&, const object_options&)) {
   need_names(options.words, 3, "STUDY DIRECTORY FILE");
   with_database(common, [&](client::database& all) {
     std::vector<std::string> words = options.words;
     client::table file(all, take_file(all, words));
     all.use_unit(options.unit);
+    if (!options.output.empty()) {
+      store(options, objects_file(all.at(file.place(), options.selection), options));
+      return;
+    }
     json told = {{"units", file.coordinate_units()}};
     told.append(objects_json(all.at(file.place(), options.selection), options));
     const pager shown(common.paged);
@@ -116,20 +150,29 @@ void describe(const common_options& common, const object_options& options,
 }  // namespace
 
 void add_object_commands(const command_line& program, const common_options& common) {
-  const auto add = [&](const char* name, const char* description, auto objects_json) {
+  const auto add = [&](const char* name, const char* description, const char* files, auto objects_json,
+                       auto objects_file) {
     const command_line command = program.add_subcommand(name, description);
     auto options = std::make_shared<object_options>();
     add_names(command, options->words, "STUDY DIRECTORY FILE", "The file, also as STUDY/DIRECTORY/FILE");
     add_unit_options(command, options->unit);
     command.add_flag("--points", options->vertices, "Tell every point");
-    command.callback([options, &common, objects_json] { describe(common, *options, objects_json); });
+    command.add_option("-o,--output", options->output, "File to write, in the form of other programs")
+        .type_name(files);
+    command.add_flag("-f,--force", options->force, "Replace the file if it is there");
+    command.callback([options, &common, objects_json, objects_file] {
+      describe(common, *options, objects_json, objects_file);
+    });
     return std::pair(command, options);
   };
-  for (auto [command, options] : {add("polygons", "List the polygons of a file", polygons_json),
-                                  add("wireframes", "List the wireframes of a file", wireframes_json)})
+  for (auto [command, options] :
+       {add("polygons", "List the polygons of a file", "FILE.geojson", polygons_json, polygons_file),
+        add("wireframes", "List the wireframes of a file", "FILE.obj|.ply|.stl", wireframes_json,
+            wireframes_file)})
     command.add_option("--selection", options->selection, "Selection variable of the file")
         .type_name("VARIABLE");
-  const auto [command, options] = add("faults", "List the faults of a file", faults_json);
+  const auto [command, options] =
+      add("faults", "List the faults of a file", "FILE.json", faults_json, faults_file);
   command.add_option("--priority", options->priority, "Highest priority to list (default: 127)");
 }
 

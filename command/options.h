@@ -30,6 +30,8 @@ void add_object_commands(const command_line& program,
                          const common_options& common);  // polygons, wireframes, faults
 void add_resource_commands(const command_line& program,
                            const common_options& common);  // palettes, scales, vendor
+void add_change_commands(const command_line& program,
+                         const common_options& common);  // append, set, comment, grid
 void add_units_command(const command_line& program, const common_options& common);  // units
 void add_view_command(const command_line& program, const common_options& common);  // view; where it was built
 void add_plot_command(const command_line& program, const common_options& common);  // plot; likewise

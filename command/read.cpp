@@ -26,6 +26,7 @@ struct read_options {
   bool by_lines = false;
   bool by_columns = false;
   bool as_csv = false;
+  bool as_geojson = false;
   bool force = false;
 };
 
@@ -34,6 +35,7 @@ constexpr const char* file_type = "STUDY DIRECTORY FILE";
 table_form wanted_form(const common_options& common, const read_options& options) {
   if (options.by_lines) return table_form::json_lines;
   if (options.by_columns) return table_form::json_columns;
+  if (options.as_geojson || options.output.ends_with(".geojson")) return table_form::geojson;
   if (common.json) return table_form::json_rows;
   return options.as_csv || options.output != "-" || !is_watched() ? table_form::csv : table_form::aligned;
 }
@@ -154,6 +156,8 @@ void add_read_commands(const command_line& program, const common_options& common
         program, "export", "Write a file's places and variables as CSV (default: all that it stores)",
         " [VARIABLE...]");
     options->as_csv = true;
+    command.add_flag("--geojson", options->as_geojson,
+                     "GeoJSON points with the variables as properties (also for a FILE.geojson)");
     command.add_flag("--skip-missing", options->skip_missing,
                      "Leave out samples where all number variables are missing");
     command.callback([options = options, &common] { export_file(common, *options); });

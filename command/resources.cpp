@@ -31,7 +31,9 @@ json scale_json(client::connection& server, const std::string& name) {
                {"kind", client::word_of(scale.kind)},
                {"read only", scale.read_only},
                {"palette", scale.palette},
-               {"classes", scale.classes}};
+               {"classes", scale.classes},
+               {"colours", std::vector<client::rgb>{scale.colour_1, scale.colour_2, scale.colour_3}},
+               {"modes", scale.modes}};
   if (scale.kind == client::scale_kind::manual) {
     told["bounds"] = scale.bounds;
     told["palette indices"] = scale.palette_indices;

@@ -30,6 +30,7 @@ table_output::table_output(const std::vector<client::column>& columns, table_for
     keys_.push_back(json_text(titles_.back(), -1));
   }
   if (form_ == table_form::json_columns) values_.resize(columns_.size());
+  if (form_ == table_form::geojson) put(R"({"type":"FeatureCollection","features":[)");
   if (form_ != table_form::csv) return;
   for (std::size_t i = 0; i < titles_.size(); ++i) {
     if (i > 0) put(",");
@@ -46,6 +47,9 @@ void table_output::add(const row_block& block) {
     case table_form::aligned:
       add_aligned(block);
       break;
+    case table_form::geojson:
+      add_features(block);
+      break;
     default:
       add_json(block);
   }
@@ -53,6 +57,7 @@ void table_output::add(const row_block& block) {
 }
 
 void table_output::finish() {
+  if (form_ == table_form::geojson) put("\n]}\n");
   if (form_ == table_form::json_rows) put(any_rows_ ? "\n]\n" : "[]\n");
   if (form_ == table_form::json_columns) {
     for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -114,6 +119,36 @@ void table_output::add_json(const row_block& block) {
     }
     text += form_ == table_form::json_lines ? "}\n" : "}";
     put(text);
+    any_rows_ = true;
+  }
+}
+
+// The coordinates make the point, the other columns its properties.
+void table_output::add_features(const row_block& block) {
+  const auto is_axis = [&](std::size_t i) {
+    const client::variable_type type = columns_[i].info.type;
+    return type == client::variable_type::x || type == client::variable_type::y ||
+           type == client::variable_type::z;
+  };
+  std::string text;
+  for (const std::size_t row : block.rows) {
+    text = any_rows_ ? ",\n" : "\n";
+    text += R"({"type":"Feature","geometry":{"type":"Point","coordinates":[)";
+    std::size_t axes = 0;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (!is_axis(i)) continue;
+      if (axes++ > 0) text += ',';
+      append_json(text, i, block.values[i], row);
+    }
+    text += R"(]},"properties":{)";
+    bool any = false;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (is_axis(i)) continue;
+      text.append(any ? "," : "").append(keys_[i]).append(":");
+      append_json(text, i, block.values[i], row);
+      any = true;
+    }
+    put(text += "}}");
     any_rows_ = true;
   }
 }

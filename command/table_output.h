@@ -18,6 +18,7 @@ enum class table_form {
   json_rows,     // an array with an object for each row
   json_lines,    // an object for each row, each on a line of its own
   json_columns,  // an array with an object for each variable: its name, unit and values
+  geojson,       // points, with a feature for each row (RFC 7946)
   aligned,
 };
 
@@ -35,6 +36,7 @@ class table_output {
  private:
   void add_csv(const row_block& block);
   void add_json(const row_block& block);
+  void add_features(const row_block& block);
   void add_aligned(const row_block& block);
   void append_json(std::string& to, std::size_t column, const client::column_values& values,
                    std::size_t row) const;

@@ -58,6 +58,7 @@ class text_table {
 
   // Of numbers and texts in cells: which it is shows while the rows are read first, and is kept.
   bool decimal_comma() const { return decimal_comma_.value_or(false); }
+  bool is_decimal_mark_open() const { return !decimal_comma_.has_value(); }
   // Whether a cell is a number. The first one that has a decimal mark decides which it is, where that is
   // open.
   bool is_number(std::string_view cell);
