@@ -25,6 +25,12 @@ void name_variable(const char* directory, const char* file, const char* variable
   qu_message("          VARIABLE NAME: >>>%s<<<\n\n", variable);
 }
 
+void report_present(const char* directory, const char* file, const char* variable) {
+  qu_message("WARNING: THE VARIABLE TO BE CREATED EXISTS ALREADY, OR ITS FILE IS NO MORE,\n");
+  qu_message("         OR ITS NEIGHBOURS CANNOT BE READ\n");
+  name_variable(directory, file, variable);
+}
+
 bool is_bit_length(std::int32_t type, std::int32_t kind, std::int64_t bit_length) {
   if (bit_length < 1) return false;
   if (type == VAR_CHAR || kind == KIND_LINE_NAME) return bit_length % 8 == 0;
@@ -51,7 +57,8 @@ bool is_variable_of(const qd_selected_entry& entry, const qd_variable_record& re
 // Fatal numbers: 6 no bit length for that type; 40 a coordinate without a length unit in a study with units;
 // 48 a bit length in which nothing can be stored.
 bool qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
-                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format) {
+                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format,
+                        found* present) {
   constexpr char function[] = "qd_create_variable";
   if (const name_code code = qd_variable_name_check(name, type); code != name_code::valid) {
     qu_message("\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n");
@@ -72,11 +79,10 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
   path_text file_path, existing_path;
   qd_file_record file_record;
   qd_variable_record existing;
-  if (qd_find_file(directory, file, file_path, file_record) != found::yes ||
-      qd_find<variable_level>(file_path, name, existing_path, existing) != found::no) {
-    qu_message("WARNING: THE VARIABLE TO BE CREATED EXISTS ALREADY, OR ITS FILE IS NO MORE,\n");
-    qu_message("         OR ITS NEIGHBOURS CANNOT BE READ\n");
-    name_variable(directory, file, name);
+  const found file_present = qd_find_file(directory, file, file_path, file_record);
+  if (file_present != found::yes) {
+    if (present != nullptr && file_present == found::unclear) *present = found::unclear;
+    report_present(directory, file, name);
     return false;
   }
 
@@ -91,16 +97,23 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
   prepared_object folder(file_path);
   placement placed = placement::failed;
   bool has_changed = false;
+  found taken = found::no;
   // A capacity that is no number of blocks comes from a damaged descriptor.
   const bool is_capacity = filled >= 0 && filled % block_samples == 0;
   if (folder && is_capacity && qd_write_variable_files(folder.path(), record, filled)) {
     // Another server may have let the file grow, or made one of that name, until the lock was to be had.
+    // Only then the name is looked for: that reads all the neighbours.
     const folder_lock lock(file_path);
-    if (lock && has_its_room(file_path, file_record) &&
-        qd_find<variable_level>(file_path, name, existing_path, existing) == found::no)
-      placed = folder.place(variable_numbering);
+    has_changed = !lock || !has_its_room(file_path, file_record);
+    if (!has_changed) taken = qd_find<variable_level>(file_path, name, existing_path, existing);
+    if (!has_changed && taken == found::no) placed = folder.place(variable_numbering);
+  }
+  if (taken != found::no) {
+    if (present != nullptr)
+      *present = taken;
     else
-      has_changed = true;
+      report_present(directory, file, name);
+    return false;
   }
   if (placed == placement::failed && (has_changed || !has_its_room(file_path, file_record))) {
     qu_message("WARNING: THE FILE OF THE VARIABLE TO BE CREATED IS NO MORE, OR HAS CHANGED\n");
