@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
           add_read_commands(program, common);
           add_stat_command(program, common);
           add_write_command(program, common);
-  add_change_commands(program, common);
+          add_change_commands(program, common);
           add_create_commands(program, common);
           add_remove_command(program, common);
           add_import_commands(program, common);
