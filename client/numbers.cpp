@@ -23,7 +23,7 @@ char* write_short(char* to, double value) {
   const double size = std::abs(value);
   if (!(size < greatest)) return nullptr;
   for (std::size_t places = 0; places < std::size(powers); ++places) {
-    const auto digits = static_cast<std::int64_t>(size * powers[places] + 0.5);
+    const std::int64_t digits = std::llround(size * powers[places]);
     // A quotient of two whole numbers is rounded to what the decimal stands for.
     if (static_cast<double>(digits) / powers[places] != size) continue;
     if (places == 0 ? digits >= 100000 && digits % 10 == 0 : size < least) return nullptr;

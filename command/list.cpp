@@ -192,8 +192,7 @@ void list(const common_options& common, const list_options& options) {
         std::printf("%s\n", path.empty() ? "/" : path_text(path).c_str());
         print_tree(all, path, options, "");
       } else if (options.recursive || (paths.size() > 1 && !common.json)) {
-        list_options one = options;
-        list_recursively(all, path, one, is_first);
+        list_recursively(all, path, options, is_first);
       } else {
         const std::vector<std::string> names = names_below(all, path);
         const json::elements details = details_of_all(all, path, names, options);

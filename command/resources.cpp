@@ -51,18 +51,21 @@ json scale_json(client::connection& server, const std::string& name) {
   return told;
 }
 
-// The colours of what was described, as they look.
-void print_swatches(const json& told) {
-  constexpr int in_a_row = 32;
+// The colours of a palette or a scale, as they look.
+void print_swatches(client::connection& server, const json& told) {
+  constexpr std::size_t in_a_row = 32;
   if (!has_colours()) return;
-  const auto* colours = told["colours"].as<json::elements>();
-  for (std::size_t i = 0; colours != nullptr && i < colours->size(); ++i) {
-    const auto part = [&](const char* name) {
-      return static_cast<std::int32_t>(*(*colours)[i][name].as<std::int64_t>());
-    };
-    std::printf("%s%s", swatch({part("red"), part("green"), part("blue")}).c_str(),
-                (i + 1) % in_a_row == 0 || i + 1 == colours->size() ? "\n" : "");
+  std::vector<client::rgb> colours;
+  if (told.contains("facies")) {
+    for (const client::facies_class& one : server.scale(shown_text(told["scale"])).facies)
+      colours.push_back(one.colour);
+  } else {
+    const std::string palette = shown_text(told["palette"]);
+    if (!palette.empty() && server.palette_exists(palette)) colours = server.palette(palette);
   }
+  for (std::size_t i = 0; i < colours.size(); ++i)
+    std::printf("%s%s", swatch(colours[i]).c_str(),
+                (i + 1) % in_a_row == 0 || i + 1 == colours.size() ? "\n" : "");
 }
 
 // Lists the names, or shows the named ones.
@@ -96,7 +99,7 @@ void show(const common_options& common, const resource_options& options,
       return;
     }
     for (const json& one : told) {
-      print_swatches(one);
+      print_swatches(server, one);
       print_description(one, false);
     }
   });
