@@ -58,19 +58,22 @@ async function show() {
   }
   document.title = `${place.file} · qrd view`;
   performance.mark('shown');
+  let body = null;
   try {
     reveal(place).then(mark);
     const file = await askJson('file', place, signal);
     if (signal.aborted) return;
     sortVariables(file);
     const name = tabs[tab] ? tab : 'variables';
-    const body = make('section', {class: name});
+    body = make('section', {class: name});
     main.replaceChildren(heading(place, file, name, parameters), body);
     await tabs[name][1](body, {place, file, parameters, signal});
     if (!signal.aborted) document.body.dataset.ready = name;
   } catch (problem) {
     if (signal.aborted) return;
-    main.append(make('p', {class: 'problem', role: 'alert'}, problem.message));
+    const told = make('p', {class: 'problem', role: 'alert'}, problem.message);
+    if (body) body.append(told);
+    else main.replaceChildren(told);
   }
 }
 
