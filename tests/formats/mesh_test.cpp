@@ -122,6 +122,10 @@ TEST(mesh, damaged_files_are_refused) {
           head +
               "1\nproperty float x\nelement face 1\nproperty list uchar int vertex_indices\n"
               "end_header\n0\n1000000000 0 0\n");
+  refused(mesh_format::ply,
+          head +
+              "3\nproperty float x\nelement face 1\nproperty list uchar int vertex_indices\n"
+              "end_header\n0\n0\n0\n3 0 1 3\n");
   refused(mesh_format::stl, std::string(80, 'x') + "\xFF\xFF\xFF\x7F");
 }
 
