@@ -75,10 +75,9 @@ void append_string(std::string& bytes, std::string_view value) {
 void expect_filling(void* block, std::size_t size) {
   constexpr std::size_t worth_it = std::size_t{4} << 20;
   if (size < worth_it) return;
-  static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  const auto address = reinterpret_cast<std::uintptr_t>(block);
-  const std::uintptr_t begin = (address + page - 1) / page * page;
-  madvise(reinterpret_cast<void*>(begin), (address + size) / page * page - begin, MADV_HUGEPAGE);
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
+  madvise(static_cast<char*>(block) + before, (size - before) / page * page, MADV_HUGEPAGE);
 }
 
 std::string system_text(const char* what) {

@@ -161,12 +161,10 @@ void* release(const caller& from, void* block, std::uint64_t size, std::int64_t 
 void qu_expect_filling(void* block, std::uint64_t size) {
   constexpr std::uint64_t worth_it = std::uint64_t{4} << 20;
   if (size < worth_it) return;
-  static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  const auto address = reinterpret_cast<std::uintptr_t>(block);
-  const std::uintptr_t begin = (address + page - 1) / page * page;
-  const std::uintptr_t end = (address + size) / page * page;
+  static const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  const std::uint64_t before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
   const int number = errno;
-  madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  madvise(static_cast<char*>(block) + before, (size - before) / page * page, MADV_HUGEPAGE);
   errno = number;
 }
 

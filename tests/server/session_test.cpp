@@ -103,10 +103,9 @@ std::string parent_beside(const temporary_directory& directory, const std::strin
 }
 
 TEST(multi_session, a_child_that_does_not_call_is_a_silent_failure) {
-  for (const char* script :
-       {"", "#!/bin/sh\nexit 3\n", "#!/bin/sh\nkill -9 $$\n",
-        // One that breaks its call off must leave nothing in the client's stream.
-        "#!/bin/bash\nexec 3<>/dev/tcp/127.0.0.1/$2\nprintf 'ab' >&3\nexec 3>&-\n"}) {
+  for (const char* script : {"", "#!/bin/sh\nexit 3\n", "#!/bin/sh\nkill -9 $$\n",
+                             // One that breaks its call off must leave nothing in the client's stream.
+                             "#!/bin/bash\nexec 3<>/dev/tcp/127.0.0.1/$2\nprintf 'ab' >&3\nexec 3>&-\n"}) {
     temporary_directory directory;
     server_process server({.arguments = {"-multi"},
                            .environment = {{"PATH", "/nowhere"}},
