@@ -1,7 +1,7 @@
 #!/bin/sh
 # The commands of the documents work: the blocks "```sh" of each run one after the other, in a folder with the sample
 # database as DB, the programs in build/bin and in PATH, and the tables in tests/data. A block that needs more than
-# that, such as another machine, is marked "```sh elsewhere".
+# that, such as another machine, is marked "```sh elsewhere", and only its options are looked at.
 # documents_test.sh SOURCE_FOLDER PROGRAM_FOLDER
 set -eu
 source=$1
@@ -26,6 +26,14 @@ for document in "$source"/README.md "$source"/docs/*.md; do
     tail -n 15 "$work/output"
     failed=1
   }
+  # Elsewhere, too, the program has to know its options.
+  for option in $(awk '/^```sh elsewhere$/ { block = 1; next } /^```/ { block = 0 } block && /^qrd /' "$document" |
+    sed "s/['#].*//" | grep -oE -- '--[a-z-]+' | sort -u); do
+    "$programs/qrd" manual | grep -q -- "\`$option\`" || {
+      echo "$document: qrd has no option $option"
+      failed=1
+    }
+  done
 done
 [ "$blocks" -gt 0 ] || { echo "no document has a command"; exit 1; }
 echo "$blocks blocks ran"
