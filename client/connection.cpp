@@ -86,7 +86,7 @@ void connection::expect(std::string_view answer) {
   if (name == answer) return;
   if (name == "SERROR") {
     ++refusals_;
-    throw refusal(wire_.read_string(max_error_text));
+    throw refusal(wire_.read_string(max_error_text), wire_.asked());
   }
   wire_.close();
   throw protocol_error("the server answered \"" + name + "\" instead of \"" + std::string(answer) + "\"");
@@ -157,7 +157,7 @@ std::optional<std::uint16_t> connection::new_session() {
   if (name == "SNOSESS") return std::nullopt;
   if (name == "SERROR") {
     ++refusals_;
-    throw refusal(wire_.read_string(max_error_text));
+    throw refusal(wire_.read_string(max_error_text), wire_.asked());
   }
   const std::int32_t port = name == "SNEWPORT" ? wire_.read_int() : 0;
   if (port > 0 && port <= 0xffff) return static_cast<std::uint16_t>(port);

@@ -80,7 +80,8 @@ void choose(const std::string& name, const Choose& set, const List& list) {
     }
     // What is there and refused has another reason than its name.
     if (std::find(known.begin(), known.end(), name) != known.end()) throw;
-    throw not_found(refused.what() + did_you_mean(name, known), name, client::near_names(name, known));
+    throw not_found(refused.what() + did_you_mean(name, known), name, client::near_names(name, known),
+                    refused.asked());
   }
 }
 

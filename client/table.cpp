@@ -54,7 +54,8 @@ void choose_variable(connection& server, const std::string& name) {
   } catch (const refusal& refused) {
     const std::vector<std::string> known = server.variables();
     if (std::find(known.begin(), known.end(), name) != known.end()) throw;
-    throw not_found(refused.what() + did_you_mean(name, known), name, near_names(name, known));
+    throw not_found(refused.what() + did_you_mean(name, known), name, near_names(name, known),
+                    refused.asked());
   }
 }
 

@@ -105,7 +105,8 @@ packet& packet::add_long(std::int64_t value) {
     return *this;
   }
   if (value < std::numeric_limits<std::int32_t>::min() || value > std::numeric_limits<std::int32_t>::max())
-    throw bad_argument("the number " + std::to_string(value) + " needs 64 bits, which were not agreed on");
+    throw bad_argument("the number " + std::to_string(value) + " needs 64 bits, which were not agreed on",
+                       name_);
   return add_int(static_cast<std::int32_t>(value));
 }
 
@@ -117,7 +118,8 @@ packet& packet::add_double(double value) {
 packet& packet::add_string(std::string_view value, std::size_t most) {
   if (value.size() > most)
     throw bad_argument("a text of " + std::to_string(value.size()) + " characters, where at most " +
-                       std::to_string(most) + " can be sent");
+                           std::to_string(most) + " can be sent",
+                       name_);
   append_string(bytes_, value);
   return *this;
 }
@@ -246,7 +248,7 @@ void stream::fail(const std::string& text) {
   if (program_)
     if (const auto ending = program_->ending(time_to_end)) told += "; " + *ending;
   close();
-  throw protocol_error(told);
+  throw protocol_error(told, asked_);
 }
 
 void stream::set_timeout(std::chrono::milliseconds timeout) {

@@ -12,7 +12,15 @@ namespace qrd::client {
 
 // Base of everything below, so that a caller can catch the lot.
 class QRD_EXPORT error : public std::runtime_error {
-  using std::runtime_error::runtime_error;
+ public:
+  explicit error(const std::string& text, std::string asked = {})
+      : std::runtime_error(text), asked_(std::move(asked)) {}
+  // The request that the server refused or did not answer, or that could not be sent, such as "CFILESET";
+  // empty if it was none.
+  const std::string& asked() const { return asked_; }
+
+ private:
+  std::string asked_;
 };
 
 // The server answered SERROR; what() is the server's text. The connection goes on.
@@ -23,8 +31,8 @@ class QRD_EXPORT refusal : public error {
 // The server refused because nothing has that name; what() tells the names that are near.
 class QRD_EXPORT not_found : public refusal {
  public:
-  not_found(const std::string& text, std::string name, std::vector<std::string> near)
-      : refusal(text), name_(std::move(name)), near_(std::move(near)) {}
+  not_found(const std::string& text, std::string name, std::vector<std::string> near, std::string asked = {})
+      : refusal(text, std::move(asked)), name_(std::move(name)), near_(std::move(near)) {}
   const std::string& name() const { return name_; }
   const std::vector<std::string>& near_names() const { return near_; }
 

@@ -88,6 +88,8 @@ class QRD_EXPORT stream {
   int descriptor() const { return descriptor_; }
   void close();
   // Longest silence of the other side within a read; 0 waits for ever.
+  // The request that was sent last.
+  const std::string& asked() const { return asked_; }
   void set_timeout(std::chrono::milliseconds timeout);
   void set_progress(progress_function progress) { progress_ = std::move(progress); }
   void set_wait(wait_function wait) { wait_ = std::move(wait); }

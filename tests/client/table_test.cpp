@@ -60,6 +60,7 @@ TEST(database, a_name_that_is_not_there_is_told_with_the_near_ones) {
   } catch (const not_found& problem) {
     EXPECT_EQ(problem.name(), "core");
     EXPECT_EQ(problem.near_names(), strings{"cores"});
+    EXPECT_EQ(problem.asked(), "CFILESET");
   }
   table cores(with.all, cores_place);
   EXPECT_THROW(cores.open("cu"), not_found);
