@@ -167,9 +167,11 @@ TEST_F(objects, scales) {
   EXPECT_EQ(told({"scales", "Study"}), "a\nf\nm\n");
   EXPECT_EQ(told_json({"scales", "Study", "m"}),
             json::parse(R"({"scale": "m", "kind": "manual", "read only": false, "palette": "P", "classes": 3,
+              "colours": [[1, 2, 3], [4, 5, 6], [7, 8, 9]], "modes": [1, 0, 1],
               "bounds": [0.0, 1.5, 3.0, 10.0], "palette indices": [2, 0, 1]})"));
   EXPECT_EQ(told_json({"scales", "Study", "f"}),
             json::parse(R"({"scale": "f", "kind": "facies", "read only": false, "palette": "P", "classes": 2,
+              "colours": [[1, 2, 3], [4, 5, 6], [-1, -1, -1]], "modes": [2, 0, 2],
               "integer bounds": true, "intervals": [{"from": 1.0, "to": 2.0, "palette index": 0},
               {"from": 3.0, "to": 4.0, "palette index": 1}, {"from": 5.0, "to": 6.0, "palette index": 0}],
               "facies": [{"label": "sand", "colour": [10, 20, 30]}, {"label": "clay", "colour": [40, 50, 60]}]})"));
