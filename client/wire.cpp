@@ -32,6 +32,8 @@ constexpr std::size_t buffer_size = 64 * 1024;
 constexpr std::size_t trusted_array_size = std::size_t{64} << 20;
 constexpr std::size_t trusted_text_size = std::size_t{1} << 20;
 
+constexpr std::chrono::milliseconds told_every{100};
+
 constexpr char closed[] = "the server has closed the connection";
 constexpr char silent[] = "the server does not answer";
 
@@ -253,9 +255,19 @@ void stream::fail(const std::string& text) {
 
 void stream::set_timeout(std::chrono::milliseconds timeout) {
   timeout_ = timeout;
+  limit_receiving();
+}
+
+void stream::set_wait(wait_function wait) {
+  wait_ = std::move(wait);
+  limit_receiving();
+}
+
+void stream::limit_receiving() {
+  const std::chrono::milliseconds time = wait_ ? told_every : timeout_;
   timeval limit{};
-  limit.tv_sec = static_cast<time_t>(timeout.count() / 1000);
-  limit.tv_usec = static_cast<suseconds_t>(timeout.count() % 1000 * 1000);
+  limit.tv_sec = static_cast<time_t>(time.count() / 1000);
+  limit.tv_usec = static_cast<suseconds_t>(time.count() % 1000 * 1000);
   setsockopt(descriptor_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
 }
 
@@ -269,32 +281,35 @@ void stream::tell_progress(std::uint64_t done, std::uint64_t total) {
   }
 }
 
-void stream::await(short events) {
-  if (!wait_) return;
-  constexpr std::chrono::milliseconds told_every{100};
-  const auto begin = std::chrono::steady_clock::now();
-  pollfd one{descriptor_, events, 0};
+void stream::tell_wait() {
+  told_wait_ = std::chrono::steady_clock::now();
+  try {
+    wait_();
+  } catch (...) {
+    close();
+    throw;
+  }
+}
+
+void stream::tell_wait_in_time() {
+  if (wait_ && std::chrono::steady_clock::now() - told_wait_ >= told_every) tell_wait();
+}
+
+void stream::await_room() {
+  tell_wait_in_time();
+  pollfd one{descriptor_, POLLOUT, 0};
   for (;;) {
     const int ready = poll(&one, 1, static_cast<int>(told_every.count()));
-    if (ready < 0 && errno != EINTR) fail(system_text("waiting for the server"));
-    const auto now = std::chrono::steady_clock::now();
-    if (ready > 0 && now - told_wait_ < told_every) return;
-    if (ready <= 0 && events == POLLIN && timeout_.count() > 0 && now - begin > timeout_) fail(silent);
-    told_wait_ = now;
-    try {
-      wait_();
-    } catch (...) {
-      close();
-      throw;
-    }
     if (ready > 0) return;
+    if (ready < 0 && errno != EINTR) fail(system_text("waiting for the server"));
+    tell_wait();
   }
 }
 
 void stream::send_all(const char* data, std::size_t size) {
   if (!is_open()) throw protocol_error("the connection is closed");
   while (size > 0) {
-    await(POLLOUT);
+    if (wait_) await_room();
     const ssize_t sent = send(descriptor_, data, size, wait_ ? MSG_NOSIGNAL | MSG_DONTWAIT : MSG_NOSIGNAL);
     if (sent < 0) {
       if (errno == EINTR || (wait_ && errno == EAGAIN)) continue;
@@ -373,13 +388,19 @@ void stream::flush() {
 
 std::size_t stream::receive_some(char* data, std::size_t size) {
   if (!is_open()) throw protocol_error("the connection is closed");
+  const auto begin = std::chrono::steady_clock::now();
   for (;;) {
-    await(POLLIN);
+    tell_wait_in_time();
     const ssize_t got = recv(descriptor_, data, size, 0);
     if (got > 0) return static_cast<std::size_t>(got);
     if (got == 0 || errno == ECONNRESET) fail(closed);
-    if (errno == EAGAIN || errno == EWOULDBLOCK) fail(silent);
-    if (errno != EINTR) fail(system_text("receiving from the server"));
+    const bool was_silent = errno == EAGAIN || errno == EWOULDBLOCK;
+    if (!was_silent && errno != EINTR) fail(system_text("receiving from the server"));
+    // Told of the waiting the socket comes back every now and then: the time limit is looked at here.
+    if (was_silent && !wait_) fail(silent);
+    if (!wait_) continue;
+    if (timeout_.count() > 0 && std::chrono::steady_clock::now() - begin > timeout_) fail(silent);
+    tell_wait();
   }
 }
 

@@ -92,7 +92,7 @@ class QRD_EXPORT stream {
   const std::string& asked() const { return asked_; }
   void set_timeout(std::chrono::milliseconds timeout);
   void set_progress(progress_function progress) { progress_ = std::move(progress); }
-  void set_wait(wait_function wait) { wait_ = std::move(wait); }
+  void set_wait(wait_function wait);
   void set_long_size(long_size longs) { longs_ = longs; }
   long_size longs() const { return longs_; }
 
@@ -133,8 +133,12 @@ class QRD_EXPORT stream {
   template <typename Change>
   void write_changed(std::span<const double> values, const Change& change);
   void tell_progress(std::uint64_t done, std::uint64_t total);
-  // Until the socket is ready for the poll events, if somebody wants to be told of the waiting.
-  void await(short events);
+  // Tells of the waiting; the second only if it is time to.
+  void tell_wait();
+  void tell_wait_in_time();
+  // Until something can be sent.
+  void await_room();
+  void limit_receiving();
 
   int descriptor_ = -1;
   std::unique_ptr<started_program> program_;
