@@ -525,12 +525,12 @@ std::vector<double> stream::read_doubles(std::int64_t count, double missing, std
 
 std::vector<std::string> stream::read_strings(std::int64_t count, std::size_t most) {
   if (count < 0) fail("the server sent a count of " + std::to_string(count));
-  constexpr std::int64_t told_every = 4096;
+  constexpr std::int64_t texts_between = 4096;
   std::vector<std::string> values;
   values.reserve(static_cast<std::size_t>(std::min<std::int64_t>(count, 1 << 20)));
   for (std::int64_t i = 0; i < count; ++i) {
     values.push_back(read_string(most));
-    if (i % told_every == told_every - 1 || i + 1 == count)
+    if (i % texts_between == texts_between - 1 || i + 1 == count)
       tell_progress(static_cast<std::uint64_t>(i) + 1, static_cast<std::uint64_t>(count));
   }
   return values;
