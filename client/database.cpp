@@ -10,7 +10,7 @@
 #include <sstream>
 #include <utility>
 
-#include "qrd/names.h"
+#include "client/choose.h"
 #include "qrd/server_process.h"
 
 namespace qrd::client {
@@ -64,26 +64,6 @@ class console_file {
   std::string path_;
   int descriptor_ = -1;
 };
-
-// Makes something current; at a refusal the names that there are decide what is said.
-template <typename Choose, typename List>
-void choose(const std::string& name, const Choose& set, const List& list) {
-  try {
-    set();
-  } catch (const refusal& refused) {
-    std::vector<std::string> known;
-    try {
-      known = list();
-    } catch (const refusal&) {
-      // Without a list nobody can say that the name is not there.
-      throw refused;
-    }
-    // What is there and refused has another reason than its name.
-    if (std::find(known.begin(), known.end(), name) != known.end()) throw;
-    throw not_found(refused.what() + did_you_mean(name, known), name, client::near_names(name, known),
-                    refused.asked());
-  }
-}
 
 }  // namespace
 
@@ -261,8 +241,12 @@ connection& database::at(const file_place& place, const std::string& selection) 
   return server;
 }
 
-void database::use_unit(const std::string& symbol) {
-  state_->wanted_unit = symbol;
+void database::use_unit(std::string symbol) {
+  state_->wanted_unit = std::move(symbol);
+}
+
+const std::string& database::unit() const {
+  return state_->wanted_unit;
 }
 
 void database::set_wait(wait_function wait) {

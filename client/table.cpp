@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "client/choose.h"
 #include "qrd/blanks.h"
 #include "qrd/names.h"
 #include "qrd/numbers.h"
@@ -29,6 +30,21 @@ macro_index index_of(const std::string& text) {
   return text;
 }
 
+// While one lives, lengths travel in that unit.
+class unit_while {
+ public:
+  unit_while(database& owner, std::string unit) : owner_(owner), before_(owner.unit()) {
+    owner_.use_unit(std::move(unit));
+  }
+  unit_while(const unit_while&) = delete;
+  unit_while& operator=(const unit_while&) = delete;
+  ~unit_while() { owner_.use_unit(std::move(before_)); }
+
+ private:
+  database& owner_;
+  std::string before_;
+};
+
 // While one lives, the connection tells its progress.
 class told_progress {
  public:
@@ -49,14 +65,8 @@ class told_progress {
 };
 
 void choose_variable(connection& server, const std::string& name) {
-  try {
-    server.set_variable(name);
-  } catch (const refusal& refused) {
-    const std::vector<std::string> known = server.variables();
-    if (std::find(known.begin(), known.end(), name) != known.end()) throw;
-    throw not_found(refused.what() + did_you_mean(name, known), name, near_names(name, known),
-                    refused.asked());
-  }
+  choose(
+      name, [&] { server.set_variable(name); }, [&] { return server.variables(); });
 }
 
 void choose_index(connection& server, const variable_name& variable) {
@@ -280,8 +290,7 @@ line table::find_line(const std::string& name) {
                   name, near_names(name, known));
 }
 
-connection& table::select(const column& one, const std::string& selection, const std::string& unit) {
-  owner_->use_unit(unit);
+connection& table::select(const column& one, const std::string& selection) {
   connection& server = owner_->at(place_, selection);
   server.set_variable(one.variable.name);
   choose_index(server, one.variable);
@@ -292,6 +301,7 @@ void table::read(std::span<const column> columns, const reading& wish,
                  const std::function<void(std::span<const column_values>)>& take) {
   const auto range = range_of(wish.range, samples());
   if (!range || columns.empty()) return;
+  const unit_while units(*owner_, wish.unit);
   const auto width = static_cast<std::int64_t>(columns.size());
   const std::int64_t block = std::max<std::int64_t>(1, values_per_block / width);
   const auto all = static_cast<std::uint64_t>((range->last - range->first + 1) * width);
@@ -304,7 +314,7 @@ void table::read(std::span<const column> columns, const reading& wish,
     const sample_range part{first, std::min(range->last, first + block - 1)};
     const auto size = static_cast<std::uint64_t>(part.last - part.first + 1);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      connection& server = select(columns[i], wish.selection, wish.unit);
+      connection& server = select(columns[i], wish.selection);
       const told_progress progress(server, wish.progress, done, size, all);
       values[i] = read_part(server, columns[i].is_text(), part, wish.use);
       done += size;
@@ -317,7 +327,8 @@ void table::read(std::span<const column> columns, const reading& wish,
 column_values table::read(const column& one, const reading& wish) {
   const auto range = range_of(wish.range, samples());
   if (!range) return {};
-  connection& server = select(one, wish.selection, wish.unit);
+  const unit_while units(*owner_, wish.unit);
+  connection& server = select(one, wish.selection);
   const auto size = static_cast<std::uint64_t>(range->last - range->first + 1);
   const told_progress progress(server, wish.progress, 0, size, size);
   return read_part(server, one.is_text(), range, wish.use);
@@ -357,7 +368,8 @@ void table::write(const column& one, std::span<const double> numbers, const writ
       if (std::isnan(value)) value = 0;
     numbers = chosen;
   }
-  connection& server = select(one, wish.selection, wish.unit);
+  const unit_while units(*owner_, wish.unit);
+  connection& server = select(one, wish.selection);
   write_blocks(server, numbers, wish, *range, [&](std::span<const double> part, const sample_range& here) {
     server.write_numbers(part, here, wish.use);
   });
@@ -369,7 +381,8 @@ void table::write(const column& one, std::span<const std::string> texts, const w
   if (!range) throw bad_argument("the file has no samples");
   check_count(texts.size(), *range, wish);
   check(one, texts);
-  connection& server = select(one, wish.selection, wish.unit);
+  const unit_while units(*owner_, wish.unit);
+  connection& server = select(one, wish.selection);
   write_blocks(server, texts, wish, *range, [&](std::span<const std::string> part, const sample_range& here) {
     server.write_texts(part, here, wish.use);
   });
@@ -384,7 +397,7 @@ column table::make(const new_variable& wish) {
   const bool is_text = wish.characters > 0;
   if (is_text && wish.name.index)
     throw bad_argument("the columns of a macro variable hold numbers: " + text_of(wish.name));
-  owner_->use_unit("");
+  const unit_while units(*owner_, "");
   connection& server = owner_->at(place_);
   const bool is_macro = wish.name.index.has_value();
   const bool is_there = is_macro && server.variable_exists(wish.name.name);
@@ -441,7 +454,7 @@ void make_or_undo(database& owner, const std::function<void(bool& made)>& act,
     owner.set_wait(nullptr);
     try {
       undo();
-    } catch (const error&) {
+    } catch (...) {
       // Who asked learns what went wrong first.
     }
     owner.set_wait(wait);
@@ -453,8 +466,8 @@ table make_file(database& owner, const file_place& place, const new_geometry& ge
                 const std::function<void(table&)>& fill, const file_making& how) {
   check_new_name(place.file, "file");
   check_length_symbol(how.coordinate_unit);
+  const unit_while units(owner, "");
   const auto make = [&](const auto& send) {
-    owner.use_unit("");
     connection& server = owner.at(place.study, place.directory);
     server.set_creation_units(how.coordinate_unit, how.coordinate_unit, how.coordinate_unit);
     const told_progress progress(server, how.progress, 0, 1000, 1000);

@@ -68,7 +68,8 @@ class QRD_EXPORT database {
   connection& at(const file_place& place, const std::string& selection);
 
   // The unit that lengths travel in from now on: a symbol; empty for each in its variable's own.
-  void use_unit(const std::string& symbol);
+  void use_unit(std::string symbol);
+  const std::string& unit() const;
 
   // Another function for options().wait.
   void set_wait(wait_function wait);

@@ -147,7 +147,7 @@ class QRD_EXPORT table {
   void remove(const std::string& name);
 
  private:
-  connection& select(const column& one, const std::string& selection, const std::string& unit);
+  connection& select(const column& one, const std::string& selection);
   static void add_index(connection& server, const macro_index& index);
 
   database* owner_;

@@ -57,8 +57,7 @@ bool is_variable_of(const qd_selected_entry& entry, const qd_variable_record& re
 // Fatal numbers: 6 no bit length for that type; 40 a coordinate without a length unit in a study with units;
 // 48 a bit length in which nothing can be stored.
 bool qd_create_variable(const char* directory, const char* file, const char* name, std::int32_t type,
-                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format,
-                        found* present) {
+                        std::int32_t kind, std::int64_t bit_length, const qd_format_record* format) {
   constexpr char function[] = "qd_create_variable";
   if (const name_code code = qd_variable_name_check(name, type); code != name_code::valid) {
     qu_message("\n WARNING: THE NAME OF THE VARIABLE TO BE CREATED\n");
@@ -79,9 +78,7 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
   path_text file_path, existing_path;
   qd_file_record file_record;
   qd_variable_record existing;
-  const found file_present = qd_find_file(directory, file, file_path, file_record);
-  if (file_present != found::yes) {
-    if (present != nullptr && file_present == found::unclear) *present = found::unclear;
+  if (qd_find_file(directory, file, file_path, file_record) != found::yes) {
     report_present(directory, file, name);
     return false;
   }
@@ -109,10 +106,7 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
     if (!has_changed && taken == found::no) placed = folder.place(variable_numbering);
   }
   if (taken != found::no) {
-    if (present != nullptr)
-      *present = taken;
-    else
-      report_present(directory, file, name);
+    report_present(directory, file, name);
     return false;
   }
   if (placed == placement::failed && (has_changed || !has_its_room(file_path, file_record))) {

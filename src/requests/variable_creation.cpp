@@ -17,20 +17,17 @@ bool may_create_variables() {
 request_status create_variable(const char* name, std::int32_t type, std::int64_t bit_length,
                                const qd_format_record& format) {
   const server_context& context = current_context;
-  server_debug(1, "Creating Variable: \"%s\".", name);
-  // The bit length has 32 bits on disk, and 8 bits make a character.
-  constexpr std::int64_t longest = missing_int32 - 1;
-  const bool is_length = bit_length >= 1 && bit_length <= longest;
-  // Whether the name is taken shows while the variable is made: in a file of many each look takes long.
-  found present = found::no;
-  const bool made = is_length && qd_create_variable(context.directory, context.file, name, type, KIND_PLAIN,
-                                                    bit_length, &format, &present);
-  if (!made && present == found::no) present = qd_variable_test(false, context.directory, context.file, name);
-  if (qd_tested(present) == found::unclear) return refuse("Cannot open file");
+  const found present = qd_variable_test(false, context.directory, context.file, name);
+  if (present == found::unclear) return refuse("Cannot open file");
   if (present == found::yes)
     return refuse("Variable %s already exists in %s: %s/%s", name, context.study, context.directory,
                   context.file);
-  if (!made)
+
+  server_debug(1, "Creating Variable: \"%s\".", name);
+  // The bit length has 32 bits on disk, and 8 bits make a character.
+  constexpr std::int64_t longest = missing_int32 - 1;
+  if (bit_length < 1 || bit_length > longest ||
+      !qd_create_variable(context.directory, context.file, name, type, KIND_PLAIN, bit_length, &format))
     return refuse("Cannot create variable %s: %s/%s/%s", context.study, context.directory, context.file,
                   name);
   return answer();

@@ -184,9 +184,13 @@ TEST(table, makes_grids_and_lines) {
   grid_file_geometry grid;
   grid.grid = {2, {100, 200, 0}, {10, 20, 0}, 3, 2, 1};
   grid.angles[0] = 30;
-  const table turned = make_file(with.all, {"Holes", "Drilling", "g"}, grid);
+  table turned = make_file(with.all, {"Holes", "Drilling", "g"}, grid);
   EXPECT_EQ(turned.samples(), 6);
   EXPECT_TRUE(turned.info().rotated);
+  // The unit of one reading is not that of what is asked next.
+  EXPECT_NEAR(turned.read(turned.open("x"), {.unit = "ft"}).numbers[0] * 0.3048, 100, 1e-9);
+  turned.refresh();
+  EXPECT_EQ(turned.info().origin.x, 100);
   const numbers ends = {1, 2, 0, 0, -5, -9};
   const numbers more = {7, 8, -3};
   const line_geometry lines[] = {{ends, point3{0, 0, 0}}, {more, point3{7, 8, 0}}};

@@ -2,6 +2,7 @@
 #include "support/requests.h"
 #include "support/sample_study.h"
 #include "wire/connection.h"
+#include "wire/debug.h"
 
 namespace qrd::test {
 namespace {
@@ -75,7 +76,14 @@ TEST_F(new_variables, the_client_counts_formats_in_its_own_order) {
 TEST_F(new_variables, refusals_in_order) {
   expect_refused("CVARFNEW", number("A", 3, 9).i32(0), "Bitlength must be one of 1,2,4,8,16,32 or 64");
   expect_done("CVARFNEW", number("A", 8).i32(0));
-  expect_refused("CVARFNEW", number("A", 8).i32(0), "Variable A already exists in Study: Dir/File");
+  // Nothing of a taken name is begun.
+  const std::string console = console_of([&] {
+    server_debug_mode(1);
+    expect_refused("CVARFNEW", number("A", 8).i32(0), "Variable A already exists in Study: Dir/File");
+    server_debug_mode(0);
+  });
+  EXPECT_EQ(console.find("Creating Variable"), std::string::npos) << console;
+  EXPECT_NE(console.find("Error while processing [CVARFNEW]"), std::string::npos) << console;
   expect_refused("CVARFNEW", number("B[xxxxx]", 8).i32(0), "Cannot create variable Study: Dir/File/B[xxxxx]");
   expect_refused("CVARMNEW", number("B", 8).i32(0), "Cannot create variable Study: Dir/File/B");
   for (const std::string& name :
