@@ -1,6 +1,7 @@
 #include "edit/qd_vendor_data.h"
 #include "support/formats.h"
 #include "support/open_study.h"
+#include "support/processes.h"
 
 namespace qrd::test {
 namespace {
@@ -56,6 +57,27 @@ TEST_F(vendor_data_requests, keep_the_old_bag_where_the_disk_is_full) {
   fs::create_symlink("/proc/self/mem", in_study("VENDOR.1"));
   expect_answer("CVDATVERS", bytes("bag").i32(0), bytes("SVDATVERS").i32(1));
   expect_refused("CVDATEXIS", bytes("other").i32(0), "An error occured while reading vendor data");
+}
+
+TEST_F(vendor_data_requests, wait_for_who_writes_in_the_folder) {
+  const auto stored = [](int version) { return bytes().i32(520).text("bag").i32(version, 0).str(); };
+  {
+    const other_server writer(in_study(""), [&] { write_file(in_study("VENDOR.0"), stored(1)); });
+    expect_done("CVDATWRIT", bytes("bag").i32(2, 0, 0));
+  }
+  EXPECT_EQ(read_file(in_study("VENDOR.0")), stored(2));
+  EXPECT_FALSE(fs::exists(in_study("VENDOR.1")));
+
+  // Meanwhile the owner has got another number.
+  const std::string owner = in_study("QRD/DIRE.1"), moved = in_study("QRD/DIRE.2");
+  {
+    const other_server mover(owner, [&] {
+      fs::rename(owner, moved);
+      fs::create_directory(owner);
+    });
+    expect_refused("CVDATWRIT", bytes("bag").i32(1, 1, 0), "An error occured while writing vendor data");
+  }
+  for (const std::string& folder : {owner, moved}) EXPECT_FALSE(fs::exists(folder + "/VENDOR.0"));
 }
 
 TEST_F(vendor_data_requests, refuse_what_they_do_not_know) {
