@@ -40,8 +40,7 @@ host_place parse_host(const std::string& text, const std::string& place) {
   return result;
 }
 
-// As one word of a shell.
-std::string quoted(const std::string& text) {
+std::string as_shell_word(const std::string& text) {
   std::string result = "'";
   for (const char character : text) result += character == '\'' ? "'\\''" : std::string(1, character);
   return result + "'";
@@ -60,7 +59,7 @@ std::vector<std::string> ssh_arguments(const std::string& place) {
   }
   std::vector<std::string> arguments = {"ssh", "-T"};
   if (to.port) arguments.insert(arguments.end(), {"-p", std::to_string(*to.port)});
-  const std::string program = path.size() > 1 ? quoted(path) : "QRDserver";
+  const std::string program = path.size() > 1 ? as_shell_word(path) : "QRDserver";
   arguments.insert(arguments.end(), {to.host, program + " -inetd -quiet"});
   return arguments;
 }

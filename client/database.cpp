@@ -15,8 +15,6 @@
 
 namespace qrd::client {
 
-namespace {
-
 // A file without a name for what a server prints. Its name is there until the server has opened it.
 class console_file {
  public:
@@ -64,8 +62,6 @@ class console_file {
   std::string path_;
   int descriptor_ = -1;
 };
-
-}  // namespace
 
 struct database::state {
   database_options options;

@@ -59,13 +59,13 @@ std::string table_spelling(std::string text) {
   return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
   return "\"" + std::string(text) + "\"";
 }
 
 void check_room(std::string_view text) {
   if (text.size() > max_unit)
-    throw error("a unit has at most " + std::to_string(max_unit) + " characters: " + quoted(text));
+    throw error("a unit has at most " + std::to_string(max_unit) + " characters: " + in_quotes(text));
 }
 
 }  // namespace
@@ -94,21 +94,21 @@ std::optional<std::string> near_length_symbol(std::string_view text) {
 void check_length_symbol(std::string_view text) {
   if (find_unit(text) != nullptr) return;
   const auto meant = near_length_symbol(text);
-  throw error(quoted(text) + " is not the symbol of a length unit" +
-              (meant ? ", write " + quoted(*meant) : "; \"qrd units\" lists them"));
+  throw error(in_quotes(text) + " is not the symbol of a length unit" +
+              (meant ? ", write " + in_quotes(*meant) : "; \"qrd units\" lists them"));
 }
 
 void check_unit(std::string_view text) {
   check_room(text);
   if (const auto meant = near_length_symbol(text))
-    throw error("the unit " + quoted(text) + " is nearly a length: write " + quoted(*meant) +
+    throw error("the unit " + in_quotes(text) + " is nearly a length: write " + in_quotes(*meant) +
                 " for one, or give it as --unit-text if it is mere text");
 }
 
 void check_unit_text(std::string_view text) {
   check_room(text);
   if (find_unit(text) != nullptr)
-    throw error("the text " + quoted(text) + " is the symbol of a length unit and makes a length");
+    throw error("the text " + in_quotes(text) + " is the symbol of a length unit and makes a length");
 }
 
 std::string value_unit(const variable_info& info) {

@@ -107,9 +107,9 @@ void new_points(const common_options& common, const new_options& options) {
 }
 
 // The three values of an option that takes one for each axis.
-client::point3 axis_values(const std::vector<double>& values, std::size_t dimension, double missing,
+client::point3 axis_values(const std::vector<double>& values, std::size_t dimension, double otherwise,
                            const char* option) {
-  if (values.empty()) return {missing, missing, dimension == 3 ? missing : 0};
+  if (values.empty()) return {otherwise, otherwise, dimension == 3 ? otherwise : 0};
   if (values.size() != dimension)
     throw client::error(std::string(option) + " needs one value for each of the " +
                         std::to_string(dimension) + " axes");

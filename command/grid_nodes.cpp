@@ -120,10 +120,11 @@ placing place_rows(const std::vector<std::span<const double>>& places, const std
     // Along the last axis first.
     for (std::size_t i = 0; i < axes.size(); ++i) {
       const double steps = (places[i][row] - counted[i].origin) / counted[i].mesh;
-      const double node = std::round(steps);
-      if (!(std::abs(steps - node) <= tolerance) || node < 0 || node >= static_cast<double>(axes[i].nodes))
+      const double nearest = std::round(steps);
+      if (!(std::abs(steps - nearest) <= tolerance) || nearest < 0 ||
+          nearest >= static_cast<double>(axes[i].nodes))
         return wrong_row{row, std::string(name_of(i)) + ": the place is not a node of the grid"};
-      place = place * static_cast<std::size_t>(axes[i].nodes) + static_cast<std::size_t>(node);
+      place = place * static_cast<std::size_t>(axes[i].nodes) + static_cast<std::size_t>(nearest);
     }
     if (taken[place]) return wrong_row{row, "its node has a row already"};
     taken[place] = true;
@@ -191,9 +192,9 @@ bool is_full(const std::vector<std::span<const double>>& places, const std::vect
     std::size_t left = row;
     vector3 expected{};
     for (const loop& one : loops) {
-      const auto node = static_cast<double>(left % one.count);
+      const auto steps = static_cast<double>(left % one.count);
       left /= one.count;
-      for (std::size_t i = 0; i < places.size(); ++i) expected[i] += node * one.step[i];
+      for (std::size_t i = 0; i < places.size(); ++i) expected[i] += steps * one.step[i];
     }
     for (std::size_t i = 0; i < places.size(); ++i)
       if (!(std::abs(places[i][row] - places[i][0] - expected[i]) <= tolerance * least)) return false;

@@ -20,7 +20,7 @@ namespace qrd::command {
 
 namespace {
 
-struct object_options {
+struct object_import {
   std::vector<std::string> words;  // where, and the file to read at the end
   std::string unit = "m";
   std::string format;
@@ -127,7 +127,7 @@ void make_objects(const common_options& common, const std::string& unit, std::ve
   });
 }
 
-void import_polygons(const common_options& common, const object_options& options) {
+void import_polygons(const common_options& common, const object_import& options) {
   std::vector<std::string> words = options.words;
   const json document = parse_json(text_in(take_source(words, 3, "STUDY DIRECTORY FILE POLYGONS.geojson")));
   const auto contours = document.contains("polygons") ? own_polygons(document) : contours_of(document);
@@ -138,7 +138,7 @@ void import_polygons(const common_options& common, const object_options& options
   std::printf("%zu contours\n", contours.size());
 }
 
-void import_wireframes(const common_options& common, const object_options& options) {
+void import_wireframes(const common_options& common, const object_import& options) {
   std::vector<std::string> words = options.words;
   const std::string source = take_source(words, 3, "STUDY DIRECTORY FILE SURFACE.obj|.ply|.stl");
   const std::string packed = source.ends_with(".gz") ? source.substr(0, source.size() - 3) : source;
@@ -192,7 +192,7 @@ client::fault_set faults_in(const json& document) {
   return set;
 }
 
-void import_faults(const common_options& common, const object_options& options) {
+void import_faults(const common_options& common, const object_import& options) {
   std::vector<std::string> words = options.words;
   const client::fault_set faults =
       faults_in(parse_json(text_in(take_source(words, 3, "STUDY DIRECTORY FILE FAULTS.json"))));
@@ -244,7 +244,7 @@ void in_study(const common_options& common, std::vector<std::string> words,
   });
 }
 
-void import_palette(const common_options& common, const object_options& options) {
+void import_palette(const common_options& common, const object_import& options) {
   std::vector<std::string> words = options.words;
   const std::vector<client::rgb> colours = palette_in(take_source(words, 2, "STUDY NAME COLOURS"));
   if (colours.empty() || colours.size() > 256) throw client::error("a palette has 1 to 256 colours");
@@ -292,7 +292,7 @@ client::colour_scale scale_in(const json& document) {
   return scale;
 }
 
-void import_scale(const common_options& common, const object_options& options) {
+void import_scale(const common_options& common, const object_import& options) {
   std::vector<std::string> words = options.words;
   const client::colour_scale scale =
       scale_in(parse_json(text_in(take_source(words, 2, "STUDY NAME SCALE.json"))));
@@ -330,7 +330,7 @@ client::vendor_value vendor_value_in(const json& value) {
   return values;
 }
 
-void import_vendor(const common_options& common, const object_options& options) {
+void import_vendor(const common_options& common, const object_import& options) {
   constexpr const char* type = "NAME STUDY [DIRECTORY [FILE [VARIABLE]]] DATA.json";
   std::vector<std::string> words = options.words;
   const json document = parse_json(text_in(take_source(words, 2, type)));
@@ -351,9 +351,9 @@ void import_vendor(const common_options& common, const object_options& options) 
 
 void add_object_imports(const command_line& parent, const common_options& common) {
   const auto add = [&](const char* name, const char* text, const char* type, const char* of_words,
-                       bool has_unit, void (*act)(const common_options&, const object_options&)) {
+                       bool has_unit, void (*act)(const common_options&, const object_import&)) {
     const command_line command = parent.add_subcommand(name, text);
-    auto options = std::make_shared<object_options>();
+    auto options = std::make_shared<object_import>();
     add_names(command, options->words, type, of_words);
     if (has_unit)
       command.add_option("--coordinate-unit", options->unit, "Unit of the coordinates (default: m)")

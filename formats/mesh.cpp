@@ -42,6 +42,14 @@ std::string write_mesh(mesh_format format, std::span<const client::wireframe> ob
                                       : write_stl(objects);
 }
 
+std::string_view take_word(std::string_view& text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  const std::string_view word = text.substr(0, text.find_first_of(blanks));
+  text.remove_prefix(word.size());
+  return word;
+}
+
 double mesh_coordinate(double value) {
   constexpr double farthest = 1e30;
   if (!(std::abs(value) <= farthest)) throw client::error("a vertex lies nowhere");

@@ -37,6 +37,8 @@ std::vector<client::wireframe> read_stl(std::string_view bytes, const std::strin
 std::string write_stl(std::span<const client::wireframe> objects);
 
 // What the readers share.
+// The next word, which goes from the text with the blanks before it; empty at the end.
+std::string_view take_word(std::string_view& text);
 // A finite number for a coordinate; an `error` for another one.
 double mesh_coordinate(double value);
 // A polygon of corners as a fan of triangles. REQUIRES: corners within the vertices.

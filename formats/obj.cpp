@@ -14,14 +14,6 @@ namespace qrd::formats {
 namespace {
 
 // Takes the next word off the front.
-std::string_view take_word(std::string_view& line) {
-  constexpr std::string_view blanks = " \t\r";
-  line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-  const std::string_view word = line.substr(0, line.find_first_of(blanks));
-  line.remove_prefix(word.size());
-  return word;
-}
-
 [[noreturn]] void fail(std::size_t line, const std::string& text) {
   throw client::error("line " + std::to_string(line) + ": " + text);
 }

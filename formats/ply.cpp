@@ -45,13 +45,6 @@ struct element {
   throw client::error("this is no PLY file that can be read: " + text);
 }
 
-std::string_view take_word(std::string_view& line) {
-  line.remove_prefix(std::min(line.find_first_not_of(" \t\r\n"), line.size()));
-  const std::string_view word = line.substr(0, line.find_first_of(" \t\r\n"));
-  line.remove_prefix(word.size());
-  return word;
-}
-
 std::size_t type_of(std::string_view name) {
   const auto* found = std::find_if(std::begin(types), std::end(types), [&](const number_type& one) {
     return one.name == name || one.other_name == name;

@@ -8,7 +8,7 @@ namespace qrd::plot {
 
 namespace {
 
-constexpr double margin = 16, heading_height = 58, text_size = 9, bar_height = 16;
+constexpr double border = 16, heading_height = 58, text_size = 9, bar_height = 16;
 
 // Entries of one height, below each other, in as many columns as keep the sheet from becoming a strip.
 template <typename Draw>
@@ -17,12 +17,12 @@ picture sheet(const std::string& title, const std::string& noun, std::size_t ent
   constexpr std::size_t most_rows = 40;
   if (entries == 0) throw client::error("there is nothing to draw: the study has no " + noun);
   const std::size_t columns = (entries + most_rows - 1) / most_rows, rows = (entries + columns - 1) / columns;
-  const double whole_width = static_cast<double>(columns) * (width + margin) + margin;
-  const double whole_height = heading_height + static_cast<double>(rows) * height + margin;
+  const double whole_width = static_cast<double>(columns) * (width + border) + border;
+  const double whole_height = heading_height + static_cast<double>(rows) * height + border;
   page made = make_page({whole_width, whole_height}, {title, std::to_string(entries) + " " + noun}, 0);
   for (std::size_t i = 0; i < entries; ++i)
     draw(made.drawn,
-         box{margin + static_cast<double>(i / rows) * (width + margin),
+         box{border + static_cast<double>(i / rows) * (width + border),
              heading_height + static_cast<double>(i % rows) * height, width, height - 8},
          i);
   return std::move(made.drawn);

@@ -25,32 +25,32 @@ py::str kind_of(client::organisation kind) {
   return "";
 }
 
-py::tuple to_python(const client::point3& point) {
+py::tuple described(const client::point3& point) {
   return py::make_tuple(point.x, point.y, point.z);
 }
 
-py::object to_python(const std::optional<std::string>& name) {
-  return name ? py::object(python::to_python(*name)) : py::none();
+py::object described(const std::optional<std::string>& name) {
+  return name ? py::object(to_python(*name)) : py::none();
 }
 
-py::dict to_python(const client::file_info& info) {
+py::dict described(const client::file_info& info) {
   py::dict told;
   told["kind"] = kind_of(info.organisation);
   told["dimension"] = info.dimension;
   told["samples"] = info.samples;
   told["lines"] = info.lines;
   told["nodes"] = py::make_tuple(info.nx, info.ny, info.nz);
-  told["origin"] = to_python(info.origin);
-  told["mesh"] = to_python(info.mesh);
+  told["origin"] = described(info.origin);
+  told["mesh"] = described(info.mesh);
   told["angles"] = py::make_tuple(info.angles[0], info.angles[1], info.angles[2]);
   py::list begins;
   py::list ends;
-  for (const auto& name : info.core_begins) begins.append(to_python(name));
-  for (const auto& name : info.core_ends) ends.append(to_python(name));
+  for (const auto& name : info.core_begins) begins.append(described(name));
+  for (const auto& name : info.core_ends) ends.append(described(name));
   told["begins"] = begins;
   told["ends"] = ends;
-  told["link"] = to_python(info.linked_file);
-  told["line_name"] = to_python(info.line_name);
+  told["link"] = described(info.linked_file);
+  told["line_name"] = described(info.line_name);
   told["has_polygons"] = info.has_polygons;
   told["has_faults"] = info.has_faults;
   return told;
@@ -60,14 +60,13 @@ py::dict to_python(const client::file_info& info) {
 
 void add_catalogue(session_class& one) {
   one.def("studies", [](session& self) {
-    return python::to_python(self.use([](database& all) { return all.at_root().studies(); }));
+    return to_python(self.use([](database& all) { return all.at_root().studies(); }));
   });
   one.def("directories", [](session& self, const text& study) {
-    return python::to_python(self.use([&](database& all) { return all.at(study.bytes).directories(); }));
+    return to_python(self.use([&](database& all) { return all.at(study.bytes).directories(); }));
   });
   one.def("files", [](session& self, const text& study, const text& directory) {
-    return python::to_python(
-        self.use([&](database& all) { return all.at(study.bytes, directory.bytes).files(); }));
+    return to_python(self.use([&](database& all) { return all.at(study.bytes, directory.bytes).files(); }));
   });
   // Refused with the names that are near if they aren't there.
   one.def("find", [](session& self, const text& study, const text& directory) {
@@ -112,7 +111,7 @@ void add_catalogue(session_class& one) {
     });
   });
   one.def("file_info", [](session& self, const file_place& place) {
-    return to_python(self.use([&](database& all) { return all.at(place).file_info(); }));
+    return described(self.use([&](database& all) { return all.at(place).file_info(); }));
   });
   one.def("link", [](session& self, const file_place& place, const text& points, const text& names) {
     self.use([&](database& all) {
@@ -125,7 +124,7 @@ void add_catalogue(session_class& one) {
   });
   // Of the file, or of one of its variables.
   one.def("comment", [](session& self, const file_place& place, const text& variable) {
-    return python::to_python(self.use([&](database& all) {
+    return described(self.use([&](database& all) {
       connection& server = all.at(place);
       if (variable.bytes.empty()) return server.comment(client::comment_owner::file);
       server.set_variable(variable.bytes);

@@ -15,7 +15,7 @@ client::connection& at(database& all, const text& study) {
   return study.bytes.empty() ? all.at_root() : all.at(study.bytes);
 }
 
-py::tuple to_python(const rgb& colour) {
+py::tuple described(const rgb& colour) {
   return py::make_tuple(colour[0], colour[1], colour[2]);
 }
 
@@ -24,16 +24,16 @@ rgb colour_of(const py::handle& told) {
   return {parts[0].cast<std::int32_t>(), parts[1].cast<std::int32_t>(), parts[2].cast<std::int32_t>()};
 }
 
-py::dict to_python(const colour_scale& scale) {
+py::dict described(const colour_scale& scale) {
   py::dict told;
   told["kind"] = static_cast<std::int32_t>(scale.kind);
   told["read_only"] = scale.read_only;
-  told["palette"] = python::to_python(scale.palette);
+  told["palette"] = to_python(scale.palette);
   told["classes"] = scale.classes;
   told["colours"] =
-      py::make_tuple(to_python(scale.colour_1), to_python(scale.colour_2), to_python(scale.colour_3));
+      py::make_tuple(described(scale.colour_1), described(scale.colour_2), described(scale.colour_3));
   told["modes"] = py::make_tuple(scale.modes[0], scale.modes[1], scale.modes[2]);
-  told["bounds"] = python::to_python(std::vector<double>(scale.bounds));
+  told["bounds"] = to_python(std::vector<double>(scale.bounds));
   told["palette_indices"] = py::array_t<std::int32_t>(static_cast<py::ssize_t>(scale.palette_indices.size()),
                                                       scale.palette_indices.data());
   told["integer_bounds"] = scale.integer_bounds;
@@ -43,7 +43,7 @@ py::dict to_python(const colour_scale& scale) {
   told["intervals"] = intervals;
   py::list facies;
   for (const auto& one : scale.facies)
-    facies.append(py::make_tuple(python::to_python(one.label), to_python(one.colour)));
+    facies.append(py::make_tuple(to_python(one.label), described(one.colour)));
   told["facies"] = facies;
   return told;
 }
@@ -80,7 +80,7 @@ colour_scale scale_of(const py::dict& told) {
 
 void add_colours(session_class& one) {
   one.def("palettes", [](session& self, const text& study) {
-    return python::to_python(self.use([&](database& all) { return at(all, study).palettes(); }));
+    return to_python(self.use([&](database& all) { return at(all, study).palettes(); }));
   });
   one.def("palette", [](session& self, const text& study, const text& name) {
     const auto colours = self.use([&](database& all) { return at(all, study).palette(name.bytes); });
@@ -96,10 +96,10 @@ void add_colours(session_class& one) {
     self.use([&](database& all) { at(all, study).delete_palette(name.bytes); });
   });
   one.def("scales", [](session& self, const text& study) {
-    return python::to_python(self.use([&](database& all) { return all.at(study.bytes).scales(); }));
+    return to_python(self.use([&](database& all) { return all.at(study.bytes).scales(); }));
   });
   one.def("scale", [](session& self, const text& study, const text& name) {
-    return to_python(self.use([&](database& all) { return all.at(study.bytes).scale(name.bytes); }));
+    return described(self.use([&](database& all) { return all.at(study.bytes).scale(name.bytes); }));
   });
   one.def("write_scale", [](session& self, const text& study, const text& name, const py::dict& told) {
     const colour_scale scale = scale_of(told);

@@ -175,10 +175,14 @@ bool qd_capacity_is_damaged(const qd_file_record& record) {
          record.allocated_samples - record.sample_count >= block_samples;
 }
 
-void qd_report_damaged_capacity(const char* directory, const char* file) {
-  qu_message("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n");
+void qd_name_file(const char* directory, const char* file) {
   qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
   qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+}
+
+void qd_report_damaged_capacity(const char* directory, const char* file) {
+  qu_message("WARNING: THE CAPACITY IN THE DESCRIPTOR OF THE FILE IS DAMAGED\n");
+  qd_name_file(directory, file);
 }
 
 }  // namespace qrd

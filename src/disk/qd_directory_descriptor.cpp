@@ -13,7 +13,7 @@ namespace qrd {
 namespace {
 
 // A name of 50 characters, which the format allows, loses its last one in memory.
-bool move_fields(XDR* xdr, std::int64_t* version, name_text& name) {
+bool move_directory_fields(XDR* xdr, std::int64_t* version, name_text& name) {
   return qu_xdr_int(xdr, version) && *version >= oldest_descriptor_version &&
          qu_xdr_text(xdr, name, descriptor_name_limit);
 }
@@ -28,7 +28,7 @@ object_state qd_directory_descriptor_read(const char* path, name_text& name) {
   qd_descriptor_path(path, descriptor_path);
 
   std::int64_t version = 0;
-  if (!move_fields(descriptor.get(), &version, name)) {
+  if (!move_directory_fields(descriptor.get(), &version, name)) {
     const object_state state = qd_misread_state(path);
     if (qd_needs_report(state)) qu_message("Directory descriptor corrupted:\n%s", descriptor_path);
     return state;
@@ -42,7 +42,7 @@ object_state qd_directory_descriptor_read(const char* path, name_text& name) {
 object_state qd_directory_descriptor_write(const char* path, const char* name) {
   name_text text;
   qu_path_join(text, {name});
-  return qd_descriptor_write(path, move_fields, text);
+  return qd_descriptor_write(path, move_directory_fields, text);
 }
 
 }  // namespace qrd

@@ -66,7 +66,7 @@ bool move_grid(XDR* xdr, std::int64_t version, qd_grid_record& grid) {
          (version < third_angle_version || xdr_double(xdr, &grid.angle3));
 }
 
-bool move_fields(XDR* xdr, std::int64_t* version, qd_file_record& record) {
+bool move_file_fields(XDR* xdr, std::int64_t* version, qd_file_record& record) {
   if (!qu_xdr_int(xdr, version) || *version < oldest_descriptor_version) return false;
   const bool wide = *version >= wide_counts_version;
   const auto move_count = wide ? qu_xdr_long : qu_xdr_int;
@@ -169,7 +169,7 @@ object_state upgrade_file(const char* path, const qd_file_record& record) {
 object_state read_fields(const char* path, std::int64_t& version, qd_file_record& record) {
   descriptor_reader descriptor(path);
   if (descriptor.state() != object_state::sound) return descriptor.state();
-  if (move_fields(descriptor.get(), &version, record) && is_sound(record)) return object_state::sound;
+  if (move_file_fields(descriptor.get(), &version, record) && is_sound(record)) return object_state::sound;
   const object_state state = qd_misread_state(path);
   if (qd_needs_report(state)) qu_message(corrupted, path);
   return state;
@@ -208,12 +208,12 @@ object_state qd_file_descriptor_read(const char* path, qd_file_record& record) {
 
 object_state qd_file_descriptor_write(const char* path, const qd_file_record& record) {
   qd_file_record fields = record;
-  return qd_descriptor_write(path, move_fields, fields);
+  return qd_descriptor_write(path, move_file_fields, fields);
 }
 
 bool qd_file_descriptor_put(std::FILE* stream, const qd_file_record& record) {
   qd_file_record fields = record;
-  return qd_descriptor_put(stream, move_fields, fields);
+  return qd_descriptor_put(stream, move_file_fields, fields);
 }
 
 void qd_delete_derived_files(const char* file_path) {

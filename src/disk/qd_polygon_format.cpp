@@ -12,7 +12,7 @@ namespace qrd {
 namespace {
 
 constexpr std::uint32_t name_limit = 32;
-constexpr std::int64_t bytes_per_vertex = 16;
+constexpr std::int64_t ring_vertex_bytes = 16;
 
 bool move_count_words(XDR* xdr, polygon_header& header) {
   // A version word below 1 is damage that only shows in what follows.
@@ -113,7 +113,7 @@ bool qd_polygon_ring_move(XDR* xdr, std::int64_t bytes_left, vertex_ring& ring) 
   auto count = static_cast<std::int64_t>(ring.size());
   if (!qu_xdr_int(xdr, &count)) return false;
   if (xdr->x_op == XDR_DECODE) {
-    if (count < 0 || count > bytes_left / bytes_per_vertex) return false;
+    if (count < 0 || count > bytes_left / ring_vertex_bytes) return false;
     ring.resize(static_cast<std::size_t>(count));
   }
   return count == 0 || qu_xdr_doubles(xdr, &ring.front().x, 2 * count) != 0;

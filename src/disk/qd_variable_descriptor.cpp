@@ -94,7 +94,7 @@ bool move_unit(XDR* xdr, std::int64_t version, qd_format_record& format) {
   return true;
 }
 
-bool move_fields(XDR* xdr, std::int64_t* version, qd_variable_record& record) {
+bool move_variable_fields(XDR* xdr, std::int64_t* version, qd_variable_record& record) {
   qd_format_record& format = record.format;
   return qu_xdr_int(xdr, version) && *version >= oldest_descriptor_version &&
          qu_xdr_text(xdr, record.name, descriptor_name_limit) && move_type(xdr, *version, record) &&
@@ -134,7 +134,7 @@ object_state read_fields(const char* path, std::int64_t& version, qd_variable_re
   descriptor_reader descriptor(path);
   if (descriptor.state() != object_state::sound) return descriptor.state();
   XDR* xdr = descriptor.get();
-  if (move_fields(xdr, &version, record) && is_sound(record) &&
+  if (move_variable_fields(xdr, &version, record) && is_sound(record) &&
       (!holds_comment(version) || qu_xdr_text(xdr, comment, comment_limit))) {
     settle_unit(record.format);
     return object_state::sound;
@@ -163,7 +163,7 @@ qd_variable_record stored_form(const qd_variable_record& record) {
 
 bool qd_variable_descriptor_put(std::FILE* stream, const qd_variable_record& record) {
   qd_variable_record fields = stored_form(record);
-  return qd_descriptor_put(stream, move_fields, fields);
+  return qd_descriptor_put(stream, move_variable_fields, fields);
 }
 
 bool qd_data_length_fits(const qd_file_record& file, const qd_variable_record& variable) {
@@ -194,7 +194,7 @@ object_state qd_variable_descriptor_read(const char* path, qd_variable_record& r
 
 object_state qd_variable_descriptor_write(const char* path, const qd_variable_record& record) {
   qd_variable_record fields = stored_form(record);
-  return qd_descriptor_write(path, move_fields, fields);
+  return qd_descriptor_write(path, move_variable_fields, fields);
 }
 
 }  // namespace qrd

@@ -24,7 +24,7 @@ bool move_head(XDR* xdr, vendor_data& bag) {
 }
 
 // A text whose room (its length and a terminator) stands before it.
-bool read_text(XDR* xdr, std::string& text) {
+bool take_text(XDR* xdr, std::string& text) {
   std::int64_t room = 0;
   u_int length = 0;
   if (!qu_xdr_int(xdr, &room) || !xdr_u_int(xdr, &length) || std::int64_t{length} >= room) return false;
@@ -40,7 +40,7 @@ bool read_text(XDR* xdr, std::string& text) {
   return true;
 }
 
-bool write_text(XDR* xdr, std::string& text) {
+bool put_text(XDR* xdr, std::string& text) {
   auto room = static_cast<std::int64_t>(text.size()) + 1;
   char* characters = text.data();
   return qu_xdr_int(xdr, &room) && xdr_string(xdr, &characters, static_cast<u_int>(room));
@@ -64,18 +64,18 @@ bool write_numbers(XDR* xdr, std::vector<Number>& numbers, int (*move)(XDR*, Num
   return qu_xdr_int(xdr, &count) && move(xdr, numbers.data(), count) != 0;
 }
 
-bool read_texts(XDR* xdr, std::vector<std::string>& texts) {
+bool take_texts(XDR* xdr, std::vector<std::string>& texts) {
   std::int64_t count = 0;
   if (!qu_xdr_int(xdr, &count) || count < 0) return false;
   for (std::int64_t i = 0; i < count; ++i)
-    if (!read_text(xdr, texts.emplace_back())) return false;
+    if (!take_text(xdr, texts.emplace_back())) return false;
   return true;
 }
 
-bool write_texts(XDR* xdr, std::vector<std::string>& texts) {
+bool put_texts(XDR* xdr, std::vector<std::string>& texts) {
   auto count = static_cast<std::int64_t>(texts.size());
   return qu_xdr_int(xdr, &count) &&
-         std::all_of(texts.begin(), texts.end(), [xdr](std::string& text) { return write_text(xdr, text); });
+         std::all_of(texts.begin(), texts.end(), [xdr](std::string& text) { return put_text(xdr, text); });
 }
 
 decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
@@ -92,13 +92,13 @@ decoding read_attribute(XDR* xdr, vendor_attribute& attribute) {
     case 2:
       return scalar(xdr_double(xdr, &std::get<2>(attribute.value)) != 0);
     case 3:
-      return in_array(read_text(xdr, std::get<3>(attribute.value)));
+      return in_array(take_text(xdr, std::get<3>(attribute.value)));
     case 4:
       return in_array(read_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints));
     case 5:
       return in_array(read_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles));
     case 6:
-      return in_array(read_texts(xdr, std::get<6>(attribute.value)));
+      return in_array(take_texts(xdr, std::get<6>(attribute.value)));
     default:
       return decoding::done;
   }
@@ -113,13 +113,13 @@ bool write_attribute(XDR* xdr, vendor_attribute& attribute) {
     case 2:
       return xdr_double(xdr, &std::get<2>(attribute.value)) != 0;
     case 3:
-      return write_text(xdr, std::get<3>(attribute.value));
+      return put_text(xdr, std::get<3>(attribute.value));
     case 4:
       return write_numbers(xdr, std::get<4>(attribute.value), qu_xdr_ints);
     case 5:
       return write_numbers(xdr, std::get<5>(attribute.value), qu_xdr_doubles);
     case 6:
-      return write_texts(xdr, std::get<6>(attribute.value));
+      return put_texts(xdr, std::get<6>(attribute.value));
     default:
       return true;
   }

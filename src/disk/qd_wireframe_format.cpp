@@ -9,8 +9,8 @@ namespace qrd {
 namespace {
 
 constexpr std::uint32_t object_name_limit = 50;
-constexpr std::int64_t bytes_per_vertex = 24;
-constexpr std::int64_t bytes_per_triangle = 12;
+constexpr std::int64_t surface_vertex_bytes = 24;
+constexpr std::int64_t surface_triangle_bytes = 12;
 
 bool move_header(XDR* xdr, wireframe_header& header) {
   return qu_xdr_int(xdr, &header.version) && qu_xdr_int(xdr, &header.objects) &&
@@ -34,8 +34,8 @@ bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left
 
 bool move_piece(XDR* xdr, std::int64_t version, std::int64_t bytes_left, wireframe_piece& piece) {
   if (version >= 3 && !qu_xdr_int(xdr, &piece.piece_type)) return false;
-  return move_items(xdr, piece.vertices, bytes_left, bytes_per_vertex, qu_xdr_doubles) &&
-         move_items(xdr, piece.triangles, bytes_left, bytes_per_triangle, qu_xdr_ints) &&
+  return move_items(xdr, piece.vertices, bytes_left, surface_vertex_bytes, qu_xdr_doubles) &&
+         move_items(xdr, piece.triangles, bytes_left, surface_triangle_bytes, qu_xdr_ints) &&
          qu_xdr_int(xdr, &piece.closed);
 }
 

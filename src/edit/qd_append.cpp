@@ -317,14 +317,9 @@ file_growth::ending file_growth::run(const sample_filler& fill) {
   return ending::failed;
 }
 
-void name_file(const char* directory, const char* file) {
-  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
-  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
-}
-
 void report_refusal(const char* reason, const char* directory, const char* file) {
   qu_message("WARNING: CANNOT APPEND SAMPLES, %s\n", reason);
-  name_file(directory, file);
+  qd_name_file(directory, file);
 }
 
 void report_changed(const char* directory, const char* file) {
@@ -338,7 +333,7 @@ void report_no_room(const qd_file_record& record, const char* directory, const c
   }
   qu_message("WARNING: ERROR DURING SAMPLES CREATION, FILE SYSTEM FULL\n");
   qu_message("         OR WRITE PROTECTED ?\n");
-  name_file(directory, file);
+  qd_name_file(directory, file);
 }
 
 }  // namespace

@@ -174,8 +174,7 @@ bool texts_are_distinct(std::vector<std::string> texts, const char* variable) {
 void report_full_disk(const char* directory, const char* file, const char* variable, const char* path) {
   qu_message("WARNING: ERROR DURING VARIABLE CREATION, FILE SYSTEM FULL\n");
   qu_message("         OR WRITE PROTECTED ?\n");
-  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
-  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+  qd_name_file(directory, file);
   qu_message("          VARIABLE NAME: >>>%s<<<\n\n", variable);
   qu_message("       FILE PATH: >>>%s<<<\n\n", path);
 }

@@ -12,6 +12,7 @@
 #include "catalogue/qd_path.h"
 #include "catalogue/qd_placement.h"
 #include "catalogue/qd_walk.h"
+#include "disk/qd_data_file.h"
 #include "disk/qd_directory_descriptor.h"
 #include "disk/qd_file_descriptor.h"
 #include "disk/qd_handles.h"
@@ -35,10 +36,6 @@ constexpr std::int64_t builtin_bits = 64;
 // The lines that name the objects of a failed operation.
 void name_directory(const char* directory) {
   qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
-}
-void name_file(const char* directory, const char* file) {
-  name_directory(directory);
-  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
 }
 
 // An object that has appeared or gone since the caller's test, or siblings that can't be read.
@@ -231,7 +228,7 @@ bool qd_create_file(const char* directory, const char* name, std::int64_t organi
   if (!qd_directory_path(directory, directory_path) ||
       qd_find<file_level>(directory_path, name, existing_path, existing) != found::no) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
-    name_file(directory, name);
+    qd_name_file(directory, name);
     return false;
   }
   if (const name_code code = qd_name_check(name); code != name_code::valid) {
@@ -267,7 +264,7 @@ bool qd_create_file(const char* directory, const char* name, std::int64_t organi
   if (placed == placement::failed &&
       (has_changed || !qd_is_still<directory_level>(directory_path, directory))) {
     report_unexpected("FILE TO BE CREATED", "EXISTS ALREADY, OR ITS DIRECTORY IS NO MORE");
-    name_file(directory, name);
+    qd_name_file(directory, name);
     return false;
   }
   switch (placed) {
@@ -276,11 +273,11 @@ bool qd_create_file(const char* directory, const char* name, std::int64_t organi
     case placement::numbers_used_up:
       qu_message("WARNING: ERROR DURING FILE CREATION, DIRECTORY REACHED\n");
       qu_message("         MAXIMUM NUMBER OF FILES (%d)\n", std::numeric_limits<std::int32_t>::max());
-      name_file(directory, name);
+      qd_name_file(directory, name);
       return false;
     case placement::failed:
       report_full("FILE");
-      name_file(directory, name);
+      qd_name_file(directory, name);
       qu_message("         FILE PATH: >>>%s<<<\n\n", directory_path);
       return false;
   }
@@ -293,7 +290,7 @@ bool qd_delete_file(const char* directory, const char* name) {
   qd_file_record record;
   if (qd_find_file(directory, name, path, record) != found::yes) {
     report_unexpected("FILE TO BE DELETED", "IS NO MORE");
-    name_file(directory, name);
+    qd_name_file(directory, name);
     return false;
   }
   if (!remove_with_selections<file_level>(path, name)) return false;

@@ -20,8 +20,7 @@ namespace qrd {
 namespace {
 
 void name_variable(const char* directory, const char* file, const char* variable) {
-  qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
-  qu_message("              FILE NAME: >>>%s<<<\n\n", file);
+  qd_name_file(directory, file);
   qu_message("          VARIABLE NAME: >>>%s<<<\n\n", variable);
 }
 

@@ -25,7 +25,7 @@ namespace qrd {
 
 namespace {
 
-constexpr char read_failure[] = "Cannot read Color Scale named %s.";
+constexpr char scale_failure[] = "Cannot read Color Scale named %s.";
 
 using rgb = std::int32_t[3];
 
@@ -183,7 +183,7 @@ bool write_description(const scale_description& sent) {
 request_status server_answer_cscale_list(const char* /*request*/) {
   if (!resources_available(resources::scales)) return not_served;
   string_list names;
-  if (!qu_cscale_get_list(names)) return refuse(read_failure, store.cscale_path);
+  if (!qu_cscale_get_list(names)) return refuse(scale_failure, store.cscale_path);
   return answer(wire_names{names});
 }
 
@@ -195,7 +195,7 @@ request_status server_answer_cscale_exists(const char* /*request*/) {
   if (!is_set(name)) return answer(wire_bool{false});
   path_text path;
   const found state = qu_cscale_test(name, path);
-  if (state == found::unreadable) return refuse(read_failure, name);
+  if (state == found::unreadable) return refuse(scale_failure, name);
   return answer(wire_bool{state == found::yes});
 }
 
@@ -237,11 +237,11 @@ request_status server_answer_cscale_read(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::scales)) return not_served;
   color_scale scale;
-  if (!qu_cscale_read(name, false, scale)) return refuse(read_failure, name);
+  if (!qu_cscale_read(name, false, scale)) return refuse(scale_failure, name);
   // The bounds of a manual scale are told class by class.
   if (scale.scale_type == SCALE_MANUAL &&
       (scale.class_count < 1 || scale.intervals.count() < scale.class_count))
-    return refuse(read_failure, name);
+    return refuse(scale_failure, name);
 
   scale_description sent;
   sent.scale_type = narrow_int(scale.scale_type);

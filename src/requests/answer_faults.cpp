@@ -20,7 +20,6 @@ namespace qrd {
 
 namespace {
 
-constexpr char read_failure[] = "Error while reading from network";
 constexpr char already_faulted[] = "%s is an already faulted file.";
 constexpr char info_failure[] = "Cannot get fault information: Too much files opened.";
 constexpr std::int64_t priority_minimum = 1;
@@ -100,10 +99,10 @@ request_status server_answer_write_faults(const char* /*request*/) {
   double client_missing = 0;
   std::int32_t fault_count = 0;
   if (!read_arguments(is_2d, has_attributes, client_missing, fault_count) || fault_count < 0)
-    return clean_and_refuse("%s", read_failure);
+    return clean_and_refuse("%s", network_failure);
   auto system = qu_fault_system_new(is_2d != 0, has_attributes != 0);
   try {
-    if (!read_faults(*system, client_missing, fault_count)) return clean_and_refuse("%s", read_failure);
+    if (!read_faults(*system, client_missing, fault_count)) return clean_and_refuse("%s", network_failure);
   } catch (const std::bad_alloc&) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
   }

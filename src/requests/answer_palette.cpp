@@ -13,7 +13,7 @@ namespace qrd {
 
 namespace {
 
-constexpr char read_failure[] = "An error happened during Palette %s read";
+constexpr char palette_failure[] = "An error happened during Palette %s read";
 
 // Reads `count` values and keeps the first ones that fit.
 bool read_channel(std::int32_t count, std::span<std::int32_t, palette_maximum> kept) {
@@ -44,7 +44,7 @@ request_status server_answer_palette_exists(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::palettes)) return not_served;
   const found state = qu_palette_exists(name);
-  if (state == found::unreadable) return refuse(read_failure, name);
+  if (state == found::unreadable) return refuse(palette_failure, name);
   return answer(wire_bool{state == found::yes});
 }
 
@@ -53,7 +53,7 @@ request_status server_answer_palette_read(const char* /*request*/) {
   if (!read_arguments(name)) return not_served;
   if (!resources_available(resources::palettes)) return not_served;
   palette_colours colours;
-  if (!qu_palette_read(name, colours)) return refuse(read_failure, name);
+  if (!qu_palette_read(name, colours)) return refuse(palette_failure, name);
   return answer(wire_int{colours.count}, wire_ints{colours.red.data(), colours.count},
                 wire_ints{colours.green.data(), colours.count},
                 wire_ints{colours.blue.data(), colours.count});

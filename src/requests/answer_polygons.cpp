@@ -10,6 +10,7 @@
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/length_factors.h"
+#include "requests/polygon_names.h"
 #include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "wire/answer.h"
@@ -17,8 +18,6 @@
 namespace qrd {
 
 namespace {
-
-constexpr std::uint32_t wire_name_size = 16;
 
 // A longer name has no place on the wire.
 bool can_be_sent(const contour& each) {

@@ -14,6 +14,7 @@
 #include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
+#include "requests/polygon_names.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/arrays.h"
@@ -28,7 +29,6 @@ namespace {
 
 // Rings grow by so many vertices while they arrive, whatever count was announced.
 constexpr std::int64_t ring_step = 1 << 15;
-constexpr std::size_t wire_name_size = 16;
 
 struct default_colour {
   std::int64_t red, green, blue;

@@ -19,7 +19,7 @@ namespace qrd {
 
 namespace {
 
-constexpr char read_failure[] = "An error occured while reading vendor data";
+constexpr char vendor_failure[] = "An error occured while reading vendor data";
 constexpr char write_failure[] = "An error occured while writing vendor data";
 constexpr char memory_failure[] = "Memory Allocation error for atttribute";
 
@@ -152,7 +152,7 @@ request_status server_answer_vendor_data_exists(const char* /*request*/) {
   if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
   const found state = qd_vendor_data_version(name, owner, version);
-  if (state == found::unreadable) return refuse("%s", read_failure);
+  if (state == found::unreadable) return refuse("%s", vendor_failure);
   return answer(wire_int{state == found::yes ? 1 : 0});
 }
 
@@ -161,7 +161,7 @@ request_status server_answer_vendor_data_version(const char* /*request*/) {
   vendor_owner owner;
   if (!read_target("Reading Vendor Data Version", name, owner)) return not_served;
   std::int64_t version = 0;
-  if (qd_vendor_data_version(name, owner, version) != found::yes) return refuse("%s", read_failure);
+  if (qd_vendor_data_version(name, owner, version) != found::yes) return refuse("%s", vendor_failure);
   return answer(wire_int{static_cast<std::int32_t>(version)});
 }
 
@@ -170,7 +170,7 @@ request_status server_answer_vendor_data_read(const char* /*request*/) {
   vendor_owner owner;
   if (!read_target("Reading Vendor Data", name, owner)) return not_served;
   vendor_data bag;
-  if (qd_vendor_data_read(bag, owner, name) != found::yes) return refuse("%s", read_failure);
+  if (qd_vendor_data_read(bag, owner, name) != found::yes) return refuse("%s", vendor_failure);
   return answer_with([&bag] {
     return write_value(wire_int{static_cast<std::int32_t>(bag.version)}) &&
            write_value(count_of(bag.attributes)) &&

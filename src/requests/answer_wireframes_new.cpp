@@ -21,7 +21,6 @@ namespace qrd {
 
 namespace {
 
-constexpr char read_failure[] = "Error while reading from network";
 constexpr char triangles_failure[] = "Error while reading triangles from network";
 // Arrays are filled by so many vertices or triangles while they arrive. Room that isn't touched yet costs
 // nothing, and is taken at once up to a bound, whatever count was announced.
@@ -85,7 +84,7 @@ arrival read_piece(wireframe_piece& piece, bool& valid, const char*& refusal) {
 
 arrival read_object(wireframe_object& object, bool& valid, const char*& refusal) {
   std::int32_t red = 0, green = 0, blue = 0, pieces = 0;
-  refusal = read_failure;
+  refusal = network_failure;
   if (!read_arguments(object.name, red, green, blue, pieces) || pieces < 0) return arrival::refused;
   object.red = red;
   object.green = green;
@@ -112,7 +111,7 @@ request_status server_answer_new_wireframes(const char* /*request*/) {
                   name.c_str());
 
   std::int32_t count = 0;
-  if (!read_arguments(count) || count < 0) return clean_and_refuse("%s", read_failure);
+  if (!read_arguments(count) || count < 0) return clean_and_refuse("%s", network_failure);
   auto root = qu_wireframe_new();
   root->unit_x = root->unit_y = root->unit_z = units.distance;
   bool valid = true;

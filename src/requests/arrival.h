@@ -10,6 +10,8 @@
 
 namespace qrd {
 
+inline constexpr char network_failure[] = "Error while reading from network";
+
 // What became of a part of a request.
 enum class [[nodiscard]] arrival{
     complete,

@@ -29,16 +29,16 @@ std::int64_t limited_product(std::int64_t a, std::int64_t b) {
 namespace {
 
 constexpr char no_file_information[] = "Error while getting file information";
-constexpr char no_memory[] = "Memory allocation failed%s (%" PRId64 " bytes)";
+constexpr char no_memory_for[] = "Memory allocation failed%s (%" PRId64 " bytes)";
 
 }  // namespace
 
 refused refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
-  return refuse(no_memory, purpose, limited_product(count, size));
+  return refuse(no_memory_for, purpose, limited_product(count, size));
 }
 
 refused clean_and_refuse_memory(const char* purpose, std::int64_t count, std::int64_t size) {
-  return clean_and_refuse(no_memory, purpose, limited_product(count, size));
+  return clean_and_refuse(no_memory_for, purpose, limited_product(count, size));
 }
 
 data_request::~data_request() {

@@ -100,8 +100,8 @@ expanding read_failure(const std::string& path, gzFile_s* stream) {
 
 // A null target leaves the output out, and gives its length alone; so with the next.
 expanding expand_gzip(const archive& source, std::FILE* target, std::int64_t& length) {
-  constexpr unsigned block_bytes = 16384;
-  char block[block_bytes];
+  constexpr unsigned block_size = 16384;
+  char block[block_size];
   length = 0;
   const int handle = fcntl(fileno(source.stream.get()), F_DUPFD_CLOEXEC, 0);
   if (handle < 0 || lseek(handle, 0, SEEK_SET) != 0) {
@@ -116,7 +116,7 @@ expanding expand_gzip(const archive& source, std::FILE* target, std::int64_t& le
     return expanding::failed;
   }
   for (;;) {
-    const int count = gzread(stream.get(), block, block_bytes);
+    const int count = gzread(stream.get(), block, block_size);
     if (count == 0) break;
     if (count < 0) return read_failure(source.path, stream.get());
     const auto bytes = static_cast<std::size_t>(count);

@@ -21,8 +21,6 @@ namespace qrd {
 
 namespace {
 
-constexpr std::size_t block_bytes = 65536;
-
 void report_failure(const char* verb, const char* target) {
   qu_message("WARNING: UNABLE TO %s INTO THE NEW FILE\n %s\n", verb, target);
   qu_message("         CHECK DISK SPACE AND DISK QUOTAS.");
@@ -38,7 +36,7 @@ void report_source(const char* source) {
 enum class moving { done, cannot_read, cannot_write };
 
 moving move_bytes(std::FILE* source, std::FILE* target) {
-  std::vector<char> block(block_bytes);
+  std::vector<char> block(65536);
   for (;;) {
     const std::size_t count = std::fread(block.data(), 1, block.size(), source);
     if (std::ferror(source) != 0) return moving::cannot_read;

@@ -41,11 +41,11 @@ std::string real_path(const char* path) {
   return result;
 }
 
-struct open_file {
-  explicit open_file(int descriptor) : handle(descriptor) {}
-  open_file(const open_file&) = delete;
-  open_file& operator=(const open_file&) = delete;
-  ~open_file() {
+struct owned_file {
+  explicit owned_file(int descriptor) : handle(descriptor) {}
+  owned_file(const owned_file&) = delete;
+  owned_file& operator=(const owned_file&) = delete;
+  ~owned_file() {
     const int reason = errno;
     if (handle >= 0) close(handle);
     errno = reason;
@@ -74,8 +74,7 @@ std::string make_working_file(const std::string& folder, char purpose, mode_t mo
 }
 
 bool copy_content(int from, int to) {
-  constexpr std::size_t block_bytes = 65536;
-  std::vector<char> block(block_bytes);
+  std::vector<char> block(65536);
   for (off_t position = 0;;) {
     const ssize_t count = pread(from, block.data(), block.size(), position);
     if (count < 0 && errno == EINTR) continue;
@@ -173,7 +172,7 @@ int replaced_file::finish_writing() {
 }
 
 bool replaced_file::commit() {
-  const open_file fresh(finish_writing());
+  const owned_file fresh(finish_writing());
   if (fresh.handle < 0) return false;
   if (in_place_) return write_in_place(fresh.handle);
   if (std::rename(fresh_path_.c_str(), path_.c_str()) != 0)
@@ -183,7 +182,7 @@ bool replaced_file::commit() {
 }
 
 bool replaced_file::commit_new() {
-  const open_file fresh(finish_writing());
+  const owned_file fresh(finish_writing());
   if (fresh.handle < 0 || in_place_) return false;
   if (qu_take_name(fresh_path_, path_) != 0) return false;
   fresh_path_.clear();
@@ -191,11 +190,11 @@ bool replaced_file::commit_new() {
 }
 
 bool replaced_file::write_in_place(int fresh) {
-  open_file target(open(path_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  owned_file target(open(path_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat status;
   if (target.handle < 0 || fstat(fresh, &status) != 0 || !reserve(target.handle, status.st_size))
     return false;
-  open_file kept(-1);
+  owned_file kept(-1);
   // Nobody tidies it up: it may be all that is left of the old content.
   const std::string kept_path = make_working_file(folder_, kept_for_owner, 0600, kept.handle);
   if (kept_path.empty()) return false;

@@ -9,7 +9,7 @@ namespace qrd {
 
 namespace {
 
-constexpr std::int64_t growth = 1000;
+constexpr std::int64_t line_growth = 1000;
 // A line end and the terminator.
 constexpr std::int64_t line_end_room = 2;
 
@@ -19,8 +19,8 @@ struct line_buffer {
   std::int64_t& size;
 
   bool grow() {
-    data = static_cast<char*>(qu_mem_realloc_nn(__FILE__, __LINE__, data, 1, size, size + growth));
-    size = data == nullptr ? 0 : size + growth;
+    data = static_cast<char*>(qu_mem_realloc_nn(__FILE__, __LINE__, data, 1, size, size + line_growth));
+    size = data == nullptr ? 0 : size + line_growth;
     return data != nullptr;
   }
   char* release() {

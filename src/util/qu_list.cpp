@@ -10,7 +10,7 @@ namespace qrd {
 
 namespace {
 
-constexpr std::int64_t growth = 40;
+constexpr std::int64_t list_growth = 40;
 
 char* end_mark() {
   return reinterpret_cast<char*>(13);
@@ -33,12 +33,13 @@ void clear_slots(qu_list list, std::int64_t first, std::int64_t count) {
 qu_list qu_list_append(const char* file, std::int64_t line, qu_list list, std::int64_t count,
                        std::size_t room, const char* text) {
   if (list == nullptr) {
-    list = static_cast<qu_list>(qu_mem_alloc_fn(file, line, sizeof(char*), growth));
-    clear_slots(list, 0, growth);
+    list = static_cast<qu_list>(qu_mem_alloc_fn(file, line, sizeof(char*), list_growth));
+    clear_slots(list, 0, list_growth);
   } else if (list[count + 1] == end_mark()) {
     std::int64_t slots = count + 2;
-    list = static_cast<qu_list>(qu_mem_realloc_fn(file, line, list, sizeof(char*), slots, slots + growth));
-    clear_slots(list, count, slots + growth);
+    list =
+        static_cast<qu_list>(qu_mem_realloc_fn(file, line, list, sizeof(char*), slots, slots + list_growth));
+    clear_slots(list, count, slots + list_growth);
   }
   std::size_t length = room > 0 ? strnlen(text, room - 1) : 0;
   auto copy = static_cast<char*>(qu_mem_alloc_fn(file, line, 1, static_cast<std::int64_t>(length + 1)));

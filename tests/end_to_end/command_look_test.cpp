@@ -4,18 +4,14 @@
 namespace qrd::test {
 namespace {
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST_F(commands, take_paths_and_patterns) {
   use_sample_database();
   EXPECT_EQ(good({"ls", "Holes/Drilling/"}), "collars\ncores\ndomains\n");
   const std::string three = good({"read", "Holes", "Drilling", "cores", "Cu", "--last", "3"});
   EXPECT_EQ(good({"read", "Holes/Drilling/cores/Cu", "--last", "3"}), three);
   EXPECT_EQ(good({"read", "Holes/Drilling", "cor*", "C?", "--last", "3"}), three);
-  EXPECT_TRUE(has(complaint({"read", "Holes/Drilling/co*", "Cu"}),
-                  "2 files: Holes/Drilling/collars, Holes/Drilling/cores"));
+  EXPECT_TRUE(has_part(complaint({"read", "Holes/Drilling/co*", "Cu"}),
+                       "2 files: Holes/Drilling/collars, Holes/Drilling/cores"));
   complaint({"ls", "Holes/Nothing*"});
   complaint({"read", "Holes/Drilling/cores"}, {}, 2);
   // A name that has a slash is itself.
@@ -29,8 +25,8 @@ TEST_F(commands, take_paths_and_patterns) {
   EXPECT_EQ(good({"find", "cu", "--type", "variable", "Holes"}),
             "Holes/Drilling/cores/Cu\nHoles/Drilling/cores/Cu class\n");
 
-  EXPECT_TRUE(has(good({"ls", "-R", "Holes"}), "\nHoles/Drilling:\ncollars\ncores\n"));
-  EXPECT_TRUE(has(good({"tree", "Archive"}), "Archive\n└── Old data\n    └── cube\n"));
+  EXPECT_TRUE(has_part(good({"ls", "-R", "Holes"}), "\nHoles/Drilling:\ncollars\ncores\n"));
+  EXPECT_TRUE(has_part(good({"tree", "Archive"}), "Archive\n└── Old data\n    └── cube\n"));
   const json study = json::parse(good({"info", "--json", "Archive"}));
   EXPECT_EQ(study["samples"], 24);
   EXPECT_EQ(json::parse(good({"info", "--json", "Holes/Drilling/collars"}))["extents"]["z"],
@@ -54,7 +50,7 @@ TEST_F(commands, choose_samples) {
   EXPECT_EQ(read({"--box", "1:3,:1", "--limit", "2"}), ",1\n1,2\n");
   EXPECT_EQ(read({"--box", "1:3,1", "--selection", "ok", "--compress"}), "2,3\n");
   EXPECT_EQ(read({"--limit", "1"}), "3,0\n");
-  EXPECT_TRUE(has(complaint({"read", "S/D/P", "Cu", "--where", "Cu > rock"}), "character 6"));
+  EXPECT_TRUE(has_part(complaint({"read", "S/D/P", "Cu", "--where", "Cu > rock"}), "character 6"));
   complaint({"read", "S/D/P", "Cu", "--nodes", "1,1"});
 
   EXPECT_EQ(good({"new", "selection", "S/D/P/rich", "--where", "Cu >= 2"}), "rich: 3 of 5 samples\n");
@@ -76,7 +72,7 @@ TEST_F(commands, choose_samples) {
   // The sample at x = 0 weighs nothing.
   EXPECT_EQ(groups[1]["missing"], 1);
   EXPECT_EQ(groups[1]["quantile 0.5"], 5);
-  EXPECT_TRUE(has(good({"stat", "S/D/P", "--histogram", "2", "--where", "ok"}), "\n  2.0  2.5  "));
+  EXPECT_TRUE(has_part(good({"stat", "S/D/P", "--histogram", "2", "--where", "ok"}), "\n  2.0  2.5  "));
 }
 
 TEST_F(commands, cores_weigh_their_length) {
@@ -90,7 +86,7 @@ TEST_F(commands, cores_weigh_their_length) {
   EXPECT_NE(told["mean"], line["mean"]);
   EXPECT_EQ(told["maximum"], line["maximum"]);
   EXPECT_TRUE(
-      has(complaint({"stat", "Holes/Drilling/cores", "Cu", "--line", "B1-1"}), "there is no line B1-1"));
+      has_part(complaint({"stat", "Holes/Drilling/cores", "Cu", "--line", "B1-1"}), "there is no line B1-1"));
 }
 
 // On a terminal of its own, made by script(1).
@@ -103,15 +99,15 @@ TEST_F(commands, show_tables_colours_and_a_pager_on_a_terminal) {
     return run_program("/usr/bin/script", {"-qec", line, "/dev/null"}, "").output;
   };
   const std::string table = shown("QRD_PAGER=cat", "read Holes/Drilling/collars hole z --limit 2");
-  EXPECT_TRUE(has(table, "\033[1m")) << table;
-  EXPECT_TRUE(has(shown("NO_COLOR=1 QRD_PAGER=", "read Holes/Drilling/collars hole z --limit 2"),
-                  "B1-105               1611\r\n"));
-  EXPECT_TRUE(has(shown("QRD_PAGER='sed s/^/paged:/'", "ls Holes"), "paged:Drilling"));
-  EXPECT_FALSE(has(shown("QRD_PAGER='sed s/^/paged:/'", "--no-pager ls Holes"), "paged"));
-  EXPECT_TRUE(has(shown("QRD_PAGER=cat", "palettes Holes Grades"), "\033[48;2;"));
-  EXPECT_FALSE(has(shown("NO_COLOR=1 QRD_PAGER=cat", "palettes Holes Grades"), "\033["));
-  EXPECT_TRUE(has(shown("QRD_PAGER=cat", "export Holes/Drilling/collars hole --limit 1"),
-                  "\r\n2301130.51,418592.89,1611,B1-105\r\n"));
+  EXPECT_TRUE(has_part(table, "\033[1m")) << table;
+  EXPECT_TRUE(has_part(shown("NO_COLOR=1 QRD_PAGER=", "read Holes/Drilling/collars hole z --limit 2"),
+                       "B1-105               1611\r\n"));
+  EXPECT_TRUE(has_part(shown("QRD_PAGER='sed s/^/paged:/'", "ls Holes"), "paged:Drilling"));
+  EXPECT_FALSE(has_part(shown("QRD_PAGER='sed s/^/paged:/'", "--no-pager ls Holes"), "paged"));
+  EXPECT_TRUE(has_part(shown("QRD_PAGER=cat", "palettes Holes Grades"), "\033[48;2;"));
+  EXPECT_FALSE(has_part(shown("NO_COLOR=1 QRD_PAGER=cat", "palettes Holes Grades"), "\033["));
+  EXPECT_TRUE(has_part(shown("QRD_PAGER=cat", "export Holes/Drilling/collars hole --limit 1"),
+                       "\r\n2301130.51,418592.89,1611,B1-105\r\n"));
 }
 
 }  // namespace

@@ -133,7 +133,7 @@ std::vector<client::wireframe> wireframes() {
   return {{"Ore", 1, 2, 3, {piece}}};
 }
 
-client::fault_set faults() {
+client::fault_set one_fault() {
   const client::fault_segment segment = {.points = {{1, 2, 0}, {3, 4, 0}}};
   return {.faults = {{"North", false, {segment}}}};
 }
@@ -362,12 +362,12 @@ std::vector<fault_case> object_cases() {
   std::vector<fault_case> cases = {
       {"CPOLYNEW", points, choice("S/D"), ask([](auto& to) { to.new_polygons("New", contours()); })},
       {"CWIRENEW", points, choice("S/D"), ask([](auto& to) { to.new_wireframes("New", wireframes()); })},
-      {"CWRITFAUL", points, choice("S/D/P"), ask([](auto& to) { to.write_faults(faults()); })},
+      {"CWRITFAUL", points, choice("S/D/P"), ask([](auto& to) { to.write_faults(one_fault()); })},
       {"CPOLYGONS", all({directory, ask([](auto& to) { to.new_polygons("A", contours()); })}),
        choice("S/D/A"), ask([](auto& to) { to.polygons(); })},
       {"CWIREREAD", all({directory, ask([](auto& to) { to.new_wireframes("W", wireframes()); })}),
        choice("S/D/W"), ask([](auto& to) { to.wireframes(); })},
-      {"CFAULTS", all({points, ask([](auto& to) { to.write_faults(faults()); })}), choice("S/D/P"),
+      {"CFAULTS", all({points, ask([](auto& to) { to.write_faults(one_fault()); })}), choice("S/D/P"),
        ask([](auto& to) { to.faults(); })},
       {"CPALWRIT", palette(reds), choice("S"), ask([](auto& to) { to.write_palette("New", greys); })},
       {"CPALWRIT_over_another", palette(reds), choice("S"), palette(greys)},

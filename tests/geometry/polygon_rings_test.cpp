@@ -124,9 +124,9 @@ TEST(polygon_measures, leave_out_holes_and_use_limits_in_3d_only) {
   EXPECT_DOUBLE_EQ(x, (100 * 5 - 4 * 2) / 96.0);
   EXPECT_DOUBLE_EQ(y, x);
   EXPECT_EQ(z, 0);
-  const vertex none = qu_ring_centroid({});
-  EXPECT_EQ(none.x, 0);
-  EXPECT_EQ(none.y, 0);
+  const vertex of_none = qu_ring_centroid({});
+  EXPECT_EQ(of_none.x, 0);
+  EXPECT_EQ(of_none.y, 0);
   EXPECT_EQ(qu_vertex_count(*system), 8);
 }
 

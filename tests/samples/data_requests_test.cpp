@@ -342,7 +342,7 @@ TEST_F(data_requests, what_has_no_numbers_is_refused) {
 
 TEST_F(data_requests, a_file_that_has_changed_since_the_look_up_is_refused) {
   choose("V");
-  for (std::int64_t samples : {5, 7}) {
+  for (std::int64_t grown : {5, 7}) {
     enum { without, chosen, counted };
     for (int selection : {without, chosen, counted}) {
       study_.set_shape({.samples = 6});
@@ -352,7 +352,7 @@ TEST_F(data_requests, a_file_that_has_changed_since_the_look_up_is_refused) {
       if (selection == counted) {
         EXPECT_GT(data.count_selected(), 0);
       }
-      study_.set_shape({.samples = samples});  // by another server
+      study_.set_shape({.samples = grown});  // by another server
       EXPECT_FALSE(data.open());
     }
     set_current_selection(no_name);

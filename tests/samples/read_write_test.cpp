@@ -7,7 +7,7 @@
 namespace qrd::test {
 namespace {
 
-constexpr std::int64_t samples = 13;  // no multiple of 8: the columns of a macro start inside a byte
+constexpr std::int64_t all_samples = 13;  // no multiple of 8: the columns of a macro start inside a byte
 
 // One sample of a data file, told from its bits.
 double model_value(const std::string& bits, std::int64_t sample, int bit_length) {
@@ -29,8 +29,8 @@ bool same(double a, double b) {
 }
 
 // A macro of three columns with patternless bits behind each other, and a selection of the same kind.
-struct range : testing::TestWithParam<int> {
-  range() : study_({.samples = samples}) {
+struct ranges : testing::TestWithParam<int> {
+  ranges() : study_({.samples = all_samples}) {
     const auto bits = static_cast<std::size_t>(GetParam());
     data_ = noise(5 * bits + 1, static_cast<std::uint32_t>(GetParam()));
     mask_ = noise(8, 99);
@@ -40,23 +40,23 @@ struct range : testing::TestWithParam<int> {
   static std::string column(int slot) { return "M[" + std::to_string(slot + 1) + "]"; }
   // Whether the second column of the selection leaves a sample out.
   bool left_out(std::int64_t sample) const {
-    return to_bits(mask_)[static_cast<std::size_t>(samples + sample - 1)] == '1';
+    return to_bits(mask_)[static_cast<std::size_t>(all_samples + sample - 1)] == '1';
   }
 
   sample_study study_;
   std::string data_, mask_, path_;
 };
 
-TEST_P(range, reads_every_range_of_every_column) {
+TEST_P(ranges, reads_every_range_of_every_column) {
   const std::string bits = to_bits(data_);
   for (int slot = 0; slot < 3; ++slot) {
     bound all(column(slot).c_str());
     bound selected(column(slot).c_str(), "S[2]");
-    for (std::int64_t first = 1; first <= samples; ++first)
-      for (std::int64_t last = first; last <= samples; ++last) {
+    for (std::int64_t first = 1; first <= all_samples; ++first)
+      for (std::int64_t last = first; last <= all_samples; ++last) {
         std::vector<double> plain, masked, compressed;
         for (std::int64_t s = first; s <= last; ++s) {
-          plain.push_back(model_value(bits, slot * samples + s, GetParam()));
+          plain.push_back(model_value(bits, slot * all_samples + s, GetParam()));
           masked.push_back(left_out(s) ? missing_double : plain.back());
           if (!left_out(s)) compressed.push_back(plain.back());
         }
@@ -77,7 +77,7 @@ TEST_P(range, reads_every_range_of_every_column) {
 }
 
 // Without a selection and under one, masked and compressed: these bits change, and no others.
-TEST_P(range, writes_every_range_of_every_column) {
+TEST_P(ranges, writes_every_range_of_every_column) {
   const int bits = GetParam();
   std::string model = to_bits(data_);
   std::minstd_rand random(static_cast<unsigned>(bits));
@@ -89,8 +89,8 @@ TEST_P(range, writes_every_range_of_every_column) {
   };
   for (int slot = 0; slot < 3; ++slot) {
     bound all(column(slot).c_str()), selected(column(slot).c_str(), "S[2]");
-    for (std::int64_t first = 1; first <= samples; ++first)
-      for (std::int64_t last = first; last <= samples; ++last)
+    for (std::int64_t first = 1; first <= all_samples; ++first)
+      for (std::int64_t last = first; last <= all_samples; ++last)
         for (bool masked : {false, true})
           for (selection_mode mode : {SEL_MASKED, SEL_COMPRESSED}) {
             std::vector<double> values;
@@ -99,7 +99,7 @@ TEST_P(range, writes_every_range_of_every_column) {
               if (!is_kept && mode == SEL_COMPRESSED) continue;
               values.push_back(number());
               if (is_kept)
-                model.replace(static_cast<std::size_t>((slot * samples + s - 1) * bits),
+                model.replace(static_cast<std::size_t>((slot * all_samples + s - 1) * bits),
                               static_cast<std::size_t>(bits), stored_bits(values.back(), bits));
             }
             ASSERT_TRUE(qd_write_float_free(masked ? selected.io() : all.io(), mode, first, last, values));
@@ -109,7 +109,7 @@ TEST_P(range, writes_every_range_of_every_column) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(bits, range, testing::Values(1, 2, 4, 8, 16, 32, 64));
+INSTANTIATE_TEST_SUITE_P(bits, ranges, testing::Values(1, 2, 4, 8, 16, 32, 64));
 
 TEST(read_write, a_file_that_ends_early) {
   sample_study study({.samples = 20});
@@ -292,7 +292,7 @@ TEST(read_write, an_array_that_is_too_short_is_refused) {
   study.add("V", VAR_FLOAT, 64, std::string(72, '\0'));
   const std::string texts_before(27, 'q');
   const std::string texts_file = study.add("T", VAR_CHAR, 24, texts_before) + "/DATAVAR";
-  study.add("S", VAR_FLOAT, 1, std::string_view("\x0F\x80", 2));  // keeps samples 1 to 4
+  study.add("S", VAR_FLOAT, 1, std::string_view("\x0F\x80", 2));  // keeps all_samples 1 to 4
   std::int64_t count = 0, row_bytes = 0;
   for (const char* selection : {"None", "S"}) {
     bound numbers("V", selection), texts("T", selection), bits("S", selection);

@@ -17,7 +17,7 @@ const std::string help = usage +
                          " -port port_number : Starts server on the given port.\n"
                          " -multi[session]   : Create a new process for each session\n";
 
-const std::string version = "QRDserver " QRD_VERSION ", protocol 1300030\n";
+const std::string version_line = "QRDserver " QRD_VERSION ", protocol 1300030\n";
 
 // No server can listen there, so that a start which gets that far fails without taking a port.
 const std::map<std::string, std::string> no_listening = {{"QRD_LISTEN_ADDRESS", "nowhere"}};
@@ -45,8 +45,8 @@ TEST(options, each_has_its_effect) {
       {{"-nothing", "-multisessionX", "-HELP", "--port", "-v", "-help"}, 0, help, ""},
       {{"--help"}, 0, help, ""},
       {{"-port", "12", "-h", "-port", "x"}, 0, help, ""},
-      {{"-version"}, 0, version, ""},
-      {{"-multi", "--version", "-help"}, 0, version, ""},
+      {{"-version"}, 0, version_line, ""},
+      {{"-multi", "--version", "-help"}, 0, version_line, ""},
       {{"-control", "x"}, 1, "", "QRDserver ERROR: Control Socket Port (x) should be a number.\n"},
       {{"-client_version", ""}, 1, "", "QRDserver ERROR: Client version () should be a number.\n"},
       {{"-control"}, 1, "", "QRDserver ERROR: Control Socket Port undefined.\n" + start_failed},

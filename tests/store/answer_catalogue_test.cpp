@@ -206,8 +206,8 @@ TEST_F(catalogue_requests, keep_comments) {
 }
 
 // A client of each side of every version at which the information requests change, and what it gets.
-struct client {
-  explicit client(int one)
+struct asking_client {
+  explicit asking_client(int one)
       : version(one),
         cores(one >= 900000),
         line_name(one >= 1300030),
@@ -235,7 +235,7 @@ struct file_answer {
   std::string line_name = "None";
   std::vector<int> fault_fields = {0, 0, 0, 0, 0, 0, 0};
 
-  bytes bytes_of(const client& to) const {
+  bytes bytes_of(const asking_client& to) const {
     bytes b = bytes("SFILEINFO").i32(organisation).text(link).i32(faults, polygons, dimension).i64(samples);
     b.i32(lines).f64(grid).i32(nodes).i32(rotated).f64(angles).text(names);
     if (to.cores) b.text(cores);
@@ -258,7 +258,7 @@ struct information : catalogue_requests {
   }
   void expect_file(file_answer expected, int new_organisation, int old_organisation) {
     for (const int version : clients) {
-      const client to(version);
+      const asking_client to(version);
       connection.client_version = to.version;
       expected.organisation = to.cores ? new_organisation : old_organisation;
       EXPECT_EQ(ask("CFILEINFO"), expected.bytes_of(to)) << to.version;
@@ -384,7 +384,7 @@ struct variable_answer {
   std::string unit_name = "", symbol = "", comment = "";
   int has_unit = 0;
 
-  bytes bytes_of(const client& to) const {
+  bytes bytes_of(const asking_client& to) const {
     bytes b = bytes("SVARINFO").i32(type, bits, characters, implicit, indices);
     b.text(unit_name.substr(0, to.old ? 5 : 10));
     if (to.comment) b.text(comment);
@@ -405,7 +405,7 @@ struct variable_information : information {
     set_current_variable(name);
     for (const int version : clients) {
       connection.client_version = version;
-      EXPECT_EQ(ask("CVARINFO"), expected.bytes_of(client(version))) << name << " " << version;
+      EXPECT_EQ(ask("CVARINFO"), expected.bytes_of(asking_client(version))) << name << " " << version;
       EXPECT_EQ(client_.status(), 0);
     }
   }

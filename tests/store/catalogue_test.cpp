@@ -9,15 +9,15 @@
 namespace qrd::test {
 namespace {
 
-using names = strings;
+using name_list = strings;
 
 constexpr char no_access[] =
     "WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY:\n\n         FILE SYSTEM ACCESS FAILED...\n\n\n";
 
-names variables_of_cores() {
+name_list variables_of_cores() {
   string_list list;
   EXPECT_EQ(qd_list_variables("Soil", "cores", 31, list), found::yes);
-  names result;
+  name_list result;
   for (std::int64_t i = 0; i < list.count(); ++i) result.emplace_back(list[i]);
   return result;
 }
@@ -66,7 +66,7 @@ struct catalogue : testing::Test {
 TEST_F(catalogue, tests_variables_with_and_without_their_index) {
   const struct {
     found without, with;
-    names all;
+    name_list all;
   } rows[] = {
       {found::yes, found::yes, {"zinc", "metal[xxxxx]", "metal[12]", "metal[00012]", "metal{copper}"}},
       {found::yes,
@@ -163,19 +163,19 @@ TEST_F(catalogue, lists_variables_with_a_role_in_their_order) {
     tree.add("DIRE.1/FILE.2/VARI." + std::to_string(++number),
              variable_fields{.name = "k" + std::to_string(kind), .kind = kind});
   }
-  names expected = {"k1",  "k3",  "k2",  "k7",  "k8", "k9", "k10", "k11", "k12",
-                    "k13", "k14", "k15", "k16", "k4", "k5", "k6",  "k0"};
+  name_list expected = {"k1",  "k3",  "k2",  "k7",  "k8", "k9", "k10", "k11", "k12",
+                        "k13", "k14", "k15", "k16", "k4", "k5", "k6",  "k0"};
   EXPECT_EQ(variables_of_cores(), expected);
   // Unknown roles have no place of their own, and of two with one role one has.
   tree.add("DIRE.1/FILE.2/VARI.50", variable_fields{.name = "a", .kind = 17});
   tree.add("DIRE.1/FILE.2/VARI.51", variable_fields{.name = "b", .kind = -1});
   tree.add("DIRE.1/FILE.2/VARI.52", variable_fields{.name = "z1", .kind = 1});
-  names listed = variables_of_cores();
+  name_list listed = variables_of_cores();
   ASSERT_EQ(listed.size(), 20U);
   bool first_is_later = listed[0] == "z1";
   EXPECT_EQ(listed[0], first_is_later ? "z1" : "k1");
-  names others = first_is_later ? names{"a", "b", "k0", "k1"} : names{"a", "b", "k0", "z1"};
-  EXPECT_EQ(names(listed.end() - 4, listed.end()), others);
+  name_list others = first_is_later ? name_list{"a", "b", "k0", "k1"} : name_list{"a", "b", "k0", "z1"};
+  EXPECT_EQ(name_list(listed.end() - 4, listed.end()), others);
 }
 
 TEST_F(catalogue, knows_the_formats_of_coordinates) {
