@@ -8,6 +8,7 @@
 #include "catalogue/qd_lookup.h"
 #include "disk/qd_records.h"
 #include "edit/qd_fault.h"
+#include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/length_factors.h"
