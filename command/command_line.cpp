@@ -131,6 +131,11 @@ void command_line::require_subcommand() const {
   of_.require_subcommand(1);
 }
 
+void command_line::takes_anything() const {
+  of_.allow_extras();
+  of_.fallthrough(false);
+}
+
 void command_line::callback(const std::function<void()>& act) const {
   of_.callback(act);
 }

@@ -50,6 +50,8 @@ class command_line {
   command_line add_subcommand(const std::string& name, const std::string& text) const;
   // One subcommand has to be given.
   void require_subcommand() const;
+  // Any words behind the name of the subcommand are right.
+  void takes_anything() const;
   // Called when the words are found to be right.
   void callback(const std::function<void()>& act) const;
 

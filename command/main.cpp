@@ -81,12 +81,8 @@ int main(int argc, char** argv) {
           add_object_commands(program, common);
           add_resource_commands(program, common);
           add_units_command(program, common);
-#ifdef QRD_WITH_VIEW
           add_view_command(program, common);
-#endif
-#ifdef QRD_WITH_PLOT
           add_plot_command(program, common);
-#endif
         },
         hidden, argc, argv);
     if (!problem.empty()) return complain(problem, bad_usage);

@@ -33,7 +33,7 @@ void add_resource_commands(const command_line& program,
 void add_change_commands(const command_line& program,
                          const common_options& common);  // append, set, comment, grid
 void add_units_command(const command_line& program, const common_options& common);  // units
-void add_view_command(const command_line& program, const common_options& common);  // view; where it was built
-void add_plot_command(const command_line& program, const common_options& common);  // plot; likewise
+void add_view_command(const command_line& program, const common_options& common);   // view
+void add_plot_command(const command_line& program, const common_options& common);   // plot
 
 }  // namespace qrd::command

@@ -29,6 +29,9 @@ for place in one two; do
     }
   done
   "$work/$place/bin/QRDserver" -version >/dev/null
+  # What qrd loads when it is needed is there: the complaint is of the database.
+  said=$("$work/$place/bin/qrd" --root "$work/none" view --no-browser 2>&1) && exit 1
+  case $said in *"Not built in"* | *"$work/none"*) ;; *) echo "$said" >&2; exit 1 ;; esac
 done
 
 touch "$work/two/lib/somebody-elses"
