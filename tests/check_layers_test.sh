@@ -1,5 +1,6 @@
 #!/bin/bash
-# check-layers finds every way of using a layer that may not be used, and nothing in a tree without one.
+# check-layers finds every way of using a layer that may not be used, and nothing in a tree without one. So does
+# check-fatal-ends beside it with headers that don't tell which functions may end the process.
 #
 #   check_layers_test.sh CHECK_LAYERS
 set -euo pipefail
@@ -80,5 +81,49 @@ expect 1 "A link to the header"
 make_tree
 echo 'inline int part() { return 3; }' >"$tree/src/low/part.inc"
 expect 1 "A file that is neither a source nor a header"
+
+# The comments above the declarations of ends(), passes(), errs() and a destructor.
+headers() {
+  printf '%b' "$2\nvoid ends();\n${3:+$3\n}void passes();\n${4:+$4\n}void errs();\nstruct owner {\n${5:+  $5\n}  ~owner();\n};\n" >"$tree/src/low/ends.h"
+  local status=0
+  "$(dirname "$check")/check-fatal-ends" "$tree/program" "$tree/src/low" >"$tree/output" 2>&1 || status=$?
+  if [ "$status $(wc -l <"$tree/output")" != "$1" ]; then
+    echo "Headers with \"$2\", \"$3\", \"$4\", \"$5\": status $status"
+    cat "$tree/output"
+    failures=$((failures + 1))
+  fi
+}
+
+if [ "$(uname -m)" = x86_64 ]; then
+  make_tree
+  rm "$tree"/src/low/low.*
+  cat >"$tree/program.cpp" <<'TEXT'
+namespace qrd {
+void qu_exit(int) {}
+void qu_fatal() { qu_exit(2); }
+void qu_fatal_number() { qu_fatal(); }
+void qu_misuse() { qu_exit(2); }
+void qu_misuse_number() { qu_misuse(); }
+void ends() { qu_fatal(); }
+void act(void (*what)()) { what(); }
+void passes() { act([] { ends(); }); }
+void errs() { qu_misuse_number(); }
+struct owner { ~owner(); };
+owner::~owner() { ends(); }
+}
+int main() {}
+TEXT
+  "$CXX" -std=c++20 -O0 "$tree/program.cpp" -o "$tree/program"
+  says='// It may. May end the process.'
+  headers "0 0" "$says" "" "\n" "$says"
+  headers "1 1" "$says" "" "\n" ""
+  headers "1 1" "$says" "// Another." "\n" "$says"
+  headers "1 1" "$says" "" "$says" "$says"
+  headers "1 3" "" "" "" ""
+  headers "0 0" "// May end the process, as may all that call it." "\n" "" ""
+  headers "1 1" "// May end the process, here and below.\n" "" "" ""
+  strip "$tree/program"
+  headers "1 1" "$says" "" "\n" "$says"
+fi
 
 exit $((failures > 0))

@@ -47,7 +47,7 @@ bool bears_its_name(const char* object_path, const char* file, const char* varia
 
 found qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text) {
   text.clear();
-  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_read", 1);
+  if (directory == nullptr || file == nullptr) qu_misuse_number("qd_comment_read", 1);
   path_text object_path;
   if (!find_object(directory, file, variable, "read", object_path)) return found::no;
 
@@ -62,7 +62,7 @@ found qd_comment_read(const char* directory, const char* file, const char* varia
 
 bool qd_comment_write(const char* directory, const char* file, const char* variable, int /*append*/,
                       const char* text) {
-  if (directory == nullptr || file == nullptr) qu_fatal_number("qd_comment_write", 1);
+  if (directory == nullptr || file == nullptr) qu_misuse_number("qd_comment_write", 1);
   path_text object_path;
   if (!find_object(directory, file, variable, "updated", object_path)) return false;
   const folder_lock lock(object_path);

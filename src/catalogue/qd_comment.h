@@ -7,7 +7,8 @@
 
 namespace qrd {
 
-// Without a comment or an object the text is empty. Null variable: the file's comment.
+// Without a comment or an object the text is empty. Null variable: the file's comment. REQUIRES: a directory
+// and a file, here and below.
 found qd_comment_read(const char* directory, const char* file, const char* variable, std::string& text);
 // The text always replaces the old one. False after a report if there is no such object, or if it can't be
 // written.

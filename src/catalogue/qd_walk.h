@@ -26,8 +26,7 @@ struct qd_directory_record {
 // The levels: how the entries of each are told from others on disk, and how they are read.
 struct directory_level {
   using record_type = qd_directory_record;
-  // DIRE. at the start. The same in another case is fatal: the tree was moved carelessly. May end the
-  // process.
+  // DIRE. at the start. The same in another case is fatal: the tree was moved carelessly.
   static bool is_entry(const char* parent, const char* entry);
   static object_state read(const char* path, record_type& record) {
     return qd_directory_descriptor_read(path, record.name);

@@ -150,7 +150,7 @@ qd_macro_descr* qd_macro_descr_read(const char* variable_path, object_state* sta
 
 object_state qd_macro_descr_write(const char* variable_path, const qd_macro_descr& descriptor) {
   std::int64_t alpha_count = descriptor.alpha_indices.count();
-  if (!is_alpha_count(alpha_count, descriptor.slot_count())) qu_fatal_number("qd_macro_descr_write", 1);
+  if (!is_alpha_count(alpha_count, descriptor.slot_count())) qu_misuse_number("qd_macro_descr_write", 1);
   path_text path;
   qu_path_join(path, {variable_path, path_separator, macro_file_name});
   const auto write = [&](XDR* xdr) { return write_descriptor(xdr, descriptor, alpha_count); };
@@ -169,7 +169,7 @@ bool qd_macro_name_generic(name_text& name) {
   if (!split_name(name, index)) return false;
   // Position 43 is let through, though one character is then cut: no object has such a name.
   if (index.position + std::strlen(generic_index) + 1 >= name_size)
-    qu_fatal("qd_macro_name_generic: the name is already too long");
+    qu_misuse("qd_macro_name_generic: the name is already too long");
   name[index.position] = '\0';
   name_text stem;
   std::memcpy(stem, name, sizeof stem);

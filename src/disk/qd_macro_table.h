@@ -61,8 +61,8 @@ inline bool qd_macro_names_column(const char* name) {
   const index_form form = qd_macro_name_kind(name);
   return form == index_form::number || form == index_form::text;
 }
-// Makes stem[12] and stem{gold} into stem[xxxxx]; true if changed. A bracket at position 43 gives a
-// name that no object has, one behind it is fatal. May end the process.
+// Makes stem[12] and stem{gold} into stem[xxxxx]; true if changed. A bracket at position 43 gives a name that
+// no object has. REQUIRES: none behind it.
 bool qd_macro_name_generic(name_text& name);
 // The number of a square-bracket name, -1 for xxxxx, 0 if it is not one.
 std::int64_t qd_macro_name_indice(const char* name);

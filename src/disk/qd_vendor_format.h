@@ -45,9 +45,11 @@ bool qd_vendor_data_set_type(vendor_attribute& attribute, std::int32_t type);
 // What reading came to: a damaged array or text spoils the bag, anything else is its caller's to judge.
 enum class [[nodiscard]] decoding{done, spoilt, corrupted};
 
-// The name and version of a bag; all of one. A type that doesn't exist is fatal. May end the process.
+// The name and version of a bag; false if they can't be read.
 bool qd_vendor_bag_head_read(XDR* xdr, vendor_data& bag);
+// All of a bag. A type that doesn't exist is fatal. May end the process.
 decoding qd_vendor_bag_read(XDR* xdr, vendor_data& bag);
+// False if it can't be written.
 bool qd_vendor_bag_write(XDR* xdr, vendor_data& bag);
 
 }  // namespace qrd

@@ -44,10 +44,12 @@ struct color_scale {
   qd_format_record unit;
 };
 
+// A damaged scale in the study is fatal, and so is a folder of scales or palettes that can't be listed. May
+// end the process, here and below.
+
 // Sets the defaults; with `white` the colours are 255 instead of 0.
 void qu_cscale_init(color_scale& scale, bool white, const char* name, const char* palette_name);
-// Looks for a scale, and gives its path. Unclear: too many files are open. A damaged scale in the study is
-// fatal, here and below. May end the process.
+// Looks for a scale, and gives its path. Unclear: too many files are open.
 found qu_cscale_test(const char* name, path_text& path);
 // Fills an empty list with all names, sorted. False if one can't be read now.
 [[nodiscard]] bool qu_cscale_get_list(string_list& list);

@@ -22,6 +22,8 @@ struct palette_colours {
   std::array<std::int32_t, palette_maximum> red{}, green{}, blue{};
 };
 
+// A folder of palettes that can't be listed is fatal. May end the process, here and below.
+
 enum class [[nodiscard]] palette_writing{
     done,
     not_created,  // the name is "None" or taken, or no file can be made

@@ -29,11 +29,12 @@ enum class [[nodiscard]] study_fitness{usable,
 
 // A missing one is made anew.
 study_fitness qu_study_descriptor_read(bool report, const char* name, const char* path, study_record* record);
-// The version written is always PROGRAM_VERSION. What can't be written leaves the old descriptor: the first
-// form may end the process, if the file can't even be opened; the second gives false.
+// The version written is always PROGRAM_VERSION. What can't be written leaves the old descriptor; one that
+// can't even be opened is fatal. May end the process.
 void qu_study_descriptor_write(const char* path, study_record* record);
+// The same, but false where it can't be written.
 [[nodiscard]] bool qu_study_descriptor_write_n(const char* path, study_record* record);
-
+// Writes into the open study's descriptor that it holds counters beyond 32 bits, unless it says so.
 void qu_study_mark_64bit();
 
 }  // namespace qrd

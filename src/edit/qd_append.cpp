@@ -341,7 +341,7 @@ void report_no_room(const qd_file_record& record, const char* directory, const c
 // Fatal numbers: 10 less than one sample; 25 (of st_append_sample on the console) a grid.
 bool qd_append_sample(const char* directory, const char* file, std::int64_t samples,
                       const sample_filler& fill, std::optional<std::int64_t> organisation) {
-  if (samples < 1) qu_fatal_number("qd_append_sample", 10);
+  if (samples < 1) qu_misuse_number("qd_append_sample", 10);
   if (qu_test_open_file(2) == 0) {
     qu_message("WARNING: TOO MANY FILES OPEN SIMULTANEOUSLY");
     qu_message("         SAMPLES CREATION FAILED...\n");
@@ -350,7 +350,7 @@ bool qd_append_sample(const char* directory, const char* file, std::int64_t samp
   path_text path;
   qd_file_record record;
   if (qd_find_file(directory, file, path, record) != found::yes) return false;
-  if (record.organisation == ORG_GRID) qu_fatal_number("st_append_sample", 25);
+  if (record.organisation == ORG_GRID) qu_misuse_number("st_append_sample", 25);
   const folder_lock lock(path);
   if (!lock) {
     report_refusal("THE FILE IS IN USE BY ANOTHER SERVER, OR IS NO MORE", directory, file);

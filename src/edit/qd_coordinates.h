@@ -27,7 +27,7 @@ class prepared_coordinates {
   }
 
   // Creates those of the tables, for the axes of a file, that are missing there. Null, or the name that can't
-  // be created. REQUIRES: the file is locked until the end of this object.
+  // be created. REQUIRES: the file is locked until the end of this object. May end the process.
   const char* create(const char* directory, const char* file, const locked_file& locked,
                      std::initializer_list<std::span<const builtin_variable, 3>> tables,
                      std::int64_t dimension);

@@ -34,7 +34,7 @@ struct file_content {
 bool qd_set_sample_count(std::int64_t sample_count, qd_file_record& record);
 
 // Makes the folder of the variable with that number, with its samples, in a file that nobody sees yet. False
-// if it can't be written. REQUIRES: a value for each sample of the record.
+// if it can't be written. REQUIRES: a value for each sample of the record. May end the process.
 bool qd_write_initial_samples(const char* file_path, const qd_file_record& record, std::size_t number,
                               const initial_samples& initial);
 

@@ -239,7 +239,7 @@ bool qd_create_file(const char* directory, const char* name, std::int64_t organi
     return false;
   }
   if (organisation != ORG_POINTS && organisation != ORG_GRID && !is_lines(organisation))
-    qu_fatal_number("qd_create_file", 35);
+    qu_misuse_number("qd_create_file", 35);
 
   qd_file_record record = empty_file_record(name, organisation, dimension);
   if (organisation == ORG_GRID && !set_grid(grid != nullptr ? *grid : qd_grid_record(), record)) return false;

@@ -66,7 +66,7 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
     qu_message(" **Bad Variable Name= >>>%s<<<\n\n\n", name);
     return false;
   }
-  if (!is_bit_length(type, kind, bit_length)) qu_fatal_number(function, 6);
+  if (!is_bit_length(type, kind, bit_length)) qu_misuse_number(function, 6);
   qd_format_record wanted;
   if (format != nullptr) {
     wanted = *format;
@@ -85,10 +85,10 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
   qd_variable_record record = qd_new_variable_record(file_record.organisation, name, type, kind, bit_length,
                                                      format != nullptr ? &wanted : nullptr);
   bool is_coordinate = kind >= KIND_X && kind <= KIND_Z_END;
-  if (is_coordinate && units.kept && record.format.length_flag == 0) qu_fatal_number(function, 40);
+  if (is_coordinate && units.kept && record.format.length_flag == 0) qu_misuse_number(function, 40);
   std::int64_t filled = qd_is_computed(file_record.organisation, kind) ? 0 : file_record.allocated_samples;
   if (filled > 0 && record.type != VAR_CHAR && !is_numeric_bit_length(bit_length))
-    qu_fatal_number(function, 48);
+    qu_misuse_number(function, 48);
 
   prepared_object folder(file_path);
   placement placed = placement::failed;
@@ -139,9 +139,9 @@ bool qd_create_variable(const char* directory, const char* file, const char* nam
 // once. The number 30 is left out: a folder that can't be deleted is a refusal.
 qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
   constexpr char function[] = "qd_delete_variable";
-  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
+  if (handle.entry < 1 || handle.entry > table_slots) qu_misuse_number(function, 10);
   qd_selected_entry* entry = qd_entry(handle.entry);
-  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 20);
   if (entry->stream != nullptr) {
     bool closed = std::fclose(entry->stream) == 0;
     entry->stream = nullptr;
@@ -154,7 +154,7 @@ qd_variable_handle qd_delete_variable(const qd_variable_handle& handle) {
         return is_variable_of(*entry, record);
       }))
     return handle;
-  if (entry->reference_count > 1) qu_fatal_number(function, 60);
+  if (entry->reference_count > 1) qu_misuse_number(function, 60);
   return qd_variable_deselect(handle);
 }
 

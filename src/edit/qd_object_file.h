@@ -38,7 +38,7 @@ struct object_variables {
 
 // Makes a points file with a sample for each object, and with the generated variables if there is one.
 // `companion` writes the geometry into the folder; the file appears in the catalogue with all this, or not at
-// all. A missing directory is made. False after a failure, which leaves nothing.
+// all. A missing directory is made. False after a failure, which leaves nothing. May end the process.
 [[nodiscard]] bool qd_object_file_new(const char* directory, const char* file,
                                       const object_variables& variables, const object_samples& samples,
                                       const std::function<bool(const char* folder)>& companion);

@@ -26,6 +26,7 @@ geometry qd_polygon_info(const char* directory, const char* file, const char* se
 geometry qd_polygon_read(const char* directory, const char* file, const char* selection, bool temporary,
                          std::unique_ptr<polygon_system>& system);
 // Makes a file with its polygons; no other may have its name. False after a failure, which leaves nothing.
+// May end the process.
 [[nodiscard]] bool qd_polygon_new(const char* directory, const char* file, polygon_system& system);
 // Removes the polygons and, unless `temporary`, the points file.
 void qd_polygon_delete(const char* directory, const char* file, bool temporary);

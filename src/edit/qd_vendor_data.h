@@ -17,8 +17,9 @@ struct vendor_owner {
   const char* variable = nullptr;
 };
 
-// No also without an owner; unreadable also when too many files are open. A damaged bag in the folder is
-// fatal, here and below. May end the process.
+// A damaged bag in the folder is fatal. May end the process, here and below.
+
+// No also without an owner; unreadable also when too many files are open.
 found qd_vendor_data_version(const char* name, const vendor_owner& owner, std::int64_t& version);
 // Unreadable also when the decoding fails, which is told.
 found qd_vendor_data_read(vendor_data& bag, const vendor_owner& owner, const char* name);

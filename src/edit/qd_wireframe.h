@@ -18,6 +18,7 @@ struct wireframe_info {
 };
 
 // Makes a file with its wireframes; no other may have its name. False after a failure, which leaves nothing.
+// May end the process.
 [[nodiscard]] bool qd_wireframe_write(const char* directory, const char* file, wireframe& root);
 // What is damaged is moved aside.
 geometry qd_wireframe_read(const char* directory, const char* file, const char* selection,

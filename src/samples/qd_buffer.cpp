@@ -64,10 +64,10 @@ bool _qd_file_read_float_buffer(std::int64_t entry_id, std::int64_t first, std::
                                 void* destination) {
   constexpr char function[] = "_qd_file_read_float_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
-  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 20);
   // Nothing is stored; a damaged descriptor may say both.
   if (entry->implicit != 0) return false;
-  if (entry->stream == nullptr) qu_fatal_number(function, 20);
+  if (entry->stream == nullptr) qu_misuse_number(function, 20);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
 
@@ -85,9 +85,9 @@ bool _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::i
                                unsigned char* destination) {
   constexpr char function[] = "_qd_file_read_char_buffer";
   const qd_selected_entry* entry = qd_entry(entry_id);
-  if (entry == nullptr) qu_fatal_number(function, 10);
-  if (entry->implicit != 0) qu_fatal_number(function, 15);
-  if (entry->stream == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 10);
+  if (entry->implicit != 0) qu_misuse_number(function, 15);
+  if (entry->stream == nullptr) qu_misuse_number(function, 20);
   auto wanted = static_cast<std::size_t>(_qd_file_byte_count(first, last, entry->bit_length));
   if (!seek(*entry, first) || std::fread(destination, 1, wanted, entry->stream) != wanted)
     return failed(*entry, "read");
@@ -97,7 +97,7 @@ bool _qd_file_read_char_buffer(std::int64_t entry_id, std::int64_t first, std::i
 bool _qd_file_write_float_buffer(std::int64_t entry_id, std::int64_t first, std::int64_t last, void* stored) {
   constexpr char function[] = "_qd_file_write_float_buffer";
   qd_selected_entry* entry = qd_entry(entry_id);
-  if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr) qu_fatal_number(function, 5);
+  if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr) qu_misuse_number(function, 5);
   std::int64_t bit_length = entry->bit_length;
   qd_require_numeric(bit_length);
 
@@ -120,7 +120,7 @@ bool qd_write_padded_texts(std::int64_t entry_id, std::int64_t first, std::int64
                            const unsigned char* texts) {
   qd_selected_entry* entry = qd_entry(entry_id);
   if (entry == nullptr || entry->implicit != 0 || entry->stream == nullptr)
-    qu_fatal_number("_qd_file_write_char_buffer", 5);
+    qu_misuse_number("_qd_file_write_char_buffer", 5);
   if (!seek(*entry, first) ||
       !write(entry->stream, texts, _qd_file_byte_count(first, last, entry->bit_length)))
     return failed(*entry, "write");

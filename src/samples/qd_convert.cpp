@@ -149,7 +149,7 @@ unsigned bits_at(const unsigned char* source, std::int64_t position, int count) 
 }  // namespace
 
 void qd_require_numeric(std::int64_t bit_length) {
-  if (!is_numeric_bit_length(bit_length)) qu_fatal_number("_qd_file_decode", 10);
+  if (!is_numeric_bit_length(bit_length)) qu_misuse_number("_qd_file_decode", 10);
 }
 
 void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,

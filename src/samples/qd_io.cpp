@@ -39,12 +39,12 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles) {
   constexpr char function[] = "qd_set_io";
   int slot = first_free_slot(sample_tables.io, function, 10);
-  if (count <= 0) qu_fatal_number(function, 11);
+  if (count <= 0) qu_misuse_number(function, 11);
 
   const qd_selected_entry* reference = qd_entry(handles[0].entry);
   for (std::int64_t v = 0; v < count; ++v) {
     const qd_selected_entry* entry = qd_entry(handles[v].entry);
-    if (entry == nullptr || !qd_can_be_bound(handles[v])) qu_fatal_number(function, 15);
+    if (entry == nullptr || !qd_can_be_bound(handles[v])) qu_misuse_number(function, 15);
     // A file of the same name may have taken the place of the first between two selections.
     if (std::strcmp(entry->file_path, reference->file_path) != 0 ||
         (entry->type == VAR_CHAR) != (reference->type == VAR_CHAR))
@@ -52,9 +52,9 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
   }
   if (selection.entry != 0) {
     const qd_selected_entry* entry = qd_entry(selection.entry);
-    if (entry == nullptr) qu_fatal_number(function, 15);
+    if (entry == nullptr) qu_misuse_number(function, 15);
     if (std::strcmp(entry->file_path, reference->file_path) != 0) return 0;
-    if (selection.macro_slot == -1) qu_fatal_number(function, 30);
+    if (selection.macro_slot == -1) qu_misuse_number(function, 30);
   }
 
   auto* io = new qd_io;
@@ -72,7 +72,7 @@ std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
 }
 
 qd_io& qd_io_of(const char* function, std::int64_t io) {
-  if (io < 1 || io > table_slots || sample_tables.io[io - 1] == nullptr) qu_fatal_number(function, 10);
+  if (io < 1 || io > table_slots || sample_tables.io[io - 1] == nullptr) qu_misuse_number(function, 10);
   return *sample_tables.io[io - 1];
 }
 
@@ -95,7 +95,7 @@ bool qd_set_macro_indices_in_io(std::int64_t io, std::int64_t index) {
     if (record.macro_generic[v] == 0) continue;
     any_generic = true;
     const qd_selected_entry* entry = qd_entry(record.variables[v]);
-    if (entry == nullptr) qu_fatal_number(function, 10);
+    if (entry == nullptr) qu_misuse_number(function, 10);
     macro_descriptor descriptor(qd_macro_descr_read(entry->variable_path));
     std::int64_t slot = descriptor ? descriptor->slot_of(index) : -1;
     if (slot < 0) return false;

@@ -22,10 +22,11 @@ bool qd_can_be_bound(const qd_variable_handle& handle);
 // Whether a variable can be bound together with a selection, or with the empty handle: both were selected in
 // one file, of one length. A family of selections without an index selects nothing.
 bool qd_can_be_bound(const qd_variable_handle& selection, const qd_variable_handle& variable);
-// An io id, or 0 unless all variables belong to one file and are all text or all not.
+// An io id, or 0 unless all variables belong to one file and are all text or all not. REQUIRES: at least one
+// variable, each selected, and all can be bound.
 std::int64_t qd_set_io(const qd_variable_handle& selection, std::int64_t count,
                        const qd_variable_handle* handles);
-// The record of an id; fatal in the name of `function` (number 10) if there is none. May end the process.
+// The record of an id. REQUIRES: there is one; else the software error 10 of `function`.
 qd_io& qd_io_of(const char* function, std::int64_t io);
 // 0; harmless on 0. Releases the scratch buffers too.
 std::int64_t qd_free_io(std::int64_t io);

@@ -39,7 +39,7 @@ double unit_factor_of(const qd_variable_record& record, unit_choice choice) {
     case UNIT_DISTANCE:
       return record.format.length_flag != 0 ? units.distance.factor : 1.0;
   }
-  qu_fatal_number(select_function, 50);
+  qu_misuse_number(select_function, 50);
 }
 
 // Finds a variable under its exact name or, for a name with an index, under the generic one; one walk

@@ -62,7 +62,7 @@ bool load_mask(const range_transfer& range, const unsigned char*& mask) {
 range_transfer whole_columns(const char* function, std::int64_t io) {
   range_transfer range(function, io);
   for (std::int64_t v = 0; v < range.variable_count(); ++v)
-    if (range.entry(v).bit_length != 1) qu_fatal_number(function, 30);
+    if (range.entry(v).bit_length != 1) qu_misuse_number(function, 30);
   return range;
 }
 

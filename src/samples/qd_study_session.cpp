@@ -32,9 +32,9 @@ void qd_end(int strict) {
     qd_deselect_all();
   } else {
     for (const qd_selected_entry* entry : sample_tables.selected)
-      if (entry != nullptr) qu_fatal(" WARNING: A Variable is not deselected...");
+      if (entry != nullptr) qu_misuse(" WARNING: A Variable is not deselected...");
   }
-  if (store.lock_taken == 0) qu_fatal_number("qd_end", 7);
+  if (store.lock_taken == 0) qu_misuse_number("qd_end", 7);
   qd_unlock();
 }
 

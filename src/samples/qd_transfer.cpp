@@ -17,13 +17,13 @@ namespace {
 
 qd_io& filled_io(const char* function, std::int64_t id) {
   qd_io& io = qd_io_of(function, id);
-  if (io.variables.empty()) qu_fatal_number(function, 20);
+  if (io.variables.empty()) qu_misuse_number(function, 20);
   return io;
 }
 
 std::int64_t samples_of(const char* function, const qd_io& io) {
   const qd_selected_entry* entry = qd_entry(io.variables[0]);
-  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 20);
   return entry->sample_count;
 }
 
@@ -52,7 +52,7 @@ range_transfer::range_transfer(const char* function, std::int64_t io_id, std::in
 
 const qd_selected_entry& range_transfer::entry(std::int64_t variable) const {
   const qd_selected_entry* entry = qd_entry(id(variable));
-  if (entry == nullptr) qu_fatal_number("qd_set_io", 15);
+  if (entry == nullptr) qu_misuse_number("qd_set_io", 15);
   return *entry;
 }
 

@@ -10,7 +10,7 @@
 
 namespace qrd {
 
-// A bit length that no numeric variable has is fatal. May end the process.
+// Tests a precondition. REQUIRES: the bit length of a numeric variable.
 void qd_require_numeric(std::int64_t bit_length);
 // Stores one value into its place of a block of stored samples that begins with the sample `first`.
 void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std::int64_t bit_length,
@@ -21,8 +21,8 @@ void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width);
 [[nodiscard]] bool qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
                                          const unsigned char* texts);
 
-// The io record of a range operation, with what is the same for all its variables. Wrong ids and an
-// empty record are fatal for `function`. May end the process.
+// The io record of a range operation, with what is the same for all its variables. REQUIRES: there is one of
+// that id, with a variable; else a software error of `function`.
 struct range_transfer {
   range_transfer(const char* function, std::int64_t io);
   // The same for a range. One outside the file isn't addressable: another server may have replaced the file

@@ -48,9 +48,9 @@ qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle) {
   constexpr char function[] = "qd_variable_deselect";
   const qd_variable_handle empty;
   if (handle.entry == empty.entry) return empty;
-  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
+  if (handle.entry < 1 || handle.entry > table_slots) qu_misuse_number(function, 10);
   qd_selected_entry*& entry = sample_tables.selected[handle.entry - 1];
-  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 20);
   if (entry->reference_count >= 2) {
     --entry->reference_count;
   } else {
@@ -86,9 +86,9 @@ bool qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
   constexpr char function[] = "qd_info_var_ident";
   info = qd_var_info();
   if (!qd_two_files_available()) return false;
-  if (handle.entry < 1 || handle.entry > table_slots) qu_fatal_number(function, 10);
+  if (handle.entry < 1 || handle.entry > table_slots) qu_misuse_number(function, 10);
   const qd_selected_entry* entry = sample_tables.selected[handle.entry - 1];
-  if (entry == nullptr) qu_fatal_number(function, 20);
+  if (entry == nullptr) qu_misuse_number(function, 20);
 
   // The numbers 30 and 40 are left out: what another server has deleted or damaged since the selection is
   // nobody's mistake.

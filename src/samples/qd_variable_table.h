@@ -62,20 +62,21 @@ void qd_data_path(const char* variable_path, path_text& path);
 bool qd_is_in_place(const qd_selected_entry& entry);
 // The open entry of a variable folder, or null.
 qd_selected_entry* qd_selected_find(const char* variable_path);
-// The empty handle; harmless on an empty one.
+// The empty handle; harmless on an empty one. REQUIRES: any other is of a selected variable.
 qd_variable_handle qd_variable_deselect(const qd_variable_handle& handle);
-// Closes and frees an entry (not its slot): false for a null pointer and for a failed close that isn't fatal.
+// Closes and frees an entry (not its slot): false for a null pointer and for a failed close, unless that is
+// to be fatal. May end the process, as may all that call it.
 bool _qd_tab_selected_entry_free(qd_selected_entry* entry, bool fatal_close);
 // Releases every entry, whatever its count.
 void qd_deselect_all();
 // What the catalogue tells of a selected variable: false if it can't be found or read, or too many files
-// are open.
+// are open. REQUIRES: it is selected.
 [[nodiscard]] bool qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info);
-// The first free place of a table; `full` is the number of the fatal end where there is none.
+// The first free place of a table. REQUIRES: there is one; else the software error `full` of `function`.
 template <typename T>
 int first_free_slot(T* const (&table)[table_slots], const char* function, int full) {
   auto slot = std::find(std::begin(table), std::end(table), nullptr);
-  if (slot == std::end(table)) qu_fatal_number(function, full);
+  if (slot == std::end(table)) qu_misuse_number(function, full);
   return static_cast<int>(slot - std::begin(table));
 }
 

@@ -54,7 +54,7 @@ class directory_listing {
   qu_dir* directory_;
 };
 
-// Fatal: a catalogue entry whose name holds lower-case letters.
+// Fatal: a catalogue entry whose name holds lower-case letters. May end the process, as may all that call it.
 [[noreturn]] void qu_lower_case_directory(const char* path, const char* name);
 
 }  // namespace qrd

@@ -35,8 +35,9 @@ enum file_mode : int {
 bool qu_is_valid_path(const char* path);
 
 // A stream, close-on-exec; directories, pipes and devices don't open (EISDIR, EINVAL), and nothing waits for
-// them. The _f form ends the process on failure, the _n form gives null, and errno tells why.
+// them. A failure is fatal. May end the process.
 std::FILE* qu_file_open_f(const char* path, file_mode mode);
+// The same, but null on failure, and errno tells why.
 std::FILE* qu_file_open_n(const char* path, file_mode mode);
 
 // True if an opening, or another call by a path, failed with this errno because another process has taken
@@ -93,7 +94,8 @@ bool qu_file_readable(const char* path);
 // Anything of that name that access() finds readable, directories included.
 bool qu_path_readable(const char* path);
 
-// 1 if `count` (at most 512) more files can be open at once.
+// 1 if `count` (at most 512) more files can be open at once. A file of the store that can't be opened for
+// another reason is fatal. May end the process, as may all that call it.
 int qu_test_open_file(int count);
 // The report that they can't: `failed` says in capitals what fails by that, `before` stands in front.
 void qu_report_too_many_files(const char* failed, const char* before = "");

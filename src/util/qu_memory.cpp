@@ -39,7 +39,6 @@ struct caller {
   const char* operation;
   const char* file;
   std::int64_t line;
-  bool fatal;
 };
 
 double megabytes(std::uint64_t size) {
@@ -83,20 +82,18 @@ bool product_overflows(std::uint64_t size, std::int64_t count) {
 
 void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
   if (count < 0)
-    qu_fatal("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
-             from.line);
+    qu_misuse("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+              from.line);
   if (product_overflows(size, count)) {
     size_report(from, size, count);
-    if (from.fatal) qu_fatal_number(from.operation, 1);
     return nullptr;
   }
   std::uint64_t total = size * static_cast<std::uint64_t>(count);
-  if (total == 0) qu_fatal("%s, length = 0 (%s:%" PRId64 ")", from.operation, from.file, from.line);
+  if (total == 0) qu_misuse("%s, length = 0 (%s:%" PRId64 ")", from.operation, from.file, from.line);
 
   void* block = std::malloc(total);
   if (block == nullptr) {
     system_report(from, total);
-    if (from.fatal) qu_fatal_number(from.operation, 20);
     return nullptr;
   }
   checked_memory.in_use += total;
@@ -107,31 +104,27 @@ void* allocate(const caller& from, std::uint64_t size, std::int64_t count) {
 void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64_t old_count,
                  std::int64_t new_count) {
   if (old_count < 0)
-    qu_fatal("%s, old_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
-             from.line);
+    qu_misuse("%s, old_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+              from.line);
   if (new_count < 0)
-    qu_fatal("%s, new_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
-             from.line);
-  if (block == nullptr)
-    return from.fatal ? qu_mem_alloc_fn(from.file, from.line, size, new_count)
-                      : qu_mem_alloc_nn(from.file, from.line, size, new_count);
+    qu_misuse("%s, new_number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+              from.line);
+  if (block == nullptr) return qu_mem_alloc_nn(from.file, from.line, size, new_count);
   if (old_count == new_count) return block;
-  if (size == 0 || new_count < 1) qu_fatal_number(from.operation, 1);
+  if (size == 0 || new_count < 1) qu_misuse_number(from.operation, 1);
   if (product_overflows(size, new_count)) {
     size_report(from, size, new_count);
-    if (from.fatal) qu_fatal_number(from.operation, 10);
     return nullptr;
   }
   std::uint64_t old_size = size * static_cast<std::uint64_t>(old_count);
   std::uint64_t new_size = size * static_cast<std::uint64_t>(new_count);
   std::uint64_t difference = new_size > old_size ? new_size - old_size : old_size - new_size;
   if (new_size < old_size && difference > checked_memory.in_use)
-    qu_fatal("%s: You deallocate more memory than allocated", from.operation);
+    qu_misuse("%s: You deallocate more memory than allocated", from.operation);
 
   void* moved = std::realloc(block, new_size);
   if (moved == nullptr) {
     system_report(from, difference);
-    if (from.fatal) qu_fatal_number(from.operation, 4);
     std::free(block);
     checked_memory.in_use -= old_size;
     return nullptr;
@@ -143,14 +136,14 @@ void* reallocate(const caller& from, void* block, std::uint64_t size, std::int64
 void* release(const caller& from, void* block, std::uint64_t size, std::int64_t count) {
   if (block == nullptr) return nullptr;
   if (count < 0)
-    qu_fatal("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
-             from.line);
+    qu_misuse("%s, number_of_elements is a negative value\n(%s:%" PRId64 ")", from.operation, from.file,
+              from.line);
   std::uint64_t total = size * static_cast<std::uint64_t>(count);
   if (total == 0)
-    qu_fatal("Illegal call to: %s, length =%" PRIu64 " (%s:%" PRId64 ")", from.operation, total, from.file,
-             from.line);
+    qu_misuse("Illegal call to: %s, length =%" PRIu64 " (%s:%" PRId64 ")", from.operation, total, from.file,
+              from.line);
   if (total > checked_memory.in_use)
-    qu_fatal("%s: length > UV_MEM_SIZE (%s:%" PRId64 ")", from.operation, from.file, from.line);
+    qu_misuse("%s: length > UV_MEM_SIZE (%s:%" PRId64 ")", from.operation, from.file, from.line);
   checked_memory.in_use -= total;
   std::free(block);
   return nullptr;
@@ -169,31 +162,39 @@ void qu_expect_filling(void* block, std::uint64_t size) {
 }
 
 void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count) {
-  return allocate({"qu_mem_alloc_nn", file, line, false}, size, count);
+  return allocate({"qu_mem_alloc_nn", file, line}, size, count);
 }
 
 void* qu_mem_alloc_fn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count) {
-  return allocate({"qu_mem_alloc_fn", file, line, true}, size, count);
+  constexpr char function[] = "qu_mem_alloc_fn";
+  void* block = allocate({function, file, line}, size, count);
+  if (block == nullptr) qu_fatal_number(function, product_overflows(size, count) ? 1 : 20);
+  return block;
 }
 
 void* qu_mem_realloc_nn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                         std::int64_t old_count, std::int64_t new_count) {
-  return reallocate({"qu_mem_realloc_nn", file, line, false}, block, size, old_count, new_count);
+  return reallocate({"qu_mem_realloc_nn", file, line}, block, size, old_count, new_count);
 }
 
 void* qu_mem_realloc_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                         std::int64_t old_count, std::int64_t new_count) {
-  return reallocate({"qu_mem_realloc_fn", file, line, true}, block, size, old_count, new_count);
+  constexpr char function[] = "qu_mem_realloc_fn";
+  if (block == nullptr && old_count >= 0 && new_count >= 0)
+    return qu_mem_alloc_fn(file, line, size, new_count);
+  void* moved = reallocate({function, file, line}, block, size, old_count, new_count);
+  if (moved == nullptr) qu_fatal_number(function, product_overflows(size, new_count) ? 10 : 4);
+  return moved;
 }
 
 void* qu_mem_free_nn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                      std::int64_t count) {
-  return release({"qu_mem_free_nn", file, line, false}, block, size, count);
+  return release({"qu_mem_free_nn", file, line}, block, size, count);
 }
 
 void* qu_mem_free_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                      std::int64_t count) {
-  return release({"qu_mem_free_fn", file, line, false}, block, size, count);
+  return release({"qu_mem_free_fn", file, line}, block, size, count);
 }
 
 }  // namespace qrd

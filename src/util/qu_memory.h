@@ -16,12 +16,15 @@ struct memory_account {
 };
 extern memory_account checked_memory;
 
-// A block of count * size bytes, not cleared. A negative count or a product of 0 is fatal.
+// A block of count * size bytes, not cleared. REQUIRES: a count that isn't negative, a product above 0, and
+// the true size of a block that is given back.
 void* qu_mem_alloc_nn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count);
+// May end the process, as may all that call it.
 void* qu_mem_alloc_fn(const char* file, std::int64_t line, std::uint64_t size, std::int64_t count);
-// A failed growth of the "n" form has released the block.
+// A failed growth has released the block.
 void* qu_mem_realloc_nn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                         std::int64_t old_count, std::int64_t new_count);
+// May end the process, as may all that call it.
 void* qu_mem_realloc_fn(const char* file, std::int64_t line, void* block, std::uint64_t size,
                         std::int64_t old_count, std::int64_t new_count);
 // Always null, for the caller to store back.

@@ -47,6 +47,17 @@ void print_as_format(const char* text) {
   }
 }
 
+constexpr char numbered_text[] = "Fatal Software Error No %d in function %s()\n";
+
+[[noreturn]] __attribute__((format(printf, 1, 0))) void end_with_text(const char* format, va_list arguments) {
+  char text[longest_message + 1];
+  std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  std::printf("\n\nFatal Software Error\n%s\n\n", text);
+  std::fflush(stdout);
+  qu_exit(2);
+}
+
 }  // namespace
 
 void qu_message(const char* format, ...) {
@@ -63,22 +74,27 @@ void qu_message(const char* format, ...) {
 }
 
 void qu_fatal(const char* format, ...) {
-  char text[longest_message + 1];
   va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  std::printf("\n\nFatal Software Error\n%s\n\n", text);
-  std::fflush(stdout);
-  qu_exit(2);
+  end_with_text(format, arguments);
 }
 
 void qu_fatal_number(const char* function, int number) {
-  qu_fatal("Fatal Software Error No %d in function %s()\n", number, function);
+  qu_fatal(numbered_text, number, function);
+}
+
+void qu_misuse(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  end_with_text(format, arguments);
+}
+
+void qu_misuse_number(const char* function, int number) {
+  qu_misuse(numbered_text, number, function);
 }
 
 const char* qu_strerror(int mode) {
-  if (mode != 1) qu_fatal("Programming Error: Call qu_strerror() with invalid mode");
+  if (mode != 1) qu_misuse("Programming Error: Call qu_strerror() with invalid mode");
   static char text[256];
   int number = errno;
   const char* known = std::strerror(number);

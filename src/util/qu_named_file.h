@@ -37,14 +37,14 @@ enum class [[nodiscard]] named_search{
 bool qu_named_file_room(int count);
 
 // Shows each file to `visit` until that gives true. Where they change meanwhile it may begin anew, after
-// `restart`. A damaged file ends the process.
+// `restart`. A damaged file is fatal. May end the process.
 named_search qu_named_file_scan(const char* folder, const named_file_kind& kind,
                                 const std::function<bool(named_file& file)>& visit,
                                 const std::function<void()>& restart = {});
-// The same for one name; the file on `found`.
+// The same for one name; the file on `found`. May end the process.
 named_search qu_named_file_find(const char* folder, const named_file_kind& kind, const char* name,
                                 named_file& file);
-// For one whose content could not be read: reports, and ends the process if it is damaged.
+// For one whose content could not be read: reports. A damaged one is fatal. May end the process.
 void qu_named_file_unread(const named_file_kind& kind, named_file& file);
 
 // Writes a file whole, in place of `old_path` (or null), at the lowest number that is free then; the old one

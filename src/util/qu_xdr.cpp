@@ -43,7 +43,7 @@ int qu_xdr_int(XDR* xdr, std::int64_t* value) {
     if (*value == missing_int64) {
       unit = missing_int32;
     } else {
-      if (!fits_32_bits(*value)) qu_fatal("Too big value for a 32bits integer");
+      if (!fits_32_bits(*value)) qu_misuse("Too big value for a 32bits integer");
       unit = static_cast<std::int32_t>(*value);
     }
     return xdr_int32_t(xdr, &unit);

@@ -36,8 +36,8 @@ class xdr_memory {
 
 // The operations give non-zero on success and serve both directions.
 
-// A 4-byte integer; missing_int64 in memory is missing_int32 on disk. Writing any other value beyond
-// 32 bits is fatal: "Too big value for a 32bits integer".
+// A 4-byte integer; missing_int64 in memory is missing_int32 on disk. REQUIRES: on writing, no other value
+// beyond 32 bits.
 int qu_xdr_int(XDR* xdr, std::int64_t* value);
 // An 8-byte integer. Writing a value beyond 32 bits calls hooks.mark_64bit first.
 int qu_xdr_long(XDR* xdr, std::int64_t* value);
