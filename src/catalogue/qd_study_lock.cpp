@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "disk/qd_records.h"
 #include "disk/store_state.h"
@@ -16,6 +17,7 @@
 #include "util/qu_file_replace.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
+#include "util/qu_sync.h"
 #include "util/qu_xdr.h"
 
 namespace qrd {
@@ -36,8 +38,11 @@ void study_lock_path(path_text& path) {
   qu_path_join(path, {store.study_path, path_separator, "LOCK"});
 }
 
-// False, with errno set, if it can't be written.
+// False, with errno set, if it can't be written. Every opening of the study writes it anew, so what a power
+// cut takes of it is missing to nobody, and nobody waits for the disk.
 bool write_data_descriptor(const char* path) {
+  std::optional<sync_pause> pause;
+  if (qu_durability() != durability::all) pause.emplace();
   replaced_file file(path, write_binary);
   if (!file) return false;
   xdr_stream stream(file.get(), XDR_ENCODE);
