@@ -35,6 +35,8 @@ for place in one two; do
 done
 
 touch "$work/two/lib/somebody-elses"
+# Where the Python package is built, it has been used.
+find "$work/two" -name __init__.py -execdir python3 -m compileall -q . ';'
 cmake --build "$build" --target uninstall >"$work/log"
 left=$(cd "$work" && find two | sort | tr '\n' ' ')
 [ "$left" = "two two/lib two/lib/somebody-elses " ] || { echo "left behind: $left" >&2; exit 1; }
