@@ -1,5 +1,6 @@
 """Connections, servers, threads, signals and the end of the interpreter."""
 
+import importlib.metadata
 import os
 import signal
 import subprocess
