@@ -48,6 +48,12 @@ def big(directory):
     return directory.create_grid("big", (2000, 2000), origin=(0, 0), mesh=(1, 1))
 
 
+def test_installers_know_the_package():
+    assert importlib.metadata.version("qrd") == qrd.__version__
+    optional = [f"{name} ; extra == 'all'" for name in ("pandas", "matplotlib", "shapely")]
+    assert importlib.metadata.requires("qrd") == ["numpy", *optional]
+
+
 def test_a_broken_connection_is_told_and_opened_again(db):
     cu = db["Holes/Drilling/cores"]["Cu"]
     before = cu[:]
