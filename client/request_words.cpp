@@ -8,7 +8,7 @@ struct request_words {
   std::string_view name;
   std::string_view words;
 };
-constexpr request_words known[] = {
+constexpr request_words known_requests[] = {
     {"CHELLO", "greeting"},
     {"CNEWSESS", "asking for a session"},
     {"CQRDDATA", "opening the database"},
@@ -97,7 +97,7 @@ constexpr request_words known[] = {
 }  // namespace
 
 std::string words_for_request(std::string_view name) {
-  for (const request_words& request : known)
+  for (const request_words& request : known_requests)
     if (request.name == name) return std::string(request.words);
   return "talking";
 }

@@ -20,7 +20,7 @@ using formats::text_table;
 
 constexpr std::string_view missing_words[] = {"NA", "N/A", "NaN", "null"};
 constexpr std::int32_t usual_bits = 64;
-constexpr double missing = std::numeric_limits<double>::quiet_NaN();
+constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
 // How many cells a refusal names.
 constexpr std::size_t named_cells = 3;
 
@@ -58,7 +58,7 @@ double below_limit(double limit, below_detection rule) {
     case below_detection::value:
       return limit;
     default:
-      return missing;
+      return no_number;
   }
 }
 
@@ -83,14 +83,14 @@ class cell_reader {
         rules_.below == below_detection::refused ? std::nullopt : detection_limit(table_, cell);
     if (limit) {
       const double read =
-          below_limit(formats::read_number(*limit, table_.decimal_comma()).value_or(missing), rules_.below);
+          below_limit(formats::read_number(*limit, table_.decimal_comma()).value_or(no_number), rules_.below);
       if (!std::isnan(read)) return read;
     } else if (!rules_.is_missing_number(cell)) {
       fail(line, quoted(cell) + " is not a number");
     }
     if (is_place_) fail(line, "a place needs a value");
     if (type_.bits == 1) fail(line, "a 1-bit variable has no missing value");
-    return missing;
+    return no_number;
   }
 
   std::string text(std::string_view cell, std::size_t line) const {

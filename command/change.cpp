@@ -19,8 +19,6 @@ namespace qrd::command {
 
 namespace {
 
-constexpr std::size_t file_levels = 3;
-
 // The word behind the names, of which there has to be one.
 std::string last_word(const std::vector<std::string>& words, const char* type) {
   if (words.size() != 1) throw wrong_usage(std::string("give ") + type);
@@ -277,7 +275,7 @@ void comment(const common_options& common, const comment_options& options) {
   });
 }
 
-struct grid_options {
+struct grid_change {
   std::vector<std::string> words;
   std::vector<double> origin;
   std::vector<double> mesh;
@@ -285,7 +283,7 @@ struct grid_options {
   std::string unit;
 };
 
-void change_grid(const common_options& common, const grid_options& options) {
+void change_grid(const common_options& common, const grid_change& options) {
   need_names(options.words, file_levels, "STUDY DIRECTORY FILE");
   with_database(common, [&](client::database& database) {
     std::vector<std::string> words = options.words;
@@ -371,7 +369,7 @@ void add_change_commands(const command_line& program, const common_options& comm
   }
   {
     const command_line command = program.add_subcommand("grid", "Move a grid, change its mesh or turn it");
-    auto options = std::make_shared<grid_options>();
+    auto options = std::make_shared<grid_change>();
     add_names(command, options->words, "STUDY DIRECTORY FILE", "The grid");
     command.add_option("--origin", options->origin, "First node").expected(2, 3);
     command.add_option("--mesh", options->mesh, "Distance of neighbours along each axis").expected(2, 3);

@@ -22,7 +22,7 @@ namespace {
 
 using formats::text_table;
 
-constexpr const char* names_type = "STUDY DIRECTORY FILE TABLE";
+constexpr const char* import_names = "STUDY DIRECTORY FILE TABLE";
 constexpr std::int32_t all_bits[] = {1, 2, 4, 8, 16, 32, 64};
 // Values that are held at a time: what bounds the memory of an import.
 constexpr std::size_t values_per_block = std::size_t{1} << 20;
@@ -387,17 +387,17 @@ std::vector<planned_variable> plan_variables(const import_options& options, cons
 }  // namespace
 
 void take_table(import_options& options) {
-  if (options.words.empty()) throw wrong_usage(std::string("names are missing: give ") + names_type);
+  if (options.words.empty()) throw wrong_usage(std::string("names are missing: give ") + import_names);
   options.table.path = options.words.back();
   options.words.pop_back();
-  need_names(options.words, 3, names_type);
+  need_names(options.words, 3, import_names);
   // Alone it is a name as it stands.
   const std::string& last = options.words.back();
   options.file = options.words.size() > 2 ? last : last.substr(last.rfind('/') + 1);
 }
 
 void add_import_options(const command_line& command, import_options& options) {
-  add_names(command, options.words, names_type,
+  add_names(command, options.words, import_names,
             "The file to make, and the table to read: FILE.csv, - for standard input");
   const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* text,
                             const char* type) {
@@ -513,7 +513,7 @@ void import_file(const common_options& common, const import_options& options, te
     with_database(common, [&](client::database& all) {
       std::vector<std::string> words = options.words;
       const object_path path = take_path(all, words, 3, last_name::made);
-      if (!words.empty()) throw wrong_usage(std::string("the names have to be ") + names_type);
+      if (!words.empty()) throw wrong_usage(std::string("the names have to be ") + import_names);
       const interruption_guard guard;
       table_import import(common, options, table, scan, file);
       client::make_file(all, place_of(path), file.geometry, [&](client::table& made) { import.fill(made); },

@@ -75,10 +75,10 @@ struct line_file {
   }
 };
 
-using axis_values = std::vector<std::span<const double>>;
+using axis_spans = std::vector<std::span<const double>>;
 
 // The places of some rows, axis by axis.
-std::vector<double> gathered(const axis_values& axes, const std::vector<std::size_t>& rows) {
+std::vector<double> gathered(const axis_spans& axes, const std::vector<std::size_t>& rows) {
   std::vector<double> coordinates;
   for (const auto& axis : axes)
     for (const std::size_t row : rows) coordinates.push_back(axis[row]);
@@ -86,7 +86,7 @@ std::vector<double> gathered(const axis_values& axes, const std::vector<std::siz
 }
 
 // One place for each sample.
-line_file gravity_lines(const axis_values& axes, const line_rows& rows_of) {
+line_file gravity_lines(const axis_spans& axes, const line_rows& rows_of) {
   line_file file(axes[0].size());
   file.dimension = static_cast<std::int32_t>(axes.size());
   for (const auto& rows : rows_of.lines) {
@@ -97,7 +97,7 @@ line_file gravity_lines(const axis_values& axes, const line_rows& rows_of) {
 }
 
 // Begin and end of each core.
-line_file cores_by_places(formats::text_table& table, const axis_values& begins, const axis_values& ends,
+line_file cores_by_places(formats::text_table& table, const axis_spans& begins, const axis_spans& ends,
                           const line_rows& rows_of) {
   line_file file(ends[0].size());
   file.dimension = static_cast<std::int32_t>(ends.size());
@@ -285,8 +285,8 @@ std::vector<std::size_t> indices_of(const formats::text_table& table, const std:
 }
 
 // Calls act(values) with the held places of some of the columns.
-axis_values values_of(const std::vector<looked_column>& places, std::size_t first, std::size_t count) {
-  axis_values values;
+axis_spans values_of(const std::vector<looked_column>& places, std::size_t first, std::size_t count) {
+  axis_spans values;
   for (std::size_t i = first; i < first + count; ++i) values.emplace_back(places[i].numbers);
   return values;
 }

@@ -66,7 +66,7 @@ std::int32_t integer_in(const json& value) {
   return static_cast<std::int32_t>(number);
 }
 
-std::string text_of(const json& value) {
+std::string text_in(const json& value) {
   const auto* text = value.as<std::string>();
   if (text == nullptr)
     throw client::error("the JSON has " + json_text(value, -1) + " where a text has to be");
@@ -101,8 +101,8 @@ std::vector<client::contour> own_polygons(const json& document) {
   for (const json& polygon : list_in(document, "polygons"))
     for (const json& one : list_in(polygon, "contours")) {
       client::contour made;
-      made.polygon = text_of(polygon["polygon"]);
-      made.name = text_of(one["contour"]);
+      made.polygon = text_in(polygon["polygon"]);
+      made.name = text_in(one["contour"]);
       for (const json& point : list_in(one, "points"))
         made.vertices.push_back({number_in(point["x"]), number_in(point["y"])});
       contours.push_back(std::move(made));
@@ -170,7 +170,7 @@ client::fault_set faults_in(const json& document) {
   set.has_attributes = truth_of(document["attributes"]);
   for (const json& one : list_in(document, "faults")) {
     client::fault made;
-    made.name = text_of(one["fault"]);
+    made.name = text_in(one["fault"]);
     if (made.name.size() > 7)
       throw client::error("the name \"" + made.name + "\" has more than 7 characters");
     made.is_polyline = truth_of(one["polyline"]);
@@ -256,12 +256,12 @@ void import_palette(const common_options& common, const object_import& options) 
 client::colour_scale scale_in(const json& document) {
   client::colour_scale scale;
   constexpr const char* kinds[] = {"automatic", "classes", "manual", "facies"};
-  const std::string kind = text_of(member(document, "kind"));
+  const std::string kind = text_in(member(document, "kind"));
   const auto* found = std::find(std::begin(kinds), std::end(kinds), kind);
   if (found == std::end(kinds)) throw client::error("\"" + kind + "\" is no kind of a scale");
   scale.kind = static_cast<client::scale_kind>(found - std::begin(kinds));
   scale.read_only = truth_of(document["read only"]);
-  scale.palette = text_of(member(document, "palette"));
+  scale.palette = text_in(member(document, "palette"));
   scale.classes = integer_in(member(document, "classes"));
   if (scale.classes < 1 || scale.classes > 256) throw client::error("a scale has 1 to 256 classes");
   client::rgb* colours[] = {&scale.colour_1, &scale.colour_2, &scale.colour_3};
@@ -286,7 +286,7 @@ client::colour_scale scale_in(const json& document) {
       scale.intervals.push_back(
           {number_in(one["from"]), number_in(one["to"]), integer_in(one["palette index"])});
     for (const json& one : list_in(document, "facies"))
-      scale.facies.push_back({colour_in(one["colour"]), text_of(one["label"])});
+      scale.facies.push_back({colour_in(one["colour"]), text_in(one["label"])});
     if (scale.facies.size() != classes) throw client::error("a scale of facies needs one for each class");
   }
   return scale;
@@ -310,7 +310,7 @@ client::vendor_value vendor_value_in(const json& value) {
     return one.is_null() ? client::missing_value : number_in(one);
   };
   if (value.is_null()) return std::monostate();
-  if (value.as<std::string>() != nullptr) return text_of(value);
+  if (value.as<std::string>() != nullptr) return text_in(value);
   if (is_integer(value)) return integer_in(value);
   const auto* all = value.as<json::elements>();
   if (all == nullptr) return double_in(value);
@@ -322,7 +322,7 @@ client::vendor_value vendor_value_in(const json& value) {
   if (std::any_of(all->begin(), all->end(),
                   [](const json& one) { return one.as<std::string>() != nullptr; })) {
     std::vector<std::string> values;
-    for (const json& one : *all) values.push_back(text_of(one));
+    for (const json& one : *all) values.push_back(text_in(one));
     return values;
   }
   std::vector<double> values;
@@ -339,7 +339,7 @@ void import_vendor(const common_options& common, const object_import& options) {
   client::vendor_bag bag;
   bag.version = document.contains("version") ? integer_in(document["version"]) : 0;
   for (const json& one : list_in(document, "attributes"))
-    bag.attributes.push_back({text_of(one["name"]), vendor_value_in(one["value"])});
+    bag.attributes.push_back({text_in(one["name"]), vendor_value_in(one["value"])});
   with_database(common, [&](client::database& database) {
     const object_path owner = take_path(database, words, all_levels);
     if (owner.empty() || !words.empty()) throw wrong_usage(std::string("give ") + type);

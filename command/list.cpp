@@ -120,7 +120,7 @@ json list_json(const std::vector<std::string>& names, const json::elements& deta
 }
 
 // How many levels of names a recursive list goes down to.
-std::size_t deepest(const list_options& options) {
+std::size_t depth_wanted(const list_options& options) {
   return options.variables ? all_levels : all_levels - 1;
 }
 
@@ -130,7 +130,7 @@ void list_recursively(client::database& all, const object_path& path, const list
   std::printf("%s%s:\n", is_first ? "" : "\n", path.empty() ? "/" : path_text(path).c_str());
   is_first = false;
   print_list(names, details_of_all(all, path, names, options));
-  if (path.size() + 1 < deepest(options))
+  if (path.size() + 1 < depth_wanted(options))
     for (const std::string& name : names) list_recursively(all, below(path, name), options, is_first);
 }
 
@@ -142,7 +142,7 @@ json tree_json(client::database& all, const object_path& path, const list_option
     const object_path one = below(path, name);
     json node = {{level_name(path.size()), name}};
     if (const json told = described(all, one, options); !told.is_null()) node.append(told);
-    if (one.size() < deepest(options)) node[contents[path.size()]] = tree_json(all, one, options);
+    if (one.size() < depth_wanted(options)) node[contents[path.size()]] = tree_json(all, one, options);
     nodes.push_back(std::move(node));
   }
   return nodes;
@@ -158,7 +158,7 @@ void print_tree(client::database& all, const object_path& path, const list_optio
     if (!details.empty())
       for (const std::string& cell : details_of(details[i])) std::printf("  %s", cell.c_str());
     std::printf("\n");
-    if (path.size() + 1 < deepest(options))
+    if (path.size() + 1 < depth_wanted(options))
       print_tree(all, below(path, names[i]), options, indent + (is_last ? "    " : "│   "));
   }
 }

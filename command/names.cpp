@@ -7,7 +7,6 @@ namespace qrd::command {
 
 namespace {
 
-constexpr std::size_t file_levels = 3;
 bool contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }

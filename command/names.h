@@ -22,6 +22,7 @@ std::string path_text(const object_path& path);
 client::file_place place_of(const object_path& path);
 // What the objects of a level are called: "study", "directory", "file", "variable".
 constexpr std::size_t all_levels = 4;
+constexpr std::size_t file_levels = 3;
 const char* level_name(std::size_t level);
 // What there is below a path, as the server lists it.
 std::vector<std::string> names_below(client::database& owner, const object_path& path);

@@ -15,7 +15,7 @@ namespace qrd::command {
 
 namespace {
 
-constexpr const char* names_type = "STUDY [DIRECTORY [FILE [VARIABLE]]]";
+constexpr const char* removal_names = "STUDY [DIRECTORY [FILE [VARIABLE]]]";
 
 struct remove_options {
   std::vector<std::string> words;
@@ -57,13 +57,13 @@ void remove_one(client::database& all, const object_path& path) {
 }
 
 void remove(const common_options& common, const remove_options& options) {
-  need_names(options.words, 1, names_type);
+  need_names(options.words, 1, removal_names);
   if (!options.yes && isatty(STDIN_FILENO) == 0)
     throw client::error("a deletion asks first: give --yes where nobody can answer");
   with_database(common, [&](client::database& all) {
     std::vector<std::string> words = options.words;
     const object_path named = take_path(all, words, all_levels);
-    if (!words.empty()) throw wrong_usage(std::string("the names have to be ") + names_type);
+    if (!words.empty()) throw wrong_usage(std::string("the names have to be ") + removal_names);
     if (named.size() < 3 && !options.recursive)
       throw client::error(named.size() < 2
                               ? "a study goes with all its directories: ask for that with --recursive"
@@ -86,7 +86,7 @@ void add_remove_command(const command_line& program, const common_options& commo
   const command_line command =
       program.add_subcommand("rm", "Delete a study, a directory, a file or a variable");
   auto options = std::make_shared<remove_options>();
-  add_names(command, options->words, names_type,
+  add_names(command, options->words, removal_names,
             "What to delete, also as STUDY/DIRECTORY/FILE/VARIABLE, with * and ?");
   command.add_flag("-r,--recursive", options->recursive, "Delete a study or a directory with all it holds");
   command.add_flag("-f,--force", options->force,

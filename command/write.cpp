@@ -15,7 +15,7 @@ namespace qrd::command {
 
 namespace {
 
-constexpr const char* names_type = "STUDY DIRECTORY FILE VARIABLE...";
+constexpr const char* write_names = "STUDY DIRECTORY FILE VARIABLE...";
 
 struct write_options {
   place_options place;
@@ -167,7 +167,7 @@ void write_by_keys(const common_options& common, const write_options& options, f
 }
 
 void write(const common_options& common, write_options options) {
-  need_names(options.place.words, 4, names_type);
+  need_names(options.place.words, 4, write_names);
   with_database(common, [&](client::database& all) {
     client::table file(all, take_file(all, options.place.words));
     options.variables = options.place.words;
@@ -190,7 +190,7 @@ void write(const common_options& common, write_options options) {
 void add_write_command(const command_line& program, const common_options& common) {
   const command_line command = program.add_subcommand("write", "Write columns of a table into variables");
   auto options = std::make_shared<write_options>();
-  add_names(command, options->place.words, names_type,
+  add_names(command, options->place.words, write_names,
             "The file, also as STUDY/DIRECTORY/FILE, and its variables; a macro column also as stem[12] or "
             "stem{name}");
   command.add_option("-i,--input", options->table.path, "Table to read (default: standard input)")

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double text_size = 9;
 constexpr double title_size = 10;
-constexpr double row = 15;
+constexpr double row_height = 15;
 constexpr double swatch_width = 18;
 constexpr double least_width = 110, most_width = 190;
 
@@ -58,11 +58,11 @@ double draw_list(picture& on, const box& area, const colour_map& map) {
   const std::vector<entry> entries = entries_of(map);
   // More classes than rows: thinner ones, and words for some of them.
   const double height =
-      std::min(row, area.height / static_cast<double>(std::max<std::size_t>(1, entries.size())));
+      std::min(row_height, area.height / static_cast<double>(std::max<std::size_t>(1, entries.size())));
   const auto each = static_cast<std::size_t>(std::ceil((text_size + 2) / height));
   double top = area.top + 4;
   for (std::size_t i = 0; i < entries.size(); ++i, top += height) {
-    const bool has_room = height >= row;
+    const bool has_room = height >= row_height;
     on.add_box({area.left, top, swatch_width, has_room ? height - 3 : height},
                {entries[i].colour, has_room ? std::optional(dark) : std::nullopt, 0.5, !has_room});
     if (i % each == 0)

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double margin = 16;
 constexpr double tick_size = 9;
-constexpr double title_size = 10;
+constexpr double axis_title_size = 10;
 constexpr double below_axis = 34;  // tick labels and title
 constexpr double points_per_x_tick = 40;
 constexpr double points_per_y_tick = 45;
@@ -26,7 +26,7 @@ double widest(const axis& of) {
 }
 
 double left_of_axis(const axis& y) {
-  return widest(y) + title_size + 18;
+  return widest(y) + axis_title_size + 18;
 }
 
 field bare_field(const box& room, const extent& x, const extent& y, bool is_downwards) {
@@ -57,12 +57,12 @@ void draw_axes(picture& on, const field& of, const axis_titles& titles) {
   }
   const point middle{of.area.left + of.area.width / 2, of.area.top + of.area.height / 2};
   on.add_label({{middle.x, of.area.bottom() + 28},
-                fitted(titles.x, title_size, of.area.width),
-                title_size,
+                fitted(titles.x, axis_title_size, of.area.width),
+                axis_title_size,
                 anchor::middle});
-  on.add_label({{of.area.left - left_of_axis(of.y) + title_size, middle.y},
-                fitted(titles.y, title_size, of.area.height),
-                title_size,
+  on.add_label({{of.area.left - left_of_axis(of.y) + axis_title_size, middle.y},
+                fitted(titles.y, axis_title_size, of.area.height),
+                axis_title_size,
                 anchor::middle,
                 true});
   draw_frame(on, of);
@@ -163,7 +163,7 @@ void draw_north_arrow(picture& on, const box& side) {
       path{{{{middle, top}, {middle + 7, bottom}, {middle, bottom - 8}}}, true, {dark, dark, 0.75}});
   on.shapes.emplace_back(path{
       {{{middle, top}, {middle - 7, bottom}, {middle, bottom - 8}}}, true, {rgb{255, 255, 255}, dark, 0.75}});
-  on.add_label({{middle, top - 4}, "N", title_size, anchor::middle, false, true});
+  on.add_label({{middle, top - 4}, "N", axis_title_size, anchor::middle, false, true});
 }
 
 }  // namespace qrd::plot

@@ -8,7 +8,7 @@ namespace qrd::plot {
 
 namespace {
 
-constexpr double border = 16, heading_height = 58, text_size = 9, bar_height = 16;
+constexpr double border = 16, heading_height = 58, label_size = 9, bar_height = 16;
 
 // Entries of one height, below each other, in as many columns as keep the sheet from becoming a strip.
 template <typename Draw>
@@ -45,12 +45,12 @@ void draw_words(picture& on, const box& bar, const client::colour_scale& scale) 
   double free_from = bar.left - 1;
   for (std::size_t i = 0; i < words; ++i) {
     const std::string text =
-        is_manual ? short_text(scale.bounds[i]) : fitted(scale.facies[i].label, text_size, each);
-    const double width = width_of(text, text_size), at = bar.left + each * static_cast<double>(i);
+        is_manual ? short_text(scale.bounds[i]) : fitted(scale.facies[i].label, label_size, each);
+    const double width = width_of(text, label_size), at = bar.left + each * static_cast<double>(i);
     // Bounds stand below the edges, labels below the colours.
     const double left = is_manual ? std::clamp(at - width / 2, bar.left, bar.right() - width) : at;
     if (left < free_from) continue;
-    on.add_label({{left, bar.bottom() + text_size + 2}, text, text_size});
+    on.add_label({{left, bar.bottom() + label_size + 2}, text, label_size});
     free_from = left + width + 4;
   }
 }
@@ -69,17 +69,17 @@ void draw_scale(picture& on, const box& area, const std::string& name, const cli
       std::string(client::word_of(scale.kind)) + ", " + std::to_string(colours.size()) + " classes";
   if (!scale.palette.empty() && scale.palette != "None") told += ", palette " + scale.palette;
   if (scale.read_only) told += ", read-only";
-  on.add_label({{area.left, area.top + text_size},
-                fitted(name, text_size * 1.08, area.width / 2),
-                text_size,
+  on.add_label({{area.left, area.top + label_size},
+                fitted(name, label_size * 1.08, area.width / 2),
+                label_size,
                 anchor::start,
                 false,
                 true});
-  on.add_label({{area.right(), area.top + text_size},
-                fitted(told, text_size, area.width / 2),
-                text_size,
+  on.add_label({{area.right(), area.top + label_size},
+                fitted(told, label_size, area.width / 2),
+                label_size,
                 anchor::end});
-  const box bar{area.left, area.top + text_size + 5, area.width, bar_height};
+  const box bar{area.left, area.top + label_size + 5, area.width, bar_height};
   draw_bar(on, bar, colours);
   draw_words(on, bar, scale);
 }
@@ -94,17 +94,17 @@ picture draw_palettes(client::database& owner, const request& wish) {
   for (const std::string& name : names) palettes.push_back(named_palette(server, name));
   return sheet(wish.place.study + ": palettes", "palettes", names.size(), 360, 44,
                [&](picture& on, const box& area, std::size_t i) {
-                 on.add_label({{area.left, area.top + text_size},
-                               fitted(names[i], text_size * 1.08, area.width - 80),
-                               text_size,
+                 on.add_label({{area.left, area.top + label_size},
+                               fitted(names[i], label_size * 1.08, area.width - 80),
+                               label_size,
                                anchor::start,
                                false,
                                true});
-                 on.add_label({{area.right(), area.top + text_size},
+                 on.add_label({{area.right(), area.top + label_size},
                                std::to_string(palettes[i].size()) + " colours",
-                               text_size,
+                               label_size,
                                anchor::end});
-                 draw_bar(on, {area.left, area.top + text_size + 5, area.width, bar_height}, palettes[i]);
+                 draw_bar(on, {area.left, area.top + label_size + 5, area.width, bar_height}, palettes[i]);
                });
 }
 

@@ -40,7 +40,7 @@ constexpr std::int64_t third_angle_version = 200;
 constexpr std::int64_t wide_counts_version = 520;
 constexpr std::int64_t more_units_version = 900;
 
-constexpr char corrupted[] = "File descriptor corrupted:\n%s";
+constexpr char file_corrupted[] = "File descriptor corrupted:\n%s";
 
 // Moves a field that no record keeps.
 bool skip_int(XDR* xdr) {
@@ -171,7 +171,7 @@ object_state read_fields(const char* path, std::int64_t& version, qd_file_record
   if (descriptor.state() != object_state::sound) return descriptor.state();
   if (move_file_fields(descriptor.get(), &version, record) && is_sound(record)) return object_state::sound;
   const object_state state = qd_misread_state(path);
-  if (qd_needs_report(state)) qu_message(corrupted, path);
+  if (qd_needs_report(state)) qu_message(file_corrupted, path);
   return state;
 }
 
@@ -193,7 +193,7 @@ object_state qd_file_descriptor_read(const char* path, qd_file_record& record) {
     state = upgrade_file(path, record);
   } else if (is_old_descriptor(version)) {
     state = qd_file_descriptor_write(path, record);
-    if (qd_needs_report(state)) qu_message(corrupted, path);
+    if (qd_needs_report(state)) qu_message(file_corrupted, path);
   }
   if (state != object_state::sound) return state;
   qd_grid_compute(record.grid);

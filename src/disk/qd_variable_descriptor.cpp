@@ -38,7 +38,7 @@ constexpr std::int64_t last_comment_version = 509;
 constexpr std::uint32_t comment_limit = 500;
 constexpr std::uint32_t short_unit_limit = 6;
 
-constexpr char corrupted[] = "Variable descriptor corrupted:\n%s\n";
+constexpr char variable_corrupted[] = "Variable descriptor corrupted:\n%s\n";
 
 // A unit that the study's distance unit stands in for.
 constexpr char automatic_unit[] = "_auto";
@@ -140,7 +140,7 @@ object_state read_fields(const char* path, std::int64_t& version, qd_variable_re
     return object_state::sound;
   }
   const object_state state = qd_misread_state(path);
-  if (qd_needs_report(state)) qu_message(corrupted, path);
+  if (qd_needs_report(state)) qu_message(variable_corrupted, path);
   return state;
 }
 
@@ -188,7 +188,7 @@ object_state qd_variable_descriptor_read(const char* path, qd_variable_record& r
   if (state != object_state::sound || !is_old_descriptor(version)) return state;
   if (holds_comment(version)) state = move_comment_out(path, comment);
   if (state == object_state::sound) state = qd_variable_descriptor_write(path, record);
-  if (qd_needs_report(state)) qu_message(corrupted, path);
+  if (qd_needs_report(state)) qu_message(variable_corrupted, path);
   return state;
 }
 

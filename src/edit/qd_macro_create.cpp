@@ -29,7 +29,7 @@ namespace qrd {
 
 namespace {
 
-constexpr char function[] = "qd_create_macro_variable_indices";
+constexpr char macro_creation[] = "qd_create_macro_variable_indices";
 
 struct macro_target {
   locked_file file;
@@ -84,7 +84,7 @@ macro_growth find_target(const char* directory, const char* file, const char* va
       qd_file_descriptor_read(target.file.path, target.file.record) != object_state::sound ||
       qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != found::yes)
     return macro_growth::gone;
-  if (target.variable.type != VAR_MACRO) qu_misuse("%s: Not a Macro Variable...", function);
+  if (target.variable.type != VAR_MACRO) qu_misuse("%s: Not a Macro Variable...", macro_creation);
   qu_path_join(target.data_path, {target.path, path_separator, data_file_name});
 
   // Selecting the variable once puts a compressed data file back.
@@ -97,9 +97,9 @@ bool check_arguments(const new_indices& added) {
   std::vector<bool> seen(slot_number(macro_index_maximum) + 1);
   for (std::int64_t i = 0; i < added.count; ++i) {
     if (added.numbers[i] < 1 || added.numbers[i] > macro_index_maximum)
-      qu_misuse("%s: Bad Indice (1<i<%" PRId64 ")", function, macro_index_maximum);
+      qu_misuse("%s: Bad Indice (1<i<%" PRId64 ")", macro_creation, macro_index_maximum);
     auto number = seen[slot_number(added.numbers[i])];
-    if (number) qu_misuse("%s: 2 equal indices...", function);
+    if (number) qu_misuse("%s: 2 equal indices...", macro_creation);
     number = true;
   }
   for (std::int64_t i = 0; added.texts != nullptr && i < added.count; ++i)
@@ -151,7 +151,7 @@ void merge(const qd_macro_descr& old, const slot_table& known, const new_indices
     bool was_valid = known.is_valid(number);
     if (slot < 0) {
       next_free = std::find(next_free, merged.indices.end(), 0);
-      if (next_free == merged.indices.end()) qu_misuse("%s: Impossible creation...", function);
+      if (next_free == merged.indices.end()) qu_misuse("%s: Impossible creation...", macro_creation);
       slot = next_free - merged.indices.begin();
     }
     merged.indices[slot_number(slot)] = number;
@@ -183,10 +183,11 @@ void report_full_disk(const char* directory, const char* file, const char* varia
 bool can_open_data_file(const macro_target& target) {
   if (!qu_file_restore(target.data_path)) return false;
   if (!file_stream(qu_file_open_n(target.data_path, append_binary))) {
-    if (!qd_folder_gone(target.path)) qu_message("%s: DATAVAR open failed...", function);
+    if (!qd_folder_gone(target.path)) qu_message("%s: DATAVAR open failed...", macro_creation);
     return false;
   }
-  if (qd_selected_find(target.path) != nullptr) qu_misuse("%s: Macro Variable already selected", function);
+  if (qd_selected_find(target.path) != nullptr)
+    qu_misuse("%s: Macro Variable already selected", macro_creation);
   return true;
 }
 
@@ -203,7 +204,7 @@ bool add_columns(const macro_target& target, std::int64_t columns, std::int64_t 
                  std::int64_t bytes_beside, growing_data_file& grown) {
   const std::int64_t bits = target.variable.bit_length, capacity = target.file.record.allocated_samples;
   const bool grows = added > 0 && capacity > 0;
-  if (grows && !is_numeric_bit_length(bits)) qu_misuse("%s: Impossible case...", function);
+  if (grows && !is_numeric_bit_length(bits)) qu_misuse("%s: Impossible case...", macro_creation);
   std::int64_t blocks = 0, bytes = 0, samples = 0;
   if (grows &&
       (__builtin_mul_overflow(capacity / block_samples, added, &blocks) ||
@@ -253,8 +254,8 @@ macro_growth qd_create_macro_variable_indices(const char* directory, const char*
                              std::to_string(indices[conflict]) + ") with different alpha index (" +
                              old->alpha_indices[known.slot(indices[conflict])] +
                              " != " + added.text(conflict) + ")";
-    if (refusal == nullptr) qu_misuse("%s : %s", function, text.c_str());
-    *refusal = function + (" : " + text);
+    if (refusal == nullptr) qu_misuse("%s : %s", macro_creation, text.c_str());
+    *refusal = macro_creation + (" : " + text);
     return macro_growth::refused;
   }
   if (missing == count && (alpha != nullptr) == (old->alpha_indices.get() != nullptr))

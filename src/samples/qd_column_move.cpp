@@ -29,7 +29,7 @@ namespace {
 
 // Purposes of working names beside those of util/qu_working_name.h: nobody else tidies these files up.
 constexpr char grown = 'G';
-constexpr char kept = 'K';
+constexpr char column_kept = 'K';
 
 constexpr std::uint32_t token_limit = 16;
 constexpr std::int64_t piece_bytes = std::int64_t{1} << 20;
@@ -99,7 +99,7 @@ bool unlink_if_there(const std::string& path) {
 
 // Gives a data file's name to its new layout, and keeps the old one.
 bool change_over(const std::string& data_path, const std::string& token) {
-  const std::string fresh = beside(data_path, grown, token), old = beside(data_path, kept, token);
+  const std::string fresh = beside(data_path, grown, token), old = beside(data_path, column_kept, token);
   if (link(data_path.c_str(), old.c_str()) != 0) {
     // A file system without links: whoever finds no data file finds the journal.
     const bool no_links = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS || errno == EMLINK;
@@ -109,7 +109,7 @@ bool change_over(const std::string& data_path, const std::string& token) {
 }
 
 bool change_back(const std::string& data_path, const std::string& token) {
-  const std::string old = beside(data_path, kept, token);
+  const std::string old = beside(data_path, column_kept, token);
   if (std::rename(old.c_str(), data_path.c_str()) != 0 && errno != ENOENT) return false;
   // A rename between two names of one file does nothing.
   return unlink_if_there(old) && unlink_if_there(beside(data_path, grown, token));
@@ -128,7 +128,7 @@ bool undo(const std::string& file_path, const growth_journal& entries) {
 
 bool finish(const std::string& file_path, const growth_journal& entries) {
   for (const std::string& path : entries.paths)
-    unlink_if_there(beside(full_path(file_path, path), kept, entries.token));
+    unlink_if_there(beside(full_path(file_path, path), column_kept, entries.token));
   return end_journal(file_path);
 }
 
@@ -148,7 +148,7 @@ void remove_leftovers(const std::string& data_path) {
   const std::size_t length = qu_working_file_name(grown).size();
   directory_listing listing(folder.c_str());
   while (const char* name = listing ? listing.next() : nullptr)
-    if ((name[0] == grown || name[0] == kept) && name[1] == '_' && std::strlen(name) == length)
+    if ((name[0] == grown || name[0] == column_kept) && name[1] == '_' && std::strlen(name) == length)
       unlink((folder + name).c_str());
 }
 

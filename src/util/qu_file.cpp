@@ -20,7 +20,7 @@ namespace qrd {
 
 namespace {
 
-struct opening {
+struct open_way {
   int flags;         // of open
   const char* mode;  // of fdopen
 };
@@ -29,18 +29,18 @@ struct opening {
 constexpr int common_flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 constexpr int append_flags = O_CREAT | O_APPEND;
 constexpr int write_flags = O_CREAT | O_TRUNC;
-constexpr opening openings[] = {{O_RDONLY, "r"},
-                                {O_RDWR, "r+"},
-                                {O_RDONLY, "rb"},
-                                {O_RDWR, "rb+"},
-                                {O_WRONLY | append_flags, "a"},
-                                {O_RDWR | append_flags, "a+"},
-                                {O_WRONLY | append_flags, "ab"},
-                                {O_RDWR | append_flags, "ab+"},
-                                {O_WRONLY | write_flags, "w"},
-                                {O_RDWR | write_flags, "w+"},
-                                {O_WRONLY | write_flags, "wb"},
-                                {O_RDWR | write_flags, "wb+"}};
+constexpr open_way open_ways[] = {{O_RDONLY, "r"},
+                                  {O_RDWR, "r+"},
+                                  {O_RDONLY, "rb"},
+                                  {O_RDWR, "rb+"},
+                                  {O_WRONLY | append_flags, "a"},
+                                  {O_RDWR | append_flags, "a+"},
+                                  {O_WRONLY | append_flags, "ab"},
+                                  {O_RDWR | append_flags, "ab+"},
+                                  {O_WRONLY | write_flags, "w"},
+                                  {O_RDWR | write_flags, "w+"},
+                                  {O_WRONLY | write_flags, "wb"},
+                                  {O_RDWR | write_flags, "wb+"}};
 
 // Bytes that a text file is judged by.
 constexpr std::size_t judged_bytes = 1024;
@@ -71,7 +71,7 @@ std::FILE* stream_of(int handle, const char* mode) {
   return stream;
 }
 
-std::FILE* open_stream(const char* path, const opening& how) {
+std::FILE* open_stream(const char* path, const open_way& how) {
   constexpr mode_t everybody = 0666;
   int handle = open(path, how.flags | common_flags, everybody);
   if (handle < 0 && too_many_files()) handle = open(path, how.flags | common_flags, everybody);
@@ -97,7 +97,7 @@ std::FILE* open_file(const char* path, file_mode mode, bool fatal) {
     errno = EINVAL;
     return nullptr;
   }
-  std::FILE* stream = open_stream(path, openings[mode]);
+  std::FILE* stream = open_stream(path, open_ways[mode]);
   if (stream == nullptr) return nullptr;
   if (!fatal && (mode == read_text || mode == update_text) && !looks_like_text(stream, path)) {
     errno = EINVAL;
