@@ -181,6 +181,15 @@ bool table::has_lines() const {
   return info_.organisation == organisation::gravity_lines || info_.organisation == organisation::core_lines;
 }
 
+bool table::may_have_wireframes() {
+  if (info_.has_polygons || info_.dimension != 3 || info_.organisation != organisation::points) return false;
+  const std::vector<std::string> known = names();
+  const auto has = [&](const char* name) {
+    return std::find(known.begin(), known.end(), name) != known.end();
+  };
+  return has("V+ VOLUME") && has("N+ NAME");
+}
+
 std::vector<std::string> table::names() {
   return owner_->at(place_).variables();
 }

@@ -23,6 +23,8 @@ constexpr const char* file_names = "STUDY DIRECTORY FILE [VARIABLE...]";
 struct plot_options {
   plot::request wish;
   std::vector<std::string> words;
+  // Files whose objects are shown too, as they are named.
+  std::vector<std::string> polygons, wireframes, faults;
   std::string output;
   bool force = false;
   std::int32_t dots_per_inch = 144;
@@ -82,6 +84,22 @@ void take_names(client::database& owner, std::vector<std::string> words, plot::r
   for (const client::column& one : open_columns(file, words, wish.index)) wish.variables.push_back(one.title);
 }
 
+// The files of a list: without a directory in that of the picture's file, without a study in its study.
+std::vector<client::file_place> files_beside(client::database& owner, const client::file_place& place,
+                                             const std::vector<std::string>& names) {
+  std::vector<client::file_place> files;
+  for (const std::string& name : names) {
+    const auto levels = std::count(name.begin(), name.end(), '/');
+    std::vector<std::string> words;
+    if (levels < 2) words.push_back(place.study);
+    if (levels < 1) words.push_back(place.directory);
+    words.push_back(name);
+    files.push_back(take_file(owner, words));
+    if (!words.empty()) throw wrong_usage("\"" + name + "\" names more than a file");
+  }
+  return files;
+}
+
 void draw(const common_options& common, const plot_options& options) {
   need_names(options.words, is_sheet(options.wish) ? 1 : 3, is_sheet(options.wish) ? "STUDY" : file_names);
   with_database(common, [&](client::database& owner) {
@@ -89,6 +107,9 @@ void draw(const common_options& common, const plot_options& options) {
     const interruption_guard guard;
     plot::request wish = options.wish;
     take_names(owner, options.words, wish);
+    wish.polygons = files_beside(owner, wish.place, options.polygons);
+    wish.wireframes = files_beside(owner, wish.place, options.wireframes);
+    wish.faults = files_beside(owner, wish.place, options.faults);
     output_file file(options.output, options.force ? existing_file::replaced : existing_file::kept);
     progress_bar bar("reading", 0, common.quiet);
     wish.progress = bar.function();
@@ -101,7 +122,8 @@ void draw(const common_options& common, const plot_options& options) {
 }
 
 // What is drawn; a map if none of them is given.
-void add_kinds(const command_line& command, plot::request& wish) {
+void add_kinds(const command_line& command, plot_options& options) {
+  plot::request& wish = options.wish;
   const auto wants = [&wish](plot::kind kind) { return [&wish, kind] { wish.wanted = kind; }; };
   const auto word = [&wish](plot::kind kind, std::string& into) {
     return [&wish, kind, &into](const std::string& text) {
@@ -158,6 +180,14 @@ void add_kinds(const command_line& command, plot::request& wish) {
       .type_name("FACTOR")
       .check(problem_of_factor)
       .needs(kinds[3]);
+  const auto add_objects = [&](const char* name, std::vector<std::string>& files, const char* text) {
+    const option added = command.add_option(name, files, text).one_at_a_time().type_name("FILE");
+    for (const std::size_t other : {0U, 1U, 2U, 5U, 6U}) added.excludes(kinds[other]);
+  };
+  add_objects("--polygons", options.polygons,
+              "File whose polygons a map or section shows too, also as DIRECTORY/FILE; several by several");
+  add_objects("--wireframes", options.wireframes, "File whose wireframes it shows too, likewise");
+  add_objects("--faults", options.faults, "File whose faults it shows too, likewise");
 }
 
 }  // namespace
@@ -173,7 +203,7 @@ void add_plot_command(const command_line& program, const common_options& common)
       .type_name("FILE.svg|png|pdf")
       .check(problem_of_output);
   command.add_flag("-f,--force", options->force, "Replace the file if it is there");
-  add_kinds(command, wish);
+  add_kinds(command, *options);
   const option scale =
       command.add_option("--scale", wish.scale, "Colour scale of the study").type_name("SCALE");
   command

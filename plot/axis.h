@@ -17,6 +17,7 @@ struct extent {
   double high = -HUGE_VAL;
   bool is_empty() const { return low > high; }
   double size() const { return high - low; }
+  bool operator==(const extent&) const = default;
   // Takes a value in; what can't be drawn is passed over.
   void add(double value);
 };

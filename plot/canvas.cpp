@@ -59,6 +59,7 @@ class canvas {
       for (const point& at : part) cairo().line_to(pen_.get(), near(at.x), near(at.y));
       if (one.closed) cairo().close_path(pen_.get());
     }
+    cairo().set_fill_rule(pen_.get(), one.overlaps ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
     show(one.style);
   }
 
@@ -99,15 +100,15 @@ class canvas {
     return std::isfinite(value) ? std::clamp(value, -farthest, farthest) : 0;
   }
 
-  void colour(const rgb& of) const {
+  void colour(const rgb& of, double opacity = 1) const {
     const auto part = [](std::int32_t value) { return std::clamp(value, 0, 255) / 255.0; };
-    cairo().set_source_rgb(pen_.get(), part(of[0]), part(of[1]), part(of[2]));
+    cairo().set_source_rgba(pen_.get(), part(of[0]), part(of[1]), part(of[2]), opacity);
   }
 
   void show(const look& style) const {
     cairo().set_antialias(pen_.get(), style.hard_edges ? CAIRO_ANTIALIAS_NONE : CAIRO_ANTIALIAS_DEFAULT);
     if (style.fill) {
-      colour(*style.fill);
+      colour(*style.fill, style.opacity);
       cairo().fill_preserve(pen_.get());
     }
     if (style.line) {

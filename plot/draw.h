@@ -31,7 +31,10 @@ struct section_wish {
 
 struct request {
   kind wanted = kind::map;
-  client::file_place place;            // of a sheet only the study
+  client::file_place place;                  // of a sheet only the study
+  std::vector<client::file_place> polygons;  // files whose objects are shown too
+  std::vector<client::file_place> wireframes;
+  std::vector<client::file_place> faults;
   std::vector<std::string> variables;  // a strip log takes several, the others one
   std::string against;                 // scatter: the variable upwards
   std::string index;                   // for macro variables named without one

@@ -3,8 +3,8 @@
 
 #include "plot/grid.h"
 #include "plot/kinds.h"
-#include "plot/map_objects.h"
 #include "plot/marks.h"
+#include "plot/objects.h"
 
 namespace qrd::plot {
 
@@ -111,7 +111,7 @@ picture draw_grid_map(source& from) {
   const auto column = from.only_variable();
   const grid of(from.file().info());
   const level_nodes nodes = nodes_of(of, from.wish().level);
-  const map_objects objects = objects_of(from);
+  const objects beside = objects_of(from);
   coloured_samples shown;
   if (column)
     shown =
@@ -125,7 +125,8 @@ picture draw_grid_map(source& from) {
       x.add(corner.x);
       y.add(corner.y);
     }
-  objects.add_to(x, y);
+  beside.add_to(x, y);
+  shown.at_side.objects = beside.entries();
   if (x.is_empty() || y.is_empty()) throw client::error("there is nothing to draw: the grid has no place");
 
   page made = make_page(from.wish().whole,
@@ -143,7 +144,8 @@ picture draw_grid_map(source& from) {
   made.drawn.shapes.emplace_back(
       path{{view.cell(0, of.nodes(0), 0, of.nodes(1))}, true, {std::nullopt, grey, 0.75}});
   made.drawn.shapes.emplace_back(clip{});
-  objects.draw_faults(made.drawn, on);
+  beside.draw_polygons(made.drawn, on, unit, true);
+  beside.draw_above(made.drawn, on);
   finish_map(made, on, unit, shown.at_side);
   return std::move(made.drawn);
 }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "plot/page.h"
-
 namespace qrd::plot {
 
 namespace {
@@ -73,6 +71,26 @@ double draw_list(picture& on, const box& area, const colour_map& map) {
   return top + 4;
 }
 
+// As many as there is room for, and a word of the others.
+void draw_objects(picture& on, const box& area, const std::vector<legend_entry>& objects) {
+  const auto room = static_cast<std::size_t>(std::max(1.0, area.height / row_height));
+  const std::size_t shown = objects.size() <= room ? objects.size() : room - 1;
+  double top = area.top;
+  for (std::size_t i = 0; i < shown; ++i, top += row_height) {
+    const double middle = top + (row_height - 3) / 2;
+    if (objects[i].style.fill)
+      on.add_box({area.left, top, swatch_width, row_height - 3}, objects[i].style);
+    else
+      on.add_line({area.left, middle}, {area.left + swatch_width, middle}, objects[i].style);
+    on.add_label({{area.left + swatch_width + 7, middle + 3},
+                  fitted(objects[i].words, text_size, area.width - swatch_width - 7),
+                  text_size});
+  }
+  if (shown < objects.size())
+    on.add_label(
+        {{area.left, top + text_size}, "and " + std::to_string(objects.size() - shown) + " more", text_size});
+}
+
 }  // namespace
 
 double width_of(const legend& of) {
@@ -80,6 +98,8 @@ double width_of(const legend& of) {
   if (!of.colours.is_even)
     for (const entry& one : entries_of(of.colours))
       width = std::max(width, swatch_width + 7 + width_of(one.words, text_size));
+  for (const legend_entry& one : of.objects)
+    width = std::max(width, swatch_width + 7 + width_of(one.words, text_size));
   for (const std::string& note : of.notes) width = std::max(width, width_of(note, text_size));
   return std::min(width, most_width);
 }
@@ -96,8 +116,11 @@ void draw_legend(picture& on, const box& side, const legend& of, double kept) {
     top += title_size + 6;
   }
   const double notes = static_cast<double>(of.notes.size()) * (text_size + 4);
+  // Colours keep at least half of the column.
+  const double objects =
+      std::min(static_cast<double>(of.objects.size()) * row_height, (side.height - kept) / 2);
   const box area{side.left, top, side.width,
-                 std::max(40.0, side.height - (top - side.top) - notes - kept - 16)};
+                 std::max(40.0, side.height - (top - side.top) - notes - objects - kept - 16)};
   if (!of.colours.classes.empty())
     top = of.colours.is_even ? draw_bar(on, area, of.colours) : draw_list(on, area, of.colours);
   for (const std::string& note : of.notes) {
@@ -110,6 +133,15 @@ void draw_legend(picture& on, const box& side, const legend& of, double kept) {
                   false,
                   {90, 90, 90}});
   }
+  top += top > side.top ? 10 : 0;
+  draw_objects(on, {side.left, top, side.width, side.bottom() - kept - top}, of.objects);
+}
+
+void finish_map(page& on, const field& of, const std::string& unit, const legend& at_side) {
+  draw_frame(on.drawn, of);
+  draw_scale_bar(on.drawn, on.side, of, unit);
+  draw_north_arrow(on.drawn, on.side);
+  draw_legend(on.drawn, on.side, at_side, map_signs_height);
 }
 
 }  // namespace qrd::plot

@@ -1,7 +1,7 @@
 // What a file looks like from above.
 #include "plot/kinds.h"
-#include "plot/map_objects.h"
 #include "plot/marks.h"
+#include "plot/objects.h"
 #include "plot/traces.h"
 
 namespace qrd::plot {
@@ -77,13 +77,9 @@ void draw_traces(picture& on, const field& in, const map_samples& samples, const
 picture draw_map(source& from) {
   if (from.file().is_grid()) return draw_grid_map(from);
   const auto column = from.only_variable();
-  const map_objects objects = objects_of(from);
-  const map_samples samples = read_samples(from);
-  extent x, y;
-  add_to(samples, x, y);
-  objects.add_to(x, y);
-  if (x.is_empty() || y.is_empty())
-    throw client::error("there is nothing to draw: the file has nothing with a place");
+  objects beside = objects_of(from);
+  // A sample that is a polygon or a wireframe isn't drawn for itself.
+  const map_samples samples = beside.are_samples ? map_samples() : read_samples(from);
 
   const chosen_samples chosen = from.read_selection();
   coloured_samples shown;
@@ -94,22 +90,25 @@ picture draw_map(source& from) {
     for (std::size_t i = 0; i < shown.colours.size(); ++i)
       if (count_value(shown.told, is_chosen(chosen, i), 0)) shown.colours[i] = plain_mark;
   }
+  beside.choose(chosen, column ? &shown.colours : nullptr);
+  shown.at_side.objects = beside.entries();
+  extent x, y;
+  add_to(samples, x, y);
+  beside.add_to(x, y);
+  if (x.is_empty() || y.is_empty())
+    throw client::error("there is nothing to draw: the file has nothing with a place");
 
-  std::string noun = "samples";
+  std::string noun = beside.are_samples ? beside.noun() : "samples";
   if (samples.has_lines) noun += " in " + std::to_string(samples.traces.size()) + " lines";
-  // A sample of such a file is a polygon, or an end of a fault: it is drawn for itself only if it has a
-  // value.
-  const bool are_objects = !column && !objects.is_empty();
-  if (!objects.contours.empty()) noun = "polygons";
   const std::string below = shown.told.text(noun, from.wish().selection);
   page made = make_page(from.wish().whole, {from.title(shown.at_side.title), below}, width_of(shown.at_side));
   const std::string& unit = from.coordinate_unit();
   const field on = draw_map_field(made.drawn, made.room, widened(x, 0.04), widened(y, 0.04),
                                   {with_unit("X", unit), with_unit("Y", unit)});
-  objects.draw_polygons(made.drawn, on, column ? &shown.colours : nullptr);
+  beside.draw_polygons(made.drawn, on, unit);
   if (samples.has_lines) {
     draw_traces(made.drawn, on, samples, shown.colours, column.has_value());
-  } else if (!are_objects && objects.contours.empty()) {
+  } else {
     std::vector<mark> marks;
     for (std::size_t i = 0; i < samples.places.size(); ++i) {
       const client::point3& place = samples.places[i];
@@ -118,7 +117,7 @@ picture draw_map(source& from) {
     }
     draw_marks(made.drawn, on.area, std::move(marks));
   }
-  objects.draw_faults(made.drawn, on);
+  beside.draw_above(made.drawn, on);
   finish_map(made, on, unit, shown.at_side);
   return std::move(made.drawn);
 }

@@ -18,6 +18,7 @@ using client::rgb;
 struct point {
   double x = 0;
   double y = 0;
+  bool operator==(const point&) const = default;
 };
 
 struct box {
@@ -36,12 +37,16 @@ struct look {
   double width = 0.75;  // of the line
   // The edges of what is filled stay hard: shapes side by side leave no seam.
   bool hard_edges = false;
+  double opacity = 1;  // of what is filled
 };
 
 struct path {
   std::vector<std::vector<point>> parts;
   bool closed = false;
   look style;
+  // What several of the closed parts go round is filled, too, if all go round the same way; else it is left
+  // out where their number is even.
+  bool overlaps = false;
 };
 
 struct circle {

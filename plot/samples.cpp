@@ -56,6 +56,11 @@ client::connection& source::server() {
   return owner_.at(wish_.place);
 }
 
+client::connection& source::server_of(const client::file_place& place) {
+  owner_.use_unit(coordinate_unit_);
+  return owner_.at(place);
+}
+
 std::string source::title(const std::string& behind) const {
   return wish_.place.study + " / " + wish_.place.directory + " / " + wish_.place.file +
          (behind.empty() ? "" : ": " + behind);

@@ -13,6 +13,11 @@
 
 namespace qrd::plot {
 
+// Whether a place can be drawn.
+inline bool is_place(const client::point3& at) {
+  return is_value(at.x) && is_value(at.y) && is_value(at.z);
+}
+
 // A column of numbers with its values.
 struct values {
   client::column column;
@@ -57,6 +62,8 @@ class source {
   const std::string& coordinate_unit() const { return coordinate_unit_; }
   // The file is the current one, and coordinates come in that unit.
   client::connection& server();
+  // Another file is the current one, and its coordinates come in the unit of this one.
+  client::connection& server_of(const client::file_place& place);
   // The coordinates along an axis, of 0 to 2; of cores where they end. Empty if the file has none there.
   std::vector<double> coordinates(std::size_t axis,
                                   const std::optional<client::sample_range>& range = std::nullopt);

@@ -1,55 +1,16 @@
 // What lies near a vertical plane between two points of the map.
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "plot/grid.h"
 #include "plot/kinds.h"
-#include "plot/map_objects.h"
 #include "plot/marks.h"
+#include "plot/objects.h"
 #include "plot/traces.h"
 
 namespace qrd::plot {
 
 namespace {
-
-class plane {
- public:
-  explicit plane(const section_wish& wish) : wish_(wish) {
-    const double x = wish.to.x - wish.from.x, y = wish.to.y - wish.from.y;
-    length_ = std::hypot(x, y);
-    if (!(length_ > 0) || !is_value(length_)) throw client::error("a section goes from one point to another");
-    way_ = {x / length_, y / length_};
-    width_ = wish.width.value_or(length_ / 10);
-  }
-
-  double length() const { return length_; }
-  double width() const { return width_; }
-  double along(const client::point3& at) const {
-    return (at.x - wish_.from.x) * way_.x + (at.y - wish_.from.y) * way_.y;
-  }
-  // In the corridor, and between its ends.
-  bool is_near(const client::point3& at) const {
-    const double beside = (at.y - wish_.from.y) * way_.x - (at.x - wish_.from.x) * way_.y;
-    const double here = along(at);
-    return std::abs(beside) <= width_ / 2 && here >= 0 && here <= length_;
-  }
-  client::point3 at(double here, double z) const {
-    return {wish_.from.x + here * way_.x, wish_.from.y + here * way_.y, z};
-  }
-  std::string text(const std::string& unit) const {
-    const double azimuth = std::fmod(std::atan2(way_.x, way_.y) * 180 / std::numbers::pi + 360, 360);
-    const auto words = [](const point& at) { return short_text(at.x, 9) + ", " + short_text(at.y, 9); };
-    return "from " + words(wish_.from) + " to " + words(wish_.to) + (unit.empty() ? "" : " " + unit) +
-           ", azimuth " + short_text(std::round(azimuth)) + "°";
-  }
-
- private:
-  section_wish wish_;
-  point way_;
-  double length_ = 0;
-  double width_ = 0;
-};
 
 client::point3 middle(const trace_piece& of) {
   return {(of.from.x + of.to.x) / 2, (of.from.y + of.to.y) / 2, (of.from.z + of.to.z) / 2};
@@ -112,10 +73,11 @@ std::string corridor_text(const plane& at, const std::string& unit) {
   return " in a corridor of " + short_text(at.width()) + (unit.empty() ? "" : " " + unit);
 }
 
-picture draw_points_section(source& from, const plane& at) {
+picture draw_points_section(source& from, const plane& at, const objects& beside) {
+  const cut_objects cut(beside, at);
   const std::vector<double> x = from.coordinates(0), y = from.coordinates(1), z = from.coordinates(2);
   std::vector<std::pair<std::size_t, client::point3>> near;
-  extent heights;
+  extent heights = cut.heights();
   std::vector<bool> is_near(x.size());
   for (std::size_t i = 0; i < std::min({x.size(), y.size(), z.size()}); ++i) {
     const client::point3 place{x[i], y[i], z[i]};
@@ -124,11 +86,13 @@ picture draw_points_section(source& from, const plane& at) {
     near.emplace_back(i, place);
     heights.add(z[i]);
   }
-  if (near.empty())
+  if (heights.is_empty())
     throw client::error("there is nothing to draw: no sample lies in the corridor of the section");
   const auto column = from.only_variable();
-  const coloured_samples shown =
-      colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
+  coloured_samples shown;
+  if (!near.empty())
+    shown = colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
+  shown.at_side.objects = cut.entries();
   const chosen_samples chosen = from.read_selection();
   section_page drawn =
       make_section_page(from, at, heights, shown,
@@ -138,14 +102,16 @@ picture draw_points_section(source& from, const plane& at) {
     if (is_chosen(chosen, sample))
       marks.push_back(
           {drawn.on.at(at.along(place), place.z), column ? colour_at(shown.colours, sample) : plain_mark});
+  cut.draw(drawn.made.drawn, drawn.on);
   draw_marks(drawn.made.drawn, drawn.on.area, std::move(marks));
   return finish(std::move(drawn), from, shown);
 }
 
-picture draw_lines_section(source& from, const plane& at) {
+picture draw_lines_section(source& from, const plane& at, const objects& beside) {
+  const cut_objects cut(beside, at);
   const bool are_cores = from.file().info().organisation == client::organisation::core_lines;
   std::vector<trace> traces = read_traces(from);
-  extent heights;
+  extent heights = cut.heights();
   std::size_t lines = 0;
   std::vector<bool> is_near(static_cast<std::size_t>(from.file().samples()));
   for (trace& one : traces) {
@@ -157,11 +123,13 @@ picture draw_lines_section(source& from, const plane& at) {
     }
     if (!one.pieces.empty()) ++lines;
   }
-  if (lines == 0)
+  if (heights.is_empty())
     throw client::error("there is nothing to draw: no line lies in the corridor of the section");
   const auto column = from.only_variable();
-  const coloured_samples shown =
-      colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
+  coloured_samples shown;
+  if (lines > 0)
+    shown = colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
+  shown.at_side.objects = cut.entries();
   section_page drawn = make_section_page(
       from, at, heights, shown, std::to_string(lines) + " lines" + corridor_text(at, from.coordinate_unit()));
   picture& on = drawn.made.drawn;
@@ -175,6 +143,7 @@ picture draw_lines_section(source& from, const plane& at) {
       if (column && !are_cores) marks.push_back({place(piece.to), colour});
       if (column && are_cores && colour) cores.add(*colour, place(piece.from), place(piece.to));
     }
+  cut.draw(on, drawn.on);
   on.shapes.emplace_back(clip{drawn.on.area});
   ways.draw(on, 0.75);
   cores.draw(on, 4.5);
@@ -197,7 +166,8 @@ std::optional<std::size_t> sample_at(const grid& of, const client::point3& place
 }
 
 // The cells that the plane cuts, sampled as finely as a picture shows them.
-picture draw_grid_section(source& from, const plane& at) {
+picture draw_grid_section(source& from, const plane& at, const objects& beside) {
+  const cut_objects beside_cut(beside, at);
   const auto column = from.only_variable();
   if (!column) throw client::error("a section through a grid needs a variable");
   const grid of(from.file().info());
@@ -219,14 +189,15 @@ picture draw_grid_section(source& from, const plane& at) {
   std::sort(samples.begin(), samples.end());
   samples.erase(std::unique(samples.begin(), samples.end()), samples.end());
   if (samples.empty()) throw client::error("there is nothing to draw: the section does not meet the grid");
-  const coloured_samples shown =
+  coloured_samples shown =
       colour_samples(from, from.read_some(*column, samples), from.read_some_selection(samples));
+  shown.at_side.objects = beside_cut.entries();
   const auto colour_of = [&](const std::optional<std::size_t>& sample) -> std::optional<rgb> {
     if (!sample) return std::nullopt;
     const auto here = std::lower_bound(samples.begin(), samples.end(), *sample);
     return shown.colours[static_cast<std::size_t>(here - samples.begin())];
   };
-  extent cut_heights;
+  extent cut_heights = beside_cut.heights();
   for (std::size_t i = 0; i < cut.size(); ++i)
     if (colour_of(cut[i])) {
       const double low = heights.low + static_cast<double>(i / columns) * height;
@@ -255,6 +226,24 @@ picture draw_grid_section(source& from, const plane& at) {
   drawn.made.drawn.shapes.emplace_back(clip{drawn.on.area});
   cells.draw(drawn.made.drawn, true);
   drawn.made.drawn.shapes.emplace_back(clip{});
+  beside_cut.draw(drawn.made.drawn, drawn.on);
+  return finish(std::move(drawn), from, shown);
+}
+
+// The samples are polygons or wireframes themselves.
+picture draw_objects_section(source& from, const plane& at, objects& beside) {
+  coloured_samples shown;
+  const chosen_samples chosen = from.read_selection();
+  const auto column = from.only_variable();
+  if (column) shown = colour_samples(from, from.read(*column), chosen);
+  beside.choose(chosen, column ? &shown.colours : nullptr);
+  const cut_objects cut(beside, at);
+  if (cut.heights().is_empty())
+    throw client::error("there is nothing to draw: the section cuts nothing that has a height");
+  shown.at_side.objects = cut.entries();
+  section_page drawn =
+      make_section_page(from, at, cut.heights(), shown, std::to_string(beside.own) + " " + beside.noun());
+  cut.draw(drawn.made.drawn, drawn.on);
   return finish(std::move(drawn), from, shown);
 }
 
@@ -264,8 +253,11 @@ picture draw_section(source& from) {
   const client::file_info& info = from.file().info();
   if (info.dimension != 3) throw client::error("a section needs a file in three dimensions");
   const plane at(from.wish().section);
-  if (from.file().is_grid()) return draw_grid_section(from, at);
-  return from.file().has_lines() ? draw_lines_section(from, at) : draw_points_section(from, at);
+  objects beside = objects_of(from);
+  if (beside.are_samples) return draw_objects_section(from, at, beside);
+  if (from.file().is_grid()) return draw_grid_section(from, at, beside);
+  return from.file().has_lines() ? draw_lines_section(from, at, beside)
+                                 : draw_points_section(from, at, beside);
 }
 
 }  // namespace qrd::plot

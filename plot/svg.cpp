@@ -47,6 +47,7 @@ std::string escaped(const std::string& text) {
 
 std::string attributes(const look& style) {
   std::string text = " fill=\"" + (style.fill ? colour_text(*style.fill) : "none") + "\"";
+  if (style.fill && style.opacity < 1) text += " fill-opacity=\"" + number(style.opacity) + "\"";
   if (style.line)
     text += " stroke=\"" + colour_text(*style.line) + "\" stroke-width=\"" + number(style.width) + "\"";
   if (style.hard_edges) text += " shape-rendering=\"crispEdges\"";
@@ -76,7 +77,7 @@ class svg_writer {
       if (one.closed) text_ += 'Z';
     }
     text_ += "\"" + attributes(one.style);
-    if (one.closed) text_ += " fill-rule=\"evenodd\"";
+    if (one.closed && !one.overlaps) text_ += " fill-rule=\"evenodd\"";
     text_ += " stroke-linejoin=\"round\"/>\n";
   }
 

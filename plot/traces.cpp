@@ -39,10 +39,6 @@ places read_places(source& from, const std::optional<client::sample_range>& rang
   return read;
 }
 
-bool is_place(const client::point3& at) {
-  return is_value(at.x) && is_value(at.y) && is_value(at.z);
-}
-
 trace trace_of(const client::line& line, const places& at) {
   trace made{line, {}};
   // A line may have become longer since the places were read.

@@ -66,13 +66,6 @@ json axes_json(client::table& grid, const std::string& unit) {
   return {{"origin", origin}, {"axes", axes}, {"nodes", json::array({counts[0], counts[1], counts[2]})}};
 }
 
-// Only a file with the variables of wireframes can have some; a look at them is the only way to know.
-bool may_have_wireframes(const std::vector<client::column>& columns) {
-  return std::any_of(columns.begin(), columns.end(),
-                     [](const auto& one) { return one.title == "V+ VOLUME"; }) &&
-         std::any_of(columns.begin(), columns.end(), [](const auto& one) { return one.title == "N+ NAME"; });
-}
-
 }  // namespace
 
 answer file_answer(source& from, const query& asked) {
@@ -99,8 +92,7 @@ answer file_answer(source& from, const query& asked) {
     json objects = json::array();
     if (info.has_polygons) objects.push_back("polygons");
     if (info.has_faults) objects.push_back("faults");
-    if (!info.has_polygons && info.dimension == 3 && may_have_wireframes(columns))
-      objects.push_back("wireframes");
+    if (file.may_have_wireframes()) objects.push_back("wireframes");
     told["objects"] = objects;
     return json_answer(told);
   });

@@ -102,6 +102,8 @@ class QRD_EXPORT table {
   std::int64_t samples() const { return info_.samples; }
   bool has_lines() const;
   bool is_grid() const { return info_.organisation == organisation::grid; }
+  // Whether it has the variables of a file of wireframes. Only asking for these tells whether it is one.
+  bool may_have_wireframes();
 
   // The names of the variables, as the server lists them.
   std::vector<std::string> names();

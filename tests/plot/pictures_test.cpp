@@ -55,7 +55,55 @@ TEST_F(pictures, of_points_lines_and_polygons_from_above) {
 
   const std::string domains = drawn({"Holes", "Drilling", "domains"});
   expect_texts(domains, {"3 polygons", "North", "South", "All"});
-  EXPECT_EQ(count(domains, "stroke-width=\"1.2\""), 4U);
+  EXPECT_EQ(count(domains, "stroke-width=\"1.2\""), 7U);  // rings, and a polygon each in the legend
+}
+
+TEST_F(pictures, of_polygons_wireframes_and_faults) {
+  // A box of twelve triangles among the holes, in metres; its faces don't all go round the same way.
+  const double west = 701000, east = 701500, south = 127700, north = 128000;
+  std::string box = "o Body\n";
+  for (const double z : {0.0, 100.0})
+    for (const double y : {south, north})
+      for (const double x : {west, east})
+        box += "v " + std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(z) + "\n";
+  for (const char* face : {"1 2 4 3", "5 7 8 6", "1 2 6 5", "3 4 8 7", "1 3 7 5", "2 4 8 6"}) {
+    const std::string corners = face;
+    box += "f " + corners.substr(0, 5) + "\nf " + corners.substr(0, 1) + corners.substr(3) + "\n";
+  }
+  write_file(path("box.obj"), box);
+  good({"import", "wireframes", "Holes", "Drilling", "bodies", path("box.obj")});
+  // Seen from above top and bottom are one rectangle each, without the edges of their triangles.
+  const std::string alone = drawn({"Holes", "Drilling", "bodies"});
+  expect_texts(alone, {"1 wireframes", "Body"});
+  const std::string opaque = "\" fill=\"#009100\" fill-opacity=\"0.25\"";
+  const std::size_t end = alone.find(opaque), begin = alone.rfind('"', end - 1);
+  const std::string shape = alone.substr(begin, end - begin);
+  EXPECT_EQ(count(shape, "M"), 2U) << shape;
+  EXPECT_EQ(count(shape, "L"), 6U) << shape;
+  EXPECT_EQ(count(alone.substr(end, 200), "evenodd"), 0U);
+
+  const strings beside = {"--wireframes", "bodies", "--polygons", "Drilling/domains", "--metres"};
+  const auto with_both = [&](strings words) {
+    words.insert(words.begin(), {"Holes", "Drilling", "collars"});
+    words.insert(words.end(), beside.begin(), beside.end());
+    return drawn(words);
+  };
+  const std::string map = with_both({});
+  expect_texts(map, {"Body", "South", "North (-154.8384 – 497.7384 m)", "50 samples"});
+  EXPECT_EQ(count(map, "<circle"), 50U);
+  const std::string section =
+      with_both({"--section", "700900,127750,701400,127750", "--width", "1", "--exaggeration", "1"});
+  expect_texts(section, {"Body", "South",
+                         "0 samples in a corridor of 1 m; from 700900, 127750 to 701400, "
+                         "127750 m, azimuth 90°"});
+  EXPECT_EQ(count(section, "stroke=\"#009100\""), 2U);  // the cut, and the legend
+  EXPECT_EQ(count(section, ">All</text>"), 1U);
+  EXPECT_NE(complaint({"plot", "Holes", "Drilling", "bodies", "--section", "0,0,1,1", "-o", path("b.svg")})
+                .find("the section cuts nothing"),
+            std::string::npos);
+  EXPECT_NE(complaint({"plot", "Holes", "Drilling", "collars", "--wireframes", "domain", "-o", path("b.svg")})
+                .find("did you mean \"domains\"?"),
+            std::string::npos);
 }
 
 TEST_F(pictures, of_a_grid_by_levels_and_in_section) {
