@@ -73,7 +73,9 @@ prepared_object::prepared_object(const char* parent) : parent_(parent) {
     return qu_make_locked_folder(path, lock_);
   };
   const std::string name = qu_with_working_name(qu_working_folder_name, being_made, make);
-  if (!name.empty()) qu_path_join(path_, {parent_, path_separator, name});
+  if (name.empty()) return;
+  qu_path_join(path_, {parent_, path_separator, name});
+  unseen_.emplace(path_);
 }
 
 prepared_object::~prepared_object() {
@@ -83,6 +85,7 @@ prepared_object::~prepared_object() {
 placement prepared_object::place(const numbering& level) {
   if (!qu_sync_tree(path_)) return placement::failed;
   pause_.reset();
+  unseen_.reset();
   for (std::int64_t number = lowest_free_number(siblings_, level.prefix); number <= level.maximum; number++) {
     std::string target = parent_ + path_separator + level.prefix + std::to_string(number);
     if (!leaves_room(target)) {

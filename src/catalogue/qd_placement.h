@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "util/qu_constants.h"
+#include "util/qu_file_replace.h"
 #include "util/qu_lock.h"
 #include "util/qu_sync.h"
 
@@ -52,6 +53,7 @@ class prepared_object {
   std::string parent_;
   std::optional<folder_lock> lock_;
   path_text path_ = "";
+  std::optional<unseen_folder> unseen_;
   std::vector<std::string> siblings_;
   std::optional<sync_pause> pause_{std::in_place};  // until it is waited for as a whole
 };

@@ -108,8 +108,7 @@ bool write_initial_variable(const char* file_path, std::int64_t organisation, st
 
 bool write_file_files(const char* path, const qd_file_record& record, file_content* content) {
   if (is_lines(record.organisation) && !qd_line_table_create(path)) return false;
-  if (!qd_make_empty_file(path, "DESCR") || qd_file_descriptor_write(path, record) != object_state::sound)
-    return false;
+  if (qd_file_descriptor_write(path, record) != object_state::sound) return false;
   std::size_t number = 1;
   for (const initial_variable& initial : initial_variables(record.organisation, record.dimension))
     if (!write_initial_variable(path, record.organisation, number++, initial)) return false;
@@ -177,8 +176,7 @@ bool qd_create_directory(const char* name) {
   prepared_object folder(store.catalogue_path);
   placement placed = placement::failed;
   bool has_changed = false;
-  if (folder && qd_make_empty_file(folder.path(), "DESCR") &&
-      qd_directory_descriptor_write(folder.path(), name) == object_state::sound) {
+  if (folder && qd_directory_descriptor_write(folder.path(), name) == object_state::sound) {
     // Another server may have made one of that name until the lock was to be had.
     const folder_lock lock(store.catalogue_path);
     if (lock && qd_find_directory(name, path) == found::no)

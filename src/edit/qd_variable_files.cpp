@@ -66,8 +66,14 @@ std::string creation_comment() {
 
 bool write_macro(const char* path) {
   macro_descriptor descriptor(qd_macro_descr_new(1));
-  return descriptor && qd_make_empty_file(path, macro_file_name) &&
-         qd_macro_descr_write(path, *descriptor) == object_state::sound;
+  return descriptor && qd_macro_descr_write(path, *descriptor) == object_state::sound;
+}
+
+bool make_data_file(const char* path) {
+  path_text data_path;
+  qu_path_join(data_path, {path, path_separator, data_file_name});
+  file_stream stream(qu_file_open_n(data_path, write_read_binary));
+  return stream && stream.close();
 }
 
 bool fill_data_file(const char* path, const qd_variable_record& record, std::int64_t samples) {
@@ -101,20 +107,12 @@ qd_variable_record qd_new_variable_record(std::int64_t organisation, const char*
   return record;
 }
 
-bool qd_make_empty_file(const char* folder, const char* name) {
-  path_text path;
-  qu_path_join(path, {folder, path_separator, name});
-  file_stream stream(qu_file_open_n(path, write_read_binary));
-  return stream && stream.close();
-}
-
 bool qd_write_variable_files(const char* path, const qd_variable_record& record,
                              std::int64_t filled_samples) {
-  return (record.type != VAR_MACRO || write_macro(path)) && qd_make_empty_file(path, "DESCR") &&
+  return (record.type != VAR_MACRO || write_macro(path)) &&
          qd_variable_descriptor_write(path, record) == object_state::sound &&
          qd_comment_replace(path, creation_comment().c_str()) == object_state::sound &&
-         qd_make_empty_file(path, data_file_name) &&
-         (filled_samples == 0 || fill_data_file(path, record, filled_samples));
+         make_data_file(path) && (filled_samples == 0 || fill_data_file(path, record, filled_samples));
 }
 
 }  // namespace qrd

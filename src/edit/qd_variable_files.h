@@ -21,8 +21,4 @@ bool qd_is_computed(std::int64_t organisation, std::int32_t kind);
 // 512, and when it isn't 0 a bit length that can be filled. May end the process.
 bool qd_write_variable_files(const char* path, const qd_variable_record& record, std::int64_t filled_samples);
 
-// True if nothing of that name is in the way and an empty file could be made: a descriptor that can't be
-// opened would end the process.
-bool qd_make_empty_file(const char* folder, const char* name);
-
 }  // namespace qrd

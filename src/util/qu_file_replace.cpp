@@ -9,18 +9,27 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "util/qu_critical.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_rename.h"
+#include "util/qu_string.h"
 #include "util/qu_sync.h"
 #include "util/qu_working_name.h"
 
 namespace qrd {
 
 namespace {
+
+// The folder that nobody sees, with a separator behind it, or an empty text.
+path_text unseen = "";
+
+bool is_unseen(const std::string& path) {
+  return unseen[0] != '\0' && path.starts_with(unseen);
+}
 
 // A folder may forbid what its files allow: to whom it does not belong, or because a file is a mount.
 bool folder_forbids(int reason) {
@@ -108,6 +117,15 @@ bool reserve(int handle, off_t bytes) {
 
 }  // namespace
 
+unseen_folder::unseen_folder(const char* path) {
+  std::memcpy(before_, unseen, sizeof before_);
+  qu_path_join(unseen, {path, path_separator});
+}
+
+unseen_folder::~unseen_folder() {
+  std::memcpy(unseen, before_, sizeof before_);
+}
+
 replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
   struct stat old_file;
   bool exists = lstat(path, &old_file) == 0;
@@ -124,6 +142,10 @@ replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
   if (exists && access(path_.c_str(), W_OK) != 0) return;
 
   folder_ = qu_folder_of(path_);
+  if (!exists && is_unseen(path_)) {
+    is_unseen_ = open_unseen(mode);
+    return;
+  }
   if (!open_beside(mode)) {
     if (!exists || !folder_forbids(errno)) return;
     in_place_ = true;
@@ -145,7 +167,21 @@ bool replaced_file::open_beside(file_mode mode) {
   int handle = -1;
   const mode_t rights = in_place_ ? 0600 : 0666;
   fresh_path_ = make_working_file(folder_, being_made, rights, handle);
-  if (fresh_path_.empty()) return false;
+  return !fresh_path_.empty() && open_stream(handle, mode);
+}
+
+bool replaced_file::open_unseen(file_mode mode) {
+  if (!qu_is_valid_path(path_.c_str())) {
+    errno = EINVAL;
+    return false;
+  }
+  const int handle = open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+  if (handle < 0) return false;
+  fresh_path_ = path_;
+  return open_stream(handle, mode);
+}
+
+bool replaced_file::open_stream(int handle, file_mode mode) {
   stream_ = file_stream(fdopen(handle, mode == write_text ? "w+" : "wb+"));
   if (!stream_) close(handle);
   return static_cast<bool>(stream_);
@@ -157,12 +193,21 @@ replaced_file::~replaced_file() {
   errno = reason;
 }
 
+bool replaced_file::is_written() {
+  return stream_ && std::fflush(stream_.get()) == 0 && std::ferror(stream_.get()) == 0 &&
+         qu_sync_file(fileno(stream_.get()));
+}
+
+bool replaced_file::keep_unseen() {
+  if (!is_written() || !stream_.close()) return false;
+  fresh_path_.clear();
+  return true;
+}
+
 // The close may be the first to tell of a failed write, so it comes before the rename. The second handle
 // keeps the lock until then.
 int replaced_file::finish_writing() {
-  if (!stream_ || std::fflush(stream_.get()) != 0 || std::ferror(stream_.get()) != 0 ||
-      !qu_sync_file(fileno(stream_.get())))
-    return -1;
+  if (!is_written()) return -1;
   const int fresh = fcntl(fileno(stream_.get()), F_DUPFD_CLOEXEC, 0);
   if (fresh < 0 || stream_.close()) return fresh;
   const int reason = errno;
@@ -172,6 +217,7 @@ int replaced_file::finish_writing() {
 }
 
 bool replaced_file::commit() {
+  if (is_unseen_) return keep_unseen();
   const owned_file fresh(finish_writing());
   if (fresh.handle < 0) return false;
   if (in_place_) return write_in_place(fresh.handle);
@@ -182,6 +228,7 @@ bool replaced_file::commit() {
 }
 
 bool replaced_file::commit_new() {
+  if (is_unseen_) return keep_unseen();
   const owned_file fresh(finish_writing());
   if (fresh.handle < 0 || in_place_) return false;
   if (qu_take_name(fresh_path_, path_) != 0) return false;

@@ -1,6 +1,7 @@
 // The one way to make or to change a file that others may read: they see the old content or the new one,
 // whole. It is written beside, under a working name, is on disk as far as the durability asks for it, and
-// then takes its place by a rename. A failure leaves the old file.
+// then takes its place by a rename. A failure leaves the old file. In a folder that nobody sees yet a new
+// file has its own name from the start.
 #pragma once
 
 #include <string>
@@ -8,6 +9,19 @@
 #include "util/qu_file.h"
 
 namespace qrd {
+
+// While one lives, nobody looks into the folder or takes what is in it for whole: it is in the making, under
+// a working name and locked. Of several only the last one made counts.
+class unseen_folder {
+ public:
+  explicit unseen_folder(const char* path);
+  unseen_folder(const unseen_folder&) = delete;
+  unseen_folder& operator=(const unseen_folder&) = delete;
+  ~unseen_folder();
+
+ private:
+  path_text before_;
+};
 
 class replaced_file {
  public:
@@ -30,6 +44,11 @@ class replaced_file {
 
  private:
   bool open_beside(file_mode mode);
+  bool open_unseen(file_mode mode);
+  bool open_stream(int handle, file_mode mode);
+  // Whether all that was written has reached the file.
+  bool is_written();
+  bool keep_unseen();
   // A second handle of the new file, whose stream is closed; -1 if something was not written.
   int finish_writing();
   bool write_in_place(int fresh);
@@ -38,6 +57,7 @@ class replaced_file {
   std::string folder_;
   std::string fresh_path_;  // empty once it is in place
   bool in_place_ = false;
+  bool is_unseen_ = false;
   file_stream stream_;
 };
 

@@ -4,10 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
@@ -23,11 +25,14 @@ bool no_such_thing(int reason) {
   return reason == EINVAL || reason == EROFS || reason == ENOTSUP || reason == EBADF;
 }
 
+bool is_waited_for(const struct stat& status) {
+  return qu_durability() != durability::small || status.st_size <= small_file_bytes;
+}
+
 bool sync_small(int file) {
   struct stat status;
   if (fstat(file, &status) != 0) return false;
-  return (qu_durability() == durability::small && status.st_size > small_file_bytes) ||
-         qu_sync_whole_file(file);
+  return !is_waited_for(status) || qu_sync_whole_file(file);
 }
 
 // Opens what lies at the path just to wait for it.
@@ -39,6 +44,35 @@ bool sync_path(const std::string& path, bool is_folder) {
   close(handle);
   errno = reason;
   return done;
+}
+
+// Lets the disk begin with a small file, and doesn't wait: the files of a tree are then written side by side,
+// and the first wait takes the file system's own records of all of them along.
+void start_writing(const std::string& path) {
+  const int handle = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (handle < 0) return;
+  struct stat status;
+  if (fstat(handle, &status) == 0 && is_waited_for(status))
+    sync_file_range(handle, 0, 0, SYNC_FILE_RANGE_WRITE);
+  close(handle);
+}
+
+// The files of a tree, and its folders, each before those in it.
+bool list_tree(const std::string& path, std::vector<std::string>& files, std::vector<std::string>& folders) {
+  folders.push_back(path);
+  const directory_listing listing(path.c_str());
+  if (!listing) return false;
+  while (const char* name = listing.next()) {
+    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+    const std::string entry = path + path_separator + name;
+    struct stat status;
+    if (lstat(entry.c_str(), &status) != 0) return false;
+    if (!S_ISDIR(status.st_mode))
+      files.push_back(entry);
+    else if (!list_tree(entry, files, folders))
+      return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -76,18 +110,16 @@ bool qu_sync_folder_first(const std::string& path) {
 }
 
 bool qu_sync_tree(const std::string& path) {
-  const durability wanted = qu_durability();
-  if (wanted == durability::none) return true;
-  const directory_listing listing(path.c_str());
-  if (!listing) return false;
-  while (const char* name = listing.next()) {
-    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
-    const std::string entry = path + path_separator + name;
-    struct stat status;
-    if (lstat(entry.c_str(), &status) != 0) return false;
-    if (S_ISDIR(status.st_mode) ? !qu_sync_tree(entry) : !sync_path(entry, false)) return false;
-  }
-  return wanted != durability::all || sync_path(path, true);
+  if (qu_durability() == durability::none) return true;
+  std::vector<std::string> files, folders;
+  if (!list_tree(path, files, folders)) return false;
+  for (const std::string& file : files) start_writing(file);
+  for (const std::string& file : files)
+    if (!sync_path(file, false)) return false;
+  if (qu_durability() != durability::all) return true;
+  // The deepest first.
+  return std::all_of(folders.rbegin(), folders.rend(),
+                     [](const std::string& folder) { return sync_path(folder, true); });
 }
 
 sync_pause::sync_pause() {

@@ -57,6 +57,32 @@ TEST_F(replacement, fails_behind_a_link_that_leads_nowhere) {
   EXPECT_EQ(file_count(), 1);
 }
 
+TEST_F(replacement, in_a_folder_that_nobody_sees_has_its_own_name_from_the_start) {
+  const std::string made = folder / "made";
+  fs::create_directory(made);
+  write_file(made + "/old", "old");
+  const auto names = [&made] {
+    std::set<std::string> found;
+    for (const auto& entry : fs::directory_iterator(made)) found.insert(entry.path().filename());
+    return found;
+  };
+  {
+    const unseen_folder unseen(made.c_str());
+    const replaced_file dropped((made + "/dropped").c_str(), write_text);
+    EXPECT_TRUE(dropped);
+    EXPECT_EQ(names(), (std::set<std::string>{"dropped", "old"}));
+    // A link that somebody has planted there isn't followed.
+    fs::create_symlink("elsewhere", made + "/dangling");
+    EXPECT_FALSE(replace("made/dangling", "new"));
+    EXPECT_TRUE(replace("made/new", "new"));
+    EXPECT_TRUE(replace("made/old", "newer"));
+  }
+  EXPECT_EQ(names(), (std::set<std::string>{"dangling", "new", "old"}));
+  EXPECT_EQ(read_file(made + "/new") + read_file(made + "/old"), "newnewer");
+  const replaced_file beside((made + "/beside").c_str(), write_text);
+  EXPECT_FALSE(names().contains("beside"));
+}
+
 TEST_F(replacement, of_nothing_leaves_what_another_has_made) {
   replaced_file file((folder / "a").c_str(), write_binary);
   std::fputs("mine", file.get());
