@@ -9,8 +9,6 @@ namespace qrd {
 namespace {
 
 constexpr std::uint32_t object_name_limit = 50;
-constexpr std::int64_t surface_vertex_bytes = 24;
-constexpr std::int64_t surface_triangle_bytes = 12;
 
 bool move_header(XDR* xdr, wireframe_header& header) {
   return qu_xdr_int(xdr, &header.version) && qu_xdr_int(xdr, &header.objects) &&
@@ -19,23 +17,22 @@ bool move_header(XDR* xdr, wireframe_header& header) {
          qu_xdr_doubles(xdr, header.box, 6);
 }
 
-// A count and so many items of `width` numbers. What a file promises is bounded by what it holds.
+// A count and so many items of three numbers. What a file promises is bounded by what it holds.
 template <typename Number>
-bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left, std::int64_t item_bytes,
-                int (*move)(XDR*, Number*, std::int64_t)) {
+bool move_items(XDR* xdr, number_block<Number>& numbers, std::int64_t bytes_left) {
+  constexpr std::int64_t item_bytes = 3 * sizeof(Number);
   auto count = static_cast<std::int64_t>(numbers.size() / 3);
   if (!qu_xdr_int(xdr, &count)) return false;
   if (xdr->x_op == XDR_DECODE) {
     if (count < 0 || count > bytes_left / item_bytes) return false;
     numbers.resize(static_cast<std::size_t>(3 * count));
   }
-  return move(xdr, numbers.data(), 3 * count) != 0;
+  return qu_xdr_kept(xdr, numbers.data(), count * item_bytes) != 0;
 }
 
 bool move_piece(XDR* xdr, std::int64_t version, std::int64_t bytes_left, wireframe_piece& piece) {
   if (version >= 3 && !qu_xdr_int(xdr, &piece.piece_type)) return false;
-  return move_items(xdr, piece.vertices, bytes_left, surface_vertex_bytes, qu_xdr_doubles) &&
-         move_items(xdr, piece.triangles, bytes_left, surface_triangle_bytes, qu_xdr_ints) &&
+  return move_items(xdr, piece.vertices, bytes_left) && move_items(xdr, piece.triangles, bytes_left) &&
          qu_xdr_int(xdr, &piece.closed);
 }
 

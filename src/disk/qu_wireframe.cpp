@@ -11,10 +11,39 @@ namespace qrd {
 
 namespace {
 
+using kept_double = big_endian<double>;
+
 // a . (b x c): six times the signed volume of the tetrahedron over the origin.
-double determinant(const double* a, const double* b, const double* c) {
+double determinant(const kept_double* a, const kept_double* b, const kept_double* c) {
   return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
          a[2] * (b[0] * c[1] - b[1] * c[0]);
+}
+
+// Extends a piece by its vertices from number `first` on; `take(i, axis)` gives number i of the block.
+template <typename Take>
+void extend(wireframe_piece& piece, std::int64_t first, const Take& take) {
+  // Locals stay in registers, as the piece's own fields can't: the vertices might alias them.
+  double x_min = piece.x_min, x_max = piece.x_max;
+  double y_min = piece.y_min, y_max = piece.y_max;
+  double z_min = piece.z_min, z_max = piece.z_max;
+  double x_sum = piece.x_sum, y_sum = piece.y_sum, z_sum = piece.z_sum;
+  const std::size_t count = piece.vertices.size();
+  for (auto i = 3 * static_cast<std::size_t>(first); i < count; i += 3) {
+    const double x = take(i, 0), y = take(i + 1, 1), z = take(i + 2, 2);
+    x_min = std::min(x_min, x);
+    x_max = std::max(x_max, x);
+    y_min = std::min(y_min, y);
+    y_max = std::max(y_max, y);
+    z_min = std::min(z_min, z);
+    z_max = std::max(z_max, z);
+    x_sum += x;
+    y_sum += y;
+    z_sum += z;
+  }
+  piece.x_min = x_min, piece.x_max = x_max;
+  piece.y_min = y_min, piece.y_max = y_max;
+  piece.z_min = z_min, piece.z_max = z_max;
+  piece.x_sum = x_sum, piece.y_sum = y_sum, piece.z_sum = z_sum;
 }
 
 double piece_volume(const wireframe_piece& piece) {
@@ -103,36 +132,31 @@ void qu_polyhedron_box(const wireframe& root, double (&box)[6]) {
 }
 
 void qu_piece_extend(wireframe_piece& piece, std::int64_t first) {
-  // Locals stay in registers, as the piece's own fields can't: the vertices might alias them.
-  double x_min = piece.x_min, x_max = piece.x_max;
-  double y_min = piece.y_min, y_max = piece.y_max;
-  double z_min = piece.z_min, z_max = piece.z_max;
-  double x_sum = piece.x_sum, y_sum = piece.y_sum, z_sum = piece.z_sum;
-  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
-    const double x = piece.vertices[i], y = piece.vertices[i + 1], z = piece.vertices[i + 2];
-    x_min = std::min(x_min, x);
-    x_max = std::max(x_max, x);
-    y_min = std::min(y_min, y);
-    y_max = std::max(y_max, y);
-    z_min = std::min(z_min, z);
-    z_max = std::max(z_max, z);
-    x_sum += x;
-    y_sum += y;
-    z_sum += z;
-  }
-  piece.x_min = x_min, piece.x_max = x_max;
-  piece.y_min = y_min, piece.y_max = y_max;
-  piece.z_min = z_min, piece.z_max = z_max;
-  piece.x_sum = x_sum, piece.y_sum = y_sum, piece.z_sum = z_sum;
+  const kept_double* numbers = piece.vertices.data();
+  extend(piece, first, [numbers](std::size_t i, int) -> double { return numbers[i]; });
+}
+
+void qu_piece_scale_and_extend(wireframe_piece& piece, std::int64_t first, const double (&factors)[3]) {
+  kept_double* numbers = piece.vertices.data();
+  const double x = factors[0], y = factors[1], z = factors[2];
+  extend(piece, first, [=](std::size_t i, int axis) {
+    const double scaled = numbers[i] * (axis == 0 ? x : axis == 1 ? y : z);
+    numbers[i] = scaled;
+    return scaled;
+  });
 }
 
 bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first) {
-  // A negative index is a large one here; the loop goes on without a branch for each.
-  const auto count = static_cast<std::uint64_t>(piece.vertex_count());
-  bool beyond = false;
-  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); ++i)
-    beyond |= static_cast<std::uint32_t>(piece.triangles[i]) >= count;
-  return !beyond;
+  // A negative index is a large one here. A difference below 0 sets the highest bit: the loop goes on without
+  // a branch or a comparison for each.
+  const std::uint64_t last = static_cast<std::uint64_t>(piece.vertex_count()) - 1;
+  const auto left_behind = [&piece, last](std::size_t i) {
+    return last - static_cast<std::uint32_t>(std::int32_t{piece.triangles[i]});
+  };
+  std::uint64_t differences = 0;
+  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); i += 3)
+    differences |= left_behind(i) | left_behind(i + 1) | left_behind(i + 2);
+  return differences >> 63 == 0;
 }
 
 }  // namespace qrd

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "units/qu_units.h"
+#include "util/qu_big_endian.h"
 #include "util/qu_constants.h"
 #include "util/qu_memory.h"
 
@@ -36,9 +37,9 @@ template <typename Number>
 using number_block = std::vector<Number, unfilled<Number>>;
 
 struct wireframe_piece {
-  number_block<double> vertices;         // x, y, z of each
-  number_block<std::int32_t> triangles;  // three vertex indices each
-  std::int64_t piece_type = 1;           // 0: not sent to clients
+  number_block<big_endian<double>> vertices;         // x, y, z of each
+  number_block<big_endian<std::int32_t>> triangles;  // three vertex indices each
+  std::int64_t piece_type = 1;                       // 0: not sent to clients
   double x_min = missing_double, x_max = -missing_double;
   double y_min = missing_double, y_max = -missing_double;
   double z_min = missing_double, z_max = -missing_double;
@@ -78,6 +79,8 @@ double qu_polyhedron_volume(wireframe_object& object);
 void qu_polyhedron_box(const wireframe& root, double (&box)[6]);
 // Widens a piece's extents, and adds to its sums, by its vertices from number `first` on.
 void qu_piece_extend(wireframe_piece& piece, std::int64_t first = 0);
+// The same, once those vertices have been multiplied by the factors of x, y and z.
+void qu_piece_scale_and_extend(wireframe_piece& piece, std::int64_t first, const double (&factors)[3]);
 // True if every triangle from number `first` on names vertices of the piece.
 bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first = 0);
 

@@ -29,8 +29,8 @@ std::int32_t sent_pieces(const wireframe_object& object) {
 bool write_piece(const wireframe_piece& piece) {
   return write_value(wire_int{narrow_int(piece.vertex_count())}) &&
          write_value(wire_int{narrow_int(piece.triangle_count())}) &&
-         write_value(wire_doubles{piece.vertices.data(), 3 * piece.vertex_count()}) &&
-         write_value(wire_ints{piece.triangles.data(), 3 * piece.triangle_count()});
+         write_value(wire_kept_doubles{piece.vertices.data(), 3 * piece.vertex_count()}) &&
+         write_value(wire_kept_ints{piece.triangles.data(), 3 * piece.triangle_count()});
 }
 
 bool write_object(const wireframe_object& object) {
@@ -46,9 +46,9 @@ void divide(wireframe& root, const unit_divisors& unit) {
   for (wireframe_object& object : root.objects)
     for (wireframe_piece& piece : object.pieces)
       for (std::size_t i = 0; i < piece.vertices.size(); i += 3) {
-        piece.vertices[i] /= unit.x;
-        piece.vertices[i + 1] /= unit.y;
-        piece.vertices[i + 2] /= unit.z;
+        piece.vertices[i] = piece.vertices[i] / unit.x;
+        piece.vertices[i + 1] = piece.vertices[i + 1] / unit.y;
+        piece.vertices[i + 2] = piece.vertices[i + 2] / unit.z;
       }
 }
 

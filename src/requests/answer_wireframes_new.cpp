@@ -58,12 +58,7 @@ arrival read_triples(number_block<Number>& numbers, std::int64_t count, Read rea
 
 // To centimetres, and into the extents.
 void take_vertices(wireframe_piece& piece, std::int64_t first) {
-  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.vertices.size(); i += 3) {
-    piece.vertices[i] *= units.axis_x.factor;
-    piece.vertices[i + 1] *= units.axis_y.factor;
-    piece.vertices[i + 2] *= units.axis_z.factor;
-  }
-  qu_piece_extend(piece, first);
+  qu_piece_scale_and_extend(piece, first, {units.axis_x.factor, units.axis_y.factor, units.axis_z.factor});
 }
 
 // `valid` stays true while every triangle names vertices of the piece. The client is told `refusal` of what
@@ -75,10 +70,10 @@ arrival read_piece(wireframe_piece& piece, bool& valid, const char*& refusal) {
                                            "Not enough memory to store wireframes triangles in memory."};
   std::int32_t vertices = 0, triangles = 0;
   if (!read_arguments(vertices, triangles)) return arrival::broken;
-  const arrival state = read_triples(piece.vertices, vertices, _qrd_read_double_array, vertex_texts, refusal,
+  const arrival state = read_triples(piece.vertices, vertices, _qrd_read_kept_doubles, vertex_texts, refusal,
                                      [&piece](std::int64_t first) { take_vertices(piece, first); });
   if (state != arrival::complete) return state;
-  return read_triples(piece.triangles, triangles, _qrd_read_int_array, triangle_texts, refusal,
+  return read_triples(piece.triangles, triangles, _qrd_read_kept_ints, triangle_texts, refusal,
                       [&](std::int64_t first) { valid = valid && qu_piece_valid(piece, first); });
 }
 

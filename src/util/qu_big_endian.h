@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace qrd {
 
@@ -38,5 +39,28 @@ void qu_big_endian_block(void* block, std::int64_t count) {
   if constexpr (std::endian::native == std::endian::big) return;
   qu_big_endian_copy<Item>(block, block, count);
 }
+
+// The item of a number's size.
+template <typename Number>
+using image_of = std::conditional_t<sizeof(Number) == 8, std::uint64_t, std::uint32_t>;
+
+// A number that is kept as it stands in files and on the wire, so that whole arrays go from one to the other
+// as they are.
+template <typename Number>
+class big_endian {
+ public:
+  big_endian() = default;
+  big_endian(Number value) {  // NOLINT(google-explicit-constructor)
+    qu_big_endian_copy<image_of<Number>>(&image_, &value, 1);
+  }
+  operator Number() const {  // NOLINT(google-explicit-constructor)
+    Number value;
+    qu_big_endian_copy<image_of<Number>>(&value, &image_, 1);
+    return value;
+  }
+
+ private:
+  image_of<Number> image_;
+};
 
 }  // namespace qrd

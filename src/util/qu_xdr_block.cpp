@@ -33,6 +33,16 @@ int move_block(XDR* xdr, Value* values, std::int64_t count) {
 
 }  // namespace
 
+int qu_xdr_kept(XDR* xdr, void* bytes, std::int64_t count) {
+  constexpr std::int64_t most = 1 << 30;  // lengths have 32 bits there
+  auto* next = static_cast<char*>(bytes);
+  for (std::int64_t part = 0; count > 0; count -= part, next += part) {
+    part = std::min(count, most);
+    if (!xdr_opaque(xdr, next, static_cast<u_int>(part))) return 0;
+  }
+  return 1;
+}
+
 int qu_xdr_doubles(XDR* xdr, double* values, std::int64_t count) {
   return move_block<std::uint64_t>(xdr, values, count);
 }

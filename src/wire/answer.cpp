@@ -105,6 +105,12 @@ bool write_value(wire_ints value) {
 bool write_value(wire_doubles value) {
   return _qrd_write_double_array(connection.client_socket, value.values, value.count) != 0;
 }
+bool write_value(wire_kept_ints value) {
+  return _qrd_write_kept_ints(connection.client_socket, value.values, value.count) != 0;
+}
+bool write_value(wire_kept_doubles value) {
+  return _qrd_write_kept_doubles(connection.client_socket, value.values, value.count) != 0;
+}
 bool write_value(wire_double_pieces value) {
   return _qrd_write_double_pieces(connection.client_socket, value.count, value.next) != 0;
 }

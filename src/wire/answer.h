@@ -63,6 +63,14 @@ struct wire_doubles {
   const double* values;
   std::int64_t count;
 };
+struct wire_kept_ints {
+  const big_endian<std::int32_t>* values;
+  std::int64_t count;
+};
+struct wire_kept_doubles {
+  const big_endian<double>* values;
+  std::int64_t count;
+};
 // Values that are made while they are sent (see piece_source).
 template <typename Value>
 struct wire_pieces {
@@ -91,6 +99,8 @@ bool write_value(wire_double value);
 bool write_value(wire_string value);
 bool write_value(wire_ints value);
 bool write_value(wire_doubles value);
+bool write_value(wire_kept_ints value);
+bool write_value(wire_kept_doubles value);
 bool write_value(wire_double_pieces value);
 bool write_value(wire_string_pieces value);
 bool write_value(wire_byte_pieces value);

@@ -4,7 +4,6 @@
 #include <cinttypes>
 #include <cstring>
 #include <optional>
-#include <type_traits>
 
 #include "util/qu_big_endian.h"
 #include "wire/buffer.h"
@@ -17,8 +16,15 @@ namespace {
 
 constexpr std::int64_t traced_values = 10;
 
-template <typename Value>
-using image_of = std::conditional_t<sizeof(Value) == 8, std::uint64_t, std::uint32_t>;
+// `count` values into the buffer.
+template <typename Number>
+void copy_values(char* bytes, const Number* values, std::int64_t count) {
+  qu_big_endian_copy<image_of<Number>>(bytes, values, count);
+}
+template <typename Number>
+void copy_values(char* bytes, const big_endian<Number>* values, std::int64_t count) {
+  std::memcpy(bytes, values, static_cast<std::size_t>(count) * sizeof *values);
+}
 
 // Moves the values that lie whole in the buffer without a look at each; the element operation serves
 // those that straddle its end. The calls of recv and send are those of the plain loop.
@@ -47,7 +53,7 @@ int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
   for (std::int64_t done = 0; done < count;) {
     const std::span<char> room = _qrd_room();
     std::int64_t whole = std::min(static_cast<std::int64_t>(room.size()) / size, count - done);
-    qu_big_endian_copy<image_of<Value>>(room.data(), values + done, whole);
+    copy_values(room.data(), values + done, whole);
     done += whole;
     if (!_qrd_mark_written(socket, whole * size)) return 0;
     if (done == count || whole > 0) continue;
@@ -55,6 +61,25 @@ int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
     ++done;
   }
   return 1;
+}
+
+// The operations of numbers that are kept in the order of the wire.
+template <typename Number, int (*read)(socket_handle, Number*)>
+int read_kept(socket_handle socket, big_endian<Number>* value) {
+  Number number = 0;
+  if (read(socket, &number) == 0) return 0;
+  *value = number;
+  return 1;
+}
+template <typename Number>
+int read_bytes(socket_handle socket, Number* values, std::int64_t count,
+               int (* /*element*/)(socket_handle, Number*)) {
+  return _qrd_read_bytes(socket, values, count * static_cast<std::int64_t>(sizeof *values));
+}
+template <typename Number, int (*write)(socket_handle, const Number*)>
+int write_kept(socket_handle socket, const big_endian<Number>* value) {
+  const Number number = *value;
+  return write(socket, &number);
 }
 
 // An array whose values are being moved.
@@ -141,6 +166,26 @@ int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t co
 
 int _qrd_read_int_array(socket_handle socket, std::int32_t* values, std::int64_t count) {
   return transfer_numbers(socket, values, count, _qrd_read_int, read_numbers<std::int32_t>);
+}
+
+int _qrd_read_kept_doubles(socket_handle socket, big_endian<double>* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, read_kept<double, _qrd_read_double>,
+                          read_bytes<big_endian<double>>);
+}
+
+int _qrd_read_kept_ints(socket_handle socket, big_endian<std::int32_t>* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, read_kept<std::int32_t, _qrd_read_int>,
+                          read_bytes<big_endian<std::int32_t>>);
+}
+
+int _qrd_write_kept_doubles(socket_handle socket, const big_endian<double>* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, write_kept<double, _qrd_write_double>,
+                          write_numbers<big_endian<double>>);
+}
+
+int _qrd_write_kept_ints(socket_handle socket, const big_endian<std::int32_t>* values, std::int64_t count) {
+  return transfer_numbers(socket, values, count, write_kept<std::int32_t, _qrd_write_int>,
+                          write_numbers<big_endian<std::int32_t>>);
 }
 
 int _qrd_write_double_array(socket_handle socket, const double* values, std::int64_t count) {

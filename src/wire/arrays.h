@@ -6,6 +6,7 @@
 #include <functional>
 #include <span>
 
+#include "util/qu_big_endian.h"
 #include "wire/connection.h"
 
 namespace qrd {
@@ -25,6 +26,11 @@ int _qrd_read_double_array(socket_handle socket, double* values, std::int64_t co
 int _qrd_read_int_array(socket_handle socket, std::int32_t* values, std::int64_t count);
 int _qrd_write_double_array(socket_handle socket, const double* values, std::int64_t count);
 int _qrd_write_int_array(socket_handle socket, const std::int32_t* values, std::int64_t count);
+// The same with numbers that are kept in the order of the wire.
+int _qrd_read_kept_doubles(socket_handle socket, big_endian<double>* values, std::int64_t count);
+int _qrd_read_kept_ints(socket_handle socket, big_endian<std::int32_t>* values, std::int64_t count);
+int _qrd_write_kept_doubles(socket_handle socket, const big_endian<double>* values, std::int64_t count);
+int _qrd_write_kept_ints(socket_handle socket, const big_endian<std::int32_t>* values, std::int64_t count);
 int _qrd_write_string_array(socket_handle socket, const char* const* texts, std::int64_t count);
 
 // Gives the next values of an array each time it is called; they hold until the next call.

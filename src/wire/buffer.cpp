@@ -116,6 +116,14 @@ int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count)
     if (read_pos == read_count) {
       if (tracing.level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
       _qrd_empty_read();
+      // Whole buffers needn't go through it.
+      if (count >= buffer_size && tracing.level < 5) {
+        const ssize_t received = carry_in(socket, target, buffer_size);
+        if (received < 1) return 0;
+        target += received;
+        count -= received;
+        continue;
+      }
       if (!receive_more(socket)) return 0;
     }
     std::int64_t part = std::min<std::int64_t>(read_count - read_pos, count);

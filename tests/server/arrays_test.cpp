@@ -15,6 +15,8 @@ TEST(arrays, are_sent_like_their_elements) {
   std::vector<std::int32_t> numbers(700);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::sin(static_cast<double>(i));
   std::iota(numbers.begin(), numbers.end(), -300);
+  const std::vector<big_endian<double>> kept_values(values.begin(), values.end());
+  const std::vector<big_endian<std::int32_t>> kept_numbers(numbers.begin(), numbers.end());
   wire line;
   const std::string before(1024, 'x');
   for (std::int64_t offset : {0, 1, 3, 4, 7, 8, 1013, 1016, 1019, 1020, 1023}) {
@@ -27,6 +29,9 @@ TEST(arrays, are_sent_like_their_elements) {
       _qrd_write_bytes(line.near(), before.data(), offset);
       ASSERT_TRUE(_qrd_write_double_array(line.near(), values.data(), count));
       EXPECT_EQ(line.all_sends(), expected);
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      ASSERT_TRUE(_qrd_write_kept_doubles(line.near(), kept_values.data(), count));
+      EXPECT_EQ(line.all_sends(), expected);
 
       _qrd_write_bytes(line.near(), before.data(), offset);
       for (std::int64_t i = 0; i < count; ++i)
@@ -34,6 +39,9 @@ TEST(arrays, are_sent_like_their_elements) {
       expected = line.all_sends();
       _qrd_write_bytes(line.near(), before.data(), offset);
       ASSERT_TRUE(_qrd_write_int_array(line.near(), numbers.data(), count));
+      EXPECT_EQ(line.all_sends(), expected);
+      _qrd_write_bytes(line.near(), before.data(), offset);
+      ASSERT_TRUE(_qrd_write_kept_ints(line.near(), kept_numbers.data(), count));
       EXPECT_EQ(line.all_sends(), expected);
     }
   }
@@ -58,19 +66,27 @@ TEST(arrays, are_read_like_their_elements) {
     data.f64(values);
     char skipped[8];
 
-    strings fills_of[2];
-    for (const bool whole : {false, true}) {
+    enum way { elements, whole, kept, kept_untold };
+    strings fills_of[4];
+    for (const way each : {elements, whole, kept, kept_untold}) {
       wire line(SOCK_STREAM);
       line.arrive(data);
-      captured_trace trace(5);
+      captured_trace trace(each == kept_untold ? 0 : 5);
       _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
       std::vector<double> read(count);
-      EXPECT_TRUE(!whole || _qrd_read_double_array(line.near(), read.data(), count));
-      for (std::size_t i = 0; !whole && i < count; ++i) ASSERT_TRUE(_qrd_read_double(line.near(), &read[i]));
+      EXPECT_TRUE(each != whole || _qrd_read_double_array(line.near(), read.data(), count));
+      for (std::size_t i = 0; each == elements && i < count; ++i)
+        ASSERT_TRUE(_qrd_read_double(line.near(), &read[i]));
+      if (each == kept || each == kept_untold) {
+        std::vector<big_endian<double>> images(count);
+        EXPECT_TRUE(_qrd_read_kept_doubles(line.near(), images.data(), count));
+        read.assign(images.begin(), images.end());
+      }
       EXPECT_EQ(read, values);
-      fills_of[whole] = fills(trace.text());
+      fills_of[each] = fills(trace.text());
     }
-    EXPECT_EQ(fills_of[0], fills_of[1]);
+    EXPECT_EQ(fills_of[elements], fills_of[whole]);
+    EXPECT_EQ(fills_of[elements], fills_of[kept]);
   }
 }
 
