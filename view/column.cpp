@@ -3,40 +3,29 @@
 #include <unordered_map>
 
 #include "view/answers.h"
+#include "view/pieces.h"
 
 namespace qrd::view {
 
 namespace {
 
-// Reads a column on, a piece at a time: the database is free for others between two of them, and a file of
-// any length takes the memory of one.
+// Of the values of a column those that are wanted.
 class column_reader {
  public:
   column_reader(source& from, const query& asked)
-      : from_(from), every_(asked.number_or("every", 1, 1, INT32_MAX)), unit_(asked.text_or("unit", {})) {
-    from.with([&](client::database& database) {
-      file_.emplace(database, asked.place());
-      column_ = file_->open(asked.text("variable"));
-    });
-  }
+      : every_(asked.number_or("every", 1, 1, INT32_MAX)),
+        pieces_(from, asked, {{}, {}, {}, asked.text_or("unit", {}), {}}) {}
 
-  bool is_text() const { return column_.is_text(); }
+  bool is_text() const { return pieces_.column().is_text(); }
 
   // Gives `take` the values of the next piece that are wanted; false at the end.
   template <typename Take>
   bool next(const Take& take) {
-    constexpr std::int64_t piece = 1 << 18;
-    if (done_ >= file_->samples()) return false;
-    const client::sample_range range{done_ + 1, std::min(done_ + piece, file_->samples())};
-    const client::column_values values = from_.with([&](client::database&) {
-      return file_->read(column_, client::reading{range, {}, {}, unit_, {}});
-    });
-    const std::size_t size = column_.is_text() ? values.texts.size() : values.numbers.size();
-    if (size != static_cast<std::size_t>(range.last - range.first + 1))
-      throw client::error("the file has changed while it was read");
-    for (std::size_t i = 0; i < size; ++i)
-      if (is_wanted(done_ + static_cast<std::int64_t>(i))) take(values, i);
-    done_ = range.last;
+    const std::int64_t first = pieces_.done();
+    const auto values = pieces_.next();
+    if (!values) return false;
+    for (std::int64_t sample = first; sample < pieces_.done(); ++sample)
+      if (is_wanted(sample)) take(*values, static_cast<std::size_t>(sample - first));
     return true;
   }
 
@@ -44,18 +33,15 @@ class column_reader {
   // The samples of a grid follow each other along Z, then Y, then X.
   bool is_wanted(std::int64_t sample) const {
     if (every_ == 1) return true;
-    if (!file_->is_grid()) return sample % every_ == 0;
-    const std::int64_t nz = file_->info().dimension == 3 ? std::max(1, file_->info().nz) : 1;
-    const std::int64_t ny = std::max(1, file_->info().ny);
+    if (!pieces_.file().is_grid()) return sample % every_ == 0;
+    const client::file_info& info = pieces_.file().info();
+    const std::int64_t nz = info.dimension == 3 ? std::max(1, info.nz) : 1;
+    const std::int64_t ny = std::max(1, info.ny);
     return sample % nz % every_ == 0 && sample / nz % ny % every_ == 0 && sample / nz / ny % every_ == 0;
   }
 
-  source& from_;
   std::int64_t every_;
-  std::string unit_;
-  std::optional<client::table> file_;
-  client::column column_;
-  std::int64_t done_ = 0;
+  column_pieces pieces_;
 };
 
 }  // namespace

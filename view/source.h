@@ -2,12 +2,35 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
 #include "qrd/database.h"
 
 namespace qrd::view {
+
+// A lock that is had in the order in which it was asked for: who takes it again and again lets others in.
+class turns {
+ public:
+  void lock() {
+    std::unique_lock lock(mutex_);
+    const std::uint64_t mine = asked_++;
+    changed_.wait(lock, [&] { return mine == served_; });
+  }
+  void unlock() {
+    const std::lock_guard lock(mutex_);
+    ++served_;
+    changed_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::uint64_t asked_ = 0;
+  std::uint64_t served_ = 0;
+};
 
 class source {
  public:
@@ -17,7 +40,7 @@ class source {
   // A connection that broke is opened again by the next use.
   template <typename Act>
   auto with(const Act& act) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(turns_);
     // A unit that one has asked for, and that may be none, isn't that of the next.
     database_.use_unit({});
     return act(database_);
@@ -37,7 +60,7 @@ class source {
   }
 
   std::atomic<bool> ends_ = false;
-  std::mutex mutex_;
+  turns turns_;
   client::database database_;
 };
 

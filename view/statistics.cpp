@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "view/answers.h"
+#include "view/pieces.h"
 
 namespace qrd::view {
 
@@ -64,20 +65,14 @@ class histogram {
 };
 
 // Reads the numbers for the summary, then once more for the histogram, which needs the extremes. What one
-// block holds is not read twice.
-json numbers_json(client::table& file, const client::column& one, const client::reading& wish,
-                  const query& asked) {
+// piece holds is not read twice.
+json numbers_json(column_pieces& pieces, const query& asked) {
   summary told;
-  std::vector<double> kept;
-  std::size_t blocks = 0;
-  const auto each_block = [&](const auto& take) {
-    file.read(std::span(&one, 1), wish,
-              [&](std::span<const client::column_values> values) { take(values[0].numbers); });
-  };
-  each_block([&](const std::vector<double>& values) {
-    for (const double value : values) told.add(value);
-    kept = ++blocks == 1 ? values : std::vector<double>();
-  });
+  std::optional<client::column_values> kept;
+  while (auto piece = pieces.next()) {
+    for (const double value : piece->numbers) told.add(value);
+    if (pieces.is_one()) kept = std::move(piece);
+  }
   const auto there = static_cast<double>(told.count - told.missing);
   json result = {{"count", told.count}, {"missing", told.missing}};
   if (told.count == told.missing) return result;
@@ -91,26 +86,22 @@ json numbers_json(client::table& file, const client::column& one, const client::
   constexpr std::int64_t most_bins = 4096;
   histogram bins(logarithmic ? told.least_positive : told.minimum, told.maximum,
                  asked.number_or("bins", 64, 1, most_bins), logarithmic);
-  const auto add = [&](const std::vector<double>& values) {
-    for (const double value : values) bins.add(value);
-  };
-  if (blocks == 1)
-    add(kept);
-  else
-    each_block(add);
+  if (!kept) pieces.begin_again();
+  for (auto piece = kept ? std::move(kept) : pieces.next(); piece; piece = pieces.next())
+    for (const double value : piece->numbers) bins.add(value);
   result["histogram"] = bins.told();
   return result;
 }
 
-json texts_json(client::table& file, const client::column& one, const client::reading& wish) {
+json texts_json(column_pieces& pieces) {
   // Of more different texts than these only the number of samples is told.
   constexpr std::size_t most_texts = 20000;
   constexpr std::size_t most_told = 100;
   std::int64_t count = 0, missing = 0;
   std::unordered_map<std::string, std::int64_t> counts;
   bool all = true;
-  file.read(std::span(&one, 1), wish, [&](std::span<const client::column_values> values) {
-    for (const std::string& text : values[0].texts) {
+  while (const auto piece = pieces.next())
+    for (const std::string& text : piece->texts) {
       ++count;
       if (text.empty())
         ++missing;
@@ -119,7 +110,6 @@ json texts_json(client::table& file, const client::column& one, const client::re
       else
         all = false;
     }
-  });
   std::vector<std::pair<std::string, std::int64_t>> often(counts.begin(), counts.end());
   std::sort(often.begin(), often.end(), [](const auto& a, const auto& b) {
     return a.second != b.second ? a.second > b.second : a.first < b.first;
@@ -137,17 +127,15 @@ json texts_json(client::table& file, const client::column& one, const client::re
 }  // namespace
 
 answer statistics_answer(source& from, const query& asked) {
-  return from.with([&](client::database& database) {
-    client::table file(database, asked.place());
-    const client::column one = file.open(asked.text("variable"));
-    const std::string selection = asked.text_or("selection", {});
-    const client::reading wish{{}, selection, client::selection_use::compressed, {}, {}};
-    json told = one.is_text() ? texts_json(file, one, wish) : numbers_json(file, one, wish, asked);
-    client::connection& server = database.at(file.place());
-    server.set_variable(one.variable.name);
+  column_pieces pieces(from, asked,
+                       {{}, asked.text_or("selection", {}), client::selection_use::compressed, {}, {}});
+  json told = pieces.column().is_text() ? texts_json(pieces) : numbers_json(pieces, asked);
+  from.with([&](client::database& database) {
+    client::connection& server = database.at(pieces.file().place());
+    server.set_variable(pieces.column().variable.name);
     told["comment"] = server.comment(client::comment_owner::variable);
-    return json_answer(told);
   });
+  return json_answer(told);
 }
 
 }  // namespace qrd::view

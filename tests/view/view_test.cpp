@@ -270,6 +270,59 @@ TEST(view, a_grid_is_thinned_along_each_axis_and_told_by_its_axes) {
   EXPECT_NEAR(std::abs(y[0]), 2, 1e-9);
 }
 
+TEST(view, large_files_come_in_pieces_between_which_others_have_their_turn) {
+  test::database copy;
+  source from({.root = copy.root()});
+  constexpr std::size_t samples = 600000;  // three pieces
+  from.with([](client::database& all) {
+    client::make_file(all, {"Holes", "Drilling", "large"},
+                      client::grid_file_geometry{{2, {}, {1, 1, 0}, samples / 2, 2, 1}, {0, 0, 0}},
+                      [](client::table& file) {
+                        std::vector<double> numbers(samples), last(samples);
+                        for (std::size_t i = 0; i < samples; ++i) {
+                          numbers[i] = static_cast<double>(i);
+                          last[i] = i >= samples - 1000 ? 1 : 0;
+                        }
+                        file.write(file.make({.name = {"number", {}}}), numbers);
+                        file.write(file.make({.name = {"last", {}}, .bits = 1}), last);
+                      });
+  });
+  const auto figures = [&](const std::string& selection) {
+    return statistics_answer(
+               from,
+               asking({{"file", "large"}, {"variable", "number"}, {"bins", "2"}, {"selection", selection}}))
+        .body;
+  };
+  const std::string all = figures("");
+  EXPECT_TRUE(
+      all.starts_with(R"({"count":600000,"missing":0,"minimum":0.0,"maximum":599999.0,"mean":299999.)"))
+      << all;
+  EXPECT_NE(all.find("\"counts\":[300000,300000]"), std::string::npos) << all;
+  const std::string chosen = figures("last");
+  EXPECT_TRUE(chosen.starts_with(R"({"count":1000,"missing":0,"minimum":599000.0,"maximum":599999.0,)"))
+      << chosen;
+  EXPECT_NE(chosen.find("\"counts\":[500,500]"), std::string::npos) << chosen;
+
+  // Who takes a turn once more comes behind those that wait. Chance may let another lock pass a few times.
+  for (int round = 0; round < 40; ++round) {
+    turns one;
+    std::atomic<int> asking_now = 0, served = 0;
+    std::vector<std::jthread> others(16);
+    one.lock();
+    for (std::jthread& other : others)
+      other = std::jthread([&] {
+        ++asking_now;
+        const std::lock_guard turn(one);
+        ++served;
+      });
+    while (asking_now < 16) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    one.unlock();
+    const std::lock_guard turn(one);
+    EXPECT_GT(served, 8);  // all that had asked by then
+  }
+}
+
 TEST(view, a_bundle_is_its_length_its_description_and_its_arrays) {
   const double numbers[] = {1, -2};
   const std::uint32_t indices[] = {7};
