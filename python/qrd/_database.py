@@ -84,11 +84,23 @@ def _down(open_one: Callable[[str], Any], path: str, what: str, names: Iterable[
     return open_one(name_of(first, what))[rest]
 
 
-def _known(name: object, names: list[str]) -> bool:
-    return isinstance(name, str) and name in names
+class _Names:
+    """What has things by their names: each of these lists them in its own way."""
+
+    def keys(self) -> list[str]:
+        raise NotImplementedError
+
+    def __iter__(self) -> Iterator[str]:
+        return iter(self.keys())
+
+    def __len__(self) -> int:
+        return len(self.keys())
+
+    def __contains__(self, name: object) -> bool:
+        return isinstance(name, str) and name in self.keys()
 
 
-class Database:
+class Database(_Names):
     """A database: a mapping of names of studies to `Study`. Made by `open` and `connect`.
 
     ``db["Holes"]``, ``db["Holes/Drilling"]`` and ``db["Holes/Drilling/cores"]`` go down to a study, a directory, a file;
@@ -117,15 +129,6 @@ class Database:
         return self._session.studies()
 
     keys = studies
-
-    def __iter__(self) -> Iterator[str]:
-        return iter(self.studies())
-
-    def __len__(self) -> int:
-        return len(self.studies())
-
-    def __contains__(self, name: object) -> bool:
-        return _known(name, self.studies())
 
     def __getitem__(self, name: str) -> Any:
         return _down(lambda study: Study(self, study), name, "study", self)
@@ -195,7 +198,7 @@ class Database:
         return f"<qrd.Database {self._told}{' (closed)' if self.closed else ''}>"
 
 
-class Study:
+class Study(_Names):
     """A study: a mapping of names of directories to `Directory`, with palettes and colour scales.
 
     >>> study = db["Holes"]
@@ -218,15 +221,6 @@ class Study:
         return self._session.directories(self.name)
 
     keys = directories
-
-    def __iter__(self) -> Iterator[str]:
-        return iter(self.directories())
-
-    def __len__(self) -> int:
-        return len(self.directories())
-
-    def __contains__(self, name: object) -> bool:
-        return _known(name, self.directories())
 
     def __getitem__(self, name: str) -> Any:
         return _down(lambda directory: Directory(self, directory), name, "directory", self)
@@ -309,7 +303,7 @@ class Study:
         return f"<qrd.Study {self.name}>"
 
 
-class Directory:
+class Directory(_Names):
     """A directory: a mapping of names of files to `File`. ``del directory["name"]`` takes a file away.
 
     >>> list(db["Holes/Drilling"])
@@ -331,15 +325,6 @@ class Directory:
         return self._session.files(self.study.name, self.name)
 
     keys = files
-
-    def __iter__(self) -> Iterator[str]:
-        return iter(self.files())
-
-    def __len__(self) -> int:
-        return len(self.files())
-
-    def __contains__(self, name: object) -> bool:
-        return _known(name, self.files())
 
     def __getitem__(self, name: str) -> File:
         return File(self, name_of(name, "file"))

@@ -7,6 +7,7 @@ from typing import Any, TYPE_CHECKING
 
 import numpy as np
 
+from ._optional import package_for
 from ._values import New, holds_texts, is_missing
 
 if TYPE_CHECKING:
@@ -15,16 +16,8 @@ if TYPE_CHECKING:
     from ._file import File
 
 
-def _pandas(what: str) -> Any:
-    try:
-        import pandas
-    except ImportError as problem:
-        raise ImportError(f"{what} needs pandas, which is not installed") from problem
-    return pandas
-
-
 def frame_of(file: File, names: Sequence[str] | None, how: dict[str, Any]) -> pandas.DataFrame:
-    pandas = _pandas("File.to_pandas")
+    pandas = package_for("File.to_pandas", "pandas")
     arrays = file.read(names, **how)
     frame = pandas.DataFrame(arrays)
     begin, end, _ = slice(how.get("start", 0), how.get("stop")).indices(len(file))
@@ -53,7 +46,7 @@ def frame_of(file: File, names: Sequence[str] | None, how: dict[str, Any]) -> pa
 def columns_of(frame: pandas.DataFrame, x: str, y: str, z: str | None,
                units: Mapping[str, str] | None) -> tuple[np.ndarray, dict[str, New]]:
     """The coordinates of a frame, and its other columns as new variables."""
-    pandas = _pandas("Directory.from_pandas")
+    pandas = package_for("Directory.from_pandas", "pandas")
     if not isinstance(frame, pandas.DataFrame):
         raise TypeError(f"a frame is a pandas.DataFrame, not {type(frame).__name__}")
     axes = [x, y] if z is None else [x, y, z]

@@ -8,6 +8,7 @@ from typing import Any
 
 import numpy as np
 
+from ._optional import package_for
 from ._values import name_of, numbers_of
 
 
@@ -77,13 +78,10 @@ class Polygon:
         >>> db["Holes/Drilling/zones"].polygons()[0].to_shapely().area
         1.0
         """
-        try:
-            import shapely.geometry
-        except ImportError as problem:
-            raise ImportError("Polygon.to_shapely needs shapely, which is not installed") from problem
-        shape: Any = shapely.geometry.Polygon()
+        geometry = package_for("Polygon.to_shapely", "shapely", "geometry").geometry
+        shape: Any = geometry.Polygon()
         for contour in self.contours:
-            shape = shape.symmetric_difference(shapely.geometry.Polygon(contour.vertices))
+            shape = shape.symmetric_difference(geometry.Polygon(contour.vertices))
         return shape
 
     def __repr__(self) -> str:

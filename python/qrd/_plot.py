@@ -6,24 +6,16 @@ from typing import Any, TYPE_CHECKING
 
 import numpy as np
 
+from ._optional import package_for
 from ._scale import Scale
 
 if TYPE_CHECKING:
     from ._file import File
 
 
-def _matplotlib(what: str) -> Any:
-    try:
-        import matplotlib.collections
-        import matplotlib.colors
-    except ImportError as problem:
-        raise ImportError(f"{what} needs matplotlib, which is not installed") from problem
-    return matplotlib
-
-
 def colours_of(scale: Scale) -> tuple[Any, Any]:
     """The colours of a scale, and the norm that finds the class of a value."""
-    colors = _matplotlib("Scale.to_matplotlib").colors
+    colors = package_for("Scale.to_matplotlib", "matplotlib", "colors").colors
     missing, below, above = (None if min(one) < 0 else np.array(one) / 255 for one in scale.special)
     colours = colors.ListedColormap(scale.class_colours / 255, scale.palette)
     if scale.kind == "facies":
@@ -63,7 +55,7 @@ def _label(axis: str, unit: str) -> str:
 
 def plot_file(file: File, name: str | None, scale: str | Scale | None, level: int | None, ax: Any,
               style: dict[str, Any]) -> Any:
-    matplotlib = _matplotlib("File.plot")
+    matplotlib = package_for("File.plot", "matplotlib", "collections", "colors")
     if ax is None:
         from matplotlib import pyplot
 
