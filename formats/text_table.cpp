@@ -7,6 +7,7 @@
 #include "qrd/blanks.h"
 #include "qrd/error.h"
 #include "qrd/names.h"
+#include "qrd/utf_8.h"
 #include "qrd/wire.h"
 
 namespace qrd::formats {
@@ -107,48 +108,9 @@ std::string shown_separator(char separator) {
   return std::string("\"") + separator + "\"";
 }
 
-// Of UTF-8 (RFC 3629): the bytes of the character that begins there, 0 for none.
-std::size_t utf_8_size(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char first = byte(0);
-  if (first < 0x80) return 1;
-  const std::size_t size = first >= 0xF5 ? 0 : first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 0;
-  if (size == 0 || text.size() < size) return 0;
-  for (std::size_t i = 1; i < size; ++i)
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  // Longer than need be, halves of pairs, and beyond the last character.
-  if ((first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
-      (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F))
-    return 0;
-  return size;
-}
-
-bool is_utf_8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t size = utf_8_size(text);
-    if (size == 0) return false;
-    text.remove_prefix(size);
-  }
-  return true;
-}
-
 bool is_ascii(std::string_view text) {
   return std::none_of(text.begin(), text.end(),
                       [](char one) { return static_cast<unsigned char>(one) >= 0x80; });
-}
-
-std::string from_latin_1(std::string_view text) {
-  std::string result;
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte < 0x80) {
-      result += character;
-    } else {
-      result += static_cast<char>(0xC0 | byte >> 6);
-      result += static_cast<char>(0x80 | (byte & 0x3F));
-    }
-  }
-  return result;
 }
 
 }  // namespace
@@ -404,13 +366,13 @@ std::size_t text_table::text_size(std::string_view cell, std::size_t line) {
 
 std::string text_table::text_of(std::string_view cell, std::size_t line) {
   if (is_ascii(cell)) return std::string(cell);
-  const bool valid = is_utf_8(cell);
+  const bool valid = client::is_utf_8(cell);
   if (!encoding_ && !valid && utf_8_seen_)
-    throw client::error(where(line) + ": \"" + from_latin_1(cell) +
+    throw client::error(where(line) + ": \"" + client::utf_8_of_latin_1(cell) +
                         "\" is not UTF-8, other texts are: --encoding tells which it is");
   if (!encoding_ && !valid) encoding_ = text_encoding::latin_1;
-  if (encoding_ == text_encoding::latin_1) return from_latin_1(cell);
-  if (!valid) throw client::error(where(line) + ": \"" + from_latin_1(cell) + "\" is not UTF-8");
+  if (encoding_ == text_encoding::latin_1) return client::utf_8_of_latin_1(cell);
+  if (!valid) throw client::error(where(line) + ": \"" + client::utf_8_of_latin_1(cell) + "\" is not UTF-8");
   utf_8_seen_ = true;
   return std::string(cell);
 }

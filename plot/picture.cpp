@@ -1,38 +1,17 @@
 #include "plot/picture.h"
 
-#include <cstdint>
 #include <utility>
+
+#include "qrd/utf_8.h"
 
 namespace qrd::plot {
 
 namespace {
 
-// The bytes of the character that begins here; 0 if none does.
-std::size_t character_bytes(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text[0]);
-  if (first < 0x80) return 1;
-  const std::size_t bytes = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-  if (first < 0xc2 || first > 0xf4 || text.size() < bytes) return 0;
-  std::uint32_t code = first & (0x7f >> bytes);
-  for (std::size_t i = 1; i < bytes; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xc0) != 0x80) return 0;
-    code = code << 6 | (next & 0x3f);
-  }
-  constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool is_surrogate = code >= 0xd800 && code < 0xe000;
-  // XML has no place for the last two.
-  const bool is_allowed = code < 0xfffe || code > 0xffff;
-  return code >= least[bytes] && code <= 0x10ffff && !is_surrogate && is_allowed ? bytes : 0;
-}
-
-bool is_utf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t bytes = character_bytes(text);
-    if (bytes == 0) return false;
-    text.remove_prefix(bytes);
-  }
-  return true;
+// What can stand in an SVG as it is: XML has no place for U+FFFE and U+FFFF.
+bool is_for_xml(std::string_view text) {
+  return client::is_utf_8(text) && text.find("\xef\xbf\xbe") == std::string_view::npos &&
+         text.find("\xef\xbf\xbf") == std::string_view::npos;
 }
 
 // In parts of the size.
@@ -84,16 +63,10 @@ std::string fitted(const std::string& words, double size, double width) {
 }
 
 std::string shown_text(std::string_view text) {
-  std::string shown;
-  const bool as_it_is = is_utf8(text);
-  for (const char character : text) {
+  std::string shown = is_for_xml(text) ? std::string(text) : client::utf_8_of_latin_1(text);
+  for (char& character : shown) {
     const auto byte = static_cast<unsigned char>(character);
-    if (byte < 0x20 || byte == 0x7f)
-      shown += ' ';
-    else if (as_it_is || byte < 0x80)
-      shown += character;
-    else
-      shown.append({static_cast<char>(0xc0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3f))});
+    if (byte < 0x20 || byte == 0x7f) character = ' ';
   }
   return shown;
 }
