@@ -10,13 +10,10 @@
 #include "catalogue/qd_walk.h"
 #include "disk/qd_comment_file.h"
 #include "disk/qd_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_variable_descriptor.h"
 #include "util/qu_file.h"
 #include "util/qu_line_reader.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
-#include "util/qu_string.h"
 
 namespace qrd {
 

@@ -7,7 +7,6 @@
 #include "catalogue/qd_path.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_line_table.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 
@@ -35,7 +34,6 @@ void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& vari
   info.implicit = variable.implicit;
   info.bit_length = variable.bit_length;
   info.has_unit = variable.format.length_flag != 0 || !units.kept;
-  info.numeric = variable.type != VAR_CHAR;
   qu_format_copy(variable.format, info.format);
 }
 
@@ -72,7 +70,6 @@ found qd_variable_query(bool test_index, const char* directory, const char* file
     return found::unreadable;
   if (place != nullptr) *place = seen;
   qd_fill_var_info(file_record, record, info);
-  info.system = record.kind != KIND_PLAIN && record.implicit == 0;
   return found::yes;
 }
 

@@ -49,7 +49,7 @@ bool qd_coordinates_formats(const role_records& roles, std::int64_t dimension, q
 void qd_describe_file(const qd_file_record& record, qd_file_info& info);
 // False if the file has just gone or changed, and after a report if its line table is damaged.
 [[nodiscard]] bool qd_fill_file_info(const char* file_path, const qd_file_record& record, qd_file_info& info);
-// All of an answer but `system`, which the queries tell in their own ways.
+// What the descriptors tell of a variable.
 void qd_fill_var_info(const qd_file_record& file, const qd_variable_record& variable, qd_var_info& info);
 
 }  // namespace qrd

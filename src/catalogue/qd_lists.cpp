@@ -8,7 +8,6 @@
 #include "catalogue/qd_lookup.h"
 #include "catalogue/qd_walk.h"
 #include "disk/store_state.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 

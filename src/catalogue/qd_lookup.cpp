@@ -7,7 +7,6 @@
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "util/qu_file.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 

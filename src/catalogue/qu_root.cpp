@@ -15,7 +15,6 @@
 #include <string_view>
 
 #include "disk/store_state.h"
-#include "units/qu_units.h"
 #include "util/qu_directory.h"
 #include "util/qu_environment.h"
 #include "util/qu_file.h"
@@ -148,9 +147,6 @@ void qu_init(const char* root, const char* name, const char* version) {
   qu_string_copy(name, store.program_name);
   qu_string_copy(version, store.program_version_text);
   checked_memory.capacity = usable_memory();
-
-  const char* locale_folder = std::getenv("XLOCALEDIR");
-  if (locale_folder != nullptr && locale_folder[0] != '\0') qu_putenv("XLOCALEDIR=");
 
   find_root(root, store.root_path);
   store.root_windows[0] = '\0';

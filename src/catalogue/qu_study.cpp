@@ -12,16 +12,13 @@
 #include <string>
 #include <system_error>
 
-#include "catalogue/qd_study_lock.h"
 #include "catalogue/qu_root.h"
 #include "catalogue/qu_study_environment.h"
 #include "catalogue/qu_study_folder.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_study_names.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "units/qu_units.h"
-#include "util/qu_critical.h"
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
@@ -404,7 +401,7 @@ study_making qu_study_create(const char* path, const char* template_path, std::i
   record.unit_flag = with_units;
   if (!fresh || !qu_study_descriptor_write_n(fresh.path(), &record) || !make_folders(fresh.path()))
     return study_making::failed;
-  if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(false, template_path, fresh.path());
+  if (std::strcmp(template_path, no_name) != 0) qu_study_copy_environment(template_path, fresh.path());
   if (!fresh.place()) return errno == EEXIST ? study_making::exists : study_making::failed;
   if (enter && !enter()) return study_making::failed;
   fresh.keep();

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 
 #include "disk/store_state.h"
 #include "units/qu_units.h"
@@ -16,7 +15,6 @@ enum class [[nodiscard]] study_making{done, exists, failed};
 // place: false is a failure. Nothing is left of one, parents included.
 study_making qu_study_create(const char* path, const char* template_path, std::int64_t with_units,
                              const std::function<bool()>& enter = nullptr);
-void qu_study_copy_environment(bool first_use, const char* from, const char* to);
 // What came of opening a study; anything but the first leaves open what was.
 enum class [[nodiscard]] study_opening{
     opened,

@@ -10,13 +10,7 @@
 #include <cstring>
 #include <optional>
 
-#include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_study.h"
-#include "disk/qu_study_descriptor.h"
-#include "disk/qu_version.h"
-#include "disk/store_state.h"
 #include "util/qu_copy.h"
-#include "util/qu_critical.h"
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_working_name.h"
@@ -204,8 +198,8 @@ std::string missing_folders::waiting(const std::string& name) const {
   return beside_.empty() || !is_missing(name) ? "" : beside_ + path_separator + name;
 }
 
-void qu_study_copy_environment(bool first_use, const char* from, const char* to) {
-  copy_first_words(first_use, from, to);
+void qu_study_copy_environment(const char* from, const char* to) {
+  copy_first_words(false, from, to);
   for (const char* folder : environment_folders)
     copy_folder(std::string(from) + path_separator + folder, std::string(to) + path_separator + folder);
   copy_display_files(from, to);

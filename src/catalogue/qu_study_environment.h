@@ -8,6 +8,9 @@
 
 namespace qrd {
 
+// Copies the environment of one study to another. What can't be copied is told and passed over.
+void qu_study_copy_environment(const char* from, const char* to);
+
 // The folders that tell a bare study by how many of them are missing, on their way into it.
 //
 // Since the first one in its place ends the bareness, all of them are made whole beside, with all else done

@@ -14,21 +14,15 @@
 #include <vector>
 
 #include "catalogue/qd_placement.h"
-#include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
-#include "disk/qu_study_descriptor.h"
 #include "disk/qu_study_names.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
-#include "util/qu_critical.h"
 #include "util/qu_directory.h"
 #include "util/qu_file.h"
 #include "util/qu_file_replace.h"
 #include "util/qu_leftovers.h"
 #include "util/qu_memory.h"
 #include "util/qu_rename.h"
-#include "util/qu_string.h"
 #include "util/qu_working_name.h"
 
 namespace qrd {

@@ -14,7 +14,6 @@
 #include "util/qu_compress.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
-#include "util/qu_string.h"
 #include "util/qu_sync.h"
 
 namespace qrd {

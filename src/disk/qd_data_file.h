@@ -15,7 +15,6 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 #include "disk/qd_records.h"

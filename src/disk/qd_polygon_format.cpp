@@ -1,7 +1,6 @@
 #include "disk/qd_polygon_format.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "disk/qd_grid.h"
 #include "util/qu_string.h"

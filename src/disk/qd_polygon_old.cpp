@@ -1,8 +1,5 @@
 #include "disk/qd_polygon_old.h"
 
-#include <string>
-#include <vector>
-
 #include "disk/qd_grid.h"
 #include "disk/qd_polygon_format.h"
 #include "disk/qu_polygon_shape.h"

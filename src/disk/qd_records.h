@@ -92,10 +92,8 @@ struct qd_var_info {
   std::int32_t type = -1;
   std::int32_t kind = -1;
   std::int64_t implicit = -1;
-  std::int64_t system = -1;  // the two queries define it differently
   std::int64_t bit_length = -1;
   std::int64_t has_unit = -1;  // 1: length_flag is set, or the study has no units
-  std::int64_t numeric = -1;   // 1 unless VAR_CHAR
   qd_format_record format;
 };
 

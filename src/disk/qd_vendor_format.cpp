@@ -1,7 +1,6 @@
 #include "disk/qd_vendor_format.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "util/qu_message.h"
 #include "util/qu_xdr_block.h"

@@ -24,8 +24,6 @@ namespace qrd {
 // The index of the alternative is the type on disk and on the wire.
 using vendor_value = std::variant<std::monostate, std::int32_t, double, std::string,
                                   std::vector<std::int32_t>, std::vector<double>, std::vector<std::string>>;
-inline constexpr std::int32_t vendor_type_count =
-    static_cast<std::int32_t>(std::variant_size_v<vendor_value>);
 
 struct vendor_attribute {
   name_text name = "";

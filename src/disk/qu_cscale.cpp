@@ -23,7 +23,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -166,17 +165,9 @@ bool move_scale(XDR* xdr, std::int64_t left, color_scale& scale) {
 
 found find_scale(const char* name, named_file& file) {
   if (!qu_named_file_room(2)) return found::unclear;
-  switch (qu_named_file_find(store.cscale_path, scale_files, name, file)) {
-    case named_search::found:
-      return found::yes;
-    case named_search::ended:
-      return found::no;
-    case named_search::unreadable:
-      return found::unreadable;
-    case named_search::no_folder:
-      break;
-  }
-  qu_fatal("Fatal Error in qu_cscale_test: bad directory...");
+  const named_search search = qu_named_file_find(store.cscale_path, scale_files, name, file);
+  if (search == named_search::no_folder) qu_fatal("Fatal Error in qu_cscale_test: bad directory...");
+  return qu_found(search);
 }
 
 // False if the disk fails; a damaged file ends the process.

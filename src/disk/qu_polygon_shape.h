@@ -1,9 +1,6 @@
 // Validation and measures of polygons.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "disk/qu_polygon.h"
 
 namespace qrd {

@@ -18,8 +18,6 @@
 #include "disk/qd_line_table.h"
 #include "disk/qd_macro_table.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_io.h"
-#include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "util/qu_compress.h"
 #include "util/qu_critical.h"

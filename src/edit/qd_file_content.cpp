@@ -9,7 +9,6 @@
 #include "disk/qd_data_file.h"
 #include "edit/qd_variable_files.h"
 #include "samples/qd_convert.h"
-#include "units/qu_units.h"
 #include "util/qu_string.h"
 
 namespace qrd {

@@ -11,7 +11,6 @@
 #include "catalogue/qd_path.h"
 #include "disk/qd_descriptor_changes.h"
 #include "disk/qd_variable_descriptor.h"
-#include "edit/qd_append.h"
 #include "edit/qd_link.h"
 #include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"

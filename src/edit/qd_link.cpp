@@ -12,9 +12,6 @@
 #include "catalogue/qd_walk.h"
 #include "disk/qd_descriptor_changes.h"
 #include "disk/qd_handles.h"
-#include "edit/qd_append.h"
-#include "samples/qd_io.h"
-#include "samples/qd_variable_table.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
 

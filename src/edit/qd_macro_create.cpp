@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "catalogue/qd_locked_file.h"
@@ -16,7 +15,6 @@
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
 #include "samples/qd_variable_table.h"
 #include "util/qu_compress.h"

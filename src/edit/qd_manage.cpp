@@ -18,7 +18,6 @@
 #include "disk/qd_handles.h"
 #include "disk/qd_line_table.h"
 #include "disk/store_state.h"
-#include "edit/qd_append.h"
 #include "edit/qd_link.h"
 #include "edit/qd_variable_files.h"
 #include "units/qu_units.h"

@@ -5,7 +5,6 @@
 
 #include "disk/qd_records.h"
 #include "edit/qd_file_content.h"
-#include "samples/qd_io.h"
 #include "samples/qd_variable_table.h"
 
 namespace qrd {

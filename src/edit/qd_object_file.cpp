@@ -10,7 +10,6 @@
 #include "samples/qd_open_variable.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_read_write_char.h"
-#include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "util/qu_memory.h"
 #include "util/qu_message.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -13,11 +12,9 @@
 #include "disk/qd_polygon_format.h"
 #include "disk/qd_polygon_old.h"
 #include "disk/qu_polygon_shape.h"
-#include "edit/qd_append.h"
 #include "edit/qd_companion.h"
 #include "edit/qd_manage.h"
 #include "edit/qd_object_file.h"
-#include "samples/qd_reported_check.h"
 #include "samples/qd_selection_rows.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
@@ -34,8 +31,8 @@ constexpr char surface_variable[] = "S+ SURFACE";
 
 constexpr char polygon_file_name[] = "POLYGON";
 
-bool polygon_path(const char* directory, const char* file, bool temporary, path_text& path) {
-  return qd_companion_path(directory, file, temporary ? "POLYGON.TMP" : polygon_file_name, path);
+bool polygon_path(const char* directory, const char* file, path_text& path) {
+  return qd_companion_path(directory, file, polygon_file_name, path);
 }
 
 bool write_file(const char* path, polygon_system& system) {
@@ -103,74 +100,56 @@ bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* 
   return qd_polygon_body_read(xdr, header, bytes, kept, system);
 }
 
-// What a selection leaves: counts and box over the polygons read with it.
-geometry narrow_info(const char* directory, const char* file, const char* selection, bool temporary,
-                     polygon_info& info) {
-  const std::optional<std::int64_t> selected = qd_free_samples_count(directory, file, selection);
-  if (!selected) return geometry::damaged;
-  info.polygon_count = *selected;
+// The box of the polygons that a selection leaves.
+geometry narrow_box(const char* directory, const char* file, const char* selection, polygon_box& box) {
+  if (!qd_free_samples_count(directory, file, selection)) return geometry::damaged;
   std::unique_ptr<polygon_system> system;
-  const geometry state = qd_polygon_read(directory, file, selection, temporary, system);
+  const geometry state = qd_polygon_read(directory, file, selection, system);
   if (state == geometry::damaged)
     qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", directory, file);
   if (state != geometry::read) return state == geometry::damaged ? state : geometry::unclear;
-  info.contour_count = system->contours.count();
-  info.vertex_count = 0;
   // The bounds start exchanged, so that any vertex moves them.
-  std::swap(info.x_min, info.x_max);
-  std::swap(info.y_min, info.y_max);
-  std::swap(info.z_min, info.z_max);
+  std::swap(box.x_min, box.x_max);
+  std::swap(box.y_min, box.y_max);
+  std::swap(box.z_min, box.z_max);
   for (const contour& each : system->contours) {
-    info.vertex_count += static_cast<std::int64_t>(each.vertices.size());
     for (const vertex& corner : each.vertices) {
-      info.x_min = std::min(info.x_min, corner.x);
-      info.x_max = std::max(info.x_max, corner.x);
-      info.y_min = std::min(info.y_min, corner.y);
-      info.y_max = std::max(info.y_max, corner.y);
+      box.x_min = std::min(box.x_min, corner.x);
+      box.x_max = std::max(box.x_max, corner.x);
+      box.y_min = std::min(box.y_min, corner.y);
+      box.y_max = std::max(box.y_max, corner.y);
     }
-    info.z_min = std::min(info.z_min, each.z_min);
-    info.z_max = std::max(info.z_max, each.z_max);
+    box.z_min = std::min(box.z_min, each.z_min);
+    box.z_max = std::max(box.z_max, each.z_max);
   }
   return geometry::read;
 }
 
 }  // namespace
 
-geometry qd_polygon_info(const char* directory, const char* file, const char* selection, bool temporary,
-                         polygon_info& info) {
+geometry qd_polygon_info(const char* directory, const char* file, const char* selection, polygon_box& box) {
   const found test = qd_points_test(directory, file);
   if (test == found::no) return geometry::no_file;
   path_text path;
-  qd_file_info file_info;
-  if (test != found::yes || !polygon_path(directory, file, temporary, path)) return geometry::unclear;
+  if (test != found::yes || !polygon_path(directory, file, path)) return geometry::unclear;
   polygon_header header;
   bool read = false;
   {
     companion_reader companion(path, file);
     if (companion.opened() != companion_reader::state::open) return companion.unopened();
-    if (!qd_info_file(directory, file, file_info, nullptr)) return geometry::unclear;
     xdr_stream xdr(companion.stream(), XDR_DECODE);
     if (!xdr) return geometry::unclear;
     read = qd_polygon_header_move(xdr.get(), header);
     if (!companion.is_whole()) return geometry::unclear;
   }
-  info.dimension_word = header.dimension_word;
-  info.polygon_count = header.polygon_count;
-  info.contour_count = header.contour_count;
-  info.vertex_count = header.vertex_count;
-  info.x_min = header.x_min, info.x_max = header.x_max;
-  info.y_min = header.y_min, info.y_max = header.y_max;
-  info.z_min = header.z_min, info.z_max = header.z_max;
-  // The first versions counted compounds; the samples count the polygons.
-  if (header.version == 1 || header.version == 2)
-    info.polygon_count = temporary ? header.compound_count : file_info.sample_count;
+  box = {header.x_min, header.y_min, header.z_min, header.x_max, header.y_max, header.z_max};
   const selection_state selected = read && selection != nullptr
                                        ? qd_object_selection_state("Polygon", directory, file, selection)
                                        : selection_state::ignored;
   if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return geometry::unclear;
-    const geometry narrowed = narrow_info(directory, file, selection, temporary, info);
+    const geometry narrowed = narrow_box(directory, file, selection, box);
     if (narrowed != geometry::damaged) return narrowed;
     read = false;
   }
@@ -179,22 +158,21 @@ geometry qd_polygon_info(const char* directory, const char* file, const char* se
   return geometry::damaged;
 }
 
-geometry qd_polygon_read(const char* directory, const char* file, const char* selection, bool temporary,
+geometry qd_polygon_read(const char* directory, const char* file, const char* selection,
                          std::unique_ptr<polygon_system>& system) {
   system = nullptr;
   path_text path;
   const found test = qd_points_test(directory, file);
   if (test != found::yes) return test == found::no ? geometry::no_file : geometry::unclear;
   const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
-  if (selected == selection_state::unknown || !polygon_path(directory, file, temporary, path))
-    return geometry::unclear;
+  if (selected == selection_state::unknown || !polygon_path(directory, file, path)) return geometry::unclear;
   companion_reader companion(path, file);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return geometry::unclear;
   auto read = qu_polygon_system_new();
   if (!read_body(xdr.get(), companion.bytes(), directory, file,
-                 selected == selection_state::usable && !temporary ? selection : nullptr, *read)) {
+                 selected == selection_state::usable ? selection : nullptr, *read)) {
     if (!companion.is_whole()) return geometry::unclear;
     companion.set_aside();
     return geometry::damaged;
@@ -213,14 +191,10 @@ bool qd_polygon_new(const char* directory, const char* file, polygon_system& sys
   });
 }
 
-void qd_polygon_delete(const char* directory, const char* file, bool temporary) {
+void qd_polygon_delete(const char* directory, const char* file) {
   path_text path;
-  if (qd_points_test(directory, file) != found::yes || !polygon_path(directory, file, temporary, path) ||
-      !qu_file_readable(path))
-    return;
-  if (temporary)
-    std::remove(path);
-  else
+  if (qd_points_test(directory, file) == found::yes && polygon_path(directory, file, path) &&
+      qu_file_readable(path))
     static_cast<void>(qd_delete_file(directory, file));
 }
 

@@ -1,7 +1,6 @@
 #include "edit/qd_variable_files.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
 #include "disk/qd_comment_file.h"

@@ -7,7 +7,6 @@
 #include "disk/qd_descriptor.h"
 #include "disk/qd_vendor_format.h"
 #include "disk/store_state.h"
-#include "util/qu_file.h"
 #include "util/qu_lock.h"
 #include "util/qu_message.h"
 #include "util/qu_named_file.h"
@@ -37,19 +36,10 @@ found st_get_vendor_data_path(const char* name, const vendor_owner& owner, named
   if (!qu_named_file_room(2)) return found::unreadable;
   path_text folder;
   if (!owner_folder(owner, folder)) return found::no;
-  switch (qu_named_file_find(folder, vendor_files, name, file)) {
-    case named_search::found:
-      return found::yes;
-    case named_search::ended:
-      return found::no;
-    case named_search::unreadable:
-      return found::unreadable;
-    case named_search::no_folder:
-      break;
-  }
-  if (!qd_folder_gone(folder))
+  const named_search search = qu_named_file_find(folder, vendor_files, name, file);
+  if (search == named_search::no_folder && !qd_folder_gone(folder))
     qu_fatal("Fatal Error in %s: bad directory : %s", "st_get_vendor_data_path", folder);
-  return found::no;
+  return qu_found(search);
 }
 
 }  // namespace

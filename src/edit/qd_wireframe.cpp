@@ -105,8 +105,7 @@ geometry qd_wireframe_read(const char* directory, const char* file, const char* 
   return geometry::read;
 }
 
-geometry qd_wireframe_info(const char* directory, const char* file, const char* selection,
-                           wireframe_info& info) {
+geometry qd_wireframe_info(const char* directory, const char* file, const char* selection) {
   path_text path;
   if (const geometry state = find_file(directory, file, path); state != geometry::read) return state;
   companion_reader companion(path, file);
@@ -116,26 +115,16 @@ geometry qd_wireframe_info(const char* directory, const char* file, const char* 
   wireframe_header header;
   bool read = qd_wireframe_header_read(xdr.get(), header);
   if (!companion.is_whole()) return geometry::unclear;
-  info.object_count = header.objects;
   const selection_state selected =
       read ? qd_object_selection_state("Wireframe", directory, file, selection) : selection_state::ignored;
   if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return geometry::unclear;
-    const std::optional<std::int64_t> count = qd_free_samples_count(directory, file, selection);
-    info.object_count = count.value_or(0);
-    read = count.has_value();
+    read = qd_free_samples_count(directory, file, selection).has_value();
   }
-  if (!read) {
-    qu_message("Wireframe file corrupted: %s\n", path);
-    return geometry::damaged;
-  }
-  info.vertex_count = header.vertices;
-  info.triangle_count = header.triangles;
-  const double(&box)[6] = header.box;
-  info.x_min = box[0], info.x_max = box[1], info.y_min = box[2];
-  info.y_max = box[3], info.z_min = box[4], info.z_max = box[5];
-  return geometry::read;
+  if (read) return geometry::read;
+  qu_message("Wireframe file corrupted: %s\n", path);
+  return geometry::damaged;
 }
 
 }  // namespace qrd

@@ -3,12 +3,7 @@
 #include <string>
 
 #include "catalogue/qd_comment.h"
-#include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
-#include "disk/qd_directory_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_grid.h"
-#include "disk/qd_variable_descriptor.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "wire/answer.h"

@@ -4,18 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_study.h"
 #include "disk/qu_cscale.h"
 #include "disk/qu_study_descriptor.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/resource_files.h"
-#include "samples/qd_study_session.h"
-#include "util/qu_critical.h"
 #include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"

@@ -1,8 +1,6 @@
 // Deleting the current directory, file or variable.
 #include <unistd.h>
 
-#include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
 #include "catalogue/qd_name.h"
 #include "disk/qd_handles.h"
@@ -10,14 +8,10 @@
 #include "edit/qd_manage_variable.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
-#include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

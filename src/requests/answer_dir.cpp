@@ -1,23 +1,14 @@
 // The directories of the current study: list, existence, choice.
-#include "catalogue/qd_info.h"
 #include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
-#include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_study_session.h"
-#include "samples/qd_variable_table.h"
-#include "util/qu_critical.h"
+#include "requests/name_list.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 
@@ -25,16 +16,10 @@ namespace qrd {
 request_status server_answer_dir_list(const char* /*request*/) {
   if (!is_set(current_context.study)) return refuse("Study is not set");
   string_list names;
-  switch (qd_list_directories(names)) {
-    case found::no:
-      return refuse("Study Directory not found or not a study: \"%s\"", store.study_path);
-    case found::yes:
-      return answer(wire_names{names});
-    case found::unclear:
-    case found::unreadable:
-      break;
-  }
-  return refuse("Cannot open file");
+  const found listed = qd_list_directories(names);
+  if (listed == found::no)
+    return refuse("Study Directory not found or not a study: \"%s\"", store.study_path);
+  return answer_names(listed, names);
 }
 
 // CDIRXIST: tells whether a directory exists.

@@ -1,17 +1,10 @@
-#include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
-#include "catalogue/qd_name.h"
 #include "edit/qd_manage.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

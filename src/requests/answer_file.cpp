@@ -1,19 +1,15 @@
 // The files of the current directory: list, existence, choice.
 #include <cstring>
 
-#include "catalogue/qd_info.h"
 #include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
+#include "requests/name_list.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/connection.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 
@@ -56,16 +52,10 @@ request_status server_answer_file_list(const char* request) {
   const server_context& context = current_context;
   if (!is_set(context.directory)) return refuse("Directory is not set");
   string_list names;
-  switch (qd_list_files(context.directory, organisation, dimension, names)) {
-    case found::no:
-      return refuse("Not a valid Velmar directory: %s: %s", context.study, context.directory);
-    case found::yes:
-      return answer(wire_names{names});
-    case found::unclear:
-    case found::unreadable:
-      break;
-  }
-  return refuse("Cannot open file");
+  const found listed = qd_list_files(context.directory, organisation, dimension, names);
+  if (listed == found::no)
+    return refuse("Not a valid Velmar directory: %s: %s", context.study, context.directory);
+  return answer_names(listed, names);
 }
 
 // CFILEXIST: tells whether a file exists.

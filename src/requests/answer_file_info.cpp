@@ -1,27 +1,15 @@
 // CFILEINFO: all that a client wants to know of the current file.
-#include "catalogue/qd_comment.h"
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
-#include "catalogue/qd_lookup.h"
-#include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
-#include "disk/qd_directory_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_grid.h"
 #include "disk/qd_handles.h"
-#include "disk/qd_variable_descriptor.h"
 #include "edit/qd_fault.h"
 #include "edit/qd_polygon.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/length_factors.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 #include "wire/connection.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 
@@ -132,9 +120,8 @@ request_status server_answer_file_info(const char* /*request*/) {
   qd_file_record file;
   if (!qd_info_file(context.directory, context.file, info, path, file)) return refuse("Cannot get file info");
   const qd_grid_record grid = file.organisation == ORG_GRID ? file.grid : qd_grid_record();
-  polygon_info polygons;
-  const bool has_polygons =
-      qd_polygon_info(context.directory, context.file, nullptr, false, polygons) == geometry::read;
+  polygon_box box;
+  const bool has_polygons = qd_polygon_info(context.directory, context.file, nullptr, box) == geometry::read;
   role_records roles;
   roles.walk(path);
   unit_divisors unit;

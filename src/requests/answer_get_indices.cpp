@@ -2,12 +2,8 @@
 #include <cstring>
 #include <vector>
 
-#include "disk/qd_macro_table.h"
-#include "edit/qd_macro_create.h"
-#include "requests/context.h"
 #include "requests/current_macro.h"
 #include "requests/handlers.h"
-#include "samples/qd_macro_indices.h"
 #include "wire/answer.h"
 
 namespace qrd {

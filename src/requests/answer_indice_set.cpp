@@ -8,8 +8,6 @@
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

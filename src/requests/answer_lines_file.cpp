@@ -1,21 +1,10 @@
 // Lines files: creation, and more lines, as points or as core segments.
-#include <cinttypes>
 #include <optional>
 
-#include "catalogue/qd_comment.h"
-#include "catalogue/qd_lines.h"
 #include "catalogue/qd_locked_file.h"
 #include "catalogue/qd_name.h"
-#include "catalogue/qd_path.h"
-#include "disk/qd_descriptor.h"
-#include "disk/qd_directory_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_grid.h"
-#include "disk/qd_line_table.h"
-#include "disk/qd_variable_descriptor.h"
 #include "edit/qd_append.h"
 #include "edit/qd_coordinates.h"
-#include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
 #include "edit/qd_manage.h"
 #include "requests/context.h"
@@ -24,8 +13,6 @@
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

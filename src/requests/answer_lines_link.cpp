@@ -4,10 +4,6 @@
 
 #include "catalogue/qd_lines.h"
 #include "catalogue/qd_walk.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
-#include "edit/qd_append.h"
-#include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
 #include "requests/context.h"
 #include "requests/file_creation.h"
@@ -15,8 +11,6 @@
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

@@ -1,13 +1,9 @@
 // Points files: creation with coordinates, and more points.
 #include <cinttypes>
 
-#include "catalogue/qd_lines.h"
 #include "catalogue/qd_name.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
 #include "edit/qd_append.h"
 #include "edit/qd_coordinates.h"
-#include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
 #include "edit/qd_manage.h"
 #include "requests/context.h"
@@ -16,8 +12,6 @@
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

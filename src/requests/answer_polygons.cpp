@@ -4,15 +4,11 @@
 #include <new>
 
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
-#include "catalogue/qd_lookup.h"
 #include "edit/qd_polygon.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "requests/length_factors.h"
 #include "requests/polygon_names.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 
 namespace qrd {
@@ -46,14 +42,14 @@ request_status server_answer_polygons(const char* /*request*/) {
   if (!is_set(file)) return refuse("File is not set");
   qd_file_info file_info;
   if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
-  polygon_info info;
+  polygon_box box;
   std::unique_ptr<polygon_system> system;
   try {
-    const geometry state = qd_polygon_info(directory, file, current_context.selection, false, info);
+    const geometry state = qd_polygon_info(directory, file, current_context.selection, box);
     if (state == geometry::unclear) return refuse("Cannot get polygon information.");
     if (state == geometry::no_file || state == geometry::damaged)
       return refuse("%s is not a polygon file.", file);
-    if (qd_polygon_read(directory, file, current_context.selection, false, system) != geometry::read)
+    if (qd_polygon_read(directory, file, current_context.selection, system) != geometry::read)
       return refuse("Cannot read polygons.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read polygons.");
@@ -62,10 +58,10 @@ request_status server_answer_polygons(const char* /*request*/) {
   if (!std::all_of(system->contours.begin(), system->contours.end(), can_be_sent)) return not_served;
 
   const unit_divisors unit = client_units(system->unit_x, system->unit_y, system->unit_z);
-  const double box[] = {info.x_min / unit.x, info.y_min / unit.y, info.z_min / unit.z,
-                        info.x_max / unit.x, info.y_max / unit.y, info.z_max / unit.z};
+  const double bounds[] = {box.x_min / unit.x, box.y_min / unit.y, box.z_min / unit.z,
+                           box.x_max / unit.x, box.y_max / unit.y, box.z_max / unit.z};
   return answer_with([&] {
-    return write_value(wire_bool{system->dimension == 2}) && write_value(wire_doubles{box, 6}) &&
+    return write_value(wire_bool{system->dimension == 2}) && write_value(wire_doubles{bounds, 6}) &&
            write_value(wire_long{system->contours.count()}) &&
            std::all_of(system->contours.begin(), system->contours.end(),
                        [&unit](contour& each) { return write_contour(each, unit); });

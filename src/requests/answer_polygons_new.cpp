@@ -6,8 +6,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
 #include "disk/qu_polygon_shape.h"
 #include "edit/qd_polygon.h"
@@ -19,9 +17,7 @@
 #include "wire/arguments.h"
 #include "wire/arrays.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
 #include "wire/send_or_receive.h"
-#include "wire/trace.h"
 
 namespace qrd {
 
@@ -155,7 +151,7 @@ request_status server_answer_polygons_new(const char* /*request*/) {
     return refuse("Cannot create file %s: %s/%s", current_context.study, name.c_str(), name.c_str());
   const request_status status = answer();
   // A client that never heard of the file must not find it.
-  if (status != served) qd_polygon_delete(current_context.directory, name.c_str(), false);
+  if (status != served) qd_polygon_delete(current_context.directory, name.c_str());
   return status;
 }
 

@@ -3,16 +3,10 @@
 #include <cstring>
 #include <limits>
 
-#include "catalogue/qd_lines.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
-#include "edit/qd_append.h"
-#include "edit/qd_line_name.h"
-#include "edit/qd_link.h"
-#include "requests/context.h"
 #include "requests/data_request.h"
 #include "requests/handlers.h"
 #include "samples/qd_sample_reader.h"
+#include "samples/qd_selection_rows.h"
 #include "wire/arguments.h"
 
 namespace qrd {

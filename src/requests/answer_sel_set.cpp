@@ -1,17 +1,11 @@
 // CSELSET: makes a variable of the current file the selection, or sets none.
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_lists.h"
-#include "catalogue/qd_lookup.h"
 #include "disk/qd_records.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

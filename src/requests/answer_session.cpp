@@ -9,7 +9,6 @@
 #include "wire/answer.h"
 #include "wire/buffer.h"
 #include "wire/console.h"
-#include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/network.h"
 #include "wire/sessions.h"

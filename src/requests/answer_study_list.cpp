@@ -1,6 +1,4 @@
-#include "catalogue/qu_root.h"
 #include "disk/qu_study_names.h"
-#include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "wire/answer.h"

@@ -4,28 +4,19 @@
 #include <string>
 #include <string_view>
 
-#include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "catalogue/qu_study_folder.h"
-#include "disk/qu_study_descriptor.h"
 #include "disk/qu_study_names.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_study_session.h"
-#include "util/qu_critical.h"
 #include "util/qu_directory.h"
-#include "util/qu_file.h"
 #include "util/qu_lock.h"
 #include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/connection.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

@@ -1,23 +1,18 @@
 #include <cstring>
 
 #include "catalogue/qd_study_lock.h"
-#include "catalogue/qu_root.h"
 #include "catalogue/qu_study.h"
 #include "disk/qu_study_descriptor.h"
 #include "disk/qu_study_names.h"
-#include "disk/qu_version.h"
 #include "disk/store_state.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
 #include "samples/qd_study_session.h"
 #include "units/qu_units.h"
-#include "util/qu_critical.h"
 #include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

@@ -1,26 +1,18 @@
 // The requests that change the units in which a client talks.
 #include <string>
 
-#include "catalogue/qd_comment.h"
 #include "catalogue/qd_locked_file.h"
 #include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
-#include "disk/qd_directory_descriptor.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_grid.h"
 #include "disk/qd_macro_table.h"
 #include "disk/qd_variable_descriptor.h"
-#include "edit/qd_macro_create.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_macro_indices.h"
 #include "units/qu_units.h"
 #include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 

@@ -6,13 +6,10 @@
 #include "catalogue/qd_lookup.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
+#include "requests/name_list.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 
 namespace qrd {
 
@@ -55,16 +52,10 @@ request_status server_answer_var_list(const char* request) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   string_list names;
-  switch (qd_list_variables(context.directory, context.file, mask, names)) {
-    case found::no:
-      return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, context.file);
-    case found::yes:
-      return answer(wire_names{names});
-    case found::unclear:
-    case found::unreadable:
-      break;
-  }
-  return refuse("Cannot open file");
+  const found listed = qd_list_variables(context.directory, context.file, mask, names);
+  if (listed == found::no)
+    return refuse("Not a valid Velmar file: %s: %s/%s", context.study, context.directory, context.file);
+  return answer_names(listed, names);
 }
 
 // CVARXIST: tells whether a variable exists, with the index that its name carries.

@@ -1,17 +1,10 @@
 // The text variable of a header that names the lines.
 #include "catalogue/qd_info.h"
-#include "catalogue/qd_lines.h"
-#include "catalogue/qd_lists.h"
 #include "catalogue/qd_lookup.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
-#include "edit/qd_append.h"
 #include "edit/qd_line_name.h"
 #include "edit/qd_link.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "samples/qd_reported_check.h"
-#include "samples/qd_variable_table.h"
 #include "wire/answer.h"
 
 namespace qrd {

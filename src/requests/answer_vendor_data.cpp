@@ -7,12 +7,9 @@
 #include "requests/arrival.h"
 #include "requests/context.h"
 #include "requests/handlers.h"
-#include "util/qu_string.h"
 #include "wire/answer.h"
 #include "wire/arguments.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
-#include "wire/trace.h"
 #include "wire/values.h"
 
 namespace qrd {

@@ -60,8 +60,7 @@ request_status server_answer_wireframes_read(const char* /*request*/) {
   if (!is_set(file)) return refuse("File is not set");
   qd_file_info file_info;
   if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
-  wireframe_info info;
-  const geometry state = qd_wireframe_info(directory, file, current_context.selection, info);
+  const geometry state = qd_wireframe_info(directory, file, current_context.selection);
   if (state == geometry::unclear) return refuse("Cannot get wireframe information: Too much files opened.");
   if (state == geometry::no_file || state == geometry::damaged)
     return refuse("%s is not a wireframe file.", file);

@@ -4,18 +4,13 @@
 #include <cinttypes>
 #include <cstring>
 
-#include "catalogue/qd_lines.h"
-#include "disk/qd_file_descriptor.h"
-#include "disk/qd_line_table.h"
-#include "edit/qd_append.h"
-#include "edit/qd_line_name.h"
-#include "edit/qd_link.h"
 #include "requests/context.h"
 #include "requests/data_request.h"
 #include "requests/handlers.h"
 #include "samples/qd_open_variable.h"
 #include "samples/qd_read_write.h"
 #include "samples/qd_read_write_char.h"
+#include "samples/qd_selection_rows.h"
 #include "wire/arguments.h"
 #include "wire/arrays.h"
 #include "wire/buffer.h"

@@ -5,7 +5,6 @@
 #include "units/qu_units.h"
 #include "util/qu_string.h"
 #include "wire/console.h"
-#include "wire/debug.h"
 
 namespace qrd {
 

@@ -3,7 +3,6 @@
 #include "catalogue/qd_info.h"
 #include "requests/context.h"
 #include "samples/qd_macro_indices.h"
-#include "samples/qd_reported_check.h"
 #include "wire/answer.h"
 
 namespace qrd {

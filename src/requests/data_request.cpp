@@ -8,11 +8,9 @@
 #include "disk/qd_handles.h"
 #include "disk/qd_line_table.h"
 #include "disk/qd_macro_table.h"
-#include "edit/qd_append.h"
 #include "requests/context.h"
 #include "samples/qd_implicit.h"
 #include "samples/qd_open_variable.h"
-#include "samples/qd_reported_check.h"
 #include "samples/qd_selection_rows.h"
 #include "wire/arguments.h"
 #include "wire/connection.h"
@@ -127,8 +125,7 @@ bool data_request::select_selection() {
 
 bool data_request::select_variable(unit_choice choice) {
   const server_context& context = current_context;
-  // A column may have gone, or never have been: the current variable is only known by its macro's name. A
-  // selection of what isn't there would end the process.
+  // A column may have gone, or never have been: the current variable is only known by its macro's name.
   const bool is_column = qd_macro_names_column(context.variable);
   if (is_column || !variable_found_)
     variable_found_ = qd_variable_query(is_column, context.directory, context.file, context.variable,

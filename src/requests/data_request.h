@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "disk/qd_records.h"
 #include "samples/qd_io.h"

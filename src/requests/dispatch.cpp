@@ -9,7 +9,6 @@
 #include "wire/answer.h"
 #include "wire/buffer.h"
 #include "wire/debug.h"
-#include "wire/messages.h"
 #include "wire/request_table.h"
 #include "wire/trace.h"
 

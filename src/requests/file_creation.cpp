@@ -5,9 +5,7 @@
 
 #include "catalogue/qd_lookup.h"
 #include "catalogue/qd_walk.h"
-#include "edit/qd_manage.h"
 #include "requests/context.h"
-#include "samples/qd_reported_check.h"
 #include "wire/answer.h"
 #include "wire/arrays.h"
 #include "wire/connection.h"

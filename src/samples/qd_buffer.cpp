@@ -1,11 +1,11 @@
 // Stored bytes of one selected entry: the only place where samples meet the disk.
 #include "samples/qd_buffer.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "disk/qd_data_file.h"
-#include "samples/qd_transfer.h"
+#include "samples/qd_convert.h"
+#include "samples/qd_variable_table.h"
 #include "util/qu_file.h"
 #include "util/qu_message.h"
 

@@ -17,4 +17,10 @@ namespace qrd {
 [[nodiscard]] bool _qd_file_write_char_buffer(std::int64_t entry, std::int64_t first, std::int64_t last,
                                               unsigned char* texts);
 
+// Blank-pads each text sample: from the first NUL on, all is blank.
+void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width);
+// Writes text samples as they are. False after a report.
+[[nodiscard]] bool qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
+                                         const unsigned char* texts);
+
 }  // namespace qrd

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <type_traits>
 
 #include "disk/qd_data_file.h"
-#include "samples/qd_transfer.h"
 #include "util/qu_big_endian.h"
 #include "util/qu_message.h"
 

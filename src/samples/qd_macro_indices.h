@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "samples/qd_io.h"
 #include "samples/qd_variable_table.h"
 #include "util/qu_list.h"
 

@@ -2,20 +2,13 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cinttypes>
 #include <cstring>
-#include <iterator>
 #include <new>
-#include <utility>
 
-#include "catalogue/qd_info.h"
 #include "catalogue/qd_walk.h"
-#include "disk/qd_data_file.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "samples/qd_column_move.h"
-#include "samples/qd_io.h"
 #include "samples/qd_reported_check.h"
 #include "samples/qd_variable_table.h"
 #include "util/qu_compress.h"

@@ -7,7 +7,6 @@
 #include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
 #include "samples/qd_transfer.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 

@@ -8,6 +8,7 @@
 #include "disk/qd_data_file.h"
 #include "samples/qd_buffer.h"
 #include "samples/qd_convert.h"
+#include "samples/qd_io.h"
 #include "samples/qd_open_variable.h"
 #include "samples/qd_transfer.h"
 #include "util/qu_memory.h"
@@ -97,7 +98,7 @@ bool qd_write_selection_free(std::int64_t io, std::span<const unsigned char> row
     std::int64_t id = range.id(v);
     std::int64_t start = range.file_sample(v, 1);
     std::int64_t end = start + range.samples - 1;
-    if (!reserve(sample_tables.work2, length)) return 0;
+    if (!reserve(sample_tables.work2, length)) return false;
     auto* column = static_cast<unsigned char*>(sample_tables.work2.data);
     // A sample that the mask leaves out keeps its stored bit.
     if (mask != nullptr && !load_column(id, start, range.samples, column)) return false;
@@ -107,7 +108,7 @@ bool qd_write_selection_free(std::int64_t io, std::span<const unsigned char> row
     }
     int bit = first_bit(start);
     if (bit != 0) {
-      if (!reserve(sample_tables.work, _qd_file_byte_count(start, end, 1))) return 0;
+      if (!reserve(sample_tables.work, _qd_file_byte_count(start, end, 1))) return false;
       qd_bits_shift(column, static_cast<unsigned char*>(sample_tables.work.data), 7, 7 - bit, range.samples);
       column = static_cast<unsigned char*>(sample_tables.work.data);
     }

@@ -1,12 +1,19 @@
-// Counts of what selections select.
+// Whole selections, and counts of what they select.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "samples/qd_variable_table.h"
 
 namespace qrd {
+
+// All samples of the file, 8 to a byte from the most significant bit, 1 = selected, one row of (N - 1) / 8 +
+// 1 bytes for each variable of an io record. REQUIRES: variables of 1 bit. Otherwise as in qd_read_write.h.
+[[nodiscard]] bool qd_read_selection_free(std::int64_t io, std::int64_t* row_bytes,
+                                          std::span<unsigned char> rows);
+[[nodiscard]] bool qd_write_selection_free(std::int64_t io, std::span<const unsigned char> rows);
 
 // How many samples a selection leaves ("None": all); nothing if that can't be told.
 std::optional<std::int64_t> qd_free_samples_count(const char* directory, const char* file,

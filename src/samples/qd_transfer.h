@@ -10,17 +10,6 @@
 
 namespace qrd {
 
-// Tests a precondition. REQUIRES: the bit length of a numeric variable.
-void qd_require_numeric(std::int64_t bit_length);
-// Stores one value into its place of a block of stored samples that begins with the sample `first`.
-void qd_encode_sample(double value, std::int64_t first, std::int64_t sample, std::int64_t bit_length,
-                      void* block);
-// Blank-pads each text sample: from the first NUL on, all is blank.
-void qd_pad_texts(unsigned char* texts, std::int64_t count, std::int64_t width);
-// Writes text samples as they are. False after a report.
-[[nodiscard]] bool qd_write_padded_texts(std::int64_t entry, std::int64_t first, std::int64_t last,
-                                         const unsigned char* texts);
-
 // The io record of a range operation, with what is the same for all its variables. REQUIRES: there is one of
 // that id, with a variable; else a software error of `function`.
 struct range_transfer {

@@ -98,7 +98,6 @@ bool qd_info_var_ident(const qd_variable_handle& handle, qd_var_info& info) {
       qd_file_descriptor_read(entry->file_path, file) != object_state::sound)
     return false;
   qd_fill_var_info(file, variable, info);
-  info.system = variable.kind != KIND_PLAIN || variable.implicit != 0;
   return true;
 }
 

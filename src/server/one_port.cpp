@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "wire/console.h"
-#include "wire/debug.h"
 #include "wire/exec_server.h"
 #include "wire/messages.h"
 #include "wire/network.h"

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 
 #include "util/qu_string.h"
 #include "wire/connection.h"

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "requests/context.h"
 #include "util/qu_xdr.h"
@@ -36,10 +35,6 @@ int start_layers() {
     return 1;
   }
   if (tracing.level >= 4) _qrd_trace("Initializing ONC/RPC");
-  if (qu_rpc_start() == -1) {
-    server_debug(0, "Could not initialize ONC/RPC.");
-    std::exit(1);
-  }
   return 0;
 }
 

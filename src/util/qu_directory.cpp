@@ -236,7 +236,7 @@ bool remove_content(tree_deletion& deletion, const char* directory) {
 // A folder that is not there is nothing to tell of; errno stays.
 qu_dir* tell_unlisted(const char* path) {
   const int reason = errno;
-  if (reason != ENOENT && reason != ENOTDIR) {
+  if (!qu_is_gone(reason)) {
     const char* text = qu_strerror(1);
     qu_message("Unable to list directory \"%s\": %s", path, text);
   }

@@ -14,7 +14,6 @@
 #include "util/qu_directory.h"
 #include "util/qu_hooks.h"
 #include "util/qu_message.h"
-#include "util/qu_string.h"
 
 namespace qrd {
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "util/qu_memory.h"
-#include "util/qu_message.h"
 
 namespace qrd {
 

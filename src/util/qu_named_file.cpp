@@ -44,10 +44,6 @@ void report_unwritten(const char* path) {
   qu_exit(2);
 }
 
-bool means_gone(int error) {
-  return error == ENOENT || error == ENOTDIR || error == ESTALE;
-}
-
 // It is there, and no waiting helps.
 bool means_damage(int error) {
   constexpr int reasons[] = {EACCES, EPERM, EISDIR, EINVAL, ELOOP, ENAMETOOLONG, ENXIO};
@@ -86,7 +82,7 @@ opening open_file(const named_file_kind& kind, named_file& file) {
   }
   const int reason = errno;
   // A link that leads nowhere is always there and never opens.
-  if (means_gone(reason)) return opening::gone;
+  if (qu_is_gone(reason)) return opening::gone;
   if (means_damage(reason)) end_by_damage(kind, file.path);
   qu_report_failure("Cannot read", file.path);
   return opening::unreadable;
@@ -101,7 +97,7 @@ pass_result look_through(const char* folder, const named_file_kind& kind,
                          const std::function<bool(named_file& file)>& visit) {
   directory_listing listing(folder);
   if (!listing) {
-    if (means_gone(errno) || means_damage(errno)) return {named_search::no_folder};
+    if (qu_is_gone(errno) || means_damage(errno)) return {named_search::no_folder};
     qu_report_failure("Cannot read", folder);
     return {named_search::unreadable};
   }
@@ -148,6 +144,19 @@ bool make_new(const std::string& path, const std::function<bool(std::FILE* strea
 }
 
 }  // namespace
+
+found qu_found(named_search search) {
+  switch (search) {
+    case named_search::found:
+      return found::yes;
+    case named_search::unreadable:
+      return found::unreadable;
+    case named_search::ended:
+    case named_search::no_folder:
+      break;
+  }
+  return found::no;
+}
 
 bool qu_named_file_room(int count) {
   if (qu_test_open_file(count) != 0) return true;

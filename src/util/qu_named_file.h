@@ -10,6 +10,7 @@
 
 #include "util/qu_constants.h"
 #include "util/qu_file.h"
+#include "util/qu_outcome.h"
 
 namespace qrd {
 
@@ -32,6 +33,9 @@ enum class [[nodiscard]] named_search{
     no_folder,  // the folder can't be listed
     unreadable  // after a report: one that may be meant can't be read now
 };
+
+// What a search for one came to; in no folder there is none.
+found qu_found(named_search search);
 
 // True if `count` more files can be open; reports otherwise.
 bool qu_named_file_room(int count);

@@ -77,8 +77,4 @@ int qu_xdr_text(XDR* xdr, char* text, std::uint32_t room, std::uint32_t limit) {
   return skip_bytes(xdr, length - kept + padding(length));
 }
 
-int qu_rpc_start() {
-  return 0;
-}
-
 }  // namespace qrd

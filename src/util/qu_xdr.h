@@ -57,7 +57,4 @@ int qu_xdr_enum(XDR* xdr, Enumeration* value) {
   return result;
 }
 
-// The start of the remote procedure layer: 0, or -1 on failure. This platform has nothing to start.
-int qu_rpc_start();
-
 }  // namespace qrd

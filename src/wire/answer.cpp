@@ -1,14 +1,12 @@
 #include "wire/answer.h"
 
 #include <cstdarg>
-#include <cstdio>
 
 #include "wire/arrays.h"
 #include "wire/buffer.h"
 #include "wire/connection.h"
 #include "wire/debug.h"
 #include "wire/format_text.h"
-#include "wire/messages.h"
 #include "wire/send_or_receive.h"
 
 namespace qrd {

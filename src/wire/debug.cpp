@@ -17,6 +17,17 @@ namespace {
 
 constexpr int dash_count = 79;
 
+bool is_shown() {
+  return console.debug || tracing.level > 0;
+}
+
+// The text of a print, which the trace has got then.
+__attribute__((format(printf, 1, 0))) std::string traced_text(const char* format, va_list arguments) {
+  std::string text = format_text(format, arguments);
+  if (tracing.level >= 1) _qrd_trace("Debug: %s", text.c_str());
+  return text;
+}
+
 }  // namespace
 
 void server_debug_mode(std::int32_t on) {
@@ -30,13 +41,11 @@ void server_debug_mode(std::int32_t on) {
 }
 
 void server_debug(int with_context, const char* format, ...) {
-  if (!console.debug && tracing.level == 0) return;
+  if (!is_shown()) return;
   va_list arguments;
   va_start(arguments, format);
-  std::string text = format_text(format, arguments);
+  const std::string text = traced_text(format, arguments);
   va_end(arguments);
-
-  if (tracing.level >= 1) _qrd_trace("Debug: %s", text.c_str());
   if (!console.debug) return;
   if (text.empty()) {
     std::printf("\n");
@@ -48,13 +57,11 @@ void server_debug(int with_context, const char* format, ...) {
 }
 
 void _qrd_debug(const char* format, ...) {
-  if (!console.debug && tracing.level == 0) return;
+  if (!is_shown()) return;
   va_list arguments;
   va_start(arguments, format);
-  std::string text = format_text(format, arguments);
+  const std::string text = traced_text(format, arguments);
   va_end(arguments);
-
-  if (tracing.level >= 1) _qrd_trace("Debug: %s", text.c_str());
   if (console.debug) std::printf("%s Debug: %s\n", server_program, text.c_str());
 }
 

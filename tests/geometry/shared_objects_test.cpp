@@ -156,7 +156,7 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   std::unique_ptr<wireframe> root;
   std::unique_ptr<fault_system> faults;
   fault_info info;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, polygons), geometry::no_file);
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", polygons), geometry::no_file);
   EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::no_file);
   EXPECT_EQ(qd_fault_info("D", "P", FAULT_FILE, info), geometry::no_file);
   EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::no_file);
@@ -192,7 +192,7 @@ TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   std::unique_ptr<polygon_system> polygons;
   std::unique_ptr<wireframe> root;
   std::unique_ptr<fault_system> faults;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", false, polygons), geometry::unclear);
+  EXPECT_EQ(qd_polygon_read("D", "P", "None", polygons), geometry::unclear);
   EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::unclear);
   EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::unclear);
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) EXPECT_TRUE(fs::is_symlink(in_file(1, name)));

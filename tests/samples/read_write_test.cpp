@@ -1,6 +1,7 @@
 // The range operations against a model that knows the data file as a text of bits.
 
 #include "samples/qd_read_write_char.h"
+#include "samples/qd_selection_rows.h"
 #include "support/processes.h"
 #include "support/sample_study.h"
 
