@@ -312,8 +312,14 @@ objects objects_of(source& from) {
   const request& wish = from.wish();
   // What the file itself has is there already.
   const auto each_other = [&](const std::vector<client::file_place>& places, bool has_own, const auto& add) {
-    for (const client::file_place& place : places)
-      if (!has_own || place != wish.place) add(from.server_of(place));
+    for (const client::file_place& place : places) {
+      if (has_own && place == wish.place) continue;
+      try {
+        add(from.server_of(place));
+      } catch (const client::refusal& refused) {
+        throw client::error(place.study + "/" + place.directory + "/" + place.file + ": " + refused.what());
+      }
+    }
   };
   each_other(wish.polygons, info.has_polygons,
              [&](client::connection& server) { add_polygons(found.polygons, server.polygons()); });

@@ -104,6 +104,9 @@ TEST_F(pictures, of_polygons_wireframes_and_faults) {
   EXPECT_NE(complaint({"plot", "Holes", "Drilling", "collars", "--wireframes", "domain", "-o", path("b.svg")})
                 .find("did you mean \"domains\"?"),
             std::string::npos);
+  EXPECT_NE(complaint({"plot", "Holes", "Drilling", "cores", "--faults", "domains", "-o", path("b.svg")})
+                .find("Holes/Drilling/domains: domains is not a faulted file"),
+            std::string::npos);
 }
 
 TEST_F(pictures, of_a_grid_by_levels_and_in_section) {
