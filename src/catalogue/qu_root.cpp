@@ -148,6 +148,9 @@ void qu_init(const char* root, const char* name, const char* version) {
   qu_string_copy(version, store.program_version_text);
   checked_memory.capacity = usable_memory();
 
+  const char* locale_folder = std::getenv("XLOCALEDIR");
+  if (locale_folder != nullptr && locale_folder[0] != '\0') qu_putenv("XLOCALEDIR=");
+
   find_root(root, store.root_path);
   store.root_windows[0] = '\0';
   store.root_unix[0] = '\0';

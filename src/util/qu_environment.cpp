@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "util/qu_message.h"
 
@@ -14,6 +15,13 @@ char* qu_getenv(const char* name, std::size_t size, char* destination) {
   if (length >= size) qu_fatal_number("qu_getenv", 1);
   std::memcpy(destination, value, length + 1);
   return destination;
+}
+
+int qu_putenv(const char* text) {
+  const char* equals = std::strchr(text, '=');
+  if (equals == nullptr) return -1;
+  std::string name(text, equals);
+  return equals[1] == '\0' ? unsetenv(name.c_str()) : setenv(name.c_str(), equals + 1, 1);
 }
 
 }  // namespace qrd

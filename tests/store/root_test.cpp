@@ -94,8 +94,10 @@ TEST_F(root, settings_come_from_the_environment) {
   init(folder.path().c_str());
   EXPECT_EQ(store.running_test, 0);
   setenv("QRD_RUNNING_TEST", "yes", 1);
+  setenv("XLOCALEDIR", "/somewhere", 1);
   init(folder.path().c_str());
   EXPECT_EQ(store.running_test, 1);
+  EXPECT_EQ(std::getenv("XLOCALEDIR"), nullptr);
   EXPECT_GT(checked_memory.capacity, 0U);
 }
 
