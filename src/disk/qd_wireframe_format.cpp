@@ -69,15 +69,7 @@ bool read_object(XDR* xdr, std::int64_t version, std::int64_t bytes_left,
 }  // namespace
 
 bool qd_wireframe_header_read(XDR* xdr, wireframe_header& header) {
-  if (!move_header(xdr, header)) return false;
-  // The first version had its box in another order.
-  double(&box)[6] = header.box;
-  if (header.version == 1) {
-    const double x_min = box[0], y_max = box[1], x_max = box[2], z_min = box[3], y_min = box[4],
-                 z_max = box[5];
-    box[0] = x_min, box[1] = x_max, box[2] = y_min, box[3] = y_max, box[4] = z_min, box[5] = z_max;
-  }
-  return true;
+  return move_header(xdr, header);
 }
 
 bool qd_wireframe_body_write(XDR* xdr, wireframe& root) {

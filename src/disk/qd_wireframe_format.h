@@ -2,7 +2,7 @@
 // XDR:
 //
 //   xint x 4      version (3 is written), objects, vertices, triangles
-//   xdouble x 6   x, y, z: minimum and maximum each
+//   xdouble x 6   x, y, z: minimum and maximum each (version 1 has another order); only written
 //   objects:
 //     xstring(50)  name
 //     xint x 4     red, green, blue, number of pieces

@@ -80,9 +80,9 @@ macro_growth find_target(const char* directory, const char* file, const char* va
                          macro_target& target) {
   if (target.file.open(directory, file) != found::yes || !qd_settle_columns(target.file.path) ||
       qd_file_descriptor_read(target.file.path, target.file.record) != object_state::sound ||
-      qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != found::yes)
+      qd_find<variable_level>(target.file.path, variable, target.path, target.variable) != found::yes ||
+      target.variable.type != VAR_MACRO)
     return macro_growth::gone;
-  if (target.variable.type != VAR_MACRO) qu_misuse("%s: Not a Macro Variable...", macro_creation);
   qu_path_join(target.data_path, {target.path, path_separator, data_file_name});
 
   // Selecting the variable once puts a compressed data file back.

@@ -9,7 +9,7 @@ namespace qrd {
 enum class [[nodiscard]] macro_growth{
     done,
     refused,  // after a report
-    gone      // another server has deleted the variable since the caller's test
+    gone      // another server has deleted the macro variable since the caller's test, or replaced it
 };
 // `alpha` holds one text per index, or is null. `refusal` gets what a client is to be told of a refusal: it
 // stays empty for texts that can't be taken, which clients know to get no answer. REQUIRES: indices from 1 to

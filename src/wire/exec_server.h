@@ -16,6 +16,7 @@ class child_watch {
   ~child_watch();
   // A descriptor that polls readable once the process has ended; -1 if the system can't give one.
   int descriptor() const { return descriptor_; }
+  // Makes it the descriptor of that process.
   void watch(int process);
 
  private:

@@ -235,5 +235,13 @@ TEST(append, what_a_killed_growth_has_left_is_written_over) {
   EXPECT_EQ(read_file(path + "/DATAVAR"), noise(4096, 3) + block_of(64));
 }
 
+// Another server may have put it in the place of the file that its caller has tested.
+TEST(append, refuses_a_grid) {
+  sample_study study({6, ORG_GRID, 2, {}, {10, 20, 77}, {1, 2, 88}, {0, 0, 0}, {3, 2, 99}});
+  const tree_image before = image_of(study.file_path());
+  EXPECT_FALSE(qd_append_sample("Dir", "File", 1));
+  EXPECT_TRUE(image_of(study.file_path()) == before);
+}
+
 }  // namespace
 }  // namespace qrd::test
