@@ -78,13 +78,4 @@ found qd_variable_test(bool test_index, const char* directory, const char* file,
   return qd_tested(result);
 }
 
-found qd_points_test(const char* directory, const char* file) {
-  path_text directory_path, path;
-  found result = qd_tested(qd_look_for_directory(directory, directory_path));
-  if (result != found::yes) return result;
-  qd_file_record record;
-  result = qd_tested(qd_find<file_level>(directory_path, file, path, record));
-  return result == found::yes && record.organisation != ORG_POINTS ? found::no : result;
-}
-
 }  // namespace qrd

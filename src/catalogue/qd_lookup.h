@@ -18,9 +18,6 @@ found qd_variable_test(bool test_index, const char* directory, const char* file,
 // Does a file pass the filter of qd_file_test?
 bool qd_file_fits(const qd_file_record& record, std::int64_t organisation, std::int64_t dimension);
 
-// Is it a points file?
-found qd_points_test(const char* directory, const char* file);
-
 // The result of a look-up as that of a test, after the report when it can't tell.
 found qd_tested(found result);
 // Look-ups for which "None" names nothing.

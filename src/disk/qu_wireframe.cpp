@@ -61,8 +61,7 @@ double piece_volume(const wireframe_piece& piece) {
 
 std::unique_ptr<wireframe> qu_wireframe_new() {
   auto root = std::make_unique<wireframe>();
-  for (qd_format_record* unit : {&root->unit_x, &root->unit_y, &root->unit_z, &root->unit_volume})
-    qu_format_default(*unit);
+  for (qd_format_record* unit : {&root->unit_x, &root->unit_y, &root->unit_z}) qu_format_default(*unit);
   return root;
 }
 

@@ -59,7 +59,7 @@ struct wireframe_object {
 
 struct wireframe {
   std::vector<wireframe_object> objects;
-  qd_format_record unit_x, unit_y, unit_z, unit_volume;
+  qd_format_record unit_x, unit_y, unit_z;
 };
 
 // A root without objects; the units are the float default.

@@ -5,19 +5,37 @@
 #include <cstring>
 #include <iterator>
 
-#include "catalogue/qd_path.h"
+#include "catalogue/qd_info.h"
+#include "catalogue/qd_lookup.h"
 #include "disk/qd_file_descriptor.h"
+#include "units/qu_units.h"
 #include "util/qu_directory.h"
 #include "util/qu_set_aside.h"
 #include "util/qu_string.h"
 
 namespace qrd {
 
-bool qd_companion_path(const char* directory, const char* file, const char* name, path_text& path) {
-  path_text folder;
-  if (!qd_file_path(directory, file, folder)) return false;
-  qu_path_join(path, {folder, path_separator, name});
-  return true;
+void qd_companion_path(const found_file& file, const char* name, path_text& path) {
+  qu_path_join(path, {file.folder, path_separator, name});
+}
+
+geometry qd_find_geometry(found_file& file) {
+  const found result = qd_tested(qd_look_for_file(file.directory, file.name, file.folder, file.record));
+  if (result == found::no) return geometry::no_file;
+  return result == found::yes ? geometry::read : geometry::unclear;
+}
+
+bool qd_info_file(found_file& file, qd_file_info& info) {
+  return qd_info_file(file.directory, file.name, info, file.folder, file.record);
+}
+
+void qd_coordinates_formats(const found_file& file, qd_format_record& x, qd_format_record& y,
+                            qd_format_record& z) {
+  for (qd_format_record* format : {&x, &y, &z}) qu_format_copy(units.distance, *format);
+  role_records roles;
+  roles.walk(file.folder);
+  if (qd_companion_folder_holds(file.folder, file.name))
+    qd_coordinates_formats(roles, file.record.dimension, &x, &y, &z);
 }
 
 namespace {

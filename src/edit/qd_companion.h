@@ -4,20 +4,27 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "disk/qd_records.h"
 #include "util/qu_constants.h"
 #include "util/qu_file.h"
 
 namespace qrd {
 
-// The path of a companion of that name. False if the catalogue file has no path.
-[[nodiscard]] bool qd_companion_path(const char* directory, const char* file, const char* name,
-                                     path_text& path);
+// A file of the catalogue, found once for all that a request asks of it. What it has beside its descriptor is
+// believed only where its folder is still its own.
+struct found_file {
+  const char* directory;
+  const char* name;
+  path_text folder = "";
+  qd_file_record record = {};
+};
+
+// The path of a companion of that name.
+void qd_companion_path(const found_file& file, const char* name, path_text& path);
 
 // True if the folder is still that file's: its number may have gone to another one since it was looked up.
 [[nodiscard]] bool qd_companion_folder_holds(const char* folder, const char* file);
 
-// A companion of a file that is read. Another server may put a new one in its place meanwhile: this is the
-// one that was opened.
 // What came of reading the geometry in a companion.
 enum class [[nodiscard]] geometry{
     read,
@@ -27,6 +34,16 @@ enum class [[nodiscard]] geometry{
     unclear  // can't tell, or gone meanwhile
 };
 
+// Looks for a file by its names. Read if it is there.
+geometry qd_find_geometry(found_file& file);
+// Finds the file for what `qd_info_file` tells, and false as there.
+[[nodiscard]] bool qd_info_file(found_file& file, qd_file_info& info);
+// Length formats of its coordinates; those that it doesn't have, or has no more, are the distance format.
+void qd_coordinates_formats(const found_file& file, qd_format_record& x, qd_format_record& y,
+                            qd_format_record& z);
+
+// A companion of a file that is read. Another server may put a new one in its place meanwhile: this is the
+// one that was opened.
 class companion_reader {
  public:
   enum class state {

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include "catalogue/qd_info.h"
-#include "catalogue/qd_lookup.h"
 #include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_fault_format.h"
@@ -17,17 +15,9 @@ namespace qrd {
 
 namespace {
 
-bool fault_path(const char* directory, const char* file, fault_variant variant, path_text& path) {
+void fault_path(const found_file& file, fault_variant variant, path_text& path) {
   constexpr const char* names[] = {"FAULT", "FAULT.TMP", "FAULT.TM1"};
-  return qd_companion_path(directory, file, names[variant], path);
-}
-
-// The path of the faults of a file: read if they can be looked for.
-geometry find_faults(const char* directory, const char* file, fault_variant variant, path_text& path) {
-  const found test = qd_file_test(ORG_ANY, DIM_ANY, directory, file);
-  if (test == found::no) return geometry::no_file;
-  return test == found::yes && fault_path(directory, file, variant, path) ? geometry::read
-                                                                          : geometry::unclear;
+  qd_companion_path(file, names[variant], path);
 }
 
 enum class header_state { read, damaged, failed };
@@ -55,11 +45,10 @@ fault_writing make_way(const char* path, const char* file) {
 
 }  // namespace
 
-geometry qd_fault_info(const char* directory, const char* file, fault_variant variant, fault_info& info) {
+geometry qd_fault_info(const found_file& file, fault_variant variant, fault_info& info) {
   path_text path;
-  if (const geometry state = find_faults(directory, file, variant, path); state != geometry::read)
-    return state;
-  companion_reader companion(path, file);
+  fault_path(file, variant, path);
+  companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   const header_state state = read_header(companion, info);
   if (state == header_state::damaged) qu_message("Fault file corrupted: %s\n", path);
@@ -71,9 +60,11 @@ fault_writing qd_fault_write(const char* directory, const char* file, fault_vari
                              fault_system& system) {
   if (!qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr))
     return fault_writing::failed;
-  path_text folder, path;
-  if (!qd_file_path(directory, file, folder) || !fault_path(directory, file, variant, path))
-    return fault_writing::failed;
+  found_file place = {directory, file};
+  if (!qd_file_path(directory, file, place.folder)) return fault_writing::failed;
+  const char* folder = place.folder;
+  path_text path;
+  fault_path(place, variant, path);
   // Until here another server may have deleted the file, and a new one have taken its number, or it may have
   // faults by now.
   const folder_lock lock(folder);
@@ -84,12 +75,10 @@ fault_writing qd_fault_write(const char* directory, const char* file, fault_vari
                                                                     : fault_writing::failed;
 }
 
-geometry qd_fault_read(const char* directory, const char* file, fault_variant variant,
-                       std::unique_ptr<fault_system>& system) {
+geometry qd_fault_read(const found_file& file, fault_variant variant, std::unique_ptr<fault_system>& system) {
   path_text path;
-  if (const geometry state = find_faults(directory, file, variant, path); state != geometry::read)
-    return state;
-  companion_reader companion(path, file);
+  fault_path(file, variant, path);
+  companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return geometry::unclear;
@@ -109,8 +98,7 @@ geometry qd_fault_read(const char* directory, const char* file, fault_variant va
     companion.set_aside();
     return geometry::damaged;
   }
-  // What is missing keeps the distance format.
-  qd_coordinates_formats(1, directory, file, &system->unit_x, &system->unit_y, &system->unit_z);
+  qd_coordinates_formats(file, system->unit_x, system->unit_y, system->unit_z);
   return geometry::read;
 }
 

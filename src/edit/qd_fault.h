@@ -13,7 +13,7 @@ namespace qrd {
 // Names of the companion file.
 enum fault_variant : int { FAULT_FILE = 0, FAULT_TMP = 1, FAULT_TM1 = 2 };
 
-geometry qd_fault_info(const char* directory, const char* file, fault_variant variant, fault_info& info);
+geometry qd_fault_info(const found_file& file, fault_variant variant, fault_info& info);
 enum class [[nodiscard]] fault_writing{
     done,
     failed,          // nothing has changed
@@ -23,7 +23,6 @@ enum class [[nodiscard]] fault_writing{
 fault_writing qd_fault_write(const char* directory, const char* file, fault_variant variant,
                              fault_system& system);
 // What is damaged is moved aside.
-geometry qd_fault_read(const char* directory, const char* file, fault_variant variant,
-                       std::unique_ptr<fault_system>& system);
+geometry qd_fault_read(const found_file& file, fault_variant variant, std::unique_ptr<fault_system>& system);
 
 }  // namespace qrd

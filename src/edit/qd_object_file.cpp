@@ -92,12 +92,14 @@ std::optional<object_name_set> qd_selected_object_names(const char* directory, c
   return names_kept;
 }
 
-selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
-                                          const char* selection) {
+selection_state qd_object_selection_state(const char* kind, const found_file& file, const char* selection) {
   if (std::strcmp(selection, no_name) == 0) return selection_state::ignored;
-  const found test = qd_variable_test(true, directory, file, selection);
+  path_text path;
+  qd_variable_record record;
+  const found test = qd_tested(qd_look_for_variable(true, file.folder, selection, path, record));
   if (test != found::no) return test == found::yes ? selection_state::usable : selection_state::unknown;
-  qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, directory, file);
+  qu_message("WARNING: The selection %s doesn't exist in %s File %s / %s.", selection, kind, file.directory,
+             file.name);
   qu_message("-------  Selection will be ignored.");
   return selection_state::ignored;
 }

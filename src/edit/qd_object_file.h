@@ -11,6 +11,7 @@
 
 #include "disk/object_names.h"
 #include "disk/qd_records.h"
+#include "edit/qd_companion.h"
 
 namespace qrd {
 
@@ -54,7 +55,6 @@ enum class [[nodiscard]] selection_state{
     unknown   // can't tell
 };
 // `kind` is the word of the message, such as "Polygon".
-selection_state qd_object_selection_state(const char* kind, const char* directory, const char* file,
-                                          const char* selection);
+selection_state qd_object_selection_state(const char* kind, const found_file& file, const char* selection);
 
 }  // namespace qrd

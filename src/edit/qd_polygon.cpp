@@ -31,8 +31,8 @@ constexpr char surface_variable[] = "S+ SURFACE";
 
 constexpr char polygon_file_name[] = "POLYGON";
 
-bool polygon_path(const char* directory, const char* file, path_text& path) {
-  return qd_companion_path(directory, file, polygon_file_name, path);
+void polygon_path(const found_file& file, path_text& path) {
+  qd_companion_path(file, polygon_file_name, path);
 }
 
 bool write_file(const char* path, polygon_system& system) {
@@ -89,24 +89,26 @@ struct generated_variables {
   object_variables all;
 };
 
-bool read_body(XDR* xdr, std::int64_t bytes, const char* directory, const char* file, const char* selection,
+bool read_body(XDR* xdr, std::int64_t bytes, const found_file& file, const char* selection,
                polygon_system& system) {
   polygon_header header;
   if (!qd_polygon_header_move(xdr, header)) return false;
   system.dimension = header.dimension();
   if (header.version <= last_compound_version) return qd_polygon_compounds_read(xdr, header, bytes, system);
   std::optional<object_name_set> kept;
-  if (selection != nullptr) kept = qd_selected_object_names(directory, file, selection, object_name_variable);
+  if (selection != nullptr)
+    kept = qd_selected_object_names(file.directory, file.name, selection, object_name_variable);
   return qd_polygon_body_read(xdr, header, bytes, kept, system);
 }
 
 // The box of the polygons that a selection leaves.
-geometry narrow_box(const char* directory, const char* file, const char* selection, polygon_box& box) {
-  if (!qd_free_samples_count(directory, file, selection)) return geometry::damaged;
+geometry narrow_box(const found_file& file, const char* selection, polygon_box& box) {
+  if (!qd_free_samples_count(file.directory, file.name, selection)) return geometry::damaged;
   std::unique_ptr<polygon_system> system;
-  const geometry state = qd_polygon_read(directory, file, selection, system);
+  const geometry state = qd_polygon_read(file, selection, system);
   if (state == geometry::damaged)
-    qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", directory, file);
+    qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", file.directory,
+               file.name);
   if (state != geometry::read) return state == geometry::damaged ? state : geometry::unclear;
   // The bounds start exchanged, so that any vertex moves them.
   std::swap(box.x_min, box.x_max);
@@ -127,15 +129,14 @@ geometry narrow_box(const char* directory, const char* file, const char* selecti
 
 }  // namespace
 
-geometry qd_polygon_info(const char* directory, const char* file, const char* selection, polygon_box& box) {
-  const found test = qd_points_test(directory, file);
-  if (test == found::no) return geometry::no_file;
+geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box) {
+  if (file.record.organisation != ORG_POINTS) return geometry::no_file;
   path_text path;
-  if (test != found::yes || !polygon_path(directory, file, path)) return geometry::unclear;
+  polygon_path(file, path);
   polygon_header header;
   bool read = false;
   {
-    companion_reader companion(path, file);
+    companion_reader companion(path, file.name);
     if (companion.opened() != companion_reader::state::open) return companion.unopened();
     xdr_stream xdr(companion.stream(), XDR_DECODE);
     if (!xdr) return geometry::unclear;
@@ -144,12 +145,12 @@ geometry qd_polygon_info(const char* directory, const char* file, const char* se
   }
   box = {header.x_min, header.y_min, header.z_min, header.x_max, header.y_max, header.z_max};
   const selection_state selected = read && selection != nullptr
-                                       ? qd_object_selection_state("Polygon", directory, file, selection)
+                                       ? qd_object_selection_state("Polygon", file, selection)
                                        : selection_state::ignored;
   if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return geometry::unclear;
-    const geometry narrowed = narrow_box(directory, file, selection, box);
+    const geometry narrowed = narrow_box(file, selection, box);
     if (narrowed != geometry::damaged) return narrowed;
     read = false;
   }
@@ -158,26 +159,26 @@ geometry qd_polygon_info(const char* directory, const char* file, const char* se
   return geometry::damaged;
 }
 
-geometry qd_polygon_read(const char* directory, const char* file, const char* selection,
+geometry qd_polygon_read(const found_file& file, const char* selection,
                          std::unique_ptr<polygon_system>& system) {
   system = nullptr;
+  if (file.record.organisation != ORG_POINTS) return geometry::no_file;
+  const selection_state selected = qd_object_selection_state("Polygon", file, selection);
+  if (selected == selection_state::unknown) return geometry::unclear;
   path_text path;
-  const found test = qd_points_test(directory, file);
-  if (test != found::yes) return test == found::no ? geometry::no_file : geometry::unclear;
-  const selection_state selected = qd_object_selection_state("Polygon", directory, file, selection);
-  if (selected == selection_state::unknown || !polygon_path(directory, file, path)) return geometry::unclear;
-  companion_reader companion(path, file);
+  polygon_path(file, path);
+  companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return geometry::unclear;
   auto read = qu_polygon_system_new();
-  if (!read_body(xdr.get(), companion.bytes(), directory, file,
+  if (!read_body(xdr.get(), companion.bytes(), file,
                  selected == selection_state::usable ? selection : nullptr, *read)) {
     if (!companion.is_whole()) return geometry::unclear;
     companion.set_aside();
     return geometry::damaged;
   }
-  qd_coordinates_formats(1, directory, file, &read->unit_x, &read->unit_y, &read->unit_z);
+  qd_coordinates_formats(file, read->unit_x, read->unit_y, read->unit_z);
   system = std::move(read);
   return geometry::read;
 }
@@ -192,10 +193,11 @@ bool qd_polygon_new(const char* directory, const char* file, polygon_system& sys
 }
 
 void qd_polygon_delete(const char* directory, const char* file) {
+  found_file place = {directory, file};
+  if (qd_find_geometry(place) != geometry::read || place.record.organisation != ORG_POINTS) return;
   path_text path;
-  if (qd_points_test(directory, file) == found::yes && polygon_path(directory, file, path) &&
-      qu_file_readable(path))
-    static_cast<void>(qd_delete_file(directory, file));
+  polygon_path(place, path);
+  if (qu_file_readable(path)) static_cast<void>(qd_delete_file(directory, file));
 }
 
 }  // namespace qrd

@@ -11,9 +11,9 @@ namespace qrd {
 
 // Whether the file has polygons, and the box that its header tells; under a selection (null and "None" mean
 // none) that of the polygons that it leaves.
-geometry qd_polygon_info(const char* directory, const char* file, const char* selection, polygon_box& box);
+geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box);
 // What is damaged is moved aside.
-geometry qd_polygon_read(const char* directory, const char* file, const char* selection,
+geometry qd_polygon_read(const found_file& file, const char* selection,
                          std::unique_ptr<polygon_system>& system);
 // Makes a file with its polygons; no other may have its name. False after a failure, which leaves nothing.
 // May end the process.

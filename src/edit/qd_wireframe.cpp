@@ -3,8 +3,6 @@
 #include <optional>
 #include <string>
 
-#include "catalogue/qd_info.h"
-#include "catalogue/qd_lookup.h"
 #include "disk/qd_descriptor.h"
 #include "disk/qd_wireframe_format.h"
 #include "edit/qd_companion.h"
@@ -40,24 +38,6 @@ object_samples samples_of(wireframe& root) {
   return samples;
 }
 
-// The short test of the catalogue, and the path: read if the companion can be looked for.
-geometry find_file(const char* directory, const char* file, path_text& path) {
-  const found test = qd_points_test(directory, file);
-  if (test == found::no) return geometry::no_file;
-  const bool is_found = test == found::yes && qd_companion_path(directory, file, wireframe_file_name, path);
-  return is_found ? geometry::read : geometry::unclear;
-}
-
-void load_units(const char* directory, const char* file, wireframe& root) {
-  qd_coordinates_formats(1, directory, file, &root.unit_x, &root.unit_y, &root.unit_z);
-  root.unit_volume = float_default;
-  qu_string_copy("km3", root.unit_volume.unit);
-  qd_var_info info;
-  if (qd_variable_test(false, directory, file, object_volume_variable) == found::yes &&
-      qd_info_var_name(directory, file, object_volume_variable, info) && info.type == VAR_FLOAT)
-    root.unit_volume = info.format;
-}
-
 }  // namespace
 
 bool qd_wireframe_write(const char* directory, const char* file, wireframe& root) {
@@ -80,35 +60,36 @@ bool qd_wireframe_write(const char* directory, const char* file, wireframe& root
   });
 }
 
-geometry qd_wireframe_read(const char* directory, const char* file, const char* selection,
-                           std::unique_ptr<wireframe>& root) {
+geometry qd_wireframe_read(const found_file& file, const char* selection, std::unique_ptr<wireframe>& root) {
   root = nullptr;
+  if (file.record.organisation != ORG_POINTS) return geometry::no_file;
   path_text path;
-  if (const geometry state = find_file(directory, file, path); state != geometry::read) return state;
+  qd_companion_path(file, wireframe_file_name, path);
   std::optional<object_name_set> kept;
-  const selection_state selected = qd_object_selection_state("Wireframe", directory, file, selection);
+  const selection_state selected = qd_object_selection_state("Wireframe", file, selection);
   if (selected == selection_state::unknown) return geometry::unclear;
-  companion_reader companion(path, file);
+  companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return geometry::unclear;
   if (selected == selection_state::usable)
-    kept = qd_selected_object_names(directory, file, selection, object_name_variable);
+    kept = qd_selected_object_names(file.directory, file.name, selection, object_name_variable);
   auto read = qu_wireframe_new();
   if (!qd_wireframe_body_read(xdr.get(), companion.bytes(), kept, *read)) {
     if (!companion.is_whole()) return geometry::unclear;
     companion.set_aside();
     return geometry::damaged;
   }
-  load_units(directory, file, *read);
+  qd_coordinates_formats(file, read->unit_x, read->unit_y, read->unit_z);
   root = std::move(read);
   return geometry::read;
 }
 
-geometry qd_wireframe_info(const char* directory, const char* file, const char* selection) {
+geometry qd_wireframe_info(const found_file& file, const char* selection) {
+  if (file.record.organisation != ORG_POINTS) return geometry::no_file;
   path_text path;
-  if (const geometry state = find_file(directory, file, path); state != geometry::read) return state;
-  companion_reader companion(path, file);
+  qd_companion_path(file, wireframe_file_name, path);
+  companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);
   if (!xdr) return geometry::unclear;
@@ -116,11 +97,11 @@ geometry qd_wireframe_info(const char* directory, const char* file, const char* 
   bool read = qd_wireframe_header_read(xdr.get(), header);
   if (!companion.is_whole()) return geometry::unclear;
   const selection_state selected =
-      read ? qd_object_selection_state("Wireframe", directory, file, selection) : selection_state::ignored;
+      read ? qd_object_selection_state("Wireframe", file, selection) : selection_state::ignored;
   if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return geometry::unclear;
-    read = qd_free_samples_count(directory, file, selection).has_value();
+    read = qd_free_samples_count(file.directory, file.name, selection).has_value();
   }
   if (read) return geometry::read;
   qu_message("Wireframe file corrupted: %s\n", path);

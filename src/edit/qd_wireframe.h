@@ -14,9 +14,8 @@ namespace qrd {
 // May end the process.
 [[nodiscard]] bool qd_wireframe_write(const char* directory, const char* file, wireframe& root);
 // Whether the file has wireframes that can be read, and what a selection leaves of them be counted.
-geometry qd_wireframe_info(const char* directory, const char* file, const char* selection);
+geometry qd_wireframe_info(const found_file& file, const char* selection);
 // What is damaged is moved aside.
-geometry qd_wireframe_read(const char* directory, const char* file, const char* selection,
-                           std::unique_ptr<wireframe>& root);
+geometry qd_wireframe_read(const found_file& file, const char* selection, std::unique_ptr<wireframe>& root);
 
 }  // namespace qrd

@@ -25,9 +25,9 @@ constexpr char already_faulted[] = "%s is an already faulted file.";
 constexpr char info_failure[] = "Cannot get fault information: Too much files opened.";
 constexpr std::int64_t priority_minimum = 1;
 
-bool file_info_available() {
+bool file_info_available(found_file& file) {
   qd_file_info info;
-  return qd_info_file(current_context.directory, current_context.file, info, nullptr);
+  return qd_info_file(file, info);
 }
 
 bool read_segment(fault_segment& segment, double client_missing) {
@@ -89,9 +89,10 @@ bool write_fault(const fault& each, std::int32_t limit, const unit_divisors& uni
 request_status server_answer_write_faults(const char* /*request*/) {
   if (!is_set(current_context.directory)) return refuse("Directory is not set");
   if (!is_set(current_context.file)) return clean_and_refuse("File is not set");
-  if (!file_info_available()) return clean_and_refuse("Cannot get file info");
+  found_file file = {current_context.directory, current_context.file};
+  if (!file_info_available(file)) return clean_and_refuse("Cannot get file info");
   fault_info present;
-  const geometry state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, present);
+  const geometry state = qd_fault_info(file, FAULT_FILE, present);
   if (state == geometry::unclear) return clean_and_refuse("%s", info_failure);
   if (state == geometry::read) return clean_and_refuse(already_faulted, current_context.file);
 
@@ -122,15 +123,15 @@ request_status server_answer_faults(const char* /*request*/) {
   std::int32_t limit = 0;
   if (!read_arguments(limit)) return not_served;
   if (!is_set(current_context.file)) return refuse("File is not set");
-  if (!file_info_available()) return refuse("Cannot get file info");
+  found_file file = {current_context.directory, current_context.file};
+  if (!file_info_available(file)) return refuse("Cannot get file info");
   fault_info info;
-  const geometry state = qd_fault_info(current_context.directory, current_context.file, FAULT_FILE, info);
+  const geometry state = qd_fault_info(file, FAULT_FILE, info);
   if (state == geometry::unclear) return refuse("%s", info_failure);
   if (state != geometry::read) return refuse("%s is not a faulted file.", current_context.file);
   std::unique_ptr<fault_system> system;
   try {
-    if (qd_fault_read(current_context.directory, current_context.file, FAULT_FILE, system) != geometry::read)
-      return refuse("Cannot read faults.");
+    if (qd_fault_read(file, FAULT_FILE, system) != geometry::read) return refuse("Cannot read faults.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read faults.");
   }

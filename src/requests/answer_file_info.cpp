@@ -116,14 +116,14 @@ request_status server_answer_file_info(const char* /*request*/) {
   const server_context& context = current_context;
   if (!is_set(context.file)) return refuse("File is not set");
   qd_file_info info;
-  path_text path;
-  qd_file_record file;
-  if (!qd_info_file(context.directory, context.file, info, path, file)) return refuse("Cannot get file info");
+  found_file place = {context.directory, context.file};
+  if (!qd_info_file(place, info)) return refuse("Cannot get file info");
+  const qd_file_record& file = place.record;
   const qd_grid_record grid = file.organisation == ORG_GRID ? file.grid : qd_grid_record();
   polygon_box box;
-  const bool has_polygons = qd_polygon_info(context.directory, context.file, nullptr, box) == geometry::read;
+  const bool has_polygons = qd_polygon_info(place, nullptr, box) == geometry::read;
   role_records roles;
-  roles.walk(path);
+  roles.walk(place.folder);
   unit_divisors unit;
   if (!find_client_units(roles, file.dimension, unit)) return not_served;
   const std::int32_t organisation = wire_organisation_of(info.organisation);
@@ -131,8 +131,7 @@ request_status server_answer_file_info(const char* /*request*/) {
     return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
   }
   fault_info faults;
-  const bool has_faults =
-      qd_fault_info(context.directory, context.file, FAULT_FILE, faults) == geometry::read;
+  const bool has_faults = qd_fault_info(place, FAULT_FILE, faults) == geometry::read;
   if (!has_faults) faults = fault_info();
   const role_names names(roles, info.organisation, file.link_name);
   const found told = names.find();

@@ -37,19 +37,18 @@ bool write_contour(contour& written, const unit_divisors& unit) {
 }  // namespace
 
 request_status server_answer_polygons(const char* /*request*/) {
-  const char* directory = current_context.directory;
-  const char* file = current_context.file;
-  if (!is_set(file)) return refuse("File is not set");
+  if (!is_set(current_context.file)) return refuse("File is not set");
+  found_file file = {current_context.directory, current_context.file};
   qd_file_info file_info;
-  if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
+  if (!qd_info_file(file, file_info)) return refuse("Cannot get file info");
   polygon_box box;
   std::unique_ptr<polygon_system> system;
   try {
-    const geometry state = qd_polygon_info(directory, file, current_context.selection, box);
+    const geometry state = qd_polygon_info(file, current_context.selection, box);
     if (state == geometry::unclear) return refuse("Cannot get polygon information.");
     if (state == geometry::no_file || state == geometry::damaged)
-      return refuse("%s is not a polygon file.", file);
-    if (qd_polygon_read(directory, file, current_context.selection, system) != geometry::read)
+      return refuse("%s is not a polygon file.", file.name);
+    if (qd_polygon_read(file, current_context.selection, system) != geometry::read)
       return refuse("Cannot read polygons.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read polygons.");

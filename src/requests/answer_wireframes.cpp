@@ -55,18 +55,17 @@ void divide(wireframe& root, const unit_divisors& unit) {
 }  // namespace
 
 request_status server_answer_wireframes_read(const char* /*request*/) {
-  const char* directory = current_context.directory;
-  const char* file = current_context.file;
-  if (!is_set(file)) return refuse("File is not set");
+  if (!is_set(current_context.file)) return refuse("File is not set");
+  found_file file = {current_context.directory, current_context.file};
   qd_file_info file_info;
-  if (!qd_info_file(directory, file, file_info, nullptr)) return refuse("Cannot get file info");
-  const geometry state = qd_wireframe_info(directory, file, current_context.selection);
+  if (!qd_info_file(file, file_info)) return refuse("Cannot get file info");
+  const geometry state = qd_wireframe_info(file, current_context.selection);
   if (state == geometry::unclear) return refuse("Cannot get wireframe information: Too much files opened.");
   if (state == geometry::no_file || state == geometry::damaged)
-    return refuse("%s is not a wireframe file.", file);
+    return refuse("%s is not a wireframe file.", file.name);
   std::unique_ptr<wireframe> root;
   try {
-    if (qd_wireframe_read(directory, file, current_context.selection, root) != geometry::read)
+    if (qd_wireframe_read(file, current_context.selection, root) != geometry::read)
       return refuse("Cannot read wireframes.");
   } catch (const std::bad_alloc&) {
     return refuse("Not enough memory to read wireframes.");

@@ -62,7 +62,9 @@ TEST_F(polygons, of_versions_4_to_6_keep_grids_holes_and_limits) {
     SCOPED_TRACE(version);
     write_file(in_file(1, "POLYGON"), nested_polygon(version));
     std::unique_ptr<polygon_system> system;
-    ASSERT_EQ(qd_polygon_read("D", "P", "None", system), geometry::read);
+    found_file file = {"D", "P"};
+    ASSERT_EQ(qd_find_geometry(file), geometry::read);
+    ASSERT_EQ(qd_polygon_read(file, "None", system), geometry::read);
     EXPECT_EQ(system->dimension, 3);
     const polygon& area = *system->polygons.begin();
     EXPECT_STREQ(area.name, "Area");
@@ -91,7 +93,9 @@ TEST_F(polygons, of_versions_1_to_3_join_their_contours) {
     SCOPED_TRACE(version);
     write_file(in_file(1, "POLYGON"), compound_polygons(version));
     std::unique_ptr<polygon_system> system;
-    ASSERT_EQ(qd_polygon_read("D", "P", "None", system), geometry::read);
+    found_file file = {"D", "P"};
+    ASSERT_EQ(qd_find_geometry(file), geometry::read);
+    ASSERT_EQ(qd_polygon_read(file, "None", system), geometry::read);
     ASSERT_EQ(system->polygons.count(), 1);
     const polygon& river = *system->polygons.begin();
     EXPECT_STREQ(river.name, "River");

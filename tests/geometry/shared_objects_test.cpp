@@ -152,16 +152,12 @@ TEST_F(shared_objects, are_made_whole_or_not_at_all) {
 TEST_F(shared_objects, that_have_just_gone_are_refused) {
   make_polygons("P");
   fs::remove_all(in_file(1, ""));
-  std::unique_ptr<polygon_system> polygons;
-  std::unique_ptr<wireframe> root;
-  std::unique_ptr<fault_system> faults;
-  fault_info info;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", polygons), geometry::no_file);
-  EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::no_file);
-  EXPECT_EQ(qd_fault_info("D", "P", FAULT_FILE, info), geometry::no_file);
-  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::no_file);
+  found_file gone = {"D", "P"}, bare = {"D", "Q"};
+  EXPECT_EQ(qd_find_geometry(gone), geometry::no_file);
   make_points("Q", 1);
-  EXPECT_EQ(qd_fault_read("D", "Q", FAULT_FILE, faults), geometry::none);
+  std::unique_ptr<fault_system> faults;
+  ASSERT_EQ(qd_find_geometry(bare), geometry::read);
+  EXPECT_EQ(qd_fault_read(bare, FAULT_FILE, faults), geometry::none);
   // What has no file behind its name is no companion, and stays.
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) fs::create_directory(in_file(1, name));
   expect_refused("CPOLYGONS", {}, "Cannot read polygons.");
@@ -179,6 +175,31 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   expect_answer("CDIRLST", {}, bytes("SDIRS").i32(1).text("D"));
 }
 
+TEST_F(shared_objects, that_were_found_are_not_taken_for_those_that_have_their_number_now) {
+  make_polygons("P");
+  found_file gone = {"D", "P"}, there = {"D", "Q"};
+  ASSERT_EQ(qd_find_geometry(gone), geometry::read);
+  fs::remove_all(in_file(1, ""));
+  expect_done("CDISTUSET", bytes("km"));
+  make_polygons("Q");
+  expect_done("CDISTUSET", bytes("m"));
+  ASSERT_EQ(qd_find_geometry(there), geometry::read);
+  ASSERT_STREQ(gone.folder, there.folder);
+  for (const char* name : {"WIREFRAME", "FAULT"}) write_file(in_file(1, name), "");
+
+  polygon_box box;
+  fault_info faults;
+  EXPECT_EQ(qd_polygon_info(there, nullptr, box), geometry::read);
+  EXPECT_EQ(qd_polygon_info(gone, nullptr, box), geometry::none);
+  EXPECT_EQ(qd_wireframe_info(gone, "None"), geometry::none);
+  EXPECT_EQ(qd_fault_info(gone, FAULT_FILE, faults), geometry::none);
+  qd_format_record x, y, z;
+  qd_coordinates_formats(there, x, y, z);
+  EXPECT_STREQ(x.unit, "km");
+  qd_coordinates_formats(gone, x, y, z);
+  EXPECT_STREQ(x.unit, "m");
+}
+
 TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   make_points("P", 1, 3);
   // Its first byte can't be read.
@@ -192,9 +213,11 @@ TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   std::unique_ptr<polygon_system> polygons;
   std::unique_ptr<wireframe> root;
   std::unique_ptr<fault_system> faults;
-  EXPECT_EQ(qd_polygon_read("D", "P", "None", polygons), geometry::unclear);
-  EXPECT_EQ(qd_wireframe_read("D", "P", "None", root), geometry::unclear);
-  EXPECT_EQ(qd_fault_read("D", "P", FAULT_FILE, faults), geometry::unclear);
+  found_file file = {"D", "P"};
+  ASSERT_EQ(qd_find_geometry(file), geometry::read);
+  EXPECT_EQ(qd_polygon_read(file, "None", polygons), geometry::unclear);
+  EXPECT_EQ(qd_wireframe_read(file, "None", root), geometry::unclear);
+  EXPECT_EQ(qd_fault_read(file, FAULT_FILE, faults), geometry::unclear);
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) EXPECT_TRUE(fs::is_symlink(in_file(1, name)));
 }
 

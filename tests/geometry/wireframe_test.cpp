@@ -56,7 +56,9 @@ TEST_F(wireframes, of_old_versions_and_hidden_pieces) {
   // The first version has its box in another order.
   bytes version_1 = bytes().i32(1, 1, 4, 4).f64(1, 2, 3, 4, 5, 6);
   write_file(in_file(1, "WIREFRAME"), version_1);
-  EXPECT_EQ(qd_wireframe_info("D", "P", "None"), geometry::read);
+  found_file file = {"D", "P"};
+  ASSERT_EQ(qd_find_geometry(file), geometry::read);
+  EXPECT_EQ(qd_wireframe_info(file, "None"), geometry::read);
 }
 
 TEST_F(wireframes, obey_a_selection_of_their_samples) {
