@@ -10,6 +10,7 @@
 #include "catalogue/qd_walk.h"
 #include "disk/qd_comment_file.h"
 #include "disk/qd_descriptor.h"
+#include "disk/qd_macro_table.h"
 #include "util/qu_file.h"
 #include "util/qu_line_reader.h"
 #include "util/qu_lock.h"

@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "catalogue/qd_path.h"
 #include "disk/qd_handles.h"
 #include "disk/qd_macro_table.h"
 #include "util/qu_file.h"

@@ -1,12 +1,7 @@
 // From the names of the catalogue to paths on disk.
 #include "catalogue/qd_path.h"
 
-#include <strings.h>
-
-#include <cstring>
-
 #include "catalogue/qd_walk.h"
-#include "disk/qd_macro_table.h"
 
 namespace qrd {
 
@@ -32,18 +27,6 @@ bool qd_variable_path_in(const char* file_path, const char* variable, path_text&
 bool qd_variable_path(const char* directory, const char* file, const char* variable, path_text& path) {
   path_text file_path;
   return qd_file_path(directory, file, file_path) && qd_variable_path_in(file_path, variable, path);
-}
-
-bool qd_catalogue_name(const char* variable, name_text& name) {
-  // Neither fits a descriptor: a longer name, and an index so far behind that its generic form is longer.
-  constexpr std::size_t generic_room = name_size - sizeof "[xxxxx]";
-  if (std::strlen(variable) >= name_size) return false;
-  qu_path_join(name, {variable});
-  if (!qd_macro_names_column(name)) return true;
-  const char opening = name[std::strlen(name) - 1] == ']' ? '[' : '{';
-  if (static_cast<std::size_t>(std::strrchr(name, opening) - name) > generic_room) return false;
-  qd_macro_name_generic(name);
-  return true;
 }
 
 }  // namespace qrd

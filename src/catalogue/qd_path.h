@@ -14,8 +14,4 @@ namespace qrd {
 // The same below a known parent path.
 [[nodiscard]] bool qd_file_path_in(const char* directory_path, const char* file, path_text& path);
 [[nodiscard]] bool qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
-// The name under which the catalogue holds a variable: stem[12] and stem{gold} become stem[xxxxx]. False if
-// no object can have it, because it doesn't fit a descriptor.
-[[nodiscard]] bool qd_catalogue_name(const char* variable, name_text& name);
-
 }  // namespace qrd

@@ -176,6 +176,18 @@ bool qd_macro_name_generic(name_text& name) {
   return true;
 }
 
+bool qd_catalogue_name(const char* variable, name_text& name) {
+  // Neither fits a descriptor: a longer name, and an index so far behind that its generic form is longer.
+  constexpr std::size_t generic_room = name_size - sizeof "[xxxxx]";
+  if (std::strlen(variable) >= name_size) return false;
+  qu_path_join(name, {variable});
+  if (!qd_macro_names_column(name)) return true;
+  const char opening = name[std::strlen(name) - 1] == ']' ? '[' : '{';
+  if (static_cast<std::size_t>(std::strrchr(name, opening) - name) > generic_room) return false;
+  qd_macro_name_generic(name);
+  return true;
+}
+
 std::int64_t qd_macro_name_indice(const char* name) {
   name_index index;
   if (!split_name(name, index) || index.closing != ']' || index.text.size() > longest_index_text) return 0;

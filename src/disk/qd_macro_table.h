@@ -63,6 +63,9 @@ inline bool qd_macro_names_column(const char* name) {
 // Makes stem[12] and stem{gold} into stem[xxxxx]; true if changed. A bracket at position 43 gives a name that
 // no object has. REQUIRES: none behind it.
 bool qd_macro_name_generic(name_text& name);
+// The name under which the catalogue holds a variable: stem[12] and stem{gold} become stem[xxxxx]. False if
+// no object can have it, because it doesn't fit a descriptor.
+[[nodiscard]] bool qd_catalogue_name(const char* variable, name_text& name);
 // The number of a square-bracket name, -1 for xxxxx, 0 if it is not one.
 std::int64_t qd_macro_name_indice(const char* name);
 // False after a report if no index can have that text.

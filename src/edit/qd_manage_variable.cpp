@@ -5,11 +5,11 @@
 #include <limits>
 
 #include "catalogue/qd_name.h"
-#include "catalogue/qd_path.h"
 #include "catalogue/qd_placement.h"
 #include "catalogue/qd_walk.h"
 #include "disk/qd_data_file.h"
 #include "disk/qd_handles.h"
+#include "disk/qd_macro_table.h"
 #include "edit/qd_variable_files.h"
 #include "units/qu_units.h"
 #include "util/qu_lock.h"

@@ -5,6 +5,7 @@
 
 #include "catalogue/qd_path.h"
 #include "disk/qd_descriptor.h"
+#include "disk/qd_macro_table.h"
 #include "disk/qd_vendor_format.h"
 #include "disk/store_state.h"
 #include "util/qu_lock.h"
