@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 
 #include "disk/qd_records.h"
 #include "disk/store_state.h"
@@ -17,7 +16,6 @@
 #include "util/qu_file_replace.h"
 #include "util/qu_message.h"
 #include "util/qu_string.h"
-#include "util/qu_sync.h"
 #include "util/qu_xdr.h"
 
 namespace qrd {
@@ -38,11 +36,8 @@ void study_lock_path(path_text& path) {
   qu_path_join(path, {store.study_path, path_separator, "LOCK"});
 }
 
-// False, with errno set, if it can't be written. Every opening of the study writes it anew, so what a power
-// cut takes of it is missing to nobody, and nobody waits for the disk.
+// False, with errno set, if it can't be written.
 bool write_data_descriptor(const char* path) {
-  std::optional<sync_pause> pause;
-  if (qu_durability() != durability::all) pause.emplace();
   replaced_file file(path, write_binary);
   if (!file) return false;
   xdr_stream stream(file.get(), XDR_ENCODE);
@@ -50,21 +45,23 @@ bool write_data_descriptor(const char* path) {
   return stream && qu_xdr_int(stream.get(), &version) != 0 && file.commit();
 }
 
-bool read_data_descriptor(const char* path, std::int64_t& version) {
-  file_stream file(qu_file_open_n(path, read_binary));
-  if (!file) return false;
-  xdr_stream stream(file.get(), XDR_DECODE);
-  return stream && qu_xdr_int(stream.get(), &version) != 0;
+// Whether it holds this version and nothing else.
+bool is_current(const char* path) {
+  constexpr std::uint32_t size = 4;
+  char bytes[size + 1];
+  std::int64_t version = 0;
+  return qu_file_read_start(path, bytes, sizeof bytes) == size &&
+         qu_xdr_int(xdr_memory(bytes, size).get(), &version) != 0 && version == DESCRIPTOR_VERSION;
 }
 
+// What stands there already isn't written again: nobody waits for the disk then.
 void renew_data_descriptor() {
   path_text path;
   qu_path_join(path, {store.catalogue_path, path_separator, "DESCR"});
-  std::int64_t version = 0;
+  if (is_current(path)) return;
   const bool written = write_data_descriptor(path);
   if (!written && qu_is_gone(errno)) return;
-  if (!written || !read_data_descriptor(path, version) || version != DESCRIPTOR_VERSION)
-    qu_message("Data descriptor corrupted:\n%s\n", path);
+  if (!written || !is_current(path)) qu_message("Data descriptor corrupted:\n%s\n", path);
 }
 
 }  // namespace

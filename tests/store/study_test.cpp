@@ -354,10 +354,16 @@ TEST_F(lock, is_removed_by_a_fatal_end_and_none_of_a_study_that_has_just_gone) {
   qd_end(0);
 }
 
-TEST_F(lock, data_descriptor_of_any_content_is_rewritten) {
-  write_file(path + "/QRD/DESCR", bytes().i32(900, 1));
+TEST_F(lock, data_descriptor_of_any_other_content_is_rewritten) {
+  for (const bytes& old : {bytes().i32(900), bytes().i32(1100, 1), bytes()}) {
+    write_file(path + "/QRD/DESCR", old);
+    qd_init();
+    EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100));
+  }
+  const auto time = fs::file_time_type() + std::chrono::hours(1);
+  fs::last_write_time(path + "/QRD/DESCR", time);
   qd_init();
-  EXPECT_EQ(read_file(path + "/QRD/DESCR"), bytes().i32(1100));
+  EXPECT_EQ(fs::last_write_time(path + "/QRD/DESCR"), time);
   fs::remove(path + "/QRD/DESCR");
   fs::create_directory(path + "/QRD/DESCR");
   EXPECT_EQ(console_of([] { qd_init(); }), "Data descriptor corrupted:\n" + path + "/QRD/DESCR\n\n");
