@@ -1,6 +1,4 @@
 // What it costs to have changes on the disk before they are answered.
-#include <cstdlib>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,29 +10,6 @@
 namespace qrd::bench {
 
 namespace {
-
-// An environment variable of the servers that are started while it lives. Null unsets it.
-class setting {
- public:
-  setting(const char* name, const char* value) : name_(name) {
-    if (const char* before = std::getenv(name)) before_ = before;
-    set(value);
-  }
-  setting(const setting&) = delete;
-  setting& operator=(const setting&) = delete;
-  ~setting() { set(before_ ? before_->c_str() : nullptr); }
-
- private:
-  void set(const char* value) const {
-    if (value != nullptr)
-      setenv(name_, value, 1);
-    else
-      unsetenv(name_);
-  }
-
-  const char* name_;
-  std::optional<std::string> before_;
-};
 
 struct durability {
   const char* value;
@@ -48,7 +23,7 @@ void measure_durability(report& table, const study_files& files) {
   constexpr int count = 50;
   const std::vector<double> three = {1, 2, 3};
   for (const durability& one : durabilities) {
-    const setting environment("QRD_SYNC", one.value);
+    const server_setting environment("QRD_SYNC", one.value);
     measured_server server(files);
     client::connection& connection = server.connection();
     const auto add = [&](const char* what, const comparison& times) {

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -13,6 +15,29 @@
 #include "qrd/server_process.h"
 
 namespace qrd::bench {
+
+// An environment variable of the servers that are started while it lives. Null unsets it.
+class server_setting {
+ public:
+  server_setting(const char* name, const char* value) : name_(name) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    set(value);
+  }
+  server_setting(const server_setting&) = delete;
+  server_setting& operator=(const server_setting&) = delete;
+  ~server_setting() { set(before_ ? before_->c_str() : nullptr); }
+
+ private:
+  void set(const char* value) const {
+    if (value != nullptr)
+      setenv(name_, value, 1);
+    else
+      unsetenv(name_);
+  }
+
+  const char* name_;
+  std::optional<std::string> before_;
+};
 
 class measured_server {
  public:

@@ -14,6 +14,8 @@ done
 export CXX="${CXX:-g++}"
 export CMAKE_GENERATOR="${CMAKE_GENERATOR:-Ninja}"
 if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+# What two builds compile alike is compiled once, though it lies in folders of their own.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$PWD}"
 
 title() { printf '\n== %s\n' "$*"; }
 

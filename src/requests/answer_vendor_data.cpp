@@ -43,7 +43,7 @@ bool find_owner(std::int32_t scope, vendor_owner& owner, std::string& text) {
   return true;
 }
 
-arrival read_text(std::string& text) {
+arrival read_attribute_text(std::string& text) {
   std::int32_t room = 0;
   if (!read_arguments(room)) return arrival::broken;
   if (room < 1) return arrival::refused;
@@ -67,7 +67,7 @@ arrival read_texts(std::vector<std::string>& texts) {
   if (!read_arguments(count)) return arrival::broken;
   if (count < 0) return arrival::refused;
   for (std::int32_t i = 0; i < count; ++i)
-    if (arrival each = read_text(texts.emplace_back()); each != arrival::complete) return each;
+    if (arrival each = read_attribute_text(texts.emplace_back()); each != arrival::complete) return each;
   return arrival::complete;
 }
 
@@ -79,7 +79,7 @@ arrival read_value(vendor_attribute& attribute) {
     case 2:
       return scalar(read_arguments(std::get<2>(attribute.value)));
     case 3:
-      return read_text(std::get<3>(attribute.value));
+      return read_attribute_text(std::get<3>(attribute.value));
     case 4:
       return read_array(std::get<4>(attribute.value), _qrd_read_int_array);
     case 5:
@@ -91,7 +91,7 @@ arrival read_value(vendor_attribute& attribute) {
   }
 }
 
-bool write_text(const std::string& text) {
+bool write_attribute_text(const std::string& text) {
   const auto room = static_cast<std::int32_t>(text.size() + 1);
   return write_value(wire_int{room}) &&
          write_value(wire_string{text.c_str(), static_cast<std::uint32_t>(room)});
@@ -111,7 +111,7 @@ bool write_attribute(const vendor_attribute& attribute) {
     case 2:
       return write_value(wire_double{std::get<2>(attribute.value)});
     case 3:
-      return write_text(std::get<3>(attribute.value));
+      return write_attribute_text(std::get<3>(attribute.value));
     case 4: {
       const auto& items = std::get<4>(attribute.value);
       return write_value(count_of(items)) &&
@@ -124,7 +124,7 @@ bool write_attribute(const vendor_attribute& attribute) {
     }
     case 6: {
       const auto& items = std::get<6>(attribute.value);
-      return write_value(count_of(items)) && std::all_of(items.begin(), items.end(), write_text);
+      return write_value(count_of(items)) && std::all_of(items.begin(), items.end(), write_attribute_text);
     }
     default:
       return true;
