@@ -29,20 +29,20 @@ std::string in_variable(int file, int number, const std::string& name) {
 }
 
 enum file_number {
-  points_file = 1,
-  lines_file,
-  cores_file,
-  heads_file,
-  grid_file,
-  polygons_file,
-  wires_file
+  points_number = 1,
+  lines_number,
+  cores_number,
+  heads_number,
+  grid_number,
+  polygons_number,
+  wires_number
 };
 // Variables of the points file behind the sample number.
 enum variable_number { x = 2, f2 = 5, f4, f8, f16, f32, f64, sel, len, text, m1, m8 };
 
 std::vector<std::string> of_points(const std::vector<int>& variables, const std::string& name) {
   std::vector<std::string> all;
-  for (const int number : variables) all.push_back(in_variable(points_file, number, name));
+  for (const int number : variables) all.push_back(in_variable(points_number, number, name));
   return all;
 }
 
@@ -184,7 +184,7 @@ std::vector<format> formats(const std::string& root) {
   append(macro, reads_of_macro("m1[xxxxx]"));
   append(macro, {bytes("CMACROADD").i32(2, 1, 3, 9, 1).text("red").text("green"), bytes("CMACROALP"),
                  grow_points, named("CVARSET", "m8[00007]"), bytes("CVARDEL"), bytes("CVARLST")});
-  const std::string f64_data = in_variable(points_file, f64, "DATAVAR");
+  const std::string f64_data = in_variable(points_number, f64, "DATAVAR");
   requests solids = solid_requests("polygons", "CPOLYGONS");
   append(solids, {bytes("CFILEDEL")});
   return {
@@ -198,39 +198,39 @@ std::vector<format> formats(const std::string& root) {
        opened_with(root, {bytes("CDIRLST"), named("CDIRXIST", "D"), bytes("CFILELST"), named("CDIRNEW", "E"),
                           named("CDIRSET", "E"), named("CDIRSET", "D"), bytes("CDIRDEL"), bytes("CDIRLST")})},
       {"points_descriptor",
-       {in_file(points_file, "DESCR")},
+       {in_file(points_number, "DESCR")},
        opened_with(root, {bytes("CFILELST"), bytes("CFILETLST").i32(-1, -1), named("CFILESET", "points"),
                           bytes("CFILEINFO"), named("CVARSET", "f64"), read_numbers, named("CVARSET", "text"),
                           read_texts, named("CVARSET", "SN+ Sample Number (READONLY)"), read_numbers,
                           bytes("CPOLYGONS"), grow_points})},
-      {"grid_descriptor", {in_file(grid_file, "DESCR")}, opened_with(root, grid_requests())},
+      {"grid_descriptor", {in_file(grid_number, "DESCR")}, opened_with(root, grid_requests())},
       {"lines_descriptor",
-       {in_file(lines_file, "DESCR"), in_file(cores_file, "DESCR"), in_file(heads_file, "DESCR")},
+       {in_file(lines_number, "DESCR"), in_file(cores_number, "DESCR"), in_file(heads_number, "DESCR")},
        opened_with(root, lines_requests())},
       {"variable_descriptor", of_points({f64, sel, text, m8, len, x}, "DESCR"), changing_points},
       {"line_table",
-       {in_file(lines_file, "LINE"), in_file(cores_file, "LINE")},
+       {in_file(lines_number, "LINE"), in_file(cores_number, "LINE")},
        opened_with(root, lines_requests())},
       {"macro", of_points({m8, m1}, "MACRO"), opened_with(root, macro)},
       {"data", of_points({f2, f4, f8, f16, f32, f64, sel, text, m8, m1}, "DATAVAR"),
        opened_with(root, data_requests())},
       {"comment",
-       {in_file(points_file, "COMMENT"), in_variable(points_file, f64, "COMMENT")},
+       {in_file(points_number, "COMMENT"), in_variable(points_number, f64, "COMMENT")},
        opened_with(root, {named("CFILESET", "points"), bytes("CCOMGET").i32(2), named("CVARSET", "f64"),
                           bytes("CCOMGET").i32(3), bytes("CCOMSET").i32(2, 1).text("more"),
                           bytes("CVARCOMM").i32(1).text("more"), bytes("CCOMGET").i32(3)})},
-      {"polygon", {in_file(polygons_file, "POLYGON")}, opened_with(root, solids)},
+      {"polygon", {in_file(polygons_number, "POLYGON")}, opened_with(root, solids)},
       {"wireframe",
-       {in_file(wires_file, "WIREFRAME")},
+       {in_file(wires_number, "WIREFRAME")},
        opened_with(root, solid_requests("wires", "CWIREREAD"))},
       {"fault",
-       {in_file(points_file, "FAULT"), in_file(grid_file, "FAULT")},
+       {in_file(points_number, "FAULT"), in_file(grid_number, "FAULT")},
        opened_with(root, {named("CFILESET", "points"), bytes("CFAULTS").i32(127),
                           bytes("CWRITFAUL").i32(1, 0).f64(-9).i32(0), named("CFILESET", "grid"),
                           bytes("CFAULTS").i32(1)})},
       {"bag",
-       {"S/VENDOR.0", "S/QRD/DIRE.1/VENDOR.0", in_file(points_file, "VENDOR.0"),
-        in_variable(points_file, f64, "VENDOR.0")},
+       {"S/VENDOR.0", "S/QRD/DIRE.1/VENDOR.0", in_file(points_number, "VENDOR.0"),
+        in_variable(points_number, f64, "VENDOR.0")},
        opened_with(root, bag_requests())},
       {"scale",
        {"S/CSCALE/CSCA.0", "S/CSCALE/CSCA.1", "S/CSCALE/CSCA.2", "S/CSCALE/CSCA.3"},
