@@ -98,7 +98,7 @@ std::string text_below(const grid& of, const level_nodes& nodes, const counts& t
   if (of.nodes(2) > 1) text += " × " + std::to_string(of.nodes(2));
   text += " nodes";
   if (of.nodes(2) > 1) text += ", level " + std::to_string(nodes.level + 1);
-  if (told.samples > 0) text += "; " + told.text("nodes drawn", wish.selection);
+  if (told.samples > 0) text += "; " + told.text("nodes", wish.selection, " drawn");
   if (nodes.step_x > 1 || nodes.step_y > 1)
     text += "; each " + std::to_string(nodes.step_x) + ". along x and " + std::to_string(nodes.step_y) +
             ". along y";

@@ -98,9 +98,9 @@ picture draw_map(source& from) {
   if (x.is_empty() || y.is_empty())
     throw client::error("there is nothing to draw: the file has nothing with a place");
 
-  std::string noun = beside.are_samples ? beside.noun() : "samples";
-  if (samples.has_lines) noun += " in " + std::to_string(samples.traces.size()) + " lines";
-  const std::string below = shown.told.text(noun, from.wish().selection);
+  const std::string below =
+      shown.told.text(beside.are_samples ? beside.noun() : "samples", from.wish().selection,
+                      samples.has_lines ? " in " + counted(samples.traces.size(), "lines") : "");
   page made = make_page(from.wish().whole, {from.title(shown.at_side.title), below}, width_of(shown.at_side));
   const std::string& unit = from.coordinate_unit();
   const field on = draw_map_field(made.drawn, made.room, widened(x, 0.04), widened(y, 0.04),

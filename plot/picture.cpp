@@ -71,4 +71,9 @@ std::string shown_text(std::string_view text) {
   return shown;
 }
 
+std::string counted(std::uint64_t count, std::string several) {
+  if (count == 1) several.pop_back();
+  return std::to_string(count) + " " + several;
+}
+
 }  // namespace qrd::plot

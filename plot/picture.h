@@ -2,6 +2,7 @@
 // format.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -90,5 +91,8 @@ double width_of(std::string_view words, double size);
 std::string fitted(const std::string& words, double size, double width);
 // As UTF-8 that every format takes: another text is read as Latin-1, and control characters become blanks.
 std::string shown_text(std::string_view text);
+
+// "1 line", "2 lines". REQUIRES: the word of several ends with the s that one goes without.
+std::string counted(std::uint64_t count, std::string several);
 
 }  // namespace qrd::plot

@@ -222,8 +222,9 @@ void counts::check(const std::string& what) const {
     throw client::error("there is nothing to draw: all values of \"" + what + "\" are missing");
 }
 
-std::string counts::text(const std::string& noun, const std::string& selection) const {
-  std::string told = std::to_string(samples) + " " + noun;
+std::string counts::text(const std::string& things, const std::string& selection,
+                         const std::string& more) const {
+  std::string told = counted(samples, things) + more;
   if (!selection.empty()) told += ", " + std::to_string(samples - not_chosen) + " selected by " + selection;
   if (missing > 0) told += ", " + std::to_string(missing) + " missing";
   if (in_no_class > 0) told += ", " + std::to_string(in_no_class) + " in no class";

@@ -103,8 +103,9 @@ struct counts {
 
   // Nothing to draw is an `error`. `what` names the variable.
   void check(const std::string& what) const;
-  // "1 200 samples, 3 missing": what of them there are.
-  std::string text(const std::string& noun, const std::string& selection) const;
+  // "1 200 samples, 3 missing": what of them there are; `more` stands behind the first.
+  std::string text(const std::string& things, const std::string& selection,
+                   const std::string& more = "") const;
 };
 
 // Counts a sample; whether its value is one.

@@ -94,9 +94,8 @@ picture draw_points_section(source& from, const plane& at, const objects& beside
     shown = colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
   shown.at_side.objects = cut.entries();
   const chosen_samples chosen = from.read_selection();
-  section_page drawn =
-      make_section_page(from, at, heights, shown,
-                        std::to_string(near.size()) + " samples" + corridor_text(at, from.coordinate_unit()));
+  section_page drawn = make_section_page(
+      from, at, heights, shown, counted(near.size(), "samples") + corridor_text(at, from.coordinate_unit()));
   std::vector<mark> marks;
   for (const auto& [sample, place] : near)
     if (is_chosen(chosen, sample))
@@ -130,8 +129,8 @@ picture draw_lines_section(source& from, const plane& at, const objects& beside)
   if (lines > 0)
     shown = colour_near(from, column, [&](std::size_t i) { return i < is_near.size() && is_near[i]; });
   shown.at_side.objects = cut.entries();
-  section_page drawn = make_section_page(
-      from, at, heights, shown, std::to_string(lines) + " lines" + corridor_text(at, from.coordinate_unit()));
+  section_page drawn = make_section_page(from, at, heights, shown,
+                                         counted(lines, "lines") + corridor_text(at, from.coordinate_unit()));
   picture& on = drawn.made.drawn;
   const auto place = [&](const client::point3& of) { return drawn.on.at(at.along(of), of.z); };
   coloured_pieces ways, cores;
@@ -204,8 +203,8 @@ picture draw_grid_section(source& from, const plane& at, const objects& beside) 
       cut_heights.add(low);
       cut_heights.add(low + height);
     }
-  section_page drawn =
-      make_section_page(from, at, cut_heights, shown, shown.told.text("nodes cut", from.wish().selection));
+  section_page drawn = make_section_page(from, at, cut_heights, shown,
+                                         shown.told.text("nodes", from.wish().selection, " cut"));
 
   coloured_cells cells;
   for (std::size_t row = 0; row < rows; ++row) {
@@ -241,8 +240,7 @@ picture draw_objects_section(source& from, const plane& at, objects& beside) {
   if (cut.heights().is_empty())
     throw client::error("there is nothing to draw: the section cuts nothing that has a height");
   shown.at_side.objects = cut.entries();
-  section_page drawn =
-      make_section_page(from, at, cut.heights(), shown, std::to_string(beside.own) + " " + beside.noun());
+  section_page drawn = make_section_page(from, at, cut.heights(), shown, counted(beside.own, beside.noun()));
   cut.draw(drawn.made.drawn, drawn.on);
   return finish(std::move(drawn), from, shown);
 }

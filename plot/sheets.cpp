@@ -19,7 +19,7 @@ picture sheet(const std::string& title, const std::string& noun, std::size_t ent
   const std::size_t columns = (entries + most_rows - 1) / most_rows, rows = (entries + columns - 1) / columns;
   const double whole_width = static_cast<double>(columns) * (width + border) + border;
   const double whole_height = heading_height + static_cast<double>(rows) * height + border;
-  page made = make_page({whole_width, whole_height}, {title, std::to_string(entries) + " " + noun}, 0);
+  page made = make_page({whole_width, whole_height}, {title, counted(entries, noun)}, 0);
   for (std::size_t i = 0; i < entries; ++i)
     draw(made.drawn,
          box{border + static_cast<double>(i / rows) * (width + border),
@@ -101,7 +101,7 @@ picture draw_palettes(client::database& owner, const request& wish) {
                                false,
                                true});
                  on.add_label({{area.right(), area.top + label_size},
-                               std::to_string(palettes[i].size()) + " colours",
+                               counted(palettes[i].size(), "colours"),
                                label_size,
                                anchor::end});
                  draw_bar(on, {area.left, area.top + label_size + 5, area.width, bar_height}, palettes[i]);

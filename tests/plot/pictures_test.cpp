@@ -74,7 +74,7 @@ TEST_F(pictures, of_polygons_wireframes_and_faults) {
   good({"import", "wireframes", "Holes", "Drilling", "bodies", path("box.obj")});
   // Seen from above top and bottom are one rectangle each, without the edges of their triangles.
   const std::string alone = drawn({"Holes", "Drilling", "bodies"});
-  expect_texts(alone, {"1 wireframes", "Body"});
+  expect_texts(alone, {"1 wireframe", "Body"});
   const std::string opaque = "\" fill=\"#009100\" fill-opacity=\"0.25\"";
   const std::size_t end = alone.find(opaque), begin = alone.rfind('"', end - 1);
   const std::string shape = alone.substr(begin, end - begin);
@@ -155,7 +155,7 @@ TEST_F(pictures, of_sections_logs_and_statistics) {
 
 TEST_F(pictures, of_the_colours_of_a_study) {
   expect_texts(drawn({"Holes", "--palettes"}), {"Grades", "Empty", "Full", "256 colours", "0 colours"});
-  expect_texts(drawn({"Holes", "--palettes", "--palette", "Grades"}), {"1 palettes", "8 colours"});
+  expect_texts(drawn({"Holes", "--palettes", "--palette", "Grades"}), {"1 palette", "8 colours"});
   expect_texts(drawn({"Holes", "--scales"}),
                {"Copper auto", "manual, 5 classes, palette Grades", "0.8", "Barren", "facies, 3 classes"});
 }
