@@ -14,4 +14,5 @@ namespace qrd {
 // The same below a known parent path.
 [[nodiscard]] bool qd_file_path_in(const char* directory_path, const char* file, path_text& path);
 [[nodiscard]] bool qd_variable_path_in(const char* file_path, const char* variable, path_text& path);
+
 }  // namespace qrd

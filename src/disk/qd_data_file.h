@@ -79,8 +79,8 @@ class growing_data_file {
 // A capacity that a file of so many samples can't have got by its creation and its growth. Where one makes a
 // request fail, that is told, and not that the disk is full.
 bool qd_capacity_is_damaged(const qd_file_record& record);
+void qd_report_damaged_capacity(const char* directory, const char* file);
 // The lines that name the file of a failed operation.
 void qd_name_file(const char* directory, const char* file);
-void qd_report_damaged_capacity(const char* directory, const char* file);
 
 }  // namespace qrd

@@ -32,7 +32,7 @@ namespace {
 // Bit length of the variables that every file is made with.
 constexpr std::int64_t builtin_bits = 64;
 
-// The lines that name the objects of a failed operation.
+// The line that names the directory of a failed operation.
 void name_directory(const char* directory) {
   qu_message("         DIRECTORY NAME: >>>%s<<<\n", directory);
 }

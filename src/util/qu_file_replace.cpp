@@ -140,6 +140,10 @@ replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
     return;
   }
   if (exists && access(path_.c_str(), W_OK) != 0) return;
+  if (!qu_is_valid_path(path_.c_str())) {
+    errno = EINVAL;
+    return;
+  }
 
   folder_ = qu_folder_of(path_);
   if (!exists && is_unseen(path_)) {
@@ -160,10 +164,6 @@ replaced_file::replaced_file(const char* path, file_mode mode) : path_(path) {
 }
 
 bool replaced_file::open_beside(file_mode mode) {
-  if (!qu_is_valid_path(path_.c_str())) {
-    errno = EINVAL;
-    return false;
-  }
   int handle = -1;
   const mode_t rights = in_place_ ? 0600 : 0666;
   fresh_path_ = make_working_file(folder_, being_made, rights, handle);
@@ -171,10 +171,6 @@ bool replaced_file::open_beside(file_mode mode) {
 }
 
 bool replaced_file::open_unseen(file_mode mode) {
-  if (!qu_is_valid_path(path_.c_str())) {
-    errno = EINVAL;
-    return false;
-  }
   const int handle = open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (handle < 0) return false;
   fresh_path_ = path_;
