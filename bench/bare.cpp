@@ -39,6 +39,12 @@ void write_whole(int file, const char* data, std::size_t size) {
   }
 }
 
+int new_file(const std::string& path) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file < 0) give_up(path.c_str());
+  return file;
+}
+
 }  // namespace
 
 void send_all(int socket, const void* data, std::size_t size) {
@@ -137,10 +143,15 @@ void pong(int socket) {
   send_all(socket, "!", 1);
 }
 
+void write_file(const std::string& path, const std::string& content) {
+  const int file = new_file(path);
+  write_whole(file, content.data(), content.size());
+  close(file);
+}
+
 void write_file(const std::string& path, std::size_t size) {
   const std::vector<char> block(mebibyte, '\x7f');
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) give_up(path.c_str());
+  const int file = new_file(path);
   for (std::size_t done = 0; done < size; done += mebibyte)
     write_whole(file, block.data(), std::min(mebibyte, size - done));
   close(file);

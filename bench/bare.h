@@ -45,5 +45,6 @@ void take_file(int socket, const std::string& path, std::size_t request_size, st
 void pong(int socket);
 // Writes `size` bytes to a new file in writes of 1 MiB.
 void write_file(const std::string& path, std::size_t size);
+void write_file(const std::string& path, const std::string& content);
 
 }  // namespace qrd::bench

@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <numbers>
 #include <optional>
 #include <stdexcept>
@@ -18,6 +20,8 @@
 namespace qrd::bench {
 
 namespace {
+
+constexpr char wireframe_name[] = "WIREFRAME";
 
 using make_ring = void (*)(client::packet& request, int vertices);
 
@@ -71,7 +75,7 @@ void drop_geometry(const study_files& files) {
   std::vector<std::filesystem::path> dropped;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(files.root())) {
     const std::string name = entry.path().filename().string();
-    if (name == "POLYGON" || name == "WIREFRAME" || name == "bare") dropped.push_back(entry.path());
+    if (name == "POLYGON" || name == wireframe_name || name == "bare") dropped.push_back(entry.path());
   }
   for (const std::filesystem::path& path : dropped) std::filesystem::remove(path);
 }
@@ -150,6 +154,43 @@ std::string wireframe_request(const std::string& name) {
   return request.bytes();
 }
 
+// A folder, or a file with its content, of what the server made for a wireframe beside the surface itself.
+struct file_part {
+  std::filesystem::path name;
+  std::optional<std::string> content;
+};
+
+std::filesystem::path folder_of_wireframe(const std::filesystem::path& root) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+    if (entry.path().filename() == wireframe_name) return entry.path().parent_path();
+  throw std::runtime_error("the server has made no wireframe");
+}
+
+// A folder comes before what it holds.
+std::vector<file_part> parts_of(const std::filesystem::path& folder) {
+  std::vector<file_part> parts;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().filename() == wireframe_name) continue;
+    file_part& part = parts.emplace_back();
+    part.name = std::filesystem::relative(entry.path(), folder);
+    if (entry.is_directory()) continue;
+    std::ifstream stream(entry.path(), std::ios::binary);
+    part.content.emplace(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+  }
+  return parts;
+}
+
+// As plainly as it goes: each file made in its place and written once.
+void write_parts(const std::filesystem::path& folder, const std::vector<file_part>& parts) {
+  std::filesystem::create_directory(folder);
+  for (const file_part& part : parts) {
+    if (part.content)
+      write_file((folder / part.name).string(), *part.content);
+    else
+      std::filesystem::create_directory(folder / part.name);
+  }
+}
+
 // SWIREF, the number of objects, name and colour, the number of pieces, both counts, the surface.
 std::size_t wireframe_answer_size() {
   return text_size(6) + 4 + text_size(7) + 3 * 4 + 4 + 2 * 4 + surface_size;
@@ -195,10 +236,24 @@ void measure_polygons(report& table, const study_files& files, const bench_setti
 }
 
 void measure_wireframes(report& table, const study_files& files, const bench_settings& settings) {
-  std::string name = next_name();
-  std::string request = wireframe_request(name);
-  const std::string path = (files.root() / "bare").string();
-  const bare_program taking([&](int socket) { take_file(socket, path, request.size(), surface_size); });
+  std::string name, request;
+  const auto next_request = [&] {
+    name = next_name();
+    request = wireframe_request(name);
+  };
+  next_request();
+  {
+    measured_server server(files);
+    server.exchange(request, done_size);
+    next_request();
+  }
+  const std::vector<file_part> parts = parts_of(folder_of_wireframe(files.root()));
+  int number = 0;
+  const bare_program taking([&](int socket) {
+    const std::filesystem::path folder = files.root() / ("bare wireframe " + std::to_string(++number));
+    write_parts(folder, parts);
+    take_file(socket, (folder / wireframe_name).string(), request.size(), surface_size);
+  });
   const auto measure_writing = [&](measured_server& server) {
     return compare(
         settings.rounds, [&] { server.exchange(request, done_size); },
@@ -209,8 +264,7 @@ void measure_wireframes(report& table, const study_files& files, const bench_set
         },
         [&] {
           drop_geometry(files);
-          name = next_name();
-          request = wireframe_request(name);
+          next_request();
         });
   };
   {
@@ -225,6 +279,7 @@ void measure_wireframes(report& table, const study_files& files, const bench_set
 
   server.exchange(request, done_size);
   server.connection().set_file(name);
+  const std::string path = (files.root() / "bare").string();
   write_file(path, surface_size);
   const std::size_t answer = wireframe_answer_size();
   const std::string question = client::packet("CWIREREAD").bytes();

@@ -200,15 +200,13 @@ void check_sockets(pid_t parent, fault_list& faults) {
   for (const std::string& file : open_files_of(parent))
     if (std::find(earlier.begin(), earlier.end(), file) != earlier.end()) owners.emplace(file, parent);
   const std::string command = command_of(parent);
-  for (pid_t child : children_of(parent)) try {
-      // Until it runs its own program, a child is a copy of its parent.
-      if (command_of(child) == command) continue;
-      for (const std::string& file : open_files_of(child))
-        if (file.starts_with("socket:") && !owners.emplace(file, child).second)
-          faults.add("process " + std::to_string(child) + " has inherited " + file);
-    } catch (const fs::filesystem_error&) {
-      // It has ended meanwhile.
-    }
+  for (pid_t child : children_of(parent)) {
+    // Until it runs its own program, a child is a copy of its parent.
+    if (command_of(child) == command) continue;
+    for (const std::string& file : open_files_of(child))
+      if (file.starts_with("socket:") && !owners.emplace(file, child).second)
+        faults.add("process " + std::to_string(child) + " has inherited " + file);
+  }
 }
 
 bool becomes_true(const std::function<bool()>& condition) {

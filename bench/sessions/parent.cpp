@@ -12,9 +12,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Empty if the process has ended, be it between the opening and the reading.
 std::string process_file(pid_t process, const std::string& name) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/" + name);
-  return {std::istreambuf_iterator<char>(file), {}};
+  const std::ifstream file("/proc/" + std::to_string(process) + "/" + name);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 // The fields of /proc/PID/stat behind the program's name, which may hold blanks: state first.
@@ -54,11 +57,13 @@ std::string command_of(pid_t process) {
 
 std::vector<std::string> open_files_of(pid_t process) {
   std::vector<std::string> result;
-  for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
-    if (std::stoi(entry.path().filename().string()) <= STDERR_FILENO) continue;
+  std::error_code ended;
+  fs::directory_iterator entry("/proc/" + std::to_string(process) + "/fd", ended);
+  for (; !ended && entry != fs::directory_iterator(); entry.increment(ended)) {
+    if (std::stoi(entry->path().filename().string()) <= STDERR_FILENO) continue;
     // One that has been closed meanwhile leads nowhere.
     std::error_code closed;
-    const fs::path target = fs::read_symlink(entry.path(), closed);
+    const fs::path target = fs::read_symlink(entry->path(), closed);
     if (!closed) result.push_back(target.string());
   }
   return result;

@@ -1,6 +1,7 @@
 // Names of the objects of a polygon or wireframe file that are wanted.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 
