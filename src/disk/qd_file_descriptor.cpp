@@ -196,7 +196,7 @@ object_state qd_file_descriptor_read(const char* path, qd_file_record& record) {
     if (qd_needs_report(state)) qu_message(file_corrupted, path);
   }
   if (state != object_state::sound) return state;
-  qd_grid_compute(record.grid);
+  if (record.organisation == ORG_GRID) qd_grid_compute(record.grid);
   // In memory only: the disk keeps what it had.
   if (record.dimension == 2) {
     record.grid.nz = 1;

@@ -101,10 +101,10 @@ bool read_body(XDR* xdr, std::int64_t bytes, const found_file& file, const char*
   return qd_polygon_body_read(xdr, header, bytes, kept, system);
 }
 
-// The box of the polygons that a selection leaves.
-geometry narrow_box(const found_file& file, const char* selection, polygon_box& box) {
+// The box of the polygons that a selection leaves, and these.
+geometry narrow_box(const found_file& file, const char* selection, polygon_box& box,
+                    std::unique_ptr<polygon_system>& system) {
   if (!qd_free_samples_count(file.directory, file.name, selection)) return geometry::damaged;
-  std::unique_ptr<polygon_system> system;
   const geometry state = qd_polygon_read(file, selection, system);
   if (state == geometry::damaged)
     qu_message("WARNING: not enough memory to read the Polygons File \"%s / %s\".", file.directory,
@@ -129,7 +129,8 @@ geometry narrow_box(const found_file& file, const char* selection, polygon_box& 
 
 }  // namespace
 
-geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box) {
+geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box,
+                         std::unique_ptr<polygon_system>* system) {
   if (file.record.organisation != ORG_POINTS) return geometry::no_file;
   path_text path;
   polygon_path(file, path);
@@ -150,7 +151,8 @@ geometry qd_polygon_info(const found_file& file, const char* selection, polygon_
   if (selected == selection_state::unknown) return geometry::unclear;
   if (selected == selection_state::usable) {
     if (qd_free_entries() < 2) return geometry::unclear;
-    const geometry narrowed = narrow_box(file, selection, box);
+    std::unique_ptr<polygon_system> left;
+    const geometry narrowed = narrow_box(file, selection, box, system == nullptr ? left : *system);
     if (narrowed != geometry::damaged) return narrowed;
     read = false;
   }

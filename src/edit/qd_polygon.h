@@ -10,8 +10,10 @@
 namespace qrd {
 
 // Whether the file has polygons, and the box that its header tells; under a selection (null and "None" mean
-// none) that of the polygons that it leaves.
-geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box);
+// none) that of the polygons that it leaves. These have to be read for it, and come into `system` if there is
+// one.
+geometry qd_polygon_info(const found_file& file, const char* selection, polygon_box& box,
+                         std::unique_ptr<polygon_system>* system = nullptr);
 // What is damaged is moved aside.
 geometry qd_polygon_read(const found_file& file, const char* selection,
                          std::unique_ptr<polygon_system>& system);

@@ -44,11 +44,11 @@ request_status server_answer_polygons(const char* /*request*/) {
   polygon_box box;
   std::unique_ptr<polygon_system> system;
   try {
-    const geometry state = qd_polygon_info(file, current_context.selection, box);
+    const geometry state = qd_polygon_info(file, current_context.selection, box, &system);
     if (state == geometry::unclear) return refuse("Cannot get polygon information.");
     if (state == geometry::no_file || state == geometry::damaged)
       return refuse("%s is not a polygon file.", file.name);
-    if (qd_polygon_read(file, current_context.selection, system) != geometry::read)
+    if (!system && qd_polygon_read(file, current_context.selection, system) != geometry::read)
       return refuse("Cannot read polygons.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read polygons.");
