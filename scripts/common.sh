@@ -30,9 +30,9 @@ configure() {
   }
 }
 
-# build FOLDER [OPTION...]
+# build FOLDER [OPTION...]; with QRD_NICE that much behind all else.
 build() {
   local folder="$1"
   shift
-  cmake --build "$folder" --parallel "$(nproc)" "$@"
+  nice -n "${QRD_NICE:-0}" cmake --build "$folder" --parallel "$(nproc)" "$@"
 }
