@@ -15,9 +15,8 @@ namespace qrd {
 
 namespace {
 
-void fault_path(const found_file& file, fault_variant variant, path_text& path) {
-  constexpr const char* names[] = {"FAULT", "FAULT.TMP", "FAULT.TM1"};
-  qd_companion_path(file, names[variant], path);
+void fault_path(const found_file& file, path_text& path) {
+  qd_companion_path(file, "FAULT", path);
 }
 
 enum class header_state { read, damaged, failed };
@@ -45,9 +44,9 @@ fault_writing make_way(const char* path, const char* file) {
 
 }  // namespace
 
-geometry qd_fault_info(const found_file& file, fault_variant variant, fault_info& info) {
+geometry qd_fault_info(const found_file& file, fault_info& info) {
   path_text path;
-  fault_path(file, variant, path);
+  fault_path(file, path);
   companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   const header_state state = read_header(companion, info);
@@ -56,15 +55,14 @@ geometry qd_fault_info(const found_file& file, fault_variant variant, fault_info
   return state == header_state::damaged ? geometry::damaged : geometry::unclear;
 }
 
-fault_writing qd_fault_write(const char* directory, const char* file, fault_variant variant,
-                             fault_system& system) {
+fault_writing qd_fault_write(const char* directory, const char* file, fault_system& system) {
   if (!qd_check_file(ORG_ANY, DIM_ANY, directory, file, no_name, nullptr, nullptr))
     return fault_writing::failed;
   found_file place = {directory, file};
   if (!qd_file_path(directory, file, place.folder)) return fault_writing::failed;
   const char* folder = place.folder;
   path_text path;
-  fault_path(place, variant, path);
+  fault_path(place, path);
   // Until here another server may have deleted the file, and a new one have taken its number, or it may have
   // faults by now.
   const folder_lock lock(folder);
@@ -75,9 +73,9 @@ fault_writing qd_fault_write(const char* directory, const char* file, fault_vari
                                                                     : fault_writing::failed;
 }
 
-geometry qd_fault_read(const found_file& file, fault_variant variant, std::unique_ptr<fault_system>& system) {
+geometry qd_fault_read(const found_file& file, std::unique_ptr<fault_system>& system) {
   path_text path;
-  fault_path(file, variant, path);
+  fault_path(file, path);
   companion_reader companion(path, file.name);
   if (companion.opened() != companion_reader::state::open) return companion.unopened();
   xdr_stream xdr(companion.stream(), XDR_DECODE);

@@ -10,19 +10,15 @@
 
 namespace qrd {
 
-// Names of the companion file.
-enum fault_variant : int { FAULT_FILE = 0, FAULT_TMP = 1, FAULT_TM1 = 2 };
-
-geometry qd_fault_info(const found_file& file, fault_variant variant, fault_info& info);
+geometry qd_fault_info(const found_file& file, fault_info& info);
 enum class [[nodiscard]] fault_writing{
     done,
     failed,          // nothing has changed
     already_faulted  // there are faults already
 };
 // A damaged file is moved aside. The priorities in use and has_attributes of the system are computed.
-fault_writing qd_fault_write(const char* directory, const char* file, fault_variant variant,
-                             fault_system& system);
+fault_writing qd_fault_write(const char* directory, const char* file, fault_system& system);
 // What is damaged is moved aside.
-geometry qd_fault_read(const found_file& file, fault_variant variant, std::unique_ptr<fault_system>& system);
+geometry qd_fault_read(const found_file& file, std::unique_ptr<fault_system>& system);
 
 }  // namespace qrd

@@ -92,7 +92,7 @@ request_status server_answer_write_faults(const char* /*request*/) {
   found_file file = {current_context.directory, current_context.file};
   if (!file_info_available(file)) return clean_and_refuse("Cannot get file info");
   fault_info present;
-  const geometry state = qd_fault_info(file, FAULT_FILE, present);
+  const geometry state = qd_fault_info(file, present);
   if (state == geometry::unclear) return clean_and_refuse("%s", info_failure);
   if (state == geometry::read) return clean_and_refuse(already_faulted, current_context.file);
 
@@ -108,7 +108,7 @@ request_status server_answer_write_faults(const char* /*request*/) {
   } catch (const std::bad_alloc&) {
     return clean_and_refuse("Memory allocation failed (%" PRId64 " bytes)", std::int64_t{64});
   }
-  switch (qd_fault_write(current_context.directory, current_context.file, FAULT_FILE, *system)) {
+  switch (qd_fault_write(current_context.directory, current_context.file, *system)) {
     case fault_writing::done:
       return answer();
     case fault_writing::already_faulted:
@@ -126,12 +126,12 @@ request_status server_answer_faults(const char* /*request*/) {
   found_file file = {current_context.directory, current_context.file};
   if (!file_info_available(file)) return refuse("Cannot get file info");
   fault_info info;
-  const geometry state = qd_fault_info(file, FAULT_FILE, info);
+  const geometry state = qd_fault_info(file, info);
   if (state == geometry::unclear) return refuse("%s", info_failure);
   if (state != geometry::read) return refuse("%s is not a faulted file.", current_context.file);
   std::unique_ptr<fault_system> system;
   try {
-    if (qd_fault_read(file, FAULT_FILE, system) != geometry::read) return refuse("Cannot read faults.");
+    if (qd_fault_read(file, system) != geometry::read) return refuse("Cannot read faults.");
   } catch (const std::bad_alloc&) {
     return refuse("No enough memory to read faults.");
   }

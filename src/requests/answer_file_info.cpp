@@ -131,7 +131,7 @@ request_status server_answer_file_info(const char* /*request*/) {
     return refuse("Unknown organisation (%d) for file", static_cast<std::int32_t>(info.organisation));
   }
   fault_info faults;
-  const bool has_faults = qd_fault_info(place, FAULT_FILE, faults) == geometry::read;
+  const bool has_faults = qd_fault_info(place, faults) == geometry::read;
   if (!has_faults) faults = fault_info();
   const role_names names(roles, info.organisation, file.link_name);
   const found told = names.find();

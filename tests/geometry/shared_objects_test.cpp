@@ -157,7 +157,7 @@ TEST_F(shared_objects, that_have_just_gone_are_refused) {
   make_points("Q", 1);
   std::unique_ptr<fault_system> faults;
   ASSERT_EQ(qd_find_geometry(bare), geometry::read);
-  EXPECT_EQ(qd_fault_read(bare, FAULT_FILE, faults), geometry::none);
+  EXPECT_EQ(qd_fault_read(bare, faults), geometry::none);
   // What has no file behind its name is no companion, and stays.
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) fs::create_directory(in_file(1, name));
   expect_refused("CPOLYGONS", {}, "Cannot read polygons.");
@@ -192,7 +192,7 @@ TEST_F(shared_objects, that_were_found_are_not_taken_for_those_that_have_their_n
   EXPECT_EQ(qd_polygon_info(there, nullptr, box), geometry::read);
   EXPECT_EQ(qd_polygon_info(gone, nullptr, box), geometry::none);
   EXPECT_EQ(qd_wireframe_info(gone, "None"), geometry::none);
-  EXPECT_EQ(qd_fault_info(gone, FAULT_FILE, faults), geometry::none);
+  EXPECT_EQ(qd_fault_info(gone, faults), geometry::none);
   qd_format_record x, y, z;
   qd_coordinates_formats(there, x, y, z);
   EXPECT_STREQ(x.unit, "km");
@@ -217,7 +217,7 @@ TEST_F(shared_objects, that_the_disk_does_not_give_are_refused_and_stay) {
   ASSERT_EQ(qd_find_geometry(file), geometry::read);
   EXPECT_EQ(qd_polygon_read(file, "None", polygons), geometry::unclear);
   EXPECT_EQ(qd_wireframe_read(file, "None", root), geometry::unclear);
-  EXPECT_EQ(qd_fault_read(file, FAULT_FILE, faults), geometry::unclear);
+  EXPECT_EQ(qd_fault_read(file, faults), geometry::unclear);
   for (const char* name : {"POLYGON", "WIREFRAME", "FAULT"}) EXPECT_TRUE(fs::is_symlink(in_file(1, name)));
 }
 
@@ -252,11 +252,11 @@ TEST_F(shared_objects, that_are_damaged_stay_with_their_owner) {
   // Faults are written beside what was damaged, and never over sound ones.
   write_file(in_file(1, "FAULT"), "short");
   auto system = qu_fault_system_new(1, 0);
-  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), fault_writing::done);
+  EXPECT_EQ(qd_fault_write("D", "P", *system), fault_writing::done);
   EXPECT_NE(kept_aside(1).find("short"), std::string::npos);
   const std::string first = read_file(in_file(1, "FAULT"));
   qu_fault_new(*system, "late", 0);
-  EXPECT_EQ(qd_fault_write("D", "P", FAULT_FILE, *system), fault_writing::already_faulted);
+  EXPECT_EQ(qd_fault_write("D", "P", *system), fault_writing::already_faulted);
   EXPECT_EQ(read_file(in_file(1, "FAULT")), first);
 }
 
