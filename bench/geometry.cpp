@@ -247,10 +247,12 @@ void measure_wireframes(report& table, const study_files& files, const bench_set
     server.exchange(request, done_size);
     next_request();
   }
-  const std::vector<file_part> parts = parts_of(folder_of_wireframe(files.root()));
+  const std::filesystem::path made = folder_of_wireframe(files.root());
+  const std::vector<file_part> parts = parts_of(made);
   int number = 0;
   const bare_program taking([&](int socket) {
-    const std::filesystem::path folder = files.root() / ("bare wireframe " + std::to_string(++number));
+    // Beside those of the server: what a file system takes to make a file depends on what was deleted there.
+    const std::filesystem::path folder = made.parent_path() / ("bare " + std::to_string(++number));
     write_parts(folder, parts);
     take_file(socket, (folder / wireframe_name).string(), request.size(), surface_size);
   });
