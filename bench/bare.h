@@ -43,7 +43,7 @@ void push_file(int socket, const std::string& path, std::size_t answer_size, std
 void take_file(int socket, const std::string& path, std::size_t request_size, std::size_t file_size);
 // Answers one byte.
 void pong(int socket);
-// Writes `size` bytes to a new file in writes of 1 MiB.
+// Write a new file, or over one that is there: `size` bytes in writes of 1 MiB, or a content.
 void write_file(const std::string& path, std::size_t size);
 void write_file(const std::string& path, const std::string& content);
 
