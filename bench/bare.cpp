@@ -129,8 +129,7 @@ void take_file(int socket, const std::string& path, std::size_t request_size, st
   if (file < 0) give_up(path.c_str());
   const std::unique_ptr<char[]> content(new char[request_size]);
   for (std::size_t done = 0; done < request_size;) {
-    const ssize_t received =
-        recv(socket, content.get() + done, std::min(protocol_step, request_size - done), 0);
+    const ssize_t received = recv(socket, content.get() + done, request_size - done, 0);
     if (received <= 0) give_up("recv");
     done += static_cast<std::size_t>(received);
   }

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "util/qu_string.h"
+#include "util/qu_wide_loop.h"
 
 namespace qrd {
 
@@ -152,9 +153,11 @@ bool qu_piece_valid(const wireframe_piece& piece, std::int64_t first) {
   const auto left_behind = [&piece, last](std::size_t i) {
     return last - static_cast<std::uint32_t>(std::int32_t{piece.triangles[i]});
   };
-  std::uint64_t differences = 0;
-  for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); i += 3)
-    differences |= left_behind(i) | left_behind(i + 1) | left_behind(i + 2);
+  const std::uint64_t differences = qu_wide_loop([&piece, &left_behind, first] {
+    std::uint64_t all = 0;
+    for (auto i = 3 * static_cast<std::size_t>(first); i < piece.triangles.size(); ++i) all |= left_behind(i);
+    return all;
+  });
   return differences >> 63 == 0;
 }
 

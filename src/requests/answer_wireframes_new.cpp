@@ -24,7 +24,7 @@ namespace {
 constexpr char triangles_failure[] = "Error while reading triangles from network";
 // Arrays are filled by so many vertices or triangles while they arrive. Room that isn't touched yet costs
 // nothing, and is taken at once up to a bound, whatever count was announced.
-constexpr std::int64_t array_step = 1 << 10;
+constexpr std::int64_t array_step = 1 << 13;
 constexpr std::int64_t most_room = 1 << 23;
 
 // What the client is told of a part that can't be taken.

@@ -7,6 +7,7 @@
 #include "disk/qd_data_file.h"
 #include "util/qu_big_endian.h"
 #include "util/qu_message.h"
+#include "util/qu_wide_loop.h"
 
 namespace qrd {
 
@@ -24,7 +25,8 @@ using image_of = std::conditional_t<sizeof(Item) == 8, std::uint64_t,
 // m is the largest number of the unsigned form, which stands for missing.
 template <typename Stored, int m>
 Stored encode_unsigned(double x) {
-  return x >= 0.0 && x <= m ? static_cast<Stored>(x) : static_cast<Stored>(m);
+  const double stored = x >= 0.0 && x <= m ? x : m;
+  return static_cast<Stored>(static_cast<int>(stored));
 }
 
 unsigned char encode_bit(double x) {
@@ -50,7 +52,8 @@ unsigned char encode_field(double x) {
 template <int bits>
 double decode_field(unsigned field) {
   if constexpr (bits == 1) return field == 0 ? 1.0 : 0.0;
-  return field == (1U << bits) - 1 ? missing_double : field;
+  const double value = static_cast<int>(field);
+  return value == (1 << bits) - 1 ? missing_double : value;
 }
 
 // Place of a field in its byte: how far it stands above the lowest bits.
@@ -72,21 +75,32 @@ void decode_fields(const unsigned char* source, std::int64_t first, std::int64_t
     decode_one();
     if (sample % per_byte == 0) ++source;
   }
-  for (; sample + per_byte - 1 <= last; sample += per_byte, destination += per_byte, ++source)
+  for (; sample + per_byte - 1 <= last; sample += per_byte, destination += per_byte) {
+    const unsigned byte = *source++;
     for (int i = 0; i < per_byte; ++i)
-      destination[i] = decode_field<bits>(*source >> (8 - bits * (i + 1)) & field_mask);
+      destination[i] = decode_field<bits>(byte >> (8 - bits * (i + 1)) & field_mask);
+  }
   for (; sample <= last; ++sample) decode_one();
 }
 
 template <int bits, typename Value>
 void encode_fields(std::int64_t first, std::int64_t last, Value value, unsigned char* destination) {
-  unsigned byte = 0;
-  for (std::int64_t sample = first; sample <= last; ++sample) {
-    int shift = field_shift<bits>(sample);
-    byte |= static_cast<unsigned>(encode_field<bits>(value(sample - first))) << shift;
-    if (shift != 0 && sample != last) continue;
+  constexpr int per_byte = 8 / bits;
+  for (std::int64_t sample = first; sample <= last;) {
+    // A whole byte but for the first and the last one.
+    const std::int64_t begin = (sample - 1) % per_byte;
+    const std::int64_t end = std::min<std::int64_t>(per_byte, begin + last - sample + 1);
+    const std::int64_t behind = sample - begin - first;
+    unsigned byte = 0;
+    const auto put = [&](std::int64_t i) {
+      byte |= static_cast<unsigned>(encode_field<bits>(value(behind + i))) << (8 - bits * (i + 1));
+    };
+    if (begin == 0 && end == per_byte)
+      for (int i = 0; i < per_byte; ++i) put(i);
+    else
+      for (std::int64_t i = begin; i < end; ++i) put(i);
     *destination++ = static_cast<unsigned char>(byte);
-    byte = 0;
+    sample += end - begin;
   }
 }
 
@@ -135,25 +149,8 @@ void encode_range(std::int64_t first, std::int64_t last, std::int64_t bit_length
   }
 }
 
-// The `count` (1 to 8) bits that stand `position` bits behind the top of the first byte.
-unsigned bits_at(const unsigned char* source, std::int64_t position, int count) {
-  source += position / 8;
-  int skipped = static_cast<int>(position % 8);
-  unsigned pair = static_cast<unsigned>(source[0]) << 8;
-  if (skipped + count > 8) pair |= source[1];
-  return pair >> (16 - skipped - count) & ((1U << count) - 1);
-}
-
-}  // namespace
-
-void qd_require_numeric(std::int64_t bit_length) {
-  if (!is_numeric_bit_length(bit_length)) qu_misuse_number("_qd_file_decode", 10);
-}
-
-void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
-                     double* destination) {
-  qd_require_numeric(bit_length);
-  const auto* bytes = static_cast<const unsigned char*>(source);
+void decode_range(const unsigned char* bytes, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                  double* destination) {
   std::int64_t count = last - first + 1;
   switch (bit_length) {
     case 1:
@@ -180,13 +177,37 @@ void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, 
   }
 }
 
+// The `count` (1 to 8) bits that stand `position` bits behind the top of the first byte.
+unsigned bits_at(const unsigned char* source, std::int64_t position, int count) {
+  source += position / 8;
+  int skipped = static_cast<int>(position % 8);
+  unsigned pair = static_cast<unsigned>(source[0]) << 8;
+  if (skipped + count > 8) pair |= source[1];
+  return pair >> (16 - skipped - count) & ((1U << count) - 1);
+}
+
+}  // namespace
+
+void qd_require_numeric(std::int64_t bit_length) {
+  if (!is_numeric_bit_length(bit_length)) qu_misuse_number("_qd_file_decode", 10);
+}
+
+void _qd_file_decode(const void* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
+                     double* destination) {
+  qd_require_numeric(bit_length);
+  const auto* bytes = static_cast<const unsigned char*>(source);
+  qu_wide_loop([=] { decode_range(bytes, first, last, bit_length, destination); });
+}
+
 void _qd_file_encode(const double* source, std::int64_t first, std::int64_t last, std::int64_t bit_length,
                      void* destination) {
   qd_require_numeric(bit_length);
   auto* bytes = static_cast<unsigned char*>(destination);
   if (source != nullptr)
-    encode_range(
-        first, last, bit_length, [source](std::int64_t i) { return source[i]; }, bytes);
+    qu_wide_loop([=] {
+      encode_range(
+          first, last, bit_length, [source](std::int64_t i) { return source[i]; }, bytes);
+    });
   else
     encode_range(
         first, last, bit_length, [](std::int64_t) { return missing_double; }, bytes);

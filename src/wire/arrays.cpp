@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "util/qu_big_endian.h"
+#include "util/qu_wide_loop.h"
 #include "wire/buffer.h"
 #include "wire/trace.h"
 #include "wire/values.h"
@@ -19,37 +20,40 @@ constexpr std::int64_t traced_values = 10;
 // `count` values into the buffer.
 template <typename Number>
 void copy_values(char* bytes, const Number* values, std::int64_t count) {
-  qu_big_endian_copy<image_of<Number>>(bytes, values, count);
+  qu_wide_loop([=] { qu_big_endian_copy<image_of<Number>>(bytes, values, count); });
 }
 template <typename Number>
 void copy_values(char* bytes, const big_endian<Number>* values, std::int64_t count) {
   std::memcpy(bytes, values, static_cast<std::size_t>(count) * sizeof *values);
 }
 
-// Moves the values that lie whole in the buffer without a look at each; the element operation serves
-// those that straddle its end. The calls of recv and send are those of the plain loop.
+// Moves the values without a look at each; a block of them stays in the processor's memory until it is
+// turned.
 template <typename Value>
 int read_numbers(socket_handle socket, Value* values, std::int64_t count,
                  int (*element)(socket_handle, Value*)) {
-  constexpr std::int64_t size = sizeof(Value);
-  for (std::int64_t done = 0; done < count;) {
-    const std::span<const char> unread = _qrd_unread();
-    std::int64_t whole = std::min(static_cast<std::int64_t>(unread.size()) / size, count - done);
-    qu_big_endian_copy<image_of<Value>>(values + done, unread.data(), whole);
-    _qrd_mark_read(whole * size);
-    done += whole;
-    if (done == count) break;
-    if (element(socket, values + done) == 0) return 0;
-    ++done;
+  constexpr std::int64_t block = 8192;
+  if (tracing.level >= 5) {  // which tells of every receiving
+    for (std::int64_t i = 0; i < count; ++i)
+      if (element(socket, values + i) == 0) return 0;
+    return 1;
+  }
+  for (std::int64_t done = 0; done < count; done += block) {
+    const std::int64_t next = std::min(block, count - done);
+    if (_qrd_read_bytes(socket, values + done, next * std::int64_t{sizeof(Value)}) == 0) return 0;
+    qu_wide_loop([=] { qu_big_endian_block<image_of<Value>>(values + done, next); });
   }
   return 1;
 }
 
+// Those that lie whole in the buffer; the element operation serves those that straddle its end. Ends of sends
+// are those of the plain loop.
 template <typename Value>
 int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
                   int (*element)(socket_handle, const Value*)) {
   constexpr std::int64_t size = sizeof(Value);
   if (socket == no_socket) return count == 0;
+  gathered_sends gathered;
   for (std::int64_t done = 0; done < count;) {
     const std::span<char> room = _qrd_room();
     std::int64_t whole = std::min(static_cast<std::int64_t>(room.size()) / size, count - done);
@@ -60,7 +64,7 @@ int write_numbers(socket_handle socket, const Value* values, std::int64_t count,
     if (element(socket, values + done) == 0) return 0;
     ++done;
   }
-  return 1;
+  return gathered.finish(socket);
 }
 
 // The operations of numbers that are kept in the order of the wire.
@@ -212,6 +216,7 @@ int _qrd_write_byte_pieces(socket_handle socket, std::int64_t count,
                            const piece_source<unsigned char>& next) {
   if (count > 0 && (socket == no_socket || !_qrd_make_room(socket, count))) return 0;
   return write_pieces(count, next, [socket](std::span<const unsigned char> piece) {
+    gathered_sends gathered;
     while (!piece.empty()) {
       const std::span<char> room = _qrd_room();
       const auto part = piece.first(std::min(room.size(), piece.size()));
@@ -219,7 +224,7 @@ int _qrd_write_byte_pieces(socket_handle socket, std::int64_t count,
       if (!_qrd_mark_written(socket, static_cast<std::int64_t>(part.size()))) return false;
       piece = piece.subspan(part.size());
     }
-    return true;
+    return gathered.finish(socket);
   });
 }
 
@@ -232,13 +237,15 @@ int _qrd_write_string_array(socket_handle socket, const char* const* texts, std:
     socket_handle socket;
     const char* const* texts;
   } array = {socket, texts};
-  return _qrd_transfer_array(
+  gathered_sends gathered;
+  const int done = _qrd_transfer_array(
       count,
       [](void* context, std::int64_t i) {
         const auto* strings = static_cast<const decltype(array)*>(context);
         return _qrd_write_string(strings->socket, strings->texts + i, unlimited_text);
       },
       &array);
+  return done != 0 && gathered.finish(socket);
 }
 
 }  // namespace qrd

@@ -1,5 +1,7 @@
 #include "wire/buffer.h"
 
+#include <sys/uio.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -13,9 +15,13 @@ namespace {
 constexpr std::int32_t buffer_size = 1024;
 
 // One array serves both directions: the conversation alternates strictly, and a write begins at offset 0
-// whatever has been received and not read.
-char transfer_buffer[buffer_size];
+// whatever has been received and not read. Behind it is room for the sends that leave together with it.
+char transfer_buffer[most_sends * buffer_size];
+std::int32_t write_begin = 0;  // of the bytes that the next send takes
 std::int32_t write_count = 0;
+iovec gathered[most_sends];  // the sends before it
+std::size_t gathered_count = 0;
+bool is_gathering = false;
 std::int32_t read_count = 0;  // end of the received bytes
 std::int32_t read_pos = 0;    // the next unread byte
 // The system may hold the last bytes sent back, waiting for more to fill a segment.
@@ -40,29 +46,44 @@ bool _qrd_fill_read(socket_handle socket, std::int32_t need) {
   return true;
 }
 
-bool send_all(socket_handle socket, bool more_follows) {
-  std::int32_t sent = 0;
-  while (sent < write_count) {
-    const ssize_t result =
-        carry_out(socket, transfer_buffer + sent, static_cast<std::size_t>(write_count - sent), more_follows);
+bool send_all(socket_handle socket, std::span<iovec> sends, bool more_follows) {
+  while (!sends.empty()) {
+    const ssize_t result = carry_out(socket, sends, more_follows);
     if (result < 0) return false;
-    sent += static_cast<std::int32_t>(result);
+    auto sent = static_cast<std::size_t>(result);
+    for (; !sends.empty() && sent >= sends.front().iov_len; sends = sends.subspan(1))
+      sent -= sends.front().iov_len;
+    if (sends.empty()) break;
+    sends.front().iov_base = static_cast<char*>(sends.front().iov_base) + sent;
+    sends.front().iov_len -= sent;
   }
   return true;
+}
+
+// Sends what has been gathered. What is written behind it moves to the front.
+bool send_gathered(socket_handle socket, bool more_follows) {
+  if (gathered_count == 0) return true;
+  const bool done = send_all(socket, {gathered, gathered_count}, more_follows);
+  more_announced = more_follows;
+  std::memmove(transfer_buffer, transfer_buffer + write_begin, static_cast<std::size_t>(write_count));
+  write_begin = 0;
+  gathered_count = 0;
+  return done;
 }
 
 int flush(socket_handle socket, bool more_follows) {
   if (tracing.level >= 5) _qrd_trace("Flushing Write buffer (%d bytes)", write_count);
   bool done = true;
   if (write_count != 0) {
-    done = send_all(socket, more_follows);
-    more_announced = more_follows;
+    gathered[gathered_count++] = {transfer_buffer + write_begin, static_cast<std::size_t>(write_count)};
+    write_begin += write_count;
+    write_count = 0;
+    if (!is_gathering || gathered_count == most_sends) done = send_gathered(socket, more_follows);
   } else if (!more_follows && more_announced) {
     carry_on(socket);
     more_announced = false;
   }
   if (tracing.level >= 5) _qrd_trace("Emptying Write buffer");
-  write_count = 0;
   return done;
 }
 
@@ -87,26 +108,30 @@ bool _qrd_make_room(socket_handle socket, std::int64_t size) {
 
 bool _qrd_store(socket_handle socket, const void* value, std::int32_t size) {
   if (!_qrd_make_room(socket, size)) return false;
-  std::memcpy(transfer_buffer + write_count, value, static_cast<std::size_t>(size));
+  std::memcpy(transfer_buffer + write_begin + write_count, value, static_cast<std::size_t>(size));
   write_count += size;
   return flush_if_full(socket);
 }
 
-std::span<const char> _qrd_unread() {
-  return {transfer_buffer + read_pos, static_cast<std::size_t>(read_count - read_pos)};
-}
-
-void _qrd_mark_read(std::int64_t size) {
-  read_pos += static_cast<std::int32_t>(size);
-}
-
 std::span<char> _qrd_room() {
-  return {transfer_buffer + write_count, static_cast<std::size_t>(buffer_size - write_count)};
+  return {transfer_buffer + write_begin + write_count, static_cast<std::size_t>(buffer_size - write_count)};
 }
 
 bool _qrd_mark_written(socket_handle socket, std::int64_t size) {
   write_count += static_cast<std::int32_t>(size);
   return flush_if_full(socket);
+}
+
+gathered_sends::gathered_sends() {
+  is_gathering = true;
+}
+
+gathered_sends::~gathered_sends() {
+  is_gathering = false;
+}
+
+bool gathered_sends::finish(socket_handle socket) {
+  return send_gathered(socket, true);
 }
 
 int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count) {
@@ -116,9 +141,9 @@ int _qrd_read_bytes(socket_handle socket, void* destination, std::int64_t count)
     if (read_pos == read_count) {
       if (tracing.level >= 5) _qrd_trace("Flushing Read buffer (%d bytes)", read_count);
       _qrd_empty_read();
-      // Whole buffers needn't go through it.
+      // Whole buffers needn't go through it, and nobody can see how many of them one call takes.
       if (count >= buffer_size && tracing.level < 5) {
-        const ssize_t received = carry_in(socket, target, buffer_size);
+        const ssize_t received = carry_in(socket, target, static_cast<std::size_t>(count));
         if (received < 1) return 0;
         target += received;
         count -= received;
@@ -143,7 +168,7 @@ int _qrd_write_bytes(socket_handle socket, const void* source, std::int64_t coun
   const auto* bytes = static_cast<const char*>(source);
   while (count > 0) {
     std::int64_t part = std::min<std::int64_t>(buffer_size - write_count, count);
-    std::memcpy(transfer_buffer + write_count, bytes, static_cast<std::size_t>(part));
+    std::memcpy(transfer_buffer + write_begin + write_count, bytes, static_cast<std::size_t>(part));
     write_count += static_cast<std::int32_t>(part);
     bytes += part;
     count -= part;
@@ -157,6 +182,8 @@ int _qrd_flush_write(socket_handle socket) {
 }
 
 void _qrd_empty_write() {
+  gathered_count = 0;
+  write_begin = 0;
   write_count = 0;
 }
 

@@ -24,13 +24,21 @@ void _qrd_empty_read();
 const char* _qrd_take(socket_handle socket, std::int32_t size);
 // One value, whole in one sending. REQUIRES: size <= 8.
 bool _qrd_store(socket_handle socket, const void* value, std::int32_t size);
-// The bytes that have been received and not read, and that so many of them have been read now.
-std::span<const char> _qrd_unread();
-void _qrd_mark_read(std::int64_t size);
 // Sends what the buffer holds if so many bytes more don't fit; a block is asked for as a whole.
 bool _qrd_make_room(socket_handle socket, std::int64_t size);
 // The free bytes, and that so many of them have been written now: a full buffer is sent at once.
 std::span<char> _qrd_room();
 bool _qrd_mark_written(socket_handle socket, std::int64_t size);
+
+// While one lives, full buffers leave some at a time by one call of the system, each as a send of its own.
+// finish() sends those that still wait.
+class gathered_sends {
+ public:
+  gathered_sends();
+  gathered_sends(const gathered_sends&) = delete;
+  gathered_sends& operator=(const gathered_sends&) = delete;
+  ~gathered_sends();
+  [[nodiscard]] bool finish(socket_handle socket);
+};
 
 }  // namespace qrd

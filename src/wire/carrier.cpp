@@ -69,6 +69,21 @@ ssize_t carry_some(socket_handle socket, int descriptor, short events, const Car
   }
 }
 
+// By one call of the system. A send that isn't whole is the last one.
+ssize_t send_each(int descriptor, std::span<iovec> sends, int flags) {
+  mmsghdr messages[most_sends] = {};
+  const std::size_t count = std::min(sends.size(), most_sends);
+  for (std::size_t i = 0; i < count; ++i) {
+    messages[i].msg_hdr.msg_iov = &sends[i];
+    messages[i].msg_hdr.msg_iovlen = 1;
+  }
+  const int sent = sendmmsg(descriptor, messages, static_cast<unsigned>(count), flags);
+  if (sent < 0) return -1;
+  ssize_t size = 0;
+  for (int i = 0; i < sent; ++i) size += messages[i].msg_len;
+  return size;
+}
+
 }  // namespace
 
 ssize_t carry_in(socket_handle socket, char* data, std::size_t room) {
@@ -78,12 +93,14 @@ ssize_t carry_in(socket_handle socket, char* data, std::size_t room) {
   });
 }
 
-ssize_t carry_out(socket_handle socket, const char* data, std::size_t size, bool more_follows) {
+ssize_t carry_out(socket_handle socket, std::span<iovec> sends, bool more_follows) {
   const bool has_pipe = is_piped(socket);
   const auto descriptor = static_cast<int>(has_pipe ? connection.answer_pipe : socket);
   const int flags = MSG_NOSIGNAL | (more_follows && is_tcp(socket) ? MSG_MORE : 0);
   return carry_some(socket, descriptor, POLLOUT, [&] {
-    return has_pipe ? write(descriptor, data, size) : send(descriptor, data, size, flags);
+    if (has_pipe) return writev(descriptor, sends.data(), static_cast<int>(sends.size()));
+    if (sends.size() > 1) return send_each(descriptor, sends, flags);
+    return send(descriptor, sends.front().iov_base, sends.front().iov_len, flags);
   });
 }
 

@@ -11,8 +11,9 @@ using texts = strings;
 
 // Arrays must not be told from a loop over their elements: the same sends, from every position.
 TEST(arrays, are_sent_like_their_elements) {
-  std::vector<double> values(400);
-  std::vector<std::int32_t> numbers(700);
+  // More than sends that leave together.
+  std::vector<double> values(6000);
+  std::vector<std::int32_t> numbers(6000);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::sin(static_cast<double>(i));
   std::iota(numbers.begin(), numbers.end(), -300);
   const std::vector<big_endian<double>> kept_values(values.begin(), values.end());
@@ -20,7 +21,7 @@ TEST(arrays, are_sent_like_their_elements) {
   wire line;
   const std::string before(1024, 'x');
   for (std::int64_t offset : {0, 1, 3, 4, 7, 8, 1013, 1016, 1019, 1020, 1023}) {
-    for (std::int64_t count : {1, 2, 127, 128, 129, 400}) {
+    for (std::int64_t count : {1, 2, 127, 128, 129, 400, 6000}) {
       SCOPED_TRACE(testing::Message() << offset << " " << count);
       _qrd_write_bytes(line.near(), before.data(), offset);
       for (std::int64_t i = 0; i < count; ++i)
@@ -47,6 +48,21 @@ TEST(arrays, are_sent_like_their_elements) {
   }
 }
 
+TEST(arrays, of_texts_are_sent_like_their_elements) {
+  wire line;
+  texts words;
+  for (std::size_t i = 0; i < 3000; ++i) words.emplace_back(i % 37, 'a');
+  std::vector<const char*> pointers;
+  for (const std::string& word : words) {
+    pointers.push_back(word.c_str());
+    ASSERT_TRUE(_qrd_write_string(line.near(), &pointers.back(), unlimited_text));
+  }
+  const texts expected = line.all_sends();
+  EXPECT_GT(expected.size(), 32U);
+  ASSERT_TRUE(_qrd_write_string_array(line.near(), pointers.data(), 3000));
+  EXPECT_EQ(line.all_sends(), expected);
+}
+
 // The fills of the buffer are told at trace level 5.
 strings fills(const std::string& trace) {
   strings lines;
@@ -66,15 +82,17 @@ TEST(arrays, are_read_like_their_elements) {
     data.f64(values);
     char skipped[8];
 
-    enum way { elements, whole, kept, kept_untold };
-    strings fills_of[4];
-    for (const way each : {elements, whole, kept, kept_untold}) {
+    enum way { elements, whole, kept, whole_untold, kept_untold };
+    strings fills_of[5];
+    for (const way each : {elements, whole, kept, whole_untold, kept_untold}) {
       wire line(SOCK_STREAM);
       line.arrive(data);
-      captured_trace trace(each == kept_untold ? 0 : 5);
+      captured_trace trace(each >= whole_untold ? 0 : 5);
       _qrd_read_bytes(line.near(), skipped, static_cast<std::int64_t>(offset));
       std::vector<double> read(count);
-      EXPECT_TRUE(each != whole || _qrd_read_double_array(line.near(), read.data(), count));
+      if (each == whole || each == whole_untold) {
+        EXPECT_TRUE(_qrd_read_double_array(line.near(), read.data(), count));
+      }
       for (std::size_t i = 0; each == elements && i < count; ++i)
         ASSERT_TRUE(_qrd_read_double(line.near(), &read[i]));
       if (each == kept || each == kept_untold) {
@@ -87,6 +105,49 @@ TEST(arrays, are_read_like_their_elements) {
     }
     EXPECT_EQ(fills_of[elements], fills_of[whole]);
     EXPECT_EQ(fills_of[elements], fills_of[kept]);
+  }
+}
+
+// A pipe that doesn't block takes part of what leaves together, down to a part of one send.
+TEST(arrays, go_on_where_the_system_stopped) {
+  wire line;
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  fcntl(ends[1], F_SETFL, O_NONBLOCK);
+  fcntl(ends[1], F_SETPIPE_SZ, 4096);
+  const auto before = connection;
+  connection.client_socket = line.near();
+  connection.client_carrier = carrier::pipes;
+  connection.answer_pipe = ends[1];
+  connection.is_waited_for = true;
+
+  std::vector<double> values(100'000);
+  std::iota(values.begin(), values.end(), 0.25);
+  std::string received;
+  std::thread reader([&] {
+    char part[777];
+    for (ssize_t size; (size = read(ends[0], part, sizeof part)) > 0;)
+      received.append(part, static_cast<std::size_t>(size));
+  });
+  // The first send is shorter, so that the pages of the pipe don't end where sends do.
+  EXPECT_TRUE(_qrd_write_bytes(line.near(), "abc", 3));
+  EXPECT_TRUE(_qrd_write_double_array(line.near(), values.data(), 100'000));
+  EXPECT_TRUE(_qrd_flush_write(line.near()));
+  ::close(ends[1]);
+  reader.join();
+  ::close(ends[0]);
+  connection = before;
+  EXPECT_TRUE(received == bytes().raw("abc").f64(values).str());
+}
+
+TEST(arrays, are_dropped_whole_when_the_peer_is_gone) {
+  for (std::int64_t count : {200, 6000}) {
+    wire line;
+    line.hang_up();
+    const std::vector<double> values(static_cast<std::size_t>(count));
+    EXPECT_FALSE(_qrd_write_double_array(line.near(), values.data(), count));
+    _qrd_empty_write();
+    EXPECT_TRUE(_qrd_flush_write(line.near())) << "nothing is left to send";
   }
 }
 
