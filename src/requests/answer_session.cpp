@@ -46,30 +46,36 @@ bool wait_for_call(socket_handle control, const child_watch& child) {
   }
 }
 
-// The port on which the child listens; 0 if it can't be had.
-std::int32_t port_of_new_child() {
-  open_socket listening;
-  std::uint16_t control_port = 0;
-  if (_qrd_listen_port(&control_port, 1, listening.address(), listen_for::own_children) != 0) return 0;
-  child_watch child;
-  const std::int32_t process = start_child(control_port, child);
-  if (process < 0) return 0;
-  if (allowed.sessions != 0 || allowed.sessions_per_address != 0)
-    sessions.add(process, peer_name(connection.client_socket));
-  if (!wait_for_call(listening.get(), child)) return 0;
+// A child that is being started. What it took to talk to it is closed with this, after its client has the
+// answer.
+class new_child {
+ public:
+  // The port on which it listens; 0 if it can't be had.
+  std::int32_t port() {
+    std::uint16_t control_port = 0;
+    if (_qrd_listen_port(&control_port, 1, listening_.address(), listen_for::own_children) != 0) return 0;
+    const std::int32_t process = start_child(control_port, watch_);
+    if (process < 0) return 0;
+    if (allowed.sessions != 0 || allowed.sessions_per_address != 0)
+      sessions.add(process, peer_name(connection.client_socket));
+    if (!wait_for_call(listening_.get(), watch_)) return 0;
 
-  open_socket control;
-  if (_qrd_wait_connect(listening.get(), control.address(), 1, 0) != 0) {
-    listening.forget();
-    return 0;
+    if (_qrd_wait_connect(listening_.get(), control_.address(), 1, 0) != 0) {
+      listening_.forget();
+      return 0;
+    }
+    std::int32_t port = 0;
+    if (_qrd_read_int(control_.get(), &port) == 0) port = 0;
+    // The read side serves the client as well: a broken call must leave nothing in the client's stream.
+    _qrd_empty_read();
+    return port;
   }
-  listening.close();
-  std::int32_t port = 0;
-  if (_qrd_read_int(control.get(), &port) == 0) port = 0;
-  // The read side serves the client as well: a broken call must leave nothing in the client's stream.
-  _qrd_empty_read();
-  return port;
-}
+
+ private:
+  open_socket listening_;
+  open_socket control_;
+  child_watch watch_;
+};
 
 }  // namespace
 
@@ -80,7 +86,8 @@ request_status server_answer_session(const char* /*request*/) {
     _qrd_close_socket(&connection.client_socket);
     return client_is_done;
   }
-  std::int32_t port = port_of_new_child();
+  new_child child;
+  const std::int32_t port = child.port();
   if (port == 0) return not_served;
   if (answer(wire_int{port}) != served) return not_served;
   _qrd_close_socket(&connection.client_socket);
