@@ -1,7 +1,4 @@
 // Measures the server against bare programs, all in one run on one machine, and prints ratios.
-#include <CLI/CLI.hpp>
-#include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <functional>
 #include <set>
@@ -9,12 +6,12 @@
 #include <utility>
 #include <vector>
 
+#include "bench/program.h"
 #include "bench/report.h"
 #include "bench/sections.h"
 
 int main(int count, char** arguments) {
   using namespace qrd::bench;
-  CLI::App program("Measures the server against bare programs that do the least the same work can take.");
   bench_settings settings;
   std::string folder = std::filesystem::temp_directory_path().string();
   std::string json_path;
@@ -39,39 +36,15 @@ int main(int count, char** arguments) {
       {"variables", with_settings(measure_many_variables)},
       {"durability", measure_durability},
   };
-  std::set<std::string> names;
+  std::vector<std::string> names;
   std::string all_names;
   for (const auto& [name, unused] : sections) {
-    names.insert(name);
+    names.push_back(name);
     all_names += (all_names.empty() ? "" : ", ") + name;
   }
 
-  // The upper ends keep a run below 2 GB of disk.
-  program.add_option("--samples", settings.samples, "samples of the variables that are read and written")
-      ->check(CLI::Range(1'000, 40'000'000))
-      ->capture_default_str();
-  program.add_option("--points", settings.points, "points of the file that is made")
-      ->check(CLI::Range(1'000, 10'000'000))
-      ->capture_default_str();
-  program.add_option("--lines", settings.lines, "lines of a file")
-      ->check(CLI::Range(100, 10'000'000))
-      ->capture_default_str();
-  program.add_option("--variables", settings.variables, "variables of a file")
-      ->check(CLI::Range(10, 5'000))
-      ->capture_default_str();
-  program.add_option("--files", settings.files, "files of a directory")
-      ->check(CLI::Range(1'000, 20'000))
-      ->capture_default_str();
-  program.add_option("--rounds", settings.rounds, "repetitions of each transfer")
-      ->check(CLI::Range(1, 1000))
-      ->capture_default_str();
-  program.add_option("--folder", folder, "where the bench's database is made")->capture_default_str();
-  program.add_option("--json", json_path, "a file for the same rows as JSON");
-  program.add_option("section", wanted, all_names + "; all of them by default")->check(CLI::IsMember(names));
-  CLI11_PARSE(program, count, arguments);
-
-  const std::set<std::string> chosen(wanted.begin(), wanted.end());
-  try {
+  const auto work = [&] {
+    const std::set<std::string> chosen(wanted.begin(), wanted.end());
     const study_files files(folder, settings.samples, settings.variables, settings.lines);
     report table("qrd_bench", "bare",
                  {{"samples", settings.samples},
@@ -88,8 +61,27 @@ int main(int count, char** arguments) {
       measure(table, files);
     }
     table.finish(json_path);
-  } catch (const std::exception& problem) {
-    std::fprintf(stderr, "qrd_bench: %s\n", problem.what());
-    return 1;
-  }
+  };
+  const auto add = [&](const qrd::command::command_line& program) {
+    const auto add_size = [&](const char* name, auto& value, int least, int most, const char* text) {
+      program.add_option(name, value, text).range(least, most).shows_default();
+    };
+    // The upper ends keep a run below 2 GB of disk.
+    add_size("--samples", settings.samples, 1'000, 40'000'000,
+             "samples of the variables that are read and written");
+    add_size("--points", settings.points, 1'000, 10'000'000, "points of the file that is made");
+    add_size("--lines", settings.lines, 100, 10'000'000, "lines of a file");
+    add_size("--variables", settings.variables, 10, 5'000, "variables of a file");
+    add_size("--files", settings.files, 1'000, 20'000, "files of a directory");
+    add_size("--rounds", settings.rounds, 1, 1000, "repetitions of each transfer");
+    program.add_option("--folder", folder, "where the bench's database is made").shows_default();
+    program.add_option("--json", json_path, "a file for the same rows as JSON");
+    program.add_option("section", wanted, all_names + "; all of them by default").one_of(names);
+    program.callback(work);
+  };
+  return run_program("qrd_bench",
+                     "Measures the server against bare programs that do the least the same work can take.",
+                     add, count, arguments)
+             ? 0
+             : 2;
 }

@@ -118,6 +118,11 @@ option option::one_of(const std::vector<std::string>& words) const {
   return *this;
 }
 
+option option::shows_default() const {
+  of_.capture_default_str();
+  return *this;
+}
+
 option option::check(const std::function<std::string(const std::string&)>& problem_of) const {
   of_.check(CLI::Validator(problem_of, ""));
   return *this;
@@ -146,6 +151,15 @@ option command_line::add_option(const std::string& names, std::string& value, co
 
 option command_line::add_option(const std::string& names, std::int32_t& value,
                                 const std::string& text) const {
+  return option(*of_.add_option(names, value, text));
+}
+
+option command_line::add_option(const std::string& names, std::int64_t& value,
+                                const std::string& text) const {
+  return option(*of_.add_option(names, value, text));
+}
+
+option command_line::add_option(const std::string& names, double& value, const std::string& text) const {
   return option(*of_.add_option(names, value, text));
 }
 
@@ -188,7 +202,6 @@ std::string run_command_line(const program_texts& texts, const std::function<voi
                              const std::vector<hidden_command>& hidden, int count, const char* const* words) {
   CLI::App program(texts.description, texts.name);
   program.fallthrough();
-  program.require_subcommand(1);
   program.set_version_flag("--version", texts.version);
   program.footer(texts.footer);
   add(command_line(program));

@@ -34,6 +34,8 @@ class option {
   option separated_by(char separator) const;
   option range(int least, int most) const;
   option one_of(const std::vector<std::string>& words) const;
+  // Help tells the value that is there now.
+  option shows_default() const;
   // `problem_of` tells what is wrong with a value; nothing for a good one.
   option check(const std::function<std::string(const std::string&)>& problem_of) const;
 
@@ -58,6 +60,8 @@ class command_line {
   // A name without dashes is that of an argument. Of lists and optional values each has its own type.
   option add_option(const std::string& names, std::string& value, const std::string& text) const;
   option add_option(const std::string& names, std::int32_t& value, const std::string& text) const;
+  option add_option(const std::string& names, std::int64_t& value, const std::string& text) const;
+  option add_option(const std::string& names, double& value, const std::string& text) const;
   option add_option(const std::string& names, std::optional<std::int64_t>& value,
                     const std::string& text) const;
   option add_option(const std::string& names, std::vector<std::string>& values,

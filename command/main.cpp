@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
     const std::string problem = run_command_line(
         texts,
         [&common](const command_line& program) {
+          program.require_subcommand();
           add_common_options(program, common);
           add_list_commands(program, common);
           add_read_commands(program, common);

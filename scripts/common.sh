@@ -16,6 +16,8 @@ export CMAKE_GENERATOR="${CMAKE_GENERATOR:-Ninja}"
 if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
 # What two builds compile alike is compiled once, though it lies in folders of their own.
 export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$PWD}"
+# What a source includes the compiler tells anyway.
+export CCACHE_DEPEND=1
 
 title() { printf '\n== %s\n' "$*"; }
 

@@ -1,9 +1,7 @@
 // Measures the server beside PostgreSQL and Redis: the same samples out of each and into each, in turn. Each
 // is reached as its own client reaches it, ours over TCP and the others by UNIX sockets.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -13,6 +11,7 @@
 #include "bench/measured_server.h"
 #include "bench/peers/postgres.h"
 #include "bench/peers/redis.h"
+#include "bench/program.h"
 #include "bench/report.h"
 #include "bench/timing.h"
 #include "qrd/wire.h"
@@ -126,25 +125,21 @@ void run(const std::string& folder, std::int64_t samples, int rounds, const std:
 }  // namespace qrd::bench
 
 int main(int count, char** arguments) {
-  CLI::App program("Measures the server beside PostgreSQL and Redis, on the same samples.");
-  std::int64_t samples = 8'000'000;
-  int rounds = 7;
+  std::int32_t samples = 8'000'000;
+  std::int32_t rounds = 7;
   std::string folder = std::filesystem::temp_directory_path().string();
   std::string json_path;
-  // The upper end keeps a run below 2 GB of disk.
-  program.add_option("--samples", samples, "samples of 64 bits")
-      ->check(CLI::Range(1'000, 16'000'000))
-      ->capture_default_str();
-  program.add_option("--rounds", rounds, "repetitions of each transfer")
-      ->check(CLI::Range(1, 1000))
-      ->capture_default_str();
-  program.add_option("--folder", folder, "where the stores are made")->capture_default_str();
-  program.add_option("--json", json_path, "a file for the same rows as JSON");
-  CLI11_PARSE(program, count, arguments);
-  try {
-    qrd::bench::run(folder, samples, rounds, json_path);
-  } catch (const std::exception& problem) {
-    std::fprintf(stderr, "qrd_peers: %s\n", problem.what());
-    return 1;
-  }
+  const auto add = [&](const qrd::command::command_line& program) {
+    // The upper end keeps a run below 2 GB of disk.
+    program.add_option("--samples", samples, "samples of 64 bits").range(1'000, 16'000'000).shows_default();
+    program.add_option("--rounds", rounds, "repetitions of each transfer").range(1, 1000).shows_default();
+    program.add_option("--folder", folder, "where the stores are made").shows_default();
+    program.add_option("--json", json_path, "a file for the same rows as JSON");
+    program.callback([&] { qrd::bench::run(folder, samples, rounds, json_path); });
+  };
+  return qrd::bench::run_program("qrd_peers",
+                                 "Measures the server beside PostgreSQL and Redis, on the same samples.", add,
+                                 count, arguments)
+             ? 0
+             : 2;
 }
