@@ -38,8 +38,8 @@ inline constexpr std::size_t protocol_step = 1024;
 
 // Reads the file with one read, then pushes `answer_size` bytes in sends of `step` bytes with `flags`.
 void push_file(int socket, const std::string& path, std::size_t answer_size, std::size_t step, int flags);
-// Receives `request_size` bytes in steps of at most 1024, writes the first `file_size` of them in writes of 1
-// MiB, and answers one byte.
+// Receives `request_size` bytes by as few calls as it takes, writes the first `file_size` of them in writes
+// of 1 MiB, and answers one byte.
 void take_file(int socket, const std::string& path, std::size_t request_size, std::size_t file_size);
 // Answers one byte.
 void pong(int socket);

@@ -78,11 +78,11 @@ int flush(socket_handle socket, bool more_follows) {
     gathered[gathered_count++] = {transfer_buffer + write_begin, static_cast<std::size_t>(write_count)};
     write_begin += write_count;
     write_count = 0;
-    if (!is_gathering || gathered_count == most_sends) done = send_gathered(socket, more_follows);
-  } else if (!more_follows && more_announced) {
+  } else if (gathered_count == 0 && !more_follows && more_announced) {
     carry_on(socket);
     more_announced = false;
   }
+  if (!is_gathering || gathered_count == most_sends) done = send_gathered(socket, more_follows);
   if (tracing.level >= 5) _qrd_trace("Emptying Write buffer");
   return done;
 }

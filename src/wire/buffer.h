@@ -31,7 +31,7 @@ std::span<char> _qrd_room();
 bool _qrd_mark_written(socket_handle socket, std::int64_t size);
 
 // While one lives, full buffers leave some at a time by one call of the system, each as a send of its own.
-// finish() sends those that still wait.
+// finish() sends those that still wait; without it the next flush does.
 class gathered_sends {
  public:
   gathered_sends();

@@ -13,9 +13,10 @@ namespace qrd {
 
 // What arrives next: its size, 0 at the end of the connection, -1 on failure.
 ssize_t carry_in(socket_handle socket, char* data, std::size_t room);
-// The size of what has left of some sends, which lie one behind the other, or -1. With `more_follows` the
-// system may wait for that.
+// What leaves by one call.
 inline constexpr std::size_t most_sends = 16;
+// The size of what has left of the sends, in their order, or -1. With `more_follows` the system may wait for
+// that.
 ssize_t carry_out(socket_handle socket, std::span<iovec> sends, bool more_follows);
 // Lets go of what the system holds back for more.
 void carry_on(socket_handle socket);
